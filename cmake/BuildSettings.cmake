@@ -1,0 +1,17 @@
+# Two interface targets that every target of ours links: the warnings, and the sanitizers of the preset.
+add_library(fillstation_warnings INTERFACE)
+target_compile_options(fillstation_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wimplicit-fallthrough
+  $<$<BOOL:${FILLSTATION_WERROR}>:-Werror>)
+
+add_library(fillstation_sanitizers INTERFACE)
+if(FILLSTATION_SANITIZE)
+  set(flags "-fsanitize=${FILLSTATION_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  if(FILLSTATION_SANITIZE MATCHES "undefined")
+    # g++ leaves this check out of "undefined".
+    list(APPEND flags -fsanitize=float-cast-overflow)
+  endif()
+  target_compile_options(fillstation_sanitizers INTERFACE ${flags})
+  target_link_options(fillstation_sanitizers INTERFACE ${flags})
+endif()

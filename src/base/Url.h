@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fillstation {
+
+// An address kept as its text in percent-encoded form: a file's absolute one (file:///media/a%20b/)
+// or a relative reference (My%20Album/01.mp3). The text of a folder ends in "/", and is given that
+// ending only by whoever knows that it is a folder. Paths are bytes: a name that is not UTF-8 is
+// escaped and comes back unchanged. A plain value; any thread may read a copy that it owns.
+class Url {
+ public:
+  Url() = default;
+
+  // The absolute file address of an absolute path. Everything outside the unreserved characters
+  // (letters, digits, "-", ".", "_", "~") and "/" is escaped, comma and braces included. For a
+  // folder the text ends in exactly one "/", whether or not the path did.
+  static Url fromPath(std::string_view path, bool isDirectory);
+
+  // The address with exactly this text, absolute or relative; nothing is checked or escaped.
+  static Url withString(std::string text);
+
+  // The whole text, escapes included.
+  const std::string& absoluteString() const { return text_; }
+
+  // The file-system path that the text stands for: without the scheme and host of a file address,
+  // escapes decoded once, without the "/" at the end (but "/" itself stays).
+  std::string path() const;
+
+  bool operator==(const Url&) const = default;
+
+ private:
+  std::string text_;
+};
+
+// The text with every valid %XX replaced by its byte, once: "%2525" gives "%25". An escape that is
+// not complete stays as it is.
+std::string removePercentEscapes(std::string_view text);
+
+// What follows the last "/" of a path that does not end in one: "01.mp3" of "/a/01.mp3". The whole
+// path when it has no "/", "/" for the root.
+std::string lastPathComponent(std::string_view path);
+
+// What follows the last dot of the last component, without the dot: "mp3" of "/a/b.c.mp3" and of
+// "/a/.mp3"; empty without a dot.
+std::string pathExtension(std::string_view path);
+
+// The absolute text.
+inline std::string textOf(const Url& url) { return url.absoluteString(); }
+inline std::string textOf(const std::optional<Url>& url) {
+  return url ? url->absoluteString() : "(null)";
+}
+
+}  // namespace fillstation

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Atomic.h"
+#include "Number.h"
+#include "TRFile.h"
+#include "TRPlayer.h"
+
+namespace fillstation {
+
+class TRFileCopyTask;
+
+using TRFileCopyTaskList = std::vector<std::shared_ptr<TRFileCopyTask>>;
+
+// One run: a preparation job per player, all in parallel, their averaged progress and the final
+// result reported on the main thread. Made and filled on the main thread, started once, and always
+// held by std::shared_ptr; it lives as long as anybody holds it or one of its tasks. The report
+// targets are the process's, so only one run is in progress at a time: a second start takes over
+// the first one's reports. Every property may be read and set on any thread.
+class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyTaskCollection> {
+ public:
+  // One of the two reports: called with the receiver and the context object of the start.
+  using Report = std::function<void(const std::shared_ptr<void>& receiver,
+                                    const std::shared_ptr<void>& context)>;
+
+  // Holds the very list that is passed in; no tasks, no progress yet.
+  TRFileCopyTaskCollection(std::shared_ptr<TRFileList> files, std::string userName,
+                           std::string userPass);
+
+  TRFileCopyTaskCollection(const TRFileCopyTaskCollection&) = delete;
+  TRFileCopyTaskCollection& operator=(const TRFileCopyTaskCollection&) = delete;
+
+  // Appends a task for the player, also when it has one already. Main thread.
+  void addPlayer(const std::shared_ptr<TRPlayer>& player);
+
+  // Stores the report targets and starts the run on a thread of its own; returns at once. Main
+  // thread.
+  void startAsyncCopyWithCallBack(std::shared_ptr<void> receiver, Report callBack,
+                                  Report progressCallBack, std::shared_ptr<void> object);
+
+  // The body of that thread: runs all tasks, each on a thread of its own, waits for all of them,
+  // then delivers the result report and waits until it has returned. The argument is not used.
+  void startTasks(void* argument);
+
+  // Stores the average of the tasks' percentages, truncated, and delivers the progress report,
+  // holding the shared lock until it has returned. Called by the tasks on their threads; never on
+  // the main thread, which would block the report that it waits for.
+  void updateProgress();
+
+  // Combined percentage, 0 to 100 in a 32-bit number; absent until the first report.
+  Number progress() const;
+  void setProgress(Number value);
+  // The administrator's name and password, as typed.
+  std::optional<std::string> userName() const;
+  void setUserName(std::optional<std::string> value);
+  std::optional<std::string> userPass() const;
+  void setUserPass(std::optional<std::string> value);
+  // One task per added player, in the order of the calls.
+  TRFileCopyTaskList tasks() const;
+  void setTasks(const TRFileCopyTaskList& value);
+  std::shared_ptr<TRFileList> files() const;
+  void setFiles(std::shared_ptr<TRFileList> value);
+
+ private:
+  // To be completed with the implementation.
+};
+
+}  // namespace fillstation

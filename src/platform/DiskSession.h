@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "PlatformValue.h"
+
+namespace fillstation {
+
+// Which player a destructive or state-changing request is meant for. The platform refuses to act on
+// any disk that is not this one any more.
+struct DiskIdentity {
+  std::string node;             // device node path, "/dev/" and the disk's name
+  std::uint32_t usbHandle = 0;  // UsbDevice::handle() of the device that the disk belongs to
+};
+
+// What the system knows of a disk at one moment; each value may be absent.
+struct DiskDescription {
+  std::optional<PlatformValue> deviceVendor;  // text
+  std::optional<PlatformValue> mediaSize;     // number, bytes
+  std::optional<PlatformValue> volumeName;    // text
+  std::optional<PlatformValue> volumePath;    // address of the mount point, ending in "/"
+};
+
+// Why a request was refused or failed.
+struct Dissenter {
+  std::string reason;
+};
+
+// One disk as a name stood for when the object was made. Any thread; lives as long as it is held.
+class Disk {
+ public:
+  virtual ~Disk() = default;
+
+  // What the system knows now, without waiting for anything; none while the system has not looked
+  // at the disk yet. A disk whose device has gone in the meantime has an empty description, not
+  // none.
+  virtual std::optional<DiskDescription> copyDescription() = 0;
+};
+
+// A connection to the system's disk service. Requests may be made on any thread; they are executed
+// and completed strictly in request order per disk, never inside the call, on the main thread, and
+// never timed out. A completion holds whatever it captured until it has run.
+class DiskSession {
+ public:
+  // The disk that the request was made with (null if none) and the dissenter, null on success.
+  using Completion = std::function<void(const std::shared_ptr<Disk>&, const Dissenter*)>;
+
+  virtual ~DiskSession() = default;
+
+  // The disk of a name ("sdb") or device node path ("/dev/sdb"). A disk exists for every name that
+  // is present and for a remembered one while its leaving is handled; otherwise null.
+  virtual std::shared_ptr<Disk> diskFromName(std::string_view name) = 0;
+
+  // Mount the disk's volume at the default place; unmount every volume of the disk; eject the
+  // device. Without a disk, or with one that is not `expected` any more, the completion brings a
+  // dissenter. A completion may be empty.
+  virtual void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                     Completion completion) = 0;
+  virtual void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                       Completion completion) = 0;
+  virtual void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                     Completion completion) = 0;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace fillstation {
+
+// One control request to a USB device, fields as in the USB standard's set-up packet.
+struct UsbRequest {
+  std::uint8_t requestType = 0;
+  std::uint8_t request = 0;
+  std::uint16_t value = 0;
+  std::uint16_t index = 0;
+  std::uint16_t length = 0;
+};
+
+// Access to one device's descriptors. Main thread; lives as long as it is held.
+class UsbDeviceInterface {
+ public:
+  virtual ~UsbDeviceInterface() = default;
+
+  // Indexes of the device's string descriptors, 0 when the device has none.
+  virtual std::uint8_t manufacturerStringIndex() const = 0;
+  virtual std::uint8_t productStringIndex() const = 0;
+  virtual std::uint8_t serialNumberStringIndex() const = 0;
+
+  // The release field of the device descriptor (binary coded decimal: 0x0100 is 1.00).
+  virtual std::uint16_t releaseNumber() const = 0;
+
+  // Sends the request and fills the buffer; the number of bytes transferred (0 to the request's
+  // length), none when the request fails.
+  virtual std::optional<std::uint32_t> deviceRequest(const UsbRequest& request,
+                                                     std::span<std::uint8_t> buffer) = 0;
+};
+
+// One whole USB device, present or just gone. Main thread; lives as long as it is held.
+class UsbDevice {
+ public:
+  virtual ~UsbDevice() = default;
+
+  virtual bool conformsTo(std::string_view className) const = 0;
+  // "IOUSBDevice" for a whole device.
+  virtual std::string className() const = 0;
+  // The product name; "IOUSBDevice" for a device without one.
+  virtual std::string registryName() const = 0;
+
+  // Bus number x 65536 + device number.
+  virtual std::uint32_t handle() const = 0;
+
+  // The name of the whole disk below the device ("sdb"), found anew at each call; none while there
+  // is none. For a device that has left, the name that was found while it was there.
+  virtual std::optional<std::string> searchDiskName() const = 0;
+
+  // Null when the device can't be asked.
+  virtual std::shared_ptr<UsbDeviceInterface> openInterface() const = 0;
+};
+
+// Hands out the devices of one notification. Main thread.
+class UsbDeviceIterator {
+ public:
+  virtual ~UsbDeviceIterator() = default;
+
+  // The next device, null when there is none (for now: later notifications fill the same iterator).
+  virtual std::shared_ptr<UsbDevice> next() = 0;
+};
+
+// The USB bus: whole devices that are present, arrive and leave. Everything happens on the main
+// thread; lives as long as the program.
+class UsbBus {
+ public:
+  using Notification = std::function<void(UsbDeviceIterator&)>;
+
+  virtual ~UsbBus() = default;
+
+  // Begins to watch devices of a class; false when the system offers none or can't be reached.
+  virtual bool open(std::string_view className) = 0;
+
+  // Registers for devices that arrive or leave; null when that fails. The iterator returned by
+  // watchAttach() yields the devices already present, each once. A notification is delivered from
+  // the main loop, one device at a time and in order, only after the iterator has been walked to
+  // its end, never while another one is being handled (also not during a pause of its handler), and
+  // not while deliveries are held. A device that leaves after watchAttach() has yielded it is
+  // reported as leaving even if watchDetach() was called later.
+  virtual std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) = 0;
+  virtual std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) = 0;
+
+  // While held (calls nest), notifications wait; they are delivered afterwards, in order.
+  virtual void hold() = 0;
+  virtual void resume() = 0;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "DiskSession.h"
+#include "PlatformValue.h"
+#include "UsbBus.h"
+#include "UsbDeviceInfo.h"
+
+namespace fillstation {
+
+// Device discovery: watches the USB bus for players and hands each arrival and departure to one
+// receiver. Plain functions with module state that registerForUSBNotifications() sets once, on the
+// main thread, and that lives until the process ends. Diagnostic lines go to standard output and
+// standard error.
+
+// A delivery function: the registered receiver and a record that is valid during the call only.
+using UpdateUsbInfoCallBack = void (*)(void* receiver, UsbDeviceInfo* record);
+
+// The shared disk session of all mount, unmount and eject requests, null before the registration.
+extern std::shared_ptr<DiskSession> session;
+
+// Registers for devices that arrive and leave and reports the players that are already there,
+// before it returns. 0 when both registrations succeeded, -1 otherwise. Main thread, once.
+int registerForUSBNotifications(void* receiver, UpdateUsbInfoCallBack deliver);
+
+// The two notifications of the bus; a null iterator yields nothing. The first argument is not used.
+void USBDeviceInserted(void* refcon, UsbDeviceIterator* iterator);
+void USBDeviceRemoved(void* refcon, UsbDeviceIterator* iterator);
+
+// Handles every device of the iterator, one after the other. The result carries no meaning.
+int USBDeviceCallback(void* refcon, UsbDeviceIterator* iterator, bool inserted);
+
+// Fills vid, pid, serialNumber and rev from the device's descriptors; the record stays as it was
+// when the device can't be asked. The strings stay allocated for the life of the process.
+void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record);
+
+// The string descriptor of an index (US English, 128 bytes at most, low bytes of its code units),
+// null when the request fails. The caller owns the result (std::free). The interface must not be
+// null.
+char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index);
+
+// The single delivery point: prints the record's mountPath to standard output ("(null)" without
+// one) and calls the registered receiver; returns when that has returned.
+void doStuff(UsbDeviceInfo& record);
+
+// The text as a C string of at most 1023 bytes, in a buffer of the calling thread that the next
+// call overwrites; null for null; empty when the text is longer or is not UTF-8.
+const char* cfStringRefToCString(const std::string* s);
+
+// What stands between the first two double quotes of the value's description, its first character
+// replaced by "x" when that is a digit; in a buffer of the calling thread that the next call
+// overwrites. Null for null; empty when there are no two quotes, or the description is too long or
+// not UTF-8.
+const char* cfTypeToCString(const PlatformValue* v);
+
+// Waits for the name and the mount location (address text) of the disk's volume: up to 200 looks, 1
+// s apart while the system has no description, 10 ms apart while the description has neither. Sets
+// both outputs to null and then to what was found; the caller owns them (std::free). Leaves them
+// untouched without a disk. Any thread.
+void getDiskVolume(Disk* disk, char** volumeName, char** volumePath);
+
+// The same for a disk's name or device node path, as new texts; an output stays untouched where
+// nothing was found. Any thread.
+void getDiskVolumeFromDriveName(const char* driveName, std::optional<std::string>& volumeName,
+                                std::optional<std::string>& volumePath);
+
+}  // namespace fillstation

@@ -1,0 +1,280 @@
+#include "TestPlatform.h"
+
+#include <utility>
+
+namespace fillstation::test {
+
+bool TestMainThread::runAndWait(const std::function<void()>& callable) {
+  if (isHere()) {
+    callable();
+    return true;
+  }
+  struct State {
+    std::mutex lock;
+    std::condition_variable done;
+    bool finished = false;
+  };
+  const auto state = std::make_shared<State>();
+  post([state, &callable] {
+    callable();
+    const std::scoped_lock guard(state->lock);
+    state->finished = true;
+    state->done.notify_all();
+  });
+  for (;;) {
+    std::unique_lock guard(state->lock);
+    if (state->done.wait_for(guard, std::chrono::milliseconds(20),
+                             [&] { return state->finished; })) {
+      return true;
+    }
+    guard.unlock();
+    const std::scoped_lock ours(lock_);
+    if (ended_ && !queue_.empty()) {
+      queue_.clear();
+      return false;
+    }
+  }
+}
+
+void TestMainThread::runPending() {
+  std::deque<std::function<void()>> pending;
+  {
+    const std::scoped_lock guard(lock_);
+    pending.swap(queue_);
+  }
+  for (const auto& callable : pending) {
+    callable();
+  }
+}
+
+void TestMainThread::post(std::function<void()> callable) {
+  const std::scoped_lock guard(lock_);
+  queue_.push_back(std::move(callable));
+  changed_.notify_all();
+}
+
+void TestMainThread::runUntil(const std::function<bool()>& done) {
+  while (!done()) {
+    std::function<void()> callable;
+    {
+      std::unique_lock guard(lock_);
+      changed_.wait_for(guard, std::chrono::milliseconds(5), [&] { return !queue_.empty(); });
+      if (queue_.empty()) {
+        continue;
+      }
+      callable = std::move(queue_.front());
+      queue_.pop_front();
+    }
+    callable();
+  }
+}
+
+void TestMainThread::end() {
+  const std::scoped_lock guard(lock_);
+  ended_ = true;
+}
+
+bool TestClock::sleep(std::chrono::microseconds duration) {
+  std::size_t number = 0;
+  bool ended = false;
+  {
+    const std::scoped_lock guard(lock_);
+    sleeps_.push_back(duration.count());
+    number = sleeps_.size();
+    ended = ended_;
+  }
+  if (onSleep) {
+    onSleep(number);
+  }
+  if (ended) {
+    return false;
+  }
+  if (mainThread_.isHere()) {
+    mainThread_.runPending();
+  } else {
+    mainThread_.runAndWait([] {});
+  }
+  return true;
+}
+
+std::vector<std::int64_t> TestClock::sleeps() const {
+  const std::scoped_lock guard(lock_);
+  return sleeps_;
+}
+
+void TestClock::end() {
+  const std::scoped_lock guard(lock_);
+  ended_ = true;
+}
+
+void TestLog::write(std::string_view text) {
+  const std::scoped_lock guard(lock_);
+  texts_.emplace_back(text);
+}
+
+std::vector<std::string> TestLog::texts() const {
+  const std::scoped_lock guard(lock_);
+  return texts_;
+}
+
+void TestLog::clear() {
+  const std::scoped_lock guard(lock_);
+  texts_.clear();
+}
+
+void TestWorkers::spawn(std::function<void()> body) {
+  const std::scoped_lock guard(lock_);
+  ++spawned_;
+  threads_.emplace_back(std::move(body));
+}
+
+bool TestWorkers::stopping() const {
+  const std::scoped_lock guard(lock_);
+  return stopping_;
+}
+
+void TestWorkers::stop() {
+  const std::scoped_lock guard(lock_);
+  stopping_ = true;
+}
+
+void TestWorkers::join() {
+  std::vector<std::thread> threads;
+  {
+    const std::scoped_lock guard(lock_);
+    threads.swap(threads_);
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+}
+
+std::size_t TestWorkers::spawned() const {
+  const std::scoped_lock guard(lock_);
+  return spawned_;
+}
+
+std::optional<DiskDescription> TestDisk::copyDescription() {
+  ++looks_;
+  return describe ? describe(looks_) : std::optional<DiskDescription>(DiskDescription{});
+}
+
+std::vector<std::string> TestDisks::kinds() const {
+  const std::scoped_lock guard(lock);
+  std::vector<std::string> all;
+  for (const auto& request : requests) {
+    all.push_back(request.kind);
+  }
+  return all;
+}
+
+std::shared_ptr<Disk> TestDiskSession::diskFromName(std::string_view name) {
+  constexpr std::string_view kFolder = "/dev/";
+  const std::scoped_lock guard(disks_.lock);
+  disks_.namesAsked.emplace_back(name);
+  if (name.starts_with(kFolder)) {
+    name.remove_prefix(kFolder.size());
+  }
+  const auto found = disks_.byName.find(std::string(name));
+  return found == disks_.byName.end() ? nullptr : found->second;
+}
+
+void TestDiskSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                            Completion completion) {
+  request("mount", std::move(disk), expected, std::move(completion));
+}
+
+void TestDiskSession::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                              Completion completion) {
+  request("unmount", std::move(disk), expected, std::move(completion));
+}
+
+void TestDiskSession::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                            Completion completion) {
+  request("eject", std::move(disk), expected, std::move(completion));
+}
+
+void TestDiskSession::request(std::string kind, std::shared_ptr<Disk> disk,
+                              const DiskIdentity& expected, Completion completion) {
+  const TestDisks::Request asked{std::move(kind), std::move(disk), expected};
+  {
+    const std::scoped_lock guard(disks_.lock);
+    disks_.requests.push_back(asked);
+  }
+  auto answer = [asked, completion = std::move(completion),
+                 refusal = disks_.refuse ? disks_.refuse(asked) : std::nullopt] {
+    if (completion) {
+      completion(asked.disk, refusal ? &*refusal : nullptr);
+    }
+  };
+  if (disks_.complete) {
+    disks_.complete(asked, std::move(answer));
+  } else {
+    mainThread_.post(std::move(answer));
+  }
+}
+
+ScriptOutcome TestScriptRunner::run(std::string_view source, const DiskIdentity& target) {
+  Call call{std::string(source), target};
+  std::size_t number = 0;
+  {
+    const std::scoped_lock guard(lock_);
+    calls_.push_back(call);
+    number = calls_.size();
+  }
+  return answer ? answer(number, call) : ScriptOutcome{"", {}, {}};
+}
+
+std::vector<TestScriptRunner::Call> TestScriptRunner::calls() const {
+  const std::scoped_lock guard(lock_);
+  return calls_;
+}
+
+TestPlatform::TestPlatform() {
+  Platform ports;
+  ports.createDiskSession = [this] {
+    ++disks.sessionsOpened;
+    return std::make_shared<TestDiskSession>(disks, mainThread);
+  };
+  ports.scriptRunner = &scripts;
+  ports.mainThread = &mainThread;
+  ports.clock = &clock;
+  ports.workers = &workers;
+  ports.systemLog = &log;
+  ports.workspace = &workspace;
+  ports.endProgram = [this] { end(); };
+  platform() = ports;
+}
+
+TestPlatform::~TestPlatform() {
+  end();
+  workers.join();
+  platform() = Platform();
+}
+
+void TestPlatform::end() {
+  workers.stop();
+  clock.end();
+  mainThread.end();
+}
+
+DiskDescription describedAs(std::optional<std::string> volumeName,
+                            std::optional<std::string> volumePathText,
+                            std::optional<std::string> vendor, std::optional<std::int64_t> size) {
+  DiskDescription description;
+  if (vendor) {
+    description.deviceVendor = PlatformValue::text(*vendor);
+  }
+  if (size) {
+    description.mediaSize = PlatformValue::number(*size);
+  }
+  if (volumeName) {
+    description.volumeName = PlatformValue::text(*volumeName);
+  }
+  if (volumePathText) {
+    description.volumePath = PlatformValue::url(*volumePathText);
+  }
+  return description;
+}
+
+}  // namespace fillstation::test

@@ -1,0 +1,197 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Platform.h"
+
+namespace fillstation::test {
+
+// In-memory ports for the unit tests of the layers above them. The thread that makes a TestPlatform
+// is its main thread; answers that are asynchronous in life are queued for it here too and run in
+// runUntil().
+
+class TestMainThread : public MainThread {
+ public:
+  bool runAndWait(const std::function<void()>& callable) override;
+  void runPending() override;
+
+  // Queues a callable for the main thread. Any thread.
+  void post(std::function<void()> callable);
+  // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.
+  void runUntil(const std::function<bool()>& done);
+  // From now on hand-overs return undelivered.
+  void end();
+  bool isHere() const { return std::this_thread::get_id() == main_; }
+
+ private:
+  const std::thread::id main_ = std::this_thread::get_id();
+  std::mutex lock_;
+  std::condition_variable changed_;
+  std::deque<std::function<void()>> queue_;
+  bool ended_ = false;
+};
+
+// Never really sleeps. On a worker a sleep lets the main thread work off what was queued before it,
+// so that a poll sees what completed; on the main thread it is one pass over what is pending.
+class TestClock : public Clock {
+ public:
+  explicit TestClock(TestMainThread& mainThread) : mainThread_(mainThread) {}
+  bool sleep(std::chrono::microseconds duration) override;
+
+  // All sleeps so far, in microseconds.
+  std::vector<std::int64_t> sleeps() const;
+  // Called at each sleep with its number, the first being 1, on the sleeping thread.
+  std::function<void(std::size_t)> onSleep;
+  // From now on sleeps return false.
+  void end();
+
+ private:
+  TestMainThread& mainThread_;
+  mutable std::mutex lock_;
+  std::vector<std::int64_t> sleeps_;
+  bool ended_ = false;
+};
+
+class TestLog : public SystemLog {
+ public:
+  void write(std::string_view text) override;
+  std::vector<std::string> texts() const;
+  void clear();
+
+ private:
+  mutable std::mutex lock_;
+  std::vector<std::string> texts_;
+};
+
+// Threads are joined by end() or the destructor.
+class TestWorkers : public Workers {
+ public:
+  ~TestWorkers() override { join(); }
+  void spawn(std::function<void()> body) override;
+  bool stopping() const override;
+  void stop();
+  void join();
+  std::size_t spawned() const;
+
+ private:
+  mutable std::mutex lock_;
+  std::vector<std::thread> threads_;
+  std::size_t spawned_ = 0;
+  bool stopping_ = false;
+};
+
+// A disk that answers from a script: by default a description that never changes.
+class TestDisk : public Disk {
+ public:
+  std::optional<DiskDescription> copyDescription() override;
+
+  // Called with the number of the look, the first being 1.
+  std::function<std::optional<DiskDescription>(std::size_t)> describe;
+  std::size_t looks() const { return looks_; }
+
+ private:
+  std::size_t looks_ = 0;
+};
+
+// The disks behind every session that the platform opens, and what was asked of them.
+struct TestDisks {
+  struct Request {
+    std::string kind;  // "mount", "unmount" or "eject"
+    std::shared_ptr<Disk> disk;
+    DiskIdentity expected;
+  };
+
+  std::map<std::string, std::shared_ptr<TestDisk>> byName;  // "sdb"
+  std::vector<Request> requests;
+  std::vector<std::string> namesAsked;
+  std::size_t sessionsOpened = 0;
+  // The dissenter of a request's completion, none by default.
+  std::function<std::optional<Dissenter>(const Request&)> refuse;
+  // Called in place of queueing the completion when set: the test runs it when it likes.
+  std::function<void(const Request&, std::function<void()>)> complete;
+  mutable std::mutex lock;
+
+  std::vector<std::string> kinds() const;
+};
+
+class TestDiskSession : public DiskSession {
+ public:
+  TestDiskSession(TestDisks& disks, TestMainThread& mainThread)
+      : disks_(disks), mainThread_(mainThread) {}
+  std::shared_ptr<Disk> diskFromName(std::string_view name) override;
+  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+             Completion completion) override;
+  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+               Completion completion) override;
+  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+             Completion completion) override;
+
+ private:
+  void request(std::string kind, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+               Completion completion);
+
+  TestDisks& disks_;
+  TestMainThread& mainThread_;
+};
+
+class TestScriptRunner : public ScriptRunner {
+ public:
+  ScriptOutcome run(std::string_view source, const DiskIdentity& target) override;
+
+  struct Call {
+    std::string source;
+    DiskIdentity target;
+  };
+  std::vector<Call> calls() const;
+  // The outcome of a call by its number, the first being 1; success with an empty result by
+  // default.
+  std::function<ScriptOutcome(std::size_t, const Call&)> answer;
+
+ private:
+  mutable std::mutex lock_;
+  std::vector<Call> calls_;
+};
+
+class TestWorkspace : public Workspace {
+ public:
+  void openUrl(const std::string& address) override { opened.push_back(address); }
+  std::vector<std::string> opened;
+};
+
+// Installs itself as the platform for its lifetime. usbBus and fileManager are left for the test to
+// set.
+class TestPlatform {
+ public:
+  TestPlatform();
+  ~TestPlatform();
+  TestPlatform(const TestPlatform&) = delete;
+  TestPlatform& operator=(const TestPlatform&) = delete;
+
+  // What happens when the program ends: sleeps and hand-overs return at once, nothing new is begun.
+  void end();
+
+  TestMainThread mainThread;
+  TestClock clock{mainThread};
+  TestLog log;
+  TestDisks disks;
+  TestScriptRunner scripts;
+  TestWorkspace workspace;
+  TestWorkers workers;
+};
+
+// A description of a disk of the players' vendor with these facts; an absent one is left out.
+DiskDescription describedAs(std::optional<std::string> volumeName,
+                            std::optional<std::string> volumePathText,
+                            std::optional<std::string> vendor = "ACTIONS",
+                            std::optional<std::int64_t> size = 1024);
+
+}  // namespace fillstation::test
