@@ -12,28 +12,33 @@ bool TestMainThread::runAndWait(const std::function<void()>& callable) {
   struct State {
     std::mutex lock;
     std::condition_variable done;
+    bool begun = false;
     bool finished = false;
+    bool withdrawn = false;
   };
   const auto state = std::make_shared<State>();
   post([state, &callable] {
+    {
+      const std::scoped_lock guard(state->lock);
+      if (state->withdrawn) {
+        return;
+      }
+      state->begun = true;
+    }
     callable();
     const std::scoped_lock guard(state->lock);
     state->finished = true;
     state->done.notify_all();
   });
-  for (;;) {
-    std::unique_lock guard(state->lock);
-    if (state->done.wait_for(guard, std::chrono::milliseconds(20),
-                             [&] { return state->finished; })) {
-      return true;
-    }
-    guard.unlock();
-    const std::scoped_lock ours(lock_);
-    if (ended_ && !queue_.empty()) {
-      queue_.clear();
+  std::unique_lock guard(state->lock);
+  while (
+      !state->done.wait_for(guard, std::chrono::milliseconds(5), [&] { return state->finished; })) {
+    if (hasEnded() && !state->begun) {
+      state->withdrawn = true;
       return false;
     }
   }
+  return true;
 }
 
 void TestMainThread::runPending() {
@@ -67,6 +72,11 @@ void TestMainThread::runUntil(const std::function<bool()>& done) {
     }
     callable();
   }
+}
+
+bool TestMainThread::hasEnded() {
+  const std::scoped_lock guard(lock_);
+  return ended_;
 }
 
 void TestMainThread::end() {

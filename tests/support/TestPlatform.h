@@ -33,6 +33,8 @@ class TestMainThread : public MainThread {
   bool isHere() const { return std::this_thread::get_id() == main_; }
 
  private:
+  bool hasEnded();
+
   const std::thread::id main_ = std::this_thread::get_id();
   std::mutex lock_;
   std::condition_variable changed_;
