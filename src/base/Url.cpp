@@ -1,6 +1,5 @@
 #include "Url.h"
 
-#include <cctype>
 #include <charconv>
 
 namespace fillstation {
@@ -28,7 +27,6 @@ Url Url::fromPath(std::string_view path, bool isDirectory) {
     path.remove_suffix(1);
   }
   std::string text(kScheme);
-  text.reserve(kScheme.size() + path.size() + 1);
   for (const char character : path) {
     const auto byte = static_cast<unsigned char>(character);
     if (staysPlain(byte)) {
@@ -63,13 +61,12 @@ std::string Url::path() const {
 
 std::string removePercentEscapes(std::string_view text) {
   std::string plain;
-  plain.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const std::string_view digits = text.substr(at).substr(1).substr(0, 2);
+    const std::string_view digits = text.substr(at + 1, 2);
     unsigned byte = 0;
-    if (text[at] == '%' && digits.size() == 2 &&
-        std::isxdigit(static_cast<unsigned char>(digits[0])) != 0 &&
-        std::from_chars(digits.data(), digits.data() + 2, byte, 16).ptr == digits.data() + 2) {
+    if (text[at] == '%' &&
+        std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr ==
+            digits.data() + 2) {
       plain += static_cast<char>(byte);
       at += 2;
     } else {

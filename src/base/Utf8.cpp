@@ -1,0 +1,82 @@
+#include "Utf8.h"
+
+#include <locale.h>
+#include <wctype.h>
+
+#include <array>
+
+namespace fillstation {
+namespace {
+
+// Bytes of the sequence that begins with this byte, 0 when none does.
+std::size_t sequenceLength(unsigned char lead) {
+  if (lead < 0x80) {
+    return 1;
+  }
+  if ((lead & 0xE0U) == 0xC0) {
+    return 2;
+  }
+  if ((lead & 0xF0U) == 0xE0) {
+    return 3;
+  }
+  return (lead & 0xF8U) == 0xF0 ? 4 : 0;
+}
+
+bool isInRange(char32_t point, std::size_t length) {
+  constexpr std::array<char32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
+  const bool isSurrogate = point >= 0xD800 && point <= 0xDFFF;
+  return point >= kSmallest[length] && point <= 0x10FFFF && !isSurrogate;
+}
+
+// The user's own locale may know no letters but ASCII's. C.UTF-8 is part of every Debian system.
+locale_t unicodeLocale() {
+  static const locale_t kLocale = [] {
+    const locale_t unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return unicode != nullptr ? unicode : ::newlocale(LC_CTYPE_MASK, "C", nullptr);
+  }();
+  return kLocale;
+}
+
+std::optional<std::u32string> foldCase(std::string_view text) {
+  auto points = decodeUtf8(text);
+  if (points) {
+    for (char32_t& point : *points) {
+      point = ::towlower_l(point, unicodeLocale());
+    }
+  }
+  return points;
+}
+
+}  // namespace
+
+std::optional<std::u32string> decodeUtf8(std::string_view text) {
+  std::u32string points;
+  while (!text.empty()) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    const std::size_t length = sequenceLength(lead);
+    if (length == 0 || length > text.size()) {
+      return std::nullopt;
+    }
+    char32_t point = length == 1 ? lead : lead & (0x7FU >> length);
+    for (const char next : text.substr(1, length - 1)) {
+      const auto byte = static_cast<unsigned char>(next);
+      if ((byte & 0xC0U) != 0x80) {
+        return std::nullopt;
+      }
+      point = (point << 6U) | (byte & 0x3FU);
+    }
+    if (!isInRange(point, length)) {
+      return std::nullopt;
+    }
+    points += point;
+    text.remove_prefix(length);
+  }
+  return points;
+}
+
+bool equalIgnoringCase(std::string_view left, std::string_view right) {
+  const auto folded = foldCase(left);
+  return folded && folded == foldCase(right);
+}
+
+}  // namespace fillstation

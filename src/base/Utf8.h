@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fillstation {
+
+// The code points of a text, none when it is not well-formed UTF-8 (overlong forms, surrogates and
+// values above U+10FFFF are not).
+std::optional<std::u32string> decodeUtf8(std::string_view text);
+
+// True when both texts are UTF-8 and differ in nothing but case. Letters of every script count,
+// each code point by itself, whatever the user's locale is: "Ä" equals "ä", "ß" does not equal
+// "SS".
+bool equalIgnoringCase(std::string_view left, std::string_view right);
+
+}  // namespace fillstation
