@@ -1,0 +1,70 @@
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+
+#include "DiskVolume.h"
+#include "UsbUtil.h"
+
+namespace fillstation {
+namespace {
+
+constexpr std::uint16_t kDescriptorSize = 128;
+constexpr std::uint16_t kHeaderSize = 2;
+constexpr std::uint16_t kUsEnglish = 1033;
+
+// In force in every build: nothing sensible can follow.
+void requireUsbDevice(const UsbDeviceInterface* usbDevice) {
+  if (usbDevice == nullptr) {
+    std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
+    std::abort();
+  }
+}
+
+// A receiver may look at a record's descriptor strings at any time, so they are never freed. Equal
+// texts are kept once: players of one make don't add up.
+const char* kept(const OwnedCString& text) {
+  static std::set<std::string> texts;
+  return text ? texts.insert(text.get()).first->c_str() : nullptr;
+}
+
+const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
+  return kept(OwnedCString(getUSBStringDescriptor(&usbDevice, index)));
+}
+
+}  // namespace
+
+void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
+  const auto usbDevice = device.openInterface();
+  if (!usbDevice) {
+    return;
+  }
+  record.setVid(descriptor(*usbDevice, usbDevice->manufacturerStringIndex()));
+  record.setPid(descriptor(*usbDevice, usbDevice->productStringIndex()));
+  record.setSerialNumber(descriptor(*usbDevice, usbDevice->serialNumberStringIndex()));
+  record.setRev(usbDevice->releaseNumber());
+}
+
+char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {
+  requireUsbDevice(usbDevice);
+  const UsbRequest request{.requestType = 0x80,
+                           .request = 6,
+                           .value = static_cast<std::uint16_t>(0x300U | index),
+                           .index = kUsEnglish,
+                           .length = kDescriptorSize};
+  std::array<std::uint8_t, kDescriptorSize> buffer{};
+  const auto transferred = usbDevice->deviceRequest(request, buffer);
+  if (!transferred) {
+    return nullptr;
+  }
+  // Nothing transferred wraps to an enormous count, which the end of the buffer bounds.
+  const std::uint32_t count = (*transferred - 1) >> 1U;
+  auto* const text = static_cast<char*>(std::calloc(kDescriptorSize, 1));
+  std::size_t from = kHeaderSize;
+  for (std::uint32_t unit = 0; unit < count && from < buffer.size(); ++unit, from += 2) {
+    text[unit] = static_cast<char>(buffer[from]);
+  }
+  return text;
+}
+
+}  // namespace fillstation
