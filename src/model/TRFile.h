@@ -84,6 +84,8 @@ class TRFile : public Object {
   Value valueForKey(const std::string& key) const;
 
  private:
+  static std::shared_ptr<TRFile> makeNode(const Url& url, const Url& relativeUrl, Number size);
+
   Atomic<bool> isDir_{false};
   Atomic<std::optional<std::string>> name_;
   Atomic<std::optional<std::string>> path_;
@@ -95,6 +97,14 @@ class TRFile : public Object {
 
 // The node's path, "(null)" without one.
 std::string textOf(const TRFile& file);
+
+// True when the builders take a file of this path: its extension equals the type without regard to
+// case (see equalIgnoringCase(); an extension that is not UTF-8 equals no type), or the type is
+// absent.
+bool matchesFileType(const std::string& path, const std::optional<std::string>& fileType);
+
+// The sum of the sizes in bytes, an absent one counting 0.
+std::int64_t totalSize(const TRFileList& files);
 
 }  // namespace fillstation
 

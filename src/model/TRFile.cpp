@@ -1,0 +1,156 @@
+#include "TRFile.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "Platform.h"
+#include "Utf8.h"
+
+namespace fillstation {
+namespace {
+
+template <class T>
+TRFile::Value valueOf(std::optional<T> field) {
+  return field ? TRFile::Value(std::move(*field)) : TRFile::Value();
+}
+
+// What is left of an entry's address below the folder's, by length alone.
+Url addressBelow(const Url& folder, const Url& entry) {
+  const auto cut = std::min(folder.absoluteString().size(), entry.absoluteString().size());
+  return Url::withString(entry.absoluteString().substr(cut));
+}
+
+bool goOnAfterWalkError(const std::string& /*path*/) {
+  logText("error not dir!");
+  return true;
+}
+
+}  // namespace
+
+TRFile::TRFile() : name_("Empty"), path_("Empty") {}
+
+bool TRFile::isEqual(const Object& other) const {
+  const auto* const file = dynamic_cast<const TRFile*>(&other);
+  const auto own = path();
+  return file != nullptr && own && own == file->path();
+}
+
+std::size_t TRFile::hash() const { return std::hash<std::optional<std::string>>{}(path()); }
+
+std::shared_ptr<TRFile> TRFile::CreateTRFilesFromURL(const Url& url,
+                                                     const std::optional<std::string>& fileType) {
+  const Url top = Url::withString("/");
+  if (!isDir(url.path())) {
+    return CreateTRFile(url, top, fileType);
+  }
+  const Url folder = Url::fromPath(url.path(), true);
+  const auto root = makeNode(folder, top, Number());
+  root->setIsDir(true);
+  root->setFiles(root->AddDir(folder, fileType));
+  root->setSize(Number(totalSize(*root->files())));
+  return root;
+}
+
+std::shared_ptr<TRFile> TRFile::CreateTRFile(const Url& url, const Url& relativeUrl,
+                                             const std::optional<std::string>& fileType) {
+  if (!matchesFileType(url.path(), fileType)) {
+    return nullptr;
+  }
+  const auto size = platform().fileManager->fileSize(url.path());
+  return size ? makeNode(url, relativeUrl, Number(*size)) : nullptr;
+}
+
+bool TRFile::isDir(const std::string& path) {
+  bool isDirectory = false;
+  platform().fileManager->fileExists(path, &isDirectory);
+  if (isDirectory) {
+    logText("Is directory");
+  }
+  return isDirectory;
+}
+
+std::shared_ptr<TRFileList> TRFile::AddDir(const Url& url,
+                                           const std::optional<std::string>& fileType) {
+  auto files = std::make_shared<TRFileList>();
+  if (!isDir(url.path())) {
+    return files;
+  }
+  const auto walk = platform().fileManager->walk(url.path(), goOnAfterWalkError);
+  while (const auto entry = walk->next()) {
+    if (!entry->isDirectory) {
+      continue;
+    }
+    const Url entryUrl = Url::fromPath(entry->path, *entry->isDirectory);
+    const Url relativeUrl = addressBelow(url, entryUrl);
+    logText("%@", entryUrl);
+    if (*entry->isDirectory) {
+      files->push_back(CreateTRFileAsFolder(entryUrl, relativeUrl));
+    } else if (entry->size && matchesFileType(entry->path, fileType)) {
+      files->push_back(makeNode(entryUrl, relativeUrl, Number(*entry->size)));
+    }
+  }
+  return files;
+}
+
+std::shared_ptr<TRFile> TRFile::CreateTRFileAsFolder(const Url& url, const Url& relativeUrl) {
+  auto node = makeNode(url, relativeUrl, Number(0));
+  node->setIsDir(true);
+  return node;
+}
+
+void TRFile::setUrl(const Url& url, bool /*isDirectory*/) { url_.set(url); }
+
+TRFile::Value TRFile::valueForKey(const std::string& key) const {
+  if (key == "isDir") {
+    return isDir();
+  }
+  if (key == "name") {
+    return valueOf(name());
+  }
+  if (key == "path") {
+    return valueOf(path());
+  }
+  if (key == "size") {
+    return size() ? Value(size()) : Value();
+  }
+  if (key == "files") {
+    return files() ? Value(files()) : Value();
+  }
+  if (key == "url") {
+    return valueOf(url());
+  }
+  if (key == "destRelativeUrl") {
+    return valueOf(destRelativeUrl());
+  }
+  throw std::out_of_range("no field of a file node is called " + key);
+}
+
+std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size) {
+  auto node = std::make_shared<TRFile>();
+  // Copies, whose memory fits exactly: a set holds many nodes.
+  const std::string path = url.path();
+  const std::string name = lastPathComponent(path);
+  node->setPath(path);
+  node->setName(name);
+  node->setSize(std::move(size));
+  node->setUrl(url, false);
+  node->setDestRelativeUrl(relativeUrl);
+  return node;
+}
+
+std::string textOf(const TRFile& file) { return textOf(file.path()); }
+
+bool matchesFileType(const std::string& path, const std::optional<std::string>& fileType) {
+  return !fileType || equalIgnoringCase(*fileType, pathExtension(path));
+}
+
+std::int64_t totalSize(const TRFileList& files) {
+  // Unsigned, so that sums beyond the range wrap.
+  std::uint64_t total = 0;
+  for (const auto& file : files) {
+    total += static_cast<std::uint64_t>(file->size().value());
+  }
+  return static_cast<std::int64_t>(total);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,88 @@
+#include "TRPlayer.h"
+
+#include "Platform.h"
+#include "UsbUtil.h"
+
+namespace fillstation {
+namespace {
+
+// Made anew for each request: the name may stand for another disk by now.
+std::shared_ptr<Disk> diskOf(const TRPlayer& player) {
+  const auto diskName = player.diskName();
+  return diskName ? session->diskFromName(*diskName) : nullptr;
+}
+
+}  // namespace
+
+TRPlayer::TRPlayer() : name_("Empty"), path_("Empty"), selected_(Number(0)) {}
+
+bool TRPlayer::isEqual(const Object& other) const {
+  const auto* const player = dynamic_cast<const TRPlayer*>(&other);
+  const auto own = diskName();
+  return player != nullptr && own && own == player->diskName();
+}
+
+std::size_t TRPlayer::hash() const { return std::hash<std::optional<std::string>>{}(diskName()); }
+
+bool TRPlayer::refresVolumeInfo() {
+  const auto disk = diskName();
+  std::optional<std::string> volumeName;
+  std::optional<std::string> volumePath;
+  getDiskVolumeFromDriveName(disk ? disk->c_str() : nullptr, volumeName, volumePath);
+  setName(volumeName);
+  setPath(volumePath);
+  return volumeName && volumePath;
+}
+
+void TRPlayer::mount() {
+  session->mount(diskOf(*this), identity(),
+                 [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
+                   mountCallback(disk, dissenter, self);
+                 });
+}
+
+void TRPlayer::unmount() {
+  session->unmount(diskOf(*this), identity(),
+                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
+                     unmountCallback(disk, dissenter, self);
+                   });
+}
+
+void TRPlayer::eject() {
+  session->unmount(diskOf(*this), identity(),
+                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
+                     unmountEjectCallback(disk, dissenter, self);
+                   });
+}
+
+void TRPlayer::OnDeviceMounted() {
+  setMounted(true);
+  logText("\nDevice %@ mounted\n", diskName());
+}
+
+void TRPlayer::OnDeviceUnMounted() {
+  setMounted(false);
+  logText("\nDevice %@ unmounted\n", diskName());
+}
+
+DiskIdentity TRPlayer::identity() const {
+  return {diskName().value_or(""), static_cast<std::uint32_t>(IONumber())};
+}
+
+void mountCallback(const std::shared_ptr<Disk>& /*disk*/, const Dissenter* /*dissenter*/,
+                   const std::shared_ptr<TRPlayer>& context) {
+  context->OnDeviceMounted();
+}
+
+void unmountCallback(const std::shared_ptr<Disk>& /*disk*/, const Dissenter* /*dissenter*/,
+                     const std::shared_ptr<TRPlayer>& context) {
+  context->OnDeviceUnMounted();
+}
+
+void unmountEjectCallback(const std::shared_ptr<Disk>& disk, const Dissenter* /*dissenter*/,
+                          const std::shared_ptr<TRPlayer>& context) {
+  session->eject(disk, context->identity(), {});
+  logText("\nDevice Ejected\n");
+}
+
+}  // namespace fillstation
