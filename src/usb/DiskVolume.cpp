@@ -21,21 +21,6 @@ const Value* pointerTo(const std::optional<Value>& value) {
   return value ? &*value : nullptr;
 }
 
-// The address inside an address value's description: behind the first "= " after the first "{", up
-// to the next comma. Empty when the description has another shape.
-std::string_view addressIn(std::string_view description) {
-  for (const char mark : {'{', '='}) {
-    const auto at = description.find(mark);
-    if (at == std::string_view::npos) {
-      return {};
-    }
-    description.remove_prefix(at + 1);
-  }
-  const auto comma = description.find(',');
-  return comma == std::string_view::npos || comma == 0 ? std::string_view()
-                                                       : description.substr(1, comma - 1);
-}
-
 void readName(const DiskDescription& description, OwnedCString& volumeName) {
   const char* const name = cfTypeToCString(pointerTo(description.volumeName));
   if (name != nullptr && *name != '\0') {

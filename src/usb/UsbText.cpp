@@ -20,6 +20,14 @@ void convertToCString(std::string_view text, char* buffer) {
   }
 }
 
+std::string_view addressIn(std::string_view description) {
+  constexpr auto kNowhere = std::string_view::npos;
+  const auto equals = description.find('=', description.find('{'));
+  const auto comma = equals == kNowhere ? kNowhere : description.find(',', equals + 2);
+  return comma == kNowhere ? std::string_view()
+                           : description.substr(equals + 2, comma - equals - 2);
+}
+
 const char* cfStringRefToCString(const std::string* s) {
   thread_local TextBuffer buffer;
   if (s == nullptr) {

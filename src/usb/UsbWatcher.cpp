@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -61,17 +62,13 @@ Walk waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskNa
 
 // Exact but for full-width forms, which some firmware writes.
 bool isPlayerVendor(const std::optional<PlatformValue>& vendor) {
+  constexpr char32_t kToFullWidth = U'\uFF21' - U'A';
   const std::string* const text = vendor ? vendor->asText() : nullptr;
-  auto points = text != nullptr ? decodeUtf8(*text) : std::nullopt;
-  if (!points) {
-    return false;
-  }
-  for (char32_t& point : *points) {
-    if (point >= U'\uFF01' && point <= U'\uFF5E') {
-      point -= U'\uFF01' - U'!';
-    }
-  }
-  return *points == kPlayerVendor;
+  const auto points = text != nullptr ? decodeUtf8(*text) : std::nullopt;
+  return points && std::equal(points->begin(), points->end(), kPlayerVendor.begin(),
+                              kPlayerVendor.end(), [](char32_t point, char32_t letter) {
+                                return point == letter || point == letter + kToFullWidth;
+                              });
 }
 
 std::optional<DiskDescription> firstDescription(Disk& disk) {
