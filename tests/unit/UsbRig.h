@@ -47,6 +47,15 @@ struct UsbRig {
                            record->size});
   }
 
+  // Takes back an earlier test's receiver. Not while a platform is installed.
+  static void keepNothing() {
+    const StdCapture quiet(stdout);
+    TestPlatform apart;
+    TestUsbBus empty(apart.mainThread);
+    platform().usbBus = &empty;
+    registerForUSBNotifications(nullptr, nullptr);
+  }
+
   int registerReceiver() { return registerForUSBNotifications(this, &UsbRig::keep); }
 
   TestPlatform ports;
