@@ -2,8 +2,51 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace fillstation::test {
 namespace {
+
+// Counts its reloads and keeps the total that each of them found.
+class CountingTable : public TableView {
+ public:
+  explicit CountingTable(const TRSongsTVC& list) : list_(list) {}
+  void reloadData() override { totals.push_back(list_.totalFileSize().value()); }
+  std::vector<std::int64_t> totals;
+
+ private:
+  const TRSongsTVC& list_;
+};
+
+std::shared_ptr<TRFile> root(const std::string& name, Number size) {
+  auto file = std::make_shared<TRFile>();
+  file->setName(name);
+  file->setSize(std::move(size));
+  return file;
+}
+
+class TRSongsTVCTest : public testing::Test {
+ protected:
+  TRSongsTVCTest() {
+    list.setTblView(table);
+    for (const auto& [name, size] :
+         {std::pair("a", 1), std::pair("b", 20), std::pair("c", 300), std::pair("d", 4000)}) {
+      list.addTRFile(root(name, Number(size)));
+    }
+    table->totals.clear();
+  }
+
+  std::string names() const {
+    std::string all;
+    for (const auto& file : *list.list()) {
+      all += file->name().value_or("?");
+    }
+    return all;
+  }
+
+  TRSongsTVC list;
+  std::shared_ptr<CountingTable> table = std::make_shared<CountingTable>(list);
+};
 
 TEST(TRSongsTVC, NewListHasNoRowsAndATotalOfZero) {
   const TRSongsTVC list;
@@ -11,6 +54,119 @@ TEST(TRSongsTVC, NewListHasNoRowsAndATotalOfZero) {
   ASSERT_TRUE(list.totalFileSize());
   EXPECT_EQ(list.totalFileSize().value(), 0);
   EXPECT_EQ(list.tblView(), nullptr);
+}
+
+TEST(TRSongsTVC, WorksWithoutATable) {
+  TRSongsTVC list;
+  list.addTRFile(root("a", Number(5)));
+  EXPECT_EQ(list.totalFileSize().value(), 5);
+}
+
+TEST(TRSongsTVC, SameRootAddedTwiceIsListedAndCountedTwice) {
+  TRSongsTVC list;
+  const auto file = root("a", Number(5));
+  list.addTRFile(file);
+  list.addTRFile(file);
+  EXPECT_EQ(list.numberOfRowsInTableView(nullptr), 2U);
+  EXPECT_EQ(list.totalFileSize().value(), 10);
+}
+
+TEST(TRSongsTVC, RootWithoutASizeCountsZero) {
+  TRSongsTVC list;
+  list.addTRFile(root("a", Number()));
+  list.addTRFile(root("b", Number(7)));
+  EXPECT_EQ(list.totalFileSize().value(), 7);
+}
+
+TEST_F(TRSongsTVCTest, RootsKeepTheOrderInWhichTheyWereAdded) {
+  EXPECT_EQ(names(), "abcd");
+  EXPECT_EQ(list.numberOfRowsInTableView(table.get()), 4U);
+  EXPECT_EQ(list.totalFileSize().value(), 4321);
+}
+
+TEST_F(TRSongsTVCTest, EachChangeReloadsTheTableOnceAfterTheTotalIsKnown) {
+  list.addTRFile(root("e", Number(50000)));
+  list.removeTRFileAt(0);
+  list.removeTRFiles({0, 1});
+  list.removeAllTRFiles();
+  EXPECT_EQ(table->totals, (std::vector<std::int64_t>{54321, 54320, 54000, 0}));
+}
+
+TEST_F(TRSongsTVCTest, RemovingOneIndexRemovesThatRow) {
+  list.removeTRFileAt(2);
+  EXPECT_EQ(names(), "abd");
+  list.removeTRFileAt(2);
+  EXPECT_EQ(names(), "ab");
+}
+
+TEST_F(TRSongsTVCTest, RemovingRows0And2OfFourLeavesRows1And3) {
+  list.removeTRFiles({0, 2});
+  EXPECT_EQ(names(), "bd");
+  EXPECT_EQ(list.totalFileSize().value(), 4020);
+}
+
+TEST_F(TRSongsTVCTest, RemovingEveryIndexEmptiesTheList) {
+  list.removeTRFiles({0, 1, 2, 3});
+  EXPECT_EQ(names(), "");
+}
+
+TEST_F(TRSongsTVCTest, RemovingNoIndexReloadsAllTheSame) {
+  list.removeTRFiles({});
+  EXPECT_EQ(names(), "abcd");
+  EXPECT_EQ(table->totals, std::vector<std::int64_t>{4321});
+}
+
+TEST_F(TRSongsTVCTest, RemovingAllEmptiesTheListObjectWithATotalOfZeroAndReloads) {
+  const auto before = list.list();
+  list.removeAllTRFiles();
+  EXPECT_EQ(list.list(), before);
+  EXPECT_EQ(list.numberOfRowsInTableView(nullptr), 0U);
+  EXPECT_TRUE(list.totalFileSize());
+  EXPECT_EQ(list.totalFileSize().value(), 0);
+  EXPECT_EQ(table->totals, std::vector<std::int64_t>{0});
+}
+
+TEST_F(TRSongsTVCTest, IndexOutOfRangeThrowsAndChangesNothing) {
+  EXPECT_THROW(list.removeTRFileAt(4), std::out_of_range);
+  EXPECT_THROW(list.removeTRFiles({0, 4}), std::out_of_range);
+  EXPECT_THROW(list.removeTRFiles({0, 99}), std::out_of_range);
+  EXPECT_EQ(names(), "abcd");
+  EXPECT_TRUE(table->totals.empty());
+}
+
+TEST_F(TRSongsTVCTest, CellIsTheFieldNamedByTheColumn) {
+  EXPECT_EQ(std::get<std::string>(list.tableView(table.get(), "name", 1)), "b");
+  EXPECT_EQ(std::get<Number>(list.tableView(nullptr, "size", 3)).value(), 4000);
+}
+
+TEST_F(TRSongsTVCTest, CellThatDoesNotExistThrows) {
+  EXPECT_THROW(list.tableView(nullptr, "name", 4), std::out_of_range);
+  EXPECT_THROW(list.tableView(nullptr, "name", -1), std::out_of_range);
+  EXPECT_THROW(list.tableView(nullptr, "title", 0), std::out_of_range);
+}
+
+TEST_F(TRSongsTVCTest, ChangeMadeToTheListItselfCountsFromTheNextRefresh) {
+  list.list()->push_back(root("e", Number(50000)));
+  EXPECT_EQ(list.totalFileSize().value(), 4321);
+  list.refresh();
+  EXPECT_EQ(list.totalFileSize().value(), 54321);
+}
+
+TEST_F(TRSongsTVCTest, TotalIsANewBoxAtEachRefresh) {
+  const Number before = list.totalFileSize();
+  list.refresh();
+  EXPECT_FALSE(list.totalFileSize().isSame(before));
+  EXPECT_EQ(list.totalFileSize().value(), before.value());
+}
+
+TEST_F(TRSongsTVCTest, FieldsHoldWhatTheyWereGiven) {
+  const auto other = std::make_shared<TRFileList>();
+  const Number total(9);
+  list.setList(other);
+  list.setTotalFileSize(total);
+  EXPECT_EQ(list.list(), other);
+  EXPECT_TRUE(list.totalFileSize().isSame(total));
+  EXPECT_EQ(list.tblView(), table);
 }
 
 }  // namespace
