@@ -124,6 +124,7 @@ TEST(AddressIn, IsWhatFollowsTheEqualsSignUpToTheComma) {
 
 TEST(AddressIn, EmptyAddressStaysEmpty) {
   EXPECT_EQ(addressIn(PlatformValue::url("").description()), "");
+  EXPECT_EQ(addressIn("{= ,p,"), "");
 }
 
 TEST(AddressIn, FirstCharacterBehindTheEqualsSignIsAlwaysSkipped) {
