@@ -381,5 +381,16 @@ TEST_F(UsbWatcher, ProgramThatEndsDuringTheVolumeLookupStopsTheWalkUndelivered) 
   EXPECT_TRUE(rig.records.empty());
 }
 
+TEST_F(UsbWatcher, ProgramThatEndsWhileTheDescriptionIsGoneStopsTheWalkUndelivered) {
+  rig.disk->describe = [](std::size_t look) {
+    return look == 1 ? std::optional(describedAs("SONGS", std::nullopt)) : std::nullopt;
+  };
+  rig.ports.clock.end();
+  notify({device, device}, true);
+  EXPECT_EQ(printed, "start event\nend event");
+  EXPECT_EQ(rig.ports.clock.sleeps(), std::vector<std::int64_t>{1'000'000});
+  EXPECT_TRUE(rig.records.empty());
+}
+
 }  // namespace
 }  // namespace fillstation::test
