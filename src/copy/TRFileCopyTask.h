@@ -6,6 +6,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Atomic.h"
@@ -18,9 +20,11 @@ namespace fillstation {
 class TRFileCopyTaskCollection;
 
 // The job of one player in a run: format it, then copy the whole file set onto its fresh volume.
-// Made on the main thread, run once by copyTask() on a worker thread, afterwards only read. The
-// collection owns its tasks, and whoever holds a task keeps its collection alive too. Every
-// property may be read and set on any thread.
+// Made on the main thread, always held by std::shared_ptr, run once by copyTask() on a worker
+// thread, afterwards only read. A task made alone holds its collection; one that is listed in its
+// collection is held by it instead, and is to be kept as the pointer that tasks() hands out, which
+// keeps both alive. Every property may be read and set on any thread. Once the program is ending a
+// task begins no further command, directory or file, and ends with an error.
 class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
  public:
   // Same as the other constructor with all arguments missing.
@@ -71,20 +75,59 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   // Percent, 0 to 100, truncated.
   std::int64_t currentProgress() const { return currentProgress_; }
   void setCurrentProgress(std::int64_t value) { currentProgress_ = value; }
-  // Kept state that nothing reads.
+  // Kept state that nothing here reads.
   std::shared_ptr<void> authRef() const { return authRef_.get(); }
   void setAuthRef(std::shared_ptr<void> value) { authRef_.set(std::move(value)); }
   // The collection that made the task, null for a task made without one.
-  std::shared_ptr<TRFileCopyTaskCollection> taskGroup() const;
+  std::shared_ptr<TRFileCopyTaskCollection> taskGroup() const {
+    return taskGroup_.get().seen.lock();
+  }
   void setTaskGroup(const std::shared_ptr<TRFileCopyTaskCollection>& value);
 
-  // The platform's file manager, assigned at each creation of a task; and the lock that was passed,
-  // which nothing reads.
+  // The platform's file manager, assigned at each creation of a task; and the lock that was passed
+  // to the last one that was made with a player and a list, which nothing reads.
   static FileManager* filemgr();
   static std::shared_ptr<std::mutex> sharedLocker();
 
  private:
-  // To be completed with the implementation.
+  friend class TRFileCopyTaskCollection;
+
+  // How the collection is held: always seen, and kept alive too by a task that it doesn't list.
+  struct Group {
+    std::weak_ptr<TRFileCopyTaskCollection> seen;
+    std::shared_ptr<TRFileCopyTaskCollection> kept;
+  };
+
+  // The player's volume while it is filled; null when it couldn't be opened.
+  struct Destination {
+    std::string mountPath;
+    std::shared_ptr<Volume> volume;
+  };
+
+  // Called by the collection that now lists the task and so owns it.
+  void becomeOwned() { taskGroup_.set({taskGroup_.get().seen, nullptr}); }
+
+  bool takeOffline();
+  bool wipe();
+  bool makeFileSystem();
+  bool bringBack();
+  bool refreshVolumeFacts();
+  bool runOnDisk(const std::string& command, const std::string& firstArgument,
+                 std::string_view diskArgument);
+
+  Destination openDestination() const;
+  void copyRoot(const TRFile& root, const Destination& destination);
+  void copyNode(const TRFile& node, const Destination& destination);
+  void copyFile(const TRFile& file, const Destination& destination);
+
+  Atomic<bool> error_{false};
+  Atomic<std::shared_ptr<TRPlayer>> player_;
+  Atomic<std::shared_ptr<TRFileList>> files_;
+  std::atomic<std::int64_t> totalSize_{0};
+  std::atomic<std::int64_t> currentSize_{0};
+  std::atomic<std::int64_t> currentProgress_{0};
+  Atomic<std::shared_ptr<void>> authRef_;
+  Atomic<Group> taskGroup_;
 };
 
 }  // namespace fillstation

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Atomic.h"
@@ -22,10 +24,12 @@ using TRFileCopyTaskList = std::vector<std::shared_ptr<TRFileCopyTask>>;
 // result reported on the main thread. Made and filled on the main thread, started once, and always
 // held by std::shared_ptr; it lives as long as anybody holds it or one of its tasks. The report
 // targets are the process's, so only one run is in progress at a time: a second start takes over
-// the first one's reports. Every property may be read and set on any thread.
+// the first one's reports. They live until they are replaced or the process ends, and are copied,
+// used and let go on the main thread alone. Every property may be read and set on any thread.
 class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyTaskCollection> {
  public:
-  // One of the two reports: called with the receiver and the context object of the start.
+  // One of the two reports: called with the receiver and the context object of the start. An empty
+  // one isn't called.
   using Report = std::function<void(const std::shared_ptr<void>& receiver,
                                     const std::shared_ptr<void>& context)>;
 
@@ -49,26 +53,43 @@ class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyT
   void startTasks(void* argument);
 
   // Stores the average of the tasks' percentages, truncated, and delivers the progress report,
-  // holding the shared lock until it has returned. Called by the tasks on their threads; never on
-  // the main thread, which would block the report that it waits for.
+  // holding the shared lock until it has returned. Does nothing in a collection without tasks.
+  // Called by the tasks on their threads; never on the main thread, which would block the report
+  // that it waits for.
   void updateProgress();
 
   // Combined percentage, 0 to 100 in a 32-bit number; absent until the first report.
-  Number progress() const;
-  void setProgress(Number value);
+  Number progress() const { return progress_.get(); }
+  void setProgress(Number value) { progress_.set(std::move(value)); }
   // The administrator's name and password, as typed.
-  std::optional<std::string> userName() const;
-  void setUserName(std::optional<std::string> value);
-  std::optional<std::string> userPass() const;
-  void setUserPass(std::optional<std::string> value);
-  // One task per added player, in the order of the calls.
+  std::optional<std::string> userName() const { return userName_.get(); }
+  void setUserName(std::optional<std::string> value) { userName_.set(std::move(value)); }
+  std::optional<std::string> userPass() const { return userPass_.get(); }
+  void setUserPass(std::optional<std::string> value) { userPass_.set(std::move(value)); }
+  // One task per added player, in the order of the calls. Each pointer keeps its task and this
+  // collection alive. A list that is set is copied; the tasks in it must not be null, and those
+  // whose taskGroup() is this collection no longer hold it by themselves.
   TRFileCopyTaskList tasks() const;
   void setTasks(const TRFileCopyTaskList& value);
-  std::shared_ptr<TRFileList> files() const;
-  void setFiles(std::shared_ptr<TRFileList> value);
+  std::shared_ptr<TRFileList> files() const { return files_.get(); }
+  void setFiles(std::shared_ptr<TRFileList> value) { files_.set(std::move(value)); }
+
+  // The lock that lets one progress report pass at a time, over all collections.
+  static std::shared_ptr<std::mutex> sharedLock();
 
  private:
-  // To be completed with the implementation.
+  friend class TRFileCopyTask;
+
+  // True when the task is one of this collection's own.
+  bool lists(const TRFileCopyTask& task) const;
+  void runTask(std::size_t index) const;
+
+  Atomic<Number> progress_;
+  Atomic<std::optional<std::string>> userName_;
+  Atomic<std::optional<std::string>> userPass_;
+  // As owned: none of these pointers holds this collection.
+  Atomic<TRFileCopyTaskList> tasks_;
+  Atomic<std::shared_ptr<TRFileList>> files_;
 };
 
 }  // namespace fillstation

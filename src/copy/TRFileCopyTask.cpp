@@ -1,0 +1,150 @@
+#include "TRFileCopyTask.h"
+
+#include "Platform.h"
+#include "TRFileCopyTaskCollection.h"
+#include "Url.h"
+
+namespace fillstation {
+namespace {
+
+std::atomic<FileManager*> sharedFileManager{nullptr};
+
+Atomic<std::shared_ptr<std::mutex>>& lastLock() {
+  static Atomic<std::shared_ptr<std::mutex>> lock;
+  return lock;
+}
+
+bool ending() { return platform().workers->stopping(); }
+
+// Asks for the text of the address, scheme and escapes included, as if it were a path: kept so, and
+// therefore hardly ever true.
+bool existsAlready(const TRFile& node) {
+  return TRFileCopyTask::filemgr()->fileExists(node.url().value_or(Url()).absoluteString());
+}
+
+// Where the node goes: the volume itself for what has no place below it.
+std::string pathOn(const std::string& mountPath, const TRFile& node) {
+  const std::string below = node.destRelativeUrl().value_or(Url::withString("/")).path();
+  return below == "/" ? mountPath : mountPath + '/' + below;
+}
+
+}  // namespace
+
+TRFileCopyTask::TRFileCopyTask() : TRFileCopyTask(nullptr, nullptr, nullptr, nullptr) {}
+
+TRFileCopyTask::TRFileCopyTask(std::shared_ptr<TRPlayer> player,
+                               const std::shared_ptr<TRFileList>& files,
+                               std::shared_ptr<std::mutex> sharedLock,
+                               const std::shared_ptr<TRFileCopyTaskCollection>& taskGroup) {
+  sharedFileManager = platform().fileManager;
+  if (!player || !files) {
+    return;
+  }
+  player_.set(std::move(player));
+  files_.set(std::make_shared<TRFileList>(*files));
+  taskGroup_.set({taskGroup, taskGroup});
+  for (const auto& root : *files) {
+    totalSize_ += root->size().value();
+  }
+  lastLock().set(std::move(sharedLock));
+}
+
+FileManager* TRFileCopyTask::filemgr() { return sharedFileManager; }
+
+std::shared_ptr<std::mutex> TRFileCopyTask::sharedLocker() { return lastLock().get(); }
+
+void TRFileCopyTask::setTaskGroup(const std::shared_ptr<TRFileCopyTaskCollection>& value) {
+  const bool owned = value && value->lists(*this);
+  taskGroup_.set({value, owned ? nullptr : value});
+}
+
+void TRFileCopyTask::copyTask() {
+  logText("Beginning format operation.\n");
+  if (!format()) {
+    setError(true);
+    updateProgressWith(totalSize());
+    return;
+  }
+  logText("Beginning copyTask operation.\n");
+  const Destination destination = openDestination();
+  if (const auto roots = files()) {
+    for (const auto& root : *roots) {
+      copyRoot(*root, destination);
+    }
+  }
+  if (ending()) {
+    setError(true);
+    return;
+  }
+  if (destination.volume && !destination.volume->flush()) {
+    setError(true);
+  }
+  logText("copy Done!!!\n");
+}
+
+TRFileCopyTask::Destination TRFileCopyTask::openDestination() const {
+  const auto owner = player();
+  const auto text = owner->path();
+  if (!text) {
+    return {};
+  }
+  const std::string mountPath = Url::withString(*text).path();
+  return {mountPath, filemgr()->openVolume(mountPath, owner->identity())};
+}
+
+void TRFileCopyTask::copyRoot(const TRFile& root, const Destination& destination) {
+  if (root.isDir()) {
+    if (const auto nodes = root.files()) {
+      for (const auto& node : *nodes) {
+        copyNode(*node, destination);
+      }
+    }
+    return;
+  }
+  if (ending()) {
+    return;
+  }
+  if (!existsAlready(root)) {
+    logText("Copy %@\n", root);
+    copyFile(root, destination);
+  }
+  updateProgressWith(root.size().value());
+}
+
+void TRFileCopyTask::copyNode(const TRFile& node, const Destination& destination) {
+  if (ending()) {
+    return;
+  }
+  logText("Copy %@\n", node);
+  if (!existsAlready(node)) {
+    if (!node.isDir()) {
+      copyFile(node, destination);
+    } else if (!destination.volume ||
+               !destination.volume->createDirectory(pathOn(destination.mountPath, node))) {
+      setError(true);
+    }
+  }
+  updateProgressWith(node.size().value());
+}
+
+void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination) {
+  const std::string source = file.url().value_or(Url()).path();
+  if (destination.volume &&
+      destination.volume->copyItem(source, pathOn(destination.mountPath, file))) {
+    logText("Copy successful");
+  } else {
+    setError(true);
+    logText("Copy failed");
+  }
+}
+
+void TRFileCopyTask::updateProgressWith(std::int64_t bytes) {
+  currentSize_ += bytes;
+  const std::int64_t total = totalSize_;
+  currentProgress_ = total == 0 ? 100 : currentSize_ * 100 / total;
+  if (const auto group = taskGroup()) {
+    group->updateProgress();
+  }
+}
+
+}  // namespace fillstation

@@ -1,0 +1,136 @@
+#include "TRFileCopyTaskCollection.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <thread>
+
+#include "Platform.h"
+#include "TRFileCopyTask.h"
+
+namespace fillstation {
+namespace {
+
+// Whom the reports go to.
+struct ReportTargets {
+  std::shared_ptr<void> callbackObject;
+  TRFileCopyTaskCollection::Report callbackFunc;
+  TRFileCopyTaskCollection::Report updateCallbackFunc;
+  std::shared_ptr<void> callBackContext;
+};
+
+[[maybe_unused]] const std::shared_ptr<void> theMainOp;
+
+// Never destroyed: they may hold objects of the window, which must not be reached at exit.
+Atomic<ReportTargets>& reportTargets() {
+  static auto& targets = *new Atomic<ReportTargets>;
+  return targets;
+}
+
+// Runs one of the two reports on the main thread and waits for it. The targets are copied there and
+// not before, so that the last copy of a window's object is never let go on another thread.
+void deliver(TRFileCopyTaskCollection::Report ReportTargets::*which) {
+  platform().mainThread->runAndWait([which] {
+    const ReportTargets targets = reportTargets().get();
+    if (targets.*which) {
+      (targets.*which)(targets.callbackObject, targets.callBackContext);
+    }
+  });
+}
+
+// What a task's pointer holds when it is handed out.
+struct Held {
+  std::shared_ptr<const TRFileCopyTaskCollection> collection;
+  std::shared_ptr<TRFileCopyTask> task;
+};
+
+}  // namespace
+
+TRFileCopyTaskCollection::TRFileCopyTaskCollection(std::shared_ptr<TRFileList> files,
+                                                   std::string userName, std::string userPass)
+    : userName_(std::move(userName)), userPass_(std::move(userPass)), files_(std::move(files)) {}
+
+std::shared_ptr<std::mutex> TRFileCopyTaskCollection::sharedLock() {
+  static const auto lock = std::make_shared<std::mutex>();
+  return lock;
+}
+
+void TRFileCopyTaskCollection::addPlayer(const std::shared_ptr<TRPlayer>& player) {
+  TRFileCopyTaskList all = tasks_.get();
+  all.push_back(
+      std::make_shared<TRFileCopyTask>(player, files(), sharedLock(), shared_from_this()));
+  setTasks(all);
+}
+
+TRFileCopyTaskList TRFileCopyTaskCollection::tasks() const {
+  TRFileCopyTaskList handedOut;
+  for (const auto& task : tasks_.get()) {
+    const auto held = std::make_shared<Held>(Held{shared_from_this(), task});
+    handedOut.emplace_back(held, task.get());
+  }
+  return handedOut;
+}
+
+void TRFileCopyTaskCollection::setTasks(const TRFileCopyTaskList& value) {
+  TRFileCopyTaskList owned;
+  for (const auto& task : value) {
+    const auto group = task->taskGroup();
+    if (group && group.get() != this) {
+      owned.push_back(task);
+    } else {
+      // The pointer may be one that was handed out here: the task itself is what is kept.
+      owned.push_back(task->shared_from_this());
+      task->becomeOwned();
+    }
+  }
+  tasks_.set(std::move(owned));
+}
+
+bool TRFileCopyTaskCollection::lists(const TRFileCopyTask& task) const {
+  const TRFileCopyTaskList all = tasks_.get();
+  return std::any_of(all.begin(), all.end(),
+                     [&task](const auto& listed) { return listed.get() == &task; });
+}
+
+void TRFileCopyTaskCollection::startAsyncCopyWithCallBack(std::shared_ptr<void> receiver,
+                                                          Report callBack, Report progressCallBack,
+                                                          std::shared_ptr<void> object) {
+  reportTargets().set(
+      {std::move(receiver), std::move(callBack), std::move(progressCallBack), std::move(object)});
+  platform().workers->spawn([self = shared_from_this()] { self->startTasks(nullptr); });
+}
+
+void TRFileCopyTaskCollection::startTasks(void* /*argument*/) {
+  std::vector<std::thread> queue;
+  const std::size_t count = tasks().size();
+  for (std::size_t index = 0; index < count; ++index) {
+    queue.emplace_back([this, index] { runTask(index); });
+  }
+  for (auto& operation : queue) {
+    operation.join();
+  }
+  deliver(&ReportTargets::callbackFunc);
+}
+
+void TRFileCopyTaskCollection::runTask(std::size_t index) const {
+  logText("Beginning operation.\n");
+  tasks().at(index)->copyTask();
+  logText("done\n");
+}
+
+void TRFileCopyTaskCollection::updateProgress() {
+  const std::scoped_lock oneReport(*sharedLock());
+  const TRFileCopyTaskList all = tasks();
+  if (all.empty()) {
+    return;
+  }
+  std::uint32_t sum = 0;
+  for (const auto& task : all) {
+    sum += static_cast<std::uint32_t>(task->currentProgress());
+  }
+  // The sum is a signed 32-bit number, the division an unsigned one of the machine's full width.
+  const auto average = static_cast<std::size_t>(static_cast<std::int32_t>(sum)) / all.size();
+  setProgress(Number(static_cast<std::int32_t>(average)));
+  deliver(&ReportTargets::updateCallbackFunc);
+}
+
+}  // namespace fillstation

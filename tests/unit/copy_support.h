@@ -1,0 +1,270 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "TRFileCopyTask.h"
+#include "TRFileCopyTaskCollection.h"
+#include "TestPlatform.h"
+#include "TestVolumes.h"
+#include "UsbUtil.h"
+
+namespace fillstation::test {
+
+using Lines = std::vector<std::string>;
+
+template <class... Text>
+Lines lines(const Text&... text) {
+  return Lines{text...};
+}
+
+inline Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// Everything that a run does to the outside, in one order.
+class Trace {
+ public:
+  void add(std::string event) {
+    const std::scoped_lock guard(lock_);
+    events_.push_back(std::move(event));
+  }
+  Lines events() const {
+    const std::scoped_lock guard(lock_);
+    return events_;
+  }
+
+ private:
+  mutable std::mutex lock_;
+  Lines events_;
+};
+
+// "log " before each text.
+class TraceLog : public SystemLog {
+ public:
+  explicit TraceLog(Trace& trace) : trace_(trace) {}
+  void write(std::string_view text) override { trace_.add("log " + std::string(text)); }
+
+ private:
+  Trace& trace_;
+};
+
+// The receiver of a run's reports: what it was told, and on which thread.
+struct Reports {
+  std::vector<std::int64_t> progress;  // the context collection's figure at each progress report
+  std::vector<std::shared_ptr<void>> resultContexts;
+  std::vector<std::thread::id> threads;
+  std::function<void()> onProgress;
+  std::function<void()> onResult;
+
+  static void updateProgress(const std::shared_ptr<void>& receiver,
+                             const std::shared_ptr<void>& context) {
+    auto& self = *std::static_pointer_cast<Reports>(receiver);
+    self.threads.push_back(std::this_thread::get_id());
+    self.progress.push_back(
+        std::static_pointer_cast<TRFileCopyTaskCollection>(context)->progress().value());
+    if (self.onProgress) {
+      self.onProgress();
+    }
+  }
+  static void onCopyResult(const std::shared_ptr<void>& receiver,
+                           const std::shared_ptr<void>& context) {
+    auto& self = *std::static_pointer_cast<Reports>(receiver);
+    self.threads.push_back(std::this_thread::get_id());
+    self.resultContexts.push_back(context);
+    if (self.onResult) {
+      self.onResult();
+    }
+  }
+};
+
+inline std::shared_ptr<TRFile> node(const std::string& path, const std::string& relative,
+                                    std::int64_t size, bool isDirectory) {
+  auto made = std::make_shared<TRFile>();
+  made->setPath(path);
+  made->setUrl(Url::fromPath(path, isDirectory), isDirectory);
+  made->setDestRelativeUrl(Url::withString(relative));
+  made->setSize(Number(size));
+  made->setIsDir(isDirectory);
+  return made;
+}
+
+inline std::shared_ptr<TRFile> file(const std::string& path, const std::string& relative,
+                                    std::int64_t size = 1) {
+  return node(path, relative, size, false);
+}
+
+inline std::shared_ptr<TRFile> folder(const std::string& path, const std::string& relative) {
+  return node(path, relative, 0, true);
+}
+
+inline std::shared_ptr<TRFile> fileRoot(const std::string& path, std::int64_t size) {
+  return node(path, "/", size, false);
+}
+
+inline std::shared_ptr<TRFile> folderRoot(const std::string& path, TRFileList nodes) {
+  std::int64_t size = 0;
+  for (const auto& each : nodes) {
+    size += each->size().value();
+  }
+  auto made = node(path, "/", size, true);
+  made->setFiles(std::make_shared<TRFileList>(std::move(nodes)));
+  return made;
+}
+
+inline std::shared_ptr<TRFileList> roots(TRFileList list = {}) {
+  return std::make_shared<TRFileList>(std::move(list));
+}
+
+// A test's platform with players on it. A request to a disk completes during the next pause of
+// `pauses` of them, so that the number of polls is known.
+class CopyTest : public ::testing::Test {
+ protected:
+  CopyTest() {
+    files.onRequest = [this](const std::string& request) { trace.add(request); };
+    platform().fileManager = &files;
+    platform().systemLog = &log;
+    session = platform().createDiskSession();
+    ports.disks.complete = [this](const TestDisks::Request& request, std::function<void()> answer) {
+      trace.add(request.kind + " " + request.expected.node);
+      const std::scoped_lock guard(pendingLock);
+      pending.push_back({pauses, std::move(answer)});
+    };
+    ports.clock.onSleep = [this](std::size_t number) { onSleep(number); };
+    ports.scripts.answer = [this](std::size_t number, const TestScriptRunner::Call& call) {
+      trace.add("run " + call.source);
+      return answerScript ? answerScript(number) : ScriptOutcome{"", {}, {}};
+    };
+  }
+
+  ~CopyTest() override {
+    session.reset();
+    // The process keeps the last run's report targets: leave none that belong to this test.
+    std::make_shared<TRFileCopyTaskCollection>(roots(), "", "")
+        ->startAsyncCopyWithCallBack(nullptr, nullptr, nullptr, nullptr);
+    ports.end();
+    ports.workers.join();
+  }
+
+  void onSleep(std::size_t number) {
+    const std::int64_t duration = ports.clock.sleeps().at(number - 1);
+    trace.add(duration == 1'000'000 ? "pause" : "pause of " + std::to_string(duration));
+    if (atPause) {
+      atPause(number);
+    }
+    if (clockEnded) {
+      return;
+    }
+    const std::scoped_lock guard(pendingLock);
+    for (auto& request : pending) {
+      if (--request.first == 0) {
+        ports.mainThread.post(request.second);
+      }
+    }
+    std::erase_if(pending, [](const auto& request) { return request.first == 0; });
+  }
+
+  void endClock() {
+    clockEnded = true;
+    ports.clock.end();
+  }
+
+  // A mounted player with a disk below it that is at `mountPath` at each look.
+  std::shared_ptr<TRPlayer> addDisk(const std::string& name, const std::string& mountPath,
+                                    std::int32_t handle = 0) {
+    const auto disk = std::make_shared<TestDisk>();
+    disk->describe = [this, mountPath](std::size_t look) -> std::optional<DiskDescription> {
+      trace.add("look");
+      const bool found = look >= foundAtLook;
+      return describedAs(found ? std::optional<std::string>("PLAYER") : std::nullopt,
+                         Url::fromPath(mountPath, true).absoluteString());
+    };
+    ports.disks.byName[name] = disk;
+    auto player = std::make_shared<TRPlayer>();
+    player->setDiskName("/dev/" + name);
+    player->setIONumber(handle);
+    player->setMounted(true);
+    return player;
+  }
+
+  std::shared_ptr<TRFileCopyTaskCollection> collectionFor(
+      const std::shared_ptr<TRFileList>& list,
+      const std::vector<std::shared_ptr<TRPlayer>>& players) {
+    auto made = std::make_shared<TRFileCopyTaskCollection>(list, "admin", "secret");
+    for (const auto& player : players) {
+      made->addPlayer(player);
+    }
+    return made;
+  }
+
+  // Runs the body on a thread of its own, this one being the main thread meanwhile.
+  void runOnWorker(const std::function<void()>& body) {
+    std::atomic<bool> done{false};
+    std::thread worker([&] {
+      body();
+      done = true;
+    });
+    ports.mainThread.runUntil([&] { return done.load(); });
+    worker.join();
+  }
+
+  bool format(TRFileCopyTask& task) {
+    bool result = false;
+    runOnWorker([&] { result = task.format(); });
+    return result;
+  }
+
+  // A whole run, until the result was reported.
+  std::shared_ptr<Reports> run(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
+    auto reports = std::make_shared<Reports>();
+    collection->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress,
+                                           collection);
+    ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+    ports.workers.join();
+    return reports;
+  }
+
+  // The events after the one given.
+  Lines eventsAfter(const std::string& event) const {
+    const Lines all = trace.events();
+    const auto found = std::find(all.begin(), all.end(), event);
+    EXPECT_NE(found, all.end());
+    return found == all.end() ? Lines() : Lines(found + 1, all.end());
+  }
+  Lines copyEvents() const { return eventsAfter("log Beginning copyTask operation.\n"); }
+
+  Lines logTexts() const {
+    Lines texts;
+    for (const auto& event : trace.events()) {
+      if (event.starts_with("log ")) {
+        texts.push_back(event.substr(4));
+      }
+    }
+    return texts;
+  }
+
+  Trace trace;
+  TraceLog log{trace};
+  TestVolumes files;
+  std::size_t pauses = 1;       // the pause after a disk request in which it completes
+  std::size_t foundAtLook = 1;  // the look from which on a volume has its name
+  std::atomic<bool> clockEnded{false};
+  std::function<void(std::size_t)> atPause;
+  std::function<ScriptOutcome(std::size_t)> answerScript;
+  std::mutex pendingLock;
+  std::deque<std::pair<std::size_t, std::function<void()>>> pending;
+  TestPlatform ports;
+};
+
+}  // namespace fillstation::test

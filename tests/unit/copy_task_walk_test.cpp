@@ -1,0 +1,289 @@
+#include "copy_support.h"
+
+// What a task does to a volume.
+
+namespace fillstation::test {
+namespace {
+
+class CopyWalkTest : public CopyTest {
+ protected:
+  // Runs a task of these roots and gives what it does after the formatting.
+  Lines copied(const std::shared_ptr<TRFileList>& list) {
+    const auto collection = collectionFor(list, {player});
+    task = collection->tasks().at(0);
+    reports = run(collection);
+    return copyEvents();
+  }
+
+  std::shared_ptr<TRPlayer> player = addDisk("sdb", "/media/p", 7);
+  std::shared_ptr<TRFileCopyTask> task;
+  std::shared_ptr<Reports> reports;
+};
+
+const Lines kEnd{"flush", "log copy Done!!!\n", "log done\n"};
+constexpr const char* kOpen = "open /media/p of /dev/sdb 7";
+
+TEST_F(CopyWalkTest, FolderRootsContentLandsAtTheTopOfTheVolume) {
+  const Lines events = copied(roots(
+      {folderRoot("/home/a/Audio", {folder("/home/a/Audio/My Album", "My%20Album/"),
+                                    file("/home/a/Audio/My Album/01.mp3", "My%20Album/01.mp3")})}));
+  EXPECT_EQ(events, (Lines{kOpen, "log Copy /home/a/Audio/My Album\n",
+                           "exists? file:///home/a/Audio/My%20Album/", "mkdir /media/p/My Album",
+                           "log Copy /home/a/Audio/My Album/01.mp3\n",
+                           "exists? file:///home/a/Audio/My%20Album/01.mp3",
+                           "copy /home/a/Audio/My Album/01.mp3 -> /media/p/My Album/01.mp3",
+                           "log Copy successful"} +
+                     kEnd));
+  EXPECT_FALSE(task->error());
+}
+
+TEST_F(CopyWalkTest, FileRootIsCopiedOntoTheVolumesOwnPathAndFails) {
+  files.failing = {"copy /home/a/song.mp3 -> /media/p"};
+  const Lines events = copied(roots({fileRoot("/home/a/song.mp3", 5)}));
+  EXPECT_EQ(events, (Lines{kOpen, "exists? file:///home/a/song.mp3", "log Copy /home/a/song.mp3\n",
+                           "copy /home/a/song.mp3 -> /media/p", "log Copy failed"} +
+                     kEnd));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(task->currentSize(), 5);
+  EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
+}
+
+TEST_F(CopyWalkTest, FileRootThatCanBeCopiedSetsNoError) {
+  const Lines events = copied(roots({fileRoot("/home/a/song.mp3", 5)}));
+  EXPECT_EQ(Lines(events.begin() + 3, events.end()),
+            (Lines{"copy /home/a/song.mp3 -> /media/p", "log Copy successful"} + kEnd));
+  EXPECT_FALSE(task->error());
+}
+
+TEST_F(CopyWalkTest, SubfolderAndThreeFilesReport0And0And0And100) {
+  copied(roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a", 1),
+                                  file("/s/d/b", "d/b", 1), file("/s/d/c", "d/c", 998)})}));
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 0, 0, 100}));
+  EXPECT_EQ(task->currentSize(), task->totalSize());
+}
+
+TEST_F(CopyWalkTest, FailedFormatSetsTheErrorAndReports100Once) {
+  answerScript = [](std::size_t) { return ScriptOutcome{{}, 1, "failed"}; };
+  const auto collection = collectionFor(
+      roots({folderRoot("/s", {file("/s/a", "a", 40), file("/s/b", "b", 60)})}), {player});
+  task = collection->tasks().at(0);
+  reports = run(collection);
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(task->currentSize(), 100);
+  EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
+  EXPECT_EQ(eventsAfter("log dd operation failed.\n"), Lines{"log done\n"});
+}
+
+TEST_F(CopyWalkTest, FailedCopyOfOneFileDoesNotStopTheOthers) {
+  files.failing = {"copy /s/b -> /media/p/b"};
+  const Lines events = copied(roots(
+      {folderRoot("/s", {file("/s/a", "a", 1), file("/s/b", "b", 1), file("/s/c", "c", 2)})}));
+  EXPECT_EQ(events,
+            (Lines{kOpen, "log Copy /s/a\n", "exists? file:///s/a", "copy /s/a -> /media/p/a",
+                   "log Copy successful", "log Copy /s/b\n", "exists? file:///s/b",
+                   "copy /s/b -> /media/p/b", "log Copy failed", "log Copy /s/c\n",
+                   "exists? file:///s/c", "copy /s/c -> /media/p/c", "log Copy successful"} +
+             kEnd));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{25, 50, 100}));
+}
+
+TEST_F(CopyWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotLogged) {
+  files.failing = {"mkdir /media/p/d"};
+  const Lines events =
+      copied(roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a")})}));
+  EXPECT_EQ(events, (Lines{kOpen, "log Copy /s/d\n", "exists? file:///s/d/", "mkdir /media/p/d",
+                           "log Copy /s/d/a\n", "exists? file:///s/d/a",
+                           "copy /s/d/a -> /media/p/d/a", "log Copy successful"} +
+                     kEnd));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
+}
+
+TEST_F(CopyWalkTest, FileNamedWithABlankLandsUnderItsDecodedName) {
+  const Lines events = copied(roots({folderRoot("/s", {file("/s/a b.mp3", "a%20b.mp3")})}));
+  EXPECT_EQ(events.at(3), "copy /s/a b.mp3 -> /media/p/a b.mp3");
+}
+
+TEST_F(CopyWalkTest, EscapesAreDecodedOnce) {
+  const Lines events = copied(roots(
+      {folderRoot("/s", {file("/s/100%25.mp3", "100%2525.mp3"), folder("/s/%41", "%2541/")})}));
+  EXPECT_EQ(events.at(3), "copy /s/100%25.mp3 -> /media/p/100%25.mp3");
+  EXPECT_EQ(events.at(7), "mkdir /media/p/%41");
+}
+
+TEST_F(CopyWalkTest, NameThatIsNotUtf8KeepsItsBytes) {
+  const Lines events = copied(roots({folderRoot("/s", {file("/s/\xFF.mp3", "%FF.mp3")})}));
+  EXPECT_EQ(events.at(3), "copy /s/\xFF.mp3 -> /media/p/\xFF.mp3");
+}
+
+TEST_F(CopyWalkTest, MountPathIsDecodedToo) {
+  player = addDisk("sdc", "/media/MY PLAYER", 3);
+  const Lines events = copied(roots({folderRoot("/s", {file("/s/a", "a")})}));
+  EXPECT_EQ(events.at(0), "open /media/MY PLAYER of /dev/sdc 3");
+  EXPECT_EQ(events.at(3), "copy /s/a -> /media/MY PLAYER/a");
+}
+
+TEST_F(CopyWalkTest, NodeWithoutAPlaceOrASourceFailsLikeAFileRoot) {
+  const auto lost = std::make_shared<TRFile>();
+  lost->setPath("/s/lost");
+  const Lines events = copied(roots({folderRoot("/s", {lost})}));
+  EXPECT_EQ(Lines(events.begin(), events.begin() + 4),
+            (Lines{kOpen, "log Copy /s/lost\n", "exists? ", "copy  -> /media/p"}));
+}
+
+TEST_F(CopyWalkTest, TwoFolderRootsMergeAtTheTopOfTheVolume) {
+  const Lines events =
+      copied(roots({folderRoot("/s", {file("/s/a", "a")}), folderRoot("/t", {file("/t/b", "b")})}));
+  EXPECT_EQ(events.at(3), "copy /s/a -> /media/p/a");
+  EXPECT_EQ(events.at(7), "copy /t/b -> /media/p/b");
+}
+
+TEST_F(CopyWalkTest, EmptyFolderRootLeavesNothingAndReportsNothing) {
+  EXPECT_EQ(copied(roots({folderRoot("/s", {})})), Lines{kOpen} + kEnd);
+  EXPECT_EQ(reports->progress, std::vector<std::int64_t>{});
+  EXPECT_FALSE(task->error());
+}
+
+TEST_F(CopyWalkTest, FolderRootWithoutAListLeavesNothing) {
+  EXPECT_EQ(copied(roots({node("/s", "/", 0, true)})), Lines{kOpen} + kEnd);
+}
+
+TEST_F(CopyWalkTest, NodeWhoseAddressTextExistsAsAPathIsLoggedAndNotCopied) {
+  files.existing = {"file:///s/a%20b", "file:///s/d/"};
+  const Lines events =
+      copied(roots({folderRoot("/s", {file("/s/a b", "a%20b", 3), folder("/s/d", "d/")})}));
+  EXPECT_EQ(events, (Lines{kOpen, "log Copy /s/a b\n", "exists? file:///s/a%20b", "log Copy /s/d\n",
+                           "exists? file:///s/d/"} +
+                     kEnd));
+  EXPECT_FALSE(task->error());
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{100, 100}));
+}
+
+TEST_F(CopyWalkTest, FileRootWhoseAddressTextExistsAsAPathIsNotEvenLogged) {
+  files.existing = {"file:///s/a"};
+  EXPECT_EQ(copied(roots({fileRoot("/s/a", 3)})), (Lines{kOpen, "exists? file:///s/a"} + kEnd));
+  EXPECT_FALSE(task->error());
+  EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
+}
+
+TEST_F(CopyWalkTest, ExistenceOfTheSourceOrTheDestinationPathPlaysNoPart) {
+  files.existing = {"/s/a", "/media/p/a"};
+  EXPECT_EQ(copied(roots({folderRoot("/s", {file("/s/a", "a")})})).at(3),
+            "copy /s/a -> /media/p/a");
+}
+
+TEST_F(CopyWalkTest, VolumeThatCannotBeOpenedFailsEachNodeSingly) {
+  files.refused = {"/media/p"};
+  const Lines events = copied(roots(
+      {folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a", 1)}), fileRoot("/b", 1)}));
+  EXPECT_EQ(events,
+            (Lines{kOpen, "log Copy /s/d\n", "exists? file:///s/d/", "log Copy /s/d/a\n",
+                   "exists? file:///s/d/a", "log Copy failed", "exists? file:///b", "log Copy /b\n",
+                   "log Copy failed", "log copy Done!!!\n", "log done\n"}));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 50, 100}));
+}
+
+TEST_F(CopyWalkTest, FolderAloneOnAVolumeThatCannotBeOpenedIsAnError) {
+  files.refused = {"/media/p"};
+  copied(roots({folderRoot("/s", {folder("/s/d", "d/")})}));
+  EXPECT_TRUE(task->error());
+}
+
+TEST_F(CopyWalkTest, VolumeThatCannotBeOpenedIsNoErrorWithoutANode) {
+  files.refused = {"/media/p"};
+  EXPECT_EQ(copied(roots()), (Lines{kOpen, "log copy Done!!!\n", "log done\n"}));
+  EXPECT_FALSE(task->error());
+}
+
+TEST_F(CopyWalkTest, PlayerThatLosesItsPathIsLikeAVolumeThatCannotBeOpened) {
+  atPause = [this](std::size_t number) {
+    if (number == 5) {  // after the refresh
+      player->setPath(std::nullopt);
+    }
+  };
+  EXPECT_EQ(copied(roots({fileRoot("/b", 1)})),
+            (Lines{"exists? file:///b", "log Copy /b\n", "log Copy failed", "log copy Done!!!\n",
+                   "log done\n"}));
+  EXPECT_TRUE(task->error());
+}
+
+TEST_F(CopyWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
+  files.failing = {"flush"};
+  EXPECT_EQ(copied(roots()), Lines{kOpen} + kEnd);
+  EXPECT_TRUE(task->error());
+}
+
+TEST_F(CopyWalkTest, NodeWithoutASizeCountsAsZero) {
+  const auto unknown = file("/s/a", "a");
+  unknown->setSize(Number());
+  copied(roots({folderRoot("/s", {unknown, file("/s/b", "b", 4)})}));
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
+}
+
+TEST_F(CopyWalkTest, TaskWithoutAListCopiesNothing) {
+  const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {player});
+  collection->tasks().at(0)->setFiles(nullptr);
+  run(collection);
+  EXPECT_EQ(copyEvents(), Lines{kOpen} + kEnd);
+}
+
+TEST_F(CopyWalkTest, TaskWithoutAPlayerEndsWithAnErrorAtAHundredPercent) {
+  const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {nullptr});
+  task = collection->tasks().at(0);
+  run(collection);
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(task->currentProgress(), 100);
+  EXPECT_EQ(trace.events(), (Lines{"log Beginning operation.\n",
+                                   "log Beginning format operation.\n", "log done\n"}));
+}
+
+// Ends the program during the named request to a volume.
+class CopyWalkEndingTest : public CopyWalkTest {
+ protected:
+  void runAndStopAt(const std::string& stopAt, const std::shared_ptr<TRFileList>& list) {
+    files.onRequest = [this, stopAt](const std::string& request) {
+      trace.add(request);
+      if (request == stopAt) {
+        ports.workers.stop();
+      }
+    };
+    copied(list);
+  }
+};
+
+TEST_F(CopyWalkEndingTest, NoFurtherNodeOfAFolderIsBegun) {
+  runAndStopAt("copy /s/a -> /media/p/a",
+               roots({folderRoot("/s", {file("/s/a", "a"), file("/s/b", "b")})}));
+  EXPECT_EQ(copyEvents(), (Lines{kOpen, "log Copy /s/a\n", "exists? file:///s/a",
+                                 "copy /s/a -> /media/p/a", "log Copy successful", "log done\n"}));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(task->currentSize(), 1);
+}
+
+TEST_F(CopyWalkEndingTest, NoFurtherFileRootIsBegun) {
+  runAndStopAt("copy /a -> /media/p", roots({fileRoot("/a", 1), fileRoot("/b", 1)}));
+  EXPECT_EQ(copyEvents(), (Lines{kOpen, "exists? file:///a", "log Copy /a\n", "copy /a -> /media/p",
+                                 "log Copy successful", "log done\n"}));
+  EXPECT_TRUE(task->error());
+}
+
+TEST_F(CopyWalkEndingTest, NothingIsFlushedOrCalledDone) {
+  runAndStopAt("mkdir /media/p/d", roots({folderRoot("/s", {folder("/s/d", "d/")})}));
+  EXPECT_EQ(copyEvents(), (Lines{kOpen, "log Copy /s/d\n", "exists? file:///s/d/",
+                                 "mkdir /media/p/d", "log done\n"}));
+  EXPECT_TRUE(task->error());
+}
+
+TEST_F(CopyWalkEndingTest, FormatThatIsCutShortIsAnError) {
+  ports.workers.stop();
+  const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {player});
+  task = collection->tasks().at(0);
+  run(collection);
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(ports.scripts.calls().size(), 0U);
+}
+
+}  // namespace
+}  // namespace fillstation::test
