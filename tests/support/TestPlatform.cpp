@@ -243,7 +243,10 @@ std::vector<TestScriptRunner::Call> TestScriptRunner::calls() const {
 TestPlatform::TestPlatform() {
   Platform ports;
   ports.createDiskSession = [this] {
-    ++disks.sessionsOpened;
+    {
+      const std::scoped_lock guard(disks.lock);
+      ++disks.sessionsOpened;
+    }
     return std::make_shared<TestDiskSession>(disks, mainThread);
   };
   ports.scriptRunner = &scripts;
