@@ -1,0 +1,217 @@
+"""A scratch copy of the tree with a build of its own, in which mutations are built and tested."""
+
+import json
+import os
+import re
+import shutil
+import time
+from dataclasses import asdict, dataclass, field
+from pathlib import Path
+
+from processes import end_marked, run
+
+NOT_COPIED = {".git", "build", "demo-out"}  # of the root
+CONFIGURE = ["cmake", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -w",
+             "-DFILLSTATION_WERROR=OFF"]
+NO_CACHE = {"CCACHE_DISABLE": "1"}  # no mutant is compiled twice
+WHOLE = ["--gtest_fail_fast", "--gtest_brief=1"]
+SLOWEST = 5  # times what a program took without a mutation, and some seconds more
+
+
+@dataclass
+class Program:
+    """A test program as ctest knows it: one call of the whole, or its cases one by one."""
+
+    path: str  # relative to the build folder, which is its name for ninja
+    environment: dict
+    folder: str  # relative to the build folder
+    calls: list  # lists of arguments
+    seconds: float = 0
+    kills: dict = field(default_factory=dict)  # source file -> how often it caught a mutation
+
+    def adopt(self, measured):
+        self.calls, self.seconds, self.kills = measured.calls, measured.seconds, measured.kills
+
+
+@dataclass
+class Result:
+    point: object
+    outcome: str  # killed, hung, survived or unbuildable
+    by: str = ""
+    seconds: float = 0
+
+    def describe(self):
+        by = f" by {self.by}" if self.by else ""
+        return f"{self.outcome}{by} ({self.seconds:.1f} s): {self.point.describe()}"
+
+    def as_dict(self):
+        return {**asdict(self.point), "outcome": self.outcome, "by": self.by,
+                "seconds": round(self.seconds, 1)}
+
+
+class Workshop:
+    """One worker's tree and build. One thread at a time."""
+
+    def __init__(self, folder):
+        self.tree = folder / "tree"
+        self.build = folder / "build"
+        self.pristine = folder / "pristine"
+        self.temporary = folder / "tmp"
+        self.mark = str(folder)
+        self.programs = []
+
+    # --- preparation
+
+    def prepare(self, root, jobs):
+        """Copies the tree, builds everything and keeps a copy of the build."""
+        copy_changes(root, self.tree, NOT_COPIED)
+        self.temporary.mkdir(parents=True, exist_ok=True)
+        linker = next((name for name in ("mold", "lld") if shutil.which(f"ld.{name}")), "")
+        command = [*CONFIGURE, "-S", str(self.tree), "-B", str(self.build)]
+        if linker:
+            command.append(f"-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld={linker}")
+        for step in (command, ["ninja", "-C", str(self.build), f"-j{jobs}"]):
+            status, output = run(step, self.tree, NO_CACHE, self.mark)
+            if status != 0:
+                raise SystemExit(f"The tree doesn't build without a mutation:\n{output[-5000:]}")
+        self.programs = self._programs()
+
+    def keep(self):
+        """Everything that a mutation changes in the build is brought back from this copy."""
+        shutil.rmtree(self.pristine, ignore_errors=True)
+        shutil.copytree(self.build, self.pristine, symlinks=True)
+
+    def end_processes(self):
+        end_marked(self.mark)
+
+    def _programs(self):
+        status, output = run(["ctest", "--show-only=json-v1"], self.build,
+                             {"QT_QPA_PLATFORM": "offscreen"}, self.mark)
+        if status != 0:
+            raise SystemExit(f"ctest can't list the tests:\n{output[-5000:]}")
+        programs = {}
+        for test in json.loads(output[output.index("{"):])["tests"]:
+            self._add(programs, test)
+        return list(programs.values())
+
+    def _add(self, programs, test):
+        command = test.get("command", [])
+        properties = {entry["name"]: entry["value"] for entry in test.get("properties", [])}
+        if not command or not command[0].startswith(f"{self.build}/"):
+            return  # reads the sources or the build, and runs no code of the tree
+        if properties.get("DISABLED"):
+            return
+        path = os.path.relpath(command[0], self.build)
+        environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
+        folder = properties.get("WORKING_DIRECTORY", str(self.build))
+        program = programs.setdefault(
+            path, Program(path, environment, os.path.relpath(folder, self.build), []))
+        program.calls.append(command[1:])
+
+    def measure(self, program):
+        """Runs the program without a mutation. Cases that need a process each get one each."""
+        started = time.monotonic()
+        is_gtest = all(any(word.startswith("--gtest_filter=") for word in call)
+                       for call in program.calls)
+        cases = program.calls
+        if is_gtest:
+            program.calls = [WHOLE]
+        for attempt in range(2):
+            failed = self._test(program, 600)
+            if not failed:
+                program.seconds = time.monotonic() - started
+                return program
+            if not is_gtest or attempt == 1:
+                break
+            program.calls = cases
+            started = time.monotonic()
+        raise SystemExit(f"Fails without a mutation: {program.path} {failed[1]}")
+
+    # --- one mutation
+
+    def judge(self, point):
+        """Builds and tests one mutation, and leaves tree and build as they were."""
+        started = time.monotonic()
+        source = self.tree / point.path
+        times = source.stat()
+        text = source.read_bytes()
+        try:
+            source.write_text(mutated(text.decode(), point))
+            outcome, by = self._judge(point)
+        finally:
+            source.write_bytes(text)
+            os.utime(source, ns=(times.st_atime_ns, times.st_mtime_ns))
+            self._restore()
+        return Result(point, outcome, by, time.monotonic() - started)
+
+    def _judge(self, point):
+        """Program by program: those that caught a mutation of this file before, then the quick."""
+        for program in sorted(
+                self.programs, key=lambda each: (-each.kills.get(point.path, 0), each.seconds)):
+            status, output = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)
+            if status != 0:
+                return "unbuildable", ""
+            if "no work to do" in output:
+                continue
+            failed = self._test(program, program.seconds * SLOWEST + 10)
+            if failed:
+                program.kills[point.path] = program.kills.get(point.path, 0) + 1
+                return failed[0], f"{Path(program.path).name} {failed[1]}".strip()
+        return "survived", ""
+
+    def _test(self, program, seconds):
+        """("killed" or "hung", by which case), or nothing when every call passes."""
+        environment = {**program.environment, "TMPDIR": str(self.temporary)}
+        deadline = time.monotonic() + seconds
+        for call in program.calls:
+            status, output = run(
+                [str(self.build / program.path), *call], self.build / program.folder, environment,
+                self.mark, deadline - time.monotonic())
+            if status is None:
+                return "hung", ""
+            if status != 0:
+                case = re.search(r"\[  FAILED  \] ([^\s,]+)", output)
+                return "killed", case.group(1) if case else f"exit status {status}"
+        return None
+
+    def _restore(self):
+        for folder, _, names in os.walk(self.build):
+            kept = self.pristine / os.path.relpath(folder, self.build)
+            for name in names:
+                _bring_back(Path(folder) / name, kept / name)
+        for folder, _, names in os.walk(self.pristine):
+            used = self.build / os.path.relpath(folder, self.pristine)
+            for name in names:
+                if not os.path.lexists(used / name):
+                    shutil.copy2(Path(folder) / name, used / name, follow_symlinks=False)
+        shutil.rmtree(self.temporary, ignore_errors=True)
+        self.temporary.mkdir()
+
+
+def _bring_back(used, kept):
+    if not os.path.lexists(kept):
+        used.unlink()
+    elif used.lstat().st_mtime_ns != kept.lstat().st_mtime_ns:
+        used.unlink()
+        shutil.copy2(kept, used, follow_symlinks=False)
+
+
+def mutated(text, point):
+    assert text[point.start : point.end] == point.before, point
+    return text[: point.start] + point.after + text[point.end :]
+
+
+def copy_changes(source, target, left_out=()):
+    """Makes target a copy of the tree, leaving alone what is the same already."""
+    target.mkdir(parents=True, exist_ok=True)
+    present = {entry.name for entry in source.iterdir() if entry.name not in left_out}
+    for entry in target.iterdir():
+        if entry.name not in present:
+            shutil.rmtree(entry) if entry.is_dir() else entry.unlink()
+    for name in present:
+        old, new = source / name, target / name
+        if old.is_dir():
+            copy_changes(old, new)
+        elif not new.exists() or new.read_bytes() != old.read_bytes():
+            shutil.copy2(old, new)
+            os.utime(new)
