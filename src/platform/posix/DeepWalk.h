@@ -1,0 +1,56 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "FileHandle.h"
+#include "FileManager.h"
+
+namespace fillstation {
+
+// A deep walk of a real folder. Each folder is read and sorted when the walk enters it, so that at
+// no time more than one descriptor is open, however deep the tree is; every entry is looked at
+// once. One thread.
+class DeepWalk : public DirectoryWalk {
+ public:
+  DeepWalk(std::string folder, FileManager::WalkErrorHandler onError);
+
+  std::optional<WalkEntry> next() override;
+
+ private:
+  struct Identity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const Identity&) const = default;
+  };
+  struct Child {
+    std::string name;
+    std::optional<bool> isDirectory;
+    std::optional<std::int64_t> size;
+    Identity identity;
+  };
+  // One folder on the way down.
+  struct Level {
+    Identity identity;
+    std::size_t pathLength = 0;   // of path_ with the folder's name and a "/"
+    std::vector<Child> children;  // what is still to come, the next one last
+  };
+
+  // Reads the folder at path_ and makes it the lowest level. False when the walk is to end.
+  bool enter();
+  // Appends what the folder holds; false when that can't be read to its end.
+  static bool readFolder(FileHandle folder, std::vector<Child>& children);
+  static std::optional<Child> lookAt(int folder, const char* name);
+  bool isOnTheWayDown(const Identity& identity) const;
+
+  std::string path_;  // of the entry that was yielded last
+  FileManager::WalkErrorHandler onError_;
+  std::vector<Level> levels_;
+  bool enterNext_ = true;  // what path_ names is a folder to be entered
+};
+
+}  // namespace fillstation
