@@ -24,8 +24,11 @@ class PosixVolume : public Volume {
  public:
   // The directory open on the volume's root, the path it was opened by, and what the back end says
   // of it. A requested stop makes a copy in progress fail.
-  PosixVolume(FileHandle root, std::string mountPath, std::shared_ptr<VolumeMedium> medium,
+  PosixVolume(FileHandle root, const std::string& mountPath, std::shared_ptr<VolumeMedium> medium,
               const StopSource& stop, KernelCalls& calls = KernelCalls::real());
+
+  // The path as volumes are known by; empty for "/", where no player is ever mounted.
+  static std::string withoutEndingSlash(std::string path);
 
   bool createDirectory(const std::string& destination) override;
   bool copyItem(const std::string& source, const std::string& destination) override;
@@ -36,15 +39,15 @@ class PosixVolume : public Volume {
 
   // What follows the mount path, none when the destination is not on this volume.
   std::optional<Components> componentsOf(std::string_view destination) const;
-  bool isOnThisFileSystem(int descriptor) const;
   // The directory of that name below another, no handle when there is none on this file system.
   FileHandle openBelow(int parent, const std::string& name) const;
   // The directory that holds the last component, which must be there.
   FileHandle openParent(const Components& components) const;
   FileHandle createBelow(int parent, const std::string& name, const std::string& relativePath);
-  bool fillFile(int source, const struct stat& status, int target);
+  bool fillFile(int source, const struct stat& status, FileHandle target);
   bool copyContent(int source, int target, std::int64_t size);
-  bool writeChunk(int target, const char* data, std::int64_t count, std::int64_t offset);
+  // Writes the buffer's first bytes.
+  bool writeChunk(int target, std::int64_t count);
 
   FileHandle root_;
   std::string mountPath_;  // without a "/" at the end
@@ -52,6 +55,7 @@ class PosixVolume : public Volume {
   const StopSource& stop_;
   KernelCalls& calls_;
   WriteWindow window_;
+  std::vector<char> buffer_;
 };
 
 }  // namespace fillstation

@@ -16,7 +16,8 @@ class ShellCommand {
   };
   // How the shell ended, and all that was written.
   struct Result {
-    int exitStatus = 0;  // 0 to 255; 0 when a signal ended the shell
+    int exitStatus = 0;  // 0 to 255; 0 when a signal ended the shell, 255 when the
+                         // system doesn't tell
     int signal = 0;      // 0 unless a signal ended the shell
     std::string out;
     std::string err;

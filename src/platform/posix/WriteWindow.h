@@ -23,9 +23,9 @@ class WriteWindow {
   // before can't be brought to the medium.
   bool makeRoom(std::int64_t count);
 
-  // To be called after `count` bytes were written to a file, which follow the file's earlier ones;
+  // To be called after `count` bytes were written to the present file, behind its earlier ones;
   // false when they, or earlier ones, can't be brought to the medium.
-  bool written(int descriptor, std::int64_t offset, std::int64_t count);
+  bool written(int descriptor, std::int64_t count);
 
   // To be called when nothing more is written to the present file.
   void fileEnds();

@@ -28,7 +28,6 @@ class UsbEventQueue {
   void setBusy(bool busy);
 
  private:
-  bool isFree() const { return !handling_ && !busy_ && held_ == 0; }
   void schedule();
   void runNext();
 

@@ -1,0 +1,42 @@
+#include "KernelCalls.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace fillstation {
+
+KernelCalls& KernelCalls::real() {
+  static KernelCalls calls;
+  return calls;
+}
+
+ssize_t KernelCalls::read(int descriptor, void* buffer, std::size_t count) {
+  return ::read(descriptor, buffer, count);
+}
+
+ssize_t KernelCalls::write(int descriptor, const void* buffer, std::size_t count) {
+  return ::write(descriptor, buffer, count);
+}
+
+int KernelCalls::close(int descriptor) { return ::close(descriptor); }
+
+int KernelCalls::setModificationTime(int descriptor, const std::timespec& time) {
+  const std::array<std::timespec, 2> times{std::timespec{0, UTIME_OMIT}, time};
+  return ::futimens(descriptor, times.data());
+}
+
+int KernelCalls::advise(int descriptor, int advice) {
+  return ::posix_fadvise(descriptor, 0, 0, advice);
+}
+
+int KernelCalls::syncFileRange(int descriptor, std::int64_t offset, std::int64_t count,
+                               unsigned int flags) {
+  return ::sync_file_range(descriptor, offset, count, flags);
+}
+
+int KernelCalls::syncVolume(int descriptor) { return ::syncfs(descriptor); }
+
+}  // namespace fillstation

@@ -1,0 +1,45 @@
+#include "LeaveProcess.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+
+namespace fillstation {
+
+namespace {
+
+struct Flush {
+  std::mutex lock;
+  std::condition_variable changed;
+  bool done = false;
+};
+
+// A thread of its own: a stream whose reader has stopped, or that another thread has locked, holds
+// this one and not the process.
+void* flushStreams(void* context) {
+  auto& flush = *static_cast<Flush*>(context);
+  std::fflush(stdout);
+  std::fflush(stderr);
+  const std::scoped_lock guard(flush.lock);
+  flush.done = true;
+  flush.changed.notify_all();
+  return nullptr;
+}
+
+}  // namespace
+
+void leaveProcess(int status) {
+  Flush flush;
+  pthread_t thread{};
+  ::pthread_create(&thread, nullptr, flushStreams, &flush);
+  {
+    std::unique_lock guard(flush.lock);
+    flush.changed.wait_for(guard, kLeaveFlushLimit, [&] { return flush.done; });
+  }
+  ::_exit(status);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,81 @@
+#include "QtMainThread.h"
+
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace fillstation {
+
+// One callable on its way, shared by the thread that waits and the event that runs it. Whoever
+// takes the lock first decides whether it begins.
+struct QtMainThread::HandOver {
+  enum class State { waiting, begun, returned, dropped };
+
+  bool begin(const StopSource& stop) {
+    const std::scoped_lock guard(lock);
+    if (state == State::waiting && !stop.requested()) {
+      state = State::begun;
+    }
+    return state == State::begun;
+  }
+
+  void finish() {
+    const std::scoped_lock guard(lock);
+    state = State::returned;
+    changed.notify_all();
+  }
+
+  void drop() {
+    const std::scoped_lock guard(lock);
+    if (state == State::waiting) {
+      state = State::dropped;
+      changed.notify_all();
+    }
+  }
+
+  bool waitForReturn() {
+    std::unique_lock guard(lock);
+    changed.wait(guard, [this] { return state == State::returned || state == State::dropped; });
+    return state == State::returned;
+  }
+
+  std::mutex lock;
+  std::condition_variable changed;
+  State state = State::waiting;
+};
+
+bool QtMainThread::runAndWait(const std::function<void()>& callable) {
+  if (isHere()) {
+    callable();
+    return true;
+  }
+  const auto handOver = std::make_shared<HandOver>();
+  const std::size_t onStop = stop_.onRequest([handOver] { handOver->drop(); });
+  // The callable itself stays with the caller, who waits for as long as it runs.
+  const auto deliver = [this, handOver, &callable] {
+    if (handOver->begin(stop_)) {
+      callable();
+      handOver->finish();
+    }
+  };
+  QMetaObject::invokeMethod(&receiver_, deliver, Qt::QueuedConnection);
+  const bool returned = handOver->waitForReturn();
+  stop_.removeCallback(onStop);
+  return returned;
+}
+
+void QtMainThread::runPending() { QCoreApplication::processEvents(); }
+
+void QtMainThread::post(std::function<void()> callable) {
+  const auto deliver = [this, callable = std::move(callable)] {
+    if (!stop_.requested()) {
+      callable();
+    }
+  };
+  QMetaObject::invokeMethod(&receiver_, deliver, Qt::QueuedConnection);
+}
+
+}  // namespace fillstation
