@@ -1,10 +1,14 @@
 #include "QtClock.h"
 
 #include <QEventLoop>
-#include <QMetaObject>
 #include <QTimer>
 
 namespace fillstation {
+
+QtClock::QtClock(StopSource& stop)
+    : stop_(stop), onStop_(stop.onRequest([this] { queue_.add([this] { endPauses(); }); })) {}
+
+QtClock::~QtClock() { stop_.removeCallback(onStop_); }
 
 bool QtClock::sleep(std::chrono::microseconds duration) {
   if (std::this_thread::get_id() != main_) {
@@ -16,16 +20,19 @@ bool QtClock::sleep(std::chrono::microseconds duration) {
   return !stop_.requested();
 }
 
+void QtClock::endPauses() {
+  for (QEventLoop* const pause : pauses_) {
+    pause->quit();
+  }
+}
+
 void QtClock::runLoopFor(std::chrono::microseconds duration) {
-  QEventLoop loop;
-  const auto end = [&loop] { loop.quit(); };
-  // Queued, because the stop comes on any thread, and perhaps before the loop runs.
-  const std::size_t onStop = stop_.onRequest(
-      [&loop, end] { QMetaObject::invokeMethod(&loop, end, Qt::QueuedConnection); });
+  QEventLoop pause;
+  pauses_.push_back(&pause);
   QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,
-                     &loop, end);
-  loop.exec();
-  stop_.removeCallback(onStop);
+                     &pause, &QEventLoop::quit);
+  pause.exec();
+  pauses_.pop_back();
 }
 
 }  // namespace fillstation

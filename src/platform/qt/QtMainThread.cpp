@@ -1,7 +1,6 @@
 #include "QtMainThread.h"
 
 #include <QCoreApplication>
-#include <QMetaObject>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -55,13 +54,12 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
   const auto handOver = std::make_shared<HandOver>();
   const std::size_t onStop = stop_.onRequest([handOver] { handOver->drop(); });
   // The callable itself stays with the caller, who waits for as long as it runs.
-  const auto deliver = [this, handOver, &callable] {
+  queue_.add([this, handOver, &callable] {
     if (handOver->begin(stop_)) {
       callable();
       handOver->finish();
     }
-  };
-  QMetaObject::invokeMethod(&receiver_, deliver, Qt::QueuedConnection);
+  });
   const bool returned = handOver->waitForReturn();
   stop_.removeCallback(onStop);
   return returned;
@@ -70,12 +68,11 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
 void QtMainThread::runPending() { QCoreApplication::processEvents(); }
 
 void QtMainThread::post(std::function<void()> callable) {
-  const auto deliver = [this, callable = std::move(callable)] {
+  queue_.add([this, callable = std::move(callable)] {
     if (!stop_.requested()) {
       callable();
     }
-  };
-  QMetaObject::invokeMethod(&receiver_, deliver, Qt::QueuedConnection);
+  });
 }
 
 }  // namespace fillstation

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QObject>
 #include <functional>
 #include <thread>
 
+#include "MainLoopQueue.h"
 #include "MainThread.h"
 #include "StopSource.h"
 
@@ -33,7 +33,7 @@ class QtMainThread : public MainThread {
 
   const std::thread::id main_ = std::this_thread::get_id();
   StopSource& stop_;
-  QObject receiver_;
+  MainLoopQueue queue_;
 };
 
 }  // namespace fillstation
