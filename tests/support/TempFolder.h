@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -45,7 +46,9 @@ class TempFolder {
 // The file's bytes, empty when it can't be read.
 inline std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
 }
 
 }  // namespace fillstation::test

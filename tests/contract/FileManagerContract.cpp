@@ -1,0 +1,261 @@
+#include "FileManagerContract.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "DeepTempFolder.h"
+#include "Unprivileged.h"
+
+namespace fillstation::test {
+
+using Names = std::vector<std::string>;
+
+std::vector<std::string> FileManagerContract::walked(const std::string& folder) {
+  const auto walk = files().walk(folder, [this](const std::string& path) {
+    errors_.push_back(path);
+    return goOn_;
+  });
+  Names names;
+  while (const auto entry = walk->next()) {
+    const std::string start = folder.ends_with('/') ? folder : folder + "/";
+    EXPECT_TRUE(entry->path.starts_with(start)) << entry->path;
+    std::string name = entry->path.substr(start.size());
+    if (!entry->isDirectory) {
+      name += entry->size ? " without kind" : " unknown";
+    } else if (*entry->isDirectory) {
+      name += "/";
+    }
+    names.push_back(name);
+  }
+  EXPECT_FALSE(walk->next());
+  return names;
+}
+
+TEST_P(FileManagerContract, ToldWhatExists) {
+  const std::string file = folder_.write("a/file", "abc");
+  bool isDirectory = true;
+  EXPECT_TRUE(files().fileExists(file, &isDirectory));
+  EXPECT_FALSE(isDirectory);
+  EXPECT_TRUE(files().fileExists(folder_.path("a"), &isDirectory));
+  EXPECT_TRUE(isDirectory);
+  EXPECT_FALSE(files().fileExists(folder_.path("none"), &isDirectory));
+  EXPECT_FALSE(isDirectory);
+  EXPECT_TRUE(files().fileExists(folder_.path("a/")));
+  EXPECT_TRUE(files().fileExists(file));
+  EXPECT_FALSE(files().fileExists(file + "/"));
+  EXPECT_FALSE(files().fileExists(""));
+}
+
+TEST_P(FileManagerContract, ExistenceFollowsSymbolicLinks) {
+  folder_.makeFolder("a");
+  std::filesystem::create_symlink("a", folder_.path("toFolder"));
+  std::filesystem::create_symlink("none", folder_.path("dangling"));
+  bool isDirectory = false;
+  EXPECT_TRUE(files().fileExists(folder_.path("toFolder"), &isDirectory));
+  EXPECT_TRUE(isDirectory);
+  EXPECT_FALSE(files().fileExists(folder_.path("dangling")));
+}
+
+TEST_P(FileManagerContract, AnAddressIsNotAPath) {
+  const std::string file = folder_.write("a", "abc");
+  EXPECT_FALSE(files().fileExists("file://" + file));
+}
+
+TEST_P(FileManagerContract, ToldSizes) {
+  EXPECT_EQ(files().fileSize(folder_.write("file", "abc")), 3);
+  EXPECT_EQ(files().fileSize(folder_.write("empty", "")), 0);
+  EXPECT_EQ(files().fileSize(folder_.path("none")), std::nullopt);
+  std::filesystem::create_symlink("file", folder_.path("link"));
+  EXPECT_EQ(files().fileSize(folder_.path("link")), 3);
+  const std::string huge = folder_.write("huge", "");
+  ASSERT_EQ(::truncate(huge.c_str(), 5000000000), 0);
+  EXPECT_EQ(files().fileSize(huge), 5000000000);
+}
+
+TEST_P(FileManagerContract, WalksAFolderBeforeWhatItHoldsInNameOrder) {
+  for (const std::string name : {"b/2.mp3", "b/10.mp3", "b/1/z", "a", "c", "B", "b.mp3", ".hidden",
+                                 "b/.01.mp3", "10", "9"}) {
+    folder_.write(name, "x");
+  }
+  folder_.makeFolder("empty");
+  EXPECT_EQ(walked(folder_.path()),
+            (Names{".hidden", "9", "10", "B", "a", "b/", "b/.01.mp3", "b/1/", "b/1/z", "b/2.mp3",
+                   "b/10.mp3", "b.mp3", "c", "empty/"}));
+  EXPECT_EQ(errors_, Names{});
+}
+
+TEST_P(FileManagerContract, AFolderMayBeGivenWithASlash) {
+  folder_.write("a/b", "x");
+  EXPECT_EQ(walked(folder_.path() + "/"), (Names{"a/", "a/b"}));
+}
+
+TEST_P(FileManagerContract, AnEmptyFolderHasNoEntries) {
+  EXPECT_EQ(walked(folder_.path()), Names{});
+  EXPECT_EQ(errors_, Names{});
+}
+
+TEST_P(FileManagerContract, NamesAreBytes) {
+  Names names = {"#hash",
+                 "%41",
+                 "a b",
+                 "a,b",
+                 "a:b",
+                 "a?b",
+                 "line\nfeed",
+                 "quote\"\\",
+                 "umlaut \xc3\xa4",
+                 "\xf0\x9f\x8e\xb5",
+                 "\xff\xfe"};
+  for (const auto& name : names) {
+    folder_.write(name, "x");
+  }
+  EXPECT_EQ(walked(folder_.path()), names);
+}
+
+TEST_P(FileManagerContract, EntriesComeWithTheirSizes) {
+  folder_.write("1", "abc");
+  folder_.write("2", "");
+  std::filesystem::create_symlink("1", folder_.path("3"));
+  const auto walk = files().walk(folder_.path(), [](const std::string&) { return true; });
+  for (const std::int64_t size : {3, 0, 3}) {
+    const auto entry = walk->next();
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->size, size);
+    EXPECT_EQ(entry->isDirectory, false);
+  }
+}
+
+TEST_P(FileManagerContract, SymbolicLinksCountAsWhatTheyPointTo) {
+  const TempFolder elsewhere;
+  elsewhere.write("in/file", "x");
+  std::filesystem::create_symlink(elsewhere.path("in"), folder_.path("folder"));
+  std::filesystem::create_symlink(elsewhere.path("in/file"), folder_.path("file"));
+  std::filesystem::create_symlink("none", folder_.path("dangling"));
+  std::filesystem::create_symlink("itself", folder_.path("itself"));
+  EXPECT_EQ(walked(folder_.path()), (Names{"file", "folder/", "folder/file"}));
+  EXPECT_EQ(errors_, Names{});
+}
+
+TEST_P(FileManagerContract, AFolderOnTheWayDownIsNotEnteredAgain) {
+  folder_.write("a/b/file", "x");
+  std::filesystem::create_symlink("..", folder_.path("a/b/up"));
+  std::filesystem::create_symlink(folder_.path(), folder_.path("a/top"));
+  std::filesystem::create_symlink(".", folder_.path("here"));
+  EXPECT_EQ(walked(folder_.path()),
+            (Names{"a/", "a/b/", "a/b/file", "a/b/up/", "a/top/", "here/"}));
+}
+
+TEST_P(FileManagerContract, AFolderBesideIsEnteredAgain) {
+  folder_.write("a/file", "x");
+  std::filesystem::create_symlink("a", folder_.path("b"));
+  std::filesystem::create_symlink("a", folder_.path("c"));
+  EXPECT_EQ(walked(folder_.path()), (Names{"a/", "a/file", "b/", "b/file", "c/", "c/file"}));
+}
+
+TEST_P(FileManagerContract, SpecialFilesAreYieldedUnopened) {
+  ASSERT_EQ(::mkfifo(folder_.path("fifo.mp3").c_str(), 0600), 0);
+  EXPECT_EQ(walked(folder_.path()), Names{"fifo.mp3"});
+}
+
+TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOn) {
+  folder_.write("a/in", "x");
+  folder_.write("b", "x");
+  ::chmod(folder_.path().c_str(), 0755);
+  ::chmod(folder_.path("a").c_str(), 0);
+  const Unprivileged unprivileged;
+  EXPECT_EQ(walked(folder_.path()), (Names{"a/", "b"}));
+  EXPECT_EQ(errors_, Names{folder_.path("a")});
+}
+
+TEST_P(FileManagerContract, AnUnreadableFolderEndsTheWalkWhenTold) {
+  folder_.write("a/in", "x");
+  folder_.write("b", "x");
+  ::chmod(folder_.path().c_str(), 0755);
+  ::chmod(folder_.path("a").c_str(), 0);
+  const Unprivileged unprivileged;
+  goOn_ = false;
+  EXPECT_EQ(walked(folder_.path()), Names{"a/"});
+  EXPECT_EQ(errors_, Names{folder_.path("a")});
+}
+
+TEST_P(FileManagerContract, AnEntryThatCannotBeLookedAtHasNoValues) {
+  folder_.write("a/in", "x");
+  folder_.write("b", "x");
+  ::chmod(folder_.path().c_str(), 0755);
+  ::chmod(folder_.path("a").c_str(), 0744);
+  const Unprivileged unprivileged;
+  EXPECT_EQ(walked(folder_.path()), (Names{"a/", "a/in unknown", "b"}));
+  EXPECT_EQ(errors_, Names{});
+}
+
+TEST_P(FileManagerContract, AFolderThatGoesDuringTheWalkIsTold) {
+  folder_.write("a/in", "x");
+  folder_.write("b", "x");
+  const auto walk = files().walk(folder_.path(), [this](const std::string& path) {
+    errors_.push_back(path);
+    return true;
+  });
+  EXPECT_EQ(walk->next()->path, folder_.path("a"));
+  std::filesystem::remove_all(folder_.path("a"));
+  EXPECT_EQ(walk->next()->path, folder_.path("b"));
+  EXPECT_FALSE(walk->next());
+  EXPECT_EQ(errors_, Names{folder_.path("a")});
+}
+
+TEST_P(FileManagerContract, WhatIsNoFolderHasNoEntries) {
+  for (const bool goOn : {true, false}) {
+    goOn_ = goOn;
+    errors_.clear();
+    const std::string file = folder_.write("file", "x");
+    EXPECT_EQ(walked(file), Names{});
+    EXPECT_EQ(walked(folder_.path("none")), Names{});
+    EXPECT_EQ(errors_, (Names{file, folder_.path("none")}));
+  }
+}
+
+TEST_P(FileManagerContract, ThousandsOfLevelsNeedFewDescriptors) {
+  const DeepTempFolder top;
+  int folder = ::open(top.path().c_str(), O_PATH);
+  for (int level = 0; level < 3000; ++level) {
+    ASSERT_EQ(::mkdirat(folder, "d", 0700), 0);
+    const int below = ::openat(folder, "d", O_PATH);
+    ::close(folder);
+    folder = below;
+  }
+  ::close(folder);
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit few{40, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  const auto walk = files().walk(top.path(), [](const std::string&) { return false; });
+  int entries = 0;
+  std::size_t longest = 0;
+  while (const auto entry = walk->next()) {
+    ++entries;
+    longest = entry->path.size();
+  }
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(entries, 3000);
+  EXPECT_EQ(longest, top.path().size() + 6000);
+}
+
+TEST_P(FileManagerContract, AWalkLeavesNoDescriptorBehind) {
+  folder_.write("a/b/c", "x");
+  const auto count = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  files();
+  const auto before = count();
+  walked(folder_.path());
+  walked(folder_.path("none"));
+  const auto walk = files().walk(folder_.path(), [](const std::string&) { return true; });
+  EXPECT_TRUE(walk->next());
+  EXPECT_EQ(count(), before);
+}
+
+}  // namespace fillstation::test

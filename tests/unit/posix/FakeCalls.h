@@ -1,0 +1,68 @@
+#pragma once
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "KernelCalls.h"
+
+namespace fillstation::test {
+
+// The real calls, which can be made to fail, with a record of those that nobody else can see.
+class FakeCalls : public KernelCalls {
+ public:
+  ssize_t read(int descriptor, void* buffer, std::size_t count) override {
+    return failing == "read" ? fail() : KernelCalls::read(descriptor, buffer, count);
+  }
+  ssize_t write(int descriptor, const void* buffer, std::size_t count) override {
+    if (failing == "write" && --callsUntilFailure < 0) {
+      return fail();
+    }
+    return KernelCalls::write(descriptor, buffer, std::min(count, longestWrite));
+  }
+  int close(int descriptor) override {
+    const int result = KernelCalls::close(descriptor);
+    return failing == "close" ? fail() : result;
+  }
+  int setModificationTime(int descriptor, const std::timespec& time) override {
+    return failing == "time" ? fail() : KernelCalls::setModificationTime(descriptor, time);
+  }
+  int advise(int descriptor, int advice) override {
+    log.push_back("advise " + std::to_string(advice));
+    return KernelCalls::advise(descriptor, advice);
+  }
+  int syncFileRange(int descriptor, std::int64_t offset, std::int64_t count,
+                    unsigned int flags) override {
+    const bool waits = flags != SYNC_FILE_RANGE_WRITE;
+    log.push_back((waits ? "wait " : "start ") + std::to_string(offset) + " " +
+                  std::to_string(count));
+    flagsSeen |= flags;
+    return failing == (waits ? "wait" : "start")
+               ? fail()
+               : KernelCalls::syncFileRange(descriptor, offset, count, flags);
+  }
+  int syncVolume(int descriptor) override {
+    log.push_back("sync volume " + std::to_string(descriptor));
+    return failing == "sync volume" ? fail() : 0;
+  }
+
+  std::string failing;
+  int callsUntilFailure = 0;
+  std::size_t longestWrite = SIZE_MAX;
+  std::vector<std::string> log;
+  unsigned int flagsSeen = 0;
+
+ private:
+  static int fail() {
+    errno = EIO;
+    return -1;
+  }
+};
+
+}  // namespace fillstation::test

@@ -1,0 +1,88 @@
+#include "ScriptCompiler.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace fillstation {
+namespace {
+
+void expectRefused(const std::string& source) {
+  const auto compiled = compileScript(source);
+  const auto* outcome = std::get_if<ScriptOutcome>(&compiled);
+  ASSERT_NE(outcome, nullptr) << source;
+  EXPECT_FALSE(outcome->result) << source;
+  EXPECT_EQ(outcome->errorNumber, -1001) << source;
+  EXPECT_EQ(outcome->errorMessage,
+            "The script is not a single command with a user name and a password.")
+      << source;
+}
+
+void expectCompiled(const std::string& source, const std::string& command,
+                    const std::string& userName, const std::string& password) {
+  const auto compiled = compileScript(source);
+  const auto* script = std::get_if<Script>(&compiled);
+  ASSERT_NE(script, nullptr) << source;
+  EXPECT_EQ(script->command, command);
+  EXPECT_EQ(script->userName, userName);
+  EXPECT_EQ(script->password, password);
+}
+
+const std::string kSource =
+    "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name \"anna\" password "
+    "\"s3cret\" with administrator privileges";
+
+TEST(ScriptCompiler, TakesACommandWithItsCredentials) {
+  expectCompiled(kSource, "dd if=/dev/zero of=/dev/sdb bs=4k count=10", "anna", "s3cret");
+}
+
+TEST(ScriptCompiler, StringsMayBeEmptyOrHoldAnyOtherBytes) {
+  expectCompiled("do shell script \"\" user name \"\" password \"\" with administrator privileges",
+                 "", "", "");
+  expectCompiled(
+      "do shell script \"a\nb; 'c' $d\" user name \"J\xc3\xb6rg \xff\" password \" user name \" "
+      "with administrator privileges",
+      "a\nb; 'c' $d", "J\xc3\xb6rg \xff", " user name ");
+}
+
+TEST(ScriptCompiler, RefusesEveryTextThatIsCutOff) {
+  for (std::size_t size = 0; size < kSource.size(); ++size) {
+    expectRefused(kSource.substr(0, size));
+  }
+}
+
+TEST(ScriptCompiler, RefusesAnyByteTooMuchOrMissingOutsideTheStrings) {
+  for (const std::string insert : {" ", "\n", "\t", "x", "\""}) {
+    expectRefused(insert + kSource);
+    expectRefused(kSource + insert);
+    for (const std::string at : {" shell", " script", " user", " name", " password", " with",
+                                 " administrator", " privileges"}) {
+      std::string source = kSource;
+      expectRefused(source.insert(source.find(at), insert));
+    }
+  }
+  for (const std::string word : {"do", "shell", "script", "user", "name", "password", "with",
+                                 "administrator", "privileges"}) {
+    std::string source = kSource;
+    expectRefused(source.erase(source.find(word), 1));
+  }
+}
+
+TEST(ScriptCompiler, RefusesDoubleQuotesAndBackslashesInAnyString) {
+  for (const std::string inside : {"dd if", "anna", "s3cret"}) {
+    for (const std::string byte : {"\"", "\\", "\\\""}) {
+      std::string source = kSource;
+      expectRefused(source.insert(source.find(inside) + 2, byte));
+    }
+  }
+}
+
+TEST(ScriptCompiler, RefusesAnotherOrderAndASecondCommand) {
+  expectRefused(
+      "do shell script \"a\" password \"c\" user name \"b\" with administrator privileges");
+  expectRefused(kSource + "\n" + kSource);
+  expectRefused("do shell script \"a\" with administrator privileges");
+}
+
+}  // namespace
+}  // namespace fillstation

@@ -1,0 +1,224 @@
+#include "ShellCommand.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "FileHandle.h"
+#include "TempFolder.h"
+
+namespace fillstation {
+namespace {
+
+ShellCommand::Result resultOf(const std::string& commandLine,
+                              const std::vector<ShellCommand::Handed>& handed = {}) {
+  auto outcome = ShellCommand::run(commandLine, handed);
+  const auto* result = std::get_if<ShellCommand::Result>(&outcome);
+  EXPECT_NE(result, nullptr);
+  return result != nullptr ? *result : ShellCommand::Result{-1, -1, "", ""};
+}
+
+std::string reasonOf(const std::string& commandLine,
+                     const std::vector<ShellCommand::Handed>& handed = {}) {
+  auto outcome = ShellCommand::run(commandLine, handed);
+  const auto* failure = std::get_if<ShellCommand::NotStarted>(&outcome);
+  return failure != nullptr ? failure->reason : "started";
+}
+
+std::ptrdiff_t openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+// Restores a resource limit.
+class SoftLimit {
+ public:
+  SoftLimit(__rlimit_resource resource, rlim_t value) : resource_(resource) {
+    ::getrlimit(resource_, &before_);
+    const rlimit limit{value, before_.rlim_max};
+    ::setrlimit(resource_, &limit);
+  }
+  ~SoftLimit() { ::setrlimit(resource_, &before_); }
+  SoftLimit(const SoftLimit&) = delete;
+  SoftLimit& operator=(const SoftLimit&) = delete;
+
+ private:
+  __rlimit_resource resource_;
+  rlimit before_{};
+};
+
+TEST(ShellCommand, GivesBothOutputsAndSuccess) {
+  const auto result = resultOf("echo out; echo err >&2; printf 'no line feed'");
+  EXPECT_EQ(result.out, "out\nno line feed");
+  EXPECT_EQ(result.err, "err\n");
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.signal, 0);
+  EXPECT_TRUE(result.succeeded());
+}
+
+TEST(ShellCommand, GivesTheExitStatus) {
+  for (const int status : {1, 3, 126, 127, 255}) {
+    const auto result = resultOf("exit " + std::to_string(status));
+    EXPECT_EQ(result.exitStatus, status);
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_FALSE(result.succeeded());
+  }
+}
+
+TEST(ShellCommand, GivesTheSignalThatEndedTheShell) {
+  const auto result = resultOf("echo before; kill -KILL $$");
+  EXPECT_EQ(result.signal, SIGKILL);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.out, "before\n");
+  EXPECT_FALSE(result.succeeded());
+}
+
+TEST(ShellCommand, HasNothingToReadAtItsInput) {
+  EXPECT_EQ(resultOf("readlink /proc/self/fd/0").out, "/dev/null\n");
+  EXPECT_EQ(resultOf("cat; echo $?").out, "0\n");
+}
+
+TEST(ShellCommand, TakesLargeOutputsOnBothStreamsAtOnce) {
+  const auto result = resultOf(
+      "head -c 300000 /dev/zero | tr '\\0' e >&2; head -c 300001 /dev/zero | tr '\\0' o;"
+      "head -c 300000 /dev/zero | tr '\\0' e >&2");
+  EXPECT_EQ(result.out, std::string(300001, 'o'));
+  EXPECT_EQ(result.err, std::string(600000, 'e'));
+}
+
+TEST(ShellCommand, GoesOnReadingOneOutputWhenTheOtherIsClosed) {
+  EXPECT_EQ(resultOf("exec 2>&-; sleep 0.01; echo out").out, "out\n");
+  EXPECT_EQ(resultOf("exec 1>&-; sleep 0.01; echo err >&2").err, "err\n");
+}
+
+TEST(ShellCommand, WaitsForWhoeverHoldsTheOutputs) {
+  EXPECT_EQ(resultOf("(sleep 0.02; echo late) & echo early").out, "early\nlate\n");
+}
+
+TEST(ShellCommand, KeepsTheEnvironment) {
+  ::setenv("FILLSTATION_TEST", "a b", 1);
+  EXPECT_EQ(resultOf("echo \"$FILLSTATION_TEST\"").out, "a b\n");
+  ::unsetenv("FILLSTATION_TEST");
+}
+
+TEST(ShellCommand, HandsDescriptorsOverAtTheirNumbers) {
+  const test::TempFolder folder;
+  const FileHandle first(::open(folder.write("1", "one").c_str(), O_RDONLY | O_CLOEXEC));
+  const FileHandle second(::open(folder.write("2", "two").c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(resultOf("cat <&3; cat <&7", {{first.get(), 7}, {second.get(), 3}}).out, "twoone");
+}
+
+TEST(ShellCommand, HandsDescriptorsOverWhoseNumbersAreExchanged) {
+  const test::TempFolder folder;
+  const FileHandle first(::open(folder.write("1", "one").c_str(), O_RDONLY));
+  const FileHandle second(::open(folder.write("2", "two").c_str(), O_RDONLY));
+  const int low = first.get();
+  const int high = second.get();
+  ASSERT_LT(high, 10) << "the shell takes one digit";
+  EXPECT_EQ(resultOf("cat <&" + std::to_string(low) + "; cat <&" + std::to_string(high),
+                     {{low, high}, {high, low}})
+                .out,
+            "twoone");
+  EXPECT_TRUE(::fcntl(low, F_GETFD) >= 0 && ::fcntl(high, F_GETFD) >= 0);
+}
+
+TEST(ShellCommand, ADescriptorMayKeepItsNumber) {
+  const test::TempFolder folder;
+  const FileHandle file(::open(folder.write("1", "one").c_str(), O_RDONLY | O_CLOEXEC));
+  const std::string number = std::to_string(file.get());
+  EXPECT_EQ(resultOf("cat <&" + number, {{file.get(), file.get()}}).out, "one");
+}
+
+TEST(ShellCommand, GetsNoOtherDescriptorOfOurs) {
+  std::vector<FileHandle> open;
+  while (open.size() < 8) {
+    open.emplace_back(::open("/dev/null", O_RDONLY));
+  }
+  EXPECT_EQ(resultOf("ls /proc/$$/fd; true").out, "0\n1\n2\n");
+  EXPECT_EQ(resultOf("ls /proc/$$/fd; true", {{open[0].get(), 6}}).out, "0\n1\n2\n6\n");
+}
+
+TEST(ShellCommand, BeginsWithDefaultSignals) {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGUSR2, SIG_IGN);
+  sigset_t blocked;
+  sigset_t before;
+  ::sigemptyset(&blocked);
+  ::sigaddset(&blocked, SIGTERM);
+  ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
+  // Asked by the shell itself: it blocks everything while it waits for a program.
+  const auto result = resultOf(
+      "while read -r name value; do case $name in SigBlk:|SigIgn:) echo $name $value; esac; done "
+      "</proc/self/status");
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  std::signal(SIGUSR2, SIG_DFL);
+  // Signals 32 and 33 are the C library's own and can't be set.
+  EXPECT_TRUE(result.out == "SigBlk: 0000000000000000\nSigIgn: 0000000000000000\n" ||
+              result.out == "SigBlk: 0000000000000000\nSigIgn: 0000000180000000\n")
+      << result.out;
+}
+
+TEST(ShellCommand, ACommandLineThatWouldBeCutShortIsNotStarted) {
+  EXPECT_EQ(reasonOf(std::string("true\0 false", 11)), "Invalid argument");
+}
+
+TEST(ShellCommand, ADescriptorThatIsNotOpenIsNotHandedOver) {
+  const auto before = openDescriptors();
+  EXPECT_EQ(reasonOf("true", {{-1, 5}}), "Bad file descriptor");
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(ShellCommand, WithoutDescriptorsNothingIsStarted) {
+  const int next = ::dup(0);
+  ::close(next);
+  for (const int left : {0, 2, 4}) {
+    const SoftLimit limit(RLIMIT_NOFILE, static_cast<rlim_t>(next + left));
+    EXPECT_EQ(reasonOf("true"), "Too many open files") << left;
+  }
+}
+
+TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
+  const auto before = openDescriptors();
+  resultOf("echo a; exit 3");
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST(ShellCommand, SignalsDoNotDisturbTheWaiting) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGALRM, &action, nullptr);
+  const itimerval often{{0, 500}, {0, 500}};
+  const itimerval never{};
+  ::setitimer(ITIMER_REAL, &often, nullptr);
+  const auto result = resultOf("sleep 0.02; echo done; exec 1>&- 2>&-; sleep 0.02; exit 4");
+  ::setitimer(ITIMER_REAL, &never, nullptr);
+  EXPECT_EQ(result.out, "done\n");
+  EXPECT_EQ(result.exitStatus, 4);
+}
+
+TEST(ShellCommand, AnEndThatTheSystemDoesNotTellIsNoSuccess) {
+  std::signal(SIGCHLD, SIG_IGN);
+  const auto result = resultOf("echo a");
+  std::signal(SIGCHLD, SIG_DFL);
+  EXPECT_EQ(result.out, "a\n");
+  EXPECT_EQ(result.exitStatus, 255);
+  EXPECT_EQ(result.signal, 0);
+}
+
+TEST(ShellCommand, FailsByItsExitStatusAloneOrItsSignalAlone) {
+  EXPECT_TRUE((ShellCommand::Result{0, 0, "", ""}).succeeded());
+  EXPECT_FALSE((ShellCommand::Result{1, 0, "", ""}).succeeded());
+  EXPECT_FALSE((ShellCommand::Result{0, 1, "", ""}).succeeded());
+}
+
+}  // namespace
+}  // namespace fillstation

@@ -1,0 +1,163 @@
+#include "StreamLog.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "FileHandle.h"
+#include "TempFolder.h"
+
+namespace fillstation {
+namespace {
+
+// A stream whose descriptor keeps apart what is written apart.
+class Records {
+ public:
+  Records() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+    reading_ = FileHandle(ends[0]);
+    stream_ = ::fdopen(ends[1], "w");
+  }
+  ~Records() { std::fclose(stream_); }
+  Records(const Records&) = delete;
+  Records& operator=(const Records&) = delete;
+
+  std::FILE* stream() { return stream_; }
+  void stopReading() { reading_ = FileHandle(); }
+  std::string next() {
+    std::string record(300000, '\0');
+    const ssize_t size = ::recv(reading_.get(), record.data(), record.size(), 0);
+    record.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return record;
+  }
+
+ private:
+  FileHandle reading_;
+  std::FILE* stream_ = nullptr;
+};
+
+TEST(StreamLog, AddsOneLineFeedAndWritesAtOnceInOnePiece) {
+  Records records;
+  StreamLog log(records.stream());
+  log.write("mounted");
+  EXPECT_EQ(records.next(), "mounted\n");
+  log.write("");
+  EXPECT_EQ(records.next(), "\n");
+  log.write("a\n\nb %s \xff\n");
+  EXPECT_EQ(records.next(), "a\n\nb %s \xff\n\n");
+}
+
+TEST(StreamLog, WritesALongTextInOnePiece) {
+  Records records;
+  StreamLog log(records.stream());
+  const std::string text(100000, 'x');
+  log.write(text);
+  EXPECT_EQ(records.next(), text + "\n");
+}
+
+TEST(StreamLog, KeepsNulBytes) {
+  Records records;
+  StreamLog log(records.stream());
+  const std::string text("a\0b", 3);
+  log.write(text);
+  EXPECT_EQ(records.next(), text + "\n");
+}
+
+TEST(StreamLog, StaysBehindWhatTheStreamStillHeld) {
+  Records records;
+  StreamLog log(records.stream());
+  std::fputs("earlier", records.stream());
+  log.write("later");
+  EXPECT_EQ(records.next(), "earlier");
+  EXPECT_EQ(records.next(), "later\n");
+}
+
+TEST(StreamLog, LosesARecordThatNobodyTakes) {
+  std::signal(SIGPIPE, SIG_IGN);
+  Records records;
+  StreamLog log(records.stream());
+  records.stopReading();
+  log.write("lost");
+  SUCCEED();
+}
+
+TEST(StreamLog, WritesTheRestOfARecordThatASignalCutShort) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGUSR1, &action, nullptr);
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  const FileHandle reading(ends[0]);
+  std::FILE* const stream = ::fdopen(ends[1], "w");
+  const std::string text(1000000, 'y');
+  std::thread writer([&] {
+    StreamLog log(stream);
+    log.write(text);
+    std::fclose(stream);
+  });
+  int waiting = 0;
+  while (waiting < 65536) {
+    ::ioctl(reading.get(), FIONREAD, &waiting);
+  }
+  ::pthread_kill(writer.native_handle(), SIGUSR1);
+  std::string received;
+  std::array<char, 65536> buffer;
+  for (ssize_t count = 1; count > 0;) {
+    count = ::read(reading.get(), buffer.data(), buffer.size());
+    received.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  }
+  writer.join();
+  EXPECT_EQ(received, text + "\n");
+}
+
+TEST(StreamLog, EndsWhenTheRestOfARecordFails) {
+  const test::TempFolder folder;
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::FILE* const stream = std::fopen(folder.path("log").c_str(), "w");
+  rlimit before{};
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small{10, before.rlim_max};
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  StreamLog log(stream);
+  log.write("0123456789abcdef");
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  std::fclose(stream);
+  EXPECT_EQ(test::contentOf(folder.path("log")), "0123456789");
+}
+
+TEST(StreamLog, KeepsTheRecordsOfSeveralThreadsWholeAndEachThreadsInOrder) {
+  Records records;
+  StreamLog log(records.stream());
+  std::vector<std::thread> writers;
+  for (char name : {'a', 'b', 'c'}) {
+    writers.emplace_back([&log, name] {
+      for (int index = 0; index < 20; ++index) {
+        log.write(std::string(1000, name) + std::to_string(index));
+      }
+    });
+  }
+  std::map<char, int> next;
+  for (int count = 0; count < 60; ++count) {
+    const std::string record = records.next();
+    const char name = record.at(0);
+    EXPECT_EQ(record, std::string(1000, name) + std::to_string(next[name]++) + "\n");
+  }
+  for (auto& writer : writers) {
+    writer.join();
+  }
+}
+
+}  // namespace
+}  // namespace fillstation

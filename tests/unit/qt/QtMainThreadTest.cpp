@@ -1,0 +1,70 @@
+#include "QtMainThread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "MainLoop.h"
+
+namespace fillstation {
+namespace {
+
+TEST(QtMainThread, KnowsItsThread) {
+  StopSource stop;
+  const QtMainThread mainThread(stop);
+  EXPECT_TRUE(mainThread.isHere());
+  bool elsewhere = true;
+  std::thread([&] { elsewhere = mainThread.isHere(); }).join();
+  EXPECT_FALSE(elsewhere);
+}
+
+TEST(QtMainThread, PostsInOrderForTheLoop) {
+  StopSource stop;
+  QtMainThread mainThread(stop);
+  std::string order;
+  mainThread.post([&] { order += "a"; });
+  std::thread([&] { mainThread.post([&] { order += "b"; }); }).join();
+  EXPECT_EQ(order, "");
+  mainThread.runPending();
+  EXPECT_EQ(order, "ab");
+}
+
+TEST(QtMainThread, DropsPostsOnceStopped) {
+  StopSource stop;
+  QtMainThread mainThread(stop);
+  int runs = 0;
+  mainThread.post([&] { ++runs; });
+  stop.request();
+  mainThread.post([&] { ++runs; });
+  test::runLoopDry();
+  EXPECT_EQ(runs, 0);
+}
+
+// The moment between the request and its news reaching the thread that waits.
+TEST(QtMainThread, NothingBeginsWhileTheRequestIsStillSpreading) {
+  StopSource stop;
+  QtMainThread mainThread(stop);
+  stop.onRequest([] { test::runLoopDry(); });
+  bool ran = false;
+  bool answer = true;
+  std::atomic<bool> begun{false};
+  std::thread other([&] {
+    begun = true;
+    answer = mainThread.runAndWait([&] { ran = true; });
+  });
+  while (!begun) {
+    std::this_thread::yield();
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(10));  // until it is most likely queued
+  stop.request();
+  other.join();
+  EXPECT_FALSE(answer);
+  EXPECT_FALSE(ran);
+  test::runLoopDry();
+  EXPECT_FALSE(ran);
+}
+
+}  // namespace
+}  // namespace fillstation
