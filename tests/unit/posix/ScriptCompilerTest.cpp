@@ -81,6 +81,7 @@ TEST(ScriptCompiler, RefusesAnotherOrderAndASecondCommand) {
   expectRefused(
       "do shell script \"a\" password \"c\" user name \"b\" with administrator privileges");
   expectRefused(kSource + "\n" + kSource);
+  expectRefused("a\"b\"c\" with administrator privileges");
   expectRefused("do shell script \"a\" with administrator privileges");
 }
 
