@@ -227,6 +227,13 @@ TEST_P(ClockContract, PausesMayNestAndEachLastsItsTime) {
   }
 }
 
+TEST_P(ClockContract, TheEndComesAfterPausesThatAreOver) {
+  EXPECT_TRUE(clock().sleep(milliseconds(1)));
+  EXPECT_TRUE(clock().sleep(milliseconds(1)));
+  workers().spawn([&] { mainThread().runAndWait([&] { backEnd_->requestStop(); }); });
+  EXPECT_FALSE(clock().sleep(hours(1)));
+}
+
 TEST_P(ClockContract, TheEndEndsAWorkersPause) {
   std::atomic<bool> pausing{false};
   std::atomic<bool> ended{false};
