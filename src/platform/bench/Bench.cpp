@@ -1,0 +1,45 @@
+#include "Bench.h"
+
+#include <utility>
+
+#include "BenchDiskSession.h"
+
+namespace fillstation {
+
+namespace {
+
+std::string withoutEndingSlash(std::string folder) {
+  return folder.substr(0, folder.find_last_not_of('/') + 1);
+}
+
+}  // namespace
+
+Bench::Bench(std::string folder, BenchServices services, BenchCredentials credentials)
+    : services_(services),
+      players_(services.workers),
+      volumes_(withoutEndingSlash(folder), players_, services),
+      bus_(withoutEndingSlash(folder), players_, volumes_, services),
+      scriptRunner_(players_, std::move(credentials)),
+      fileManager_(volumes_, services.stop) {}
+
+std::shared_ptr<DiskSession> Bench::createDiskSession() {
+  return std::make_shared<BenchDiskSession>(players_, volumes_, services_);
+}
+
+void Bench::installInto(Platform& installed) {
+  installed.usbBus = &bus_;
+  installed.createDiskSession = [this] { return createDiskSession(); };
+  installed.scriptRunner = &scriptRunner_;
+  installed.fileManager = &fileManager_;
+  installed.mainThread = &services_.mainThread;
+  installed.clock = &services_.clock;
+  installed.workers = &services_.workers;
+  installed.systemLog = &services_.log;
+}
+
+std::optional<std::string> Bench::usbPort(std::string_view node) const {
+  const auto player = players_.byDiskName(node.substr(node.rfind('/') + 1));
+  return player ? std::optional(player->place().port) : std::nullopt;
+}
+
+}  // namespace fillstation

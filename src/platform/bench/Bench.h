@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "BenchPlayers.h"
+#include "BenchScriptRunner.h"
+#include "BenchServices.h"
+#include "BenchUsbBus.h"
+#include "BenchVolumes.h"
+#include "Platform.h"
+#include "PosixFileManager.h"
+#include "Scenario.h"
+
+namespace fillstation {
+
+// The back end of one bench folder, which must exist. Made on the main thread; lives as long as the
+// program that uses it.
+class Bench {
+ public:
+  // The folder's path is absolute. The credentials are those that a script must bring.
+  Bench(std::string folder, BenchServices services, BenchCredentials credentials = {});
+
+  UsbBus& usbBus() { return bus_; }
+  std::shared_ptr<DiskSession> createDiskSession();
+  ScriptRunner& scriptRunner() { return scriptRunner_; }
+  FileManager& fileManager() { return fileManager_; }
+
+  // Sets these four ports and those that the bench was made with; the others stay.
+  void installInto(Platform& installed);
+
+  // The USB port of the player with this device node path, none when there is none. Any thread.
+  std::optional<std::string> usbPort(std::string_view node) const;
+
+ private:
+  BenchServices services_;
+  BenchPlayers players_;
+  BenchVolumes volumes_;
+  BenchUsbBus bus_;
+  BenchScriptRunner scriptRunner_;
+  PosixFileManager fileManager_;
+};
+
+}  // namespace fillstation

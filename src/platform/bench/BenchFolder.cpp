@@ -1,0 +1,84 @@
+#include "BenchFolder.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "FileHandle.h"
+#include "Tools.h"
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::int64_t kMiB = 1024 * 1024;
+
+// A sparse image with a fresh file system, unless the player is to be blank.
+std::optional<std::string> createImage(const std::string& path, const BenchPlayerSpec& spec) {
+  const FileHandle image(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+  const std::int64_t size = spec.identity.disk ? spec.sizeMiB * kMiB : 0;
+  if (!image || ::ftruncate(image.get(), size) != 0) {
+    return path + " can't be written";
+  }
+  if (spec.blank || !spec.identity.disk) {
+    return std::nullopt;
+  }
+  std::vector<std::string> words{"mkfs.fat", "-F32"};
+  if (spec.label) {
+    words.insert(words.end(), {"-n", *spec.label});
+  }
+  words.push_back(kHandedImage);
+  return runTool(words, image.get());
+}
+
+}  // namespace
+
+std::string pluggedImage(const std::string& benchFolder, const std::string& name) {
+  return benchFolder + "/" + name + ".img";
+}
+
+std::string pulledImage(const std::string& benchFolder, const std::string& name) {
+  return benchFolder + "/pulled/" + name + ".img";
+}
+
+std::string identityFile(const std::string& benchFolder, const std::string& name) {
+  return benchFolder + "/" + name + ".json";
+}
+
+std::optional<std::string> createPlayer(const std::string& benchFolder,
+                                        const BenchPlayerSpec& spec) {
+  std::error_code failed;
+  std::filesystem::create_directories(benchFolder + "/pulled", failed);
+  if (const auto reason = createImage(pulledImage(benchFolder, spec.name), spec)) {
+    return reason;
+  }
+  std::ofstream identity(identityFile(benchFolder, spec.name), std::ios::binary);
+  identity << identityText(spec.identity);
+  identity.close();
+  if (!identity) {
+    return identityFile(benchFolder, spec.name) + " can't be written";
+  }
+  return std::nullopt;
+}
+
+bool plugPlayer(const std::string& benchFolder, const std::string& name) {
+  return std::rename(pulledImage(benchFolder, name).c_str(),
+                     pluggedImage(benchFolder, name).c_str()) == 0;
+}
+
+bool unplugPlayer(const std::string& benchFolder, const std::string& name) {
+  return unplugImage(pluggedImage(benchFolder, name));
+}
+
+bool unplugImage(const std::string& imagePath) {
+  const std::filesystem::path image(imagePath);
+  const std::filesystem::path pulled = image.parent_path() / "pulled";
+  std::error_code failed;
+  std::filesystem::create_directories(pulled, failed);
+  return std::rename(image.c_str(), (pulled / image.filename()).c_str()) == 0;
+}
+
+}  // namespace fillstation

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Scenario.h"
+
+namespace fillstation {
+
+// The files of a bench folder: NAME.img and NAME.json of the players that are plugged in, the
+// folder "pulled" with the images of those that are not, and "volumes" with what is mounted. Plain
+// functions on files, for whoever plays the operator's hands. Any thread.
+
+// Makes a player that is not plugged in yet: its identity, and its image in "pulled". Missing
+// folders are made. None on success, or the reason.
+std::optional<std::string> createPlayer(const std::string& benchFolder,
+                                        const BenchPlayerSpec& spec);
+
+// Plugs a player in, or pulls it out; false when its image is not where it would have to be.
+bool plugPlayer(const std::string& benchFolder, const std::string& name);
+bool unplugPlayer(const std::string& benchFolder, const std::string& name);
+
+// Where a player's image is while it is plugged in, while it is not, and its identity.
+std::string pluggedImage(const std::string& benchFolder, const std::string& name);
+std::string pulledImage(const std::string& benchFolder, const std::string& name);
+std::string identityFile(const std::string& benchFolder, const std::string& name);
+
+// Pulls the player out whose image lies at this path.
+bool unplugImage(const std::string& imagePath);
+
+}  // namespace fillstation

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "Atomic.h"
+#include "DiskSession.h"
+#include "FileHandle.h"
+#include "Scenario.h"
+#include "SerialQueue.h"
+
+namespace fillstation {
+
+class BenchVolume;
+
+// One player from its plugging in to its leaving: its image and everything that is known of it. A
+// player that comes back is another one. Any thread; always held by std::shared_ptr.
+class BenchPlayer {
+ public:
+  // What the bus assigns to an attach.
+  struct Place {
+    std::string diskName;      // "vp0", empty for a device without a disk
+    std::uint32_t handle = 0;  // UsbDevice::handle()
+    std::string port;          // of the USB bus
+  };
+
+  // The image's path and the descriptor that is open on it.
+  BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity identity, Place place,
+              Workers& workers);
+
+  const std::string& imagePath() const { return imagePath_; }
+  const BenchIdentity& identity() const { return identity_; }
+  const BenchFaults& faults() const { return identity_.faults; }
+  const Place& place() const { return place_; }
+  // The device node path.
+  std::string node() const { return "/dev/" + place_.diskName; }
+  int image() const { return image_.get(); }
+  // Bytes of the medium, as it was when it was plugged in.
+  std::int64_t mediaSize() const { return mediaSize_; }
+
+  // True while the image lies where it was plugged in.
+  bool isPresent() const;
+  // True while it is present and the identity names it.
+  bool is(const DiskIdentity& expected) const;
+
+  // Ends the presence for good; whether that has happened.
+  void leave() { gone_.store(true); }
+  bool hasLeft() const { return gone_.load(); }
+  // Takes the image out of the bench folder, into the folder "pulled" in it.
+  void pull() const;
+  // Pulls when this is the moment for it.
+  void pullAt(PullMoment moment) const;
+
+  // Counts a search for the disk; true when it is found. Once the player has left: whether it was.
+  bool searchDisk();
+
+  // Requests to the disk, one after the other; and what keeps a request and a command apart.
+  SerialQueue& requests() { return requests_; }
+  std::mutex& access() { return access_; }
+
+  // The mounted volume, null for none.
+  std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
+  void setVolume(std::shared_ptr<BenchVolume> volume) { volume_.set(std::move(volume)); }
+  // Whether the system has looked at the file system that the medium has now.
+  bool isKnown() const { return known_.load(); }
+  void setKnown(bool known) { known_.store(known); }
+  // Whether the player was ejected: it has no medium then until it is plugged in anew.
+  bool isEjected() const { return ejected_.load(); }
+  void setEjected() { ejected_.store(true); }
+
+  // Counts bytes copied onto the player; how many there are now.
+  std::int64_t addCopied(std::int64_t bytes) { return copied_ += bytes; }
+
+ private:
+  const std::string imagePath_;
+  const FileHandle image_;
+  const BenchIdentity identity_;
+  const Place place_;
+  const std::int64_t mediaSize_;
+  SerialQueue requests_;
+  std::mutex access_;
+  Atomic<std::shared_ptr<BenchVolume>> volume_;
+  std::atomic<bool> gone_ = false;
+  std::atomic<bool> known_ = false;
+  std::atomic<bool> ejected_ = false;
+  std::atomic<std::int64_t> searches_ = 0;
+  std::atomic<std::int64_t> copied_ = 0;
+};
+
+}  // namespace fillstation

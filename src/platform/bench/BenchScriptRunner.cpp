@@ -1,0 +1,134 @@
+#include "BenchScriptRunner.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "FileHandle.h"
+#include "ScriptCompiler.h"
+#include "ShellCommand.h"
+#include "Tools.h"
+
+namespace fillstation {
+
+namespace {
+
+// The only disks that the commands are for.
+constexpr std::string_view kPlayerVendor = "ACTIONS";
+
+ScriptOutcome failure(std::int64_t number, std::string message) {
+  return ScriptOutcome{std::nullopt, number, std::move(message)};
+}
+
+const ScriptOutcome& gone() {
+  static const ScriptOutcome outcome = failure(kNotThePlayerNumber, "The device has gone.");
+  return outcome;
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+// Why the command must not run on this player, none when it may.
+std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdentity& target) {
+  if (!player.is(target) || player.isEjected()) {
+    return gone();
+  }
+  if (player.identity().vendor != kPlayerVendor) {
+    return failure(kNotThePlayerNumber, "The disk is not a player.");
+  }
+  if (player.volume()) {
+    return failure(kNotThePlayerNumber, "The disk is mounted.");
+  }
+  return std::nullopt;
+}
+
+// Runs the command with the descriptor in the node's place.
+ScriptOutcome runOn(int descriptor, const std::string& command, const std::string& node) {
+  // Tools that make file systems are not on the PATH of an ordinary user.
+  const auto ended = ShellCommand::run(
+      "PATH=\"$PATH:/usr/sbin:/sbin\" " + replaced(command, node, kHandedImage), {{descriptor, 3}});
+  if (const auto* notStarted = std::get_if<ShellCommand::NotStarted>(&ended)) {
+    return failure(kNotStartedNumber, notStarted->reason);
+  }
+  const auto& result = std::get<ShellCommand::Result>(ended);
+  if (!result.succeeded()) {
+    return failure(result.exitStatus, replaced(result.err, kHandedImage, node));
+  }
+  return ScriptOutcome{result.out, std::nullopt, std::nullopt};
+}
+
+// Puts what a scratch file holds onto the medium's head, and pulls the player when half is there.
+bool putOnMedium(int scratch, const BenchPlayer& player) {
+  std::vector<char> bytes(static_cast<std::size_t>(::lseek(scratch, 0, SEEK_END)));
+  const std::size_t half = bytes.size() / 2;
+  if (::pread(scratch, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()) ||
+      ::pwrite(player.image(), bytes.data(), half, 0) != static_cast<ssize_t>(half)) {
+    return false;
+  }
+  player.pullAt(PullMoment::kDuringWipe);
+  const std::size_t rest = bytes.size() - half;
+  return player.isPresent() && ::pwrite(player.image(), &bytes[half], rest,
+                                        static_cast<off_t>(half)) == static_cast<ssize_t>(rest);
+}
+
+// dd begins by cutting its target, which a file suffers and a medium doesn't: it writes into a
+// scratch file, and what it has written goes to the image's head.
+ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
+  const FileHandle scratch(::memfd_create("wipe", MFD_CLOEXEC));
+  ScriptOutcome outcome = runOn(scratch.get(), command, player.node());
+  if (outcome.result && !putOnMedium(scratch.get(), player)) {
+    return gone();
+  }
+  return outcome;
+}
+
+ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
+  // A medium without room is what the tool really refuses.
+  const FileHandle tooSmall(player.faults().refuseFormat ? ::memfd_create("format", MFD_CLOEXEC)
+                                                         : -1);
+  ScriptOutcome outcome = runOn(tooSmall ? tooSmall.get() : player.image(), command, player.node());
+  player.pullAt(PullMoment::kDuringFormat);
+  return outcome;
+}
+
+}  // namespace
+
+BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchCredentials credentials)
+    : players_(players), credentials_(std::move(credentials)) {}
+
+ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity& target) {
+  const auto compiled = compileScript(source);
+  if (const auto* error = std::get_if<ScriptOutcome>(&compiled)) {
+    return *error;
+  }
+  const Script& script = std::get<Script>(compiled);
+  if (script.userName != credentials_.user || script.password != credentials_.password) {
+    return failure(kWrongCredentialsNumber, "The user name or the password is wrong.");
+  }
+  const auto command = parsePlayerCommand(script.command);
+  if (!command || command->node != target.node) {
+    return failure(kNotAPlayerCommandNumber, "The command is not one for this player.");
+  }
+  const auto player = players_.find(target);
+  if (!player) {
+    return gone();
+  }
+  const std::scoped_lock guard(player->access());
+  if (const auto refused = refusal(*player, target)) {
+    return *refused;
+  }
+  player->setKnown(false);
+  ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)
+                                                               : format(*player, script.command);
+  return player->isPresent() ? outcome : gone();
+}
+
+}  // namespace fillstation

@@ -1,0 +1,167 @@
+#include "BenchVolume.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <utility>
+
+#include "FatText.h"
+#include "FileHandle.h"
+
+namespace fillstation {
+
+namespace {
+
+// As much as a player may lack of what was copied onto it.
+constexpr std::int64_t kMostUnwritten = 16 * 1024 * 1024;
+
+// A new folder for a label, numbered when the name is taken; empty when none can be made.
+std::string makeFolder(const std::string& volumes, std::string label) {
+  std::error_code ignored;
+  std::filesystem::create_directories(volumes, ignored);
+  std::replace(label.begin(), label.end(), '/', '_');
+  if (label.front() == '.') {
+    label.front() = '_';
+  }
+  for (int number = 0;; ++number) {
+    const std::string folder =
+        volumes + "/" + label + (number > 0 ? std::to_string(number) : std::string());
+    if (::mkdir(folder.c_str(), 0755) == 0) {
+      return folder;
+    }
+    if (errno != EEXIST) {
+      return {};
+    }
+  }
+}
+
+// Brings what the image holds into a folder, and into the account.
+class Extraction {
+ public:
+  Extraction(const FatImage& image, std::string folder, FatLedger& ledger)
+      : image_(image), folder_(std::move(folder)), ledger_(ledger) {}
+
+  // False when the file system is damaged or the folder can't be written.
+  bool extract(const std::string& path, std::uint32_t cluster) {
+    const auto directory = image_.list(cluster);
+    // A directory that is met a second time runs in a circle.
+    if (!directory || !seen_.insert(cluster).second) {
+      return false;
+    }
+    ledger_.haveDirectory(path, directory->usedSlots);
+    return std::all_of(directory->entries.begin(), directory->entries.end(),
+                       [&](const FatEntry& entry) { return extractEntry(path, entry); });
+  }
+
+ private:
+  bool extractEntry(const std::string& parent, const FatEntry& entry) {
+    const std::string name = utf8Of(entry.name);
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+      return false;
+    }
+    const std::string path = parent.empty() ? name : parent + "/" + name;
+    const std::string target = folder_ + "/" + path;
+    ledger_.haveName(path);
+    if (entry.isDirectory) {
+      return ::mkdir(target.c_str(), 0755) == 0 && extract(path, entry.firstCluster);
+    }
+    const FileHandle file(
+        ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
+    return file && image_.copyContent(entry, file.get());
+  }
+
+  const FatImage& image_;
+  const std::string folder_;
+  FatLedger& ledger_;
+  std::set<std::uint32_t> seen_;
+};
+
+void removeFolder(const std::string& folder) {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
+}
+
+}  // namespace
+
+std::variant<std::shared_ptr<BenchVolume>, Dissenter> BenchVolume::mount(
+    int image, const std::string& volumes) {
+  const auto fat = FatImage::open(image);
+  if (!fat) {
+    return Dissenter{"There is no FAT32 file system."};
+  }
+  const std::string folder = makeFolder(volumes, fat->label());
+  if (folder.empty()) {
+    return Dissenter{"No folder can be made in " + volumes + "."};
+  }
+  FatLedger ledger(fat->clusterBytes(), fat->freeClusters());
+  if (!Extraction(*fat, folder, ledger).extract("", fat->rootCluster())) {
+    removeFolder(folder);
+    return Dissenter{"The file system can't be read."};
+  }
+  return std::make_shared<BenchVolume>(image, folder, std::move(ledger));
+}
+
+BenchVolume::BenchVolume(int image, std::string folder, FatLedger ledger)
+    : folder_(std::move(folder)), ledger_(std::move(ledger)), writer_(image, folder_) {}
+
+bool BenchVolume::isRoot(int descriptor) const {
+  struct stat open {};
+  struct stat there {};
+  return ::fstat(descriptor, &open) == 0 && ::stat(folder_.c_str(), &there) == 0 &&
+         open.st_dev == there.st_dev && open.st_ino == there.st_ino;
+}
+
+int BenchVolume::admitDirectory(const std::string& path) {
+  const std::scoped_lock guard(lock_);
+  return closed_ ? ENODEV : ledger_.admitDirectory(path);
+}
+
+int BenchVolume::admitFile(const std::string& path, std::int64_t size) {
+  const std::scoped_lock guard(lock_);
+  return closed_ ? ENODEV : ledger_.admitFile(path, size);
+}
+
+void BenchVolume::created(const std::string& path, bool isDirectory) {
+  const std::scoped_lock guard(lock_);
+  unwritten_.push_back({path, isDirectory});
+  if (isDirectory) {
+    ledger_.addDirectory(path);
+    return;
+  }
+  struct stat status {};
+  ::stat((folder_ + "/" + path).c_str(), &status);
+  ledger_.addFile(path, status.st_size);
+  unwrittenBytes_ += status.st_size;
+  if (unwrittenBytes_ > kMostUnwritten) {
+    flushLocked();
+  }
+}
+
+bool BenchVolume::flush() {
+  const std::scoped_lock guard(lock_);
+  return flushLocked();
+}
+
+// What could not be written stays, and fails again: part of it may be there already.
+bool BenchVolume::flushLocked() {
+  unwrittenBytes_ = 0;
+  if (closed_ || !writer_.write(unwritten_)) {
+    return false;
+  }
+  unwritten_.clear();
+  return true;
+}
+
+void BenchVolume::close() {
+  const std::scoped_lock guard(lock_);
+  closed_ = true;
+  removeFolder(folder_);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,112 @@
+#include "BenchVolumes.h"
+
+#include <filesystem>
+#include <utility>
+#include <variant>
+
+#include "BenchMedium.h"
+#include "BenchVolume.h"
+
+namespace fillstation {
+
+namespace {
+
+const Dissenter kGone{"The device has gone."};
+
+}  // namespace
+
+BenchVolumes::BenchVolumes(std::string benchFolder, BenchPlayers& players, BenchServices services)
+    : folder_(std::move(benchFolder) + "/volumes"), players_(players), services_(services) {}
+
+void BenchVolumes::clear() {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+std::optional<Dissenter> BenchVolumes::mount(BenchPlayer& player) {
+  player.pullAt(PullMoment::kBeforeMount);
+  return mountNow(player);
+}
+
+std::optional<Dissenter> BenchVolumes::mountNow(BenchPlayer& player) {
+  const std::scoped_lock guard(player.access());
+  if (!player.isPresent()) {
+    return kGone;
+  }
+  if (player.isEjected()) {
+    return Dissenter{"There is no medium."};
+  }
+  if (player.volume()) {
+    return std::nullopt;
+  }
+  std::optional<Dissenter> refused;
+  if (player.faults().refuseMount) {
+    refused = Dissenter{"The volume refuses to be mounted."};
+  } else {
+    auto mounted = BenchVolume::mount(player.image(), folder_);
+    if (auto* volume = std::get_if<std::shared_ptr<BenchVolume>>(&mounted)) {
+      player.setVolume(std::move(*volume));
+    } else {
+      refused = std::get<Dissenter>(mounted);
+    }
+  }
+  player.setKnown(true);
+  return refused;
+}
+
+std::optional<Dissenter> BenchVolumes::unmount(BenchPlayer& player) {
+  const std::scoped_lock guard(player.access());
+  player.pullAt(PullMoment::kBeforeUnmount);
+  if (!player.isPresent()) {
+    return kGone;
+  }
+  const auto volume = player.volume();
+  if (!volume) {
+    return std::nullopt;
+  }
+  if (player.faults().refuseUnmount) {
+    return Dissenter{"The volume is in use."};
+  }
+  if (!volume->flush()) {
+    return Dissenter{"What was copied can't be written."};
+  }
+  player.setVolume(nullptr);
+  volume->close();
+  return std::nullopt;
+}
+
+std::optional<Dissenter> BenchVolumes::eject(BenchPlayer& player) {
+  auto refused = unmount(player);
+  if (!refused) {
+    player.setEjected();
+  }
+  return refused;
+}
+
+void BenchVolumes::arrived(const std::shared_ptr<BenchPlayer>& player) {
+  if (player->identity().automount) {
+    player->requests().add([this, player] { mountNow(*player); });
+  }
+}
+
+void BenchVolumes::left(const std::shared_ptr<BenchPlayer>& player) {
+  player->requests().add([player] {
+    const std::scoped_lock guard(player->access());
+    if (const auto volume = player->volume()) {
+      volume->close();
+    }
+  });
+}
+
+std::shared_ptr<VolumeMedium> BenchVolumes::mediumOf(int rootDescriptor,
+                                                     const std::string& /*mountPath*/,
+                                                     const DiskIdentity& owner) {
+  const auto player = players_.find(owner);
+  const auto volume = player ? player->volume() : nullptr;
+  if (!volume || !volume->isRoot(rootDescriptor)) {
+    return nullptr;
+  }
+  return std::make_shared<BenchMedium>(player, volume, services_.clock);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace fillstation {
+
+// When a bench player is pulled out by itself.
+enum class PullMoment {
+  kNever,
+  kBeforeUnmount,
+  kDuringWipe,
+  kDuringFormat,
+  kBeforeMount,
+  kAfterBytes
+};
+
+// What goes wrong with a bench player. A plain value.
+struct BenchFaults {
+  std::int64_t bytesPerSecond = 0;  // speed limit of the copy, 0 for none
+  PullMoment pull = PullMoment::kNever;
+  std::int64_t pullAfterBytes = 0;             // bytes copied when PullMoment::kAfterBytes strikes
+  std::optional<std::int64_t> failAfterBytes;  // bytes copied before every further one fails
+  bool refuseMount = false;
+  bool refuseUnmount = false;
+  bool refuseFormat = false;           // the format command fails
+  std::int64_t diskAfterSearches = 0;  // the disk is found only after so many searches
+
+  bool operator==(const BenchFaults&) const = default;
+};
+
+// What a bench player says of itself, and how it behaves. A plain value, kept beside the image.
+struct BenchIdentity {
+  std::optional<std::string> product = "HS USB FlashDisk";  // none: a device without a name
+  std::string manufacturer = "Fillstation Bench";
+  std::string serial = "0001";
+  std::uint16_t release = 0x0100;  // binary coded decimal
+  std::string vendor = "ACTIONS";  // of the disk
+  std::string port;                // of the USB bus, empty: named after the device number
+  bool disk = true;                // false: a device without a disk
+  bool automount = true;           // mounted at once when it is plugged in, as a desktop would
+  BenchFaults faults;
+
+  bool operator==(const BenchIdentity&) const = default;
+};
+
+// One player of a scenario. A plain value.
+struct BenchPlayerSpec {
+  std::string name;           // letters, digits, "-" and "_"; the image is NAME.img
+  std::int64_t sizeMiB = 64;  // 64 to 8192
+  std::optional<std::string> label;
+  bool blank = false;  // no file system
+  BenchIdentity identity;
+
+  bool operator==(const BenchPlayerSpec&) const = default;
+};
+
+// The administrator of the bench.
+struct BenchCredentials {
+  std::string user = "bench";
+  std::string password = "bench";
+
+  bool operator==(const BenchCredentials&) const = default;
+};
+
+// A described bench: its players in plugging order and its administrator. A plain value.
+struct Scenario {
+  BenchCredentials credentials;
+  std::vector<BenchPlayerSpec> players;
+
+  bool operator==(const Scenario&) const = default;
+};
+
+// Why a file could not be read. A plain value.
+struct ScenarioError {
+  std::string file;
+  int line = 0;  // the first is 1; 0 when the file can't be read at all
+  std::string reason;
+
+  // "FILE:LINE: REASON", without the line when there is none.
+  std::string text() const;
+};
+
+// Reads a scenario, or says what is wrong with it first. The file's name stands in the error only.
+// Nothing is thrown. Any thread.
+std::variant<Scenario, ScenarioError> parseScenario(std::string_view content,
+                                                    const std::string& file);
+std::variant<Scenario, ScenarioError> readScenario(const std::string& file);
+
+// The same for the identity beside an image: one player's keys without those that make the image.
+std::variant<BenchIdentity, ScenarioError> parseIdentity(std::string_view content,
+                                                         const std::string& file);
+std::variant<BenchIdentity, ScenarioError> readIdentity(const std::string& file);
+
+// The text of an identity file that reads back as this identity.
+std::string identityText(const BenchIdentity& identity);
+
+}  // namespace fillstation
