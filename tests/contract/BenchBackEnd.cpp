@@ -1,0 +1,134 @@
+#include "BenchBackEnd.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QTest>
+#include <filesystem>
+
+#include "FatImage.h"
+#include "FatText.h"
+#include "FileHandle.h"
+#include "Tools.h"
+
+namespace fillstation::contract {
+
+namespace {
+
+std::string readAll(const FatImage& image, const FatEntry& entry) {
+  std::FILE* file = std::tmpfile();
+  EXPECT_TRUE(image.copyContent(entry, ::fileno(file)));
+  std::string bytes(entry.size, '\0');
+  EXPECT_EQ(::pread(::fileno(file), bytes.data(), bytes.size(), 0),
+            static_cast<ssize_t>(bytes.size()));
+  std::fclose(file);
+  return bytes;
+}
+
+void collect(const FatImage& image, std::uint32_t cluster, const std::string& prefix,
+             std::vector<OnMedium>& all) {
+  const auto directory = image.list(cluster);
+  ASSERT_TRUE(directory);
+  for (const auto& entry : directory->entries) {
+    const std::string path = prefix + utf8Of(entry.name);
+    if (entry.isDirectory) {
+      all.push_back({path + "/", ""});
+      collect(image, entry.firstCluster, path + "/", all);
+    } else {
+      all.push_back({path, readAll(image, entry)});
+    }
+  }
+}
+
+}  // namespace
+
+BenchBackEnd::BenchBackEnd(BenchCredentials credentials) {
+  bench = std::make_unique<Bench>(
+      folder.path(), BenchServices{stop, mainThread, clock, workers, log}, std::move(credentials));
+}
+
+BenchBackEnd::~BenchBackEnd() {
+  stop.request();
+  workers.joinAll();
+}
+
+void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
+  BenchPlayerSpec spec;
+  spec.name = name;
+  spec.sizeMiB = wish.sizeMiB;
+  spec.label = wish.label;
+  spec.blank = wish.blank;
+  spec.identity.product = wish.product;
+  spec.identity.manufacturer = wish.manufacturer;
+  spec.identity.serial = wish.serial;
+  spec.identity.release = wish.release;
+  spec.identity.vendor = wish.vendor;
+  spec.identity.disk = wish.disk;
+  make(spec);
+}
+
+void BenchBackEnd::make(const BenchPlayerSpec& spec) {
+  ASSERT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+}
+
+void BenchBackEnd::plug(const std::string& name) { ASSERT_TRUE(plugPlayer(folder.path(), name)); }
+
+void BenchBackEnd::unplug(const std::string& name) {
+  ASSERT_TRUE(unplugPlayer(folder.path(), name));
+}
+
+std::string BenchBackEnd::image(const std::string& name) const {
+  const std::string plugged = pluggedImage(folder.path(), name);
+  return std::filesystem::exists(plugged) ? plugged : pulledImage(folder.path(), name);
+}
+
+std::vector<OnMedium> BenchBackEnd::content(const std::string& name) {
+  const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
+  const auto fat = FatImage::open(file.get());
+  std::vector<OnMedium> all;
+  EXPECT_TRUE(fat);
+  if (fat) {
+    collect(*fat, fat->rootCluster(), "", all);
+  }
+  return all;
+}
+
+bool BenchBackEnd::isSound(const std::string& name) {
+  const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
+  const auto said = runTool({"fsck.fat", "-n", kHandedImage}, file.get());
+  EXPECT_EQ(said, std::nullopt);
+  return !said;
+}
+
+std::string BenchBackEnd::head(const std::string& name, std::size_t bytes) {
+  const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
+  std::string head(bytes, '?');
+  EXPECT_EQ(::pread(file.get(), head.data(), bytes, 0), static_cast<ssize_t>(bytes));
+  return head;
+}
+
+void BenchBackEnd::writeHead(const std::string& name, const std::string& bytes) {
+  const FileHandle file(::open(image(name).c_str(), O_WRONLY | O_CLOEXEC));
+  EXPECT_EQ(::pwrite(file.get(), bytes.data(), bytes.size(), 0),
+            static_cast<ssize_t>(bytes.size()));
+}
+
+std::int64_t BenchBackEnd::mediumSize(const std::string& name) {
+  return static_cast<std::int64_t>(std::filesystem::file_size(image(name)));
+}
+
+bool BenchBackEnd::await(const std::function<bool()>& condition) {
+  return QTest::qWaitFor([&] { return condition(); }, 60'000);
+}
+
+void BenchBackEnd::settle() {
+  // An event may bring another one; what is posted now comes after all that is pending.
+  for (int pass = 0; pass < 3; ++pass) {
+    bool passed = false;
+    mainThread.post([&passed] { passed = true; });
+    await([&passed] { return passed; });
+  }
+}
+
+}  // namespace fillstation::contract

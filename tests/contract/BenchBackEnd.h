@@ -1,0 +1,52 @@
+#pragma once
+
+#include "BackEnd.h"
+#include "Bench.h"
+#include "BenchFolder.h"
+#include "QtClock.h"
+#include "QtMainThread.h"
+#include "TempFolder.h"
+#include "TestPlatform.h"
+#include "ThreadWorkers.h"
+
+namespace fillstation::contract {
+
+// The virtual bench in a folder of its own.
+class BenchBackEnd : public BackEnd {
+ public:
+  explicit BenchBackEnd(BenchCredentials credentials = {});
+  ~BenchBackEnd() override;
+
+  UsbBus& usbBus() override { return bench->usbBus(); }
+  std::shared_ptr<DiskSession> createDiskSession() override { return bench->createDiskSession(); }
+  ScriptRunner& scriptRunner() override { return bench->scriptRunner(); }
+  FileManager& fileManager() override { return bench->fileManager(); }
+  std::string userName() override { return "bench"; }
+  std::string password() override { return "bench"; }
+  void make(const std::string& name, const PlayerWish& wish) override;
+  void plug(const std::string& name) override;
+  void unplug(const std::string& name) override;
+  std::vector<OnMedium> content(const std::string& name) override;
+  bool isSound(const std::string& name) override;
+  std::string head(const std::string& name, std::size_t bytes) override;
+  void writeHead(const std::string& name, const std::string& bytes) override;
+  std::int64_t mediumSize(const std::string& name) override;
+  bool await(const std::function<bool()>& condition) override;
+  void settle() override;
+
+  // Makes a player with everything that the bench can do.
+  void make(const BenchPlayerSpec& spec);
+  // Where the player's image is now.
+  std::string image(const std::string& name) const;
+
+  // Removed last: the workers write there.
+  test::TempFolder folder;
+  StopSource stop;
+  QtMainThread mainThread{stop};
+  QtClock clock{stop};
+  test::TestLog log;
+  std::unique_ptr<Bench> bench;
+  ThreadWorkers workers{stop};
+};
+
+}  // namespace fillstation::contract

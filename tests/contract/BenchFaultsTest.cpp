@@ -1,0 +1,217 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <chrono>
+
+#include "BenchMedium.h"
+#include "BenchScriptRunner.h"
+#include "BenchTest.h"
+#include "BenchVolume.h"
+
+namespace fillstation::contract {
+
+namespace {
+
+const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
+
+class BenchFaultsTest : public BenchTest {};
+INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
+
+TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
+  spec.identity.faults.refuseMount = true;
+  plugSpec();
+  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_EQ(volumeName(identity), "BOOKS");
+  EXPECT_EQ(mountPath(identity), std::nullopt);
+}
+
+TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
+  spec.identity.faults.refuseUnmount = true;
+  plugSpecMounted();
+  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
+  EXPECT_EQ(mountPath(identity), root);
+  EXPECT_FALSE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+}
+
+TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage) {
+  spec.identity.faults.refuseFormat = true;
+  plugSpecMounted();
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  const ScriptOutcome outcome = runAsAdministrator(formatCommand(identity.node), identity);
+  EXPECT_FALSE(outcome.result);
+  EXPECT_EQ(outcome.errorNumber, 1);
+  EXPECT_NE(outcome.errorMessage.value_or("").find("mkfs.fat: "), std::string::npos);
+  EXPECT_EQ(outcome.errorMessage->find("/proc/"), std::string::npos);
+  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_EQ(bench->mediumSize("a"), 64 * 1024 * 1024);
+}
+
+TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
+  spec.identity.faults.pull = PullMoment::kBeforeUnmount;
+  plugSpecMounted();
+  EXPECT_FALSE(isPulled());
+  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(isPulled());
+  EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
+}
+
+TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
+  spec.identity.faults.pull = PullMoment::kDuringWipe;
+  plugSpecMounted();
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  bench->writeHead("a", std::string(40960, 'm'));
+  const ScriptOutcome outcome = runAsAdministrator(wipeCommand(identity.node), identity);
+  EXPECT_FALSE(outcome.result);
+  EXPECT_EQ(outcome.errorNumber, kNotThePlayerNumber);
+  EXPECT_EQ(outcome.errorMessage, "The device has gone.");
+  EXPECT_TRUE(isPulled());
+  EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));
+}
+
+TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
+  spec.identity.faults.pull = PullMoment::kDuringFormat;
+  plugSpecMounted();
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  EXPECT_FALSE(isPulled());
+  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
+            "The device has gone.");
+  EXPECT_TRUE(isPulled());
+}
+
+TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) {
+  spec.identity.faults.pull = PullMoment::kBeforeMount;
+  plugSpecMounted();
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_FALSE(isPulled());
+  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(isPulled());
+}
+
+TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
+  spec.identity.faults.pull = PullMoment::kAfterBytes;
+  spec.identity.faults.pullAfterBytes = 10;
+  plugSpecMounted();
+  EXPECT_TRUE(copy("12345", "1.mp3"));
+  EXPECT_TRUE(copy("12345", "2.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_FALSE(isPulled());
+  EXPECT_FALSE(copy("1", "3.mp3"));
+  EXPECT_TRUE(isPulled());
+  EXPECT_FALSE(copy("", "4.mp3"));
+  EXPECT_FALSE(volume->createDirectory(root + "/d"));
+  EXPECT_FALSE(volume->flush());
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "12345"}, {"2.mp3", "12345"}}));
+}
+
+TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
+  spec.identity.faults.failAfterBytes = 10;
+  plugSpecMounted();
+  EXPECT_TRUE(copy("1234567890", "1.mp3"));
+  EXPECT_FALSE(copy("1", "2.mp3"));
+  EXPECT_FALSE(copy("1", "3.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_FALSE(isPulled());
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
+}
+
+TEST_P(BenchFaultsTest, ADiskThatIsSlowToAppear) {
+  spec.identity.faults.diskAfterSearches = 2;
+  bench->make(spec);
+  bench->plug("a");
+  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
+  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), "vp0");
+  EXPECT_EQ(device->searchDiskName(), "vp0");
+}
+
+TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
+  spec.identity.faults.diskAfterSearches = 1;
+  plugSpec();
+  EXPECT_EQ(told.at(0).diskName, std::nullopt);
+  pullOut("a");
+  EXPECT_EQ(told.at(1).diskName, std::nullopt);
+}
+
+TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
+  spec.identity.faults.diskAfterSearches = 1;
+  bench->make(spec);
+  bench->plug("a");
+  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
+  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), "vp0");
+  bench->unplug("a");
+  bench->settle();
+  EXPECT_EQ(device->searchDiskName(), "vp0");
+}
+
+TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
+  spec.identity.automount = false;
+  plugSpec();
+  EXPECT_EQ(volumeName(identity), "BOOKS");
+  bench->settle();
+  EXPECT_EQ(mountPath(identity), std::nullopt);
+  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(mountPath(identity));
+}
+
+// The bench's medium over a clock that notes the pauses.
+TEST_P(BenchFaultsTest, TheSpeedLimitIsAPauseOfTheClock) {
+  test::TestMainThread testThread;
+  test::TestClock testClock(testThread);
+  spec.identity.faults.bytesPerSecond = 2'000'000;
+  bench->make(spec);
+  bench->plug("a");
+  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
+  const auto player = std::make_shared<BenchPlayer>(
+      bench->image("a"), std::move(image), spec.identity, BenchPlayer::Place{}, bench->workers);
+  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
+  BenchMedium medium(player, std::get<std::shared_ptr<BenchVolume>>(mounted), testClock);
+  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
+  EXPECT_EQ(medium.admitBytes(1), 0);
+  EXPECT_EQ(testClock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
+}
+
+TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
+  test::TestMainThread testThread;
+  test::TestClock testClock(testThread);
+  bench->make(spec);
+  bench->plug("a");
+  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
+  const auto player = std::make_shared<BenchPlayer>(
+      bench->image("a"), std::move(image), spec.identity, BenchPlayer::Place{}, bench->workers);
+  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
+  const auto volumeOfPlayer = std::get<std::shared_ptr<BenchVolume>>(mounted);
+  BenchMedium medium(player, volumeOfPlayer, testClock);
+  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
+  EXPECT_TRUE(testClock.sleeps().empty());
+  // What is created on a player that has been pulled meanwhile does not reach its image.
+  bench->folder.write("volumes/BOOKS/late.mp3", "");
+  std::filesystem::resize_file(bench->folder.path("volumes/BOOKS/late.mp3"), 17 << 20);
+  bench->unplug("a");
+  medium.created("late.mp3", false);
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>());
+  EXPECT_EQ(medium.admitBytes(1), ENODEV);
+  EXPECT_EQ(medium.admitFile("x", 1), ENODEV);
+  EXPECT_EQ(medium.admitDirectory("x"), ENODEV);
+}
+
+TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
+  plugSpecMounted();
+  EXPECT_TRUE(copy("x", "x.mp3"));
+  EXPECT_TRUE(copy("y", "y.mp3"));
+  std::filesystem::remove(root + "/x.mp3");
+  EXPECT_FALSE(volume->flush());
+  EXPECT_FALSE(volume->flush());
+  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_EQ(mountPath(identity), root);
+}
+
+}  // namespace
+
+}  // namespace fillstation::contract

@@ -1,0 +1,273 @@
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "BenchTest.h"
+#include "ShellCommand.h"
+
+namespace fillstation::contract {
+
+namespace {
+
+const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
+
+class BenchFolderTest : public BenchTest {
+ protected:
+  std::string at(const std::string& below) const { return bench->folder.path(below); }
+
+  // What a shell command line says.
+  static std::string said(const std::string& line) {
+    return std::get<ShellCommand::Result>(ShellCommand::run(line)).out;
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Bench, BenchFolderTest, ::testing::Values(kBench), nameOfKind);
+
+TEST_P(BenchFolderTest, AnImageWithoutAnIdentityIsAStandardPlayer) {
+  watchBus();
+  bench->make(spec);
+  std::filesystem::remove(at("a.json"));
+  identity = plugInAgain("a");
+  EXPECT_EQ(vendor(identity), "ACTIONS");
+  EXPECT_EQ(identity.node, "/dev/vp0");
+  EXPECT_EQ(identity.usbHandle, 0x10002U);
+}
+
+TEST_P(BenchFolderTest, AnIdentityWithAMistakeIsLoggedAndThePlayerLeftOut) {
+  watchBus();
+  bench->make(spec);
+  bench->folder.write("a.json", "{\n  \"vendor\": 1\n}\n");
+  bench->plug("a");
+  EXPECT_TRUE(bench->await([&] { return !bench->log.texts().empty(); }));
+  EXPECT_EQ(bench->log.texts(),
+            std::vector<std::string>({at("a.json") + ":2: vendor: must be a text\n"}));
+  bench->settle();
+  EXPECT_TRUE(told.empty());
+}
+
+TEST_P(BenchFolderTest, AnImageThatIsNoFileIsLogged) {
+  bench->folder.makeFolder("a.img");
+  watchBus();
+  EXPECT_EQ(bench->log.texts(), std::vector<std::string>({at("a.img") + ": can't be opened\n"}));
+}
+
+TEST_P(BenchFolderTest, AFolderThatDoesNotExistCannotBeOpened) {
+  Bench nowhere(at("missing"), BenchServices{bench->stop, bench->mainThread, bench->clock,
+                                             bench->workers, bench->log});
+  EXPECT_FALSE(nowhere.usbBus().open("IOUSBDevice"));
+}
+
+TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
+  watchBus();
+  bench->folder.write("a.txt", "x");
+  bench->folder.write(".img", "x");
+  bench->folder.write("a.img.part", "x");
+  bench->make(spec);
+  identity = plugInAgain("a");
+  EXPECT_EQ(told.size(), 1U);
+  EXPECT_TRUE(bench->log.texts().empty());
+}
+
+TEST_P(BenchFolderTest, AnImageThatIsCopiedInComesWhenItIsComplete) {
+  watchBus();
+  bench->make(spec);
+  EXPECT_EQ(said("cp '" + at("pulled/a.img") + "' '" + at("a.img") + "'"), "");
+  ASSERT_TRUE(bench->await([&] { return told.size() == 1; }));
+  identity = {"/dev/vp0", told[0].handle};
+  EXPECT_EQ(mediaSize(identity), 64 << 20);
+  EXPECT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
+}
+
+TEST_P(BenchFolderTest, AnImageThatIsDeletedIsPulledOut) {
+  plugSpecMounted();
+  std::filesystem::remove(at("a.img"));
+  EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
+  EXPECT_FALSE(told[1].arrived);
+}
+
+TEST_P(BenchFolderTest, OutAndInAtOnceIsALeavingAndAnArrival) {
+  plugSpec();
+  bench->unplug("a");
+  bench->plug("a");
+  ASSERT_TRUE(bench->await([&] { return told.size() == 3; }));
+  EXPECT_FALSE(told[1].arrived);
+  EXPECT_TRUE(told[2].arrived);
+  EXPECT_NE(told[2].handle, told[0].handle);
+}
+
+TEST_P(BenchFolderTest, InAndOutBeforeAnybodyLooksIsNothing) {
+  watchBus();
+  bench->make(spec);
+  bench->plug("a");
+  bench->unplug("a");
+  bench->settle();
+  EXPECT_TRUE(told.empty());
+  EXPECT_TRUE(bench->log.texts().empty());
+}
+
+TEST_P(BenchFolderTest, AnotherImageOverTheOldOneIsALeavingAndAnArrival) {
+  plugSpec();
+  bench->make(spec);
+  bench->plug("a");
+  ASSERT_TRUE(bench->await([&] { return told.size() == 3; }));
+  EXPECT_FALSE(told[1].arrived);
+  EXPECT_EQ(told[1].handle, told[0].handle);
+  EXPECT_TRUE(told[2].arrived);
+}
+
+TEST_P(BenchFolderTest, WritingToThePluggedImageIsNoEvent) {
+  plugSpecMounted();
+  bench->writeHead("a", bench->head("a", 512));
+  bench->settle();
+  EXPECT_EQ(told.size(), 1U);
+}
+
+TEST_P(BenchFolderTest, DiskNamesAreTheLowestFreeOnes) {
+  watchBus();
+  for (const std::string name : {"a", "b", "c"}) {
+    plugIn(name);
+  }
+  EXPECT_EQ(told[0].diskName, "vp0");
+  EXPECT_EQ(told[1].diskName, "vp1");
+  EXPECT_EQ(told[2].diskName, "vp2");
+  pullOut("b");
+  pullOut("a");
+  plugInAgain("b");
+  EXPECT_EQ(told.back().diskName, "vp0");
+}
+
+TEST_P(BenchFolderTest, DeviceNumbersAreNotUsedAgainBeforeTheyHaveRunOut) {
+  watchBus();
+  bench->make("stays", {});
+  plugInAgain("stays");
+  spec.identity.disk = false;
+  bench->make(spec);
+  std::vector<std::uint32_t> handles;
+  for (int time = 0; time < 126; ++time) {
+    handles.push_back(plugInAgain("a").usbHandle);
+    pullOut("a");
+  }
+  EXPECT_EQ(told[0].handle, 0x10002U);
+  EXPECT_EQ(handles.front(), 0x10003U);
+  EXPECT_EQ(handles[124], 0x1007FU);
+  EXPECT_EQ(handles[125], 0x10003U);
+}
+
+TEST_P(BenchFolderTest, WhatAnEarlierBenchLeftMountedGoes) {
+  bench->folder.write("volumes/BOOKS/old.mp3", "x");
+  plugSpecMounted();
+  EXPECT_EQ(root, at("volumes/BOOKS"));
+  EXPECT_FALSE(std::filesystem::exists(root + "/old.mp3"));
+}
+
+TEST_P(BenchFolderTest, EqualLabelsAreNumbered) {
+  watchBus();
+  EXPECT_EQ(mountPath(plugInMounted("a")), at("volumes/BOOKS"));
+  EXPECT_EQ(mountPath(plugInMounted("b")), at("volumes/BOOKS1"));
+  EXPECT_EQ(mountPath(plugInMounted("c")), at("volumes/BOOKS2"));
+}
+
+TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
+  plugSpecMounted();
+  const std::string source = sources.write("source", "x");
+  said("touch -d '2001-02-03 04:05:06' '" + source + "'");
+  EXPECT_TRUE(volume->copyItem(source, root + "/x.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_NE(said("mdir -i '" + bench->image("a") + "' ::").find("2001-02-03   4:05"),
+            std::string::npos);
+}
+
+TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
+  plugSpecMounted();
+  const std::string source = sources.write("source", "x");
+  std::vector<std::string> names;
+  for (int number = 0; number < 400; ++number) {
+    names.push_back(std::to_string(number) + std::string(120, 'n') + ".mp3");
+    ASSERT_TRUE(volume->copyItem(source, root + "/" + names.back()));
+  }
+  EXPECT_TRUE(volume->flush());
+  std::vector<std::string> found;
+  for (const auto& file : bench->content("a")) {
+    found.push_back(file.path);
+  }
+  EXPECT_EQ(found, names);
+}
+
+TEST_P(BenchFolderTest, ThePartitionOfAnImageIsItsVolume) {
+  spec.blank = true;
+  bench->make(spec);
+  const std::string image = bench->image("a");
+  said("truncate -s 0 '" + image + "'; truncate -s 80M '" + image + "'; " + "truncate -s 64M '" +
+       at("part") + "'; PATH=$PATH:/usr/sbin mkfs.fat -F32 -n INNER '" + at("part") + "'; dd if='" +
+       at("part") + "' of='" + image + "' bs=1M seek=1 conv=notrunc,sparse 2>&1");
+  // One partition of type 0C from sector 2048 on.
+  std::string table(512, '\0');
+  table.replace(446, 16, std::string("\0\0\0\0\x0c\0\0\0\0\x08\0\0\0\0\x02\0", 16));
+  table[510] = '\x55';
+  table[511] = '\xAA';
+  bench->writeHead("a", table);
+  watchBus();
+  identity = plugInAgain("a");
+  ASSERT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
+  EXPECT_EQ(volumeName(identity), "INNER");
+  root = *mountPath(identity);
+  volume = bench->fileManager().openVolume(root, identity);
+  EXPECT_TRUE(volume->createDirectory(root + "/d"));
+  EXPECT_TRUE(copy("x", "d/x.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"d/", ""}, {"d/x.mp3", "x"}}));
+}
+
+TEST_P(BenchFolderTest, AllPortsAreInstalled) {
+  Platform installed;
+  bench->bench->installInto(installed);
+  EXPECT_EQ(installed.usbBus, &bench->usbBus());
+  EXPECT_NE(installed.createDiskSession(), nullptr);
+  EXPECT_EQ(installed.scriptRunner, &bench->scriptRunner());
+  EXPECT_EQ(installed.fileManager, &bench->fileManager());
+  EXPECT_EQ(installed.mainThread, &bench->mainThread);
+  EXPECT_EQ(installed.clock, &bench->clock);
+  EXPECT_EQ(installed.workers, &bench->workers);
+  EXPECT_EQ(installed.systemLog, &bench->log);
+  EXPECT_EQ(installed.workspace, nullptr);
+}
+
+TEST_P(BenchFolderTest, APlayerHasAPort) {
+  spec.identity.port = "3-1.4";
+  plugSpec();
+  const DiskIdentity other = plugIn("b");
+  EXPECT_EQ(bench->bench->usbPort(identity.node), "3-1.4");
+  EXPECT_EQ(bench->bench->usbPort(other.node), "1-3");
+  EXPECT_EQ(bench->bench->usbPort("/dev/vp7"), std::nullopt);
+}
+
+TEST_P(BenchFolderTest, AScenariosCredentialsCount) {
+  BenchBackEnd other(BenchCredentials{"anna", "secret"});
+  const DiskIdentity nobody{"/dev/vp0", 0x10002};
+  const auto run = [&](const std::string& user, const std::string& password) {
+    return other.scriptRunner().run(scriptFor(wipeCommand("/dev/vp0"), user, password), nobody);
+  };
+  EXPECT_EQ(run("bench", "bench").errorNumber, kWrongCredentialsNumber);
+  EXPECT_EQ(run("anna", "bench").errorNumber, kWrongCredentialsNumber);
+  EXPECT_EQ(run("bench", "secret").errorNumber, kWrongCredentialsNumber);
+  EXPECT_EQ(run("anna", "secret").errorNumber, kNotThePlayerNumber);
+  EXPECT_EQ(other.scriptRunner().run(scriptFor("true", "anna", "secret"), nobody).errorNumber,
+            kNotAPlayerCommandNumber);
+}
+
+TEST_P(BenchFolderTest, AFolderWithASlashAtTheEndIsTheSame) {
+  BenchBackEnd other;
+  other.bench = std::make_unique<Bench>(
+      other.folder.path() + "/",
+      BenchServices{other.stop, other.mainThread, other.clock, other.workers, other.log});
+  backEnd.reset();
+  session = other.createDiskSession();
+  other.make("a", PlayerWish{});
+  other.plug("a");
+  ASSERT_TRUE(other.usbBus().open("IOUSBDevice"));
+  EXPECT_TRUE(other.await(
+      [&] { return mountPathOf(*session, "vp0") == other.folder.path("volumes/BOOKS"); }));
+}
+
+}  // namespace
+
+}  // namespace fillstation::contract

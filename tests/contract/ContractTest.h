@@ -1,0 +1,172 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "BackEnd.h"
+#include "Url.h"
+
+namespace fillstation::contract {
+
+inline std::string contentOfFile(const std::string& path) {
+  std::ostringstream content;
+  content << std::ifstream(path, std::ios::binary).rdbuf();
+  return content.str();
+}
+
+// What the suites have in common: a back end whose bus is watched the way the program does it, and
+// requests that are waited for.
+class ContractTest : public ::testing::TestWithParam<BackEndKind> {
+ protected:
+  // A device that the bus has told of.
+  struct Told {
+    bool arrived = false;
+    std::uint32_t handle = 0;
+    std::optional<std::string> diskName;
+  };
+
+  // How a request ended.
+  struct Outcome {
+    bool completed = false;
+    std::shared_ptr<Disk> disk;
+    std::optional<std::string> refused;
+    std::thread::id thread;
+  };
+
+  void SetUp() override {
+    backEnd = GetParam().create();
+    session = backEnd->createDiskSession();
+  }
+
+  // Opens the bus and takes in everything that it tells, from now on.
+  void watchBus() {
+    ASSERT_TRUE(backEnd->usbBus().open("IOUSBDevice"));
+    walk(*backEnd->usbBus().watchAttach([this](UsbDeviceIterator& it) { walk(it, true); }), true);
+    walk(*backEnd->usbBus().watchDetach([this](UsbDeviceIterator& it) { walk(it, false); }), false);
+  }
+
+  void walk(UsbDeviceIterator& iterator, bool arrived) {
+    while (const auto device = iterator.next()) {
+      told.push_back({arrived, device->handle(), device->searchDiskName()});
+    }
+  }
+
+  // Makes and plugs in a player and waits until the bus has told of it: the identity of its disk.
+  DiskIdentity plugIn(const std::string& name, const PlayerWish& wish = {}) {
+    backEnd->make(name, wish);
+    return plugInAgain(name);
+  }
+  DiskIdentity plugInAgain(const std::string& name) {
+    const std::size_t before = told.size();
+    backEnd->plug(name);
+    EXPECT_TRUE(backEnd->await([&] { return told.size() > before; }));
+    return {"/dev/" + told.back().diskName.value_or(""), told.back().handle};
+  }
+  // The same, and waits until the system has mounted it.
+  DiskIdentity plugInMounted(const std::string& name, const PlayerWish& wish = {}) {
+    const DiskIdentity identity = plugIn(name, wish);
+    EXPECT_TRUE(backEnd->await([&] { return mountPath(identity).has_value(); }));
+    return identity;
+  }
+
+  // Pulls a player out and waits until the bus has told of it.
+  void pullOut(const std::string& name) {
+    const std::size_t before = told.size();
+    backEnd->unplug(name);
+    EXPECT_TRUE(backEnd->await([&] { return told.size() > before; }));
+  }
+
+  std::shared_ptr<Disk> diskOf(const DiskIdentity& identity) {
+    return session->diskFromName(identity.node);
+  }
+
+  DiskDescription description(const DiskIdentity& identity) {
+    const auto disk = diskOf(identity);
+    const auto read = disk ? disk->copyDescription() : std::nullopt;
+    return read.value_or(DiskDescription{});
+  }
+
+  // Empty, and -1, when there is none.
+  std::string vendor(const DiskIdentity& identity) {
+    const auto value = description(identity).deviceVendor;
+    return value && value->asText() != nullptr ? *value->asText() : std::string();
+  }
+  std::int64_t mediaSize(const DiskIdentity& identity) {
+    const auto value = description(identity).mediaSize;
+    return value && value->asNumber() != nullptr ? *value->asNumber() : -1;
+  }
+
+  std::optional<std::string> volumeName(const DiskIdentity& identity) {
+    const auto value = description(identity).volumeName;
+    return value && value->asText() != nullptr ? std::optional(*value->asText()) : std::nullopt;
+  }
+
+  // The path of the mount point, from the address in the description.
+  std::optional<std::string> mountPath(const DiskIdentity& identity) {
+    return mountPathOf(*session, identity.node);
+  }
+  static std::optional<std::string> mountPathOf(DiskSession& from, const std::string& name) {
+    const auto disk = from.diskFromName(name);
+    const auto read = disk ? disk->copyDescription() : std::nullopt;
+    const auto value = read ? read->volumePath : std::nullopt;
+    if (!value) {
+      return std::nullopt;
+    }
+    const std::string text = value->description();
+    const std::size_t begin = text.find("= ", text.find('{')) + 2;
+    const std::string address = text.substr(begin, text.find(',', begin) - begin);
+    EXPECT_TRUE(address.ends_with('/'));
+    return Url::withString(address).path();
+  }
+
+  // A completion that notes how the request ended.
+  static DiskSession::Completion noting(Outcome& outcome) {
+    return [&outcome](const std::shared_ptr<Disk>& disk, const Dissenter* refused) {
+      outcome.completed = true;
+      outcome.disk = disk;
+      outcome.thread = std::this_thread::get_id();
+      if (refused != nullptr) {
+        outcome.refused = refused->reason;
+      }
+    };
+  }
+
+  using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
+                                        DiskSession::Completion);
+
+  // Requests and waits; true when it was not refused.
+  bool succeeds(Request request, const DiskIdentity& identity) {
+    Outcome outcome;
+    ((*session).*request)(diskOf(identity), identity, noting(outcome));
+    EXPECT_TRUE(backEnd->await([&] { return outcome.completed; }));
+    return !outcome.refused;
+  }
+
+  static std::string scriptFor(const std::string& command, const std::string& user,
+                               const std::string& password) {
+    return "do shell script \"" + command + "\" user name \"" + user + "\" password \"" + password +
+           "\" with administrator privileges";
+  }
+  ScriptOutcome runAsAdministrator(const std::string& command, const DiskIdentity& target) {
+    return backEnd->scriptRunner().run(scriptFor(command, backEnd->userName(), backEnd->password()),
+                                       target);
+  }
+  static std::string wipeCommand(const std::string& node) {
+    return "dd if=/dev/zero of=" + node + " bs=4k count=10";
+  }
+  static std::string formatCommand(const std::string& node) { return "mkfs.fat -F32 " + node; }
+
+  std::unique_ptr<BackEnd> backEnd;
+  std::shared_ptr<DiskSession> session;
+  std::vector<Told> told;
+};
+
+}  // namespace fillstation::contract

@@ -1,0 +1,295 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "ContractTest.h"
+#include "TempFolder.h"
+
+namespace fillstation::contract {
+
+class MediumContract : public ContractTest {
+ protected:
+  void SetUp() override {
+    ContractTest::SetUp();
+    watchBus();
+  }
+
+  // Plugs in a player and opens its volume.
+  void openVolume(const PlayerWish& wish = {}) {
+    identity = plugInMounted("a", wish);
+    root = *mountPath(identity);
+    volume = backEnd->fileManager().openVolume(root, identity);
+    ASSERT_NE(volume, nullptr);
+  }
+
+  bool copy(const std::string& content, const std::string& path) {
+    const std::string source = sources.write("source-" + std::to_string(++sourceNumber), content);
+    return volume->copyItem(source, root + "/" + path);
+  }
+
+  bool createDirectory(const std::string& path) {
+    return volume->createDirectory(root + "/" + path);
+  }
+
+  test::TempFolder sources;
+  int sourceNumber = 0;
+  DiskIdentity identity;
+  std::string root;
+  std::shared_ptr<Volume> volume;
+};
+
+TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
+  identity = plugInMounted("a");
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
+  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_EQ(volumeName(identity), "NO NAME");
+  root = *mountPath(identity);
+  volume = backEnd->fileManager().openVolume(root, identity);
+  ASSERT_NE(volume, nullptr);
+  EXPECT_TRUE(createDirectory("Album"));
+  EXPECT_TRUE(copy("two", "Album/02.mp3"));
+  EXPECT_TRUE(copy("one", "Album/01.mp3"));
+  EXPECT_TRUE(volume->flush());
+  const std::vector<OnMedium> expected{
+      {"Album/", ""}, {"Album/02.mp3", "two"}, {"Album/01.mp3", "one"}};
+  EXPECT_EQ(backEnd->content("a"), expected);
+  EXPECT_TRUE(backEnd->isSound("a"));
+  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_EQ(backEnd->content("a"), expected);
+}
+
+TEST_P(MediumContract, IsOpenedForItsDiskOnly) {
+  identity = plugInMounted("a");
+  root = *mountPath(identity);
+  FileManager& files = backEnd->fileManager();
+  EXPECT_NE(files.openVolume(root, identity), nullptr);
+  EXPECT_NE(files.openVolume(root + "/", identity), nullptr);
+  EXPECT_EQ(files.openVolume(root, {identity.node, identity.usbHandle + 1}), nullptr);
+  EXPECT_EQ(files.openVolume(root, {identity.node + "9", identity.usbHandle}), nullptr);
+  EXPECT_EQ(files.openVolume(root + "/..", identity), nullptr);
+  EXPECT_EQ(files.openVolume(sources.path(), identity), nullptr);
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_EQ(files.openVolume(root, identity), nullptr);
+}
+
+TEST_P(MediumContract, TwoPlayersVolumesAreNotTakenForEachOther) {
+  identity = plugInMounted("a");
+  const DiskIdentity other = plugInMounted("b");
+  const std::string first = *mountPath(identity);
+  const std::string second = *mountPath(other);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(backEnd->fileManager().openVolume(first, other), nullptr);
+  EXPECT_EQ(backEnd->fileManager().openVolume(second, identity), nullptr);
+  EXPECT_NE(backEnd->fileManager().openVolume(second, other), nullptr);
+}
+
+TEST_P(MediumContract, DirectoryOrderIsCreationOrder) {
+  openVolume();
+  EXPECT_TRUE(copy("z", "zz.mp3"));
+  EXPECT_TRUE(createDirectory("m"));
+  EXPECT_TRUE(copy("10", "m/10.mp3"));
+  EXPECT_TRUE(copy("2", "m/2.mp3"));
+  EXPECT_TRUE(createDirectory("m/deep"));
+  EXPECT_TRUE(copy("d", "m/deep/d.mp3"));
+  EXPECT_TRUE(copy("1", "m/1.mp3"));
+  EXPECT_TRUE(copy("a", "aa.mp3"));
+  EXPECT_TRUE(volume->flush());
+  const std::vector<OnMedium> expected{{"zz.mp3", "z"},  {"m/", ""},      {"m/10.mp3", "10"},
+                                       {"m/2.mp3", "2"}, {"m/deep/", ""}, {"m/deep/d.mp3", "d"},
+                                       {"m/1.mp3", "1"}, {"aa.mp3", "a"}};
+  EXPECT_EQ(backEnd->content("a"), expected);
+  EXPECT_TRUE(backEnd->isSound("a"));
+}
+
+TEST_P(MediumContract, EveryNameThatFatCanHoldArrivesUnchanged) {
+  const std::vector<std::string> names{
+      "-x.mp3",       "a[1].mp3",           "b]{}.mp3",      "100%.mp3",       "%41.mp3",
+      "ümläut.mp3",   "emoji😀.mp3",         "😀😁.mp3",        "日本語.mp3",     "sp ace.mp3",
+      " leading.mp3", "q'uote.mp3",         "a~1.mp3",       ".hidden",        "A+,;=.mp3",
+      "UPPER.MP3",    "Mixed.mp3",          "lower.mp3",     "x#&!@$^.mp3",    "CON",
+      "con.mp3",      "lpt1.txt",           "clock$",        "é.mp3",          "è.mp3",
+      "noextension",  "two.dots.mp3",       "thirteen78901", "fourteen789012", "\uE000private",
+      "`(){}_-'.mp3", std::string(255, 'n')};
+  openVolume();
+  std::vector<OnMedium> expected;
+  for (const auto& name : names) {
+    EXPECT_TRUE(copy("content of " + name, name)) << name;
+    expected.push_back({name, "content of " + name});
+  }
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), expected);
+  EXPECT_TRUE(backEnd->isSound("a"));
+}
+
+TEST_P(MediumContract, EveryNameOfADirectoryCanBeFilled) {
+  const std::vector<std::string> names{"-d", "a[1]", "[x]", "😀", "ü", "ö", "日本 1", "CON", "Sub"};
+  openVolume();
+  std::vector<OnMedium> expected;
+  for (const auto& name : names) {
+    EXPECT_TRUE(createDirectory(name + "/" + name)) << name;
+    EXPECT_TRUE(copy(name, name + "/" + name + "/" + name + ".mp3")) << name;
+    expected.push_back({name + "/", ""});
+    expected.push_back({name + "/" + name + "/", ""});
+    expected.push_back({name + "/" + name + "/" + name + ".mp3", name});
+  }
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), expected);
+  EXPECT_TRUE(backEnd->isSound("a"));
+}
+
+TEST_P(MediumContract, NamesThatFatRefusesAreRefused) {
+  openVolume();
+  for (const std::string name : {"a:b", "a?b", "a*b", "a<b", "a>b", "a|b", "a\"b", "a\\b", "a\nb",
+                                 "a\x1f", "b\x80", "trailing ", "trailing .", "..."}) {
+    EXPECT_FALSE(copy("x", name)) << name;
+    EXPECT_FALSE(createDirectory(name)) << name;
+  }
+  EXPECT_FALSE(copy("x", std::string(256, 'n')));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>());
+}
+
+TEST_P(MediumContract, DotsAtTheEndOfANameFallAway) {
+  openVolume();
+  EXPECT_TRUE(copy("x", "dots.."));
+  EXPECT_FALSE(copy("x", "dots"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"dots", "x"}}));
+}
+
+TEST_P(MediumContract, NamesThatDifferInCaseAloneCollide) {
+  openVolume();
+  EXPECT_TRUE(copy("x", "Track.mp3"));
+  EXPECT_FALSE(copy("y", "track.MP3"));
+  EXPECT_TRUE(createDirectory("d"));
+  EXPECT_TRUE(copy("z", "d/track.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"),
+            std::vector<OnMedium>({{"Track.mp3", "x"}, {"d/", ""}, {"d/track.mp3", "z"}}));
+}
+
+TEST_P(MediumContract, NeverOverwrites) {
+  openVolume();
+  EXPECT_TRUE(copy("first", "x.mp3"));
+  EXPECT_FALSE(copy("second", "x.mp3"));
+  EXPECT_TRUE(createDirectory("d"));
+  EXPECT_FALSE(copy("third", "d"));
+  EXPECT_TRUE(createDirectory("d"));
+  EXPECT_FALSE(createDirectory("x.mp3"));
+  EXPECT_FALSE(copy("fourth", ""));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "first"}, {"d/", ""}}));
+}
+
+TEST_P(MediumContract, ReportsOnlyWhatItCopied) {
+  openVolume();
+  EXPECT_FALSE(volume->copyItem(sources.path("missing"), root + "/x.mp3"));
+  EXPECT_FALSE(volume->copyItem(sources.path(), root + "/x.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>());
+}
+
+TEST_P(MediumContract, AFileOfFourGiBIsTooLarge) {
+  PlayerWish wish;
+  wish.sizeMiB = 8192;
+  openVolume(wish);
+  const std::string source = sources.write("large", "");
+  std::filesystem::resize_file(source, std::uintmax_t{1} << 32);
+  EXPECT_FALSE(volume->copyItem(source, root + "/large.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>());
+}
+
+TEST_P(MediumContract, TakesNoMoreThanTheMediumHolds) {
+  openVolume();
+  const std::string source = sources.write("large", "");
+  std::filesystem::resize_file(source, std::uintmax_t{40} << 20);
+  EXPECT_TRUE(volume->copyItem(source, root + "/fits.mp3"));
+  EXPECT_FALSE(volume->copyItem(source, root + "/too much.mp3"));
+  EXPECT_TRUE(copy("small", "small.mp3"));
+  EXPECT_TRUE(volume->flush());
+  const auto content = backEnd->content("a");
+  ASSERT_EQ(content.size(), 2U);
+  EXPECT_EQ(content[0].content, std::string(std::size_t{40} << 20, '\0'));
+  EXPECT_EQ(content[1], (OnMedium{"small.mp3", "small"}));
+  EXPECT_TRUE(backEnd->isSound("a"));
+}
+
+TEST_P(MediumContract, AtMostSixteenMiBAreNotOnTheMedium) {
+  openVolume();
+  const std::string source = sources.write("source", "");
+  std::filesystem::resize_file(source, std::uintmax_t{16} << 20);
+  EXPECT_TRUE(volume->copyItem(source, root + "/1.mp3"));
+  EXPECT_TRUE(copy("x", "2.mp3"));
+  const auto content = backEnd->content("a");
+  ASSERT_GE(content.size(), 1U);
+  EXPECT_EQ(content[0].path, "1.mp3");
+}
+
+TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
+  openVolume();
+  EXPECT_TRUE(createDirectory("Älter"));
+  EXPECT_TRUE(copy("before", "Älter/😀.mp3"));
+  EXPECT_TRUE(copy("", "empty.mp3"));
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  root = *mountPath(identity);
+  EXPECT_EQ(contentOfFile(root + "/Älter/😀.mp3"), "before");
+  EXPECT_TRUE(std::filesystem::exists(root + "/empty.mp3"));
+  volume = backEnd->fileManager().openVolume(root, identity);
+  EXPECT_FALSE(copy("again", "EMPTY.mp3"));
+  EXPECT_TRUE(copy("after", "Älter/2.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"Älter/", ""},
+                                                          {"Älter/😀.mp3", "before"},
+                                                          {"Älter/2.mp3", "after"},
+                                                          {"empty.mp3", ""}}));
+  EXPECT_TRUE(backEnd->isSound("a"));
+}
+
+TEST_P(MediumContract, UnmountingWritesWhatIsNotThereYet) {
+  openVolume();
+  EXPECT_TRUE(copy("x", "x.mp3"));
+  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
+  EXPECT_FALSE(copy("y", "y.mp3"));
+  EXPECT_FALSE(createDirectory("d"));
+  EXPECT_FALSE(volume->flush());
+}
+
+TEST_P(MediumContract, EverythingFailsOnceThePlayerHasGone) {
+  openVolume();
+  EXPECT_TRUE(copy("x", "x.mp3"));
+  EXPECT_TRUE(volume->flush());
+  backEnd->unplug("a");
+  EXPECT_FALSE(copy("y", "y.mp3"));
+  EXPECT_FALSE(createDirectory("d"));
+  EXPECT_FALSE(volume->flush());
+  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
+}
+
+TEST_P(MediumContract, GoesWithThePlayer) {
+  openVolume();
+  pullOut("a");
+  EXPECT_TRUE(backEnd->await([&] { return !std::filesystem::exists(root); }));
+  EXPECT_EQ(backEnd->fileManager().openVolume(root, identity), nullptr);
+}
+
+TEST_P(MediumContract, KeepsTheModificationTime) {
+  openVolume();
+  const std::string source = sources.write("source", "x");
+  const timespec when{1'000'000'000, 0};
+  const timespec times[2]{when, when};
+  ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+  EXPECT_TRUE(volume->copyItem(source, root + "/x.mp3"));
+  struct stat status {};
+  ASSERT_EQ(::stat((root + "/x.mp3").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mtime, 1'000'000'000);
+}
+
+}  // namespace fillstation::contract

@@ -1,0 +1,309 @@
+#include "FatImage.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <random>
+
+#include "BenchVolume.h"
+#include "FatText.h"
+#include "FileHandle.h"
+#include "ShellCommand.h"
+#include "TempFolder.h"
+#include "Tools.h"
+
+namespace fillstation {
+
+namespace {
+
+// An image made by the tools themselves.
+class FatImageTest : public ::testing::Test {
+ protected:
+  void make(const std::string& mkfsOptions = "-F32 -n BOOKS", const std::string& size = "64M") {
+    shell("truncate -s " + size + " \"$I\" && mkfs.fat " + mkfsOptions + " \"$I\"");
+    file_ = FileHandle(::open(path().c_str(), O_RDWR | O_CLOEXEC));
+  }
+
+  void shell(const std::string& line) {
+    const auto ended = ShellCommand::run("export I='" + path() + "' D='" + folder_.path() +
+                                         "' PATH=\"$PATH:/usr/sbin\" LC_ALL=C.UTF-8; " + line);
+    const auto& result = std::get<ShellCommand::Result>(ended);
+    EXPECT_TRUE(result.succeeded()) << result.err;
+  }
+
+  std::string path() const { return folder_.path("a.img"); }
+  int file() const { return file_.get(); }
+  FatImage image() const { return *FatImage::open(file()); }
+  FatDirectory root() const { return *image().list(image().rootCluster()); }
+
+  void patch(std::int64_t offset, const std::string& bytes) const {
+    ASSERT_EQ(::pwrite(file(), bytes.data(), bytes.size(), offset),
+              static_cast<ssize_t>(bytes.size()));
+  }
+  std::string bytesAt(std::int64_t offset, std::size_t count) const {
+    std::string bytes(count, '\0');
+    EXPECT_EQ(::pread(file(), bytes.data(), count, offset), static_cast<ssize_t>(count));
+    return bytes;
+  }
+
+  std::vector<std::string> names() const {
+    std::vector<std::string> all;
+    for (const auto& entry : root().entries) {
+      all.push_back(utf8Of(entry.name));
+    }
+    return all;
+  }
+
+  // The content of a file as it is copied out, none when that fails.
+  std::optional<std::string> contentOf(const FatEntry& entry) const {
+    std::FILE* target = std::tmpfile();
+    const bool copied = image().copyContent(entry, ::fileno(target));
+    std::string bytes(entry.size, '\0');
+    const bool read = ::pread(::fileno(target), bytes.data(), bytes.size(), 0) ==
+                      static_cast<ssize_t>(bytes.size());
+    std::fclose(target);
+    return copied && read ? std::optional(bytes) : std::nullopt;
+  }
+
+  test::TempFolder folder_;
+  FileHandle file_;
+};
+
+TEST_F(FatImageTest, TheRootsLabelCounts) {
+  make();
+  EXPECT_EQ(image().label(), "BOOKS");
+  shell("mlabel -i \"$I\" ::NEW");
+  EXPECT_EQ(image().label(), "NEW");
+}
+
+TEST_F(FatImageTest, WithoutALabelInTheRootTheBootSectorsCounts) {
+  make("-F32");
+  EXPECT_EQ(image().label(), "NO NAME");
+  patch(71, "BOOT       ");
+  EXPECT_EQ(image().label(), "BOOT");
+  patch(71, "\x80 B\x7f\x1f      ");
+  EXPECT_EQ(image().label(), "_ B__");
+  patch(71, "           ");
+  EXPECT_EQ(image().label(), "NO NAME");
+}
+
+TEST_F(FatImageTest, OtherFileSystemsAreNone) {
+  make("-F16");
+  EXPECT_FALSE(FatImage::open(file()));
+}
+
+TEST_F(FatImageTest, ABlankOrTinyImageIsNone) {
+  shell("truncate -s 64M \"$I\"");
+  file_ = FileHandle(::open(path().c_str(), O_RDWR | O_CLOEXEC));
+  EXPECT_FALSE(FatImage::open(file()));
+  std::filesystem::resize_file(path(), 100);
+  EXPECT_FALSE(FatImage::open(file()));
+  std::filesystem::resize_file(path(), 0);
+  EXPECT_FALSE(FatImage::open(file()));
+}
+
+TEST_F(FatImageTest, ABootSectorThatMakesNoSenseIsNone) {
+  make();
+  const std::string good = bytesAt(0, 512);
+  const auto refused = [&](std::int64_t offset, const std::string& bytes) {
+    patch(offset, bytes);
+    const bool none = !FatImage::open(file());
+    patch(0, good);
+    return none;
+  };
+  EXPECT_TRUE(refused(510, std::string(2, '\0')));
+  EXPECT_TRUE(refused(82, "FAT16   "));
+  EXPECT_TRUE(refused(11, std::string("\0\1", 2)));
+  EXPECT_TRUE(refused(11, std::string("\0\x20", 2)));
+  EXPECT_TRUE(refused(13, std::string(1, '\0')));
+  EXPECT_TRUE(refused(16, std::string(1, '\0')));
+  EXPECT_TRUE(refused(32, std::string(4, '\0')));
+  EXPECT_TRUE(refused(32, std::string(4, '\xff')));
+  EXPECT_TRUE(refused(36, std::string(4, '\0')));
+  EXPECT_TRUE(refused(36, std::string(4, '\xff')));
+  EXPECT_FALSE(refused(0, "xyz"));
+}
+
+TEST_F(FatImageTest, AFileSystemThatIsCutOffIsNone) {
+  make();
+  std::filesystem::resize_file(path(), std::filesystem::file_size(path()) - 512);
+  EXPECT_FALSE(FatImage::open(file()));
+}
+
+TEST_F(FatImageTest, EntriesAreListedInTheirOrderWithAllThatTheySay) {
+  make();
+  shell(
+      "mkdir \"$D/src\"; cd \"$D/src\"; printf 12345 > 'Long Name with Ümläut.mp3'; "
+      "printf 1 > short.txt; printf '' > EMPTY; "
+      "mcopy -i \"$I\" 'Long Name with Ümläut.mp3' short.txt EMPTY ::/; mmd -i \"$I\" ::/sub");
+  const FatDirectory listed = root();
+  EXPECT_EQ(names(),
+            std::vector<std::string>({"Long Name with Ümläut.mp3", "short.txt", "EMPTY", "sub"}));
+  ASSERT_EQ(listed.entries.size(), 4U);
+  EXPECT_EQ(listed.label, "BOOKS");
+  // The label, a name of 25 units and four short names.
+  EXPECT_EQ(listed.usedSlots, 1 + 2 + 4);
+  EXPECT_EQ(listed.entries[0].size, 5U);
+  EXPECT_EQ(listed.entries[0].shortName, "LONGNA~1.MP3");
+  EXPECT_EQ(listed.entries[0].longNameSlots.size(), 2U);
+  EXPECT_GT(listed.entries[0].longNameSlots[0], listed.entries[0].longNameSlots[1]);
+  EXPECT_FALSE(listed.entries[0].isDirectory);
+  EXPECT_EQ(listed.entries[1].shortName, "SHORT.TXT");
+  EXPECT_TRUE(listed.entries[1].longNameSlots.empty());
+  EXPECT_EQ(listed.entries[2].firstCluster, 0U);
+  EXPECT_TRUE(listed.entries[3].isDirectory);
+  EXPECT_EQ(listed.entries[3].size, 0U);
+  EXPECT_EQ(contentOf(listed.entries[0]), "12345");
+  EXPECT_EQ(contentOf(listed.entries[2]), "");
+  const auto sub = image().list(listed.entries[3].firstCluster);
+  ASSERT_TRUE(sub);
+  EXPECT_TRUE(sub->entries.empty());
+  EXPECT_EQ(sub->usedSlots, 2);
+}
+
+TEST_F(FatImageTest, DeletedEntriesAreLeftOut) {
+  make();
+  shell(
+      "cd \"$D\"; printf 1 > 'a long name that goes.mp3'; printf 2 > stays; "
+      "mcopy -i \"$I\" 'a long name that goes.mp3' stays ::/; "
+      "mdel -i \"$I\" '::/a long name that goes.mp3'");
+  EXPECT_EQ(names(), std::vector<std::string>({"stays"}));
+  EXPECT_TRUE(root().entries[0].longNameSlots.empty());
+  EXPECT_EQ(root().usedSlots, 1 + 3 + 1);
+}
+
+TEST_F(FatImageTest, ContentOfSeveralClustersIsReadWhole) {
+  make();
+  std::string content;
+  for (int number = 0; number < 3000; ++number) {
+    content += std::to_string(number);
+  }
+  folder_.write("many", content);
+  shell("mcopy -i \"$I\" \"$D/many\" ::/");
+  EXPECT_EQ(contentOf(root().entries[0]), content);
+}
+
+TEST_F(FatImageTest, ADirectoryOfSeveralClustersIsReadWhole) {
+  make();
+  shell("cd \"$D\"; for n in $(seq 100); do echo $n > name$n; done; mcopy -i \"$I\" name* ::/");
+  EXPECT_EQ(names().size(), 100U);
+}
+
+TEST_F(FatImageTest, FreeClustersAreThoseThatTheToolsCount) {
+  make();
+  const std::int64_t before = image().freeClusters();
+  // 64 MiB in clusters of 512 bytes, less 32 reserved sectors, two tables and the root.
+  EXPECT_EQ(image().clusterBytes(), 512);
+  EXPECT_EQ(before, 129021);
+  folder_.write("x", std::string(1000, 'x'));
+  shell("mcopy -i \"$I\" \"$D/x\" ::/");
+  EXPECT_EQ(image().freeClusters(), before - 2);
+}
+
+TEST_F(FatImageTest, AChainThatRunsInACircleFails) {
+  make();
+  folder_.write("x", std::string(1000, 'x'));
+  shell("mcopy -i \"$I\" \"$D/x\" ::/");
+  FatEntry entry = root().entries[0];
+  // The first table begins behind 32 reserved sectors.
+  const std::string itself{static_cast<char>(entry.firstCluster), 0, 0, 0};
+  const std::int64_t link = 32 * 512 + 4 * std::int64_t{entry.firstCluster};
+  patch(link, itself);
+  EXPECT_EQ(contentOf(entry), std::nullopt);
+  EXPECT_EQ(image().list(entry.firstCluster), std::nullopt);
+  patch(link, std::string(4, '\0'));
+  EXPECT_EQ(contentOf(entry), std::nullopt);
+  patch(link, std::string("\1\0\0\0", 4));
+  EXPECT_EQ(contentOf(entry), std::nullopt);
+  entry.firstCluster = 0x0FFFFFF7;
+  EXPECT_EQ(contentOf(entry), std::nullopt);
+}
+
+TEST_F(FatImageTest, AFileThatEndsBeforeItsSizeFails) {
+  make();
+  folder_.write("x", std::string(1000, 'x'));
+  shell("mcopy -i \"$I\" \"$D/x\" ::/");
+  FatEntry entry = root().entries[0];
+  entry.size = 1025;
+  EXPECT_EQ(contentOf(entry), std::nullopt);
+  entry.size = 1024;
+  EXPECT_TRUE(contentOf(entry));
+}
+
+TEST_F(FatImageTest, ALongNameIsReplacedByOneAsLong) {
+  make();
+  folder_.write("abcdefghijklmnopqrst.mp3", "x");
+  shell("mcopy -i \"$I\" \"$D/abcdefghijklmnopqrst.mp3\" ::/");
+  const FatEntry entry = root().entries[0];
+  EXPECT_TRUE(image().rename(entry, u"ÄBcdefghijklmnopqr😀.m\u20AC3"));
+  EXPECT_EQ(names(), std::vector<std::string>({"ÄBcdefghijklmnopqr😀.m€3"}));
+  EXPECT_FALSE(image().rename(entry, u"short"));
+  shell("fsck.fat -n \"$I\"");
+}
+
+TEST_F(FatImageTest, AShortNameCannotBeReplaced) {
+  make();
+  folder_.write("SHORT.TXT", "x");
+  shell("mcopy -i \"$I\" \"$D/SHORT.TXT\" ::/");
+  EXPECT_FALSE(image().rename(root().entries[0], u"OTHER.TXT"));
+}
+
+TEST_F(FatImageTest, NoGarbageBreaksTheReader) {
+  make();
+  folder_.write("x", "content");
+  shell("mmd -i \"$I\" ::/d; mcopy -i \"$I\" \"$D/x\" ::/d/x; mcopy -i \"$I\" \"$D/x\" ::/");
+  const std::int64_t data = (32 + 2 * 1009) * 512;
+  std::mt19937 random(1);
+  for (int round = 0; round < 200; ++round) {
+    const std::int64_t area = round % 3 == 0 ? 0 : (round % 3 == 1 ? 32 * 512 : data);
+    patch(area + static_cast<std::int64_t>(random() % 512),
+          std::string(1, static_cast<char>(random())));
+    auto mounted = BenchVolume::mount(file(), folder_.path("volumes"));
+    if (auto* volume = std::get_if<std::shared_ptr<BenchVolume>>(&mounted)) {
+      (*volume)->close();
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("x.mp3")));
+}
+
+// Overwrites the name of the only entry behind the label.
+TEST_F(FatImageTest, AnEntryThatWouldLeaveTheVolumesFolderIsRefused) {
+  make();
+  folder_.write("AB", "x");
+  shell("mcopy -i \"$I\" \"$D/AB\" ::/");
+  const std::int64_t root = 2050 * 512;
+  ASSERT_EQ(bytesAt(root + 32, 11), "AB         ");
+  EXPECT_TRUE(std::holds_alternative<std::shared_ptr<BenchVolume>>(
+      BenchVolume::mount(file(), folder_.path("volumes"))));
+  for (const std::string name : {"../       B", "A/B        ", "           "}) {
+    patch(root + 32, name);
+    EXPECT_TRUE(
+        std::holds_alternative<Dissenter>(BenchVolume::mount(file(), folder_.path("volumes"))))
+        << name;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("volumes/BOOKS1")));
+}
+
+TEST_F(FatImageTest, ALabelIsMadeAFoldersName) {
+  make();
+  patch(2050 * 512, "..         ");
+  auto dots = BenchVolume::mount(file(), folder_.path("volumes"));
+  EXPECT_EQ(std::get<std::shared_ptr<BenchVolume>>(dots)->folder(), folder_.path("volumes/_."));
+  patch(2050 * 512, "A/B        ");
+  auto slash = BenchVolume::mount(file(), folder_.path("volumes"));
+  EXPECT_EQ(std::get<std::shared_ptr<BenchVolume>>(slash)->folder(), folder_.path("volumes/A_B"));
+}
+
+TEST_F(FatImageTest, AVolumesFolderThatCannotBeMadeIsADissenter) {
+  make();
+  const std::string blocked = folder_.write("file", "x");
+  const auto mounted = BenchVolume::mount(file(), blocked);
+  EXPECT_EQ(std::get<Dissenter>(mounted).reason, "No folder can be made in " + blocked + ".");
+}
+
+}  // namespace
+
+}  // namespace fillstation

@@ -1,0 +1,112 @@
+#include "FatLedger.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::int64_t kCluster = 512;  // 16 slots
+
+// A volume with an empty root whose one cluster is in use.
+FatLedger volumeOf(std::int64_t freeClusters) {
+  FatLedger ledger(kCluster, freeClusters);
+  ledger.haveDirectory("", 1);
+  return ledger;
+}
+
+TEST(FatLedgerTest, AFileTakesWholeClusters) {
+  const FatLedger ledger = volumeOf(2);
+  EXPECT_EQ(ledger.admitFile("a", 0), 0);
+  EXPECT_EQ(ledger.admitFile("a", 2 * kCluster), 0);
+  EXPECT_EQ(ledger.admitFile("a", 2 * kCluster + 1), ENOSPC);
+}
+
+TEST(FatLedgerTest, WhatWasAddedIsGoneFromTheRoom) {
+  FatLedger ledger = volumeOf(3);
+  ledger.addFile("a", kCluster + 1);
+  EXPECT_EQ(ledger.admitFile("b", kCluster), 0);
+  EXPECT_EQ(ledger.admitFile("b", kCluster + 1), ENOSPC);
+}
+
+TEST(FatLedgerTest, AdmittingAloneTakesNothing) {
+  const FatLedger ledger = volumeOf(1);
+  EXPECT_EQ(ledger.admitFile("a", kCluster), 0);
+  EXPECT_EQ(ledger.admitFile("a", kCluster), 0);
+}
+
+TEST(FatLedgerTest, ADirectoryTakesOneCluster) {
+  FatLedger ledger = volumeOf(1);
+  EXPECT_EQ(ledger.admitDirectory("d"), 0);
+  ledger.addDirectory("d");
+  EXPECT_EQ(ledger.admitDirectory("e"), ENOSPC);
+  EXPECT_EQ(ledger.admitFile("e", 0), 0);
+}
+
+TEST(FatLedgerTest, ADirectoryGrowsWithItsNames) {
+  FatLedger ledger = volumeOf(1);
+  ledger.addDirectory("d");
+  // Two slots are the directory's own; seven names of two slots fill the cluster.
+  for (const std::string name : {"1", "2", "3", "4", "5", "6", "7"}) {
+    EXPECT_EQ(ledger.admitFile("d/" + name, 0), 0) << name;
+    ledger.addFile("d/" + name, 0);
+  }
+  EXPECT_EQ(ledger.admitFile("d/8", 0), ENOSPC);
+}
+
+TEST(FatLedgerTest, GrowthIsTakenFromTheRoom) {
+  FatLedger ledger(kCluster, 3);
+  ledger.haveDirectory("", 16);
+  ledger.addFile("a", kCluster);
+  EXPECT_EQ(ledger.admitFile("b", kCluster), 0);
+  EXPECT_EQ(ledger.admitFile("b", kCluster + 1), ENOSPC);
+}
+
+TEST(FatLedgerTest, ADirectoryHasAtMost65536Slots) {
+  FatLedger ledger(kCluster, 1'000'000);
+  ledger.haveDirectory("", 65534);
+  EXPECT_EQ(ledger.admitFile("a", 0), 0);
+  ledger.haveDirectory("", 65535);
+  EXPECT_EQ(ledger.admitFile("a", 0), ENOSPC);
+}
+
+TEST(FatLedgerTest, NamesCollideWithinOneDirectory) {
+  FatLedger ledger = volumeOf(100);
+  ledger.addDirectory("D");
+  ledger.addFile("D/Track", 1);
+  EXPECT_EQ(ledger.admitFile("D/tRACK", 1), EEXIST);
+  EXPECT_EQ(ledger.admitFile("D/Track.", 1), EEXIST);
+  EXPECT_EQ(ledger.admitDirectory("d"), EEXIST);
+  EXPECT_EQ(ledger.admitFile("Track", 1), 0);
+}
+
+TEST(FatLedgerTest, WhatIsThereAlreadyCollidesToo) {
+  FatLedger ledger = volumeOf(100);
+  ledger.haveDirectory("d", 2);
+  ledger.haveName("d");
+  ledger.haveName("d/x");
+  EXPECT_EQ(ledger.admitDirectory("D"), EEXIST);
+  EXPECT_EQ(ledger.admitFile("d/X", 1), EEXIST);
+  EXPECT_EQ(ledger.admitFile("x", 1), 0);
+}
+
+TEST(FatLedgerTest, AFileIsSmallerThanFourGiB) {
+  const FatLedger ledger = volumeOf(std::int64_t{1} << 40);
+  EXPECT_EQ(ledger.admitFile("a", 0xFFFFFFFF), 0);
+  EXPECT_EQ(ledger.admitFile("a", 0x100000000), EFBIG);
+}
+
+TEST(FatLedgerTest, AParentMustBeThere) { EXPECT_EQ(volumeOf(9).admitFile("d/x", 1), ENOENT); }
+
+TEST(FatLedgerTest, ABadNameIsRefusedByItsLastComponent) {
+  FatLedger ledger = volumeOf(9);
+  ledger.haveDirectory("a:b", 2);
+  EXPECT_EQ(ledger.admitFile("x:y", 1), EINVAL);
+  EXPECT_EQ(ledger.admitFile("a:b/x", 1), 0);
+}
+
+}  // namespace
+
+}  // namespace fillstation

@@ -1,0 +1,256 @@
+#include "Scenario.h"
+
+#include <gtest/gtest.h>
+
+#include "TempFolder.h"
+
+namespace fillstation {
+
+namespace {
+
+Scenario good(std::string_view content) {
+  const auto parsed = parseScenario(content, "file");
+  if (const auto* error = std::get_if<ScenarioError>(&parsed)) {
+    ADD_FAILURE() << error->text();
+    return {};
+  }
+  return std::get<Scenario>(parsed);
+}
+
+// The error's text without the file's name.
+std::string bad(std::string_view content) {
+  const auto parsed = parseScenario(content, "s.json");
+  const auto* error = std::get_if<ScenarioError>(&parsed);
+  if (error == nullptr) {
+    return "no error";
+  }
+  EXPECT_EQ(error->file, "s.json");
+  return error->text().substr(7);
+}
+
+// The error of a scenario with one player of these keys, on line 1.
+std::string badPlayer(const std::string& keys) { return bad("{\"players\": [{" + keys + "}]}"); }
+
+BenchPlayerSpec goodPlayer(const std::string& keys) {
+  return good("{\"players\": [{\"name\": \"a\"" + keys + "}]}").players.at(0);
+}
+
+TEST(ScenarioTest, AnEmptyListOfPlayersIsAScenario) {
+  EXPECT_EQ(good("{\"players\": []}"), Scenario());
+}
+
+TEST(ScenarioTest, APlayerNeedsANameOnly) {
+  const BenchPlayerSpec player = goodPlayer("");
+  EXPECT_EQ(player.name, "a");
+  EXPECT_EQ(player.sizeMiB, 64);
+  EXPECT_EQ(player.label, std::nullopt);
+  EXPECT_FALSE(player.blank);
+  EXPECT_EQ(player.identity.product, "HS USB FlashDisk");
+  EXPECT_EQ(player.identity.manufacturer, "Fillstation Bench");
+  EXPECT_EQ(player.identity.serial, "0001");
+  EXPECT_EQ(player.identity.release, 0x0100);
+  EXPECT_EQ(player.identity.vendor, "ACTIONS");
+  EXPECT_EQ(player.identity.port, "");
+  EXPECT_TRUE(player.identity.disk);
+  EXPECT_TRUE(player.identity.automount);
+  EXPECT_EQ(player.identity.faults, BenchFaults());
+}
+
+TEST(ScenarioTest, EveryKeyIsRead) {
+  const Scenario scenario = good(R"({
+    "credentials": {"user": "anna", "password": "secret"},
+    "players": [
+      {"name": "first-1_A", "sizeMiB": 8192, "label": "ELEVENCHARS", "blank": true,
+       "product": null, "manufacturer": "M", "serial": "S", "release": "1234", "vendor": "V",
+       "port": "1-2.3", "disk": true, "automount": false,
+       "faults": {"bytesPerSecond": 1, "pull": "after-bytes", "pullAfterBytes": 2,
+                  "failAfterBytes": 0, "refuseMount": true, "refuseUnmount": true,
+                  "refuseFormat": true, "diskAfterSearches": 1000}},
+      {"name": "second", "product": "P", "label": null}
+    ]})");
+  Scenario expected;
+  expected.credentials = {"anna", "secret"};
+  BenchPlayerSpec first;
+  first.name = "first-1_A";
+  first.sizeMiB = 8192;
+  first.label = "ELEVENCHARS";
+  first.blank = true;
+  first.identity = {std::nullopt, "M", "S", 0x1234, "V", "1-2.3", true, false, {}};
+  first.identity.faults = {1, PullMoment::kAfterBytes, 2, 0, true, true, true, 1000};
+  BenchPlayerSpec second;
+  second.name = "second";
+  second.identity.product = "P";
+  expected.players = {first, second};
+  EXPECT_EQ(scenario, expected);
+}
+
+TEST(ScenarioTest, EveryMomentOfAPullHasItsName) {
+  const auto moment = [](const std::string& name) {
+    return goodPlayer(R"(, "faults": {"pull": ")" + name + "\"}").identity.faults.pull;
+  };
+  EXPECT_EQ(moment("before-unmount"), PullMoment::kBeforeUnmount);
+  EXPECT_EQ(moment("during-wipe"), PullMoment::kDuringWipe);
+  EXPECT_EQ(moment("during-format"), PullMoment::kDuringFormat);
+  EXPECT_EQ(moment("before-mount"), PullMoment::kBeforeMount);
+}
+
+TEST(ScenarioTest, SizesLieBetween64And8192MiB) {
+  EXPECT_EQ(goodPlayer(", \"sizeMiB\": 64").sizeMiB, 64);
+  EXPECT_EQ(goodPlayer(", \"sizeMiB\": 8192").sizeMiB, 8192);
+  const std::string reason = "1: players[0].sizeMiB: must be a whole number from 64 to 8192";
+  for (const std::string size : {"63", "8193", "64.5", "\"64\"", "-1", "18446744073709551615"}) {
+    EXPECT_EQ(badPlayer("\"name\": \"a\", \"sizeMiB\": " + size), reason) << size;
+  }
+}
+
+TEST(ScenarioTest, ADeviceWithoutADiskHasAnySize) {
+  EXPECT_EQ(goodPlayer(", \"disk\": false, \"sizeMiB\": 0").sizeMiB, 0);
+}
+
+TEST(ScenarioTest, LabelsHaveOneToElevenCharacters) {
+  const std::string reason = "1: players[0].label: must have 1 to 11 characters";
+  EXPECT_EQ(badPlayer(R"("name": "a", "label": "")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "label": "TWELVECHARS!")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "label": 1)"), "1: players[0].label: must be a text or null");
+}
+
+TEST(ScenarioTest, NamesAreFileNames) {
+  const std::string reason = "1: players[0].name: must be made of letters, digits, \"-\" and \"_\"";
+  EXPECT_EQ(badPlayer(""), reason);
+  EXPECT_EQ(badPlayer(R"("name": "")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a/b")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a.b")"), reason);
+}
+
+TEST(ScenarioTest, NamesAreUnique) {
+  EXPECT_EQ(bad("{\"players\": [\n{\"name\": \"a\"},\n{\"name\": \"b\"},\n{\"name\": \"a\"}]}"),
+            "4: players[2]: there is a player of this name already");
+}
+
+TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
+  EXPECT_EQ(goodPlayer(", \"release\": \"0219\"").identity.release, 0x0219);
+  const std::string reason = "1: players[0].release: must be four decimal digits";
+  EXPECT_EQ(badPlayer(R"("name": "a", "release": "123")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "release": "12345")"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "release": "12a4")"), reason);
+}
+
+TEST(ScenarioTest, APullIsOneOfTheKnownMoments) {
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "later"})"),
+            "1: players[0].faults.pull: must be one of before-unmount, during-wipe, "
+            "during-format, before-mount, after-bytes");
+}
+
+TEST(ScenarioTest, APullAfterBytesSaysHowMany) {
+  const std::string reason =
+      "1: players[0].faults.pull: after-bytes and pullAfterBytes go together";
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "after-bytes"})"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pullAfterBytes": 5})"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "before-mount", "pullAfterBytes": 5})"),
+            reason);
+}
+
+TEST(ScenarioTest, NumbersOfFaultsHaveBounds) {
+  const auto reason = [](const std::string& key, const std::string& value) {
+    return badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": " + value + "}");
+  };
+  EXPECT_EQ(reason("bytesPerSecond", "0"),
+            "1: players[0].faults.bytesPerSecond: must be a whole number from 1 to "
+            "9223372036854775807");
+  EXPECT_NE(reason("pullAfterBytes", "0").find("from 1 to"), std::string::npos);
+  EXPECT_NE(reason("failAfterBytes", "-1").find("from 0 to"), std::string::npos);
+  EXPECT_NE(reason("diskAfterSearches", "1001").find("from 0 to 1000"), std::string::npos);
+  EXPECT_NE(reason("diskAfterSearches", "-1").find("from 0 to 1000"), std::string::npos);
+}
+
+TEST(ScenarioTest, UnknownKeysAreErrorsEverywhere) {
+  EXPECT_EQ(bad("{\"players\": [],\n\n\"player\": 1}"), "3: player: is not a known key");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\n\"name\": \"a\"}}"),
+            "2: credentials.name: is not a known key");
+  EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\",\n\"colour\": \"red\"}]}"),
+            "2: players[0].colour: is not a known key");
+  EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\", \"faults\": {\n\n\"pulled\": true}}]}"),
+            "3: players[0].faults.pulled: is not a known key");
+}
+
+TEST(ScenarioTest, WrongTypesAreErrorsEverywhere) {
+  EXPECT_EQ(bad("[]"), "1: must be an object");
+  EXPECT_EQ(bad("{}"), "1: players: must be a list");
+  EXPECT_EQ(bad("{\"players\": {}}"), "1: players: must be a list");
+  EXPECT_EQ(bad("{\"players\": [1]}"), "1: players[0]: must be an object");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": 1}"), "1: credentials: must be an object");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"user\": 1}}"),
+            "1: credentials.user: must be a text");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"password\": 1}}"),
+            "1: credentials.password: must be a text");
+  EXPECT_EQ(badPlayer("\"name\": 1"), "1: players[0].name: must be a text");
+  for (const std::string key : {"manufacturer", "serial", "release", "vendor", "port"}) {
+    EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
+              "1: players[0]." + key + ": must be a text");
+  }
+  EXPECT_EQ(badPlayer("\"name\": \"a\", \"product\": 1"),
+            "1: players[0].product: must be a text or null");
+  for (const std::string key : {"disk", "automount", "blank"}) {
+    EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
+              "1: players[0]." + key + ": must be true or false");
+  }
+  EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": []"),
+            "1: players[0].faults: must be an object");
+  for (const std::string key : {"refuseMount", "refuseUnmount", "refuseFormat"}) {
+    EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": 1}"),
+              "1: players[0].faults." + key + ": must be true or false");
+  }
+}
+
+TEST(ScenarioTest, TheFirstMistakeIsReported) {
+  EXPECT_EQ(bad("{\"players\": [\n{\"name\": 1},\n{\"name\": 2}]}"),
+            "2: players[0].name: must be a text");
+}
+
+TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
+  EXPECT_TRUE(bad("").starts_with("1: ")) << bad("");
+  EXPECT_TRUE(bad("{\n\"players\": [\n}\n").starts_with("3: "));
+  EXPECT_TRUE(bad("{\n\"players\": []\n").starts_with("3: "));
+  EXPECT_TRUE(bad("{\n\"a\": \xff\n}").starts_with("2: "));
+}
+
+TEST(ScenarioTest, AFileThatIsNotThereIsAnErrorWithoutALine) {
+  const auto scenario = readScenario("/nowhere/s.json");
+  EXPECT_EQ(std::get<ScenarioError>(scenario).text(), "/nowhere/s.json: can't be read");
+  const auto identity = readIdentity("/nowhere/i.json");
+  EXPECT_EQ(std::get<ScenarioError>(identity).text(), "/nowhere/i.json: can't be read");
+}
+
+TEST(ScenarioTest, FilesAreReadFromTheDisk) {
+  const test::TempFolder folder;
+  const std::string scenario = folder.write("s.json", "{\"players\": [{\"name\": \"a\"}]}");
+  EXPECT_EQ(std::get<Scenario>(readScenario(scenario)).players.size(), 1U);
+  const std::string identity = folder.write("i.json", "{\n\"vendor\": 1}");
+  EXPECT_EQ(std::get<ScenarioError>(readIdentity(identity)).text(),
+            identity + ":2: vendor: must be a text");
+}
+
+TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
+  for (const std::string key : {"name", "sizeMiB", "label", "blank"}) {
+    const auto parsed = parseIdentity("{\"" + key + "\": 1}", "i");
+    EXPECT_EQ(std::get<ScenarioError>(parsed).text(), "i:1: " + key + ": is not a known key");
+  }
+}
+
+TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
+  BenchIdentity plain;
+  BenchIdentity odd{std::nullopt, "M\"ä", "", 0x9876, "V", "1-2", false, false, {}};
+  odd.faults = {5, PullMoment::kAfterBytes, 6, 7, true, true, true, 8};
+  BenchIdentity pulled;
+  pulled.faults.pull = PullMoment::kDuringWipe;
+  for (const auto& identity : {plain, odd, pulled}) {
+    const auto parsed = parseIdentity(identityText(identity), "i");
+    ASSERT_TRUE(std::holds_alternative<BenchIdentity>(parsed))
+        << std::get<ScenarioError>(parsed).text();
+    EXPECT_EQ(std::get<BenchIdentity>(parsed), identity);
+  }
+}
+
+}  // namespace
+
+}  // namespace fillstation
