@@ -89,6 +89,10 @@ class UsbBus {
   virtual std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) = 0;
   virtual std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) = 0;
 
+  // The port that the device with this handle is plugged into, as the system names it ("1-2.4": bus
+  // 1, its port 2, port 4 of the hub there); empty when no such device is present.
+  virtual std::string portName(std::uint32_t handle) const = 0;
+
   // While held (calls nest), notifications wait; they are delivered afterwards, in order.
   virtual void hold() = 0;
   virtual void resume() = 0;

@@ -235,9 +235,9 @@ TEST_P(BenchFolderTest, APlayerHasAPort) {
   spec.identity.port = "3-1.4";
   plugSpec();
   const DiskIdentity other = plugIn("b");
-  EXPECT_EQ(bench->bench->usbPort(identity.node), "3-1.4");
-  EXPECT_EQ(bench->bench->usbPort(other.node), "1-3");
-  EXPECT_EQ(bench->bench->usbPort("/dev/vp7"), std::nullopt);
+  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "3-1.4");
+  EXPECT_EQ(bench->usbBus().portName(other.usbHandle), "1-3");
+  EXPECT_EQ(bench->usbBus().portName(other.usbHandle + 1), "");
 }
 
 TEST_P(BenchFolderTest, AScenariosCredentialsCount) {

@@ -138,6 +138,11 @@ void TestUsbBus::deliver() {
   schedule();
 }
 
+std::string TestUsbBus::portName(std::uint32_t handle) const {
+  const auto found = ports.find(handle);
+  return found != ports.end() ? found->second : std::string();
+}
+
 std::shared_ptr<TestUsbBus::Iterator> TestUsbBus::readyIterator() {
   auto iterator = (events_.front().inserted ? attach_ : detach_).iterator.lock();
   return iterator && iterator->walked() ? iterator : nullptr;

@@ -73,12 +73,15 @@ class TestUsbBus : public UsbBus {
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
   void hold() override;
   void resume() override;
+  std::string portName(std::uint32_t handle) const override;
 
   // A device arrives: before watchAttach() it is simply present, afterwards it is notified.
   void plug(std::shared_ptr<TestUsbDevice> device);
   // A device leaves.
   void unplug(std::shared_ptr<TestUsbDevice> device);
 
+  // Ports by handle.
+  std::map<std::uint32_t, std::string> ports;
   bool opens = true;
   bool attachRegisters = true;
   bool detachRegisters = true;

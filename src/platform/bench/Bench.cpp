@@ -37,9 +37,4 @@ void Bench::installInto(Platform& installed) {
   installed.systemLog = &services_.log;
 }
 
-std::optional<std::string> Bench::usbPort(std::string_view node) const {
-  const auto player = players_.byDiskName(node.substr(node.rfind('/') + 1));
-  return player ? std::optional(player->place().port) : std::nullopt;
-}
-
 }  // namespace fillstation

@@ -31,9 +31,6 @@ class Bench {
   // Sets these four ports and those that the bench was made with; the others stay.
   void installInto(Platform& installed);
 
-  // The USB port of the player with this device node path, none when there is none. Any thread.
-  std::optional<std::string> usbPort(std::string_view node) const;
-
  private:
   BenchServices services_;
   BenchPlayers players_;

@@ -67,6 +67,11 @@ std::shared_ptr<BenchPlayer> BenchPlayers::byImage(const std::string& imagePath)
   });
 }
 
+std::shared_ptr<BenchPlayer> BenchPlayers::byHandle(std::uint32_t handle) const {
+  const std::scoped_lock guard(lock_);
+  return first(players_, [&](const auto& player) { return player->place().handle == handle; });
+}
+
 std::shared_ptr<BenchPlayer> BenchPlayers::byDiskName(std::string_view diskName) const {
   const std::scoped_lock guard(lock_);
   return first(players_, [&](const auto& player) {

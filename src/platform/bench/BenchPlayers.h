@@ -32,7 +32,9 @@ class BenchPlayers {
 
   // The player whose image lay or lies at this path and that has not left; null when there is none.
   std::shared_ptr<BenchPlayer> byImage(const std::string& imagePath) const;
-  // The player with this disk name ("vp0"), the remembered ones included; null when there is none.
+  // The player with this handle, or with this disk name ("vp0"), the remembered ones included; null
+  // when there is none.
+  std::shared_ptr<BenchPlayer> byHandle(std::uint32_t handle) const;
   std::shared_ptr<BenchPlayer> byDiskName(std::string_view diskName) const;
   // The player that is meant, null when it isn't there any more.
   std::shared_ptr<BenchPlayer> find(const DiskIdentity& expected) const;

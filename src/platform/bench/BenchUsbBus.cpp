@@ -168,6 +168,11 @@ std::shared_ptr<UsbDeviceIterator> BenchUsbBus::watchDetach(Notification notific
   return watch(detach_, std::move(notification));
 }
 
+std::string BenchUsbBus::portName(std::uint32_t handle) const {
+  const auto player = players_.byHandle(handle);
+  return player ? player->place().port : std::string();
+}
+
 void BenchUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }
 
 }  // namespace fillstation

@@ -24,6 +24,7 @@ class BenchUsbBus : public UsbBus {
   bool open(std::string_view className) override;
   std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
+  std::string portName(std::uint32_t handle) const override;
   void hold() override { queue_.hold(); }
   void resume() override { queue_.resume(); }
 
