@@ -54,22 +54,22 @@ BenchBackEnd::~BenchBackEnd() {
 }
 
 void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
-  BenchPlayerSpec spec;
-  spec.name = name;
-  spec.sizeMiB = wish.sizeMiB;
-  spec.label = wish.label;
-  spec.blank = wish.blank;
-  spec.identity.product = wish.product;
-  spec.identity.manufacturer = wish.manufacturer;
-  spec.identity.serial = wish.serial;
-  spec.identity.release = wish.release;
-  spec.identity.vendor = wish.vendor;
-  spec.identity.disk = wish.disk;
-  make(spec);
+  BenchPlayerPlan plan;
+  plan.name = name;
+  plan.sizeMiB = wish.sizeMiB;
+  plan.label = wish.label;
+  plan.blank = wish.blank;
+  plan.identity.product = wish.product;
+  plan.identity.manufacturer = wish.manufacturer;
+  plan.identity.serial = wish.serial;
+  plan.identity.release = wish.release;
+  plan.identity.vendor = wish.vendor;
+  plan.identity.disk = wish.disk;
+  make(plan);
 }
 
-void BenchBackEnd::make(const BenchPlayerSpec& spec) {
-  ASSERT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+void BenchBackEnd::make(const BenchPlayerPlan& plan) {
+  ASSERT_EQ(createPlayer(folder.path(), plan), std::nullopt);
 }
 
 void BenchBackEnd::plug(const std::string& name) { ASSERT_TRUE(plugPlayer(folder.path(), name)); }

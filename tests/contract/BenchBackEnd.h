@@ -35,7 +35,7 @@ class BenchBackEnd : public BackEnd {
   void settle() override;
 
   // Makes a player with everything that the bench can do.
-  void make(const BenchPlayerSpec& spec);
+  void make(const BenchPlayerPlan& plan);
   // Where the player's image is now.
   std::string image(const std::string& name) const;
 

@@ -18,16 +18,16 @@ class BenchFaultsTest : public BenchTest {};
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
 
 TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
-  spec.identity.faults.refuseMount = true;
-  plugSpec();
+  plan.identity.faults.refuseMount = true;
+  plugPlan();
   EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
   EXPECT_EQ(volumeName(identity), "BOOKS");
   EXPECT_EQ(mountPath(identity), std::nullopt);
 }
 
 TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
-  spec.identity.faults.refuseUnmount = true;
-  plugSpecMounted();
+  plan.identity.faults.refuseUnmount = true;
+  plugPlanMounted();
   EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
   EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
   EXPECT_EQ(mountPath(identity), root);
@@ -35,8 +35,8 @@ TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
 }
 
 TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage) {
-  spec.identity.faults.refuseFormat = true;
-  plugSpecMounted();
+  plan.identity.faults.refuseFormat = true;
+  plugPlanMounted();
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   const ScriptOutcome outcome = runAsAdministrator(formatCommand(identity.node), identity);
@@ -49,8 +49,8 @@ TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage
 }
 
 TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
-  spec.identity.faults.pull = PullMoment::kBeforeUnmount;
-  plugSpecMounted();
+  plan.identity.faults.pull = PullMoment::kBeforeUnmount;
+  plugPlanMounted();
   EXPECT_FALSE(isPulled());
   EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
   EXPECT_TRUE(isPulled());
@@ -58,8 +58,8 @@ TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
-  spec.identity.faults.pull = PullMoment::kDuringWipe;
-  plugSpecMounted();
+  plan.identity.faults.pull = PullMoment::kDuringWipe;
+  plugPlanMounted();
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   bench->writeHead("a", std::string(40960, 'm'));
   const ScriptOutcome outcome = runAsAdministrator(wipeCommand(identity.node), identity);
@@ -71,8 +71,8 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
-  spec.identity.faults.pull = PullMoment::kDuringFormat;
-  plugSpecMounted();
+  plan.identity.faults.pull = PullMoment::kDuringFormat;
+  plugPlanMounted();
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   EXPECT_FALSE(isPulled());
@@ -82,8 +82,8 @@ TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
 }
 
 TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) {
-  spec.identity.faults.pull = PullMoment::kBeforeMount;
-  plugSpecMounted();
+  plan.identity.faults.pull = PullMoment::kBeforeMount;
+  plugPlanMounted();
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   EXPECT_FALSE(isPulled());
   EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
@@ -91,9 +91,9 @@ TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) 
 }
 
 TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
-  spec.identity.faults.pull = PullMoment::kAfterBytes;
-  spec.identity.faults.pullAfterBytes = 10;
-  plugSpecMounted();
+  plan.identity.faults.pull = PullMoment::kAfterBytes;
+  plan.identity.faults.pullAfterBytes = 10;
+  plugPlanMounted();
   EXPECT_TRUE(copy("12345", "1.mp3"));
   EXPECT_TRUE(copy("12345", "2.mp3"));
   EXPECT_TRUE(volume->flush());
@@ -107,8 +107,8 @@ TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
 }
 
 TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
-  spec.identity.faults.failAfterBytes = 10;
-  plugSpecMounted();
+  plan.identity.faults.failAfterBytes = 10;
+  plugPlanMounted();
   EXPECT_TRUE(copy("1234567890", "1.mp3"));
   EXPECT_FALSE(copy("1", "2.mp3"));
   EXPECT_FALSE(copy("1", "3.mp3"));
@@ -118,8 +118,8 @@ TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
 }
 
 TEST_P(BenchFaultsTest, ADiskThatIsSlowToAppear) {
-  spec.identity.faults.diskAfterSearches = 2;
-  bench->make(spec);
+  plan.identity.faults.diskAfterSearches = 2;
+  bench->make(plan);
   bench->plug("a");
   ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
   const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
@@ -130,16 +130,16 @@ TEST_P(BenchFaultsTest, ADiskThatIsSlowToAppear) {
 }
 
 TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
-  spec.identity.faults.diskAfterSearches = 1;
-  plugSpec();
+  plan.identity.faults.diskAfterSearches = 1;
+  plugPlan();
   EXPECT_EQ(told.at(0).diskName, std::nullopt);
   pullOut("a");
   EXPECT_EQ(told.at(1).diskName, std::nullopt);
 }
 
 TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
-  spec.identity.faults.diskAfterSearches = 1;
-  bench->make(spec);
+  plan.identity.faults.diskAfterSearches = 1;
+  bench->make(plan);
   bench->plug("a");
   ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
   const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
@@ -151,8 +151,8 @@ TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
 }
 
 TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
-  spec.identity.automount = false;
-  plugSpec();
+  plan.identity.automount = false;
+  plugPlan();
   EXPECT_EQ(volumeName(identity), "BOOKS");
   bench->settle();
   EXPECT_EQ(mountPath(identity), std::nullopt);
@@ -164,12 +164,12 @@ TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
 TEST_P(BenchFaultsTest, TheSpeedLimitIsAPauseOfTheClock) {
   test::TestMainThread testThread;
   test::TestClock testClock(testThread);
-  spec.identity.faults.bytesPerSecond = 2'000'000;
-  bench->make(spec);
+  plan.identity.faults.bytesPerSecond = 2'000'000;
+  bench->make(plan);
   bench->plug("a");
   FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
   const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), spec.identity, BenchPlayer::Place{}, bench->workers);
+      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
   auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
   BenchMedium medium(player, std::get<std::shared_ptr<BenchVolume>>(mounted), testClock);
   EXPECT_EQ(medium.admitBytes(1'000'000), 0);
@@ -180,11 +180,11 @@ TEST_P(BenchFaultsTest, TheSpeedLimitIsAPauseOfTheClock) {
 TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
   test::TestMainThread testThread;
   test::TestClock testClock(testThread);
-  bench->make(spec);
+  bench->make(plan);
   bench->plug("a");
   FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
   const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), spec.identity, BenchPlayer::Place{}, bench->workers);
+      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
   auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
   const auto volumeOfPlayer = std::get<std::shared_ptr<BenchVolume>>(mounted);
   BenchMedium medium(player, volumeOfPlayer, testClock);
@@ -202,7 +202,7 @@ TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
 }
 
 TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
-  plugSpecMounted();
+  plugPlanMounted();
   EXPECT_TRUE(copy("x", "x.mp3"));
   EXPECT_TRUE(copy("y", "y.mp3"));
   std::filesystem::remove(root + "/x.mp3");

@@ -24,7 +24,7 @@ INSTANTIATE_TEST_SUITE_P(Bench, BenchFolderTest, ::testing::Values(kBench), name
 
 TEST_P(BenchFolderTest, AnImageWithoutAnIdentityIsAStandardPlayer) {
   watchBus();
-  bench->make(spec);
+  bench->make(plan);
   std::filesystem::remove(at("a.json"));
   identity = plugInAgain("a");
   EXPECT_EQ(vendor(identity), "ACTIONS");
@@ -34,7 +34,7 @@ TEST_P(BenchFolderTest, AnImageWithoutAnIdentityIsAStandardPlayer) {
 
 TEST_P(BenchFolderTest, AnIdentityWithAMistakeIsLoggedAndThePlayerLeftOut) {
   watchBus();
-  bench->make(spec);
+  bench->make(plan);
   bench->folder.write("a.json", "{\n  \"vendor\": 1\n}\n");
   bench->plug("a");
   EXPECT_TRUE(bench->await([&] { return !bench->log.texts().empty(); }));
@@ -61,7 +61,7 @@ TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
   bench->folder.write("a.txt", "x");
   bench->folder.write(".img", "x");
   bench->folder.write("a.img.part", "x");
-  bench->make(spec);
+  bench->make(plan);
   identity = plugInAgain("a");
   EXPECT_EQ(told.size(), 1U);
   EXPECT_TRUE(bench->log.texts().empty());
@@ -69,7 +69,7 @@ TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
 
 TEST_P(BenchFolderTest, AnImageThatIsCopiedInComesWhenItIsComplete) {
   watchBus();
-  bench->make(spec);
+  bench->make(plan);
   EXPECT_EQ(said("cp '" + at("pulled/a.img") + "' '" + at("a.img") + "'"), "");
   ASSERT_TRUE(bench->await([&] { return told.size() == 1; }));
   identity = {"/dev/vp0", told[0].handle};
@@ -78,14 +78,14 @@ TEST_P(BenchFolderTest, AnImageThatIsCopiedInComesWhenItIsComplete) {
 }
 
 TEST_P(BenchFolderTest, AnImageThatIsDeletedIsPulledOut) {
-  plugSpecMounted();
+  plugPlanMounted();
   std::filesystem::remove(at("a.img"));
   EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
   EXPECT_FALSE(told[1].arrived);
 }
 
 TEST_P(BenchFolderTest, OutAndInAtOnceIsALeavingAndAnArrival) {
-  plugSpec();
+  plugPlan();
   bench->unplug("a");
   bench->plug("a");
   ASSERT_TRUE(bench->await([&] { return told.size() == 3; }));
@@ -96,7 +96,7 @@ TEST_P(BenchFolderTest, OutAndInAtOnceIsALeavingAndAnArrival) {
 
 TEST_P(BenchFolderTest, InAndOutBeforeAnybodyLooksIsNothing) {
   watchBus();
-  bench->make(spec);
+  bench->make(plan);
   bench->plug("a");
   bench->unplug("a");
   bench->settle();
@@ -105,8 +105,8 @@ TEST_P(BenchFolderTest, InAndOutBeforeAnybodyLooksIsNothing) {
 }
 
 TEST_P(BenchFolderTest, AnotherImageOverTheOldOneIsALeavingAndAnArrival) {
-  plugSpec();
-  bench->make(spec);
+  plugPlan();
+  bench->make(plan);
   bench->plug("a");
   ASSERT_TRUE(bench->await([&] { return told.size() == 3; }));
   EXPECT_FALSE(told[1].arrived);
@@ -115,7 +115,7 @@ TEST_P(BenchFolderTest, AnotherImageOverTheOldOneIsALeavingAndAnArrival) {
 }
 
 TEST_P(BenchFolderTest, WritingToThePluggedImageIsNoEvent) {
-  plugSpecMounted();
+  plugPlanMounted();
   bench->writeHead("a", bench->head("a", 512));
   bench->settle();
   EXPECT_EQ(told.size(), 1U);
@@ -139,8 +139,8 @@ TEST_P(BenchFolderTest, DeviceNumbersAreNotUsedAgainBeforeTheyHaveRunOut) {
   watchBus();
   bench->make("stays", {});
   plugInAgain("stays");
-  spec.identity.disk = false;
-  bench->make(spec);
+  plan.identity.disk = false;
+  bench->make(plan);
   std::vector<std::uint32_t> handles;
   for (int time = 0; time < 126; ++time) {
     handles.push_back(plugInAgain("a").usbHandle);
@@ -154,7 +154,7 @@ TEST_P(BenchFolderTest, DeviceNumbersAreNotUsedAgainBeforeTheyHaveRunOut) {
 
 TEST_P(BenchFolderTest, WhatAnEarlierBenchLeftMountedGoes) {
   bench->folder.write("volumes/BOOKS/old.mp3", "x");
-  plugSpecMounted();
+  plugPlanMounted();
   EXPECT_EQ(root, at("volumes/BOOKS"));
   EXPECT_FALSE(std::filesystem::exists(root + "/old.mp3"));
 }
@@ -167,7 +167,7 @@ TEST_P(BenchFolderTest, EqualLabelsAreNumbered) {
 }
 
 TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
-  plugSpecMounted();
+  plugPlanMounted();
   const std::string source = sources.write("source", "x");
   said("touch -d '2001-02-03 04:05:06' '" + source + "'");
   EXPECT_TRUE(volume->copyItem(source, root + "/x.mp3"));
@@ -177,7 +177,7 @@ TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
 }
 
 TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
-  plugSpecMounted();
+  plugPlanMounted();
   const std::string source = sources.write("source", "x");
   std::vector<std::string> names;
   for (int number = 0; number < 400; ++number) {
@@ -193,8 +193,8 @@ TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
 }
 
 TEST_P(BenchFolderTest, ThePartitionOfAnImageIsItsVolume) {
-  spec.blank = true;
-  bench->make(spec);
+  plan.blank = true;
+  bench->make(plan);
   const std::string image = bench->image("a");
   said("truncate -s 0 '" + image + "'; truncate -s 80M '" + image + "'; " + "truncate -s 64M '" +
        at("part") + "'; PATH=$PATH:/usr/sbin mkfs.fat -F32 -n INNER '" + at("part") + "'; dd if='" +
@@ -232,8 +232,8 @@ TEST_P(BenchFolderTest, AllPortsAreInstalled) {
 }
 
 TEST_P(BenchFolderTest, APlayerHasAPort) {
-  spec.identity.port = "3-1.4";
-  plugSpec();
+  plan.identity.port = "3-1.4";
+  plugPlan();
   const DiskIdentity other = plugIn("b");
   EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "3-1.4");
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle), "1-3");

@@ -15,18 +15,18 @@ class BenchTest : public ContractTest {
   void SetUp() override {
     ContractTest::SetUp();
     bench = static_cast<BenchBackEnd*>(backEnd.get());
-    spec.name = "a";
-    spec.label = "BOOKS";
+    plan.name = "a";
+    plan.label = "BOOKS";
   }
 
-  // Makes and plugs in the player `a` as the specification of this test says.
-  void plugSpec() {
+  // Makes and plugs in the player `a` as this test describes it.
+  void plugPlan() {
     watchBus();
-    bench->make(spec);
+    bench->make(plan);
     identity = plugInAgain("a");
   }
-  void plugSpecMounted() {
-    plugSpec();
+  void plugPlanMounted() {
+    plugPlan();
     ASSERT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
     root = *mountPath(identity);
     volume = bench->fileManager().openVolume(root, identity);
@@ -44,7 +44,7 @@ class BenchTest : public ContractTest {
 
   test::TempFolder sources;
   BenchBackEnd* bench = nullptr;
-  BenchPlayerSpec spec;
+  BenchPlayerPlan plan;
   DiskIdentity identity;
   std::string root;
   std::shared_ptr<Volume> volume;

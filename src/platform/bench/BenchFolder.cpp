@@ -17,18 +17,18 @@ namespace {
 constexpr std::int64_t kMiB = 1024 * 1024;
 
 // A sparse image with a fresh file system, unless the player is to be blank.
-std::optional<std::string> createImage(const std::string& path, const BenchPlayerSpec& spec) {
+std::optional<std::string> createImage(const std::string& path, const BenchPlayerPlan& plan) {
   const FileHandle image(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-  const std::int64_t size = spec.identity.disk ? spec.sizeMiB * kMiB : 0;
+  const std::int64_t size = plan.identity.disk ? plan.sizeMiB * kMiB : 0;
   if (!image || ::ftruncate(image.get(), size) != 0) {
     return path + " can't be written";
   }
-  if (spec.blank || !spec.identity.disk) {
+  if (plan.blank || !plan.identity.disk) {
     return std::nullopt;
   }
   std::vector<std::string> words{"mkfs.fat", "-F32"};
-  if (spec.label) {
-    words.insert(words.end(), {"-n", *spec.label});
+  if (plan.label) {
+    words.insert(words.end(), {"-n", *plan.label});
   }
   words.push_back(kHandedImage);
   return runTool(words, image.get());
@@ -49,17 +49,17 @@ std::string identityFile(const std::string& benchFolder, const std::string& name
 }
 
 std::optional<std::string> createPlayer(const std::string& benchFolder,
-                                        const BenchPlayerSpec& spec) {
+                                        const BenchPlayerPlan& plan) {
   std::error_code failed;
   std::filesystem::create_directories(benchFolder + "/pulled", failed);
-  if (const auto reason = createImage(pulledImage(benchFolder, spec.name), spec)) {
+  if (const auto reason = createImage(pulledImage(benchFolder, plan.name), plan)) {
     return reason;
   }
-  std::ofstream identity(identityFile(benchFolder, spec.name), std::ios::binary);
-  identity << identityText(spec.identity);
+  std::ofstream identity(identityFile(benchFolder, plan.name), std::ios::binary);
+  identity << identityText(plan.identity);
   identity.close();
   if (!identity) {
-    return identityFile(benchFolder, spec.name) + " can't be written";
+    return identityFile(benchFolder, plan.name) + " can't be written";
   }
   return std::nullopt;
 }

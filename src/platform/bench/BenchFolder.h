@@ -14,7 +14,7 @@ namespace fillstation {
 // Makes a player that is not plugged in yet: its identity, and its image in "pulled". Missing
 // folders are made. None on success, or the reason.
 std::optional<std::string> createPlayer(const std::string& benchFolder,
-                                        const BenchPlayerSpec& spec);
+                                        const BenchPlayerPlan& plan);
 
 // Plugs a player in, or pulls it out; false when its image is not where it would have to be.
 bool plugPlayer(const std::string& benchFolder, const std::string& name);

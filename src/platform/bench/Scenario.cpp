@@ -96,22 +96,22 @@ bool isPlayerName(const std::string& name) {
                               std::string::npos;
 }
 
-BenchPlayerSpec readPlayer(const nlohmann::json& value, JsonPath path, JsonProblem& problem) {
+BenchPlayerPlan readPlayer(const nlohmann::json& value, JsonPath path, JsonProblem& problem) {
   JsonObject object(value, std::move(path), problem);
-  BenchPlayerSpec spec;
-  object.read("name", spec.name);
-  if (!isPlayerName(spec.name)) {
+  BenchPlayerPlan plan;
+  object.read("name", plan.name);
+  if (!isPlayerName(plan.name)) {
     object.report("name", "must be made of letters, digits, \"-\" and \"_\"");
   }
-  spec.identity = readIdentityKeys(object, problem);
-  object.read("sizeMiB", spec.identity.disk ? kSmallestMiB : 0, kLargestMiB, spec.sizeMiB);
-  object.read("label", spec.label);
-  if (spec.label && (spec.label->empty() || spec.label->size() > kLongestLabel)) {
+  plan.identity = readIdentityKeys(object, problem);
+  object.read("sizeMiB", plan.identity.disk ? kSmallestMiB : 0, kLargestMiB, plan.sizeMiB);
+  object.read("label", plan.label);
+  if (plan.label && (plan.label->empty() || plan.label->size() > kLongestLabel)) {
     object.report("label", "must have 1 to 11 characters");
   }
-  object.read("blank", spec.blank);
+  object.read("blank", plan.blank);
   object.refuseOtherKeys();
-  return spec;
+  return plan;
 }
 
 Scenario readKeys(const nlohmann::json& root, JsonProblem& problem) {

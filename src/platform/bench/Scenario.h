@@ -49,14 +49,14 @@ struct BenchIdentity {
 };
 
 // One player of a scenario. A plain value.
-struct BenchPlayerSpec {
+struct BenchPlayerPlan {
   std::string name;           // letters, digits, "-" and "_"; the image is NAME.img
   std::int64_t sizeMiB = 64;  // 64 to 8192
   std::optional<std::string> label;
   bool blank = false;  // no file system
   BenchIdentity identity;
 
-  bool operator==(const BenchPlayerSpec&) const = default;
+  bool operator==(const BenchPlayerPlan&) const = default;
 };
 
 // The administrator of the bench.
@@ -70,7 +70,7 @@ struct BenchCredentials {
 // A described bench: its players in plugging order and its administrator. A plain value.
 struct Scenario {
   BenchCredentials credentials;
-  std::vector<BenchPlayerSpec> players;
+  std::vector<BenchPlayerPlan> players;
 
   bool operator==(const Scenario&) const = default;
 };

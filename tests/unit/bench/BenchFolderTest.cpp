@@ -17,7 +17,7 @@ namespace {
 
 class BenchFolderUnitTest : public ::testing::Test {
  protected:
-  BenchFolderUnitTest() { spec.name = "a"; }
+  BenchFolderUnitTest() { plan.name = "a"; }
 
   std::string label() const {
     const FileHandle file(::open(folder.path("pulled/a.img").c_str(), O_RDONLY | O_CLOEXEC));
@@ -26,50 +26,50 @@ class BenchFolderUnitTest : public ::testing::Test {
   }
 
   test::TempFolder folder;
-  BenchPlayerSpec spec;
+  BenchPlayerPlan plan;
 };
 
 TEST_F(BenchFolderUnitTest, APlayerIsMadeBesideTheBench) {
-  spec.label = "BOOKS";
-  spec.sizeMiB = 100;
-  spec.identity.vendor = "V";
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  plan.label = "BOOKS";
+  plan.sizeMiB = 100;
+  plan.identity.vendor = "V";
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_EQ(std::filesystem::file_size(folder.path("pulled/a.img")), 100U << 20);
   EXPECT_EQ(label(), "BOOKS");
-  EXPECT_EQ(std::get<BenchIdentity>(readIdentity(folder.path("a.json"))), spec.identity);
+  EXPECT_EQ(std::get<BenchIdentity>(readIdentity(folder.path("a.json"))), plan.identity);
   EXPECT_FALSE(std::filesystem::exists(folder.path("a.img")));
 }
 
 TEST_F(BenchFolderUnitTest, AnImageIsSparse) {
-  spec.sizeMiB = 8192;
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  plan.sizeMiB = 8192;
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   struct stat status {};
   ASSERT_EQ(::stat(folder.path("pulled/a.img").c_str(), &status), 0);
   EXPECT_LT(status.st_blocks * 512, 64 << 20);
 }
 
 TEST_F(BenchFolderUnitTest, WithoutALabelThereIsNone) {
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_EQ(label(), "NO NAME");
 }
 
 TEST_F(BenchFolderUnitTest, ABlankPlayerHasNoFileSystem) {
-  spec.blank = true;
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  plan.blank = true;
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_EQ(label(), "no file system");
   EXPECT_EQ(std::filesystem::file_size(folder.path("pulled/a.img")), 64U << 20);
 }
 
 TEST_F(BenchFolderUnitTest, ADeviceWithoutADiskHasAnEmptyImage) {
-  spec.identity.disk = false;
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  plan.identity.disk = false;
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_EQ(std::filesystem::file_size(folder.path("pulled/a.img")), 0U);
 }
 
 TEST_F(BenchFolderUnitTest, AnOldImageIsReplaced) {
   folder.write("pulled/a.img", std::string(512, 'x'));
-  spec.blank = true;
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  plan.blank = true;
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   const FileHandle file(::open(folder.path("pulled/a.img").c_str(), O_RDONLY | O_CLOEXEC));
   char first = 'x';
   EXPECT_EQ(::pread(file.get(), &first, 1, 0), 1);
@@ -78,16 +78,16 @@ TEST_F(BenchFolderUnitTest, AnOldImageIsReplaced) {
 
 TEST_F(BenchFolderUnitTest, WhatCannotBeMadeHasAReason) {
   const std::string blocked = folder.write("file", "x");
-  EXPECT_EQ(createPlayer(blocked, spec), blocked + "/pulled/a.img can't be written");
+  EXPECT_EQ(createPlayer(blocked, plan), blocked + "/pulled/a.img can't be written");
   folder.makeFolder("a.json");
-  EXPECT_EQ(createPlayer(folder.path(), spec), folder.path("a.json") + " can't be written");
-  spec.label = "A.B";
-  EXPECT_TRUE(createPlayer(folder.path(), spec)->starts_with("mkfs.fat: "));
+  EXPECT_EQ(createPlayer(folder.path(), plan), folder.path("a.json") + " can't be written");
+  plan.label = "A.B";
+  EXPECT_TRUE(createPlayer(folder.path(), plan)->starts_with("mkfs.fat: "));
 }
 
 TEST_F(BenchFolderUnitTest, PluggingAndUnpluggingMovesTheImage) {
   EXPECT_FALSE(plugPlayer(folder.path(), "a"));
-  EXPECT_EQ(createPlayer(folder.path(), spec), std::nullopt);
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_FALSE(unplugPlayer(folder.path(), "a"));
   EXPECT_TRUE(plugPlayer(folder.path(), "a"));
   EXPECT_TRUE(std::filesystem::exists(folder.path("a.img")));

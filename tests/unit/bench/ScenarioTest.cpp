@@ -31,7 +31,7 @@ std::string bad(std::string_view content) {
 // The error of a scenario with one player of these keys, on line 1.
 std::string badPlayer(const std::string& keys) { return bad("{\"players\": [{" + keys + "}]}"); }
 
-BenchPlayerSpec goodPlayer(const std::string& keys) {
+BenchPlayerPlan goodPlayer(const std::string& keys) {
   return good("{\"players\": [{\"name\": \"a\"" + keys + "}]}").players.at(0);
 }
 
@@ -40,7 +40,7 @@ TEST(ScenarioTest, AnEmptyListOfPlayersIsAScenario) {
 }
 
 TEST(ScenarioTest, APlayerNeedsANameOnly) {
-  const BenchPlayerSpec player = goodPlayer("");
+  const BenchPlayerPlan player = goodPlayer("");
   EXPECT_EQ(player.name, "a");
   EXPECT_EQ(player.sizeMiB, 64);
   EXPECT_EQ(player.label, std::nullopt);
@@ -70,14 +70,14 @@ TEST(ScenarioTest, EveryKeyIsRead) {
     ]})");
   Scenario expected;
   expected.credentials = {"anna", "secret"};
-  BenchPlayerSpec first;
+  BenchPlayerPlan first;
   first.name = "first-1_A";
   first.sizeMiB = 8192;
   first.label = "ELEVENCHARS";
   first.blank = true;
   first.identity = {std::nullopt, "M", "S", 0x1234, "V", "1-2.3", true, false, {}};
   first.identity.faults = {1, PullMoment::kAfterBytes, 2, 0, true, true, true, 1000};
-  BenchPlayerSpec second;
+  BenchPlayerPlan second;
   second.name = "second";
   second.identity.product = "P";
   expected.players = {first, second};
