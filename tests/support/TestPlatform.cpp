@@ -52,6 +52,20 @@ void TestMainThread::runPending() {
   }
 }
 
+bool TestMainThread::runNext() {
+  std::function<void()> callable;
+  {
+    const std::scoped_lock guard(lock_);
+    if (queue_.empty()) {
+      return false;
+    }
+    callable = std::move(queue_.front());
+    queue_.pop_front();
+  }
+  callable();
+  return true;
+}
+
 void TestMainThread::post(std::function<void()> callable) {
   const std::scoped_lock guard(lock_);
   queue_.push_back(std::move(callable));

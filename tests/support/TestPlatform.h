@@ -24,6 +24,9 @@ class TestMainThread : public MainThread {
   bool runAndWait(const std::function<void()>& callable) override;
   void runPending() override;
 
+  // Runs the callable that was queued first; false when there is none.
+  bool runNext();
+
   // Queues a callable for the main thread. Any thread.
   void post(std::function<void()> callable);
   // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.

@@ -1,0 +1,58 @@
+#include "Alert.h"
+
+#include <QApplication>
+#include <QGridLayout>
+#include <QLabel>
+#include <QScrollArea>
+
+#include "DisplayText.h"
+#include "ModalSession.h"
+
+namespace fillstation {
+namespace {
+
+constexpr int kLinesWithoutScrolling = 12;
+
+// Line feeds of the message itself are kept; its other bytes are shown harmlessly.
+QString linesOf(const std::string& message) {
+  QStringList lines;
+  for (const auto& line : QByteArray::fromStdString(message).split('\n')) {
+    lines.append(
+        displayText(std::string_view(line.constData(), static_cast<std::size_t>(line.size()))));
+  }
+  return lines.join(QLatin1Char('\n'));
+}
+
+}  // namespace
+
+Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
+  setWindowTitle(QApplication::applicationDisplayName());
+  setIcon(Information);
+  setTextFormat(Qt::PlainText);
+  setTextInteractionFlags(Qt::TextSelectableByMouse);
+  setText(message);
+  setStandardButtons(Ok);
+  if (message.count(QLatin1Char('\n')) >= kLinesWithoutScrolling) {
+    makeScroll();
+  }
+}
+
+void Alert::run(QWidget* parent, const std::string& message) {
+  Alert alert(parent, linesOf(message));
+  ModalSession::run(alert);
+}
+
+void Alert::makeScroll() {
+  auto* label = findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+  auto* scroll = new QScrollArea(this);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setWidgetResizable(true);
+  const int line = fontMetrics().lineSpacing();
+  scroll->setFixedHeight(line * kLinesWithoutScrolling);
+  scroll->setMinimumWidth(label->sizeHint().width() + 2 * line);
+  delete layout()->replaceWidget(label, scroll);
+  label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  scroll->setWidget(label);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,76 @@
+#include "AppRunner.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <cstdio>
+
+#include "LeaveProcess.h"
+#include "OpenPanel.h"
+#include "QtClock.h"
+#include "QtWorkspace.h"
+#include "SignalQuit.h"
+#include "StreamLog.h"
+#include "ThreadWorkers.h"
+#include "WindowSet.h"
+
+namespace fillstation {
+namespace {
+
+// The ports that don't depend on the kind of players.
+struct CommonPorts {
+  explicit CommonPorts(StopSource& stop) : mainThread(stop), clock(stop), workers(stop) {
+    platform().mainThread = &mainThread;
+    platform().clock = &clock;
+    platform().workers = &workers;
+    platform().systemLog = &log;
+    platform().workspace = &workspace;
+    platform().endProgram = [&stop] {
+      hideAllWindows();
+      stop.request();
+      leaveProcess(0);
+    };
+  }
+
+  QtMainThread mainThread;
+  QtClock clock;
+  QtWorkspace workspace;
+  StreamLog log{stderr};
+  ThreadWorkers workers;
+};
+
+void dressApplication() {
+  QApplication::setApplicationName(QStringLiteral("fillstation"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Fillstation"));
+  QApplication::setDesktopFileName(QStringLiteral("fillstation"));
+  QApplication::setStyle(QStringLiteral("fusion"));
+  // Hiding the windows on the way out must not end the main loop a second way.
+  QApplication::setQuitOnLastWindowClosed(false);
+}
+
+}  // namespace
+
+int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
+  StopSource stop;
+  const SignalQuit quit([&stop] {
+    stop.request();
+    leaveProcess(0);
+  });
+  OpenPanel::keepSettingsAway();
+  const QApplication application(argc, argv);
+  dressApplication();
+
+  CommonPorts common(stop);
+  const std::shared_ptr<void> ports = backEnd.install(platform(), stop, common.mainThread);
+  WindowSet windows;
+  windows.window().show();
+  QTimer::singleShot(0, windows.delegate().get(), &TRAppDelegate::applicationDidFinishLaunching);
+  if (backEnd.shown) {
+    backEnd.shown(windows);
+  }
+  const int status = QApplication::exec();
+  stop.request();
+  common.workers.joinAll();
+  return status;
+}
+
+}  // namespace fillstation

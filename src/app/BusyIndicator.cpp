@@ -1,0 +1,65 @@
+#include "BusyIndicator.h"
+
+#include <QPainter>
+#include <cmath>
+#include <numbers>
+
+namespace fillstation {
+namespace {
+
+constexpr int kDots = 8;
+constexpr int kMillisecondsPerStep = 120;
+constexpr int kSide = 24;
+
+}  // namespace
+
+BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
+  QSizePolicy policy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+  policy.setRetainSizeWhenHidden(true);
+  setSizePolicy(policy);
+  timer_.setInterval(kMillisecondsPerStep);
+  connect(&timer_, &QTimer::timeout, this, &BusyIndicator::advance);
+}
+
+void BusyIndicator::startAnimation() {
+  timer_.start();
+  updateVisibility();
+}
+
+void BusyIndicator::stopAnimation() {
+  timer_.stop();
+  updateVisibility();
+}
+
+void BusyIndicator::setDisplayedWhenStopped(bool displayed) {
+  displayedWhenStopped_ = displayed;
+  updateVisibility();
+}
+
+QSize BusyIndicator::sizeHint() const { return {kSide, kSide}; }
+
+void BusyIndicator::advance() {
+  step_ = (step_ + 1) % kDots;
+  update();
+}
+
+void BusyIndicator::updateVisibility() { setVisible(isAnimating() || displayedWhenStopped_); }
+
+void BusyIndicator::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.translate(width() / 2.0, height() / 2.0);
+  const double radius = 0.38 * std::min(width(), height());
+  for (int dot = 0; dot < kDots; ++dot) {
+    QColor color = palette().color(QPalette::WindowText);
+    const int behind = (step_ - dot + kDots) % kDots;
+    color.setAlphaF(static_cast<float>(isAnimating() && behind < 4 ? 0.9 - 0.2 * behind : 0.2));
+    painter.setBrush(color);
+    const double angle = 2 * std::numbers::pi * dot / kDots;
+    painter.drawEllipse(QPointF(radius * std::sin(angle), -radius * std::cos(angle)), radius / 4.2,
+                        radius / 4.2);
+  }
+}
+
+}  // namespace fillstation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+
+namespace fillstation {
+
+// A ring of dots, one of them bright, that walks round while something is going on. Keeps its place
+// in the layout while it is hidden. Main thread; belongs to its window.
+class BusyIndicator : public QWidget {
+  Q_OBJECT
+
+ public:
+  explicit BusyIndicator(QWidget* parent = nullptr);
+
+  void startAnimation();
+  void stopAnimation();
+  bool isAnimating() const { return timer_.isActive(); }
+
+  // Whether it shows (at rest) while it is stopped; true at first.
+  bool isDisplayedWhenStopped() const { return displayedWhenStopped_; }
+  void setDisplayedWhenStopped(bool displayed);
+
+  // Number of the bright dot, counted clockwise from the top.
+  int step() const { return step_; }
+
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void advance();
+  void updateVisibility();
+
+  QTimer timer_;
+  int step_ = 0;
+  bool displayedWhenStopped_ = true;
+};
+
+}  // namespace fillstation

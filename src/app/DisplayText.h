@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fillstation {
+
+// Texts of devices and file names on their way to the window, where they must stay plain text
+// whatever they hold. Main thread.
+
+// The bytes as a text of one line: what is not UTF-8 shows as U+FFFD; control characters, line
+// separators and everything that turns the direction of writing show as a visible sign.
+QString displayText(std::string_view bytes);
+
+// The same; an absent text shows empty.
+QString displayText(const std::optional<std::string>& bytes);
+
+// The text for a widget that reads "&" as the mark of a mnemonic.
+QString withoutMnemonics(QString text);
+
+// The text for a tool tip, which would otherwise guess whether it is rich text.
+QString toolTipText(const QString& text);
+
+}  // namespace fillstation

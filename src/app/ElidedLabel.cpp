@@ -1,0 +1,29 @@
+#include "ElidedLabel.h"
+
+#include <QPainter>
+#include <QStyle>
+
+#include "DisplayText.h"
+
+namespace fillstation {
+
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+
+void ElidedLabel::setWholeText(const QString& text) {
+  setText(text);
+  setToolTip(toolTipText(text));
+}
+
+QString ElidedLabel::shownText() const {
+  return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width());
+}
+
+QSize ElidedLabel::minimumSizeHint() const { return {0, QLabel::minimumSizeHint().height()}; }
+
+void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  style()->drawItemText(&painter, contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
+                        isEnabled(), shownText(), foregroundRole());
+}
+
+}  // namespace fillstation

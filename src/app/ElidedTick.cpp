@@ -1,0 +1,39 @@
+#include "ElidedTick.h"
+
+#include <QStyleOptionButton>
+#include <QStylePainter>
+
+#include "DisplayText.h"
+
+namespace fillstation {
+
+ElidedTick::ElidedTick(QWidget* parent) : QCheckBox(parent) {}
+
+void ElidedTick::setWholeText(const QString& text) {
+  wholeText_ = text;
+  setText(withoutMnemonics(text));
+  setToolTip(toolTipText(text));
+}
+
+QString ElidedTick::shownText() const {
+  return fontMetrics().elidedText(wholeText_, Qt::ElideMiddle, width() - textIndent());
+}
+
+int ElidedTick::textIndent() const {
+  return style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this) +
+         style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, this);
+}
+
+QSize ElidedTick::minimumSizeHint() const {
+  return {textIndent(), QCheckBox::minimumSizeHint().height()};
+}
+
+void ElidedTick::paintEvent(QPaintEvent* /*event*/) {
+  QStylePainter painter(this);
+  QStyleOptionButton option;
+  initStyleOption(&option);
+  option.text = withoutMnemonics(shownText());
+  painter.drawControl(QStyle::CE_CheckBox, option);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,83 @@
+#include "FileTable.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QVBoxLayout>
+
+#include "FileTableModel.h"
+
+namespace fillstation {
+namespace {
+
+constexpr int kNameWidth = 190;
+constexpr int kSizeWidth = 90;
+
+}  // namespace
+
+FileTable::FileTable(QWidget* parent)
+    : QTableView(parent), hint_(new QLabel(tr("Add a folder of audio"), viewport())) {
+  setSelectionBehavior(SelectRows);
+  setSelectionMode(ExtendedSelection);
+  setEditTriggers(NoEditTriggers);
+  setTabKeyNavigation(false);
+  setAlternatingRowColors(true);
+  setShowGrid(false);
+  setWordWrap(false);
+  setTextElideMode(Qt::ElideMiddle);
+  verticalHeader()->hide();
+  horizontalHeader()->setHighlightSections(false);
+  hint_->setAlignment(Qt::AlignCenter);
+  hint_->setForegroundRole(QPalette::PlaceholderText);
+  hint_->setAttribute(Qt::WA_TransparentForMouseEvents);
+  auto* cover = new QVBoxLayout(viewport());
+  cover->addWidget(hint_);
+}
+
+void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
+  rows_ = new FileTableModel(std::move(songs), this);
+  setModel(rows_);
+  horizontalHeader()->setSectionResizeMode(FileTableModel::kPath, QHeaderView::Stretch);
+  setColumnWidth(FileTableModel::kName, kNameWidth);
+  setColumnWidth(FileTableModel::kSize, kSizeWidth);
+}
+
+void FileTable::reloadData() {
+  clickedRow_ = -1;
+  rows_->reload();
+  hint_->setVisible(rows_->rowCount() == 0);
+}
+
+bool FileTable::isRowSelected(long row) const {
+  return selectionModel()->isRowSelected(static_cast<int>(row));
+}
+
+std::size_t FileTable::numberOfSelectedRows() const { return selectedRowIndexes().size(); }
+
+std::set<std::size_t> FileTable::selectedRowIndexes() const {
+  std::set<std::size_t> rows;
+  for (const QModelIndex& index : selectionModel()->selectedRows()) {
+    rows.insert(static_cast<std::size_t>(index.row()));
+  }
+  return rows;
+}
+
+void FileTable::mousePressEvent(QMouseEvent* event) {
+  if (event->button() != Qt::RightButton) {
+    QTableView::mousePressEvent(event);
+  }
+}
+
+void FileTable::contextMenuEvent(QContextMenuEvent* event) {
+  QPoint at = event->globalPos();
+  if (event->reason() == QContextMenuEvent::Keyboard) {
+    clickedRow_ = currentIndex().row();
+    at = viewport()->mapToGlobal(visualRect(currentIndex()).bottomLeft());
+  } else {
+    clickedRow_ = indexAt(event->pos()).row();
+  }
+  menu_->popup(at);
+}
+
+}  // namespace fillstation

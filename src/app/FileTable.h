@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QTableView>
+#include <cstddef>
+#include <memory>
+#include <set>
+
+#include "TRSongsTVC.h"
+#include "TableView.h"
+
+class QLabel;
+class QMenu;
+
+namespace fillstation {
+
+class FileTableModel;
+
+// The table of the file list. A right click doesn't touch the selection; it remembers the row under
+// the pointer and opens the context menu. Main thread; belongs to the main window.
+class FileTable : public QTableView, public TableView {
+  Q_OBJECT
+
+ public:
+  explicit FileTable(QWidget* parent = nullptr);
+
+  // Shows this list from now on. Once.
+  void showList(std::shared_ptr<TRSongsTVC> songs);
+
+  // The menu of right clicks and of the keyboard's menu key.
+  void setContextMenu(QMenu* menu) { menu_ = menu; }
+
+  void reloadData() override;
+
+  // The row under the pointer when the context menu was last asked for (with the keyboard: the
+  // current row), -1 for none and after a reload.
+  long clickedRow() const { return clickedRow_; }
+  bool isRowSelected(long row) const;
+  std::size_t numberOfSelectedRows() const;
+  std::set<std::size_t> selectedRowIndexes() const;
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+
+ private:
+  FileTableModel* rows_ = nullptr;
+  QMenu* menu_ = nullptr;
+  QLabel* hint_;
+  long clickedRow_ = -1;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QMainWindow>
+#include <memory>
+
+namespace Ui {
+class MainWindow;
+}
+
+namespace fillstation {
+
+// The main window. Closing it ends the program, at any time and without a question. Main thread.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  MainWindow();
+  ~MainWindow() override;
+
+  const Ui::MainWindow& ui() const { return *ui_; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  std::unique_ptr<Ui::MainWindow> ui_;
+};
+
+// Hides every window of the program.
+void hideAllWindows();
+
+}  // namespace fillstation

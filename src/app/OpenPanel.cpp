@@ -1,0 +1,100 @@
+#include "OpenPanel.h"
+
+#include <QFileSystemModel>
+#include <QItemSelectionModel>
+#include <QLineEdit>
+#include <QListView>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include "DisplayText.h"
+#include "FileTypeProxy.h"
+#include "ModalSession.h"
+#include "TRFile.h"
+
+namespace fillstation {
+namespace {
+
+QLineEdit* nameEdit(const QFileDialog& dialog) {
+  return dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+}
+
+QString startFolder() {
+  const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+  return QFileInfo(music).isDir() ? music : QDir::homePath();
+}
+
+}  // namespace
+
+OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString& folder)
+    : QFileDialog(parent), fileType_(fileType) {
+  setOptions(DontUseNativeDialog | ReadOnly | HideNameFilterDetails);
+  setFileMode(ExistingFile);
+  setProxyModel(new FileTypeProxy(fileType, this));
+  setDirectory(folder);
+  setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
+  hideTypeChoice();
+  const auto* list = findChild<QListView*>(QStringLiteral("listView"));
+  connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+          &OpenPanel::showSelectedFolder);
+  connect(findChild<QFileSystemModel*>(), &QFileSystemModel::rootPathChanged, nameEdit(*this),
+          &QLineEdit::clear);
+}
+
+OpenPanelFunction OpenPanel::runner(QWidget* parent) {
+  return [parent, folder = QString()](
+             const std::string& fileType) mutable -> std::optional<std::vector<Url>> {
+    OpenPanel panel(parent, fileType, folder.isEmpty() ? startFolder() : folder);
+    ModalSession::run(panel);
+    const QString path = panel.chosenPath();
+    if (path.isEmpty()) {
+      return std::nullopt;
+    }
+    folder = QFileInfo(path).absolutePath();
+    return std::vector{
+        Url::fromPath(QFile::encodeName(path).toStdString(), QFileInfo(path).isDir())};
+  };
+}
+
+void OpenPanel::keepSettingsAway() {
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                     QStringLiteral("/dev/null/settings"));
+}
+
+void OpenPanel::accept() {
+  const QString path = typedPath();
+  if (!canChoose(path)) {
+    nameEdit(*this)->selectAll();
+    return;
+  }
+  chosenPath_ = path;
+  QDialog::accept();
+}
+
+void OpenPanel::hideTypeChoice() {
+  for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
+    findChild<QWidget*>(QLatin1String(name))->hide();
+  }
+}
+
+void OpenPanel::showSelectedFolder() {
+  const auto* list = findChild<QListView*>(QStringLiteral("listView"));
+  for (const QModelIndex& index : list->selectionModel()->selectedRows()) {
+    const QString path = index.data(QFileSystemModel::FilePathRole).toString();
+    if (QFileInfo(path).isDir()) {
+      nameEdit(*this)->setText(QFileInfo(path).fileName());
+    }
+  }
+}
+
+QString OpenPanel::typedPath() const {
+  return QDir::cleanPath(directory().absoluteFilePath(nameEdit(*this)->text()));
+}
+
+bool OpenPanel::canChoose(const QString& path) const {
+  const QFileInfo info(path);
+  return !nameEdit(*this)->text().isEmpty() && info.exists() &&
+         (info.isDir() || matchesFileType(QFile::encodeName(path).toStdString(), fileType_));
+}
+
+}  // namespace fillstation

@@ -1,0 +1,46 @@
+#include "PlayerItem.h"
+
+#include <QVBoxLayout>
+
+#include "Capacity.h"
+#include "DisplayText.h"
+#include "ElidedLabel.h"
+#include "ElidedTick.h"
+
+namespace fillstation {
+
+PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
+    : QWidget(parent),
+      player_(std::move(player)),
+      tick_(new ElidedTick(this)),
+      facts_(new ElidedLabel(this)) {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(6, 4, 6, 4);
+  layout->setSpacing(0);
+  layout->addWidget(tick_);
+  layout->addWidget(facts_);
+  facts_->setContentsMargins(tick_->textIndent(), 0, 0, 0);
+  connect(tick_, &QAbstractButton::clicked, this, &PlayerItem::onClicked);
+  refresh();
+}
+
+void PlayerItem::refresh() {
+  tick_->setWholeText(displayText(player_->name()));
+  tick_->setChecked(player_->selected().isTrue());
+  facts_->setWholeText(facts(*player_));
+}
+
+QString PlayerItem::facts(const TRPlayer& player) {
+  const auto handle = static_cast<std::uint32_t>(player.IONumber());
+  return QString::fromUtf8("%1 · USB %2-%3 · %4")
+      .arg(displayText(player.diskName()), QString::number(handle >> 16U),
+           QString::number(handle & 0xFFFFU),
+           QString::fromStdString(capacityText(player.size().value())));
+}
+
+void PlayerItem::onClicked(bool checked) {
+  player_->setSelected(Number(checked ? 1 : 0));
+  emit ticked();
+}
+
+}  // namespace fillstation

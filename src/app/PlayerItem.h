@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QWidget>
+#include <memory>
+
+#include "TRPlayer.h"
+
+namespace fillstation {
+
+class ElidedLabel;
+class ElidedTick;
+
+// One player in the player view: a tick box with its name, and a second line by which a person
+// finds the device (device node, USB port, size). Main thread; belongs to the player view, holds
+// its player.
+class PlayerItem : public QWidget {
+  Q_OBJECT
+
+ public:
+  PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent);
+
+  const std::shared_ptr<TRPlayer>& player() const { return player_; }
+  ElidedTick* tick() const { return tick_; }
+
+  // Shows the player's properties as they are now.
+  void refresh();
+
+  // "/dev/sdb · USB 1-7 · 7580 MB": device node, USB bus and device number, size.
+  static QString facts(const TRPlayer& player);
+
+ signals:
+  // The operator ticked or unticked the player, whose `selected` has followed.
+  void ticked();
+
+ private:
+  void onClicked(bool checked);
+
+  std::shared_ptr<TRPlayer> player_;
+  ElidedTick* tick_;
+  ElidedLabel* facts_;
+};
+
+}  // namespace fillstation

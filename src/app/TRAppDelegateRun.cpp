@@ -1,0 +1,104 @@
+#include <QVariant>
+
+#include "Alert.h"
+#include "Platform.h"
+#include "TRAppDelegate.h"
+#include "TRFileCopyTask.h"
+
+namespace fillstation {
+
+void TRAppDelegate::btnStartClick(QObject* /*sender*/) {
+  enableView(false);
+  wndPasswordDialog()->show();
+  wndPasswordDialog()->raise();
+  wndPasswordDialog()->activateWindow();
+}
+
+void TRAppDelegate::btnPassCancel(QObject* /*sender*/) {
+  wndPasswordDialog()->hide();
+  enableView(true);
+  logText("\nSelection !\n");
+}
+
+void TRAppDelegate::btnPassOk(QObject* /*sender*/) {
+  wndPasswordDialog()->hide();
+  pbProgressBar()->setRange(0, 100);
+  pbProgressBar()->setValue(0);
+  pbProgressBar()->update();
+
+  const auto players = playerController()->listed();
+  const auto files = songsTVC()->list();
+  const std::string userName = userNameField()->text().toStdString();
+  const std::string userPass = passwordField()->text().toStdString();
+  if (userName.empty() || userPass.empty()) {
+    Alert::run(window(), "You'v entered invalid password.");
+    enableView(true);
+    return;
+  }
+  startRun(players, files, userName, userPass);
+}
+
+void TRAppDelegate::startRun(const ArrayController<TRPlayer>::List& players,
+                             const std::shared_ptr<TRFileList>& files, const std::string& userName,
+                             const std::string& userPass) {
+  pbCircle()->startAnimation();
+  const auto collection = std::make_shared<TRFileCopyTaskCollection>(files, userName, userPass);
+  for (const auto& player : players) {
+    if (player->selected().isTrue()) {
+      collection->addPlayer(player);
+    }
+  }
+  using Context = std::shared_ptr<void>;
+  collection->startAsyncCopyWithCallBack(
+      shared_from_this(),
+      [](const Context& receiver, const Context& context) {
+        std::static_pointer_cast<TRAppDelegate>(receiver)->onCopyResult(
+            std::static_pointer_cast<TRFileCopyTaskCollection>(context));
+      },
+      [](const Context& receiver, const Context& context) {
+        std::static_pointer_cast<TRAppDelegate>(receiver)->updateProgress(
+            std::static_pointer_cast<TRFileCopyTaskCollection>(context));
+      },
+      collection);
+  logText("\nafter task call!!!!\n");
+}
+
+void TRAppDelegate::updateProgress(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
+  pbProgressBar()->setValue(static_cast<int>(collection->progress().value()));
+  playerController()->objectsChanged();  // a format gives a player a new name
+}
+
+void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
+  pbCircle()->stopAnimation();
+  playerController()->objectsChanged();
+  std::string message = "Process Completed.";
+  for (const auto& task : collection->tasks()) {
+    if (task->error()) {
+      message = formatText("%@\nPlayer %@ Failed in process", message, task->player()->diskName());
+    }
+  }
+  Alert::run(window(), message);
+  enableView(true);
+}
+
+void TRAppDelegate::enableView(bool enabled) {
+  btnStart()->setEnabled(enabled);
+  btnBrowse()->setEnabled(enabled);
+  lstFiles()->setEnabled(enabled);
+  btnAll()->setEnabled(enabled);
+  btnNone()->setEnabled(enabled);
+  btnEject()->setEnabled(enabled);
+  drillSubViews(viewPlayers(), enabled);
+}
+
+void TRAppDelegate::drillSubViews(QWidget* view, bool enabled) {
+  const QObjectList children = view->children();
+  for (QObject* child : children) {
+    if (auto* subview = qobject_cast<QWidget*>(child)) {
+      drillSubViews(subview, enabled);
+      subview->setProperty("enabled", QVariant(enabled));
+    }
+  }
+}
+
+}  // namespace fillstation

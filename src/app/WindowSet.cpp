@@ -1,0 +1,106 @@
+#include "WindowSet.h"
+
+#include "ui_CredentialsPanel.h"
+#include "ui_MainWindow.h"
+
+namespace fillstation {
+
+WindowSet::WindowSet()
+    : window_(std::make_unique<MainWindow>()),
+      panel_(new CredentialsPanel(window_.get())),
+      players_(std::make_shared<ArrayController<TRPlayer>>()),
+      roots_(std::make_shared<ArrayController<TRFile>>()),
+      songs_(std::make_shared<TRSongsTVC>()),
+      delegate_(std::make_shared<TRAppDelegate>()) {
+  makeContextMenu();
+  fillFields();
+  connectPlayers();
+  connectFiles();
+  connectRun();
+  players_->setArrangedObjects({});
+  roots_->setArrangedObjects({});
+}
+
+WindowSet::~WindowSet() { fileView = nullptr; }
+
+void WindowSet::makeContextMenu() {
+  menu_ = new QMenu(window_->ui().lstFiles);
+  delegate_->setSongsTVCContextMenu(menu_);
+  delegate_->setFileMenuDelete(menu_->addAction(TRAppDelegate::tr("&Remove from List")));
+  delegate_->setFileMenuDeleteSelected(menu_->addAction(TRAppDelegate::tr("Remove &Selected")));
+  delegate_->setFileMenuDeleteAll(menu_->addAction(TRAppDelegate::tr("Remove &All")));
+}
+
+void WindowSet::fillFields() {
+  const Ui::MainWindow& ui = window_->ui();
+  delegate_->setPlayerController(players_);
+  delegate_->setFilesController(roots_);
+  delegate_->setSongsTVC(songs_);
+  delegate_->setWindow(window_.get());
+  delegate_->setWndPasswordDialog(panel_);
+  delegate_->setUserNameField(panel_->ui().userNameField);
+  delegate_->setPasswordField(panel_->ui().passwordField);
+  delegate_->setPbProgressBar(ui.pbProgressBar);
+  delegate_->setPbCircle(ui.pbCircle);
+  delegate_->setDeviceScrollbar(ui.deviceScrollbar);
+  delegate_->setViewPlayers(ui.viewPlayers);
+  delegate_->setFileView(ui.viewPlayers);
+  delegate_->setPlayersSelectionBox(ui.playersSelectionBox);
+  delegate_->setCmbFileType(ui.cmbFileType);
+  delegate_->setLstFiles(ui.lstFiles);
+  delegate_->setLblMaxCapSize(ui.lblMaxCapSize);
+  delegate_->setLblFreeDiskSpaceLeft(ui.lblFreeDiskSpaceLeft);
+  delegate_->setTirellLinkBtn(ui.tirellLinkBtn);
+  delegate_->setBtnBrowse(ui.btnBrowse);
+  delegate_->setBtnStart(ui.btnStart);
+  delegate_->setBtnAll(ui.btnAll);
+  delegate_->setBtnNone(ui.btnNone);
+  delegate_->setBtnEject(ui.btnEject);
+}
+
+void WindowSet::connectPlayers() {
+  const Ui::MainWindow& ui = window_->ui();
+  TRAppDelegate* controller = delegate_.get();
+  ui.viewPlayers->follow(players_, [start = ui.btnStart] { return start->isEnabled(); });
+  const auto on = [controller](QPushButton* button, void (TRAppDelegate::*command)(QObject*)) {
+    QObject::connect(button, &QPushButton::clicked, controller,
+                     [=] { (controller->*command)(button); });
+  };
+  on(ui.btnAll, &TRAppDelegate::selectAllClicked);
+  on(ui.btnNone, &TRAppDelegate::selectNoneClicked);
+  on(ui.btnEject, &TRAppDelegate::ejectSelectedPlayers);
+  on(ui.btnBrowse, &TRAppDelegate::btnBrowseFileClicked);
+  on(ui.btnStart, &TRAppDelegate::btnStartClick);
+  on(ui.tirellLinkBtn, &TRAppDelegate::tirellLinkClicked);
+  on(panel_->ui().btnPassOk, &TRAppDelegate::btnPassOk);
+  QObject::connect(ui.viewPlayers, &PlayersView::selectionChanged, controller,
+                   [=, view = ui.viewPlayers] { controller->driveSelectionChanged(view); });
+}
+
+void WindowSet::connectFiles() {
+  const Ui::MainWindow& ui = window_->ui();
+  TRAppDelegate* controller = delegate_.get();
+  ui.cmbFileType->setCompleter(nullptr);  // the typed text counts, not what it could become
+  ui.lstFiles->showList(songs_);
+  ui.lstFiles->setContextMenu(menu_);
+  // The table belongs to its window and outlives the list.
+  songs_->setTblView(std::shared_ptr<FileTable>(ui.lstFiles, [](FileTable*) {}));
+  delegate_->setOpenPanel(OpenPanel::runner(window_.get()));
+  QObject::connect(menu_, &QMenu::aboutToShow, controller,
+                   [=, this] { controller->menuNeedsUpdate(menu_); });
+  const auto on = [controller](QAction* action, void (TRAppDelegate::*command)(QObject*)) {
+    QObject::connect(action, &QAction::triggered, controller,
+                     [=] { (controller->*command)(action); });
+  };
+  on(delegate_->fileMenuDelete(), &TRAppDelegate::menuFileDeleteCurrent);
+  on(delegate_->fileMenuDeleteSelected(), &TRAppDelegate::menuFileDeleteSelection);
+  on(delegate_->fileMenuDeleteAll(), &TRAppDelegate::menuFileDeleteAll);
+}
+
+void WindowSet::connectRun() {
+  TRAppDelegate* controller = delegate_.get();
+  QObject::connect(panel_, &CredentialsPanel::cancelled, controller,
+                   [=, this] { controller->btnPassCancel(panel_); });
+}
+
+}  // namespace fillstation

@@ -1,0 +1,22 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFontDatabase>
+#include <cstdlib>
+
+#include "OpenPanel.h"
+#include "TempFolder.h"
+
+// Tests of the window: GoogleTest with an application object, in a home folder of their own.
+int main(int argc, char** argv) {
+  const fillstation::test::TempFolder home;
+  ::setenv("HOME", home.path().c_str(), 1);
+  ::unsetenv("XDG_CONFIG_HOME");
+  ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+  fillstation::OpenPanel::keepSettingsAway();
+  QApplication application(argc, argv);
+  QApplication::setStyle(QStringLiteral("fusion"));
+  QApplication::setQuitOnLastWindowClosed(false);
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

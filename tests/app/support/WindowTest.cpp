@@ -1,0 +1,180 @@
+#include "WindowTest.h"
+
+#include <thread>
+
+namespace fillstation::test {
+namespace {
+
+constexpr int kLongestWait = 30'000;
+
+}  // namespace
+
+WindowTest::WindowTest() {
+  platform().usbBus = &bus;
+  platform().fileManager = &files;
+  platform().endProgram = [this] {
+    ++endings;
+    ports.end();
+  };
+  ports.clock.onSleep = [this](std::size_t) {
+    if (ports.mainThread.isHere()) {
+      QCoreApplication::processEvents();
+    }
+  };
+  QObject::connect(&pump_, &QTimer::timeout, [this] { pump(); });
+  pump_.start(0);
+  windows = std::make_unique<WindowSet>();
+}
+
+WindowTest::~WindowTest() {
+  ports.end();
+  ports.workers.join();
+  // The process keeps the last run's report targets: leave none that belong to this test.
+  std::make_shared<TRFileCopyTaskCollection>(std::make_shared<TRFileList>(), "", "")
+      ->startAsyncCopyWithCallBack(nullptr, nullptr, nullptr, nullptr);
+  ports.workers.join();
+  pump_.stop();
+  windows.reset();
+  session.reset();
+  clickedRow = -1;
+}
+
+void WindowTest::pump() {
+  // Started anew, so that it also runs in a loop that the next callable begins.
+  pump_.start(0);
+  if (!ports.mainThread.runNext()) {
+    std::this_thread::yield();
+  }
+}
+
+void WindowTest::launch() {
+  windows->window().show();
+  EXPECT_TRUE(QTest::qWaitForWindowActive(&windows->window()));
+  StdCapture out(stdout);
+  StdCapture err(stderr);
+  controller().applicationDidFinishLaunching();
+}
+
+std::shared_ptr<TestUsbDevice> WindowTest::makeStick(const std::string& disk, std::uint32_t handle,
+                                                     const std::string& label, std::int64_t size) {
+  auto found = std::make_shared<TestDisk>();
+  const std::string mountPath = "file:///media/" + disk + "/";
+  found->describe = [=](std::size_t) { return describedAs(label, mountPath, "ACTIONS", size); };
+  ports.disks.byName[disk] = found;
+  auto device = std::make_shared<TestUsbDevice>();
+  device->diskName = disk;
+  device->handleValue = handle;
+  return device;
+}
+
+std::shared_ptr<TestUsbDevice> WindowTest::plugStick(const std::string& disk,
+                                                     std::uint32_t handle) {
+  auto device = makeStick(disk, handle);
+  const StdCapture out(stdout);
+  const std::size_t before = listedDisks().size();
+  bus.plug(device);
+  runUntil([&] { return listedDisks().size() > before; });
+  return device;
+}
+
+std::shared_ptr<TRPlayer> WindowTest::addPlayer(const std::string& disk, std::int64_t size,
+                                                bool ticked) {
+  auto player = std::make_shared<TRPlayer>();
+  player->setDiskName("/dev/" + disk);
+  player->setName("/dev/" + disk + " (SONGS)");
+  player->setSize(Number(size));
+  player->setSelected(Number(ticked ? 1 : 0));
+  player->setIONumber(0x10002);
+  windows->players()->addObject(player);
+  return player;
+}
+
+std::shared_ptr<TRFile> WindowTest::addRoot(const std::string& path, std::int64_t size,
+                                            bool isDirectory) {
+  auto root = std::make_shared<TRFile>();
+  root->setPath(path);
+  root->setName(lastPathComponent(path));
+  root->setSize(Number(size));
+  root->setIsDir(isDirectory);
+  root->setUrl(Url::fromPath(path, isDirectory), isDirectory);
+  root->setDestRelativeUrl(Url::withString("/"));
+  if (isDirectory) {
+    root->setFiles(std::make_shared<TRFileList>());
+  }
+  windows->songs()->addTRFile(root);
+  return root;
+}
+
+void WindowTest::deliver(const char* disk, bool inserted, const char* label, const char* mountPath,
+                         std::int64_t size, std::uint32_t handle) {
+  UsbDeviceInfo record;
+  record.setDiskName(disk);
+  record.setVolumeName(label);
+  record.setMountPath(mountPath);
+  record.setSize(size);
+  record.setInserted(inserted);
+  record.ioService = handle;
+  updateUsbInfoCallBack(&controller(), &record);
+}
+
+void WindowTest::runUntil(const std::function<bool()>& done) {
+  EXPECT_TRUE(QTest::qWaitFor(done, kLongestWait));
+}
+
+void WindowTest::settle() {
+  for (int pass = 0; pass < 20; ++pass) {
+    QCoreApplication::processEvents();
+  }
+}
+
+void WindowTest::whenever(std::function<bool()> act) {
+  auto* timer = new QTimer(&windows->window());
+  QObject::connect(timer, &QTimer::timeout, [timer, act = std::move(act)] {
+    timer->start(1);
+    if (act()) {
+      delete timer;
+    }
+  });
+  timer->start(1);
+}
+
+std::vector<std::string> WindowTest::listedDisks() const {
+  std::vector<std::string> disks;
+  for (const auto& player : windows->players()->listed()) {
+    disks.push_back(player->diskName().value_or("(none)"));
+  }
+  return disks;
+}
+
+void WindowTest::rightClick(const QPoint& at) {
+  QWidget& window = windows->window();
+  QTest::mouseClick(window.windowHandle(), Qt::RightButton, {},
+                    ui().lstFiles->viewport()->mapTo(&window, at));
+}
+
+void WindowTest::rightClickRow(int row) {
+  const QModelIndex index = ui().lstFiles->model()->index(row, 0);
+  rightClick(ui().lstFiles->visualRect(index).center());
+}
+
+std::vector<std::string> WindowTest::menuTexts() const {
+  std::vector<std::string> texts;
+  for (const QAction* action : controller().songsTVCContextMenu()->actions()) {
+    if (action->isVisible()) {
+      texts.push_back(action->text().remove(QLatin1Char('&')).toStdString());
+    }
+  }
+  return texts;
+}
+
+QMessageBox* WindowTest::alert() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    auto* box = qobject_cast<QMessageBox*>(widget);
+    if (box != nullptr && box->isVisible()) {
+      return box;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace fillstation::test
