@@ -81,7 +81,8 @@ void OpenPanel::showSelectedFolder() {
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   for (const QModelIndex& index : list->selectionModel()->selectedRows()) {
     const QString path = index.data(QFileSystemModel::FilePathRole).toString();
-    if (QFileInfo(path).isDir()) {
+    // While a name is typed the dialog selects what it matches; the typed text stays.
+    if (QFileInfo(path).isDir() && !nameEdit(*this)->hasFocus()) {
       nameEdit(*this)->setText(QFileInfo(path).fileName());
     }
   }

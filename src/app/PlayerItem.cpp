@@ -6,6 +6,7 @@
 #include "DisplayText.h"
 #include "ElidedLabel.h"
 #include "ElidedTick.h"
+#include "Platform.h"
 
 namespace fillstation {
 
@@ -20,6 +21,7 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   layout->addWidget(tick_);
   layout->addWidget(facts_);
   facts_->setContentsMargins(tick_->textIndent(), 0, 0, 0);
+  facts_->setWholeText(facts(*player_));
   connect(tick_, &QAbstractButton::clicked, this, &PlayerItem::onClicked);
   refresh();
 }
@@ -27,14 +29,12 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
 void PlayerItem::refresh() {
   tick_->setWholeText(displayText(player_->name()));
   tick_->setChecked(player_->selected().isTrue());
-  facts_->setWholeText(facts(*player_));
 }
 
 QString PlayerItem::facts(const TRPlayer& player) {
-  const auto handle = static_cast<std::uint32_t>(player.IONumber());
-  return QString::fromUtf8("%1 · USB %2-%3 · %4")
-      .arg(displayText(player.diskName()), QString::number(handle >> 16U),
-           QString::number(handle & 0xFFFFU),
+  const auto port = platform().usbBus->portName(static_cast<std::uint32_t>(player.IONumber()));
+  return QString::fromUtf8("%1 · USB %2 · %3")
+      .arg(displayText(player.diskName()), displayText(std::string_view(port)),
            QString::fromStdString(capacityText(player.size().value())));
 }
 

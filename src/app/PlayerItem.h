@@ -22,10 +22,10 @@ class PlayerItem : public QWidget {
   const std::shared_ptr<TRPlayer>& player() const { return player_; }
   ElidedTick* tick() const { return tick_; }
 
-  // Shows the player's properties as they are now.
+  // Shows the player's name and tick as they are now; the rest never changes.
   void refresh();
 
-  // "/dev/sdb · USB 1-7 · 7580 MB": device node, USB bus and device number, size.
+  // "/dev/sdb · USB 1-2.4 · 7580 MB": device node, USB port, size.
   static QString facts(const TRPlayer& player);
 
  signals:

@@ -71,6 +71,8 @@ class BackEnd {
 struct BackEndKind {
   const char* name;
   std::unique_ptr<BackEnd> (*create)();
+
+  friend void PrintTo(const BackEndKind& kind, std::ostream* out) { *out << kind.name; }
 };
 
 inline std::string nameOfKind(const ::testing::TestParamInfo<BackEndKind>& info) {
