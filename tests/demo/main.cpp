@@ -1,0 +1,167 @@
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QProcess>
+#include <QTimer>
+#include <cstdio>
+#include <optional>
+#include <variant>
+
+#include "Act.h"
+#include "AppRunner.h"
+#include "Bench.h"
+#include "BenchFolder.h"
+#include "Console.h"
+#include "WindowSet.h"
+
+namespace {
+
+using namespace fillstation;
+using namespace fillstation::demo;
+
+struct Options {
+  bool visible = false;
+  bool byHand = false;
+  QString sources;   // this program's own folder: scenarios and the audio book's maker
+  QString pictures;  // where the screenshots go
+  QString audio;     // where the audio book is
+  QString bench;     // the bench folder, made anew
+};
+
+// Null after saying what is wrong with the arguments.
+std::optional<Options> readArguments(const QStringList& arguments) {
+  Options options{false,
+                  false,
+                  FILLSTATION_DEMO_SOURCES,
+                  "demo-out",
+                  "build/demo/Audio Book",
+                  "build/demo/bench"};
+  for (const auto& argument : arguments) {
+    if (argument == "--window") {
+      options.visible = true;
+    } else if (argument == "--by-hand") {
+      options.byHand = true;
+    } else {
+      std::fprintf(stderr, "fillstation-demo: unknown argument %s\n", qUtf8Printable(argument));
+      return std::nullopt;
+    }
+  }
+  if (options.byHand && !options.visible) {
+    std::fputs("fillstation-demo: --by-hand goes with --window\n", stderr);
+    return std::nullopt;
+  }
+  options.pictures = QDir::current().absoluteFilePath(options.pictures);
+  options.audio = QDir::current().absoluteFilePath(options.audio);
+  options.bench = QDir::current().absoluteFilePath(options.bench);
+  return options;
+}
+
+bool makeAudioBook(const Options& options) {
+  const int status = QProcess::execute(options.sources + "/make-audio-book", {options.audio});
+  if (status != 0) {
+    std::fputs("fillstation-demo: the audio book can't be made\n", stderr);
+  }
+  return status == 0;
+}
+
+Scenario scenarioOf(const Options& options, const char* name) {
+  const auto read = readScenario((options.sources + "/" + name).toStdString());
+  if (const auto* problem = std::get_if<ScenarioError>(&read)) {
+    throw NotSeen(problem->text());
+  }
+  return std::get<Scenario>(read);
+}
+
+bool performActs(const Options& options, const QString& folder, WindowSet& windows) {
+  Operator first(windows, options.visible, options.pictures + "/act1");
+  Act four({"Act 1: four players",
+            folder,
+            options.audio,
+            scenarioOf(options, "four-players.json"),
+            {},
+            true},
+           windows, first);
+  Operator second(windows, options.visible, options.pictures + "/act2");
+  Act five({"Act 2: five players, one pulled out while it is filled, one that refuses its format",
+            folder,
+            options.audio,
+            scenarioOf(options, "five-players.json"),
+            {"pulled", "stubborn"},
+            false},
+           windows, second);
+  const bool both = four.perform() && five.perform();
+  std::fprintf(console(), "\n%s. The screenshots are in %s.\n",
+               both ? "Everything went as planned" : "SOMETHING WENT DIFFERENTLY",
+               qUtf8Printable(options.pictures));
+  return both;
+}
+
+void perform(const Options& options, const QString& folder, WindowSet& windows) {
+  int status = 1;
+  try {
+    status = performActs(options, folder, windows) ? 0 : 1;
+  } catch (const NotSeen& problem) {
+    std::fprintf(console(), "\nThe demonstration stops: %s\n", problem.what());
+  }
+  QApplication::exit(status);
+}
+
+void handOver(const Options& options, const QString& folder) {
+  const Scenario scenario = scenarioOf(options, "four-players.json");
+  for (const auto& player : scenario.players) {
+    createPlayer(folder.toStdString(), player);
+    plugPlayer(folder.toStdString(), player.name);
+  }
+  std::fprintf(
+      console(),
+      "The window is yours. An audio book to add:\n  %s\n"
+      "The administrator is \"%s\", the password \"%s\".\n"
+      "Plug and unplug players by moving images between\n  %s\nand its folder \"pulled\".\n"
+      "Close the window when you are done; the players are thrown away at the next start.\n",
+      qUtf8Printable(options.audio), scenario.credentials.user.c_str(),
+      scenario.credentials.password.c_str(), qUtf8Printable(folder));
+  std::fflush(console());
+}
+
+BackEnd benchIn(const QString& folder, const Options& options) {
+  BackEnd backEnd;
+  backEnd.install = [folder](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
+    const BenchServices services{stop, mainThread, *ports.clock, *ports.workers, *ports.systemLog};
+    auto bench = std::make_shared<Bench>(folder.toStdString(), services);
+    bench->installInto(ports);
+    return bench;
+  };
+  backEnd.shown = [folder, options](WindowSet& windows) {
+    windows.window().resize(1000, 620);
+    // The players can be plugged in when the program has registered for them.
+    auto* const beginning = new QTimer(&windows.window());
+    QObject::connect(beginning, &QTimer::timeout, &windows.window(), [=, &windows] {
+      if (fileView != nullptr) {
+        beginning->stop();
+        options.byHand ? handOver(options, folder) : perform(options, folder, windows);
+      }
+    });
+    beginning->start(50);
+  };
+  return backEnd;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QStringList arguments;
+  for (int index = 1; index < argc; ++index) {
+    arguments << QString::fromLocal8Bit(argv[index]);
+  }
+  const auto options = readArguments(arguments);
+  if (!options || !makeAudioBook(*options)) {
+    return 2;
+  }
+  if (!options->visible) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+  useConsole(options->pictures);
+  QDir(options->bench).removeRecursively();
+  QDir().mkpath(options->bench);
+  return runApplication(argc, argv, benchIn(options->bench, *options));
+}
