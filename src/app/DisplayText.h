@@ -10,8 +10,8 @@ namespace fillstation {
 // Texts of devices and file names on their way to the window, where they must stay plain text
 // whatever they hold. Main thread.
 
-// The bytes as a text of one line: what is not UTF-8 shows as U+FFFD; control characters, line
-// separators and everything that turns the direction of writing show as a visible sign.
+// The bytes as a text of one line: what is not UTF-8, control characters, line separators and
+// everything that turns the direction of writing show as U+FFFD.
 QString displayText(std::string_view bytes);
 
 // The same; an absent text shows empty.

@@ -7,7 +7,9 @@
 
 namespace fillstation {
 
-ElidedTick::ElidedTick(QWidget* parent) : QCheckBox(parent) {}
+ElidedTick::ElidedTick(QWidget* parent) : QCheckBox(parent) {
+  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
 
 void ElidedTick::setWholeText(const QString& text) {
   wholeText_ = text;

@@ -11,8 +11,8 @@
 namespace fillstation {
 namespace {
 
-constexpr int kNameWidth = 190;
-constexpr int kSizeWidth = 90;
+constexpr int kRowSpacing = 8;
+constexpr int kSizeWidth = 84;
 
 }  // namespace
 
@@ -27,6 +27,7 @@ FileTable::FileTable(QWidget* parent)
   setWordWrap(false);
   setTextElideMode(Qt::ElideMiddle);
   verticalHeader()->hide();
+  verticalHeader()->setDefaultSectionSize(fontMetrics().height() + kRowSpacing);
   horizontalHeader()->setHighlightSections(false);
   hint_->setAlignment(Qt::AlignCenter);
   hint_->setForegroundRole(QPalette::PlaceholderText);
@@ -39,7 +40,7 @@ void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
   rows_ = new FileTableModel(std::move(songs), this);
   setModel(rows_);
   horizontalHeader()->setSectionResizeMode(FileTableModel::kPath, QHeaderView::Stretch);
-  setColumnWidth(FileTableModel::kName, kNameWidth);
+  horizontalHeader()->setSectionResizeMode(FileTableModel::kName, QHeaderView::Stretch);
   setColumnWidth(FileTableModel::kSize, kSizeWidth);
 }
 
@@ -78,6 +79,9 @@ void FileTable::contextMenuEvent(QContextMenuEvent* event) {
     clickedRow_ = indexAt(event->pos()).row();
   }
   menu_->popup(at);
+  if (menu_->isEmpty()) {
+    menu_->close();  // a frame around nothing
+  }
 }
 
 }  // namespace fillstation

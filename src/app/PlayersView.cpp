@@ -11,6 +11,7 @@ namespace fillstation {
 
 PlayersView::PlayersView(QWidget* parent)
     : QWidget(parent), rows_(new QVBoxLayout), hint_(new QLabel(tr("Plug in a player"), this)) {
+  setBackgroundRole(QPalette::Base);
   hint_->setAlignment(Qt::AlignCenter);
   hint_->setForegroundRole(QPalette::PlaceholderText);
   auto* layout = new QVBoxLayout(this);

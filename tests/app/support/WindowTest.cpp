@@ -48,10 +48,18 @@ void WindowTest::pump() {
 }
 
 void WindowTest::launch() {
+  showWindow();
+  launchQuietly();
+}
+
+void WindowTest::showWindow() {
   windows->window().show();
   EXPECT_TRUE(QTest::qWaitForWindowActive(&windows->window()));
-  StdCapture out(stdout);
-  StdCapture err(stderr);
+}
+
+void WindowTest::launchQuietly() {
+  const StdCapture out(stdout);
+  const StdCapture err(stderr);
   controller().applicationDidFinishLaunching();
 }
 

@@ -31,8 +31,10 @@ class WindowTest : public ::testing::Test {
   WindowTest();
   ~WindowTest() override;
 
-  // Shows the window and lets it launch.
+  // Shows the window and lets it launch; or one after the other.
   void launch();
+  void showWindow();
+  void launchQuietly();
   // A player's stick with its disk, as yet unplugged. Its volume is at the mount path (none: not
   // mounted).
   std::shared_ptr<TestUsbDevice> makeStick(const std::string& disk, std::uint32_t handle,
@@ -86,5 +88,10 @@ class WindowTest : public ::testing::Test {
 };
 
 using Texts = std::vector<std::string>;
+
+inline Texts operator+(Texts left, const Texts& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
 
 }  // namespace fillstation::test

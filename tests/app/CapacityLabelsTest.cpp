@@ -1,0 +1,163 @@
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+class CapacityLabelsTest : public WindowTest {
+ protected:
+  void update() {
+    ports.log.clear();
+    controller().updateFilesSize();
+  }
+  std::string capacity() const { return ui().lblMaxCapSize->text().toStdString(); }
+  std::string left() const { return ui().lblFreeDiskSpaceLeft->text().toStdString(); }
+};
+
+TEST_F(CapacityLabelsTest, AreEmptyBeforeTheFirstComputation) {
+  EXPECT_EQ(capacity(), "");
+  EXPECT_EQ(left(), "");
+}
+
+TEST_F(CapacityLabelsTest, AnEmptyListWithoutFilesReadsZero) {
+  update();
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "0 KB");
+  EXPECT_EQ(controller().minPlayerSize().value(), 0);
+  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
+}
+
+TEST_F(CapacityLabelsTest, AnEmptyListWithKilobytesOfFilesShowsTheNegativeSpaceUnsigned) {
+  addRoot("/a", 5000);
+  update();
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "18446744073709551612 KB");
+}
+
+TEST_F(CapacityLabelsTest, AnEmptyListWithMegabytesOfFilesShowsTheNegativeSpaceUnsigned) {
+  addRoot("/a", 10485760);
+  update();
+  EXPECT_EQ(left(), "18446744073709551606 MB");
+}
+
+TEST_F(CapacityLabelsTest, WithoutATickedPlayerTheFilesAreNotCounted) {
+  addPlayer("sdb", 4096);
+  addPlayer("sdc", 8192);
+  addRoot("/a", 10485760);
+  update();
+  EXPECT_EQ(controller().minPlayerSize().value(), -1);
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "0 KB");
+  EXPECT_EQ(logTexts(),
+            (Texts{"\nLog P Size 4096\n", "\nLog P Size 8192\n", "\nLog xxxP Size -1\n"}));
+}
+
+TEST_F(CapacityLabelsTest, OneTickedPlayerIsTheCapacity) {
+  const auto player = addPlayer("sdb", 7948206080, true);
+  update();
+  EXPECT_EQ(capacity(), "7580 MB");
+  EXPECT_EQ(left(), "7580 MB");
+  EXPECT_TRUE(controller().minPlayerSize().isSame(player->size()));
+}
+
+TEST_F(CapacityLabelsTest, ExactlyOneMegabyteLeftIsShownInMegabytes) {
+  addPlayer("sdb", 2 * 1048576, true);
+  addRoot("/a", 1048576);
+  update();
+  EXPECT_EQ(left(), "1 MB");
+}
+
+TEST_F(CapacityLabelsTest, OneByteLessThanAMegabyteLeftIsShownInKilobytes) {
+  addPlayer("sdb", 2 * 1048576, true);
+  addRoot("/a", 1048577);
+  update();
+  EXPECT_EQ(left(), "1023 KB");
+}
+
+TEST_F(CapacityLabelsTest, FilesThatExceedByOneMegabyteShowTheHighestFigure) {
+  addPlayer("sdb", 1048576, true);
+  addRoot("/a", 2 * 1048576);
+  update();
+  EXPECT_EQ(left(), "18446744073709551615 MB");
+}
+
+TEST_F(CapacityLabelsTest, TheSecondTickedPlayerReplacesTheFirstByTheOrderOfTheBoxesAlone) {
+  // Two boxes whose order by identity is known, with the smaller value on either side.
+  const Number one(5 * 1048576);
+  const Number other(3 * 1048576);
+  const Number& high = one.ordersAbove(other) ? one : other;
+  const Number& low = one.ordersAbove(other) ? other : one;
+  const auto first = addPlayer("sdb", 0, true);
+  const auto second = addPlayer("sdc", 0, true);
+  first->setSize(high);
+  second->setSize(low);
+  update();
+  EXPECT_TRUE(controller().minPlayerSize().isSame(low));
+  first->setSize(low);
+  second->setSize(high);
+  update();
+  EXPECT_TRUE(controller().minPlayerSize().isSame(low));
+}
+
+TEST_F(CapacityLabelsTest, TheFirstTickedPlayerIsTakenWhateverItsBoxIs) {
+  // One of the two boxes lies above the sentinel's or below it; each is taken when it is first.
+  std::vector<Number> boxes;
+  for (int count = 0; count < 64; ++count) {
+    boxes.emplace_back(count + 4096);
+  }
+  const auto player = addPlayer("sdb", 0, true);
+  for (const Number& box : boxes) {
+    player->setSize(box);
+    update();
+    EXPECT_TRUE(controller().minPlayerSize().isSame(box));
+  }
+}
+
+TEST_F(CapacityLabelsTest, APlayerOfMinusOneByteIsReplacedByTheNext) {
+  const Number one(-1);
+  const Number other(4096);
+  const auto first = addPlayer("sdb", 0, true);
+  const auto second = addPlayer("sdc", 0, true);
+  first->setSize(one);
+  second->setSize(other);
+  update();
+  EXPECT_TRUE(controller().minPlayerSize().isSame(other));
+}
+
+TEST_F(CapacityLabelsTest, ATickedPlayerOfSizeZeroCounts) {
+  addPlayer("sdb", 0, true);
+  addRoot("/a", 1024);
+  update();
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "18446744073709551615 KB");
+  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 0\n", "\nLog xxxP Size 0\n"}));
+}
+
+TEST_F(CapacityLabelsTest, EveryListedPlayerIsLoggedTickedOrNotAndTheKeptOneOnce) {
+  addPlayer("sdb", 1, true);
+  addPlayer("sdc", 2);
+  addPlayer("sdd", 3);
+  update();
+  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 1\n", "\nLog P Size 2\n", "\nLog P Size 3\n",
+                               "\nLog xxxP Size 1\n"}));
+}
+
+TEST_F(CapacityLabelsTest, AnAbsentFileListCountsNothing) {
+  addPlayer("sdb", 4096, true);
+  controller().setSongsTVC(nullptr);
+  update();
+  EXPECT_EQ(left(), "4 KB");
+}
+
+TEST_F(CapacityLabelsTest, AreWideEnoughForTheLongestFigureInTheSmallestWindow) {
+  windows->window().resize(720, 480);
+  launch();
+  addRoot("/a", 10485760);
+  update();
+  settle();
+  const QLabel* label = ui().lblFreeDiskSpaceLeft;
+  EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()));
+  EXPECT_EQ(windows->window().size(), QSize(720, 480));
+}
+
+}  // namespace
+}  // namespace fillstation::test

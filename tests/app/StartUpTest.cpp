@@ -1,0 +1,194 @@
+#include "HomePage.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+using StartUpTest = WindowTest;
+
+TEST_F(StartUpTest, TheBusyIndicatorIsHiddenWhileItIsStopped) {
+  EXPECT_TRUE(ui().pbCircle->isDisplayedWhenStopped());
+  launch();
+  EXPECT_FALSE(ui().pbCircle->isDisplayedWhenStopped());
+  EXPECT_FALSE(ui().pbCircle->isVisible());
+}
+
+TEST_F(StartUpTest, TheScrollBarIsAlwaysShown) {
+  EXPECT_NE(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+  launch();
+  EXPECT_EQ(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+}
+
+TEST_F(StartUpTest, TheLinkKeepsItsTextAndAttributesAndGetsColourAndUnderline) {
+  TRAttributedString title = ui().tirellLinkBtn->attributedTitle();
+  EXPECT_EQ(title.text(), QStringLiteral("Home page"));
+  title.addAttribute(QStringLiteral("own"), 7, 1, 2);
+  ui().tirellLinkBtn->setAttributedTitle(title);
+  launch();
+  title.addAttribute(TRAttributedString::kForegroundColor, QColor(Qt::blue), 0, 9);
+  title.addAttribute(TRAttributedString::kUnderlineStyle, 1, 0, 9);
+  EXPECT_EQ(ui().tirellLinkBtn->attributedTitle(), title);
+}
+
+TEST_F(StartUpTest, TheLinkIsEnabled) {
+  EXPECT_FALSE(ui().tirellLinkBtn->isEnabled());
+  launch();
+  EXPECT_TRUE(ui().tirellLinkBtn->isEnabled());
+}
+
+TEST_F(StartUpTest, TheFirstFileTypeIsSelected) {
+  EXPECT_EQ(ui().cmbFileType->currentIndex(), -1);
+  launch();
+  EXPECT_EQ(ui().cmbFileType->currentIndex(), 0);
+  EXPECT_EQ(ui().cmbFileType->currentText(), QStringLiteral("mp3"));
+}
+
+TEST_F(StartUpTest, TheFileTypesAreOfferedInTheirOrder) {
+  QStringList types;
+  for (int at = 0; at < ui().cmbFileType->count(); ++at) {
+    types.append(ui().cmbFileType->itemText(at));
+  }
+  EXPECT_EQ(types.join(QLatin1Char(' ')), QStringLiteral("mp3 wma wav m4a aac flac ogg opus"));
+  EXPECT_TRUE(ui().cmbFileType->isEditable());
+  EXPECT_EQ(ui().cmbFileType->completer(), nullptr);
+}
+
+TEST_F(StartUpTest, PlayersThatAreThereAlreadyAreListedByTheLaunch) {
+  bus.plug(makeStick("sdb", 0x10005));
+  bus.plug(makeStick("sdc", 0x10006));
+  launch();
+  EXPECT_EQ(listedDisks(), (Texts{"/dev/sdb", "/dev/sdc"}));
+}
+
+TEST_F(StartUpTest, PlayersThatComeLaterAreListedAndLeaveWhenTheyGo) {
+  launch();
+  const auto stick = plugStick("sdb");
+  EXPECT_EQ(listedDisks(), Texts{"/dev/sdb"});
+  const StdCapture out(stdout);
+  bus.unplug(stick);
+  runUntil([&] { return listedDisks().empty(); });
+}
+
+TEST_F(StartUpTest, TheModulesFileViewIsTheTableOfTheFileList) {
+  EXPECT_EQ(fileView, nullptr);
+  EXPECT_EQ(clickedRow, -1);
+  launch();
+  EXPECT_EQ(fileView.get(), ui().lstFiles);
+  windows.reset();
+  EXPECT_EQ(fileView, nullptr);
+}
+
+TEST_F(StartUpTest, ARightClickDuringTheFirstPauseFindsNoRow) {
+  addRoot("/music/a", 5);
+  showWindow();
+  std::size_t clicks = 0;
+  Texts shown{"not asked"};
+  ports.clock.onSleep = [&](std::size_t number) {
+    if (number == 1) {
+      ++clicks;
+      rightClickRow(0);
+      shown = menuTexts();
+    }
+  };
+  // No disk below it at first: the watcher pauses.
+  auto stick = makeStick("sdb", 0x10005);
+  stick->search = [](std::size_t look) {
+    return look > 2 ? std::optional<std::string>("sdb") : std::nullopt;
+  };
+  bus.plug(stick);
+  launchQuietly();
+  EXPECT_EQ(clicks, 1U);
+  EXPECT_EQ(clickedRow, -1);
+  EXPECT_EQ(shown, Texts{});
+  rightClickRow(0);
+  EXPECT_EQ(clickedRow, 0);
+}
+
+TEST_F(StartUpTest, TheWindowIsAliveDuringAPauseOfTheRegistration) {
+  showWindow();
+  ports.clock.onSleep = [&](std::size_t) { click(ui().tirellLinkBtn); };
+  auto stick = makeStick("sdb", 0x10005);
+  stick->search = [](std::size_t look) {
+    return look > 2 ? std::optional<std::string>("sdb") : std::nullopt;
+  };
+  bus.plug(stick);
+  launchQuietly();
+  EXPECT_EQ(ports.workspace.opened.size(), ports.clock.sleeps().size());
+}
+
+TEST_F(StartUpTest, ADetachDuringTheLookupOfTheSamePlayerIsHandledAfterwards) {
+  launch();
+  auto stick = makeStick("sdb", 0x10005);
+  const auto disk = ports.disks.byName["sdb"];
+  const auto answer = disk->describe;
+  // The volume has no name yet when it is looked up: the lookup pauses.
+  disk->describe = [&](std::size_t look) {
+    return look > 3 ? answer(look) : describedAs(std::nullopt, std::nullopt, "ACTIONS", 7948206080);
+  };
+  Texts listedInPause{"no pause"};
+  std::size_t pauses = 0;
+  ports.clock.onSleep = [&](std::size_t) {
+    if (++pauses == 1) {
+      bus.unplug(stick);
+      settle();
+      listedInPause = listedDisks();
+    }
+  };
+  ports.log.clear();
+  {
+    const StdCapture out(stdout);
+    bus.plug(stick);
+    runUntil([&] { return pauses > 0 && logTexts().size() == 5; });
+  }
+  EXPECT_EQ(listedInPause, Texts{});
+  EXPECT_EQ(logTexts(), (Texts{"on update!", "\nLog P Size 7948206080\n", "\nLog xxxP Size -1\n",
+                               "on update!", "\nLog xxxP Size 0\n"}));
+  EXPECT_TRUE(listedDisks().empty());
+}
+
+TEST_F(StartUpTest, TheLinkOpensTheHomePage) {
+  launch();
+  click(ui().tirellLinkBtn);
+  EXPECT_EQ(ports.workspace.opened, Texts{kHomePage});
+  EXPECT_EQ(std::string(kHomePage).substr(0, 8), "https://");
+}
+
+TEST_F(StartUpTest, TheLinkWorksDuringARun) {
+  launch();
+  controller().enableView(false);
+  click(ui().tirellLinkBtn);
+  EXPECT_EQ(ports.workspace.opened, Texts{kHomePage});
+  EXPECT_FALSE(ui().btnStart->isEnabled());
+}
+
+TEST_F(StartUpTest, EveryOutletIsConnected) {
+  const TRAppDelegate& fields = controller();
+  EXPECT_EQ(fields.playerController(), windows->players());
+  EXPECT_EQ(fields.filesController(), windows->roots());
+  EXPECT_EQ(fields.songsTVC(), windows->songs());
+  EXPECT_EQ(fields.window(), &windows->window());
+  EXPECT_EQ(fields.wndPasswordDialog(), &windows->panel());
+  EXPECT_EQ(fields.userNameField(), panelUi().userNameField);
+  EXPECT_EQ(fields.passwordField(), panelUi().passwordField);
+  EXPECT_EQ(fields.fileView(), ui().viewPlayers);
+  EXPECT_EQ(fields.playersSelectionBox(), ui().playersSelectionBox);
+  EXPECT_EQ(fields.viewPlayers(), ui().viewPlayers);
+  EXPECT_EQ(ui().deviceScrollbar->widget(), ui().viewPlayers);
+  EXPECT_TRUE(ui().playersSelectionBox->isAncestorOf(ui().viewPlayers));
+  EXPECT_FALSE(fields.minPlayerSize());
+  EXPECT_NE(windows->players()->arrangedObjects(), nullptr);
+  EXPECT_NE(windows->roots()->arrangedObjects(), nullptr);
+}
+
+TEST_F(StartUpTest, TheOutletsDontHoldTheWindow) {
+  const auto fields = windows->delegate();
+  windows.reset();
+  EXPECT_EQ(fields->playerController(), nullptr);
+  EXPECT_EQ(fields->filesController(), nullptr);
+  EXPECT_EQ(fields->songsTVC(), nullptr);
+  EXPECT_EQ(fields->btnStart(), nullptr);
+  EXPECT_EQ(fields->songsTVCContextMenu(), nullptr);
+}
+
+}  // namespace
+}  // namespace fillstation::test
