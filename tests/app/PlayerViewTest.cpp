@@ -1,0 +1,196 @@
+#include "ElidedLabel.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+class PlayerViewTest : public WindowTest {
+ protected:
+  PlayerViewTest() { launch(); }
+
+  const QList<PlayerItem*>& items() const { return ui().viewPlayers->items(); }
+  QLabel* hint() const {
+    return ui().viewPlayers->findChild<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
+  }
+  ElidedLabel* facts(int row) const { return items().at(row)->findChild<ElidedLabel*>(); }
+};
+
+TEST_F(PlayerViewTest, AnEmptyListSaysWhatToDo) {
+  EXPECT_TRUE(hint()->isVisible());
+  EXPECT_EQ(hint()->text(), QStringLiteral("Plug in a player"));
+  const auto player = addPlayer("sdb");
+  EXPECT_FALSE(hint()->isVisible());
+  windows->players()->removeObject(*player);
+  EXPECT_TRUE(hint()->isVisible());
+}
+
+TEST_F(PlayerViewTest, ThereIsOneItemPerPlayerInListOrder) {
+  const auto b = addPlayer("sdb");
+  const auto c = addPlayer("sdc");
+  const auto d = addPlayer("sdd");
+  windows->players()->removeObject(*c);
+  const auto e = addPlayer("sde");
+  settle();
+  ASSERT_EQ(items().size(), 3);
+  EXPECT_EQ(items().at(0)->player(), b);
+  EXPECT_EQ(items().at(1)->player(), d);
+  EXPECT_EQ(items().at(2)->player(), e);
+  EXPECT_TRUE(items().at(2)->isVisible());
+  EXPECT_LT(items().at(0)->y(), items().at(1)->y());
+  EXPECT_LT(items().at(1)->y(), items().at(2)->y());
+  EXPECT_EQ(ui().viewPlayers->findChildren<PlayerItem*>().size(), 3);
+}
+
+TEST_F(PlayerViewTest, AnItemStaysThatOfItsPlayer) {
+  addPlayer("sdb");
+  addPlayer("sdc");
+  const PlayerItem* second = items().at(1);
+  windows->players()->removeObject(*windows->players()->listed().at(0));
+  EXPECT_EQ(items().at(0), second);
+}
+
+TEST_F(PlayerViewTest, AnItemShowsNameAndTick) {
+  addPlayer("sdb", 4096, true);
+  addPlayer("sdc", 4096);
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
+  EXPECT_TRUE(tick(0)->isChecked());
+  EXPECT_FALSE(tick(1)->isChecked());
+}
+
+TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
+  const auto player = addPlayer("sdb");
+  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 1-2 · 7580 MB"));
+  player->setIONumber(static_cast<std::int32_t>(0xFFFF007FU));
+  player->setSize(Number(1024));
+  windows->players()->objectsChanged();
+  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 65535-127 · 1 KB"));
+}
+
+TEST_F(PlayerViewTest, ANullNameShowsEmpty) {
+  const auto player = addPlayer("sdb");
+  player->setName(std::nullopt);
+  windows->players()->objectsChanged();
+  EXPECT_EQ(tick(0)->wholeText(), QString());
+}
+
+TEST_F(PlayerViewTest, ClickingATickSelectsThePlayerAndUpdatesTheSizes) {
+  const auto player = addPlayer("sdb", 7948206080);
+  ports.log.clear();
+  QTest::mouseClick(tick(0), Qt::LeftButton, {}, QPoint(8, tick(0)->height() / 2));
+  EXPECT_EQ(player->selected().value(), 1);
+  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 7948206080\n", "\nLog xxxP Size 7948206080\n"}));
+  EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("7580 MB"));
+  QTest::mouseClick(tick(0), Qt::LeftButton, {}, QPoint(8, tick(0)->height() / 2));
+  ASSERT_TRUE(player->selected());
+  EXPECT_EQ(player->selected().value(), 0);
+  EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("0 KB"));
+}
+
+TEST_F(PlayerViewTest, TheSpaceBarTicks) {
+  const auto player = addPlayer("sdb");
+  tick(0)->setFocus();
+  QTest::keyClick(tick(0), Qt::Key_Space);
+  EXPECT_TRUE(player->selected().isTrue());
+}
+
+TEST_F(PlayerViewTest, ShowingATickFromTheListChangesNothing) {
+  const auto player = addPlayer("sdb");
+  ports.log.clear();
+  player->setSelected(Number(5));
+  windows->players()->objectsChanged();
+  EXPECT_TRUE(tick(0)->isChecked());
+  EXPECT_EQ(player->selected().value(), 5);
+  EXPECT_TRUE(logTexts().empty());
+}
+
+TEST_F(PlayerViewTest, AnItemMadeWhileTheControlsAreOffStartsOff) {
+  addPlayer("sdb");
+  controller().enableView(false);
+  addPlayer("sdc");
+  EXPECT_FALSE(tick(1)->isEnabled());
+  controller().enableView(true);
+  EXPECT_TRUE(tick(0)->isEnabled());
+  EXPECT_TRUE(tick(1)->isEnabled());
+  addPlayer("sdd");
+  EXPECT_TRUE(tick(2)->isEnabled());
+}
+
+TEST_F(PlayerViewTest, ANameIsPlainTextWhateverItHolds) {
+  const auto player = addPlayer("sdb");
+  player->setName(
+      "<b>A&B</b>\n\xE2\x80\xAE"
+      "cba\xFF");
+  windows->players()->objectsChanged();
+  EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("<b>A&B</b>\uFFFD\uFFFDcba\uFFFD"));
+  EXPECT_EQ(tick(0)->text(), QString::fromUtf8("<b>A&&B</b>\uFFFD\uFFFDcba\uFFFD"));
+  EXPECT_TRUE(tick(0)->shortcut().isEmpty());
+  EXPECT_TRUE(tick(0)->toolTip().contains(QStringLiteral("&lt;b&gt;A&amp;B")));
+  player->setDiskName("/dev/<i>x</i>");
+  windows->players()->objectsChanged();
+  EXPECT_EQ(facts(0)->textFormat(), Qt::PlainText);
+  EXPECT_TRUE(facts(0)->text().startsWith(QStringLiteral("/dev/<i>x</i> ")));
+  EXPECT_TRUE(facts(0)->toolTip().contains(QStringLiteral("/dev/&lt;i&gt;x")));
+}
+
+TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
+  windows->window().resize(720, 480);
+  const auto player = addPlayer("sdb");
+  const std::string name(200, 'W');
+  player->setName(name);
+  player->setDiskName("/dev/" + name);
+  windows->players()->objectsChanged();
+  settle();
+  EXPECT_LE(items().at(0)->width(), ui().deviceScrollbar->viewport()->width());
+  EXPECT_LE(tick(0)->geometry().right(), ui().deviceScrollbar->viewport()->width());
+  for (const QString& shown : {tick(0)->shownText(), facts(0)->shownText()}) {
+    EXPECT_TRUE(shown.contains(QChar(0x2026))) << shown.toStdString();
+    EXPECT_LE(tick(0)->fontMetrics().horizontalAdvance(shown),
+              tick(0)->width() - tick(0)->textIndent());
+  }
+  EXPECT_TRUE(tick(0)->toolTip().contains(QString::fromStdString(name)));
+  EXPECT_TRUE(facts(0)->toolTip().contains(QString::fromStdString(name)));
+  EXPECT_EQ(windows->window().size(), QSize(720, 480));
+}
+
+TEST_F(PlayerViewTest, AShortNameIsShownWhole) {
+  addPlayer("sdb");
+  settle();
+  EXPECT_EQ(tick(0)->shownText(), QStringLiteral("/dev/sdb (SONGS)"));
+  EXPECT_EQ(facts(0)->shownText(), facts(0)->text());
+}
+
+TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText) {
+  const auto player = addPlayer("sdb");
+  settle();
+  const QImage before = items().at(0)->grab().toImage();
+  EXPECT_EQ(facts(0)->contentsMargins().left(), tick(0)->textIndent());
+  EXPECT_GT(tick(0)->textIndent(), tick(0)->style()->pixelMetric(QStyle::PM_IndicatorWidth));
+  player->setName("other");
+  windows->players()->objectsChanged();
+  settle();
+  const QImage named = items().at(0)->grab().toImage();
+  EXPECT_NE(before, named);
+  player->setSize(Number(1));
+  windows->players()->objectsChanged();
+  settle();
+  EXPECT_NE(named, items().at(0)->grab().toImage());
+}
+
+TEST_F(PlayerViewTest, SixtyPlayersScrollInsteadOfGrowingTheWindow) {
+  windows->window().resize(720, 480);
+  for (int number = 0; number < 60; ++number) {
+    addPlayer("sd" + std::to_string(number), number + 1, true);
+  }
+  settle();
+  EXPECT_EQ(items().size(), 60);
+  EXPECT_EQ(windows->window().size(), QSize(720, 480));
+  EXPECT_GT(ui().viewPlayers->height(), ui().deviceScrollbar->viewport()->height());
+  EXPECT_EQ(ui().deviceScrollbar->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+  tick(59)->setFocus(Qt::TabFocusReason);
+  ui().deviceScrollbar->ensureWidgetVisible(tick(59));
+  QTest::mouseClick(tick(59), Qt::LeftButton, {}, QPoint(8, tick(59)->height() / 2));
+  EXPECT_FALSE(windows->players()->listed().at(59)->selected().isTrue());
+}
+
+}  // namespace
+}  // namespace fillstation::test
