@@ -78,6 +78,9 @@ void OpenPanel::hideTypeChoice() {
 }
 
 void OpenPanel::showSelectedFolder() {
+  if (nameEdit(*this)->hasFocus()) {
+    return;  // selected by Qt, after what is being typed
+  }
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   for (const QModelIndex& index : list->selectionModel()->selectedRows()) {
     const QString path = index.data(QFileSystemModel::FilePathRole).toString();

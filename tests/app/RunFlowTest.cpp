@@ -72,7 +72,7 @@ TEST_F(RunFlowTest, StartDisablesTheWorkingControlsAndShowsThePanel) {
   click(ui().btnStart);
   expectWorkingControls(false);
   EXPECT_TRUE(windows->panel().isVisible());
-  EXPECT_TRUE(QTest::qWaitForWindowActive(&windows->panel()));
+  waitForActive(windows->panel());
   EXPECT_FALSE(windows->panel().isModal());
   EXPECT_TRUE(logTexts().empty());
 }
@@ -232,6 +232,7 @@ TEST_F(RunFlowTest, WithoutATickedPlayerTheRunCompletesAtOnce) {
   answerAlert();
   click(panelUi().btnPassOk);
   EXPECT_TRUE(ui().pbCircle->isAnimating());
+  EXPECT_EQ(logTexts(), Texts{"\nafter task call!!!!\n"});
   expectWorkingControls(false);
   runUntil([&] { return ui().btnStart->isEnabled(); });
   EXPECT_EQ(message, "Process Completed.");

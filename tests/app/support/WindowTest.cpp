@@ -54,7 +54,7 @@ void WindowTest::launch() {
 
 void WindowTest::showWindow() {
   windows->window().show();
-  EXPECT_TRUE(QTest::qWaitForWindowActive(&windows->window()));
+  waitForActive(windows->window());
 }
 
 void WindowTest::launchQuietly() {
@@ -135,12 +135,18 @@ void WindowTest::settle() {
   }
 }
 
+void WindowTest::waitForActive(const QWidget& window) {
+  EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &window; }));
+}
+
 void WindowTest::whenever(std::function<bool()> act) {
   auto* timer = new QTimer(&windows->window());
   QObject::connect(timer, &QTimer::timeout, [timer, act = std::move(act)] {
-    timer->start(1);
+    timer->stop();
     if (act()) {
-      delete timer;
+      timer->deleteLater();
+    } else {
+      timer->start(1);
     }
   });
   timer->start(1);

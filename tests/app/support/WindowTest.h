@@ -58,6 +58,8 @@ class WindowTest : public ::testing::Test {
   void runUntil(const std::function<bool()>& done);
   // Runs the event loop until nothing is pending.
   void settle();
+  // Waits until this very window has the keyboard.
+  static void waitForActive(const QWidget& window);
   // Calls the function from inside the next event loop, until it answers true.
   void whenever(std::function<bool()> act);
 

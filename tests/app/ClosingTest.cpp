@@ -1,0 +1,114 @@
+#include <QFileDialog>
+#include <QWindow>
+
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+class ClosingTest : public WindowTest {
+ protected:
+  ClosingTest() { launch(); }
+
+  // As the desktop closes a window.
+  void closeWindow() {
+    visibleAtTheEnd = -1;
+    platform().endProgram = [this] {
+      ++endings;
+      visibleAtTheEnd = 0;
+      for (const QWidget* window : QApplication::topLevelWidgets()) {
+        visibleAtTheEnd += window->isVisible() ? 1 : 0;
+      }
+      ports.end();
+    };
+    windows->window().windowHandle()->close();
+    runUntil([this] { return visibleAtTheEnd >= 0; });
+  }
+  void expectEnded() {
+    EXPECT_EQ(endings, 1);
+    EXPECT_EQ(visibleAtTheEnd, 0);
+    EXPECT_FALSE(windows->window().isVisible());
+  }
+
+  int visibleAtTheEnd = -1;
+};
+
+TEST_F(ClosingTest, AnIdleWindowEndsTheProgramWhenItIsClosed) {
+  closeWindow();
+  expectEnded();
+}
+
+TEST_F(ClosingTest, WhileThePanelIsOpen) {
+  click(ui().btnStart);
+  closeWindow();
+  expectEnded();
+  EXPECT_TRUE(logTexts().empty());
+}
+
+TEST_F(ClosingTest, DuringAWaitForAVolume) {
+  auto stick = makeStick("sdb", 0x10002);
+  ports.disks.byName["sdb"]->describe = [](std::size_t) {
+    return describedAs(std::nullopt, std::nullopt);
+  };
+  ports.clock.onSleep = [this](std::size_t number) {
+    if (number == 1) {
+      closeWindow();
+    }
+  };
+  {
+    const StdCapture out(stdout);
+    bus.plug(stick);
+    runUntil([&] { return endings == 1; });
+  }
+  expectEnded();
+  // The next pause returned at once and ended the lookup.
+  EXPECT_EQ(ports.clock.sleeps().size(), 2U);
+}
+
+TEST_F(ClosingTest, DuringARun) {
+  {
+    const StdCapture out(stdout);
+    plugStick("sdb");
+  }
+  // The unmount never completes: the worker waits for it.
+  ports.disks.complete = [](const TestDisks::Request&, const std::function<void()>&) {};
+  click(ui().btnAll);
+  click(ui().btnStart);
+  panelUi().userNameField->setText(QStringLiteral("admin"));
+  panelUi().passwordField->setText(QStringLiteral("secret"));
+  click(panelUi().btnPassOk);
+  runUntil([&] { return ports.disks.kinds() == Texts{"unmount"}; });
+  closeWindow();
+  expectEnded();
+  ports.workers.join();
+  EXPECT_TRUE(ports.scripts.calls().empty());
+}
+
+TEST_F(ClosingTest, UnderAnAlert) {
+  click(ui().btnStart);
+  whenever([this] {
+    if (alert() == nullptr) {
+      return false;
+    }
+    closeWindow();
+    return true;
+  });
+  click(panelUi().btnPassOk);
+  expectEnded();
+  EXPECT_EQ(alert(), nullptr);
+}
+
+TEST_F(ClosingTest, UnderTheOpenPanel) {
+  whenever([this] {
+    if (windows->window().findChild<QFileDialog*>() == nullptr) {
+      return false;
+    }
+    closeWindow();
+    return true;
+  });
+  click(ui().btnBrowse);
+  expectEnded();
+}
+
+}  // namespace
+}  // namespace fillstation::test

@@ -1,0 +1,178 @@
+#include "ModalSession.h"
+
+#include <QScrollArea>
+
+#include "Alert.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+class ModalSessionTest : public WindowTest {
+ protected:
+  ModalSessionTest() { launch(); }
+
+  // Runs an alert; acts while it is up, then dismisses it.
+  void duringAlert(const std::function<void(QMessageBox&)>& act, const std::string& text = "Text") {
+    bool acted = false;
+    whenever([&] {
+      QMessageBox* box = alert();
+      if (box == nullptr || QApplication::activeWindow() != box) {
+        return false;
+      }
+      act(*box);
+      acted = true;
+      box->close();
+      return true;
+    });
+    Alert::run(&windows->window(), text);
+    EXPECT_TRUE(acted);
+  }
+};
+
+TEST_F(ModalSessionTest, AnAlertHasItsTextAndOneButton) {
+  duringAlert([](const QMessageBox& box) {
+    EXPECT_EQ(box.text(), QStringLiteral("Text"));
+    EXPECT_EQ(box.textFormat(), Qt::PlainText);
+    ASSERT_EQ(box.buttons().size(), 1);
+    EXPECT_EQ(box.buttons().at(0)->text().remove(QLatin1Char('&')), QStringLiteral("OK"));
+    EXPECT_EQ(box.icon(), QMessageBox::Information);
+    EXPECT_EQ(box.findChild<QScrollArea*>(), nullptr);
+  });
+}
+
+TEST_F(ModalSessionTest, AnAlertShowsTextsOfDevicesHarmlessly) {
+  duringAlert(
+      [](const QMessageBox& box) {
+        EXPECT_EQ(box.text(), QString::fromUtf8("<b>One</b>\nTwo \uFFFD\uFFFD"));
+      },
+      "<b>One</b>\nTwo \xE2\x80\xAE\xFF");
+}
+
+TEST_F(ModalSessionTest, ALongAlertScrollsSoThatItsButtonStaysOnTheScreen) {
+  std::string text = "Process Completed.";
+  for (int line = 0; line < 60; ++line) {
+    text += "\nPlayer /dev/sd" + std::to_string(line) + " Failed in process";
+  }
+  duringAlert(
+      [&](QMessageBox& box) {
+        settle();
+        EXPECT_LT(box.height(), 480);
+        const auto* scroll = box.findChild<QScrollArea*>();
+        ASSERT_NE(scroll, nullptr);
+        const auto* label = qobject_cast<QLabel*>(scroll->widget());
+        ASSERT_NE(label, nullptr);
+        EXPECT_EQ(label->text(), QString::fromStdString(text));
+        EXPECT_GE(scroll->viewport()->width(), label->minimumSizeHint().width());
+        EXPECT_GE(label->height(), 61 * label->fontMetrics().lineSpacing());
+        EXPECT_EQ(scroll->height(), 12 * box.fontMetrics().lineSpacing());
+        EXPECT_TRUE(label->alignment().testFlag(Qt::AlignTop));
+        EXPECT_EQ(scroll->frameShape(), QFrame::NoFrame);
+      },
+      text);
+}
+
+TEST_F(ModalSessionTest, TwelveLinesDontScroll) {
+  const QString twelve = QStringLiteral("a\n").repeated(11) + QLatin1Char('a');
+  EXPECT_EQ(Alert(nullptr, twelve).findChild<QScrollArea*>(), nullptr);
+  EXPECT_NE(Alert(nullptr, twelve + QStringLiteral("\na")).findChild<QScrollArea*>(), nullptr);
+}
+
+TEST_F(ModalSessionTest, ReturnAndEscapeDismissAnAlert) {
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+    whenever([=] {
+      QMessageBox* box = alert();
+      if (box == nullptr || QApplication::activeWindow() != box) {
+        return false;
+      }
+      QTest::keyClick(box, key);
+      return true;
+    });
+    Alert::run(&windows->window(), "Text");
+    EXPECT_EQ(alert(), nullptr);
+  }
+}
+
+TEST_F(ModalSessionTest, InputToOtherWindowsIsSwallowed) {
+  const auto player = addPlayer("sdb");
+  duringAlert([&](QMessageBox& box) {
+    click(ui().btnAll);
+    EXPECT_FALSE(player->selected().isTrue());
+    QTest::mouseDClick(tick(0), Qt::LeftButton);
+    QTest::keyClick(tick(0), Qt::Key_Space);
+    EXPECT_FALSE(tick(0)->isChecked());
+    QTest::keyClick(ui().cmbFileType->lineEdit(), Qt::Key_X);
+    EXPECT_EQ(ui().cmbFileType->currentText(), QStringLiteral("mp3"));
+    EXPECT_FALSE(box.isModal());
+  });
+  click(ui().btnAll);
+  EXPECT_TRUE(player->selected().isTrue());
+}
+
+TEST_F(ModalSessionTest, AClickOnAnotherWindowBringsTheDialogBack) {
+  duringAlert([&](const QMessageBox& box) {
+    windows->window().activateWindow();
+    waitForActive(windows->window());
+    click(ui().btnAll);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == &box; }));
+  });
+}
+
+TEST_F(ModalSessionTest, KeysAndWheelTurnsLeaveTheOtherWindowInFront) {
+  duringAlert([&](const QMessageBox& box) {
+    windows->window().activateWindow();
+    waitForActive(windows->window());
+    QTest::keyClick(ui().btnAll, Qt::Key_Space);
+    settle();
+    EXPECT_NE(QApplication::activeWindow(), &box);
+  });
+}
+
+TEST_F(ModalSessionTest, PopUpsThatAreOpenAreClosed) {
+  addRoot("/a", 1);
+  settle();
+  rightClickRow(0);
+  EXPECT_NE(QApplication::activePopupWidget(), nullptr);
+  duringAlert([](const QMessageBox&) { EXPECT_EQ(QApplication::activePopupWidget(), nullptr); });
+}
+
+TEST_F(ModalSessionTest, PopUpsOfTheDialogWork) {
+  duringAlert([&](QMessageBox& box) {
+    QMenu menu(&box);
+    int triggered = 0;
+    QObject::connect(menu.addAction(QStringLiteral("one")), &QAction::triggered,
+                     [&] { ++triggered; });
+    menu.popup(box.pos());
+    QTest::keyClick(&menu, Qt::Key_Down);
+    QTest::keyClick(&menu, Qt::Key_Return);
+    EXPECT_EQ(triggered, 1);
+  });
+}
+
+TEST_F(ModalSessionTest, UsbEventsWaitWhileAnAlertIsUpAndAreHandledAfterwards) {
+  bus.calls.clear();
+  const StdCapture out(stdout);
+  duringAlert([&](const QMessageBox&) {
+    bus.plug(makeStick("sdb", 0x10002));
+    settle();
+    EXPECT_EQ(bus.calls, Texts{"hold"});
+    EXPECT_TRUE(listedDisks().empty());
+  });
+  EXPECT_EQ(bus.calls, (Texts{"hold", "resume"}));
+  runUntil([&] { return listedDisks() == Texts{"/dev/sdb"}; });
+}
+
+TEST_F(ModalSessionTest, HandOversRunWhileAnAlertIsUp) {
+  duringAlert([&](const QMessageBox&) {
+    bool ran = false;
+    ports.mainThread.post([&] { ran = true; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
+  });
+}
+
+TEST_F(ModalSessionTest, EndsWhenItsDialogIsHidden) {
+  duringAlert([](QMessageBox& box) { box.hide(); });
+}
+
+}  // namespace
+}  // namespace fillstation::test
