@@ -25,7 +25,6 @@ struct CommonPorts {
     platform().systemLog = &log;
     platform().workspace = &workspace;
     platform().endProgram = [&stop] {
-      hideAllWindows();
       stop.request();
       leaveProcess(0);
     };

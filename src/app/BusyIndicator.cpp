@@ -1,6 +1,7 @@
 #include "BusyIndicator.h"
 
 #include <QPainter>
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 

@@ -48,7 +48,8 @@ void ModalSession::run(QDialog& dialog) {
 }
 
 bool ModalSession::eventFilter(QObject* receiver, QEvent* event) {
-  if (receiver == &dialog_ && event->type() == QEvent::Hide) {
+  // A window that is minimised is hidden too, but by the desktop.
+  if (receiver == &dialog_ && event->type() == QEvent::Hide && !event->spontaneous()) {
     loop_.quit();
     return false;
   }

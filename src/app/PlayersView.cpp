@@ -48,7 +48,7 @@ PlayerItem* PlayersView::takeItem(QList<PlayerItem*>& from,
     return item;
   }
   auto* item = new PlayerItem(player, this);
-  item->tick()->setEnabled(startsEnabled_());
+  item->setEnabled(startsEnabled_());
   connect(item, &PlayerItem::ticked, this, &PlayersView::selectionChanged);
   return item;
 }

@@ -26,9 +26,11 @@ void TRAppDelegate::updateFilesSize() {
 
   const std::int64_t capacity = minPlayerSize().value();
   lblMaxCapSize()->setText(QString::fromStdString(capacityText(capacity)));
-  const auto songs = songsTVC();
-  const Number used = songs ? songs->totalFileSize() : Number();
-  const std::int64_t free = capacity >= 0 ? spaceLeft(capacity, used.value()) : 0;
+  const auto used = [this] {
+    const auto songs = songsTVC();
+    return songs ? songs->totalFileSize().value() : 0;
+  };
+  const std::int64_t free = capacity >= 0 ? spaceLeft(capacity, used()) : 0;
   lblFreeDiskSpaceLeft()->setText(QString::fromStdString(spaceLeftText(free)));
 }
 

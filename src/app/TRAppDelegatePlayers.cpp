@@ -12,7 +12,7 @@ std::shared_ptr<TRPlayer> playerOf(const UsbDeviceInfo& record) {
   player->setSize(Number(record.size));
   player->setDiskName(formatText("%s", record.diskName));
   player->setPath(formatText("%s", record.mountPath));
-  player->setMounted(!player->path()->empty());
+  player->setIsMounted(!player->path()->empty());
   player->setSelected(Number(0));
   return player;
 }

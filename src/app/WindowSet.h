@@ -11,7 +11,7 @@ namespace fillstation {
 
 // The main window, the credentials panel, the lists behind them and the controller, connected with
 // one another. Made when the platform is installed; nothing is shown yet. Main thread; one at a
-// time. Destroyed only in tests, when no run holds the controller any more.
+// time. Destroyed only when somebody ends the main loop, after the workers.
 class WindowSet {
  public:
   WindowSet();

@@ -44,8 +44,7 @@ std::shared_ptr<TRFile> TRFile::CreateTRFilesFromURL(const Url& url,
     return CreateTRFile(url, top, fileType);
   }
   const Url folder = Url::fromPath(url.path(), true);
-  const auto root = makeNode(folder, top, Number());
-  root->setIsDir(true);
+  const auto root = makeNode(folder, top, Number(), true);
   root->setFiles(root->AddDir(folder, fileType));
   root->setSize(Number(totalSize(*root->files())));
   return root;
@@ -57,7 +56,7 @@ std::shared_ptr<TRFile> TRFile::CreateTRFile(const Url& url, const Url& relative
     return nullptr;
   }
   const auto size = platform().fileManager->fileSize(url.path());
-  return size ? makeNode(url, relativeUrl, Number(*size)) : nullptr;
+  return size ? makeNode(url, relativeUrl, Number(*size), false) : nullptr;
 }
 
 bool TRFile::isDir(const std::string& path) {
@@ -86,16 +85,14 @@ std::shared_ptr<TRFileList> TRFile::AddDir(const Url& url,
     if (*entry->isDirectory) {
       files->push_back(CreateTRFileAsFolder(entryUrl, relativeUrl));
     } else if (entry->size && matchesFileType(entry->path, fileType)) {
-      files->push_back(makeNode(entryUrl, relativeUrl, Number(*entry->size)));
+      files->push_back(makeNode(entryUrl, relativeUrl, Number(*entry->size), false));
     }
   }
   return files;
 }
 
 std::shared_ptr<TRFile> TRFile::CreateTRFileAsFolder(const Url& url, const Url& relativeUrl) {
-  auto node = makeNode(url, relativeUrl, Number(0));
-  node->setIsDir(true);
-  return node;
+  return makeNode(url, relativeUrl, Number(0), true);
 }
 
 void TRFile::setUrl(const Url& url, bool /*isDirectory*/) { url_.set(url); }
@@ -125,7 +122,8 @@ TRFile::Value TRFile::valueForKey(const std::string& key) const {
   throw std::out_of_range("no field of a file node is called " + key);
 }
 
-std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size) {
+std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size,
+                                         bool isDirectory) {
   auto node = std::make_shared<TRFile>();
   // Copies, whose memory fits exactly: a set holds many nodes.
   const std::string path = url.path();
@@ -133,7 +131,8 @@ std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl,
   node->setPath(path);
   node->setName(name);
   node->setSize(std::move(size));
-  node->setUrl(url, false);
+  node->setUrl(url, isDirectory);
+  node->setIsDir(isDirectory);
   node->setDestRelativeUrl(relativeUrl);
   return node;
 }

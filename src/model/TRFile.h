@@ -84,7 +84,8 @@ class TRFile : public Object {
   Value valueForKey(const std::string& key) const;
 
  private:
-  static std::shared_ptr<TRFile> makeNode(const Url& url, const Url& relativeUrl, Number size);
+  static std::shared_ptr<TRFile> makeNode(const Url& url, const Url& relativeUrl, Number size,
+                                          bool isDirectory);
 
   Atomic<bool> isDir_{false};
   Atomic<std::optional<std::string>> name_;

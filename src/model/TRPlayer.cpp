@@ -56,12 +56,12 @@ void TRPlayer::eject() {
 }
 
 void TRPlayer::OnDeviceMounted() {
-  setMounted(true);
+  setIsMounted(true);
   logText("\nDevice %@ mounted\n", diskName());
 }
 
 void TRPlayer::OnDeviceUnMounted() {
-  setMounted(false);
+  setIsMounted(false);
   logText("\nDevice %@ unmounted\n", diskName());
 }
 

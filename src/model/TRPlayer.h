@@ -61,10 +61,10 @@ class TRPlayer : public Object, public std::enable_shared_from_this<TRPlayer> {
   void setIONumber(std::int32_t value) { IONumber_.set(value); }
   // The last request that completed was a mount (not: the volume is mounted).
   bool isMounted() const { return isMounted_.get(); }
-  void setMounted(bool value) { isMounted_.set(value); }
+  void setIsMounted(bool value) { isMounted_.set(value); }
   // Kept state that nothing reads.
   bool isEjecting() const { return isEjecting_.get(); }
-  void setEjecting(bool value) { isEjecting_.set(value); }
+  void setIsEjecting(bool value) { isEjecting_.set(value); }
 
   // The player as guarded requests name it; the node is empty without a diskName.
   DiskIdentity identity() const;

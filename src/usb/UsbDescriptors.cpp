@@ -39,10 +39,14 @@ void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
   if (!usbDevice) {
     return;
   }
-  record.setVid(descriptor(*usbDevice, usbDevice->manufacturerStringIndex()));
-  record.setPid(descriptor(*usbDevice, usbDevice->productStringIndex()));
-  record.setSerialNumber(descriptor(*usbDevice, usbDevice->serialNumberStringIndex()));
-  record.setRev(usbDevice->releaseNumber());
+  const auto manufacturer = usbDevice->manufacturerStringIndex();
+  const auto product = usbDevice->productStringIndex();
+  const auto serialNumber = usbDevice->serialNumberStringIndex();
+  const auto release = usbDevice->releaseNumber();
+  record.setVid(descriptor(*usbDevice, manufacturer));
+  record.setPid(descriptor(*usbDevice, product));
+  record.setSerialNumber(descriptor(*usbDevice, serialNumber));
+  record.setRev(release);
 }
 
 char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {

@@ -45,13 +45,13 @@ void Act::step(const QString& what, const std::function<void()>& action) {
 }
 
 void Act::plugIn() {
-  for (const auto& spec : plan_.scenario.players) {
-    const auto problem = createPlayer(plan_.benchFolder.toStdString(), spec);
-    if (problem || !plugPlayer(plan_.benchFolder.toStdString(), spec.name)) {
-      throw NotSeen("a player that can't be plugged in: " + problem.value_or(spec.name));
+  for (const auto& plan : plan_.scenario.players) {
+    const auto problem = createPlayer(plan_.benchFolder.toStdString(), plan);
+    if (problem || !plugPlayer(plan_.benchFolder.toStdString(), plan.name)) {
+      throw NotSeen("a player that can't be plugged in: " + problem.value_or(plan.name));
     }
     person_.seePlayers(rows_.size() + 1);
-    rows_.push_back({spec.name, lastListedNode(), false, {}});
+    rows_.push_back({plan.name, lastListedNode(), false, {}});
   }
 }
 

@@ -96,21 +96,13 @@ bool performActs(const Options& options, const QString& folder, WindowSet& windo
   return both;
 }
 
-void perform(const Options& options, const QString& folder, WindowSet& windows) {
-  int status = 1;
-  try {
-    status = performActs(options, folder, windows) ? 0 : 1;
-  } catch (const NotSeen& problem) {
-    std::fprintf(console(), "\nThe demonstration stops: %s\n", problem.what());
-  }
-  QApplication::exit(status);
-}
-
 void handOver(const Options& options, const QString& folder) {
   const Scenario scenario = scenarioOf(options, "four-players.json");
   for (const auto& player : scenario.players) {
-    createPlayer(folder.toStdString(), player);
-    plugPlayer(folder.toStdString(), player.name);
+    const auto problem = createPlayer(folder.toStdString(), player);
+    if (problem || !plugPlayer(folder.toStdString(), player.name)) {
+      throw NotSeen("a player that can't be plugged in: " + problem.value_or(player.name));
+    }
   }
   std::fprintf(
       console(),
@@ -121,6 +113,20 @@ void handOver(const Options& options, const QString& folder) {
       qUtf8Printable(options.audio), scenario.credentials.user.c_str(),
       scenario.credentials.password.c_str(), qUtf8Printable(folder));
   std::fflush(console());
+}
+
+// Gives the window to the person or does the acts; ends the program when that is over or can't be.
+void begin(const Options& options, const QString& folder, WindowSet& windows) {
+  try {
+    if (options.byHand) {
+      handOver(options, folder);
+    } else {
+      QApplication::exit(performActs(options, folder, windows) ? 0 : 1);
+    }
+  } catch (const NotSeen& problem) {
+    std::fprintf(console(), "\nThe demonstration stops: %s\n", problem.what());
+    QApplication::exit(1);
+  }
 }
 
 BackEnd benchIn(const QString& folder, const Options& options) {
@@ -138,7 +144,7 @@ BackEnd benchIn(const QString& folder, const Options& options) {
     QObject::connect(beginning, &QTimer::timeout, &windows.window(), [=, &windows] {
       if (fileView != nullptr) {
         beginning->stop();
-        options.byHand ? handOver(options, folder) : perform(options, folder, windows);
+        begin(options, folder, windows);
       }
     });
     beginning->start(50);

@@ -71,8 +71,8 @@ TEST(TRPlayer, PropertiesHoldWhatTheyWereGiven) {
   player.setSelected(selected);
   player.setDiskName("d");
   player.setIONumber(-7);
-  player.setMounted(true);
-  player.setEjecting(false);
+  player.setIsMounted(true);
+  player.setIsEjecting(false);
   EXPECT_EQ(player.name(), "n");
   EXPECT_EQ(player.path(), "p");
   EXPECT_TRUE(player.size().isSame(size));
@@ -201,7 +201,7 @@ TEST_F(TRPlayerTest, MountSetsTheFlagAndLogsWhenItHasCompleted) {
 }
 
 TEST_F(TRPlayerTest, UnmountClearsTheFlagAndLogsWhenItHasCompleted) {
-  player->setMounted(true);
+  player->setIsMounted(true);
   player->unmount();
   EXPECT_EQ(ports.disks.kinds(), Texts{"unmount"});
   EXPECT_TRUE(player->isMounted());
@@ -220,7 +220,7 @@ TEST_F(TRPlayerTest, RefusedMountStillSetsTheFlagAndLogs) {
 
 TEST_F(TRPlayerTest, RefusedUnmountStillClearsTheFlagAndLogs) {
   refuseEverything();
-  player->setMounted(true);
+  player->setIsMounted(true);
   player->unmount();
   runAll();
   EXPECT_FALSE(player->isMounted());
@@ -237,7 +237,7 @@ TEST_F(TRPlayerTest, TwoUnmountsInARowCompleteTwiceAndLogTwice) {
 }
 
 TEST_F(TRPlayerTest, EjectUnmountsFirstAndLogsOnceWhenTheEjectIsRequested) {
-  player->setMounted(true);
+  player->setIsMounted(true);
   player->eject();
   EXPECT_EQ(ports.disks.kinds(), Texts{"unmount"});
   EXPECT_TRUE(ports.log.texts().empty());
@@ -337,7 +337,7 @@ TEST_F(TRPlayerTest, PendingRequestsKeepTheirPlayer) {
 }
 
 TEST_F(TRPlayerTest, WorkerThatPollsSeesTheCompletion) {
-  player->setMounted(true);
+  player->setIsMounted(true);
   bool seen = false;
   std::thread worker([&] {
     player->unmount();

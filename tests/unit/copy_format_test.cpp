@@ -42,7 +42,7 @@ TEST_F(CopyFormatTest, EachCommandIsGuardedByThePlayersIdentity) {
 }
 
 TEST_F(CopyFormatTest, PlayerThatIsNotMountedIsAskedToUnmountAllTheSame) {
-  player->setMounted(false);
+  player->setIsMounted(false);
   EXPECT_TRUE(format(*task));
   Lines begin = trace.events();
   begin.resize(4);

@@ -194,7 +194,7 @@ class CopyTest : public ::testing::Test {
     auto player = std::make_shared<TRPlayer>();
     player->setDiskName("/dev/" + name);
     player->setIONumber(handle);
-    player->setMounted(true);
+    player->setIsMounted(true);
     return player;
   }
 

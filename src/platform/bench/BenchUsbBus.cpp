@@ -170,7 +170,7 @@ std::shared_ptr<UsbDeviceIterator> BenchUsbBus::watchDetach(Notification notific
 
 std::string BenchUsbBus::portName(std::uint32_t handle) const {
   const auto player = players_.byHandle(handle);
-  return player ? player->place().port : std::string();
+  return player && !player->hasLeft() ? player->place().port : std::string();
 }
 
 void BenchUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }

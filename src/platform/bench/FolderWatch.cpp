@@ -32,7 +32,7 @@ void FolderWatch::readEvents() {
     inotify_event event{};
     std::memcpy(&event, &buffer[static_cast<std::size_t>(at)], sizeof(event));
     at += static_cast<ssize_t>(sizeof(event));
-    const std::string name(&buffer[static_cast<std::size_t>(at)]);
+    const std::string name(event.len > 0 ? &buffer[static_cast<std::size_t>(at)] : "");
     at += event.len;
     handler_(name, (event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0);
   }

@@ -20,8 +20,8 @@ constexpr char16_t kFirstStandIn = 0xE000;
 constexpr std::uint32_t kStandIns = 0x1900;
 
 // Bytes of paths in one command line; the kernel takes 128 KiB for one word, and a shell's command
-// is one word.
-constexpr std::size_t kMostBytes = 40'000;
+// is one word. Quoting makes at most four bytes of one.
+constexpr std::size_t kMostBytes = 30'000;
 
 std::string parentOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
