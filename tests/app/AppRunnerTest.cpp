@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <filesystem>
+
+#include "TempFolder.h"
+
+namespace fillstation::test {
+namespace {
+
+const std::string kBeginning =
+    "install, on the main thread 1\n"
+    "shown, visible 1, in the loop 0\n"
+    "fillstation Fillstation fillstation fusion 0\n"
+    "registering for IOUSBDevice, visible 1, in the loop 1\n";
+
+class AppRunnerTest : public ::testing::Test {
+ protected:
+  void run(const QString& program, const QStringList& arguments) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), QString::fromStdString(home.path()));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.remove(QStringLiteral("XDG_CONFIG_HOME"));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    ASSERT_TRUE(process.waitForFinished(60'000));
+    out = process.readAllStandardOutput().toStdString();
+    err = process.readAllStandardError().toStdString();
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    status = process.exitCode();
+  }
+  void endBy(const char* how) {
+    run(QStringLiteral(APP_RUNNER_FIXTURE), {QString::fromLatin1(how)});
+  }
+
+  TempFolder home;
+  std::string out;
+  std::string err;
+  int status = -1;
+};
+
+TEST_F(AppRunnerTest, ClosingTheWindowLeavesTheProcessAtOnce) {
+  endBy("close");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
+  EXPECT_NE(out.find("stop\n"), std::string::npos);
+  EXPECT_EQ(out.find("back end gone"), std::string::npos);
+  EXPECT_EQ(out.find("returned"), std::string::npos);
+}
+
+TEST_F(AppRunnerTest, ASignalLeavesTheProcessAtOnce) {
+  endBy("signal");
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(out.find("stop\n"), std::string::npos);
+  EXPECT_EQ(out.find("returned"), std::string::npos);
+}
+
+TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
+  endBy("exit");
+  EXPECT_EQ(status, 7);
+  EXPECT_EQ(out, kBeginning + "stop\nworker ended\nback end gone\nreturned 7\n");
+}
+
+TEST_F(AppRunnerTest, NobodyHasToBeToldThatTheWindowIsShown) {
+  endBy("bare");
+  EXPECT_EQ(status, 3);
+}
+
+TEST_F(AppRunnerTest, TheSystemLogIsStandardError) {
+  endBy("exit");
+  EXPECT_NE(err.find("a log text\n"), std::string::npos);
+}
+
+TEST_F(AppRunnerTest, TheHomeFolderStaysAsItWas) {
+  endBy("exit");
+  EXPECT_TRUE(std::filesystem::is_empty(home.path()));
+}
+
+TEST_F(AppRunnerTest, WithoutABackEndTheProgramSaysSo) {
+  run(QStringLiteral(APP_PROGRAM), {});
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(out, "The real back end is not built in yet; try ./demo --window.\n");
+}
+
+}  // namespace
+}  // namespace fillstation::test

@@ -1,0 +1,114 @@
+#include <unistd.h>
+
+#include <QApplication>
+#include <QStyle>
+#include <QThread>
+#include <QTimer>
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "AppRunner.h"
+#include "OpenPanel.h"
+#include "WindowSet.h"
+
+// A program on runApplication() that says on standard output what happens when. Its argument is how
+// it ends: "close" the window, "signal" it, "exit" the main loop, or "bare": exit it without
+// asking to be told that the window is shown.
+namespace fillstation {
+namespace {
+
+WindowSet* windowsShown = nullptr;
+
+class SilentBus : public UsbBus {
+ public:
+  bool open(std::string_view className) override {
+    if (windowsShown == nullptr) {
+      return false;
+    }
+    std::printf("registering for %s, visible %d, in the loop %d\n", std::string(className).c_str(),
+                windowsShown->window().isVisible() ? 1 : 0,
+                QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
+    return false;
+  }
+  std::shared_ptr<UsbDeviceIterator> watchAttach(Notification /*notification*/) override {
+    return nullptr;
+  }
+  std::shared_ptr<UsbDeviceIterator> watchDetach(Notification /*notification*/) override {
+    return nullptr;
+  }
+  std::string portName(std::uint32_t /*handle*/) const override { return {}; }
+  void hold() override {}
+  void resume() override {}
+};
+
+struct Owner {
+  Owner() = default;
+  ~Owner() { std::puts("back end gone"); }
+  Owner(const Owner&) = delete;
+  Owner& operator=(const Owner&) = delete;
+  SilentBus bus;
+};
+
+std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& mainThread) {
+  std::printf("install, on the main thread %d\n", mainThread.isHere() ? 1 : 0);
+  auto owner = std::make_shared<Owner>();
+  ports.usbBus = &owner->bus;
+  ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
+  stop.onRequest([] { std::puts("stop"); });
+  return owner;
+}
+
+std::shared_ptr<void> installAndExit(Platform& ports, StopSource& /*stop*/,
+                                     QtMainThread& mainThread) {
+  auto owner = std::make_shared<Owner>();
+  ports.usbBus = &owner->bus;
+  ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
+  mainThread.post([] { QApplication::exit(3); });
+  return owner;
+}
+
+void end(const std::string& how) {
+  if (how == "close") {
+    windowsShown->window().close();
+  } else if (how == "signal") {
+    ::kill(::getpid(), SIGTERM);
+  } else {
+    QApplication::exit(7);
+  }
+}
+
+void shown(WindowSet& windows, const std::string& how) {
+  windowsShown = &windows;
+  std::printf("shown, visible %d, in the loop %d\n", windows.window().isVisible() ? 1 : 0,
+              QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
+  std::printf("%s %s %s %s %d\n", qUtf8Printable(QApplication::applicationName()),
+              qUtf8Printable(QApplication::applicationDisplayName()),
+              qUtf8Printable(QApplication::desktopFileName()),
+              qUtf8Printable(QApplication::style()->name()),
+              QApplication::quitOnLastWindowClosed() ? 1 : 0);
+  logText("a log text");
+  { const OpenPanel panel(&windows.window(), "mp3", QDir::tempPath()); }
+  platform().workers->spawn([] {
+    while (!platform().workers->stopping()) {
+      platform().clock->sleep(std::chrono::hours(1));
+    }
+    std::puts("worker ended");
+  });
+  QTimer::singleShot(50, &windows.window(), [how] { end(how); });
+}
+
+}  // namespace
+}  // namespace fillstation
+
+int main(int argc, char** argv) {
+  const std::string how = argv[1];
+  if (how == "bare") {
+    return fillstation::runApplication(argc, argv, {fillstation::installAndExit, nullptr});
+  }
+  const int status = fillstation::runApplication(
+      argc, argv,
+      {fillstation::install, [how](auto& windows) { fillstation::shown(windows, how); }});
+  std::printf("returned %d\n", status);
+  return status;
+}
