@@ -58,12 +58,11 @@ TEST_F(PlayerViewTest, AnItemShowsNameAndTick) {
 }
 
 TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
-  const auto player = addPlayer("sdb");
-  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 1-2 · 7580 MB"));
-  player->setIONumber(static_cast<std::int32_t>(0xFFFF007FU));
-  player->setSize(Number(1024));
-  windows->players()->objectsChanged();
-  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 65535-127 · 1 KB"));
+  bus.ports = {{0x10002, "1-2.4"}, {0xFFFF007FU, "<b>\n"}};
+  addPlayer("sdb");
+  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 1-2.4 · 7580 MB"));
+  deliver("/dev/sdc", true, "SONGS", "x", 1024, 0xFFFF007FU);
+  EXPECT_EQ(facts(1)->text(), QString::fromUtf8("/dev/sdc · USB <b>\uFFFD · 1 KB"));
 }
 
 TEST_F(PlayerViewTest, ANullNameShowsEmpty) {
@@ -125,19 +124,17 @@ TEST_F(PlayerViewTest, ANameIsPlainTextWhateverItHolds) {
   EXPECT_EQ(tick(0)->text(), QString::fromUtf8("<b>A&&B</b>\uFFFD\uFFFDcba\uFFFD"));
   EXPECT_TRUE(tick(0)->shortcut().isEmpty());
   EXPECT_TRUE(tick(0)->toolTip().contains(QStringLiteral("&lt;b&gt;A&amp;B")));
-  player->setDiskName("/dev/<i>x</i>");
-  windows->players()->objectsChanged();
-  EXPECT_EQ(facts(0)->textFormat(), Qt::PlainText);
-  EXPECT_TRUE(facts(0)->text().startsWith(QStringLiteral("/dev/<i>x</i> ")));
-  EXPECT_TRUE(facts(0)->toolTip().contains(QStringLiteral("/dev/&lt;i&gt;x")));
+  addPlayer("<i>x</i>");
+  EXPECT_EQ(facts(1)->textFormat(), Qt::PlainText);
+  EXPECT_TRUE(facts(1)->text().startsWith(QStringLiteral("/dev/<i>x</i> ")));
+  EXPECT_TRUE(facts(1)->toolTip().contains(QStringLiteral("/dev/&lt;i&gt;x")));
 }
 
 TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
   windows->window().resize(720, 480);
-  const auto player = addPlayer("sdb");
   const std::string name(200, 'W');
+  const auto player = addPlayer(name);
   player->setName(name);
-  player->setDiskName("/dev/" + name);
   windows->players()->objectsChanged();
   settle();
   EXPECT_LE(items().at(0)->width(), ui().deviceScrollbar->viewport()->width());
@@ -170,10 +167,11 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   settle();
   const QImage named = items().at(0)->grab().toImage();
   EXPECT_NE(before, named);
-  player->setSize(Number(1));
+  const auto other = addPlayer("sdc", 1);
+  other->setName("other");
   windows->players()->objectsChanged();
   settle();
-  EXPECT_NE(named, items().at(0)->grab().toImage());
+  EXPECT_NE(named, items().at(1)->grab().toImage());
 }
 
 TEST_F(PlayerViewTest, SixtyPlayersScrollInsteadOfGrowingTheWindow) {
