@@ -1,5 +1,7 @@
 #include "AppRunner.h"
 
+#include <sys/prctl.h>
+
 #include <QApplication>
 #include <QTimer>
 #include <cstdio>
@@ -49,6 +51,9 @@ void dressApplication() {
 }  // namespace
 
 int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
+  // An administrator's password is typed here: no other program of the person may read it, and no
+  // core dump may hold it.
+  ::prctl(PR_SET_DUMPABLE, 0);
   StopSource stop;
   const SignalQuit quit([&stop] {
     stop.request();

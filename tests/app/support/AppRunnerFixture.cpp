@@ -1,3 +1,4 @@
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -51,7 +52,8 @@ struct Owner {
 };
 
 std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& mainThread) {
-  std::printf("install, on the main thread %d\n", mainThread.isHere() ? 1 : 0);
+  std::printf("install, on the main thread %d, dumpable %d\n", mainThread.isHere() ? 1 : 0,
+              ::prctl(PR_GET_DUMPABLE));
   auto owner = std::make_shared<Owner>();
   ports.usbBus = &owner->bus;
   ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
