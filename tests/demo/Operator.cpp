@@ -62,12 +62,19 @@ void Operator::seePlayers(std::size_t count) {
 }
 
 void Operator::addFolder(const QString& folder) {
-  const WhenOpen<OpenPanel> choose([&](OpenPanel& panel) {
-    auto* const field = panel.findChild<QLineEdit*>("fileNameEdit");
-    type(field, folder);
-    pause();
-    QTest::keyClick(field, Qt::Key_Return);
+  // The dialog empties its field when it has read its first folder, and the first Return may only
+  // close the list of completions: a person looks, and types again.
+  QTimer enter;
+  QObject::connect(&enter, &QTimer::timeout, [&] {
+    if (auto* const panel = openDialog<OpenPanel>()) {
+      auto* const field = panel->findChild<QLineEdit*>("fileNameEdit");
+      if (field->text() != folder) {
+        type(field, folder);
+      }
+      QTest::keyClick(field, Qt::Key_Return);
+    }
   });
+  enter.start(visible_ ? kVisiblePauseMs : 200);
   const std::size_t before = windows_.songs()->list()->size();
   click(windows_.window().ui().btnBrowse);
   waitFor([&] { return windows_.songs()->list()->size() == before + 1; },
