@@ -31,6 +31,7 @@ double contrast(const QColor& one, const QColor& other) {
 LinkButton::LinkButton(QWidget* parent) : QPushButton(parent) {
   setCursor(Qt::PointingHandCursor);
   setFlat(true);
+  setFocusPolicy(Qt::TabFocus);  // after a click the Space bar belongs to whatever it worked before
 }
 
 TRAttributedString LinkButton::attributedTitle() const {

@@ -163,6 +163,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void startRun(const ArrayController<TRPlayer>::List& players,
                 const std::shared_ptr<TRFileList>& files, const std::string& userName,
                 const std::string& userPass);
+  void giveFocusBack();
 
   Atomic<std::weak_ptr<ArrayController<TRPlayer>>> playerController_;
   Atomic<std::weak_ptr<ArrayController<TRFile>>> filesController_;
@@ -193,6 +194,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   Atomic<QPointer<QAction>> fileMenuDeleteSelected_;
   Atomic<QPointer<QAction>> fileMenuDeleteAll_;
   OpenPanelFunction openPanel_;
+  QPointer<QWidget> focusBefore_;  // where the keyboard was when Start was pressed
 };
 
 // Hands a device record to the receiver, a TRAppDelegate, and returns when it has been dealt with.

@@ -8,7 +8,10 @@
 namespace fillstation {
 
 void TRAppDelegate::btnStartClick(QObject* /*sender*/) {
+  focusBefore_ = window()->focusWidget();
   enableView(false);
+  // A control that goes off hands its focus on, at last to the link: no key may open it by chance.
+  window()->setFocus();
   wndPasswordDialog()->show();
   wndPasswordDialog()->raise();
   wndPasswordDialog()->activateWindow();
@@ -17,6 +20,7 @@ void TRAppDelegate::btnStartClick(QObject* /*sender*/) {
 void TRAppDelegate::btnPassCancel(QObject* /*sender*/) {
   wndPasswordDialog()->hide();
   enableView(true);
+  giveFocusBack();
   logText("\nSelection !\n");
 }
 
@@ -33,6 +37,7 @@ void TRAppDelegate::btnPassOk(QObject* /*sender*/) {
   if (userName.empty() || userPass.empty()) {
     Alert::run(window(), "You'v entered invalid password.");
     enableView(true);
+    giveFocusBack();
     return;
   }
   startRun(players, files, userName, userPass);
@@ -79,6 +84,12 @@ void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>
   }
   Alert::run(window(), message);
   enableView(true);
+  giveFocusBack();
+}
+
+void TRAppDelegate::giveFocusBack() {
+  QWidget* before = focusBefore_;
+  (before != nullptr ? before : btnStart())->setFocus();
 }
 
 void TRAppDelegate::enableView(bool enabled) {

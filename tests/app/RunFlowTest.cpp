@@ -42,6 +42,10 @@ class RunFlowTest : public WindowTest {
     }
     return made;
   }
+  void bringWindowToFront() {
+    windows->window().activateWindow();
+    waitForActive(windows->window());
+  }
   std::string summaryOf(const Texts& disks, const Texts& failing) {
     answerAlert();
     controller().onCopyResult(collectionOf(disks, failing));
@@ -244,6 +248,55 @@ TEST_F(RunFlowTest, ReturnInThePanelIsOk) {
   answerAlert();
   QTest::keyClick(panelUi().passwordField, Qt::Key_Return);
   EXPECT_EQ(message, "You'v entered invalid password.");
+}
+
+TEST_F(RunFlowTest, CancelGivesTheFocusBack) {
+  ui().btnStart->setFocus();
+  QTest::keyClick(ui().btnStart, Qt::Key_Space);
+  click(panelUi().btnPassCancel);
+  bringWindowToFront();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnStart);
+  ui().cmbFileType->setFocus();
+  click(ui().btnStart);
+  EXPECT_EQ(windows->window().focusWidget(), &windows->window());
+}
+
+TEST_F(RunFlowTest, RefusedCredentialsGiveTheFocusBackToWhereItWas) {
+  ui().cmbFileType->setFocus();
+  controller().btnStartClick(nullptr);
+  answerAlert();
+  click(panelUi().btnPassOk);
+  bringWindowToFront();
+  EXPECT_EQ(QApplication::focusWidget(), ui().cmbFileType);
+}
+
+TEST_F(RunFlowTest, TheSummaryGivesTheFocusBack) {
+  ui().lstFiles->setFocus();
+  controller().btnStartClick(nullptr);
+  windows->panel().hide();
+  summaryOf({}, {});
+  bringWindowToFront();
+  EXPECT_EQ(QApplication::focusWidget(), ui().lstFiles);
+}
+
+TEST_F(RunFlowTest, StartGetsTheFocusOfAPlayerThatIsGone) {
+  const auto player = addPlayer("sdb");
+  tick(0)->setFocus();
+  controller().btnStartClick(nullptr);
+  windows->players()->removeObject(*player);
+  click(panelUi().btnPassCancel);
+  bringWindowToFront();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnStart);
+}
+
+TEST_F(RunFlowTest, NoControlHasTheFocusWhileTheControlsAreOff) {
+  ui().btnStart->setFocus();
+  QTest::keyClick(ui().btnStart, Qt::Key_Space);
+  windows->panel().hide();
+  bringWindowToFront();
+  EXPECT_EQ(QApplication::focusWidget(), &windows->window());
+  click(ui().tirellLinkBtn);
+  EXPECT_EQ(QApplication::focusWidget(), &windows->window());
 }
 
 TEST_F(RunFlowTest, ThePasswordIsHidden) {
