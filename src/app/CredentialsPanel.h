@@ -9,9 +9,11 @@ class CredentialsPanel;
 
 namespace fillstation {
 
-// The window that asks for the administrator's name and password. Not modal. Escape and its close
-// button mean Cancel; it is hidden by whoever hears cancelled(). Main thread; belongs to the main
-// window.
+// The window that asks for the administrator's name and password. Not modal, but while
+// it is up the keyboard comes back to it whenever the main window, its parent, is brought to the
+// front; clicks in that window work. It opens over the middle of the window, in the first field
+// that is to be filled in. Escape and its close button mean Cancel; it is hidden by whoever hears
+// cancelled(). Main thread; belongs to the main window.
 class CredentialsPanel : public QDialog {
   Q_OBJECT
 
@@ -23,8 +25,13 @@ class CredentialsPanel : public QDialog {
 
   void reject() override { emit cancelled(); }
 
+  bool eventFilter(QObject* receiver, QEvent* event) override;
+
  signals:
   void cancelled();
+
+ protected:
+  void showEvent(QShowEvent* event) override;
 
  private:
   std::unique_ptr<Ui::CredentialsPanel> ui_;

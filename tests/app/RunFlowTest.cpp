@@ -1,4 +1,5 @@
 #include <QEvent>
+#include <QShowEvent>
 
 #include "TRFileCopyTask.h"
 #include "WindowTest.h"
@@ -297,6 +298,55 @@ TEST_F(RunFlowTest, NoControlHasTheFocusWhileTheControlsAreOff) {
   EXPECT_EQ(QApplication::focusWidget(), &windows->window());
   click(ui().tirellLinkBtn);
   EXPECT_EQ(QApplication::focusWidget(), &windows->window());
+}
+
+TEST_F(RunFlowTest, ThePanelOpensInTheFieldThatIsToBeFilledIn) {
+  click(ui().btnStart);
+  waitForActive(windows->panel());
+  EXPECT_EQ(QApplication::focusWidget(), panelUi().userNameField);
+  enter("admin", "secret");
+  panelUi().btnPassCancel->setFocus();
+  click(panelUi().btnPassCancel);
+  bringWindowToFront();
+  click(ui().btnStart);
+  waitForActive(windows->panel());
+  EXPECT_EQ(QApplication::focusWidget(), panelUi().passwordField);
+  EXPECT_EQ(panelUi().passwordField->selectedText().size(), 6);
+}
+
+TEST_F(RunFlowTest, ThePanelComesBackFromTheTaskBarAsItWasLeft) {
+  enter("admin", "secret");
+  click(ui().btnStart);
+  waitForActive(windows->panel());
+  panelUi().userNameField->setFocus();
+  QShowEvent shown;
+  QSpontaneKeyEvent::setSpontaneous(&shown);
+  qApp->notify(&windows->panel(), &shown);
+  EXPECT_EQ(QApplication::focusWidget(), panelUi().userNameField);
+}
+
+TEST_F(RunFlowTest, ThePanelOpensOverTheMiddleOfTheWindowEveryTime) {
+  for (const QPoint at : {QPoint(10, 20), QPoint(40, 70)}) {
+    windows->window().move(at);
+    settle();
+    click(ui().btnStart);
+    EXPECT_EQ(windows->panel().geometry().center(), windows->window().geometry().center());
+    click(panelUi().btnPassCancel);
+  }
+}
+
+TEST_F(RunFlowTest, ThePanelTakesTheKeyboardBackAndTheWindowStillGetsClicks) {
+  click(ui().btnStart);
+  waitForActive(windows->panel());
+  windows->window().activateWindow();
+  settle();
+  waitForActive(windows->panel());
+  click(ui().tirellLinkBtn);
+  EXPECT_EQ(ports.workspace.opened.size(), 1U);
+  click(panelUi().btnPassCancel);
+  bringWindowToFront();
+  settle();
+  EXPECT_EQ(QApplication::activeWindow(), &windows->window());
 }
 
 TEST_F(RunFlowTest, ThePasswordIsHidden) {
