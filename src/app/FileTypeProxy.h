@@ -14,6 +14,9 @@ class FileTypeProxy : public QSortFilterProxyModel {
   explicit FileTypeProxy(std::string fileType, QObject* parent = nullptr)
       : QSortFilterProxyModel(parent), fileType_(std::move(fileType)) {}
 
+  // The names as plain text of one line; their other roles are true.
+  QVariant data(const QModelIndex& index, int role) const override;
+
   void sort(int column, Qt::SortOrder order) override;
 
  protected:

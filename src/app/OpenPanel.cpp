@@ -36,9 +36,10 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   hideTypeChoice();
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-          &OpenPanel::showSelectedFolder);
+          &OpenPanel::showSelectedName);
+  // A folder that was entered is named, so that the "Open" button can take it.
   connect(findChild<QFileSystemModel*>(), &QFileSystemModel::rootPathChanged, nameEdit(*this),
-          &QLineEdit::clear);
+          &QLineEdit::setText);
 }
 
 OpenPanelFunction OpenPanel::runner(QWidget* parent) {
@@ -77,17 +78,15 @@ void OpenPanel::hideTypeChoice() {
   }
 }
 
-void OpenPanel::showSelectedFolder() {
+void OpenPanel::showSelectedName() {
   if (nameEdit(*this)->hasFocus()) {
     return;  // selected by Qt, after what is being typed
   }
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   for (const QModelIndex& index : list->selectionModel()->selectedRows()) {
     const QString path = index.data(QFileSystemModel::FilePathRole).toString();
-    // While a name is typed the dialog selects what it matches; the typed text stays.
-    if (QFileInfo(path).isDir() && !nameEdit(*this)->hasFocus()) {
-      nameEdit(*this)->setText(QFileInfo(path).fileName());
-    }
+    // Qt names no folder here, and a file as it is shown.
+    nameEdit(*this)->setText(QFileInfo(path).fileName());
   }
 }
 

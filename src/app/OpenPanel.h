@@ -17,8 +17,9 @@ using OpenPanelFunction =
     std::function<std::optional<std::vector<Url>>(const std::string& fileType)>;
 
 // A dialog that chooses one file or one folder: the "Open" button takes a folder that is selected,
-// a double click enters it. Files of another type than the given one are not offered. Reads and
-// writes no settings. Main thread.
+// a double click enters it; then the button takes that one, whose path stands in the name field.
+// Files of another type than the given one are not offered. Reads and writes no settings. Main
+// thread.
 class OpenPanel : public QFileDialog {
   Q_OBJECT
 
@@ -41,7 +42,7 @@ class OpenPanel : public QFileDialog {
 
  private:
   void hideTypeChoice();
-  void showSelectedFolder();
+  void showSelectedName();
   QString typedPath() const;
   bool canChoose(const QString& path) const;
 

@@ -1,5 +1,6 @@
 #include "OpenPanel.h"
 
+#include <QAbstractItemModelTester>
 #include <QDialogButtonBox>
 #include <QFileSystemModel>
 #include <QLineEdit>
@@ -140,8 +141,38 @@ TEST_F(OpenPanelTest, ADoubleClickEntersAFolder) {
                      list()->visualRect(row(QStringLiteral("album"))).center());
   runUntil([this] { return shown() == QStringList{QStringLiteral("01.mp3")}; });
   EXPECT_TRUE(panel->isVisible());
-  EXPECT_EQ(edit()->text(), QString());
   EXPECT_EQ(panel->directory().path(), folder() + QStringLiteral("/album"));
+  EXPECT_EQ(edit()->text(), folder() + QStringLiteral("/album"));
+  ASSERT_TRUE(openButton()->isEnabled());
+  click(openButton());
+  EXPECT_EQ(chosen(), temp.path("music/album"));
+}
+
+TEST_F(OpenPanelTest, NamesAreShownHarmlesslyAndChosenAsTheyAre) {
+  const std::string name = "evil\xE2\x80\xAE\n.mp3";
+  temp.write("music/" + name, "1");
+  open();
+  const QString harmless = QString::fromUtf8("evil\uFFFD\uFFFD.mp3");
+  ASSERT_TRUE(shown().contains(harmless));
+  select(harmless);
+  EXPECT_EQ(edit()->text(), QString::fromStdString(name));
+  click(openButton());
+  EXPECT_EQ(chosen(), temp.path("music/" + name));
+}
+
+TEST_F(OpenPanelTest, TheProxyKeepsTheRulesOfModels) {
+  open();
+  const QAbstractItemModelTester tester(list()->model(),
+                                        QAbstractItemModelTester::FailureReportingMode::Fatal);
+  temp.write("music/three.mp3", "1");
+  runUntil([this] { return shown().contains(QStringLiteral("three.mp3")); });
+}
+
+TEST_F(OpenPanelTest, OnlyNamesAreChangedForTheirShowing) {
+  open();
+  const QModelIndex two = row(QStringLiteral("two.mp3"));
+  EXPECT_EQ(two.data(QFileSystemModel::FileNameRole), QStringLiteral("two.mp3"));
+  EXPECT_FALSE(two.data(Qt::DecorationRole).value<QIcon>().isNull());
 }
 
 TEST_F(OpenPanelTest, ADoubleClickChoosesAFile) {
