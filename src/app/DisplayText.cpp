@@ -4,6 +4,8 @@ namespace fillstation {
 namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
+constexpr char16_t kMayBreak = 0x200B;
+constexpr int kLongestPiece = 40;
 
 bool turnsDirection(char16_t unit) {
   return unit == 0x061C || unit == 0x200E || unit == 0x200F || (unit >= 0x202A && unit <= 0x202E) ||
@@ -13,6 +15,24 @@ bool turnsDirection(char16_t unit) {
 bool breaksLine(char16_t unit) { return unit == 0x2028 || unit == 0x2029; }
 
 bool isControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
+
+QString breakable(const QString& text) {
+  QString pieces;
+  int length = 0;
+  for (const QChar unit : text) {
+    if (length >= kLongestPiece && !unit.isLowSurrogate()) {
+      pieces += QChar(kMayBreak);
+      length = 0;
+    }
+    pieces += unit;
+    ++length;
+    if (unit == QLatin1Char('/')) {
+      pieces += QChar(kMayBreak);
+      length = 0;
+    }
+  }
+  return pieces;
+}
 
 }  // namespace
 
@@ -36,7 +56,7 @@ QString withoutMnemonics(QString text) {
 }
 
 QString toolTipText(const QString& text) {
-  return QLatin1String("<p style='white-space:pre-wrap'>") + text.toHtmlEscaped() +
+  return QLatin1String("<p style='white-space:pre-wrap'>") + breakable(text).toHtmlEscaped() +
          QLatin1String("</p>");
 }
 

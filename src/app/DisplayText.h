@@ -20,7 +20,8 @@ QString displayText(const std::optional<std::string>& bytes);
 // The text for a widget that reads "&" as the mark of a mnemonic.
 QString withoutMnemonics(QString text);
 
-// The text for a tool tip, which would otherwise guess whether it is rich text.
+// The text for a tool tip, which would otherwise guess whether it is rich text. Lines may break
+// after every "/" and after 40 characters without one, since a tool tip is as wide as its words.
 QString toolTipText(const QString& text);
 
 }  // namespace fillstation

@@ -22,8 +22,9 @@ QString ElidedTick::shownText() const {
 }
 
 int ElidedTick::textIndent() const {
-  return style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this) +
-         style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, this);
+  QStyleOptionButton option;
+  option.initFrom(this);
+  return style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this).x();
 }
 
 QSize ElidedTick::minimumSizeHint() const {

@@ -1,5 +1,6 @@
 #include "PlayerItem.h"
 
+#include <QMouseEvent>
 #include <QVBoxLayout>
 
 #include "Capacity.h"
@@ -29,6 +30,12 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
 void PlayerItem::refresh() {
   tick_->setWholeText(displayText(player_->name()));
   tick_->setChecked(player_->selected().isTrue());
+}
+
+void PlayerItem::mousePressEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) {
+    tick_->click();
+  }
 }
 
 QString PlayerItem::facts(const TRPlayer& player) {

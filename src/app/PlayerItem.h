@@ -11,8 +11,8 @@ class ElidedLabel;
 class ElidedTick;
 
 // One player in the player view: a tick box with its name, and a second line by which a person
-// finds the device (device node, USB port, size). Main thread; belongs to the player view, holds
-// its player.
+// finds the device (device node, USB port, size); a click on either ticks it. Main thread; belongs
+// to the player view, holds its player.
 class PlayerItem : public QWidget {
   Q_OBJECT
 
@@ -31,6 +31,9 @@ class PlayerItem : public QWidget {
  signals:
   // The operator ticked or unticked the player, whose `selected` has followed.
   void ticked();
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
 
  private:
   void onClicked(bool checked);

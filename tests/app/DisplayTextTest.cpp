@@ -64,7 +64,22 @@ TEST(DisplayText, ToolTipsAreNeverReadAsMarkup) {
   EXPECT_TRUE(Qt::mightBeRichText(tip));
   QTextDocument document;
   document.setHtml(tip);
-  EXPECT_EQ(document.toPlainText(), evil);
+  EXPECT_EQ(document.toPlainText().remove(QChar(0x200B)), evil);
+}
+
+TEST(DisplayText, ToolTipsMayBreakAfterSlashesAndFortyCharacters) {
+  const auto shown = [](const QString& whole) {
+    QTextDocument document;
+    document.setHtml(toolTipText(whole));
+    return document.toPlainText().replace(QChar(0x200B), QLatin1Char('|'));
+  };
+  const QString forty(40, QLatin1Char('x'));
+  EXPECT_EQ(shown(text(u"/a/b")), text(u"/|a/|b"));
+  EXPECT_EQ(shown(forty), forty);
+  EXPECT_EQ(shown(forty + forty + text(u"y")), forty + text(u"|") + forty + text(u"|y"));
+  EXPECT_EQ(shown(text(u"aa/") + forty), text(u"aa/|") + forty);
+  const QString note = text(u"🎵");
+  EXPECT_EQ(shown(forty.mid(1) + note + note), forty.mid(1) + note + text(u"|") + note);
 }
 
 }  // namespace

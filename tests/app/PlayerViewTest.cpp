@@ -1,3 +1,5 @@
+#include <QStyleOptionButton>
+
 #include "ElidedLabel.h"
 #include "WindowTest.h"
 
@@ -12,6 +14,8 @@ class PlayerViewTest : public WindowTest {
   QLabel* hint() const {
     return ui().viewPlayers->findChild<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
   }
+  // A tool tip without the places where its lines may break.
+  static QString tip(const QWidget* widget) { return widget->toolTip().remove(QChar(0x200B)); }
   ElidedLabel* facts(int row) const { return items().at(row)->findChild<ElidedLabel*>(); }
 };
 
@@ -85,6 +89,21 @@ TEST_F(PlayerViewTest, ClickingATickSelectsThePlayerAndUpdatesTheSizes) {
   EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("0 KB"));
 }
 
+TEST_F(PlayerViewTest, AClickOnTheSecondLineTicks) {
+  const auto player = addPlayer("sdb");
+  settle();
+  ports.log.clear();
+  QTest::mouseClick(facts(0), Qt::RightButton);
+  EXPECT_FALSE(player->selected().isTrue());
+  QTest::mouseClick(facts(0), Qt::LeftButton);
+  EXPECT_TRUE(player->selected().isTrue());
+  EXPECT_TRUE(tick(0)->isChecked());
+  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 7948206080\n", "\nLog xxxP Size 7948206080\n"}));
+  controller().enableView(false);
+  QTest::mouseClick(facts(0), Qt::LeftButton);
+  EXPECT_TRUE(player->selected().isTrue());
+}
+
 TEST_F(PlayerViewTest, TheSpaceBarTicks) {
   const auto player = addPlayer("sdb");
   tick(0)->setFocus();
@@ -123,11 +142,11 @@ TEST_F(PlayerViewTest, ANameIsPlainTextWhateverItHolds) {
   EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("<b>A&B</b>\uFFFD\uFFFDcba\uFFFD"));
   EXPECT_EQ(tick(0)->text(), QString::fromUtf8("<b>A&&B</b>\uFFFD\uFFFDcba\uFFFD"));
   EXPECT_TRUE(tick(0)->shortcut().isEmpty());
-  EXPECT_TRUE(tick(0)->toolTip().contains(QStringLiteral("&lt;b&gt;A&amp;B")));
+  EXPECT_TRUE(tip(tick(0)).contains(QStringLiteral("&lt;b&gt;A&amp;B")));
   addPlayer("<i>x</i>");
   EXPECT_EQ(facts(1)->textFormat(), Qt::PlainText);
   EXPECT_TRUE(facts(1)->text().startsWith(QStringLiteral("/dev/<i>x</i> ")));
-  EXPECT_TRUE(facts(1)->toolTip().contains(QStringLiteral("/dev/&lt;i&gt;x")));
+  EXPECT_TRUE(tip(facts(1)).contains(QStringLiteral("/dev/&lt;i&gt;x")));
 }
 
 TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
@@ -144,8 +163,8 @@ TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
     EXPECT_LE(tick(0)->fontMetrics().horizontalAdvance(shown),
               tick(0)->width() - tick(0)->textIndent());
   }
-  EXPECT_TRUE(tick(0)->toolTip().contains(QString::fromStdString(name)));
-  EXPECT_TRUE(facts(0)->toolTip().contains(QString::fromStdString(name)));
+  EXPECT_TRUE(tip(tick(0)).contains(QString::fromStdString(name)));
+  EXPECT_TRUE(tip(facts(0)).contains(QString::fromStdString(name)));
   EXPECT_EQ(windows->window().size(), QSize(720, 480));
 }
 
@@ -161,6 +180,10 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   settle();
   const QImage before = items().at(0)->grab().toImage();
   EXPECT_EQ(facts(0)->contentsMargins().left(), tick(0)->textIndent());
+  QStyleOptionButton option;
+  option.initFrom(tick(0));
+  EXPECT_EQ(tick(0)->textIndent(),
+            tick(0)->style()->subElementRect(QStyle::SE_CheckBoxContents, &option, tick(0)).x());
   EXPECT_GT(tick(0)->textIndent(), tick(0)->style()->pixelMetric(QStyle::PM_IndicatorWidth));
   player->setName("other");
   windows->players()->objectsChanged();
