@@ -46,6 +46,11 @@ class WholeRunTest : public WindowTest {
     ports.workers.join();
   }
 
+  static Texts sorted(Texts texts) {
+    std::sort(texts.begin(), texts.end());
+    return texts;
+  }
+
   std::mutex lock;
   Texts requests;
   std::string message;
@@ -69,6 +74,28 @@ TEST_F(WholeRunTest, OnePlayerIsFormattedAndFilled) {
   const Texts log = logTexts();
   EXPECT_EQ(std::count(log.begin(), log.end(), "\nafter task call!!!!\n"), 1);
   EXPECT_EQ(std::count(log.begin(), log.end(), "\nSelection !\n"), 0);
+}
+
+TEST_F(WholeRunTest, TheLinkWorksDuringARunAndChangesNothingInIt) {
+  plugStick("sdb");
+  addFolderWithOneFile();
+  run();  // gives the player its new name
+  run();
+  const std::string quietMessage = message;
+  const Texts quiet = sorted(logTexts());
+  const std::size_t requestsBefore = ports.disks.kinds().size();
+  ports.scripts.answer = [this](std::size_t, const TestScriptRunner::Call&) {
+    ports.mainThread.post([this] {
+      EXPECT_FALSE(ui().btnStart->isEnabled());
+      click(ui().tirellLinkBtn);
+    });
+    return ScriptOutcome{"", {}, {}};
+  };
+  run();
+  EXPECT_EQ(ports.workspace.opened.size(), 2U);
+  EXPECT_EQ(message, quietMessage);
+  EXPECT_EQ(sorted(logTexts()), quiet);
+  EXPECT_EQ(ports.disks.kinds().size(), requestsBefore + 2);
 }
 
 TEST_F(WholeRunTest, OnlyTickedPlayersAreTouched) {
