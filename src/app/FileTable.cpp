@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
+#include <QProxyStyle>
 #include <QVBoxLayout>
 
 #include "FileTableModel.h"
@@ -12,12 +13,28 @@ namespace fillstation {
 namespace {
 
 constexpr int kRowSpacing = 8;
-constexpr int kSizeWidth = 84;
+constexpr int kSizeWidth = 92;
+constexpr int kCellPadding = 4;
+
+// Room at both sides of headers and cells, so that a right-aligned column does not touch the next.
+class RoomyStyle : public QProxyStyle {
+ public:
+  explicit RoomyStyle(QObject* owner) { setParent(owner); }
+  int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                  const QWidget* widget) const override {
+    const int width = QProxyStyle::pixelMetric(metric, option, widget);
+    const bool padded = metric == PM_HeaderMargin || metric == PM_FocusFrameHMargin;
+    return padded ? width + kCellPadding : width;
+  }
+};
 
 }  // namespace
 
 FileTable::FileTable(QWidget* parent)
     : QTableView(parent), hint_(new QLabel(tr("Add a folder of audio"), viewport())) {
+  auto* const roomy = new RoomyStyle(this);
+  setStyle(roomy);
+  horizontalHeader()->setStyle(roomy);
   setSelectionBehavior(SelectRows);
   setSelectionMode(ExtendedSelection);
   setEditTriggers(NoEditTriggers);

@@ -1,11 +1,13 @@
 #include "OpenPanel.h"
 
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QListView>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTreeView>
 
 #include "DisplayText.h"
 #include "FileTypeProxy.h"
@@ -14,6 +16,9 @@
 
 namespace fillstation {
 namespace {
+
+// Wide enough for the names beside their sizes, types and times.
+constexpr QSize kSize(820, 520);
 
 QLineEdit* nameEdit(const QFileDialog& dialog) {
   return dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
@@ -32,8 +37,12 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   setFileMode(ExistingFile);
   setProxyModel(new FileTypeProxy(fileType, this));
   setDirectory(folder);
+  resize(kSize);
   setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
   hideTypeChoice();
+  findChild<QTreeView*>(QStringLiteral("treeView"))
+      ->header()
+      ->setSectionResizeMode(0, QHeaderView::Stretch);
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
           &OpenPanel::showSelectedName);

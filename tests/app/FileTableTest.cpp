@@ -82,6 +82,15 @@ TEST_F(FileTableTest, SizesAreRightAligned) {
   }
 }
 
+TEST_F(FileTableTest, NoColumnTouchesTheNext) {
+  const auto extra = [](const QWidget* widget, QStyle::PixelMetric metric) {
+    return widget->style()->pixelMetric(metric) - QApplication::style()->pixelMetric(metric);
+  };
+  EXPECT_EQ(extra(table().horizontalHeader(), QStyle::PM_HeaderMargin), 4);
+  EXPECT_EQ(extra(&table(), QStyle::PM_FocusFrameHMargin), 4);
+  EXPECT_EQ(extra(&table(), QStyle::PM_ButtonMargin), 0);
+}
+
 TEST_F(FileTableTest, OtherRolesAreEmpty) {
   addRoot("/a", 1);
   EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());

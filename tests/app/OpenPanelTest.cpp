@@ -3,6 +3,7 @@
 #include <QAbstractItemModelTester>
 #include <QDialogButtonBox>
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTreeView>
@@ -184,6 +185,13 @@ TEST_F(OpenPanelTest, TheProxyKeepsTheRulesOfModels) {
   temp.write("music/three.mp3", "1");
   temp.write("music/three.jpg", "1");
   runUntil([&] { return rows() == 5; });
+}
+
+TEST_F(OpenPanelTest, TheColumnsFillTheWidthAndNamesTakeMostOfIt) {
+  open();
+  const auto* header = list()->header();
+  EXPECT_EQ(header->length(), list()->viewport()->width());
+  EXPECT_GT(2 * header->sectionSize(0), header->length());
 }
 
 TEST_F(OpenPanelTest, OnlyNamesAreChangedForTheirShowing) {
