@@ -1,7 +1,9 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QPalette>
 #include <QProcess>
+#include <QStyleFactory>
 #include <QTimer>
 #include <cstdio>
 #include <optional>
@@ -22,38 +24,57 @@ using namespace fillstation::demo;
 struct Options {
   bool visible = false;
   bool byHand = false;
+  bool dark = false;
+  QSize size;        // of the window, in pixels
   QString sources;   // this program's own folder: scenarios and the audio book's maker
   QString pictures;  // where the screenshots go
   QString audio;     // where the audio book is
   QString bench;     // the bench folder, made anew
 };
 
+// The size in a text such as 720x480; invalid if it is none.
+QSize sizeOf(const QString& text) {
+  const QStringList sides = text.split('x');
+  return sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
+}
+
 // Null after saying what is wrong with the arguments.
 std::optional<Options> readArguments(const QStringList& arguments) {
-  Options options{false,
-                  false,
-                  FILLSTATION_DEMO_SOURCES,
-                  "demo-out",
-                  "build/demo/Audio Book",
-                  "build/demo/bench"};
-  for (const auto& argument : arguments) {
-    if (argument == "--window") {
-      options.visible = true;
-    } else if (argument == "--by-hand") {
-      options.byHand = true;
-    } else {
-      std::fprintf(stderr, "fillstation-demo: unknown argument %s\n", qUtf8Printable(argument));
-      return std::nullopt;
-    }
+  QCommandLineParser parser;
+  parser.addOptions(
+      {{"window", {}}, {"by-hand", {}}, {"dark", {}}, {"size", {}, "WIDTHxHEIGHT", "1000x620"}});
+  const QDir here = QDir::current();
+  QString problem = parser.parse(arguments) ? QString() : parser.errorText();
+  const Options options{parser.isSet("window"),
+                        parser.isSet("by-hand"),
+                        parser.isSet("dark"),
+                        sizeOf(parser.value("size")),
+                        FILLSTATION_DEMO_SOURCES,
+                        here.absoluteFilePath("demo-out"),
+                        here.absoluteFilePath("build/demo/Audio Book"),
+                        here.absoluteFilePath("build/demo/bench")};
+  if (problem.isEmpty() && !parser.positionalArguments().isEmpty()) {
+    problem = "Unknown argument '" + parser.positionalArguments().first() + "'.";
+  } else if (problem.isEmpty() && options.size.isEmpty()) {
+    problem = "--size needs a width and a height, such as 720x480.";
+  } else if (problem.isEmpty() && options.byHand && !options.visible) {
+    problem = "--by-hand goes with --window.";
   }
-  if (options.byHand && !options.visible) {
-    std::fputs("fillstation-demo: --by-hand goes with --window\n", stderr);
+  if (!problem.isEmpty()) {
+    std::fprintf(stderr, "fillstation-demo: %s\n", qUtf8Printable(problem));
     return std::nullopt;
   }
-  options.pictures = QDir::current().absoluteFilePath(options.pictures);
-  options.audio = QDir::current().absoluteFilePath(options.audio);
-  options.bench = QDir::current().absoluteFilePath(options.bench);
   return options;
+}
+
+void useDarkColours() {
+  QPalette colours(QColor(66, 66, 66), QColor(53, 53, 53));
+  colours.setColor(QPalette::Base, QColor(30, 30, 30));
+  colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
+  colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
+  colours.setColor(QPalette::Link, QColor(110, 170, 255));
+  QApplication::setStyle(QStyleFactory::create("Fusion"));
+  QApplication::setPalette(colours);
 }
 
 bool makeAudioBook(const Options& options) {
@@ -138,7 +159,10 @@ BackEnd benchIn(const QString& folder, const Options& options) {
     return bench;
   };
   backEnd.shown = [folder, options](WindowSet& windows) {
-    windows.window().resize(1000, 620);
+    windows.window().resize(options.size);
+    if (options.dark) {
+      useDarkColours();
+    }
     // The players can be plugged in when the program has registered for them.
     auto* const beginning = new QTimer(&windows.window());
     QObject::connect(beginning, &QTimer::timeout, &windows.window(), [=, &windows] {
@@ -156,7 +180,7 @@ BackEnd benchIn(const QString& folder, const Options& options) {
 
 int main(int argc, char** argv) {
   QStringList arguments;
-  for (int index = 1; index < argc; ++index) {
+  for (int index = 0; index < argc; ++index) {
     arguments << QString::fromLocal8Bit(argv[index]);
   }
   const auto options = readArguments(arguments);
