@@ -2,8 +2,10 @@
 
 #include <QApplication>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include "DisplayText.h"
 #include "ModalSession.h"
@@ -42,9 +44,18 @@ void Alert::run(QWidget* parent, const std::string& message) {
   ModalSession::run(alert);
 }
 
+void Alert::keyPressEvent(QKeyEvent* event) {
+  if (bar_ != nullptr && (event->key() == Qt::Key_PageUp || event->key() == Qt::Key_PageDown)) {
+    QCoreApplication::sendEvent(bar_, event);
+    return;
+  }
+  QMessageBox::keyPressEvent(event);
+}
+
 void Alert::makeScroll() {
   auto* label = findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
   auto* scroll = new QScrollArea(this);
+  bar_ = scroll->verticalScrollBar();
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setWidgetResizable(true);
   const int line = fontMetrics().lineSpacing();

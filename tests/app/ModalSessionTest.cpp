@@ -1,6 +1,7 @@
 #include "ModalSession.h"
 
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include "Alert.h"
 #include "WindowTest.h"
@@ -76,6 +77,24 @@ TEST_F(ModalSessionTest, TwelveLinesDontScroll) {
   const QString twelve = QStringLiteral("a\n").repeated(11) + QLatin1Char('a');
   EXPECT_EQ(Alert(nullptr, twelve).findChild<QScrollArea*>(), nullptr);
   EXPECT_NE(Alert(nullptr, twelve + QStringLiteral("\na")).findChild<QScrollArea*>(), nullptr);
+}
+
+TEST_F(ModalSessionTest, ALongAlertIsReadByKeys) {
+  std::string text = "1";
+  for (int line = 2; line <= 60; ++line) {
+    text += "\n" + std::to_string(line);
+  }
+  duringAlert(
+      [](QMessageBox& box) {
+        const auto* bar = box.findChild<QScrollArea*>()->verticalScrollBar();
+        waitForActive(box);
+        ASSERT_EQ(QApplication::focusWidget(), box.button(QMessageBox::Ok));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_PageDown);
+        EXPECT_EQ(bar->value(), bar->pageStep());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_PageUp);
+        EXPECT_EQ(bar->value(), 0);
+      },
+      text);
 }
 
 TEST_F(ModalSessionTest, ReturnAndEscapeDismissAnAlert) {
