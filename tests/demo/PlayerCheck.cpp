@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QMap>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include "Url.h"
@@ -16,14 +17,19 @@ struct ToolResult {
   QByteArray out;
 };
 
+// Where the program is; file system tools are outside an ordinary user's search path.
+QString placeOf(const QString& program) {
+  const QString found = QStandardPaths::findExecutable(program);
+  return found.isEmpty() ? QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}) : found;
+}
+
 ToolResult runTool(const QString& program, const QStringList& arguments) {
   QProcess process;
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   environment.insert("LC_ALL", "C.UTF-8");
-  environment.insert("PATH", environment.value("PATH") + ":/usr/sbin:/sbin");
   process.setProcessEnvironment(environment);
   process.setStandardInputFile(QProcess::nullDevice());
-  process.start(program, arguments);
+  process.start(placeOf(program), arguments);
   if (!process.waitForFinished(-1)) {
     return {};
   }
