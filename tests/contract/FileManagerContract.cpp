@@ -187,7 +187,7 @@ TEST_P(FileManagerContract, AnEntryThatCannotBeLookedAtHasNoValues) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
   ::chmod(folder_.path().c_str(), 0755);
-  ::chmod(folder_.path("a").c_str(), 0744);
+  ::chmod(folder_.path("a").c_str(), 0444);
   const Unprivileged unprivileged;
   EXPECT_EQ(walked(folder_.path()), (Names{"a/", "a/in unknown", "b"}));
   EXPECT_EQ(errors_, Names{});
