@@ -1,0 +1,148 @@
+#include "DiskFacts.h"
+
+#include <algorithm>
+#include <charconv>
+#include <tuple>
+
+#include "Udev.h"
+
+namespace fillstation {
+
+namespace {
+
+// The unit of "size" in sysfs, whatever the medium's own sectors are.
+constexpr std::uint64_t kSector = 512;
+
+bool isWholeDisk(udev_device* device) { return udevProperty(device, "DEVTYPE") == "disk"; }
+
+UdevDevice blockDevice(udev* context, const std::string& name) {
+  return UdevDevice(::udev_device_new_from_subsystem_sysname(context, "block", name.c_str()));
+}
+
+int hexDigit(char digit) {
+  int value = -1;
+  std::from_chars(&digit, &digit + 1, value, 16);
+  return value;
+}
+
+// udev writes whatever might hurt as \xHH.
+std::string decoded(const std::string& text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text.compare(at, 2, "\\x") == 0 && at + 3 < text.size()) {
+      plain += static_cast<char>(hexDigit(text[at + 2]) << 4 | hexDigit(text[at + 3]));
+      at += 3;
+    } else {
+      plain += text[at];
+    }
+  }
+  return plain;
+}
+
+std::optional<FileSystemFacts> fileSystemOn(udev_device* device) {
+  if (udevProperty(device, "ID_FS_USAGE") != "filesystem") {
+    return std::nullopt;
+  }
+  FileSystemFacts facts;
+  facts.type = udevProperty(device, "ID_FS_TYPE").value_or("");
+  facts.identifier = udevProperty(device, "ID_FS_UUID").value_or("");
+  if (const auto label = udevProperty(device, "ID_FS_LABEL_ENC")) {
+    facts.label = decoded(*label);
+  }
+  return facts;
+}
+
+BlockFacts blockFacts(udev_device* device) {
+  return {udevSysName(device), ::udev_device_get_devnum(device), fileSystemOn(device)};
+}
+
+std::optional<std::string> vendorOf(udev_device* disk) {
+  auto vendor = udevAttribute(disk, "device/vendor");
+  if (vendor) {
+    vendor->erase(vendor->find_last_not_of(' ') + 1);
+  }
+  return vendor;
+}
+
+std::vector<UdevDevice> blocksBelow(udev* context, udev_device* above) {
+  const UdevEnumeration enumeration(::udev_enumerate_new(context));
+  ::udev_enumerate_add_match_subsystem(enumeration.get(), "block");
+  ::udev_enumerate_add_match_parent(enumeration.get(), above);
+  return udevDevices(context, enumeration.get());
+}
+
+std::vector<BlockFacts> partitionsOf(udev* context, udev_device* disk) {
+  std::vector<std::pair<std::uint64_t, BlockFacts>> numbered;
+  for (const auto& device : blocksBelow(context, disk)) {
+    if (const auto number = udevNumber(udevAttribute(device.get(), "partition"))) {
+      numbered.emplace_back(*number, blockFacts(device.get()));
+    }
+  }
+  std::sort(numbered.begin(), numbered.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
+  std::vector<BlockFacts> partitions;
+  for (auto& [number, facts] : numbered) {
+    partitions.push_back(std::move(facts));
+  }
+  return partitions;
+}
+
+// The last number of the unit's address "host:channel:target:unit".
+std::uint64_t unitOf(udev_device* disk) {
+  const std::string address = udevSysName(::udev_device_get_parent(disk));
+  return udevNumber(address.substr(address.rfind(':') + 1)).value_or(0);
+}
+
+}  // namespace
+
+std::vector<BlockFacts> DiskFacts::blocks() const {
+  std::vector<BlockFacts> all{disk};
+  all.insert(all.end(), partitions.begin(), partitions.end());
+  return all;
+}
+
+std::optional<DiskFacts> readDisk(std::string_view name) {
+  const UdevContext context(::udev_new());
+  const UdevDevice disk = blockDevice(context.get(), std::string(name));
+  if (!disk || !isWholeDisk(disk.get())) {
+    return std::nullopt;
+  }
+  DiskFacts facts;
+  facts.initialized = ::udev_device_get_is_initialized(disk.get()) != 0;
+  facts.disk = blockFacts(disk.get());
+  facts.partitions = partitionsOf(context.get(), disk.get());
+  facts.sequence = udevNumber(udevAttribute(disk.get(), "diskseq"));
+  facts.usbHandle = usbHandleOf(usbDeviceAbove(disk.get()));
+  facts.vendor = vendorOf(disk.get());
+  facts.size = static_cast<std::int64_t>(udevNumber(udevAttribute(disk.get(), "size")).value_or(0) *
+                                         kSector);
+  return facts;
+}
+
+std::optional<std::string> findDiskBelow(const std::string& usbSysPath) {
+  const UdevContext context(::udev_new());
+  const UdevDevice usb(::udev_device_new_from_syspath(context.get(), usbSysPath.c_str()));
+  if (!usb) {
+    return std::nullopt;
+  }
+  const auto blocks = blocksBelow(context.get(), usb.get());
+  udev_device* lowest = nullptr;
+  for (const auto& device : blocks) {
+    if (isWholeDisk(device.get()) && udevSysPath(usbDeviceAbove(device.get())) == usbSysPath &&
+        (lowest == nullptr || unitOf(device.get()) < unitOf(lowest))) {
+      lowest = device.get();
+    }
+  }
+  if (lowest == nullptr || ::udev_device_get_is_initialized(lowest) == 0) {
+    return std::nullopt;
+  }
+  return udevSysName(lowest);
+}
+
+std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName) {
+  const UdevContext context(::udev_new());
+  const UdevDevice block = blockDevice(context.get(), blockName);
+  return block ? usbHandleOf(usbDeviceAbove(block.get())) : std::nullopt;
+}
+
+}  // namespace fillstation

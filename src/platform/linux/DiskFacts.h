@@ -1,0 +1,51 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fillstation {
+
+// What udev has found on a block device that can be mounted.
+struct FileSystemFacts {
+  std::string type;
+  std::string identifier;            // what tells it from the one before; may be empty
+  std::optional<std::string> label;  // decoded; none when there is none
+};
+
+// A disk or a partition.
+struct BlockFacts {
+  std::string name;  // "sdb", "sdb1"
+  dev_t number = 0;
+  std::optional<FileSystemFacts> fileSystem;
+};
+
+// What the kernel and udev know of a whole disk at one moment. A plain value.
+struct DiskFacts {
+  bool initialized = false;  // udev has looked at it
+  BlockFacts disk;
+  std::vector<BlockFacts> partitions;      // by number
+  std::optional<std::uint64_t> sequence;   // another one for every disk and medium of the name
+  std::optional<std::uint32_t> usbHandle;  // of the nearest USB device above; none without one
+  std::optional<std::string> vendor;       // without padding
+  std::int64_t size = 0;                   // bytes
+
+  // The disk and its partitions.
+  std::vector<BlockFacts> blocks() const;
+};
+
+// Reads them; none when there is no whole disk of that name ("sdb"). Any thread.
+std::optional<DiskFacts> readDisk(std::string_view name);
+
+// The disk of the lowest unit below a USB device, given by its path in sysfs and nearest above the
+// disk; none while there is none, or udev has not looked at that one yet. Any thread.
+std::optional<std::string> findDiskBelow(const std::string& usbSysPath);
+
+// The USB device that a block device of any kind lies below, as above. Any thread.
+std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName);
+
+}  // namespace fillstation

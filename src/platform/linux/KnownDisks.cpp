@@ -1,0 +1,96 @@
+#include "KnownDisks.h"
+
+#include <algorithm>
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::string_view kDeviceFolder = "/dev/";
+constexpr std::string_view kPlayerVendor = "ACTIONS";
+
+}  // namespace
+
+void KnownDisks::found(std::size_t attach, std::uint32_t usbHandle, const std::string& diskName,
+                       std::uint64_t sequence) {
+  const std::scoped_lock guard(lock_);
+  byAttach_[attach] = {usbHandle, diskName, sequence};
+}
+
+void KnownDisks::forget(std::size_t attach) {
+  const std::scoped_lock guard(lock_);
+  byAttach_.erase(attach);
+}
+
+std::optional<std::string> KnownDisks::diskName(std::size_t attach) const {
+  const std::scoped_lock guard(lock_);
+  const auto known = byAttach_.find(attach);
+  return known != byAttach_.end() ? std::optional(known->second.diskName) : std::nullopt;
+}
+
+bool KnownDisks::remembers(const std::string& diskName) const {
+  const std::scoped_lock guard(lock_);
+  return std::any_of(byAttach_.begin(), byAttach_.end(),
+                     [&diskName](const auto& known) { return known.second.diskName == diskName; });
+}
+
+std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity) const {
+  const std::scoped_lock guard(lock_);
+  // The latest attach counts: an earlier one of this handle is leaving.
+  const auto known =
+      std::find_if(byAttach_.rbegin(), byAttach_.rend(), [&identity](const auto& candidate) {
+        return candidate.second.usbHandle == identity.usbHandle;
+      });
+  if (known == byAttach_.rend() ||
+      identity.node != std::string(kDeviceFolder) + known->second.diskName) {
+    return std::nullopt;
+  }
+  return known->second.sequence;
+}
+
+void KnownDisks::willWipe(const DiskIdentity& identity) {
+  const auto sequence = sequenceOf(identity);
+  if (!sequence) {
+    return;
+  }
+  const auto facts = readDisk(identity.node.substr(kDeviceFolder.size()));
+  const std::scoped_lock guard(lock_);
+  auto& identifiers = wiped_[*sequence];
+  for (const auto& block : facts ? facts->blocks() : std::vector<BlockFacts>()) {
+    if (block.fileSystem) {
+      identifiers.insert(block.fileSystem->identifier);
+    }
+  }
+}
+
+bool KnownDisks::isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const {
+  const std::scoped_lock guard(lock_);
+  const auto wiped = wiped_.find(sequence);
+  return wiped != wiped_.end() &&
+         (fileSystem.identifier.empty() || wiped->second.contains(fileSystem.identifier));
+}
+
+std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,
+                                        const std::optional<std::uint64_t>& sequence,
+                                        const std::optional<DiskFacts>& facts,
+                                        const KnownDisks& known) {
+  if (expected.node != std::string(kDeviceFolder) + diskName) {
+    return "The disk is not the one that was asked for.";
+  }
+  if (!facts) {
+    return "The disk has gone.";
+  }
+  if (facts->usbHandle != expected.usbHandle) {
+    return "The disk belongs to another USB device.";
+  }
+  const auto remembered = known.sequenceOf(expected);
+  if (!remembered || facts->sequence != remembered || sequence != remembered) {
+    return "Another disk has taken the name.";
+  }
+  if (facts->vendor != kPlayerVendor) {
+    return "The disk is not a player's.";
+  }
+  return std::nullopt;
+}
+
+}  // namespace fillstation

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "DiskFacts.h"
+#include "DiskSession.h"
+
+namespace fillstation {
+
+// What is remembered of the disks that were found below USB devices, each from its first search
+// until the leaving of its device has been handled: nothing of a device can be looked up once it is
+// gone. The bus fills it; disks, requests and the script runner compare with it. Any thread; lives
+// as long as the program.
+class KnownDisks {
+ public:
+  // A disk of this name and sequence number is below the USB device of the attach event, which has
+  // a number of its own: handles are used again.
+  void found(std::size_t attach, std::uint32_t usbHandle, const std::string& diskName,
+             std::uint64_t sequence);
+  void forget(std::size_t attach);
+
+  // The disk that was found at an attach event; whether some disk is remembered by this name.
+  std::optional<std::string> diskName(std::size_t attach) const;
+  bool remembers(const std::string& diskName) const;
+
+  // The kernel's sequence number of the very disk that was found for this node and USB device; none
+  // when there was none.
+  std::optional<std::uint64_t> sequenceOf(const DiskIdentity& identity) const;
+
+  // To be called right before a player is wiped: from now on the file systems that the system knows
+  // on it are the old ones, whoever still reports them.
+  void willWipe(const DiskIdentity& identity);
+
+  // Whether the file system was there before a wipe of this very disk, or can't be told from one
+  // that was.
+  bool isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const;
+
+ private:
+  struct Known {
+    std::uint32_t usbHandle = 0;
+    std::string diskName;
+    std::uint64_t sequence = 0;
+  };
+
+  mutable std::mutex lock_;
+  std::map<std::size_t, Known> byAttach_;
+  // By the disk's sequence number, which is never used again.
+  std::map<std::uint64_t, std::set<std::string>> wiped_;
+};
+
+// Why the disk of that name, of which these facts (none if it has gone) are known, is not the
+// player that a request is meant for; none when it is. `sequence` is that of the disk that the
+// request was made with. Any thread.
+std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,
+                                        const std::optional<std::uint64_t>& sequence,
+                                        const std::optional<DiskFacts>& facts,
+                                        const KnownDisks& known);
+
+}  // namespace fillstation

@@ -1,0 +1,65 @@
+#include "LinuxDisk.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Url.h"
+
+namespace fillstation {
+
+namespace {
+
+// What a FAT boot sector says in place of a label.
+constexpr const char* kNoLabel = "NO NAME";
+
+std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
+  if (!fileSystem.label && fileSystem.type == "vfat") {
+    return kNoLabel;
+  }
+  return fileSystem.label;
+}
+
+}  // namespace
+
+std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known) {
+  const auto blocks = disk.blocks();
+  const auto volume = std::find_if(blocks.begin(), blocks.end(), [&](const BlockFacts& block) {
+    return block.fileSystem && !(disk.sequence && known.isWiped(*disk.sequence, *block.fileSystem));
+  });
+  return volume != blocks.end() ? std::optional(*volume) : std::nullopt;
+}
+
+LinuxDisk::LinuxDisk(std::string name, const KnownDisks& known, const MountTable& mounts)
+    : name_(std::move(name)), known_(known), mounts_(mounts) {
+  if (const auto facts = readDisk(name_)) {
+    sequence_ = facts->sequence;
+  }
+}
+
+std::optional<DiskDescription> LinuxDisk::copyDescription() {
+  DiskDescription description;
+  const auto facts = readDisk(name_);
+  if (!facts || facts->sequence != sequence_) {
+    return description;
+  }
+  if (!facts->initialized) {
+    return std::nullopt;
+  }
+  if (facts->vendor) {
+    description.deviceVendor = PlatformValue::text(*facts->vendor);
+  }
+  description.mediaSize = PlatformValue::number(facts->size);
+  if (const auto volume = volumeOn(*facts, known_)) {
+    if (const auto name = nameOf(*volume->fileSystem)) {
+      description.volumeName = PlatformValue::text(*name);
+    }
+    const auto paths = mounts_.mountPoints(volume->number);
+    if (!paths.empty()) {
+      description.volumePath =
+          PlatformValue::url(Url::fromPath(paths.front(), true).absoluteString());
+    }
+  }
+  return description;
+}
+
+}  // namespace fillstation

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "DiskFacts.h"
+#include "DiskSession.h"
+#include "KnownDisks.h"
+#include "MountTable.h"
+
+namespace fillstation {
+
+// The block device that a disk's volume is on: the disk itself, or else its first partition, with a
+// file system that is not left over from before a wipe. None while there is none. Any thread.
+std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known);
+
+// A whole disk, described from sysfs, udev's database and the mount table, none of which waits for
+// anybody. Any thread; what it was made with outlives it.
+class LinuxDisk : public Disk {
+ public:
+  // The disk of that name ("sdb") as it is now; gone already when it isn't there.
+  LinuxDisk(std::string name, const KnownDisks& known, const MountTable& mounts);
+
+  std::optional<DiskDescription> copyDescription() override;
+
+  const std::string& name() const { return name_; }
+  // The kernel's sequence number of the disk that this object stands for.
+  std::optional<std::uint64_t> sequence() const { return sequence_; }
+
+ private:
+  const std::string name_;
+  std::optional<std::uint64_t> sequence_;
+  const KnownDisks& known_;
+  const MountTable& mounts_;
+};
+
+}  // namespace fillstation

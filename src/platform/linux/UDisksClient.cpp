@@ -1,0 +1,67 @@
+#include "UDisksClient.h"
+
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QVariantMap>
+#include <limits>
+#include <utility>
+
+#include "Format.h"
+#include "UDisksNames.h"
+
+namespace fillstation {
+
+namespace {
+
+// What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
+constexpr int kNoTimeOut = std::numeric_limits<int>::max();
+
+}  // namespace
+
+void UDisksClient::call(const std::string& path, const char* interface, const char* method,
+                        Callback callback) {
+  const QVariantMap options{{QString::fromLatin1(udisks::kNoUserInteraction), true}};
+  send(path, interface, method, {options}, std::move(callback));
+}
+
+void UDisksClient::getObjects(Callback callback) {
+  send(udisks::kRoot, udisks::kObjectManager, udisks::kGetManagedObjects, {}, std::move(callback));
+}
+
+std::string UDisksClient::blockPath(const std::string& blockName) {
+  return udisks::kBlockPrefix + blockName;
+}
+
+void UDisksClient::send(const std::string& path, const char* interface, const char* method,
+                        const QVariantList& arguments, Callback callback) {
+  auto message = QDBusMessage::createMethodCall(
+      QString::fromLatin1(udisks::kService), QString::fromStdString(path),
+      QString::fromLatin1(interface), QString::fromLatin1(method));
+  message.setArguments(arguments);
+  auto* const watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message, kNoTimeOut), &calls_);
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                   [this, watcher, callback = std::move(callback)] {
+                     watcher->deleteLater();
+                     if (watcher->isError()) {
+                       const UDisksFailure failure = failureOf(watcher->error());
+                       callback(&failure, {});
+                     } else {
+                       callback(nullptr, watcher->reply().arguments());
+                     }
+                   });
+}
+
+UDisksFailure UDisksClient::failureOf(const QDBusError& error) {
+  const std::string name = error.name().toStdString();
+  const UDisksFailure failure{udisksErrorOf(name), name + ": " + error.message().toStdString()};
+  if (failure.error == UDisksError::serviceGone) {
+    log_.write(formatText("UDisks2 can't be reached: %@\n", failure.text));
+  } else if (failure.error == UDisksError::unknown) {
+    log_.write(formatText("UDisks2 failed: %@\n", failure.text));
+  }
+  return failure;
+}
+
+}  // namespace fillstation

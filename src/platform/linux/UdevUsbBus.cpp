@@ -1,0 +1,140 @@
+#include "UdevUsbBus.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::string_view kDeviceClass = "IOUSBDevice";
+constexpr const char* kSubsystem = "usb";
+// Whole devices; their interfaces are of this subsystem too.
+constexpr const char* kDeviceType = "usb_device";
+
+}  // namespace
+
+UdevUsbBus::UdevUsbBus(KnownDisks& disks, const StopSource& stop) : disks_(disks), queue_(stop) {
+  attach_->onWalked = [this](const auto&) { updateBusy(); };
+  detach_->onWalked = [this](const UsbArrivals::Devices& handled) {
+    for (const auto& device : handled) {
+      disks_.forget(device->attach());
+    }
+    updateBusy();
+  };
+}
+
+// Whoever keeps an iterator may still walk it.
+UdevUsbBus::~UdevUsbBus() {
+  attach_->onWalked = [](const auto&) {};
+  detach_->onWalked = [](const auto&) {};
+}
+
+bool UdevUsbBus::open(std::string_view className) {
+  if (className != kDeviceClass || !listen()) {
+    return false;
+  }
+  // After the monitor, so that nobody who comes meanwhile is missed.
+  enumerate();
+  return true;
+}
+
+bool UdevUsbBus::listen() {
+  context_.reset(::udev_new());
+  monitor_.reset(::udev_monitor_new_from_netlink(context_.get(), "udev"));
+  if (!monitor_ ||
+      ::udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), kSubsystem, kDeviceType) <
+          0 ||
+      ::udev_monitor_enable_receiving(monitor_.get()) < 0) {
+    return false;
+  }
+  wake_ = std::make_unique<QSocketNotifier>(::udev_monitor_get_fd(monitor_.get()),
+                                            QSocketNotifier::Read);
+  QObject::connect(wake_.get(), &QSocketNotifier::activated, wake_.get(), [this] { takeEvents(); });
+  return true;
+}
+
+void UdevUsbBus::enumerate() {
+  const UdevEnumeration enumeration(::udev_enumerate_new(context_.get()));
+  ::udev_enumerate_add_match_subsystem(enumeration.get(), kSubsystem);
+  ::udev_enumerate_add_match_property(enumeration.get(), "DEVTYPE", kDeviceType);
+  // The others' events are still to come.
+  ::udev_enumerate_add_match_is_initialized(enumeration.get());
+  for (const auto& device : udevDevices(context_.get(), enumeration.get())) {
+    arrive(device.get());
+  }
+}
+
+void UdevUsbBus::takeEvents() {
+  while (const UdevDevice device{::udev_monitor_receive_device(monitor_.get())}) {
+    const std::string_view action = ::udev_device_get_action(device.get());
+    if (action == "add") {
+      arrive(device.get());
+    } else if (action == "remove") {
+      leave(device.get());
+    }
+  }
+}
+
+void UdevUsbBus::arrive(udev_device* device) {
+  const auto handle = usbHandleOf(device);
+  if (!handle || !portName(*handle).empty()) {
+    return;
+  }
+  auto arrived = std::make_shared<UdevUsbDevice>(++attaches_, *handle, device, disks_);
+  present_.push_back(arrived);
+  if (attach_->isWatched()) {
+    notify(*attach_, std::move(arrived));
+  } else {
+    attach_->add(std::move(arrived));
+  }
+}
+
+void UdevUsbBus::leave(udev_device* device) {
+  const auto handle = usbHandleOf(device);
+  const auto left = std::find_if(present_.begin(), present_.end(), [&handle](const auto& present) {
+    return present->handle() == handle;
+  });
+  if (left == present_.end()) {
+    return;
+  }
+  (*left)->leave();
+  notify(*detach_, std::move(*left));
+  present_.erase(left);
+}
+
+void UdevUsbBus::notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device) {
+  queue_.post([this, &side, device = std::move(device)] {
+    side.add(device);
+    if (side.isWatched()) {
+      side.notify();
+      updateBusy();
+    }
+  });
+}
+
+std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watch(const std::shared_ptr<UsbArrivals>& side,
+                                                     Notification notification) {
+  side->watch(std::move(notification));
+  updateBusy();
+  return side;
+}
+
+std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watchAttach(Notification notification) {
+  return watch(attach_, std::move(notification));
+}
+
+std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watchDetach(Notification notification) {
+  return watch(detach_, std::move(notification));
+}
+
+std::string UdevUsbBus::portName(std::uint32_t handle) const {
+  const auto found = std::find_if(present_.begin(), present_.end(), [handle](const auto& present) {
+    return present->handle() == handle;
+  });
+  return found != present_.end() ? (*found)->portName() : std::string();
+}
+
+void UdevUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }
+
+}  // namespace fillstation

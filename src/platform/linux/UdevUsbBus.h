@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QSocketNotifier>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KnownDisks.h"
+#include "StopSource.h"
+#include "Udev.h"
+#include "UdevUsbDevice.h"
+#include "UsbArrivals.h"
+#include "UsbBus.h"
+#include "UsbEventQueue.h"
+
+namespace fillstation {
+
+// The USB bus as udev shows it. Events are taken in when the monitor's descriptor wakes the main
+// loop and wait in the queue for their turn. Main thread; disks and stop source outlive it.
+class UdevUsbBus : public UsbBus {
+ public:
+  UdevUsbBus(KnownDisks& disks, const StopSource& stop);
+  ~UdevUsbBus() override;
+  UdevUsbBus(const UdevUsbBus&) = delete;
+  UdevUsbBus& operator=(const UdevUsbBus&) = delete;
+
+  bool open(std::string_view className) override;
+  std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
+  std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
+  void hold() override { queue_.hold(); }
+  void resume() override { queue_.resume(); }
+
+  // The kernel's name of the port ("1-2.4") that a present device is plugged into; empty when there
+  // is no such device.
+  std::string portName(std::uint32_t handle) const;
+
+ private:
+  bool listen();
+  void enumerate();
+  void takeEvents();
+  void arrive(udev_device* device);
+  void leave(udev_device* device);
+  std::shared_ptr<UsbDeviceIterator> watch(const std::shared_ptr<UsbArrivals>& side,
+                                           Notification notification);
+  void notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device);
+  void updateBusy();
+
+  KnownDisks& disks_;
+  UsbEventQueue queue_;
+  UdevContext context_;
+  UdevMonitor monitor_;
+  std::unique_ptr<QSocketNotifier> wake_;
+  UsbArrivals::Devices present_;
+  std::size_t attaches_ = 0;
+  std::shared_ptr<UsbArrivals> attach_ = std::make_shared<UsbArrivals>();
+  std::shared_ptr<UsbArrivals> detach_ = std::make_shared<UsbArrivals>();
+};
+
+}  // namespace fillstation

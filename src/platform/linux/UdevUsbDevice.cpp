@@ -1,0 +1,67 @@
+#include "UdevUsbDevice.h"
+
+#include "DiskFacts.h"
+#include "StringDescriptors.h"
+
+namespace fillstation {
+
+namespace {
+
+constexpr const char* kDeviceClass = "IOUSBDevice";
+constexpr const char* kHubClass = "IOUSBHubDevice";
+// The class field of a hub's device descriptor.
+constexpr std::uint64_t kUsbHub = 9;
+
+std::string stringOf(udev_device* device, const char* attribute) {
+  return udevAttribute(device, attribute).value_or("");
+}
+
+}  // namespace
+
+UdevUsbDevice::UdevUsbDevice(std::size_t attach, std::uint32_t handle, udev_device* device,
+                             KnownDisks& disks)
+    : attach_(attach),
+      handle_(handle),
+      sysPath_(udevSysPath(device)),
+      portName_(udevSysName(device)),
+      product_(stringOf(device, "product")),
+      isHub_(udevNumber(udevAttribute(device, "bDeviceClass"), 16) == kUsbHub),
+      disks_(disks) {}
+
+bool UdevUsbDevice::conformsTo(std::string_view className) const {
+  return className == kDeviceClass;
+}
+
+std::string UdevUsbDevice::className() const { return isHub_ ? kHubClass : kDeviceClass; }
+
+std::string UdevUsbDevice::registryName() const {
+  return product_.empty() ? kDeviceClass : product_;
+}
+
+std::optional<std::string> UdevUsbDevice::searchDiskName() const {
+  if (!present_) {
+    return disks_.diskName(attach_);
+  }
+  const auto name = findDiskBelow(sysPath_);
+  const auto facts = name ? readDisk(*name) : std::nullopt;
+  if (!facts || !facts->sequence || facts->usbHandle != handle_) {
+    return std::nullopt;
+  }
+  disks_.found(attach_, handle_, *name, *facts->sequence);
+  return name;
+}
+
+std::shared_ptr<UsbDeviceInterface> UdevUsbDevice::openInterface() const {
+  const UdevContext context(::udev_new());
+  const UdevDevice device(::udev_device_new_from_syspath(context.get(), sysPath_.c_str()));
+  // Another device may be on the port by now.
+  if (usbHandleOf(device.get()) != handle_) {
+    return nullptr;
+  }
+  const auto release = udevNumber(udevAttribute(device.get(), "bcdDevice"), 16).value_or(0);
+  return std::make_shared<StringDescriptors>(
+      stringOf(device.get(), "manufacturer"), stringOf(device.get(), "product"),
+      stringOf(device.get(), "serial"), static_cast<std::uint16_t>(release));
+}
+
+}  // namespace fillstation
