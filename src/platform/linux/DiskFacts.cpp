@@ -57,7 +57,8 @@ BlockFacts blockFacts(udev_device* device) {
 }
 
 std::optional<std::string> vendorOf(udev_device* disk) {
-  auto vendor = udevAttribute(disk, "device/vendor");
+  // The disk's parent is its unit.
+  auto vendor = udevAttribute(::udev_device_get_parent(disk), "vendor");
   if (vendor) {
     vendor->erase(vendor->find_last_not_of(' ') + 1);
   }

@@ -30,12 +30,9 @@ class UdevUsbBus : public UsbBus {
   bool open(std::string_view className) override;
   std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
+  std::string portName(std::uint32_t handle) const override;
   void hold() override { queue_.hold(); }
   void resume() override { queue_.resume(); }
-
-  // The kernel's name of the port ("1-2.4") that a present device is plugged into; empty when there
-  // is no such device.
-  std::string portName(std::uint32_t handle) const;
 
  private:
   bool listen();

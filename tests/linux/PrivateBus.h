@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <QString>
+#include <string>
+
+#include "TempFolder.h"
+
+namespace fillstation::test {
+
+// A D-Bus of the test's own, as it is until it is stopped. Main thread.
+class PrivateBus {
+ public:
+  PrivateBus();
+  ~PrivateBus();
+  PrivateBus(const PrivateBus&) = delete;
+  PrivateBus& operator=(const PrivateBus&) = delete;
+
+  // A new connection of that name, closed by disconnect() or with the bus.
+  QDBusConnection connect(const QString& name);
+  // The whole bus goes.
+  void stop();
+
+ private:
+  TempFolder folder_;
+  QProcess daemon_;
+  QString address_;
+  QStringList connections_;
+};
+
+}  // namespace fillstation::test
