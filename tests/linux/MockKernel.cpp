@@ -22,7 +22,15 @@ std::vector<char*> listOf(MockKernel::Properties& values) {
   return list;
 }
 
+std::uint32_t minorOf(std::uint32_t bus, std::uint32_t number) {
+  return (bus - 1) * 128 + number - 1;
+}
+
 }  // namespace
+
+std::string MockKernel::usbDatabaseId(std::uint32_t bus, std::uint32_t number) {
+  return "c189:" + std::to_string(minorOf(bus, number));
+}
 
 MockKernel::MockKernel() : testbed_(::umockdev_testbed_new()) {
   gchar* const sys = ::umockdev_testbed_get_sys_dir(testbed_);
@@ -54,9 +62,11 @@ std::string MockKernel::add(const std::string& subsystem, const std::string& nam
 
 std::string MockKernel::addUsb(const std::string& portName, std::uint32_t bus, std::uint32_t number,
                                const Properties& attributes, const std::string& parent) {
-  setUdevDatabase("+usb:" + portName, {});
+  setUdevDatabase(usbDatabaseId(bus, number), {});
   return add("usb", portName, parent, attributes,
              {{"DEVTYPE", "usb_device"},
+              {"MAJOR", "189"},
+              {"MINOR", std::to_string(minorOf(bus, number))},
               {"BUSNUM", std::to_string(1000 + bus).substr(1)},
               {"DEVNUM", std::to_string(1000 + number).substr(1)}});
 }

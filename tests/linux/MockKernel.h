@@ -35,6 +35,8 @@ class MockKernel {
                      const Properties& attributes, const std::string& parent = "");
   // Has udev tell of a device.
   void tell(const std::string& sysPath, const std::string& action);
+  // A USB device's place in udev's database.
+  static std::string usbDatabaseId(std::uint32_t bus, std::uint32_t number);
   // Marks it as one that udev has looked at, with what it has found.
   void setUdevDatabase(const std::string& id, const Properties& found);
   void removeUdevDatabase(const std::string& id);

@@ -24,13 +24,15 @@ constexpr const char* kRoot = "/org/freedesktop/UDisks2";
 StandInUDisks::StandInUDisks(const QDBusConnection& connection) : connection_(connection) {
   qDBusRegisterMetaType<Interfaces>();
   qDBusRegisterMetaType<Objects>();
-  connection_.registerVirtualObject(kRoot, this, QDBusConnection::SubPath);
-  appear();
+  connection_->registerVirtualObject(kRoot, this, QDBusConnection::SubPath);
+  connection_->registerService(kService);
 }
 
-void StandInUDisks::appear() { connection_.registerService(kService); }
-
-void StandInUDisks::vanish() { QDBusConnection::disconnectFromBus(connection_.name()); }
+void StandInUDisks::vanish() {
+  const QString name = connection_->name();
+  connection_.reset();
+  QDBusConnection::disconnectFromBus(name);
+}
 
 std::string StandInUDisks::drivePath(const std::string& drive) {
   return drive.empty() ? "/" : std::string(kRoot) + "/drives/" + drive;

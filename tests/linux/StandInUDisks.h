@@ -57,8 +57,7 @@ class StandInUDisks : public QDBusVirtualObject {
   // The names of the members called, in order.
   std::vector<std::string> members() const;
 
-  // UDisks2 comes and goes.
-  void appear();
+  // UDisks2 dies.
   void vanish();
 
   static std::string drivePath(const std::string& drive);
@@ -70,7 +69,7 @@ class StandInUDisks : public QDBusVirtualObject {
   UDisksAnswer answer(const UDisksCall& call);
   QVariantList objects() const;
 
-  QDBusConnection connection_;
+  std::optional<QDBusConnection> connection_;
 };
 
 }  // namespace fillstation::test

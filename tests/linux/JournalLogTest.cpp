@@ -1,0 +1,116 @@
+#include "JournalLog.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "FileHandle.h"
+#include "TempFolder.h"
+
+namespace fillstation::test {
+
+class JournalLogTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ::unsetenv("JOURNAL_STREAM"); }
+  void TearDown() override {
+    ::unsetenv("JOURNAL_STREAM");
+    std::fclose(stream);
+  }
+
+  // A journal that takes entries at the socket.
+  void listen() {
+    journal = FileHandle(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::bind(journal.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  }
+  // The next entry, empty for none.
+  std::string entry() const {
+    std::array<char, 4096> buffer;
+    const ssize_t count = ::recv(journal.get(), buffer.data(), buffer.size(), 0);
+    return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+  }
+  std::string streamed() const { return contentOf(folder.path("stream")); }
+  void sayStreamIsJournal(unsigned int offset = 0) const {
+    struct stat status {};
+    ::fstat(::fileno(stream), &status);
+    const std::string name =
+        std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino + offset);
+    ::setenv("JOURNAL_STREAM", name.c_str(), 1);
+  }
+
+  TempFolder folder;
+  const std::string socketPath = folder.path("socket");
+  FileHandle journal;
+  std::FILE* const stream = std::fopen(folder.path("stream").c_str(), "w");
+};
+
+TEST_F(JournalLogTest, TheJournalGetsTheExactBytes) {
+  listen();
+  JournalLog log(stream, socketPath);
+  using std::string_literals::operator""s;
+  const std::string text = "\nDevice \x01\0 mounted\n"s;
+  log.write(text);
+  EXPECT_EQ(entry(), "SYSLOG_IDENTIFIER=fillstation\nMESSAGE\n\x13\0\0\0\0\0\0\0"s + text + "\n");
+  EXPECT_EQ(entry(), "");
+}
+
+TEST_F(JournalLogTest, ALongTextsLengthHasEveryByte) {
+  listen();
+  JournalLog log(stream, socketPath);
+  log.write(std::string(0x0304, 'x'));
+  const std::string whole = entry();
+  ASSERT_EQ(whole.size(), 30 + 8 + 8 + 0x0304 + 1U);
+  EXPECT_EQ(whole.substr(38, 8), std::string("\x04\x03\0\0\0\0\0\0", 8));
+}
+
+TEST_F(JournalLogTest, TheStreamGetsEachTextAsWell) {
+  listen();
+  JournalLog log(stream, socketPath);
+  log.write("one");
+  log.write("two\n");
+  EXPECT_EQ(streamed(), "one\ntwo\n\n");
+}
+
+TEST_F(JournalLogTest, AStreamThatIsTheJournalDoesNotGetItTwice) {
+  listen();
+  sayStreamIsJournal();
+  JournalLog log(stream, socketPath);
+  log.write("one");
+  EXPECT_EQ(streamed(), "");
+  EXPECT_NE(entry(), "");
+}
+
+TEST_F(JournalLogTest, AnotherStreamThanTheJournalsGetsItToo) {
+  listen();
+  sayStreamIsJournal(1);
+  JournalLog log(stream, socketPath);
+  log.write("one");
+  EXPECT_EQ(streamed(), "one\n");
+  EXPECT_NE(entry(), "");
+}
+
+TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverything) {
+  JournalLog log(stream, socketPath);
+  log.write("one");
+  sayStreamIsJournal();
+  JournalLog connected(stream, socketPath);
+  connected.write("two");
+  EXPECT_EQ(streamed(), "one\ntwo\n");
+}
+
+TEST_F(JournalLogTest, AJournalThatComesLaterIsUsed) {
+  JournalLog log(stream, socketPath);
+  log.write("one");
+  listen();
+  log.write("two");
+  EXPECT_TRUE(entry().ends_with("two\n"));
+  EXPECT_EQ(entry(), "");
+}
+
+}  // namespace fillstation::test

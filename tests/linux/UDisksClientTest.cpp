@@ -1,0 +1,123 @@
+#include "UDisksClient.h"
+
+#include "DBusTimeOuts.h"
+#include "UDisksTest.h"
+
+namespace fillstation::test {
+
+class UDisksClientTest : public UDisksTest {};
+
+TEST_F(UDisksClientTest, NoCallHasATimeOut) {
+  const auto identity = rig.plugIn("a");
+  rig.machine.mount(player().minor, "x");
+  takeDBusTimeOuts();
+  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
+  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  EXPECT_EQ(ask(&DiskSession::eject, identity), "");
+  // The number that libdbus takes for "never".
+  EXPECT_EQ(takeDBusTimeOuts(), std::vector<int>(5, 0x7FFFFFFF));
+}
+
+TEST_F(UDisksClientTest, ASilentServiceIsWaitedFor) {
+  const auto identity = rig.plugIn("a");
+  const auto other = rig.plugIn("b");
+  answer({silence()});
+  const auto outcome = send(&DiskSession::mount, identity);
+  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
+  EXPECT_EQ(ask(&DiskSession::mount, other), "");
+  EXPECT_FALSE(outcome->completed);
+}
+
+TEST_F(UDisksClientTest, NothingIsEverAskedOfTheUser) {
+  const auto identity = rig.plugIn("a");
+  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  const QVariantMap options{{"auth.no_user_interaction", true}};
+  EXPECT_EQ(rig.udisks.calls,
+            std::vector<UDisksCall>(
+                {{"/org/freedesktop/UDisks2/block_devices/sdb", "Filesystem.Mount", options}}));
+}
+
+TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALine) {
+  const auto identity = rig.plugIn("a");
+  rig.udisks.vanish();
+  EXPECT_TRUE(ask(&DiskSession::mount, identity)
+                  .starts_with("org.freedesktop.DBus.Error.ServiceUnknown: "));
+  const auto texts = rig.log.texts();
+  ASSERT_EQ(texts.size(), 1U);
+  EXPECT_TRUE(texts[0].starts_with(
+      "UDisks2 can't be reached: org.freedesktop.DBus.Error.ServiceUnknown: "));
+  EXPECT_TRUE(texts[0].ends_with("\n"));
+}
+
+TEST_F(UDisksClientTest, AServiceThatVanishesMidRequestIsADissenterAndALine) {
+  const auto identity = rig.plugIn("a");
+  answer({silence()});
+  const auto outcome = send(&DiskSession::mount, identity);
+  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
+  rig.udisks.vanish();
+  runLoopUntil([&] { return outcome->completed; });
+  EXPECT_TRUE(outcome->refused.starts_with("org.freedesktop.DBus.Error.NoReply: "));
+  const auto texts = rig.log.texts();
+  ASSERT_EQ(texts.size(), 1U);
+  EXPECT_EQ(texts[0], "UDisks2 can't be reached: " + outcome->refused + "\n");
+}
+
+TEST_F(UDisksClientTest, AServiceThatComesBackIsAskedAgain) {
+  const auto identity = rig.plugIn("a");
+  rig.udisks.vanish();
+  EXPECT_NE(ask(&DiskSession::mount, identity), "");
+  StandInUDisks again(rig.bus.connect("stand-in again"));
+  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
+}
+
+TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALine) {
+  const auto identity = rig.plugIn("a");
+  answer({silence()});
+  const auto outcome = send(&DiskSession::mount, identity);
+  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
+  rig.bus.stop();
+  runLoopUntil([&] { return outcome->completed; });
+  EXPECT_NE(outcome->refused, "");
+  EXPECT_EQ(rig.log.texts().size(), 1U);
+  EXPECT_NE(ask(&DiskSession::mount, identity), "");
+  EXPECT_EQ(rig.log.texts().size(), 2U);
+}
+
+TEST_F(UDisksClientTest, AnUnknownErrorIsLoggedAsItCame) {
+  const auto identity = rig.plugIn("a");
+  answer({error("com.example.Odd")});
+  EXPECT_EQ(ask(&DiskSession::mount, identity), "com.example.Odd: So it is.");
+  EXPECT_EQ(rig.log.texts(), Members({"UDisks2 failed: com.example.Odd: So it is.\n"}));
+}
+
+TEST_F(UDisksClientTest, AKnownErrorIsNotLogged) {
+  const auto identity = rig.plugIn("a");
+  answer({error(kBusy)});
+  EXPECT_EQ(ask(&DiskSession::mount, identity), std::string(kBusy) + ": So it is.");
+  EXPECT_EQ(rig.log.texts(), Members());
+}
+
+TEST(UDisksErrorTest, EveryNameHasItsMeaning) {
+  const std::map<std::string, UDisksError> meanings{
+      {"org.freedesktop.UDisks2.Error.AlreadyMounted", UDisksError::alreadyMounted},
+      {"org.freedesktop.UDisks2.Error.NotMounted", UDisksError::notMounted},
+      {"org.freedesktop.UDisks2.Error.DeviceBusy", UDisksError::refused},
+      {"org.freedesktop.UDisks2.Error.Failed", UDisksError::refused},
+      {"org.freedesktop.UDisks2.Error.NotAuthorized", UDisksError::refused},
+      {"org.freedesktop.DBus.Error.UnknownMethod", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.UnknownObject", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.UnknownInterface", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.ServiceUnknown", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.NoReply", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.Disconnected", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.Spawn.ChildExited", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.Timeout", UDisksError::unknown},
+      {"org.freedesktop.UDisks2.Error", UDisksError::unknown},
+      {"", UDisksError::unknown}};
+  for (const auto& [name, meaning] : meanings) {
+    EXPECT_EQ(udisksErrorOf(name), meaning) << name;
+  }
+}
+
+}  // namespace fillstation::test
