@@ -70,6 +70,12 @@ TEST_F(DiskFactsTest, ADiskOfTheMachineItselfHasNoUsbDevice) {
   EXPECT_EQ(facts->size, 4096);
 }
 
+TEST_F(DiskFactsTest, ADiskWithoutASizeIsEmpty) {
+  machine.kernel.add("block", "vda", "", {},
+                     {{"DEVTYPE", "disk"}, {"MAJOR", "254"}, {"MINOR", "0"}});
+  EXPECT_EQ(readDisk("vda")->size, 0);
+}
+
 TEST_F(DiskFactsTest, AFileSystemIsWhatUdevSays) {
   machine.player("a").fileSystem = MockFileSystem{"ext4", "ID-1", "A\\x20B\\x5c\\xc3\\xa4\\x7e"};
   machine.plug("a");

@@ -1,6 +1,7 @@
 #include "UdevUsbBus.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "MainLoop.h"
 #include "MockMachine.h"
@@ -55,15 +56,33 @@ TEST_F(UdevUsbBusTest, TheHandleIsMadeOfBusAndDeviceNumber) {
 
 TEST_F(UdevUsbBusTest, InterfacesAndOtherDevicesAreNone) {
   const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  machine.kernel.add("usb", "1-2:1.0", usb, {}, {{"DEVTYPE", "usb_interface"}});
-  machine.kernel.setUdevDatabase("+usb:1-2:1.0", {});
-  machine.kernel.add("net", "eth0", "", {}, {{"DEVTYPE", "usb_device"}, {"IFINDEX", "2"}});
-  machine.kernel.setUdevDatabase("n2", {});
+  const auto add = [&](const char* subsystem, const char* name, const char* type, int minor) {
+    machine.kernel.setUdevDatabase("c189:" + std::to_string(minor), {});
+    return machine.kernel.add(subsystem, name, usb, {},
+                              {{"DEVTYPE", type},
+                               {"BUSNUM", "001"},
+                               {"DEVNUM", std::to_string(minor)},
+                               {"MAJOR", "189"},
+                               {"MINOR", std::to_string(minor)}});
+  };
+  add("usb", "1-2:1.0", "usb_interface", 70);
+  add("net", "eth0", "usb_device", 71);
   EXPECT_EQ(onlyDevice()->handle(), 0x10002U);
-  const auto later = machine.kernel.add("usb", "1-2:1.1", usb, {}, {{"DEVTYPE", "usb_interface"}});
-  machine.kernel.tell(later, "add");
+  machine.kernel.tell(add("usb", "1-2:1.1", "usb_interface", 72), "add");
+  machine.kernel.tell(add("net", "eth1", "usb_device", 73), "add");
   runLoopDry();
   EXPECT_TRUE(arrived.empty());
+}
+
+TEST_F(UdevUsbBusTest, ABusThatCannotBeListenedToIsNotOpened) {
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  const bool opened = bus.open("IOUSBDevice");
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_FALSE(opened);
+  EXPECT_TRUE(bus.open("IOUSBDevice"));
 }
 
 TEST_F(UdevUsbBusTest, ADeviceThatUdevHasNotLookedAtComesWhenItHas) {

@@ -18,9 +18,7 @@ void DiskOrder::beginFirst(const std::string& diskName) {
     work([this, diskName] {
       auto& works = waiting_[diskName];
       works.pop_front();
-      if (works.empty()) {
-        waiting_.erase(diskName);
-      } else {
+      if (!works.empty()) {
         beginFirst(diskName);
       }
     });

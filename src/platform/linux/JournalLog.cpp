@@ -56,7 +56,7 @@ bool JournalLog::reachesJournal(std::string_view text) const {
   address.sun_family = AF_UNIX;
   socketPath_.copy(address.sun_path, sizeof(address.sun_path) - 1);
   const std::string entry = entryOf(text);
-  return ::sendto(socket.get(), entry.data(), entry.size(), MSG_NOSIGNAL,
+  return ::sendto(socket.get(), entry.data(), entry.size(), 0,
                   reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0;
 }
 

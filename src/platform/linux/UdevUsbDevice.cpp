@@ -9,8 +9,8 @@ namespace {
 
 constexpr const char* kDeviceClass = "IOUSBDevice";
 constexpr const char* kHubClass = "IOUSBHubDevice";
-// The class field of a hub's device descriptor.
-constexpr std::uint64_t kUsbHub = 9;
+// The class field of a hub's device descriptor, in sysfs.
+constexpr const char* kUsbHub = "09";
 
 std::string stringOf(udev_device* device, const char* attribute) {
   return udevAttribute(device, attribute).value_or("");
@@ -25,7 +25,7 @@ UdevUsbDevice::UdevUsbDevice(std::size_t attach, std::uint32_t handle, udev_devi
       sysPath_(udevSysPath(device)),
       portName_(udevSysName(device)),
       product_(stringOf(device, "product")),
-      isHub_(udevNumber(udevAttribute(device, "bDeviceClass"), 16) == kUsbHub),
+      isHub_(stringOf(device, "bDeviceClass") == kUsbHub),
       disks_(disks) {}
 
 bool UdevUsbDevice::conformsTo(std::string_view className) const {
