@@ -1,9 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
 #include <QDBusConnection>
-#include <QProcess>
 #include <QString>
-#include <string>
+#include <QStringList>
 
 #include "TempFolder.h"
 
@@ -24,7 +24,7 @@ class PrivateBus {
 
  private:
   TempFolder folder_;
-  QProcess daemon_;
+  pid_t daemon_ = 0;
   QString address_;
   QStringList connections_;
 };
