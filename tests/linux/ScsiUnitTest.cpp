@@ -1,6 +1,7 @@
 #include "ScsiUnit.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <scsi/sg.h>
@@ -27,6 +28,8 @@ struct MockUnit {
   int direction = 0;
   char interfaceId = 0;
   unsigned int timeOut = 0;
+  bool opensWithoutMedium = false;
+  bool isInherited = true;
 };
 
 MockUnit unit;
@@ -61,6 +64,8 @@ TEST_F(ScsiUnitTest, TheMediumIsEjected) {
   EXPECT_EQ(unit.direction, SG_DXFER_NONE);
   EXPECT_EQ(unit.interfaceId, 'S');
   EXPECT_EQ(unit.timeOut, 30'000U);
+  EXPECT_TRUE(unit.opensWithoutMedium);
+  EXPECT_FALSE(unit.isInherited);
 }
 
 TEST_F(ScsiUnitTest, AnotherDiskIsLeftAlone) {
@@ -105,6 +110,8 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
     return unit.sequenceResult;
   }
   if (unit.present && request == SG_IO) {
+    unit.opensWithoutMedium = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+    unit.isInherited = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0;
     return fillstation::test::answerTo(*static_cast<sg_io_hdr*>(argument));
   }
   return next(descriptor, request, argument);

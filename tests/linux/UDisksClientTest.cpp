@@ -1,11 +1,23 @@
 #include "UDisksClient.h"
 
+#include <QDBusConnectionInterface>
+
 #include "DBusTimeOuts.h"
 #include "UDisksTest.h"
 
 namespace fillstation::test {
 
-class UDisksClientTest : public UDisksTest {};
+class UDisksClientTest : public UDisksTest {
+ protected:
+  // UDisks2 dies, and the bus knows it.
+  void loseService() {
+    rig.udisks.vanish();
+    const auto witness = rig.bus.connect("witness");
+    runLoopUntil([&] {
+      return !witness.interface()->isServiceRegistered("org.freedesktop.UDisks2").value();
+    });
+  }
+};
 
 TEST_F(UDisksClientTest, NoCallHasATimeOut) {
   const auto identity = rig.plugIn("a");
@@ -39,7 +51,7 @@ TEST_F(UDisksClientTest, NothingIsEverAskedOfTheUser) {
 
 TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALine) {
   const auto identity = rig.plugIn("a");
-  rig.udisks.vanish();
+  loseService();
   EXPECT_TRUE(ask(&DiskSession::mount, identity)
                   .starts_with("org.freedesktop.DBus.Error.ServiceUnknown: "));
   const auto texts = rig.log.texts();
@@ -64,7 +76,7 @@ TEST_F(UDisksClientTest, AServiceThatVanishesMidRequestIsADissenterAndALine) {
 
 TEST_F(UDisksClientTest, AServiceThatComesBackIsAskedAgain) {
   const auto identity = rig.plugIn("a");
-  rig.udisks.vanish();
+  loseService();
   EXPECT_NE(ask(&DiskSession::mount, identity), "");
   StandInUDisks again(rig.bus.connect("stand-in again"));
   EXPECT_EQ(ask(&DiskSession::mount, identity), "");

@@ -1,8 +1,8 @@
 #include "DiskFacts.h"
 
-#include <algorithm>
 #include <charconv>
-#include <tuple>
+#include <map>
+#include <utility>
 
 #include "Udev.h"
 
@@ -73,16 +73,14 @@ std::vector<UdevDevice> blocksBelow(udev* context, udev_device* above) {
 }
 
 std::vector<BlockFacts> partitionsOf(udev* context, udev_device* disk) {
-  std::vector<std::pair<std::uint64_t, BlockFacts>> numbered;
+  std::map<std::uint64_t, BlockFacts> byNumber;
   for (const auto& device : blocksBelow(context, disk)) {
     if (const auto number = udevNumber(udevAttribute(device.get(), "partition"))) {
-      numbered.emplace_back(*number, blockFacts(device.get()));
+      byNumber[*number] = blockFacts(device.get());
     }
   }
-  std::sort(numbered.begin(), numbered.end(),
-            [](const auto& left, const auto& right) { return left.first < right.first; });
   std::vector<BlockFacts> partitions;
-  for (auto& [number, facts] : numbered) {
+  for (auto& [number, facts] : byNumber) {
     partitions.push_back(std::move(facts));
   }
   return partitions;

@@ -39,10 +39,10 @@ std::optional<DriveFacts> driveOf(const std::string& blockName, const QVariantLi
   if (!all.contains(path)) {
     return std::nullopt;
   }
-  DriveFacts drive;
-  drive.path = path.path().toStdString();
-  drive.ejectable = property(all.value(path), udisks::kDrive, udisks::kEjectable).toBool();
-  drive.canPowerOff = property(all.value(path), udisks::kDrive, udisks::kCanPowerOff).toBool();
+  DriveFacts drive{path.path().toStdString(),
+                   property(all.value(path), udisks::kDrive, udisks::kEjectable).toBool(),
+                   property(all.value(path), udisks::kDrive, udisks::kCanPowerOff).toBool(),
+                   {}};
   for (const auto& interfaces : all) {
     if (drivePathOf(interfaces) == path) {
       drive.blockNames.push_back(blockNameOf(interfaces));

@@ -10,8 +10,8 @@ namespace fillstation {
 // A drive object of UDisks2. Sticks with equal or missing serial numbers share one. A plain value.
 struct DriveFacts {
   std::string path;  // its object
-  bool ejectable = false;
-  bool canPowerOff = false;
+  bool ejectable;
+  bool canPowerOff;
   std::vector<std::string> blockNames;  // of everything that has this drive: "sdb", "sdb1"
 };
 
