@@ -1,0 +1,94 @@
+#include "PolkitScriptRunner.h"
+
+#include <utility>
+#include <variant>
+
+#include "GuardScript.h"
+#include "Platform.h"
+#include "PlayerCommand.h"
+#include "ScriptCompiler.h"
+
+namespace fillstation {
+
+namespace {
+
+ScriptOutcome failure(std::int64_t number, std::string message) {
+  return {std::nullopt, number, std::move(message)};
+}
+
+// The name by which the tools know the disk that the guard holds open.
+constexpr std::string_view kHeldNode = "/dev/fd/9";
+
+std::string replaced(std::string text, std::string_view from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
+  if (reply.exitStatus == 0) {
+    return {std::move(reply.out), std::nullopt, std::nullopt};
+  }
+  if (reply.err.empty()) {
+    reply.err = "The command ended with status " + std::to_string(reply.exitStatus) + ".";
+  }
+  return failure(reply.exitStatus == kGuardRefusal ? ScriptError::kNotThePlayer : reply.exitStatus,
+                 replaced(std::move(reply.err), kHeldNode, node));
+}
+
+}  // namespace
+
+ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
+  switch (reply.kind) {
+    case AgentReply::Kind::ended:
+      return endedOutcome(std::move(reply), node);
+    case AgentReply::Kind::cancelled:
+      return failure(ScriptError::kCancelled, "The authentication was cancelled.");
+    case AgentReply::Kind::wrongCredentials:
+      return failure(ScriptError::kWrongCredentials, "The user name or the password is wrong.");
+    case AgentReply::Kind::unknownUser:
+      return failure(ScriptError::kUnknownUser, "There is no user of that name.");
+    case AgentReply::Kind::notAdministrator:
+      return failure(ScriptError::kNotAdministrator, "That user is not an administrator.");
+    case AgentReply::Kind::needsMore:
+      return failure(ScriptError::kNeedsMore, "The system asks for more than a password.");
+    case AgentReply::Kind::notChecked:
+      return failure(ScriptError::kNotChecked, "The system did not check the password.");
+    default:
+      return failure(ScriptError::kUnavailable, std::move(reply.err));
+  }
+}
+
+PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, GuardSource guards)
+    : guards_(std::move(guards)),
+      shell_(std::move(agentPath), [] { return platform().workers->stopping(); }) {}
+
+ScriptOutcome PolkitScriptRunner::run(std::string_view source,
+                                      const DiskIdentity& target) noexcept {
+  auto compiled = compileScript(source);
+  if (const auto* error = std::get_if<ScriptOutcome>(&compiled)) {
+    return *error;
+  }
+  auto& script = std::get<Script>(compiled);
+  ScriptOutcome outcome = runCommand(script, target);
+  wipe(script.userName);
+  wipe(script.password);
+  return outcome;
+}
+
+ScriptOutcome PolkitScriptRunner::runCommand(const Script& script, const DiskIdentity& target) {
+  const auto command = parsePlayerCommand(script.command);
+  if (!command || command->node != target.node) {
+    return failure(ScriptError::kNotAPlayerCommand, "The command is not one for this player.");
+  }
+  const auto guard = guards_(target);
+  if (!guard || guard->node != target.node || guard->usbHandle() != target.usbHandle) {
+    return failure(ScriptError::kNotThePlayer, "The device has gone.");
+  }
+  return outcomeOf(shell_.run(script.userName, script.password, guardedCommand(*command, *guard)),
+                   target.node);
+}
+
+}  // namespace fillstation

@@ -1,0 +1,101 @@
+#include "AgentProcess.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+#include <vector>
+
+namespace fillstation::agent {
+
+namespace {
+
+constexpr std::size_t kLongestPassword = 510;
+
+bool isLanguage(std::string_view variable) {
+  const std::string_view value = variable.substr(variable.find('=') + 1);
+  // pkexec takes such values for an attempt to break out, and ends.
+  const bool isSafe = value.find_first_of("/%") == std::string_view::npos &&
+                      value.find("..") == std::string_view::npos;
+  return isSafe && (variable.starts_with("LANG=") || variable.starts_with("LC_"));
+}
+
+void cleanEnvironment() {
+  std::vector<std::string> kept;
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    if (isLanguage(*variable)) {
+      kept.emplace_back(*variable);
+    }
+  }
+  ::clearenv();
+  ::setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+  for (const auto& variable : kept) {
+    const std::size_t end = variable.find('=');
+    ::setenv(variable.substr(0, end).c_str(), variable.substr(end + 1).c_str(), 1);
+  }
+}
+
+void keepOut() { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }
+
+}  // namespace
+
+void harden() {
+  keepOut();
+  ::umask(022);
+  ::signal(SIGPIPE, SIG_IGN);
+  cleanEnvironment();
+}
+
+bool leaveRoot() {
+  if (::geteuid() != 0) {
+    return true;
+  }
+  const passwd* nobody = ::getpwnam("nobody");
+  const bool left = nobody != nullptr && ::setgroups(0, nullptr) == 0 &&
+                    ::setresgid(nobody->pw_gid, nobody->pw_gid, nobody->pw_gid) == 0 &&
+                    ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0;
+  keepOut();  // the change of user has undone it
+  return left;
+}
+
+std::optional<uid_t> findUser(const std::string& name) {
+  std::vector<char> buffer(1 << 16);
+  passwd entry{};
+  passwd* found = nullptr;
+  while (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+    buffer.resize(buffer.size() * 2);
+  }
+  return found != nullptr ? std::optional(found->pw_uid) : std::nullopt;
+}
+
+std::uint64_t ownStartTime() {
+  std::ifstream file("/proc/self/stat");
+  std::string line;
+  std::getline(file, line);
+  // The second field is a name in parentheses and may hold anything; the start is the 22nd.
+  std::istringstream fields(line.substr(line.rfind(')') + 1));
+  std::string skipped;
+  for (int field = 3; field < 22; ++field) {
+    fields >> skipped;
+  }
+  std::uint64_t start = 0;
+  fields >> start;
+  return start;
+}
+
+bool isUsablePassword(const std::string& password) {
+  return password.size() <= kLongestPassword &&
+         password.find_first_of(std::string_view("\n\0", 2)) == std::string::npos;
+}
+
+}  // namespace fillstation::agent

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace fillstation::agent {
+
+// Keeps others out of this process's memory, and everything but the search path and the language
+// out of its environment and its children's. To be called before anything else.
+void harden();
+
+// Leaves root's rights for those of nobody, for whom the system asks for a password like for
+// anybody; does nothing for other users. False when that fails.
+bool leaveRoot();
+
+// The user id of a user name, none when there is no such user.
+std::optional<uid_t> findUser(const std::string& name);
+
+// The start of this process in clock ticks since the system's, which tells it from another process
+// with its id.
+std::uint64_t ownStartTime();
+
+// False for what can't be handed on as one line, or is longer than the system's checker takes.
+bool isUsablePassword(const std::string& password);
+
+}  // namespace fillstation::agent

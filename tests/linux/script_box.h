@@ -1,0 +1,72 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AgentProtocol.h"
+#include "FileHandle.h"
+
+namespace fillstation::test {
+
+// The users of the box; tester has no password.
+inline const std::string kBossPassword = " two  blanks, 'and' $igns;";
+
+// One call that a window makes.
+struct Call {
+  std::string user;
+  std::string password;
+  std::string command;
+};
+
+// A process in the place of the window, started as that user; it makes all its calls at once.
+class Window {
+ public:
+  Window(const std::string& user, const std::vector<Call>& calls);
+  ~Window();
+
+  // Of the calls, in order; waits for all of them.
+  std::vector<AgentReply> replies();
+  // Tells it that the program is ending.
+  void stop();
+  // Ends the process as an accident would.
+  void kill();
+
+ private:
+  FileHandle socket_;
+  pid_t child_ = 0;
+  std::size_t calls_;
+};
+
+// The one reply to one call of tester's.
+AgentReply runAs(const std::string& user, const Call& call);
+
+// A test that needs the box; without it (no root, no tools) it says so and is skipped.
+class ScriptBoxTest : public testing::Test {
+ protected:
+  void SetUp() override;
+
+  // Runs it in the system's shell as root and expects success.
+  static void shell(const std::string& command);
+  static void writeFile(const std::string& path, const std::string& text);
+  // What a file holds; nothing when it can't be read.
+  static std::string read(const std::string& path);
+  static bool exists(const std::string& path);
+  // Waits until it holds, and fails when it doesn't within a minute.
+  static void await(const std::function<bool()>& condition, const std::string& what);
+  static void awaitFile(const std::string& path);
+  // How many processes of the box have that word on their command lines.
+  static int processesWith(const std::string& word);
+  // What polkit's helper asks of PAM, instead of the password alone.
+  static void setPam(const std::string& lines);
+  // Has the check of a password tell in /run/box/asked that it was asked, and wait for /run/box/go.
+  static void slowPam();
+};
+
+// Why there is no box, empty when there is one.
+std::string& boxRefusal();
+
+}  // namespace fillstation::test

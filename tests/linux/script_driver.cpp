@@ -1,0 +1,44 @@
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AgentProtocol.h"
+#include "AgentShell.h"
+
+using namespace fillstation;
+
+namespace {
+
+std::string next() { return receiveText(STDIN_FILENO).value_or(std::string()); }
+
+}  // namespace
+
+// In the window's place: makes the calls that come over its standard input, all at once, and
+// answers with their replies in order. The end of its input means that the program is ending.
+int main(int, char** argv) {
+  std::atomic<bool> stopping = false;
+  AgentShell shell(argv[1], [&] { return stopping.load(); });
+  const std::size_t count = std::stoul(next());
+  std::vector<AgentReply> replies(count);
+  std::vector<std::thread> threads;
+  for (std::size_t call = 0; call < count; ++call) {
+    threads.emplace_back([&shell, &reply = replies[call], user = next(), password = next(),
+                          command = next()] { reply = shell.run(user, password, command); });
+  }
+  std::thread watch([&] {
+    char none = 0;
+    ::recv(STDIN_FILENO, &none, 1, 0);
+    stopping = true;
+  });
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  for (const auto& reply : replies) {
+    sendReply(STDIN_FILENO, reply);
+  }
+  watch.join();
+}
