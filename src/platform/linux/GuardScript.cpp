@@ -13,7 +13,7 @@ PATH=/usr/sbin:/usr/bin:/sbin:/bin
 sys=/sys
 proc=/proc
 held=/dev/fd/9
-name=${node#/dev/}
+name=${node##*/}
 
 refuse() {
   printf '%s\n' "$1" >&2
