@@ -1,0 +1,28 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "TempFolder.h"
+
+namespace fillstation::test {
+
+// A test with the agent that does as the user name says, and notes what reaches it.
+class FakeAgentTest : public testing::Test {
+ protected:
+  FakeAgentTest() {
+    folder_.makeFolder("crowd");
+    folder_.makeFolder("serving");
+    ::setenv("FAKE_AGENT_FOLDER", folder_.path().c_str(), 1);
+  }
+
+  // What the agents noted.
+  std::string noted() const { return contentOf(folder_.path("log")); }
+
+ private:
+  TempFolder folder_;
+};
+
+}  // namespace fillstation::test

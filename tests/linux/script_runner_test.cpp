@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "GuardScript.h"
+#include "PolkitScriptRunner.h"
+#include "ScriptCompiler.h"
+#include "TestPlatform.h"
+#include "script_fake_agent.h"
+
+namespace fillstation::test {
+namespace {
+
+using Kind = AgentReply::Kind;
+
+const std::string kWipe = "dd if=/dev/zero of=/dev/sdb bs=4k count=10";
+const DiskIdentity kTarget{"/dev/sdb", 3 * 65536 + 12};
+
+void expectFailure(const ScriptOutcome& outcome, std::int64_t number, const std::string& message) {
+  EXPECT_EQ(outcome.result, std::nullopt);
+  EXPECT_EQ(outcome.errorNumber, number);
+  EXPECT_EQ(outcome.errorMessage, message);
+}
+
+// The runner over an agent that does as it is told.
+class ScriptRunnerTest : public FakeAgentTest {
+ protected:
+  ScriptRunnerTest() { platform().workers = &workers_; }
+  ~ScriptRunnerTest() override { platform() = {}; }
+
+  static std::string source(const std::string& command, const std::string& user,
+                            const std::string& password) {
+    return "do shell script \"" + command + "\" user name \"" + user + "\" password \"" + password +
+           "\" with administrator privileges";
+  }
+  ScriptOutcome run(const std::string& command, const std::string& user = "boss",
+                    const std::string& password = "0") {
+    return runner_.run(source(command, user, password), kTarget);
+  }
+  ScriptOutcome runKind(Kind kind) {
+    return run(kWipe, "kind", std::to_string(static_cast<int>(kind)));
+  }
+
+  TestWorkers workers_;
+  std::optional<PlayerGuard> guard_ = PlayerGuard{"/dev/sdb", 3, 12, 99};
+  std::optional<DiskIdentity> asked_;
+  PolkitScriptRunner runner_{FAKE_AGENT, [this](const DiskIdentity& target) {
+                               asked_ = target;
+                               return guard_;
+                             }};
+};
+
+TEST_F(ScriptRunnerTest, TheWipeRunsGuardedAndItsOutputIsTheResult) {
+  const auto outcome = run(kWipe);
+  EXPECT_EQ(outcome.result, "its output");
+  EXPECT_EQ(outcome.errorNumber, std::nullopt);
+  EXPECT_EQ(outcome.errorMessage, std::nullopt);
+  EXPECT_EQ(noted(), "user boss password 0\ncommand " +
+                         guardedCommand({PlayerCommand::wipe, "/dev/sdb"}, *guard_) + "\n");
+  ASSERT_TRUE(asked_);
+  EXPECT_EQ(asked_->node, kTarget.node);
+  EXPECT_EQ(asked_->usbHandle, kTarget.usbHandle);
+}
+
+TEST_F(ScriptRunnerTest, TheFormatRunsGuarded) {
+  EXPECT_EQ(run("mkfs.fat -F32 /dev/sdb").result, "its output");
+  EXPECT_EQ(noted(), "user boss password 0\ncommand " +
+                         guardedCommand({PlayerCommand::format, "/dev/sdb"}, *guard_) + "\n");
+}
+
+TEST_F(ScriptRunnerTest, AFailedCommandHasItsStatusAndItsErrorText) {
+  expectFailure(run(kWipe, "boss", "3"), 3, "its /dev/sdb error");
+  expectFailure(run(kWipe, "boss", "126"), 126, "its /dev/sdb error");
+}
+
+TEST_F(ScriptRunnerTest, AFailedCommandWithoutATextIsDescribedByItsStatus) {
+  expectFailure(run(kWipe, "silent", "137"), 137, "The command ended with status 137.");
+}
+
+TEST_F(ScriptRunnerTest, ARefusalOfTheGuardHasANumberOfItsOwn) {
+  expectFailure(run(kWipe, "boss", "77"), -1004, "its /dev/sdb error");
+}
+
+TEST_F(ScriptRunnerTest, AnErrorTextMayNameTheDiskMoreThanOnce) {
+  expectFailure(outcomeOf({Kind::ended, 1, {}, "/dev/fd/9: no /dev/fd/9 now"}, "/dev/sdb"), 1,
+                "/dev/sdb: no /dev/sdb now");
+}
+
+TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
+  expectFailure(runKind(Kind::cancelled), -128, "The authentication was cancelled.");
+  expectFailure(runKind(Kind::wrongCredentials), -1002, "The user name or the password is wrong.");
+  expectFailure(runKind(Kind::unknownUser), -1006, "There is no user of that name.");
+  expectFailure(runKind(Kind::notAdministrator), -1007, "That user is not an administrator.");
+  expectFailure(runKind(Kind::needsMore), -1008, "The system asks for more than a password.");
+  expectFailure(runKind(Kind::notChecked), -1009, "The system did not check the password.");
+  expectFailure(runKind(Kind::unavailable), -1005, "the reason");
+}
+
+TEST_F(ScriptRunnerTest, WhatDoesNotCompileRunsNothing) {
+  expectFailure(run(kWipe, "boss", "quo\"te"), kScriptSyntaxErrorNumber,
+                std::string(kScriptSyntaxErrorMessage));
+  EXPECT_EQ(noted(), "");
+  EXPECT_FALSE(asked_);
+}
+
+TEST_F(ScriptRunnerTest, OtherCommandsAreRefused) {
+  for (const char* command : {"id", "dd if=/dev/zero of=/dev/sdb bs=4k count=11",
+                              "mkfs.fat -F32 /dev/sdb; id", "mkfs.fat -F32 /dev/sdc"}) {
+    expectFailure(run(command), -1003, "The command is not one for this player.");
+  }
+  EXPECT_EQ(noted(), "");
+}
+
+TEST_F(ScriptRunnerTest, ADiskThatHasGoneIsRefusedWithoutAuthentication) {
+  guard_.reset();
+  expectFailure(run(kWipe), -1004, "The device has gone.");
+  EXPECT_EQ(noted(), "");
+}
+
+TEST_F(ScriptRunnerTest, AGuardOfAnotherDiskIsRefused) {
+  for (const auto& other : {PlayerGuard{"/dev/sdc", 3, 12, 99}, PlayerGuard{"/dev/sdb", 4, 12, 99},
+                            PlayerGuard{"/dev/sdb", 3, 13, 99}}) {
+    guard_ = other;
+    expectFailure(run(kWipe), -1004, "The device has gone.");
+  }
+  EXPECT_EQ(noted(), "");
+}
+
+TEST_F(ScriptRunnerTest, WhenTheProgramIsEndingNothingBegins) {
+  workers_.stop();
+  expectFailure(run(kWipe), -128, "The authentication was cancelled.");
+  EXPECT_EQ(noted(), "");
+}
+
+}  // namespace
+}  // namespace fillstation::test
