@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "ChildSetup.h"
 #include "script_box.h"
 
 namespace {
@@ -28,31 +30,53 @@ std::string whyNot() {
   return {};
 }
 
-// Runs this very program in the box; returns only when that fails.
-void enter(int argc, char** argv) {
-  ::setenv(kInside, "1", 1);
+// Runs this very program in a box of its own, with what it was given and one case to run; its exit
+// status.
+int runInBox(const std::vector<std::string>& given, const std::string& filter) {
   std::vector<std::string> words{"unshare",      "--mount",      "--pid",         "--fork",
                                  "--kill-child", "--mount-proc", "--propagation", "private",
                                  "/bin/sh",      BOX_SCRIPT,     BOX_AGENT,       BOX_DRIVER};
-  words.insert(words.end(), argv, argv + argc);
-  std::vector<char*> arguments;
-  for (auto& word : words) {
-    arguments.push_back(word.data());
+  words.insert(words.end(), given.begin(), given.end());
+  words.push_back("--gtest_filter=" + filter);
+  pid_t child = 0;
+  // Our own streams, which show what becomes of the case.
+  fillstation::ChildSetup setup;
+  setup.hand(1, 1);
+  setup.hand(2, 2);
+  int status = 0;
+  if (setup.start(words, child) != 0 || ::waitpid(child, &status, 0) != child) {
+    return 97;
   }
-  arguments.push_back(nullptr);
-  ::execv("/usr/bin/unshare", arguments.data());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
+}
+
+// Each case changes its box: one box each, unless a filter picks them.
+int runInBoxes(const std::vector<std::string>& given) {
+  if (GTEST_FLAG_GET(filter) != "*") {
+    return runInBox(given, GTEST_FLAG_GET(filter));
+  }
+  int failed = 0;
+  const auto& all = *testing::UnitTest::GetInstance();
+  for (int suite = 0; suite < all.total_test_suite_count(); ++suite) {
+    const auto& cases = *all.GetTestSuite(suite);
+    for (int number = 0; number < cases.total_test_count(); ++number) {
+      failed |=
+          runInBox(given, std::string(cases.name()) + "." + cases.GetTestInfo(number)->name());
+    }
+  }
+  return failed;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> given(argv, argv + argc);
+  const std::vector<std::string> given(argv, argv + argc);
   testing::InitGoogleTest(&argc, argv);
   if (!GTEST_FLAG_GET(list_tests) && std::getenv(kInside) == nullptr) {
     fillstation::test::boxRefusal() = whyNot();
     if (fillstation::test::boxRefusal().empty()) {
-      enter(static_cast<int>(given.size()), given.data());
-      return 97;
+      ::setenv(kInside, "1", 1);
+      return runInBoxes(given);
     }
   }
   return RUN_ALL_TESTS();

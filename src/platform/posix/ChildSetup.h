@@ -17,7 +17,7 @@ class ChildSetup {
   ChildSetup(const ChildSetup&) = delete;
   ChildSetup& operator=(const ChildSetup&) = delete;
 
-  // Hands a descriptor over at a number , each number once, in any order, whatever
+  // Hands a descriptor over at a number, each number once, in any order, whatever
   // numbers the descriptors have here. They stay the caller's and open until the child is started.
   void hand(int descriptor, int number);
   // Sends a standard stream (1 or 2) to /dev/null.

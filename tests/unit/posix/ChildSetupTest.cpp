@@ -1,11 +1,13 @@
 #include "ChildSetup.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 #include <string>
 
+#include "FileHandle.h"
 #include "TempFolder.h"
 
 namespace fillstation {
@@ -27,6 +29,15 @@ TEST(ChildSetup, SendsDiscardedStreamsToNowhere) {
            "streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2); echo \"$streams\" >'" +
                folder.path("fds") + "'");
   EXPECT_EQ(test::contentOf(folder.path("fds")), "/dev/null\n/dev/null\n/dev/null\n");
+}
+
+TEST(ChildSetup, HandsOverAStandardInput) {
+  const test::TempFolder folder;
+  const FileHandle file(::open(folder.write("input", "text").c_str(), O_RDONLY | O_CLOEXEC));
+  ChildSetup setup;
+  setup.hand(file.get(), 0);
+  runShell(setup, "cat >'" + folder.path("output") + "'");
+  EXPECT_EQ(test::contentOf(folder.path("output")), "text");
 }
 
 TEST(ChildSetup, ADiscardedStreamCanBeWritten) {
