@@ -28,6 +28,7 @@ class GuardRig {
     addTool("stat",
             "exec cat \"" + folder_.path("numbers") + "/$(/usr/bin/stat -L -c %i /dev/fd/9)\"");
     addTool("blockdev", log("blockdev"));
+    addTool("sleep", log("sleep"));
     addTool("mkfs.fat",
             log("mkfs.fat") + "printf FAT32 | /usr/bin/dd of=\"$2\" conv=notrunc status=none");
   }
