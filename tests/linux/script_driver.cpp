@@ -8,10 +8,32 @@
 
 #include "AgentProtocol.h"
 #include "AgentShell.h"
+#include "PolkitScriptRunner.h"
+#include "TestPlatform.h"
 
 using namespace fillstation;
 
 namespace {
+
+// A call by this name holds a whole script for the port, whose outcome is put into a reply.
+constexpr const char* kScript = "script";
+
+AgentReply replyOf(const ScriptOutcome& outcome) {
+  if (outcome.result) {
+    return {AgentReply::Kind::ended, 0, *outcome.result, {}};
+  }
+  return {AgentReply::Kind::unavailable,
+          static_cast<int>(outcome.errorNumber.value_or(0)),
+          {},
+          outcome.errorMessage.value_or("")};
+}
+
+AgentReply runScript(const std::string& agent, const std::string& source) {
+  PolkitScriptRunner runner(agent, [](const DiskIdentity& target) {
+    return PlayerGuard{target.node, 1, 2, 3};
+  });
+  return replyOf(runner.run(source, {"/dev/null", 65538}));
+}
 
 std::string next() { return receiveText(STDIN_FILENO).value_or(std::string()); }
 
@@ -21,13 +43,17 @@ std::string next() { return receiveText(STDIN_FILENO).value_or(std::string()); }
 // answers with their replies in order. The end of its input means that the program is ending.
 int main(int, char** argv) {
   std::atomic<bool> stopping = false;
+  test::TestWorkers workers;
+  platform().workers = &workers;
   AgentShell shell(argv[1], [&] { return stopping.load(); });
   const std::size_t count = std::stoul(next());
   std::vector<AgentReply> replies(count);
   std::vector<std::thread> threads;
   for (std::size_t call = 0; call < count; ++call) {
     threads.emplace_back([&shell, &reply = replies[call], user = next(), password = next(),
-                          command = next()] { reply = shell.run(user, password, command); });
+                          command = next(), agent = argv[1]] {
+      reply = user == kScript ? runScript(agent, command) : shell.run(user, password, command);
+    });
   }
   std::thread watch([&] {
     char none = 0;

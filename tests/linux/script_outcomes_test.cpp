@@ -19,6 +19,16 @@ class ScriptOutcomesTest : public ScriptBoxTest {
   static AgentReply runAsBoss(const std::string& command) {
     return run("boss", kBossPassword, command);
   }
+  // The outcome of a script for the port: its error number and message.
+  static void expectScript(const std::string& user, const std::string& password, int number,
+                           const std::string& message) {
+    const auto reply = run("script", "",
+                           "do shell script \"mkfs.fat -F32 /dev/null\" user name \"" + user +
+                               "\" password \"" + password + "\" with administrator privileges");
+    EXPECT_EQ(reply.kind, Kind::unavailable);
+    EXPECT_EQ(reply.exitStatus, number);
+    EXPECT_EQ(reply.err, message);
+  }
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
 };
 
@@ -158,7 +168,17 @@ TEST_F(ScriptOutcomesTest, WhatPkexecSaysOfItsOwnFailureComesBack) {
   expectNothingRan();
 }
 
-TEST_F(ScriptOutcomesTest, AManyAtOnceAllSucceed) {
+TEST_F(ScriptOutcomesTest, AScriptIsCheckedByThePrivilegedSideAfterTheAuthentication) {
+  expectScript("boss", kBossPassword, -1004, "The device has gone.");
+}
+
+TEST_F(ScriptOutcomesTest, AScriptsReasonsAreToldApart) {
+  expectScript("boss", "wrong", -1002, "The user name or the password is wrong.");
+  expectScript("plain", "plain word", -1007, "That user is not an administrator.");
+  expectScript("none", "word", -1006, "There is no user of that name.");
+}
+
+TEST_F(ScriptOutcomesTest, ManyAllSucceed) {
   const std::vector<Call> calls(32, {"boss", kBossPassword, "echo done"});
   for (const auto& reply : Window("tester", calls).replies()) {
     EXPECT_EQ(reply.kind, Kind::ended) << reply.err;

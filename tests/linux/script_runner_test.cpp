@@ -87,6 +87,12 @@ TEST_F(ScriptRunnerTest, AnErrorTextMayNameTheDiskMoreThanOnce) {
                 "/dev/sdb: no /dev/sdb now");
 }
 
+TEST_F(ScriptRunnerTest, TheLastLineFeedOfAnErrorTextIsLeftOut) {
+  expectFailure(outcomeOf({Kind::ended, 1, {}, "first\nsecond\n"}, "/dev/sdb"), 1, "first\nsecond");
+  expectFailure(outcomeOf({Kind::ended, 1, {}, "\n"}, "/dev/sdb"), 1,
+                "The command ended with status 1.");
+}
+
 TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
   expectFailure(runKind(Kind::cancelled), -128, "The authentication was cancelled.");
   expectFailure(runKind(Kind::wrongCredentials), -1002, "The user name or the password is wrong.");

@@ -86,6 +86,19 @@ TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {
   EXPECT_FALSE(exists("/run/box/ran"));
 }
 
+TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) {
+  slowPam();
+  Window window("tester", {bossCall("touch /run/box/ran")});
+  awaitFile("/run/box/asked");
+  shell("kill -KILL $(pidof polkitd)");
+  const auto reply = window.replies().front();
+  EXPECT_EQ(reply.kind, Kind::unavailable);
+  EXPECT_NE(reply.err, "");
+  writeFile("/run/box/go", "");
+  await([] { return processesWith("pkexec") == 0; }, "pkexec ends");
+  EXPECT_FALSE(exists("/run/box/ran"));
+}
+
 TEST_F(ScriptSafetyTest, AWindowKilledDuringTheAuthenticationRunsNothing) {
   slowPam();
   Window window("tester", {bossCall("touch /run/box/ran")});

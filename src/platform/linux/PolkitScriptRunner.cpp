@@ -31,6 +31,9 @@ ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
   if (reply.exitStatus == 0) {
     return {std::move(reply.out), std::nullopt, std::nullopt};
   }
+  if (reply.err.ends_with('\n')) {
+    reply.err.pop_back();
+  }
   if (reply.err.empty()) {
     reply.err = "The command ended with status " + std::to_string(reply.exitStatus) + ".";
   }
