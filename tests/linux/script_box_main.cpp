@@ -18,8 +18,9 @@ std::string whyNot() {
   if (::geteuid() != 0) {
     return "needs root, to build namespaces with users of their own";
   }
-  for (const char* tool : {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon",
-                           "/usr/bin/pkexec", "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd"}) {
+  for (const char* tool :
+       {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon", "/usr/bin/pkexec",
+        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus"}) {
     if (::access(tool, X_OK) != 0) {
       return std::string("needs ") + tool;
     }

@@ -178,7 +178,7 @@ TEST_F(ScriptOutcomesTest, AScriptsReasonsAreToldApart) {
   expectScript("none", "word", -1006, "There is no user of that name.");
 }
 
-TEST_F(ScriptOutcomesTest, ManyAllSucceed) {
+TEST_F(ScriptOutcomesTest, ThirtyTwoAtOnceAllSucceed) {
   const std::vector<Call> calls(32, {"boss", kBossPassword, "echo done"});
   for (const auto& reply : Window("tester", calls).replies()) {
     EXPECT_EQ(reply.kind, Kind::ended) << reply.err;

@@ -19,7 +19,8 @@ struct AuthenticationRequest {
 
 // This process as polkit's authentication agent of itself: the authority looks for the agent of a
 // process before that of its session, so that no dialog of the desktop appears. On the system bus
-// over a connection of its own. One thread, its main loop; lives to the process's end.
+// over a connection of its own; the bus lets nobody but the authority call it. One thread, its main
+// loop; lives to the process's end.
 class AuthenticationBus {
  public:
   enum class Answer { accepted, failed, cancelled };
