@@ -15,12 +15,11 @@ bool sendAll(int socket, const void* data, std::size_t size) {
   const char* at = static_cast<const char*>(data);
   while (size > 0) {
     const ssize_t count = ::send(socket, at, size, MSG_NOSIGNAL);
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
     if (count > 0) {
       at += count;
       size -= static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      return false;
     }
   }
   return true;
@@ -30,12 +29,11 @@ bool receiveAll(int socket, void* data, std::size_t size) {
   char* at = static_cast<char*>(data);
   while (size > 0) {
     const ssize_t count = ::recv(socket, at, size, 0);
-    if (count == 0 || (count < 0 && errno != EINTR)) {
-      return false;
-    }
     if (count > 0) {
       at += count;
       size -= static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR) {
+      return false;
     }
   }
   return true;

@@ -6,9 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -69,12 +66,7 @@ bool leaveRoot() {
 }
 
 std::optional<uid_t> findUser(const std::string& name) {
-  std::vector<char> buffer(1 << 16);
-  passwd entry{};
-  passwd* found = nullptr;
-  while (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
-    buffer.resize(buffer.size() * 2);
-  }
+  const passwd* found = ::getpwnam(name.c_str());
   return found != nullptr ? std::optional(found->pw_uid) : std::nullopt;
 }
 

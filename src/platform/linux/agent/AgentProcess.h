@@ -16,7 +16,7 @@ void harden();
 // anybody; does nothing for other users. False when that fails.
 bool leaveRoot();
 
-// The user id of a user name, none when there is no such user.
+// The user id of a user name, none when there is no such user. Before any thread is made.
 std::optional<uid_t> findUser(const std::string& name);
 
 // The start of this process in clock ticks since the system's, which tells it from another process

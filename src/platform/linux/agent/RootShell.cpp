@@ -35,7 +35,7 @@ bool readSome(int descriptor, std::string& text) {
   if (count > 0) {
     text.append(buffer.data(), static_cast<std::size_t>(count));
   }
-  return count > 0 || (count < 0 && errno == EINTR);
+  return count > 0;
 }
 
 bool makePipe(FileHandle& reading, FileHandle& writing) {
@@ -51,10 +51,10 @@ bool makePipe(FileHandle& reading, FileHandle& writing) {
 void writeAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = ::write(descriptor, text.data(), text.size());
-    if (count < 0 && errno != EINTR) {
+    if (count < 0) {
       return;  // the shell has gone, as its end will tell
     }
-    text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+    text.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 
