@@ -115,9 +115,9 @@ std::string_view guardScript() { return kScript; }
 std::string guardedCommand(const PlayerCommand& command, const PlayerGuard& guard,
                            std::string_view script) {
   std::string text = "node=" + guard.node;
-  text += "\nbus=" + std::to_string(guard.busNumber);
-  text += "\ndevice=" + std::to_string(guard.deviceNumber);
-  text += "\nsequence=" + std::to_string(guard.diskSequence);
+  text += "\nbus=" + std::to_string(guard.busnum);
+  text += "\ndevice=" + std::to_string(guard.devnum);
+  text += "\nsequence=" + std::to_string(guard.diskseq);
   text += command.kind == PlayerCommand::wipe ? "\nkind=wipe" : "\nkind=format";
   return text.append(script);
 }
