@@ -34,9 +34,11 @@ std::string whyNot() {
 // Runs this very program in a box of its own, with what it was given and one case to run; its exit
 // status.
 int runInBox(const std::vector<std::string>& given, const std::string& filter) {
-  std::vector<std::string> words{"unshare",      "--mount",      "--pid",         "--fork",
-                                 "--kill-child", "--mount-proc", "--propagation", "private",
-                                 "/bin/sh",      BOX_SCRIPT,     BOX_AGENT,       BOX_DRIVER};
+  // Whoever ends this process, as a time-out does, ends the box as well.
+  std::vector<std::string> words{"setpriv",      "--pdeathsig",   "KILL",    "unshare",
+                                 "--mount",      "--pid",         "--fork",  "--kill-child",
+                                 "--mount-proc", "--propagation", "private", "/bin/sh",
+                                 BOX_SCRIPT,     BOX_AGENT,       BOX_DRIVER};
   words.insert(words.end(), given.begin(), given.end());
   words.push_back("--gtest_filter=" + filter);
   pid_t child = 0;

@@ -60,19 +60,33 @@ TEST_F(ScriptSafetyTest, NothingOfTheWindowsEnvironmentReachesTheAgentsChildren)
   EXPECT_EQ(window.replies().front().exitStatus, 0);
 }
 
-TEST_F(ScriptSafetyTest, TheAgentCantBeReadByTheUsersOtherPrograms) {
-  slowPam();
-  Window window("tester", {bossCall("true")});
-  awaitFile("/run/box/asked");
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    if (read(entry.path() / "cmdline").starts_with("/run/box/agent")) {
-      shell("! setpriv --reuid=tester --regid=nogroup --clear-groups cat " +
-            (entry.path() / "environ").string() + " 2>/dev/null");
+// Starts a call from the user's window, and has a process of the agent's user try to read it.
+class ScriptSecrecyTest : public ScriptSafetyTest {
+ protected:
+  static void expectUnreadable(const std::string& window, const std::string& agent) {
+    slowPam();
+    Window caller(window, {bossCall("true")});
+    awaitFile("/run/box/asked");
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      if (read(entry.path() / "cmdline") == std::string("/run/box/agent\0", 15)) {
+        ++found;
+        shell("! setpriv --reuid=" + agent + " --regid=nogroup --clear-groups cat " +
+              (entry.path() / "environ").string() + " 2>/dev/null");
+      }
     }
+    EXPECT_EQ(found, 1);
+    writeFile("/run/box/go", "");
+    EXPECT_EQ(caller.replies().front().kind, Kind::ended);
   }
-  EXPECT_EQ(processesWith("/run/box/agent"), 2);  // the window's own line and the agent's
-  writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::ended);
+};
+
+TEST_F(ScriptSecrecyTest, TheAgentCantBeReadByTheUsersOtherPrograms) {
+  expectUnreadable("tester", "tester");
+}
+
+TEST_F(ScriptSecrecyTest, TheAgentOfRootsWindowCantBeReadByOthersOfItsUser) {
+  expectUnreadable("root", "nobody");
 }
 
 TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {

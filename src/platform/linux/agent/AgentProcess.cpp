@@ -42,12 +42,10 @@ void cleanEnvironment() {
   }
 }
 
-void keepOut() { ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); }
-
 }  // namespace
 
 void harden() {
-  keepOut();
+  ::prctl(PR_SET_DUMPABLE, 0);
   ::umask(022);
   ::signal(SIGPIPE, SIG_IGN);
   cleanEnvironment();
@@ -58,11 +56,10 @@ bool leaveRoot() {
     return true;
   }
   const passwd* nobody = ::getpwnam("nobody");
-  const bool left = nobody != nullptr && ::setgroups(0, nullptr) == 0 &&
-                    ::setresgid(nobody->pw_gid, nobody->pw_gid, nobody->pw_gid) == 0 &&
-                    ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0;
-  keepOut();  // the change of user has undone it
-  return left;
+  // Afterwards the process can't be dumped either.
+  return nobody != nullptr && ::setgroups(0, nullptr) == 0 &&
+         ::setresgid(nobody->pw_gid, nobody->pw_gid, nobody->pw_gid) == 0 &&
+         ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0;
 }
 
 std::optional<uid_t> findUser(const std::string& name) {
