@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace fillstation {
 
@@ -22,6 +23,14 @@ struct AgentReply {
     notChecked,   // the system let us pass or refused without asking for the password
     unavailable,  // no bus, no polkit, no pkexec, or they failed
   };
+
+  // A reply of a call whose command didn't run, and why.
+  static AgentReply of(Kind kind, std::string why = {}) {
+    AgentReply reply;
+    reply.kind = kind;
+    reply.err = std::move(why);
+    return reply;
+  }
 
   Kind kind = Kind::unavailable;
   int exitStatus = 0;  // 0 to 255; 128 and the signal's number when one ended the shell

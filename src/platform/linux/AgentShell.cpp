@@ -86,7 +86,7 @@ AgentReply AgentShell::run(std::string_view userName, std::string_view password,
                            std::string_view command) noexcept {
   Place place(places_);
   if (stopping_()) {
-    return {AgentReply::Kind::cancelled, 0, {}, {}};
+    return AgentReply::of(AgentReply::Kind::cancelled);
   }
   Agent agent;
   if (const int error = agent.start(agentPath_); error != 0) {

@@ -34,14 +34,14 @@ AgentReply AgentCall::run() {
 void AgentCall::begin() {
   const auto user = findUser(userName_);
   if (!user) {
-    return end({Kind::unknownUser, 0, {}, {}});
+    return end(AgentReply::of(Kind::unknownUser));
   }
   if (!isUsablePassword(password_)) {
-    return end({Kind::wrongCredentials, 0, {}, {}});
+    return end(AgentReply::of(Kind::wrongCredentials));
   }
   user_ = *user;
   if (!leaveRoot()) {
-    return end({Kind::unavailable, 0, {}, "The agent program can't leave root's rights."});
+    return end(AgentReply::of(Kind::unavailable, "The agent program can't leave root's rights."));
   }
   g_unix_fd_add(socket_, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onSocket, this);
   bus_.start();
@@ -54,10 +54,10 @@ void AgentCall::end(AgentReply reply) {
 
 void AgentCall::onRegistered(const std::string& error) {
   if (refusal_) {
-    return end({*refusal_, 0, {}, {}});
+    return end(AgentReply::of(*refusal_));
   }
   if (!error.empty()) {
-    return end({Kind::unavailable, 0, {}, "polkit can't be reached: " + error});
+    return end(AgentReply::of(Kind::unavailable, "polkit can't be reached: " + error));
   }
   if (const int failed = shell_.start(); failed != 0) {
     end({Kind::unavailable,
@@ -90,7 +90,7 @@ void AgentCall::onChecked(PasswordSession::Result result) {
   switch (result) {
     case PasswordSession::Result::verified:
       verified_ = true;
-      sendReply(socket_, {Kind::verified, 0, {}, {}});
+      sendReply(socket_, AgentReply::of(Kind::verified));
       return bus_.answer(Answer::accepted);
     case PasswordSession::Result::refused:
       return refuse(Kind::wrongCredentials, Answer::failed);
@@ -159,12 +159,12 @@ AgentReply AgentCall::shellReply() const {
     return {Kind::ended, shell_.exitStatus(), shell_.out(), shell_.err()};
   }
   if (refusal_) {
-    return {*refusal_, 0, {}, {}};
+    return AgentReply::of(*refusal_);
   }
   if (shell_.exitStatus() == kDismissed) {
-    return {Kind::cancelled, 0, {}, {}};
+    return AgentReply::of(Kind::cancelled);
   }
-  return {Kind::unavailable, 0, {}, shell_.err()};
+  return AgentReply::of(Kind::unavailable, shell_.err());
 }
 
 }  // namespace fillstation::agent
