@@ -1,6 +1,7 @@
 #include "UdevUsbBus.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace fillstation {
@@ -11,6 +12,8 @@ constexpr std::string_view kDeviceClass = "IOUSBDevice";
 constexpr const char* kSubsystem = "usb";
 // Whole devices; their interfaces are of this subsystem too.
 constexpr const char* kDeviceType = "usb_device";
+// What udev may send while the main loop is busy. Most users get less.
+constexpr int kReceiveBuffer = 16 * 1024 * 1024;
 
 }  // namespace
 
@@ -35,7 +38,7 @@ bool UdevUsbBus::open(std::string_view className) {
     return false;
   }
   // After the monitor, so that nobody who comes meanwhile is missed.
-  enumerate();
+  compareWithNow();
   return true;
 }
 
@@ -48,31 +51,59 @@ bool UdevUsbBus::listen() {
       ::udev_monitor_enable_receiving(monitor_.get()) < 0) {
     return false;
   }
+  ::udev_monitor_set_receive_buffer_size(monitor_.get(), kReceiveBuffer);
   wake_ = std::make_unique<QSocketNotifier>(::udev_monitor_get_fd(monitor_.get()),
                                             QSocketNotifier::Read);
   QObject::connect(wake_.get(), &QSocketNotifier::activated, wake_.get(), [this] { takeEvents(); });
   return true;
 }
 
-void UdevUsbBus::enumerate() {
+std::vector<UdevDevice> UdevUsbBus::devicesNow() const {
   const UdevEnumeration enumeration(::udev_enumerate_new(context_.get()));
   ::udev_enumerate_add_match_subsystem(enumeration.get(), kSubsystem);
   ::udev_enumerate_add_match_property(enumeration.get(), "DEVTYPE", kDeviceType);
   // The others' events are still to come.
   ::udev_enumerate_add_match_is_initialized(enumeration.get());
-  for (const auto& device : udevDevices(context_.get(), enumeration.get())) {
+  return udevDevices(context_.get(), enumeration.get());
+}
+
+void UdevUsbBus::compareWithNow() {
+  const auto now = devicesNow();
+  for (const auto& known : UsbArrivals::Devices(present_)) {
+    if (std::none_of(now.begin(), now.end(), [&known](const UdevDevice& device) {
+          return usbHandleOf(device.get()) == known->handle();
+        })) {
+      leave(known->handle());
+    }
+  }
+  for (const auto& device : now) {
     arrive(device.get());
   }
 }
 
 void UdevUsbBus::takeEvents() {
-  while (const UdevDevice device{::udev_monitor_receive_device(monitor_.get())}) {
-    const std::string_view action = ::udev_device_get_action(device.get());
-    if (action == "add") {
-      arrive(device.get());
-    } else if (action == "remove") {
-      leave(device.get());
+  bool lost = false;
+  int error = 0;
+  while (error == 0 || error == ENOBUFS) {
+    const UdevDevice device{::udev_monitor_receive_device(monitor_.get())};
+    error = device ? 0 : errno;
+    lost = lost || error == ENOBUFS;
+    if (device) {
+      take(device.get());
     }
+  }
+  // After what had come before the loss.
+  if (lost) {
+    compareWithNow();
+  }
+}
+
+void UdevUsbBus::take(udev_device* device) {
+  const std::string_view action = ::udev_device_get_action(device);
+  if (action == "add") {
+    arrive(device);
+  } else if (action == "remove") {
+    leave(usbHandleOf(device));
   }
 }
 
@@ -90,8 +121,7 @@ void UdevUsbBus::arrive(udev_device* device) {
   }
 }
 
-void UdevUsbBus::leave(udev_device* device) {
-  const auto handle = usbHandleOf(device);
+void UdevUsbBus::leave(const std::optional<std::uint32_t>& handle) {
   const auto left = std::find_if(present_.begin(), present_.end(), [&handle](const auto& present) {
     return present->handle() == handle;
   });

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,8 @@
 namespace fillstation {
 
 // The USB bus as udev shows it. Events are taken in when the monitor's descriptor wakes the main
-// loop and wait in the queue for their turn. Main thread; disks and stop source outlive it.
+// loop and wait in the queue for their turn; when some were lost because too many came at once, who
+// has come and gone is found by looking. Main thread; disks and stop source outlive it.
 class UdevUsbBus : public UsbBus {
  public:
   UdevUsbBus(KnownDisks& disks, const StopSource& stop);
@@ -36,10 +38,12 @@ class UdevUsbBus : public UsbBus {
 
  private:
   bool listen();
-  void enumerate();
   void takeEvents();
+  void take(udev_device* device);
+  std::vector<UdevDevice> devicesNow() const;
+  void compareWithNow();
   void arrive(udev_device* device);
-  void leave(udev_device* device);
+  void leave(const std::optional<std::uint32_t>& handle);
   std::shared_ptr<UsbDeviceIterator> watch(const std::shared_ptr<UsbArrivals>& side,
                                            Notification notification);
   void notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device);
