@@ -47,7 +47,7 @@ class LinuxRig {
   ThreadWorkers workers{stop};
   KnownDisks known;
   MountTable mounts{machine.mountTable()};
-  UDisksClient client{bus.connect("program"), log};
+  UDisksClient client{[this](const QString& name) { return bus.connect(name); }, log};
   std::vector<std::string> stoppedUnits;  // "/dev/sdb 101"
   bool stopsUnits = false;
   DiskServices services{mainThread,

@@ -15,7 +15,9 @@
 
 namespace fillstation::test {
 
-PrivateBus::PrivateBus() {
+PrivateBus::PrivateBus() { start(); }
+
+void PrivateBus::start() {
   const std::string configuration = folder_.write("bus.conf",
                                                   "<busconfig>"
                                                   "<listen>unix:dir=" +

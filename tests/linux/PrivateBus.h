@@ -19,8 +19,9 @@ class PrivateBus {
 
   // A new connection of that name, closed by disconnect() or with the bus.
   QDBusConnection connect(const QString& name);
-  // The whole bus goes.
+  // The whole bus goes; comes back, with nobody on it.
   void stop();
+  void start();
 
  private:
   TempFolder folder_;

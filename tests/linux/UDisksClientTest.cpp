@@ -22,6 +22,9 @@ class UDisksClientTest : public UDisksTest {
 TEST_F(UDisksClientTest, NoCallHasATimeOut) {
   const auto identity = rig.plugIn("a");
   rig.machine.mount(player().minor, "x");
+  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
+  rig.machine.mount(player().minor, "x");
+  // Up to here it was also about the connection itself.
   takeDBusTimeOuts();
   EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
   EXPECT_EQ(ask(&DiskSession::mount, identity), "");
@@ -94,6 +97,75 @@ TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALine) {
   EXPECT_EQ(rig.log.texts().size(), 1U);
   EXPECT_NE(ask(&DiskSession::mount, identity), "");
   EXPECT_EQ(rig.log.texts().size(), 2U);
+}
+
+TEST_F(UDisksClientTest, ABusThatComesBackIsUsedAgain) {
+  const auto identity = rig.plugIn("a");
+  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  rig.bus.stop();
+  EXPECT_NE(ask(&DiskSession::unmount, identity), "");
+  rig.bus.start();
+  StandInUDisks again(rig.bus.connect("stand-in again"));
+  again.handler = [this](const UDisksCall& call) { return rig.obey(call); };
+  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
+  EXPECT_EQ(again.members(), Members({"Filesystem.Unmount"}));
+}
+
+TEST_F(UDisksClientTest, WithoutABusARequestIsADissenterAndALine) {
+  const auto identity = rig.plugIn("a");
+  rig.bus.stop();
+  for (std::size_t request = 1; request <= 2; ++request) {
+    EXPECT_TRUE(ask(&DiskSession::mount, identity)
+                    .starts_with("org.freedesktop.DBus.Error.Disconnected: "));
+    const auto texts = rig.log.texts();
+    ASSERT_EQ(texts.size(), request);
+    EXPECT_TRUE(texts.back().starts_with(
+        "UDisks2 can't be reached: org.freedesktop.DBus.Error.Disconnected: "));
+  }
+}
+
+TEST_F(UDisksClientTest, WithoutABusTheAnswerIsAsynchronousToo) {
+  rig.bus.stop();
+  int answers = 0;
+  rig.client.getObjects([&](const UDisksFailure* failure, const QVariantList& values) {
+    ++answers;
+    EXPECT_NE(failure, nullptr);
+    EXPECT_TRUE(values.isEmpty());
+  });
+  EXPECT_EQ(answers, 0);
+  runLoopUntil([&] { return answers > 0; });
+  runLoopDry();
+  EXPECT_EQ(answers, 1);
+}
+
+TEST_F(UDisksClientTest, TheSameConnectionServesAllCalls) {
+  int connections = 0;
+  UDisksClient client(
+      [&](const QString& name) {
+        ++connections;
+        return rig.bus.connect(name + "-counted");
+      },
+      rig.log);
+  EXPECT_EQ(connections, 0);
+  int answers = 0;
+  for (int call = 0; call < 2; ++call) {
+    client.getObjects([&](const UDisksFailure* failure, const QVariantList& /*values*/) {
+      ++answers;
+      EXPECT_EQ(failure, nullptr);
+    });
+  }
+  runLoopUntil([&] { return answers == 2; });
+  EXPECT_EQ(connections, 1);
+}
+
+TEST_F(UDisksClientTest, TheConnectionEndsWithTheClient) {
+  const auto name = QStringLiteral("fillstation-udisks");
+  {
+    UDisksClient client([&](const QString& asked) { return rig.bus.connect(asked); }, rig.log);
+    client.getObjects([](const auto*, const auto&) {});
+    EXPECT_TRUE(QDBusConnection(name).isConnected());
+  }
+  EXPECT_FALSE(QDBusConnection(name).isConnected());
 }
 
 TEST_F(UDisksClientTest, AnUnknownErrorIsLoggedAsItCame) {

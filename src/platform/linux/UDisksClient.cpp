@@ -15,6 +15,8 @@ namespace fillstation {
 
 namespace {
 
+constexpr const char* kConnectionName = "fillstation-udisks";
+
 // What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
 constexpr int kNoTimeOut = std::numeric_limits<int>::max();
 
@@ -40,17 +42,38 @@ void UDisksClient::send(const std::string& path, const char* interface, const ch
       QString::fromLatin1(udisks::kService), QString::fromStdString(path),
       QString::fromLatin1(interface), QString::fromLatin1(method));
   message.setArguments(arguments);
-  auto* const watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message, kNoTimeOut), &calls_);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                   [this, watcher, callback = std::move(callback)] {
-                     watcher->deleteLater();
-                     if (watcher->isError()) {
-                       const UDisksFailure failure = failureOf(watcher->error());
-                       callback(&failure, {});
-                     } else {
-                       callback(nullptr, watcher->reply().arguments());
-                     }
-                   });
+  auto* const watcher =
+      new QDBusPendingCallWatcher(connected().asyncCall(message, kNoTimeOut), &calls_);
+  const auto answered = [this, watcher, callback = std::move(callback)] {
+    watcher->deleteLater();
+    if (watcher->isError()) {
+      const UDisksFailure failure = failureOf(watcher->error());
+      callback(&failure, {});
+    } else {
+      callback(nullptr, watcher->reply().arguments());
+    }
+  };
+  if (watcher->isFinished()) {
+    // Without a bus nobody will ever tell.
+    QMetaObject::invokeMethod(watcher, answered, Qt::QueuedConnection);
+  } else {
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, answered);
+  }
+}
+
+const QDBusConnection& UDisksClient::connected() {
+  if (!bus_ || !bus_->isConnected()) {
+    disconnect();
+    bus_ = connect_(QString::fromLatin1(kConnectionName));
+  }
+  return *bus_;
+}
+
+void UDisksClient::disconnect() {
+  if (bus_) {
+    bus_.reset();
+    QDBusConnection::disconnectFromBus(QString::fromLatin1(kConnectionName));
+  }
 }
 
 UDisksFailure UDisksClient::failureOf(const QDBusError& error) {
