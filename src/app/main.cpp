@@ -1,6 +1,32 @@
-#include <cstdio>
+#include "AgentPath.h"
+#include "AppRunner.h"
+#include "JournalLog.h"
+#include "LinuxSystem.h"
 
-int main() {
-  std::puts("The real back end is not built in yet; try ./demo --window.");
-  return 0;
+namespace {
+
+using namespace fillstation;
+
+// Real players, and the journal to tell of them.
+struct RealPlayers {
+  RealPlayers(Platform& ports, StopSource& stop, QtMainThread& mainThread,
+              const LinuxPlaces& places)
+      : system({stop, mainThread, *ports.workers, log}, places) {
+    system.installInto(ports);
+  }
+
+  JournalLog log;
+  LinuxSystem system;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  BackEnd backEnd;
+  backEnd.install = [](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
+    LinuxPlaces places;
+    places.parts.agent = agentOf(thisProgram());
+    return std::make_shared<RealPlayers>(ports, stop, mainThread, places);
+  };
+  return runApplication(argc, argv, backEnd);
 }

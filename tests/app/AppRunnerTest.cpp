@@ -16,22 +16,19 @@ const std::string kBeginning =
 
 class AppRunnerTest : public ::testing::Test {
  protected:
-  void run(const QString& program, const QStringList& arguments) {
+  void endBy(const char* how) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), QString::fromStdString(home.path()));
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.remove(QStringLiteral("XDG_CONFIG_HOME"));
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(program, arguments);
+    process.start(QStringLiteral(APP_RUNNER_FIXTURE), {QString::fromLatin1(how)});
     ASSERT_TRUE(process.waitForFinished(60'000));
     out = process.readAllStandardOutput().toStdString();
     err = process.readAllStandardError().toStdString();
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     status = process.exitCode();
-  }
-  void endBy(const char* how) {
-    run(QStringLiteral(APP_RUNNER_FIXTURE), {QString::fromLatin1(how)});
   }
 
   TempFolder home;
@@ -80,12 +77,6 @@ TEST_F(AppRunnerTest, TheSystemLogIsStandardError) {
 TEST_F(AppRunnerTest, TheHomeFolderStaysAsItWas) {
   endBy("exit");
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
-}
-
-TEST_F(AppRunnerTest, WithoutABackEndTheProgramSaysSo) {
-  run(QStringLiteral(APP_PROGRAM), {});
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(out, "The real back end is not built in yet; try ./demo --window.\n");
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ class PrivateBus {
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
 
+  const QString& address() const { return address_; }
   // A new connection of that name, closed by disconnect() or with the bus.
   QDBusConnection connect(const QString& name);
   // The whole bus goes; comes back, with nobody on it.

@@ -1,0 +1,159 @@
+#include "LinuxSystem.h"
+
+#include "GuardScript.h"
+#include "MainLoop.h"
+#include "MockMachine.h"
+#include "PrivateBus.h"
+#include "StandInUDisks.h"
+#include "TestPlatform.h"
+#include "ThreadWorkers.h"
+#include "script_fake_agent.h"
+
+namespace fillstation::test {
+
+// The back end as a whole, on a machine that isn't real.
+class LinuxSystemTest : public FakeAgentTest {
+ protected:
+  LinuxSystemTest() {
+    places.parts = {folder.write("udev", ""), "/bin/true", FAKE_AGENT};
+    places.connect = [this](const QString& name) { return bus.connect(name); };
+    places.mountTable = machine.mountTable();
+    platform().workers = &workers;
+  }
+  ~LinuxSystemTest() override {
+    system.reset();
+    platform() = {};
+    stop.request();
+    workers.joinAll();
+  }
+
+  // Makes and installs it; the players that are plugged in are found.
+  void begin() {
+    system.emplace(LinuxServices{stop, mainThread, workers, log}, places);
+    system->installInto(platform());
+    ASSERT_TRUE(platform().usbBus->open("IOUSBDevice"));
+    const auto present = platform().usbBus->watchAttach([](UsbDeviceIterator&) {});
+    while (const auto device = present->next()) {
+      device->searchDiskName();
+    }
+  }
+  static DiskDescription description() {
+    return platform().createDiskSession()->diskFromName("sdb")->copyDescription().value();
+  }
+  static ScriptOutcome wipe(const DiskIdentity& target, const std::string& user = "boss") {
+    return platform().scriptRunner->run("do shell script \"dd if=/dev/zero of=" + target.node +
+                                            " bs=4k count=10\" user name \"" + user +
+                                            "\" password \"0\" with administrator privileges",
+                                        target);
+  }
+
+  MockMachine machine;
+  PrivateBus bus;
+  StandInUDisks udisks{bus.connect("stand-in")};
+  TempFolder folder;
+  StopSource stop;
+  QtMainThread mainThread{stop};
+  ThreadWorkers workers{stop};
+  TestLog log;
+  LinuxPlaces places;
+  std::optional<LinuxSystem> system;
+};
+
+TEST_F(LinuxSystemTest, AWholeMachineGetsNoLineInTheLog) {
+  begin();
+  runLoopUntil([&] { return !udisks.calls.empty(); });
+  EXPECT_EQ(udisks.members(), std::vector<std::string>({"ObjectManager.GetManagedObjects"}));
+  runLoopDry();
+  EXPECT_EQ(log.texts(), std::vector<std::string>());
+}
+
+TEST_F(LinuxSystemTest, WhatAMachineLacksIsInTheLog) {
+  places.parts = {folder.path("no-udev"), folder.path("no-pkexec"), folder.path("no-agent")};
+  bus.stop();
+  begin();
+  runLoopUntil([&] { return log.texts().size() == 4; });
+  const auto texts = log.texts();
+  EXPECT_EQ(texts[0], "udev isn't running: no player will be seen.\n");
+  EXPECT_EQ(texts[1], folder.path("no-pkexec") + " is missing: no player can be formatted.\n");
+  EXPECT_EQ(texts[2], folder.path("no-agent") + " is missing: no player can be formatted.\n");
+  EXPECT_TRUE(texts[3].starts_with("UDisks2 can't be reached: "));
+}
+
+TEST_F(LinuxSystemTest, TheLogIsThePorts) {
+  begin();
+  platform().systemLog->write("a text");
+  EXPECT_EQ(log.texts(), std::vector<std::string>({"a text"}));
+}
+
+TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
+  machine.plug("a");
+  begin();
+  const auto session = platform().createDiskSession();
+  bool completed = false;
+  session->mount(session->diskFromName("/dev/sdb"), {"/dev/sdb", 0x10002},
+                 [&](const auto&, const Dissenter* dissenter) {
+                   completed = true;
+                   EXPECT_EQ(dissenter, nullptr);
+                 });
+  runLoopUntil([&] { return completed; });
+  EXPECT_EQ(udisks.members(),
+            std::vector<std::string>({"ObjectManager.GetManagedObjects", "Filesystem.Mount"}));
+}
+
+TEST_F(LinuxSystemTest, TwoSessionsKeepOneOrderOfADisk) {
+  machine.plug("a");
+  udisks.handler = [](const UDisksCall& call) {
+    return UDisksAnswer{"", "", {}, call.member == "Filesystem.Mount"};
+  };
+  begin();
+  const auto first = platform().createDiskSession();
+  const auto second = platform().createDiskSession();
+  first->mount(first->diskFromName("sdb"), {"/dev/sdb", 0x10002}, {});
+  second->mount(second->diskFromName("sdb"), {"/dev/sdb", 0x10002}, {});
+  runLoopUntil([&] { return udisks.calls.size() == 2; });
+  runLoopDry();
+  EXPECT_EQ(udisks.calls.size(), 2U);
+}
+
+TEST_F(LinuxSystemTest, ACommandCarriesWhatThePlayerIsRecognisedBy) {
+  machine.plug("a");
+  begin();
+  EXPECT_EQ(wipe({"/dev/sdb", 0x10002}).result, "its output");
+  EXPECT_EQ(noted(), "user boss password 0\ncommand " +
+                         guardedCommand({PlayerCommand::wipe, "/dev/sdb"},
+                                        PlayerGuard{"/dev/sdb", 1, 2, 101}) +
+                         "\n");
+}
+
+TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
+  auto& player = machine.plug("a");
+  machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
+  begin();
+  ASSERT_TRUE(description().volumeName);
+  wipe({"/dev/sdb", 0x10002});
+  EXPECT_FALSE(description().volumeName);
+  machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
+  EXPECT_EQ(description().volumeName.value().description(), "<text>{contents = \"NEW\"}");
+}
+
+TEST_F(LinuxSystemTest, ACommandForADiskThatNobodyFoundIsRefusedWithoutAnAgent) {
+  machine.plug("a");
+  begin();
+  for (const DiskIdentity& target :
+       {DiskIdentity{"/dev/sdc", 0x10002}, DiskIdentity{"/dev/sdb", 0x10003}}) {
+    const auto outcome = wipe(target);
+    EXPECT_EQ(outcome.errorNumber, ScriptError::kNotThePlayer);
+    EXPECT_EQ(outcome.errorMessage, "The device has gone.");
+  }
+  EXPECT_EQ(noted(), "");
+}
+
+TEST_F(LinuxSystemTest, ThePlayersOwnVolumeIsOpened) {
+  machine.plug("a");
+  const auto path = machine.mount(16, "volume");
+  begin();
+  EXPECT_NE(platform().fileManager->openVolume(path, {"/dev/sdb", 0x10002}), nullptr);
+  EXPECT_EQ(platform().fileManager->openVolume(path, {"/dev/sdb", 0x10003}), nullptr);
+}
+
+}  // namespace fillstation::test
