@@ -1,8 +1,10 @@
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -53,18 +55,32 @@ int runInBox(const std::vector<std::string>& given, const std::string& filter) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
 }
 
-// Each case changes its box: one box each, unless a filter picks them.
+// Whether a case is picked by the patterns given, as GoogleTest reads them.
+bool isPicked(const std::string& name) {
+  const std::string patterns = GTEST_FLAG_GET(filter);
+  const auto matches = [&name](const std::string& list) {
+    std::istringstream each(list);
+    for (std::string pattern; std::getline(each, pattern, ':');) {
+      if (::fnmatch(pattern.c_str(), name.c_str(), 0) == 0) {
+        return true;
+      }
+    }
+    return false;
+  };
+  const std::size_t minus = patterns.find('-');
+  const std::string unwanted = minus != std::string::npos ? patterns.substr(minus + 1) : "";
+  return matches(minus == 0 ? "*" : patterns.substr(0, minus)) && !matches(unwanted);
+}
+
+// Each case changes its box: one box each.
 int runInBoxes(const std::vector<std::string>& given) {
-  if (GTEST_FLAG_GET(filter) != "*") {
-    return runInBox(given, GTEST_FLAG_GET(filter));
-  }
   int failed = 0;
   const auto& all = *testing::UnitTest::GetInstance();
   for (int suite = 0; suite < all.total_test_suite_count(); ++suite) {
     const auto& cases = *all.GetTestSuite(suite);
     for (int number = 0; number < cases.total_test_count(); ++number) {
-      failed |=
-          runInBox(given, std::string(cases.name()) + "." + cases.GetTestInfo(number)->name());
+      const std::string name = std::string(cases.name()) + "." + cases.GetTestInfo(number)->name();
+      failed |= isPicked(name) ? runInBox(given, name) : 0;
     }
   }
   return failed;
