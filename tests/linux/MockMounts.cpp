@@ -24,9 +24,11 @@ extern "C" int fstat(int descriptor, struct stat* status) noexcept {
     std::error_code failed;
     const auto path =
         std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), failed);
-    const auto mount = mounts.find(path.string());
-    if (mount != mounts.end()) {
-      status->st_dev = mount->second;
+    // What is below a mount is on its device, too; a mount in a mount comes later in the order.
+    for (const auto& [mount, device] : mounts) {
+      if ((path.string() + "/").starts_with(mount + "/")) {
+        status->st_dev = device;
+      }
     }
   }
   return result;

@@ -1,102 +1,12 @@
-#include <fnmatch.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <sstream>
-#include <string>
 #include <vector>
 
-#include "ChildSetup.h"
-#include "script_box.h"
-
-namespace {
-
-constexpr const char* kInside = "FILLSTATION_SCRIPT_BOX";
-
-// Why the box can't be built here, empty when it can.
-std::string whyNot() {
-  if (::geteuid() != 0) {
-    return "needs root, to build namespaces with users of their own";
-  }
-  for (const char* tool :
-       {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon", "/usr/bin/pkexec",
-        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus"}) {
-    if (::access(tool, X_OK) != 0) {
-      return std::string("needs ") + tool;
-    }
-  }
-  if (std::system("unshare --mount --pid --fork --mount-proc true 2>/dev/null") != 0) {
-    return "needs the right to make namespaces";
-  }
-  return {};
-}
-
-// Runs this very program in a box of its own, with what it was given and one case to run; its exit
-// status.
-int runInBox(const std::vector<std::string>& given, const std::string& filter) {
-  // Whoever ends this process, as a time-out does, ends the box as well.
-  std::vector<std::string> words{"setpriv",      "--pdeathsig",   "KILL",    "unshare",
-                                 "--mount",      "--pid",         "--fork",  "--kill-child",
-                                 "--mount-proc", "--propagation", "private", "/bin/sh",
-                                 BOX_SCRIPT,     BOX_AGENT,       BOX_DRIVER};
-  words.insert(words.end(), given.begin(), given.end());
-  words.push_back("--gtest_filter=" + filter);
-  pid_t child = 0;
-  // Our own streams, which show what becomes of the case.
-  fillstation::ChildSetup setup;
-  setup.hand(1, 1);
-  setup.hand(2, 2);
-  int status = 0;
-  if (setup.start(words, child) != 0 || ::waitpid(child, &status, 0) != child) {
-    return 97;
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
-}
-
-// Whether a case is picked by the patterns given, as GoogleTest reads them.
-bool isPicked(const std::string& name) {
-  const std::string patterns = GTEST_FLAG_GET(filter);
-  const auto matches = [&name](const std::string& list) {
-    std::istringstream each(list);
-    for (std::string pattern; std::getline(each, pattern, ':');) {
-      if (::fnmatch(pattern.c_str(), name.c_str(), 0) == 0) {
-        return true;
-      }
-    }
-    return false;
-  };
-  const std::size_t minus = patterns.find('-');
-  const std::string unwanted = minus != std::string::npos ? patterns.substr(minus + 1) : "";
-  return matches(minus == 0 ? "*" : patterns.substr(0, minus)) && !matches(unwanted);
-}
-
-// Each case changes its box: one box each.
-int runInBoxes(const std::vector<std::string>& given) {
-  int failed = 0;
-  const auto& all = *testing::UnitTest::GetInstance();
-  for (int suite = 0; suite < all.total_test_suite_count(); ++suite) {
-    const auto& cases = *all.GetTestSuite(suite);
-    for (int number = 0; number < cases.total_test_count(); ++number) {
-      const std::string name = std::string(cases.name()) + "." + cases.GetTestInfo(number)->name();
-      failed |= isPicked(name) ? runInBox(given, name) : 0;
-    }
-  }
-  return failed;
-}
-
-}  // namespace
+#include "script_box_entry.h"
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> given(argv, argv + argc);
+  std::vector<char*> given(argv, argv + argc);
   testing::InitGoogleTest(&argc, argv);
-  if (!GTEST_FLAG_GET(list_tests) && std::getenv(kInside) == nullptr) {
-    fillstation::test::boxRefusal() = whyNot();
-    if (fillstation::test::boxRefusal().empty()) {
-      ::setenv(kInside, "1", 1);
-      return runInBoxes(given);
-    }
-  }
-  return RUN_ALL_TESTS();
+  const auto status = fillstation::test::runInBoxes(static_cast<int>(given.size()), given.data());
+  return status ? *status : RUN_ALL_TESTS();
 }

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "SystemLog.h"
+
+namespace fillstation::test {
+
+// A log whose records can be read again. Each back end makes its own and instantiates the suite
+// below with it.
+class SystemLogBackEnd {
+ public:
+  virtual ~SystemLogBackEnd() = default;
+
+  virtual SystemLog& log() = 0;
+  // Everything recorded so far, in the form in which it is kept, and what these texts look like in
+  // that form.
+  virtual std::string recorded() = 0;
+  virtual std::string formOf(const std::vector<std::string>& texts) = 0;
+  // Nobody takes records any more.
+  virtual void lose() = 0;
+};
+
+struct SystemLogBackEndMaker {
+  std::string name;
+  std::unique_ptr<SystemLogBackEnd> (*make)();
+
+  friend void PrintTo(const SystemLogBackEndMaker& maker, std::ostream* out) { *out << maker.name; }
+};
+
+class SystemLogContract : public testing::TestWithParam<SystemLogBackEndMaker> {
+ protected:
+  // Writes the texts and expects them as they are.
+  void expectRecorded(const std::vector<std::string>& texts) {
+    for (const auto& text : texts) {
+      backEnd_->log().write(text);
+    }
+    EXPECT_EQ(backEnd_->recorded(), backEnd_->formOf(texts));
+  }
+
+  std::unique_ptr<SystemLogBackEnd> backEnd_ = GetParam().make();
+};
+
+TEST_P(SystemLogContract, ATextIsRecordedOnceAndExactly) { expectRecorded({"newfs_msdos failed"}); }
+
+TEST_P(SystemLogContract, LineFeedsAndBlanksAreKept) {
+  expectRecorded({"\nDevice mounted\n", "  two\n\nlines ", "\n", ""});
+}
+
+TEST_P(SystemLogContract, BytesAreNotText) {
+  expectRecorded({std::string("a\0b", 3), "\xff\xfe", "\x1b[1m%s"});
+}
+
+TEST_P(SystemLogContract, TextsStayInOrder) { expectRecorded({"first", "second", "third"}); }
+
+TEST_P(SystemLogContract, ALongTextStaysWhole) {
+  expectRecorded({std::string(20000, 'x') + "end"});
+}
+
+TEST_P(SystemLogContract, TextsOfSeveralThreadsStayWhole) {
+  std::vector<std::thread> threads;
+  for (int count = 0; count < 4; ++count) {
+    threads.emplace_back([this] { backEnd_->log().write("one of four"); });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(backEnd_->recorded(), backEnd_->formOf(std::vector<std::string>(4, "one of four")));
+}
+
+TEST_P(SystemLogContract, ALogThatNobodyTakesHurtsNobody) {
+  backEnd_->lose();
+  backEnd_->log().write("lost");
+  backEnd_->log().write("as well");
+}
+
+}  // namespace fillstation::test
