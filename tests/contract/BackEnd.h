@@ -70,7 +70,10 @@ class BackEnd {
 
 struct BackEndKind {
   const char* name;
+  // Null where it can't be had.
   std::unique_ptr<BackEnd> (*create)();
+  // Why it can't be had.
+  std::string& (*obstacle)() = nullptr;
 
   friend void PrintTo(const BackEndKind& kind, std::ostream* out) { *out << kind.name; }
 };

@@ -43,6 +43,9 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
 
   void SetUp() override {
     backEnd = GetParam().create();
+    if (backEnd == nullptr) {
+      GTEST_SKIP() << GetParam().obstacle();
+    }
     session = backEnd->createDiskSession();
   }
 

@@ -10,12 +10,14 @@ class ScriptRunnerContract : public ContractTest {
 
   void SetUp() override {
     ContractTest::SetUp();
-    watchBus();
+    if (!IsSkipped()) {
+      watchBus();
+    }
   }
 
   // A player that is ready for a command, with marks on its medium.
-  void prepare(const PlayerWish& wish = {}) {
-    identity = plugIn("a", wish);
+  void prepare() {
+    identity = plugIn("a");
     EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
     backEnd->writeHead("a", std::string(kWiped + 100, 'm'));
   }
@@ -123,7 +125,9 @@ TEST_P(ScriptRunnerContract, AMountedDiskIsRefused) {
 TEST_P(ScriptRunnerContract, ADiskOfAnotherVendorIsRefused) {
   PlayerWish wish;
   wish.vendor = "OTHER";
-  prepare(wish);
+  wish.blank = true;  // so that nothing has to be unmounted
+  identity = plugIn("a", wish);
+  backEnd->writeHead("a", std::string(kWiped + 100, 'm'));
   expectRefused(script(wipeCommand(identity.node)), identity);
   expectRefused(script(formatCommand(identity.node)), identity);
 }
