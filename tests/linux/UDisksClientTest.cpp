@@ -1,6 +1,7 @@
 #include "UDisksClient.h"
 
 #include <QDBusConnectionInterface>
+#include <thread>
 
 #include "DBusTimeOuts.h"
 #include "UDisksTest.h"
@@ -109,6 +110,24 @@ TEST_F(UDisksClientTest, ABusThatComesBackIsUsedAgain) {
   again.handler = [this](const UDisksCall& call) { return rig.obey(call); };
   EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
   EXPECT_EQ(again.members(), Members({"Filesystem.Unmount"}));
+}
+
+TEST_F(UDisksClientTest, AReconnectionLeavesNoEarlierRequestWithoutAnEnd) {
+  const auto identity = rig.plugIn("a");
+  const auto other = rig.plugIn("b");
+  answer({silence()});
+  const auto waiting = send(&DiskSession::mount, identity);
+  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
+  rig.bus.stop();
+  // Before the main loop can learn of it.
+  while (QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected()) {
+    std::this_thread::yield();
+  }
+  int answers = 0;
+  rig.client.getObjects([&](const auto*, const auto&) { ++answers; });
+  EXPECT_NE(ask(&DiskSession::mount, other), "");
+  runLoopUntil([&] { return waiting->completed && answers == 1; });
+  EXPECT_NE(waiting->refused, "");
 }
 
 TEST_F(UDisksClientTest, WithoutABusARequestIsADissenterAndALine) {
