@@ -49,7 +49,8 @@ class ProgramTest : public ::testing::Test {
     program.terminate();
     EXPECT_TRUE(program.waitForFinished(60'000));
     EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(program.exitCode(), 0);
+    take();
+    EXPECT_EQ(program.exitCode(), 0) << err.toStdString();
     EXPECT_TRUE(std::filesystem::is_empty(home.path()));
   }
   QString nowhere() const { return QString::fromStdString("unix:path=" + home.path("none/bus")); }
