@@ -76,16 +76,23 @@ TEST_F(LinuxDiskTest, OnlyFatWithoutALabelHasANameAllTheSame) {
   EXPECT_EQ(name(described()), "label");
 }
 
-TEST_F(LinuxDiskTest, TheDisksOwnFileSystemComesFirst) {
+TEST_F(LinuxDiskTest, APartitionsFileSystemComesBeforeTheDisksOwn) {
   machine.plug("a");
   machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "id", "whole"});
-  addPartition(1, MockFileSystem{"vfat", "id1", "part"});
+  addPartition(1, MockFileSystem{"vfat", "id", "part"});
   machine.mount(17, "part");
-  EXPECT_EQ(name(described()), "whole");
-  EXPECT_FALSE(described().volumePath);
+  EXPECT_EQ(name(described()), "part");
+  EXPECT_TRUE(described().volumePath->description().ends_with("/media/part/, base = none}"));
 }
 
-TEST_F(LinuxDiskTest, ElseTheFirstPartitionWithAFileSystem) {
+TEST_F(LinuxDiskTest, PartitionsWithoutAFileSystemLeaveTheDisksOwn) {
+  machine.plug("a");
+  machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "id", "whole"});
+  addPartition(1, std::nullopt);
+  EXPECT_EQ(name(described()), "whole");
+}
+
+TEST_F(LinuxDiskTest, OfPartitionsTheFirstWithAFileSystem) {
   machine.player("a").fileSystem = std::nullopt;
   machine.plug("a");
   addPartition(3, MockFileSystem{"vfat", "id3", "three"});

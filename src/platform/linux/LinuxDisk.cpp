@@ -22,7 +22,10 @@ std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
 }  // namespace
 
 std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known) {
-  const auto blocks = disk.blocks();
+  auto blocks = disk.blocks();
+  // mkfs.fat gives a fixed disk a table of one partition that starts where the disk does: the file
+  // system is on both then, and UDisks2 mounts no disk that has partitions.
+  std::rotate(blocks.begin(), blocks.begin() + 1, blocks.end());
   const auto volume = std::find_if(blocks.begin(), blocks.end(), [&](const BlockFacts& block) {
     return block.fileSystem && !(disk.sequence && known.isWiped(*disk.sequence, *block.fileSystem));
   });

@@ -12,7 +12,7 @@
 
 namespace fillstation {
 
-// The block device that a disk's volume is on: the disk itself, or else its first partition, with a
+// The block device that a disk's volume is on: its first partition, or else the disk itself, with a
 // file system that is not left over from before a wipe. None while there is none. Any thread.
 std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known);
 
