@@ -1,0 +1,145 @@
+"""What a program's windows show, as the accessibility bus tells it.
+
+Emulation makes every answer slow, so that all questions about one level of the tree are asked at
+once, and only those that somebody needs.
+"""
+
+from gi.repository import Gio, GLib
+
+ACCESSIBLE = "org.a11y.atspi.Accessible"
+STATES = {"active": 1, "checked": 4, "editable": 7, "enabled": 8, "focused": 12, "selected": 23,
+          "showing": 25}
+WITH_TEXT = ("text",)
+WITH_VALUE = ("progress bar",)
+LEAVES = ("push button", "check box", "label", "cell", "column header", "row header", "scroll bar",
+          "image", "combo box", "text")
+ANSWER_MS = 20000
+
+
+class Bus:
+    """The accessibility bus. Questions are collected by ask() and answered in answers()."""
+
+    def __init__(self):
+        session = Gio.bus_get_sync(Gio.BusType.SESSION)
+        answer = session.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress",
+                                   None, None, Gio.DBusCallFlags.NONE, ANSWER_MS)
+        flags = Gio.DBusConnectionFlags
+        self._bus = Gio.DBusConnection.new_for_address_sync(
+            answer.unpack()[0],
+            flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
+        self._open = 0
+
+    def ask(self, place, interface, method, arguments, keep):
+        """keep(answer) is called by answers(); with None where there was no answer."""
+        self._open += 1
+
+        def on_answer(bus, result):
+            self._open -= 1
+            try:
+                keep(bus.call_finish(result).unpack())
+            except GLib.Error:
+                keep(None)
+
+        self._bus.call(place[0], place[1], interface, method, arguments, None,
+                       Gio.DBusCallFlags.NONE, ANSWER_MS, None, on_answer)
+
+    def answers(self):
+        context = GLib.MainContext.default()
+        while self._open:
+            context.iteration(True)
+
+    def property(self, place, interface, name, keep):
+        arguments = GLib.Variant("(ss)", (interface, name))
+        self.ask(place, "org.freedesktop.DBus.Properties", "Get", arguments,
+                 lambda answer: keep(answer[0] if answer else None))
+
+
+def _children(bus, place, keep):
+    bus.ask(place, ACCESSIBLE, "GetChildren", None, lambda answer: keep(answer[0] if answer else []))
+
+
+def _state_names(answer):
+    low, high = answer[0] if answer else (0, 0)
+    bits = low | high << 32
+    return [name for name, bit in STATES.items() if bits >> bit & 1]
+
+
+def _describe(bus, nodes):
+    """Role, name and states of new nodes; then what their roles have besides."""
+    for node in nodes:
+        place = node["id"]
+        bus.ask(place, ACCESSIBLE, "GetRoleName", None,
+                lambda answer, node=node: node.update(role=answer[0] if answer else ""))
+        bus.ask(place, ACCESSIBLE, "GetState", None,
+                lambda answer, node=node: node.update(states=_state_names(answer)))
+        bus.property(place, ACCESSIBLE, "Name", lambda name, node=node: node.update(name=name or ""))
+    bus.answers()
+
+
+def _deepen(bus, nodes):
+    """The texts, values and children of described nodes; returns the children."""
+    found = []
+    for node in nodes:
+        _ask_details(bus, node)
+        if "showing" in node["states"] and node["role"] not in LEAVES or node["role"] == "combo box":
+            _children(bus, node["id"],
+                      lambda places, node=node: node.update(children=[_new(each) for each in places]))
+    bus.answers()
+    for node in nodes:
+        found += node["children"]
+    return found
+
+
+def _ask_details(bus, node):
+    if node["role"] in WITH_TEXT:
+        bus.ask(node["id"], "org.a11y.atspi.Text", "GetText", GLib.Variant("(ii)", (0, -1)),
+                lambda answer: node.update(text=answer[0] if answer else ""))
+    if node["role"] in WITH_VALUE:
+        bus.property(node["id"], "org.a11y.atspi.Value", "CurrentValue",
+                     lambda value: node.update(value=value))
+
+
+def _new(place):
+    return {"id": place, "children": []}
+
+
+def place_of(place):
+    """Where a thing is on the screen: x, y, width, height."""
+    kept = []
+    bus().ask(place, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (0,)), kept.append)
+    bus().answers()
+    return kept[0][0]
+
+
+def tree(owner):
+    """The windows of the program with that process id; nothing while it shows none."""
+    windows, level = [], []
+    registry = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
+    _children(bus(), registry, level.extend)
+    bus().answers()
+    for program in level:
+        if _process(program[0]) == owner:
+            _children(bus(), program, lambda places: windows.extend(_new(each) for each in places))
+    bus().answers()
+    level = windows
+    while level:
+        _describe(bus(), level)
+        level = _deepen(bus(), level)
+    return windows
+
+
+def _process(name):
+    kept = []
+    bus().ask(("org.freedesktop.DBus", "/org/freedesktop/DBus"), "org.freedesktop.DBus",
+              "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)), kept.append)
+    bus().answers()
+    return kept[0][0] if kept[0] else None
+
+
+_bus = []
+
+
+def bus():
+    if not _bus:
+        _bus.append(Bus())
+    return _bus[0]

@@ -1,0 +1,81 @@
+"""What is on the media, and what is to be put on them."""
+
+import hashlib
+import os
+import pathlib
+import random
+import shutil
+import subprocess
+
+import gadgets
+
+TABLES = {"mbr": "label: dos\nstart=2048, type=c\n", "gpt": "label: gpt\nstart=2048\n"}
+PARTITION_OFFSET = 2048 * 512
+FORMATTERS = {
+    "fat16": ["mkfs.fat", "-F16"],
+    "fat32": ["mkfs.fat", "-F32"],
+    "ext4": ["mkfs.ext4", "-q", "-F"],
+}
+LABEL_OPTIONS = {"fat16": "-n", "fat32": "-n", "ext4": "-L"}
+
+
+def fill(name, size_mb=64, table=None, system=None, label=None, marks=True, unit=0):
+    """Makes a player's medium: a partition table or none, a file system or none, recognisable bytes."""
+    path = gadgets.backing(name, unit)
+    with open(path, "wb") as medium:
+        medium.truncate(size_mb << 20)
+    if table:
+        subprocess.run(["sfdisk", "-q", path], input=TABLES[table], text=True, check=True)
+    if system:
+        _format(path, system, label, PARTITION_OFFSET if table else 0, size_mb)
+    if marks:
+        with open(path, "r+b") as medium:
+            medium.seek((size_mb << 20) - 4096)
+            medium.write(f"medium of {name}\n".encode() * 100)
+
+
+def _format(path, system, label, offset, size_mb):
+    command = list(FORMATTERS[system])
+    if label:
+        command += [LABEL_OPTIONS[system], label]
+    if offset:
+        part = f"{path}.part"
+        with open(part, "wb") as medium:
+            medium.truncate((size_mb - 2) << 20)
+        subprocess.run([*command, part], check=True, stdout=subprocess.DEVNULL)
+        copy = ["dd", f"if={part}", f"of={path}", f"seek={PARTITION_OFFSET // 4096}", "bs=4k"]
+        subprocess.run([*copy, "conv=notrunc,sparse", "status=none"], check=True)
+        os.unlink(part)
+    else:
+        subprocess.run([*command, path], check=True, stdout=subprocess.DEVNULL)
+
+
+def digest(name, unit=0):
+    """The SHA-256 of a whole medium."""
+    sha = hashlib.sha256()
+    with open(gadgets.BACKING / (f"{name}.{unit}" if unit else name), "rb") as medium:
+        for block in iter(lambda: medium.read(1 << 20), b""):
+            sha.update(block)
+    return sha.hexdigest()
+
+
+def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1):
+    """Makes a book: folders of numbered tracks, a cover that is no track. Returns what a player gets.
+
+    The answer is in playing order: [path, size, SHA-256], a folder with neither.
+    """
+    root = pathlib.Path(folder)
+    shutil.rmtree(root, ignore_errors=True)
+    source = random.Random(seed)
+    expected = []
+    for chapter in range(1, chapters + 1):
+        expected.append([f"Chapter {chapter}", None, None])
+        (root / f"Chapter {chapter}").mkdir(parents=True)
+        for track in range(1, tracks + 1):
+            name = f"Chapter {chapter}/{track} Über die Straße.mp3"
+            data = source.randbytes(track_kb * 1024 + track)
+            (root / name).write_bytes(data)
+            expected.append([name, len(data), hashlib.sha256(data).hexdigest()])
+        (root / f"Chapter {chapter}/cover.jpg").write_bytes(b"no track")
+    subprocess.run(["chown", "-R", "player:", root], check=True)
+    return expected

@@ -1,0 +1,167 @@
+"""USB devices that are not there: configfs gadgets on the emulated ports of dummy_hcd."""
+
+import os
+import pathlib
+import time
+
+GADGETS = pathlib.Path("/sys/kernel/config/usb_gadget")
+CONTROLLERS = pathlib.Path("/sys/class/udc")
+BACKING = pathlib.Path("/box/players")
+ENGLISH = "strings/0x409"
+KEYBOARD_REPORTS = bytes.fromhex(
+    "05010906a101050719e029e71500250175019508810295017508810395057501"
+    "0508190129059102950175039103950675081500256505071900296581"
+    "00c0"
+)
+
+
+def _write(path, text):
+    path.write_text(str(text), encoding="utf-8")
+
+
+def add(name, kind="player", **traits):
+    """Makes a device without plugging it in. Traits: see _storage and _strings."""
+    gadget = GADGETS / name
+    gadget.mkdir()
+    _write(gadget / "idVendor", traits.get("vendor_id", "0x10d6"))
+    _write(gadget / "idProduct", traits.get("product_id", "0x1101"))
+    _write(gadget / "bcdDevice", traits.get("release", "0x0100"))
+    if traits.get("speed"):
+        _write(gadget / "max_speed", traits["speed"])
+    _strings(gadget, traits)
+    config = gadget / "configs/c.1"
+    config.mkdir()
+    function = _keyboard(gadget) if kind == "keyboard" else _storage(gadget, name, traits)
+    (config / function.name).symlink_to(function)
+
+
+def _strings(gadget, traits):
+    defaults = {"product": "HS USB FlashDisk", "manufacturer": "ACTIONS", "serialnumber": gadget.name}
+    (gadget / ENGLISH).mkdir()
+    for key, default in defaults.items():
+        text = traits.get(key, default)
+        if text is not None:
+            _write(gadget / ENGLISH / key, text)
+
+
+def _storage(gadget, name, traits):
+    function = gadget / "functions/mass_storage.0"
+    function.mkdir()
+    for number in range(traits.get("units", 1)):
+        unit = function / f"lun.{number}"
+        unit.mkdir(exist_ok=True)
+        vendor, model = traits.get("vendor", "ACTIONS"), traits.get("model", "HS USB FlashDisk")
+        _write(unit / "inquiry_string", f"{vendor:<8.8}{model:<16.16}1.00")
+        _write(unit / "removable", int(traits.get("removable", True)))
+        _write(unit / "ro", int(traits.get("read_only", False)))
+        if traits.get("medium", True) or not traits.get("removable", True):
+            _write(unit / "file", backing(name, number))
+    return function
+
+
+def _keyboard(gadget):
+    function = gadget / "functions/hid.0"
+    function.mkdir()
+    _write(function / "protocol", 1)
+    _write(function / "subclass", 1)
+    _write(function / "report_length", 8)
+    (function / "report_desc").write_bytes(KEYBOARD_REPORTS)
+    return function
+
+
+def backing(name, unit=0):
+    """The medium of a player, made empty where there is none yet."""
+    path = BACKING / (f"{name}.{unit}" if unit else name)
+    path.touch()
+    return path
+
+
+def _controller(name):
+    return (GADGETS / name / "UDC").read_text(encoding="ascii").strip()
+
+
+def _free_controller():
+    used = {_controller(gadget.name) for gadget in GADGETS.iterdir()}
+    every = sorted(CONTROLLERS.iterdir(), key=lambda path: int(path.name.rpartition(".")[2]))
+    return next(path.name for path in every if path.name not in used)
+
+
+def plug(name, port=None):
+    """Plugs the device in, at a port of its own; returns the port's number."""
+    controller = f"dummy_udc.{port}" if port is not None else _free_controller()
+    _write(GADGETS / name / "UDC", controller)
+    return int(controller.rpartition(".")[2])
+
+
+def pull(name):
+    """Pulls the device out, in the middle of whatever it does; it keeps its port."""
+    _write(CONTROLLERS / _controller(name) / "soft_connect", "disconnect")
+
+
+def push_back(name):
+    """Puts a pulled device back into its port."""
+    _write(CONTROLLERS / _controller(name) / "soft_connect", "connect")
+
+
+def insert(name, path):
+    """Another medium in the drive; an empty path takes it out."""
+    unit = GADGETS / name / "functions/mass_storage.0/lun.0"
+    _write(unit / "forced_eject", 1)
+    if path:
+        _write(unit / "file", path)
+
+
+def remove(name, keep=False):
+    """Unplugs the device and forgets it, with its medium unless that is kept."""
+    gadget = GADGETS / name
+    if _controller(name):
+        _write(gadget / "UDC", "\n")
+    for link in (gadget / "configs/c.1").iterdir():
+        if link.is_symlink():
+            link.unlink()
+    for function in (gadget / "functions").iterdir():
+        for unit in function.glob("lun.[1-9]*"):
+            unit.rmdir()
+        function.rmdir()
+    for folder in ("configs/c.1", ENGLISH, ""):
+        (gadget / folder).rmdir()
+    for path in BACKING.glob(f"{name}*"):
+        if not keep and path.name.partition(".")[0] == name:
+            path.unlink()
+
+
+def remove_all():
+    for gadget in GADGETS.iterdir():
+        remove(gadget.name)
+    for path in BACKING.iterdir():
+        path.unlink()
+
+
+def _below(name):
+    number = _controller(name).rpartition(".")[2]
+    return pathlib.Path(f"/sys/devices/platform/dummy_hcd.{number}")
+
+
+def disk(name, timeout=20.0):
+    """The name of the disk below the plugged device (sda, ...), when udev knows it; else none."""
+    end = time.monotonic() + timeout
+    while True:
+        for found in _below(name).glob("usb*/*-1/*/host*/target*/*:0/block/*"):
+            number = (found / "dev").read_text(encoding="ascii").strip()
+            if os.path.exists(f"/run/udev/data/b{number}"):
+                return found.name
+        if time.monotonic() >= end:
+            return None
+        time.sleep(0.1)
+
+
+def await_head(name, zero, timeout=60.0, then_pull=False):
+    """Waits until the medium's head has been wiped (or written again); may pull at that moment."""
+    end = time.monotonic() + timeout
+    with open(BACKING / name, "rb", buffering=0) as medium:
+        while any(os.pread(medium.fileno(), 4096, 0)) == zero:
+            if time.monotonic() >= end:
+                raise TimeoutError(f"the head of {name} has not changed")
+            time.sleep(0.002)
+    if then_pull:
+        pull(name)

@@ -1,0 +1,114 @@
+"""The user's desktop session in the box, and the tests' hands in it."""
+
+import json
+import os
+import signal
+import socket
+import subprocess
+import time
+import traceback
+
+import accessibility
+
+DISPLAY = ":0"
+SCREEN = "1280x900x24"
+SOCKET = f"/run/user/{os.getuid()}/box-session"
+started = {}
+
+
+def run(argv, timeout=60, text=None):
+    """Runs a command as the user, in the session."""
+    done = subprocess.run(
+        argv, input=text, capture_output=True, text=True, errors="surrogateescape", timeout=timeout
+    )
+    return {"status": done.returncode, "out": done.stdout, "err": done.stderr}
+
+
+def start(name, argv, environment=None):
+    """Starts a program of the session; its output goes to files in the home folder."""
+    with open(f"{name}.out", "wb") as out, open(f"{name}.err", "wb") as err:
+        started[name] = subprocess.Popen(
+            argv, env=os.environ | (environment or {}), stdin=subprocess.DEVNULL, stdout=out, stderr=err
+        )
+    return started[name].pid
+
+
+def status(name):
+    """None while it runs, else its exit status."""
+    return started[name].poll()
+
+
+def output(name):
+    texts = []
+    for stream in ("out", "err"):
+        with open(f"{name}.{stream}", encoding="utf-8", errors="surrogateescape") as file:
+            texts.append(file.read())
+    return texts
+
+
+def stop(name, number=signal.SIGTERM, timeout=10):
+    """Ends a program, by force where it must be; returns its exit status."""
+    process = started[name]
+    process.send_signal(number)
+    try:
+        return process.wait(timeout)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+        return "killed"
+
+
+def tree(name):
+    """The windows of a started program."""
+    return accessibility.tree(started[name].pid)
+
+
+OPERATIONS = {
+    "run": run,
+    "start": start,
+    "status": status,
+    "output": output,
+    "stop": stop,
+    "tree": tree,
+    "place_of": accessibility.place_of,
+}
+
+
+def answer_to(line):
+    try:
+        request = json.loads(line)
+        operation = OPERATIONS[request["op"]]
+        return {"result": operation(*request.get("args", ()), **request.get("named", {}))}
+    except Exception:  # whatever it is, the driver outside has to know it
+        return {"error": traceback.format_exc()}
+
+
+def open_desktop():
+    log = open("desktop.log", "wb")
+    streams = {"stdin": subprocess.DEVNULL, "stdout": log, "stderr": log}
+    subprocess.Popen(["Xvfb", DISPLAY, "-screen", "0", SCREEN, "-nolisten", "tcp"], **streams)
+    os.environ["DISPLAY"] = DISPLAY
+    while not os.path.exists(f"/tmp/.X11-unix/X{DISPLAY[1:]}"):
+        time.sleep(0.1)
+    subprocess.run(["dbus-update-activation-environment", "--systemd", "DISPLAY"], **streams)
+    ready = SOCKET + "-desktop"
+    subprocess.Popen(["openbox", "--startup", f"touch {ready}"], **streams)
+    while not os.path.exists(ready):
+        time.sleep(0.1)
+
+
+def main():
+    os.chdir(os.path.expanduser("~"))
+    open_desktop()
+    with socket.socket(socket.AF_UNIX) as server:
+        server.bind(SOCKET)
+        os.chmod(SOCKET, 0o600)
+        server.listen()
+        while True:
+            link, _ = server.accept()
+            with link:
+                line = link.makefile("rb").readline()
+                link.sendall(json.dumps(answer_to(line)).encode() + b"\n")
+
+
+main()
