@@ -51,7 +51,9 @@ class Machine:
 
     def _command(self, extra):
         accel = ["kvm"] if self.accelerated else ["tcg,thread=multi"]
-        command = [QEMU, "-accel", *accel, "-cpu", "max", "-smp", str(CORES), "-m", "3072", "-nodefaults"]
+        # However this process ends, its machine ends with it.
+        command = ["setpriv", "--pdeathsig", "TERM", QEMU, "-accel", *accel, "-cpu", "max"]
+        command += ["-smp", str(CORES), "-m", "3072", "-nodefaults"]
         command += ["-no-reboot", "-display", "none", "-kernel", str(self._image / "vmlinuz")]
         command += ["-initrd", str(self._image / "initrd"), "-append", KERNEL_LINE]
         command += ["-serial", f"file:{self.console}"]

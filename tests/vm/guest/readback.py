@@ -66,7 +66,6 @@ def read_back(name):
         check = subprocess.run(["fsck.fat", "-n", volume], capture_output=True, text=True, check=False)
         return {
             "type": _type(volume),
-            "partitioned": volume != device,
             "fsck": check.returncode,
             "fsck_said": check.stdout + check.stderr,
             "entries": _entries(volume) if _type(volume) else [],

@@ -1,0 +1,110 @@
+"""The machine in a box, as the scenarios see it: players, files, commands, the journal."""
+
+import contextlib
+import pathlib
+import shutil
+import tempfile
+
+import image
+import machine
+from waiting import expect_equal, until
+
+HOME = "/home/player"
+ADMIN, ADMIN_PASSWORD = "admin", "open sesame"
+PLAYER, PLAYER_PASSWORD = "player", "players own"
+
+
+class Box:
+    """One booted Debian with the program in it. Made once for many scenarios; clear() between two."""
+
+    def __init__(self, program_folder, out, extra=()):
+        self.out = pathlib.Path(out)
+        self.out.mkdir(parents=True, exist_ok=True)
+        self._share = pathlib.Path(tempfile.mkdtemp(prefix="box-share-"))
+        shutil.copytree(image.HERE / "guest", self._share / "guest")
+        (self._share / "bin").mkdir()
+        for program in ("fillstation", "fillstation-agent"):
+            shutil.copy2(pathlib.Path(program_folder) / program, self._share / "bin" / program)
+        self._share.chmod(0o755)
+        self.machine = machine.Machine(image.ensure(), self._share, self.out, extra)
+        self.call = self.machine.call
+        self.person = None
+
+    def wait_for_session(self):
+        self.machine.wait_for_session()
+
+    def close(self):
+        self.machine.close()
+        shutil.rmtree(self._share, ignore_errors=True)
+
+    def session(self, op, *args, timeout=60, **named):
+        """Asks the helper in the user's session."""
+        request = {"op": op, "args": args, "named": named}
+        return self.call("session", request, timeout, timeout=timeout + 10)
+
+    def root(self, command, timeout=60):
+        """Runs a shell command as root and returns what it wrote; it has to succeed."""
+        done = self.call("run", ["sh", "-c", command], timeout, timeout=timeout + 10)
+        expect_equal(done["status"], 0, f"{command}: {done['err']}")
+        return done["out"]
+
+    def user(self, command, timeout=60):
+        """Runs a shell command in the user's session: its status, out and err."""
+        return self.session("run", ["sh", "-c", command], timeout, timeout=timeout)
+
+    def player(self, name, plug=True, port=None, content=None, **traits):
+        """Makes a player and plugs it in. content: see contents.fill; traits: see gadgets.add."""
+        self.call("fill", name, **({"system": "fat32"} if content is None else content))
+        self.call("add", name, **traits)
+        return self.call("plug", name, port) if plug else None
+
+    def disk(self, name, seconds=30):
+        """The disk of a plugged player (sda, ...), once udev knows it."""
+        found = self.call("disk", name, seconds, timeout=seconds + 10)
+        if found is None:
+            raise AssertionError(f"{name} has got no disk within {seconds} s")
+        return found
+
+    def mount(self, disk):
+        """Mounts a disk as the user's desktop would; returns the mount point."""
+        until(lambda: self._in_udisks(disk), 20, f"UDisks2 knows {disk}")
+        done = self.user(f"udisksctl mount --no-user-interaction -b /dev/{disk}")
+        expect_equal(done["status"], 0, f"udisksctl mount {disk}: {done['err']}")
+        return done["out"].rpartition(" at ")[2].strip().rstrip(".")
+
+    def _in_udisks(self, disk):
+        shown = self.user(f"udisksctl info -b /dev/{disk}")
+        return shown["status"] == 0 and "MountPoints" in shown["out"]
+
+    def disks(self):
+        """The names of the disks that the kernel knows."""
+        return [name for name in self.root("ls /sys/block").split() if name.startswith("sd")]
+
+    def clear(self):
+        """Ends the program, unplugs and forgets every device."""
+        if self.person is not None:
+            self.person.stop()
+            self.person = None
+        self.call("remove_all")
+        until(lambda: not self.disks(), 30, "no disk is left")
+
+    def picture(self, name):
+        """A picture of the whole screen, in the results' folder."""
+        self.user(f"scrot -o /tmp/{name}.png")
+        self.root(f"cp /tmp/{name}.png /box/out/")
+        return self.out / f"{name}.png"
+
+    @contextlib.contextmanager
+    def unchanged(self, *names):
+        """These media's bytes must be the same after the block as before it."""
+        before = {name: self.call("digest", name) for name in names}
+        yield
+        for name, digest in before.items():
+            expect_equal(self.call("digest", name), digest, f"the bytes of {name}")
+
+    def expect_prepared(self, name, book):
+        """The player holds a clean FAT32 volume with exactly the book, in playing order."""
+        found = self.call("read_back", name)
+        expect_equal(found["type"], "vfat", f"the file system of {name}")
+        expect_equal(found["fsck"], 0, f"fsck.fat of {name}: {found['fsck_said']}")
+        expect_equal(found["entries"], book, f"the content of {name}")

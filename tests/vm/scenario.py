@@ -1,0 +1,36 @@
+"""The list of scenarios: a function becomes one by @scenario."""
+
+import collections
+import contextlib
+
+from flows import Operator
+
+Scenario = collections.namedtuple("Scenario", "name run")
+SCENARIOS = []
+BOOK = "/home/player/Audio Book"
+
+
+def scenario(function):
+    """The function gets a box without devices; its name is the scenario's."""
+    SCENARIOS.append(Scenario(function.__name__, function))
+    return function
+
+
+@contextlib.contextmanager
+def operator(box):
+    """A person at a fresh window; the program must still run, and end well, after the block."""
+    person = Operator(box)
+    person.open()
+    yield person
+    ended = person.status()
+    if ended is not None:
+        raise AssertionError(f"The program has ended by itself, with {ended}")
+    ended = person.stop()
+    if ended != 0:
+        raise AssertionError(f"The program was asked to end, and ended with {ended}")
+    box.person = None
+
+
+def make_book(box, **shape):
+    """An audio book in the user's home; what a player with it holds, in playing order."""
+    return box.call("audio_book", BOOK, timeout=120, **shape)

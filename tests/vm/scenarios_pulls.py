@@ -1,0 +1,142 @@
+"""Players that are pulled out, and other disks in their place: what is no player keeps its bytes."""
+
+from flows import COMPLETED, failed
+from scenario import BOOK, make_book, operator, scenario
+from waiting import expect, expect_equal, until
+
+FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
+BIG = {"content": {"size_mb": 1024, "system": "fat32"}, "speed": "full-speed"}
+
+
+def _begin(box, person, victim, **traits):
+    """A run over the victim and another player has been started; returns the victim's disk."""
+    box.player("other")
+    box.disk("other")
+    box.player(victim, **traits)
+    disk = box.disk(victim)
+    person.wait_for_players(2)
+    person.add_folder(BOOK)
+    person.click("All")
+    person.start()
+    return disk
+
+
+def _end(box, person, book, summary, **log):
+    """The run has ended with that summary, and the other player is as it should be."""
+    person.dismiss(summary, 120)
+    person.expect_log(**log)
+    other = box.disk("other")
+    until(lambda: person.disks() == [other], 30, "only the other player is listed")
+    person.eject()
+    until(lambda: other not in box.disks(), 30, "the other player is off")
+    box.expect_prepared("other", book)
+    expect_equal(box.root("find /dev -maxdepth 1 -name 'sd*' -type f"), "", "files in place of disks")
+
+
+@scenario
+def pulled_during_the_copy(box):
+    book = make_book(box, track_kb=2048)
+    with operator(box) as person:
+        disk = _begin(box, person, "victim", speed="full-speed")
+        mounted = f"findmnt -n -o TARGET /dev/{disk} || true"
+        until(lambda: box.root(mounted).strip() and "Copy successful" in person.journal(), 60, "a copy")
+        until(lambda: box.root(f'find "$({mounted})" -name "*.mp3"').strip(), 60, "a copied track")
+        box.call("pull", "victim")
+        person.dismiss(failed(disk), 120)
+        expect("Copy failed" in person.journal(), "the log tells of failed copies")
+        expect_equal(person.journal().count("copy Done!!!\n"), 2, "how many copies have ended")
+        other = box.disk("other")
+        until(lambda: person.disks() == [other], 30, "only the other player is listed")
+        person.eject()
+        until(lambda: other not in box.disks(), 30, "the other player is off")
+    box.expect_prepared("other", book)
+
+
+@scenario
+def pulled_between_wipe_and_format(box):
+    book = make_book(box, chapters=1)
+    with operator(box) as person:
+        disk = _begin(box, person, "victim")
+        box.call("await_head", "victim", True, then_pull=True)
+        _end(box, person, book, failed(disk), formats=2, copied=4, done=1, **_either(person))
+
+
+def _either(person):
+    """The pull hits the end of the wipe or what follows it: either step may be the one that fails."""
+    until(lambda: person.alert_text() is not None, 120, "the summary")
+    step = "wipe_failures" if "dd operation failed.\n" in person.journal() else "format_failures"
+    return {step: 1}
+
+
+@scenario
+def pulled_during_the_format(box):
+    book = make_book(box, chapters=1)
+    with operator(box) as person:
+        disk = _begin(box, person, "victim", **BIG)
+        box.call("await_head", "victim", True, 90.0, timeout=100)
+        box.call("await_head", "victim", False, 90.0, then_pull=True, timeout=100)
+        _end(box, person, book, failed(disk), formats=2, format_failures=1, copied=4, done=1)
+
+
+def _swap(box, name, port):
+    """Pulls the player and puts a foreign disk into its port; returns the foreign disk's name."""
+    box.call("remove", name, keep=True)
+    until(lambda: len(box.disks()) < 2, 20, "the player's disk has gone")
+    box.player("foreign", port=port, content={"system": "ext4", "label": "photos"}, **FOREIGN)
+    return box.disk("foreign")
+
+
+@scenario
+def swapped_before_start(box):
+    make_book(box, chapters=1)
+    with operator(box) as person:
+        port = box.player("victim")
+        disk = box.disk("victim")
+        person.wait_for_players(1)
+        person.add_folder(BOOK)
+        person.click("All")
+        person.ask()
+        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
+        until(lambda: person.disks() == [], 20, "the pulled player has left the list")
+        with box.unchanged("foreign"):
+            person.click("OK")
+            person.dismiss(COMPLETED, 60)
+            person.expect_log()
+
+
+@scenario
+def swapped_during_authentication(box):
+    make_book(box, chapters=1)
+    with operator(box) as person:
+        port = box.player("victim")
+        disk = box.disk("victim")
+        person.wait_for_players(1)
+        person.add_folder(BOOK)
+        person.click("All")
+        person.start()
+        held = box.call("freeze", "pkexec")
+        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
+        with box.unchanged("foreign", "victim"):
+            box.call("thaw", held)
+            person.dismiss(failed(disk), 90)
+            person.expect_log(formats=1, wipe_failures=1)
+
+
+@scenario
+def swapped_between_wipe_and_format(box):
+    make_book(box, chapters=1)
+    with operator(box) as person:
+        port = box.player("victim")
+        disk = box.disk("victim")
+        person.wait_for_players(1)
+        person.add_folder(BOOK)
+        person.click("All")
+        person.start()
+        box.call("await_head", "victim", True)
+        box.call("await_none", "fillstation-age")
+        held = box.call("freeze", "pkexec")
+        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
+        with box.unchanged("foreign"):
+            box.call("thaw", held)
+            person.dismiss(failed(disk), 90)
+            person.expect_log(formats=1, format_failures=1)

@@ -1,0 +1,112 @@
+"""Players that are what they should be: plugged in, prepared, read back."""
+
+from flows import COMPLETED
+from scenario import BOOK, make_book, operator, scenario
+from waiting import expect_equal, until
+
+FILES = 12
+NO_SPACE_AT_ALL = "18446744073709551615 MB"
+
+
+@scenario
+def one_player(box):
+    book = make_book(box)
+    box.player("one")
+    with operator(box) as person:
+        person.wait_for_players(1)
+        person.add_folder(BOOK)
+        person.click("All")
+        person.start()
+        person.dismiss(COMPLETED, 60)
+        expect_equal(person.progress(), 100.0, "the progress bar")
+        person.expect_log(formats=1, copied=FILES, done=1)
+        person.eject()
+        until(lambda: not box.disks(), 30, "the player is off")
+    box.expect_prepared("one", book)
+
+
+@scenario
+def four_players_before_start_and_four_after(box):
+    book = make_book(box)
+    early = [f"early{number}" for number in range(4)]
+    late = [f"late{number}" for number in range(4)]
+    for name in early:
+        box.player(name)
+        box.disk(name)
+    with operator(box) as person:
+        person.wait_for_players(4)
+        for name in late:
+            box.player(name)
+        person.wait_for_players(8, 90)
+        expect_equal(person.labels(), ["0 KB", "0 KB"], "the labels without a tick")
+        person.add_folder(BOOK)
+        person.click("All")
+        expect_equal(person.labels(), ["64 MB", "62 MB"], "the labels with eight ticks")
+        person.start()
+        person.expect_busy()
+        box.picture("eight-players-run")
+        person.dismiss(COMPLETED, 180)
+        person.expect_log(formats=8, copied=8 * FILES, done=8)
+        person.eject()
+        expect_equal(person.labels(), ["0 KB", NO_SPACE_AT_ALL], "the labels of an empty list")
+        until(lambda: not box.disks(), 60, "all players are off")
+    for name in early + late:
+        box.expect_prepared(name, book)
+
+
+@scenario
+def sixteen_players_at_once(box):
+    book = make_book(box, chapters=2)
+    names = [f"player{number}" for number in range(16)]
+    for name in names:
+        box.player(name)
+    with operator(box) as person:
+        person.enlarge()
+        person.wait_for_players(16, 120)
+        person.add_folder(BOOK)
+        person.click("All")
+        expect_equal(len(person.ticked()), 16, "the ticked players")
+        person.start()
+        person.dismiss(COMPLETED, 300)
+        box.picture("sixteen-players-done")
+        person.expect_log(formats=16, copied=16 * 8, done=16)
+        person.eject(120)
+        until(lambda: not box.disks(), 60, "all players are off")
+    for name in names:
+        box.expect_prepared(name, book)
+
+
+@scenario
+def two_runs_in_a_row_and_eject_of_two_of_four(box):
+    book = make_book(box, chapters=2)
+    kinds = {
+        "mbr": {"content": {"table": "mbr", "system": "fat32"}},
+        "gpt": {"content": {"table": "gpt", "system": "fat32"}},
+        "whole": {"content": {"system": "fat16"}},
+        "fixed": {"content": {"table": "mbr", "system": "fat32"}, "removable": False},
+    }
+    for name, traits in kinds.items():
+        box.player(name, **traits)
+    disks = {name: box.disk(name) for name in kinds}
+    with operator(box) as person:
+        person.wait_for_players(4)
+        person.add_folder(BOOK)
+        person.click("All")
+        expect_equal(len(person.ticked()), 4, "the ticks after All")
+        person.click("None")
+        expect_equal(person.ticked(), [], "the ticks after None")
+        person.click("All")
+        for run in (1, 2):
+            person.start()
+            person.dismiss(COMPLETED, 120)
+            person.expect_log(formats=4 * run, copied=4 * run * 8, done=4 * run)
+        person.tick(disks["gpt"], disks["fixed"])
+        expect_equal(set(person.ticked()), {disks["mbr"], disks["whole"]}, "the ticked players")
+        person.eject()
+        until(lambda: box.disks() == sorted((disks["gpt"], disks["fixed"])), 30, "two players are left")
+        expect_equal(set(person.disks()), {disks["gpt"], disks["fixed"]}, "the list")
+        person.click("All")
+        person.eject()
+        until(lambda: not box.disks(), 30, "all players are off")
+    for name in kinds:
+        box.expect_prepared(name, book)

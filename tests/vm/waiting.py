@@ -1,0 +1,25 @@
+"""Waiting for what the box does in its own time."""
+
+import time
+
+
+def until(look, seconds, what):
+    """Looks again and again until the answer is true; returns that answer."""
+    end = time.monotonic() + seconds
+    while True:
+        answer = look()
+        if answer:
+            return answer
+        if time.monotonic() >= end:
+            raise AssertionError(f"Not within {seconds} s: {what}")
+        time.sleep(0.25)
+
+
+def expect(condition, what):
+    if not condition:
+        raise AssertionError(what)
+
+
+def expect_equal(got, wanted, what):
+    if got != wanted:
+        raise AssertionError(f"{what}:\n  wanted {wanted!r}\n  got    {got!r}")
