@@ -84,6 +84,8 @@ TEST_F(FatImageTest, WithoutALabelInTheRootTheBootSectorsCounts) {
   EXPECT_EQ(image().label(), "NO NAME");
   patch(71, "BOOT       ");
   EXPECT_EQ(image().label(), "BOOT");
+  patch(71, "ELEVEN CHRS");
+  EXPECT_EQ(image().label(), "ELEVEN CHRS");
   patch(71, "\x80 B\x7f\x1f      ");
   EXPECT_EQ(image().label(), "_ B__");
   patch(71, "           ");
