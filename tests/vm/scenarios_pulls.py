@@ -86,15 +86,21 @@ def _swap(box, name, port):
     return box.disk("foreign")
 
 
+def _tick_victim(box, person):
+    """Everything is ready to start on one player; returns its port and its disk."""
+    port = box.player("victim")
+    disk = box.disk("victim")
+    person.wait_for_players(1)
+    person.add_folder(BOOK)
+    person.click("All")
+    return port, disk
+
+
 @scenario
 def swapped_before_start(box):
     make_book(box, chapters=1)
     with operator(box) as person:
-        port = box.player("victim")
-        disk = box.disk("victim")
-        person.wait_for_players(1)
-        person.add_folder(BOOK)
-        person.click("All")
+        port, disk = _tick_victim(box, person)
         person.ask()
         expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
         until(lambda: person.disks() == [], 20, "the pulled player has left the list")
@@ -108,11 +114,7 @@ def swapped_before_start(box):
 def swapped_during_authentication(box):
     make_book(box, chapters=1)
     with operator(box) as person:
-        port = box.player("victim")
-        disk = box.disk("victim")
-        person.wait_for_players(1)
-        person.add_folder(BOOK)
-        person.click("All")
+        port, disk = _tick_victim(box, person)
         person.start()
         held = box.call("freeze", "pkexec")
         expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
@@ -126,11 +128,7 @@ def swapped_during_authentication(box):
 def swapped_between_wipe_and_format(box):
     make_book(box, chapters=1)
     with operator(box) as person:
-        port = box.player("victim")
-        disk = box.disk("victim")
-        person.wait_for_players(1)
-        person.add_folder(BOOK)
-        person.click("All")
+        port, disk = _tick_victim(box, person)
         person.start()
         box.call("await_head", "victim", True)
         box.call("await_none", "fillstation-age")
