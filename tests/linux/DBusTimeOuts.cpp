@@ -10,7 +10,8 @@ namespace fillstation::test {
 namespace {
 
 std::mutex lock;
-std::vector<int> timeOuts;
+// Never destroyed: Qt's D-Bus thread may still send while the program ends.
+std::vector<int>& timeOuts = *new std::vector<int>;
 
 }  // namespace
 
