@@ -23,13 +23,19 @@ def _prepare(box, person, names, seconds=120, meanwhile=None):
     until(lambda: not box.disks(), 60, "all players are off")
 
 
-@scenario
-def services_restart_during_a_run(box):
+def _two_slow_players(box):
+    """A run over them lasts long enough for something to happen; the book and their names."""
     book = make_book(box, track_kb=2048)
     names = ("one", "two")
     for name in names:
         box.player(name, speed="full-speed")
         box.disk(name)
+    return book, names
+
+
+@scenario
+def services_restart_during_a_run(box):
+    book, names = _two_slow_players(box)
 
     def restarts():
         box.call("await_head", "one", True)
@@ -96,11 +102,7 @@ def an_unmount_of_more_than_25_seconds(box):
 
 @scenario
 def a_device_without_a_disk_during_a_run(box):
-    book = make_book(box, track_kb=2048)
-    names = ("one", "two")
-    for name in names:
-        box.player(name, speed="full-speed")
-        box.disk(name)
+    book, names = _two_slow_players(box)
 
     def arrives():
         box.call("add", "hollow", kind="keyboard")
