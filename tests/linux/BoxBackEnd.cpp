@@ -54,8 +54,9 @@ int attachLoop(int file, FileHandle& device) {
 }  // namespace
 
 BoxBackEnd::BoxBackEnd()
-    : polkit_("/run/box/agent",
-              [this](const DiskIdentity& identity) { return guardOf(identity); }) {
+    : polkit_(
+          "/run/box/agent", [this](const DiskIdentity& identity) { return guardOf(identity); },
+          [this](const DiskIdentity& identity) { rig.known.spared(identity); }) {
   platform().workers = &rig.workers;
   rig.udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };
   // What the box's root sees: this machine's devices, and nodes that nobody outside has.

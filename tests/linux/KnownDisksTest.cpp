@@ -102,6 +102,32 @@ TEST_F(KnownDisksTest, ABlankDiskIsWipedToo) {
   EXPECT_FALSE(known.isWiped(101, fileSystem("2222-BBBB")));
 }
 
+TEST_F(KnownDisksTest, AfterAWipeThatDidNotBeginItsFileSystemIsThere) {
+  plugInFound();
+  known.willWipe({"/dev/sdb", kHandle});
+  known.spared({"/dev/sdb", kHandle});
+  EXPECT_FALSE(known.isWiped(101, fileSystem("1111-AAAA")));
+  EXPECT_FALSE(known.isWiped(101, fileSystem("")));
+}
+
+TEST_F(KnownDisksTest, AWipeThatDidNotBeginLeavesTheOneBeforeIt) {
+  plugInFound();
+  known.willWipe({"/dev/sdb", kHandle});
+  machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "2222-BBBB", {}});
+  known.willWipe({"/dev/sdb", kHandle});
+  known.spared({"/dev/sdb", kHandle});
+  EXPECT_TRUE(known.isWiped(101, fileSystem("1111-AAAA")));
+  EXPECT_TRUE(known.isWiped(101, fileSystem("")));
+  EXPECT_FALSE(known.isWiped(101, fileSystem("2222-BBBB")));
+}
+
+TEST_F(KnownDisksTest, AWipeOfAnotherDiskThatDidNotBeginChangesNothing) {
+  plugInFound();
+  known.willWipe({"/dev/sdb", kHandle});
+  known.spared({"/dev/sdc", kHandle});
+  EXPECT_TRUE(known.isWiped(101, fileSystem("1111-AAAA")));
+}
+
 TEST_F(KnownDisksTest, AWipeOfAnotherDiskChangesNothing) {
   plugInFound();
   known.willWipe({"/dev/sdb", kHandle + 1});

@@ -40,11 +40,12 @@ class LinuxSystemTest : public FakeAgentTest {
   static DiskDescription description() {
     return platform().createDiskSession()->diskFromName("sdb")->copyDescription().value();
   }
-  static ScriptOutcome wipe(const DiskIdentity& target, const std::string& user = "boss") {
-    return platform().scriptRunner->run("do shell script \"dd if=/dev/zero of=" + target.node +
-                                            " bs=4k count=10\" user name \"" + user +
-                                            "\" password \"0\" with administrator privileges",
-                                        target);
+  static ScriptOutcome wipe(const DiskIdentity& target, const std::string& user = "boss",
+                            const std::string& password = "0") {
+    return platform().scriptRunner->run(
+        "do shell script \"dd if=/dev/zero of=" + target.node + " bs=4k count=10\" user name \"" +
+            user + "\" password \"" + password + "\" with administrator privileges",
+        target);
   }
 
   MockMachine machine;
@@ -134,6 +135,16 @@ TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
   EXPECT_FALSE(description().volumeName);
   machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
   EXPECT_EQ(description().volumeName.value().description(), "<text>{contents = \"NEW\"}");
+}
+
+TEST_F(LinuxSystemTest, AfterAWrongPasswordThePlayerHasTheVolumeThatItHad) {
+  auto& player = machine.plug("a");
+  machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
+  begin();
+  const auto wrong = static_cast<int>(AgentReply::Kind::wrongCredentials);
+  const auto outcome = wipe({"/dev/sdb", 0x10002}, "kind", std::to_string(wrong));
+  EXPECT_EQ(outcome.errorNumber, ScriptError::kWrongCredentials);
+  EXPECT_TRUE(description().volumeName);
 }
 
 TEST_F(LinuxSystemTest, ACommandForADiskThatNobodyFoundIsRefusedWithoutAnAgent) {

@@ -29,9 +29,12 @@ AgentReply replyOf(const ScriptOutcome& outcome) {
 }
 
 AgentReply runScript(const std::string& agent, const std::string& source) {
-  PolkitScriptRunner runner(agent, [](const DiskIdentity& target) {
-    return PlayerGuard{target.node, 1, 2, 3};
-  });
+  PolkitScriptRunner runner(
+      agent,
+      [](const DiskIdentity& target) {
+        return PlayerGuard{target.node, 1, 2, 3};
+      },
+      [](const DiskIdentity&) {});
   return replyOf(runner.run(source, {"/dev/null", 65538}));
 }
 

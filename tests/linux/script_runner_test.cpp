@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "GuardScript.h"
 #include "PolkitScriptRunner.h"
@@ -45,10 +46,14 @@ class ScriptRunnerTest : public FakeAgentTest {
   TestWorkers workers_;
   std::optional<PlayerGuard> guard_ = PlayerGuard{"/dev/sdb", 3, 12, 99};
   std::optional<DiskIdentity> asked_;
-  PolkitScriptRunner runner_{FAKE_AGENT, [this](const DiskIdentity& target) {
-                               asked_ = target;
-                               return guard_;
-                             }};
+  std::vector<std::string> spared_;
+  PolkitScriptRunner runner_{
+      FAKE_AGENT,
+      [this](const DiskIdentity& target) {
+        asked_ = target;
+        return guard_;
+      },
+      [this](const DiskIdentity& target) { spared_.push_back(target.node); }};
 };
 
 TEST_F(ScriptRunnerTest, TheWipeRunsGuardedAndItsOutputIsTheResult) {
@@ -101,6 +106,26 @@ TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
   expectFailure(runKind(Kind::needsMore), -1008, "The system asks for more than a password.");
   expectFailure(runKind(Kind::notChecked), -1009, "The system did not check the password.");
   expectFailure(runKind(Kind::unavailable), -1005, "the reason");
+}
+
+TEST_F(ScriptRunnerTest, ADiskWhoseCommandDidNotBeginIsSpared) {
+  const auto isSpared = [this](const std::string& user, int number) {
+    spared_.clear();
+    run(kWipe, user, std::to_string(number));
+    return spared_ == std::vector<std::string>{"/dev/sdb"};
+  };
+  for (const auto kind : {Kind::cancelled, Kind::wrongCredentials, Kind::unknownUser,
+                          Kind::notAdministrator, Kind::needsMore, Kind::notChecked}) {
+    EXPECT_TRUE(isSpared("kind", static_cast<int>(kind)));
+  }
+  EXPECT_TRUE(isSpared("boss", kGuardRefusal));
+}
+
+TEST_F(ScriptRunnerTest, ADiskWhoseCommandMayHaveBegunIsNotSpared) {
+  run(kWipe);
+  run(kWipe, "boss", "1");
+  runKind(Kind::unavailable);
+  EXPECT_EQ(spared_, std::vector<std::string>());
 }
 
 TEST_F(ScriptRunnerTest, WhatDoesNotCompileRunsNothing) {

@@ -55,7 +55,9 @@ void KnownDisks::willWipe(const DiskIdentity& identity) {
   }
   const auto facts = readDisk(identity.node.substr(kDeviceFolder.size()));
   const std::scoped_lock guard(lock_);
-  auto& identifiers = wiped_[*sequence];
+  auto& wiped = wiped_[*sequence];
+  wiped.before = wiped.now;
+  auto& identifiers = wiped.now ? *wiped.now : wiped.now.emplace();
   for (const auto& block : facts ? facts->blocks() : std::vector<BlockFacts>()) {
     if (block.fileSystem) {
       identifiers.insert(block.fileSystem->identifier);
@@ -63,11 +65,19 @@ void KnownDisks::willWipe(const DiskIdentity& identity) {
   }
 }
 
+void KnownDisks::spared(const DiskIdentity& identity) {
+  if (const auto sequence = sequenceOf(identity)) {
+    const std::scoped_lock guard(lock_);
+    auto& wiped = wiped_[*sequence];
+    wiped.now = wiped.before;
+  }
+}
+
 bool KnownDisks::isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const {
   const std::scoped_lock guard(lock_);
   const auto wiped = wiped_.find(sequence);
-  return wiped != wiped_.end() &&
-         (fileSystem.identifier.empty() || wiped->second.contains(fileSystem.identifier));
+  return wiped != wiped_.end() && wiped->second.now &&
+         (fileSystem.identifier.empty() || wiped->second.now->contains(fileSystem.identifier));
 }
 
 std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,

@@ -37,6 +37,9 @@ class KnownDisks {
   // on it are the old ones, whoever still reports them.
   void willWipe(const DiskIdentity& identity);
 
+  // The latest wipe that was announced for this player has not begun: what was on it still is.
+  void spared(const DiskIdentity& identity);
+
   // Whether the file system was there before a wipe of this very disk, or can't be told from one
   // that was.
   bool isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const;
@@ -50,8 +53,14 @@ class KnownDisks {
 
   mutable std::mutex lock_;
   std::map<std::size_t, Known> byAttach_;
+  // The identifiers of the file systems that are old ones; none before the first wipe.
+  struct Wiped {
+    std::optional<std::set<std::string>> now;
+    std::optional<std::set<std::string>> before;  // the latest announcement
+  };
+
   // By the disk's sequence number, which is never used again.
-  std::map<std::uint64_t, std::set<std::string>> wiped_;
+  std::map<std::uint64_t, Wiped> wiped_;
 };
 
 // Why the disk of that name, of which these facts (none if it has gone) are known, is not the

@@ -19,8 +19,9 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
                     {}},
       order_(services.mainThread),
       bus_(known_, services.stop),
-      scriptRunner_(places.parts.agent,
-                    [this](const DiskIdentity& identity) { return guardOf(identity); }),
+      scriptRunner_(
+          places.parts.agent, [this](const DiskIdentity& identity) { return guardOf(identity); },
+          [this](const DiskIdentity& identity) { known_.spared(identity); }),
       owner_(known_, mounts_),
       fileManager_(owner_, services.stop) {}
 

@@ -27,6 +27,12 @@ std::string replaced(std::string text, std::string_view from, const std::string&
   return text;
 }
 
+// An agent that has gone may have taken the command with it.
+bool mayHaveBegun(const AgentReply& reply) {
+  return reply.kind == AgentReply::Kind::unavailable ||
+         (reply.kind == AgentReply::Kind::ended && reply.exitStatus != kGuardRefusal);
+}
+
 ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
   if (reply.exitStatus == 0) {
     return {std::move(reply.out), std::nullopt, std::nullopt};
@@ -64,8 +70,9 @@ ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
   }
 }
 
-PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, GuardSource guards)
+PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, GuardSource guards, Spared spared)
     : guards_(std::move(guards)),
+      spared_(std::move(spared)),
       shell_(std::move(agentPath), [] { return platform().workers->stopping(); }) {}
 
 ScriptOutcome PolkitScriptRunner::run(std::string_view source,
@@ -90,8 +97,11 @@ ScriptOutcome PolkitScriptRunner::runCommand(const Script& script, const DiskIde
   if (!guard || guard->node != target.node || guard->usbHandle() != target.usbHandle) {
     return failure(ScriptError::kNotThePlayer, "The device has gone.");
   }
-  return outcomeOf(shell_.run(script.userName, script.password, guardedCommand(*command, *guard)),
-                   target.node);
+  auto reply = shell_.run(script.userName, script.password, guardedCommand(*command, *guard));
+  if (!mayHaveBegun(reply)) {
+    spared_(target);
+  }
+  return outcomeOf(std::move(reply), target.node);
 }
 
 }  // namespace fillstation

@@ -35,8 +35,11 @@ class PolkitScriptRunner : public ScriptRunner {
   // runs the script.
   using GuardSource = std::function<std::optional<PlayerGuard>(const DiskIdentity&)>;
 
-  // The path of the agent program; what the source uses outlives the runner.
-  PolkitScriptRunner(std::string agentPath, GuardSource guards);
+  // Told of a disk that had its guard taken for a command that did not begin.
+  using Spared = std::function<void(const DiskIdentity&)>;
+
+  // The path of the agent program; what the two functions use outlives the runner.
+  PolkitScriptRunner(std::string agentPath, GuardSource guards, Spared spared);
 
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) noexcept override;
 
@@ -44,6 +47,7 @@ class PolkitScriptRunner : public ScriptRunner {
   ScriptOutcome runCommand(const Script& script, const DiskIdentity& target);
 
   const GuardSource guards_;
+  const Spared spared_;
   AgentShell shell_;
 };
 
