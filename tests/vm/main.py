@@ -19,6 +19,7 @@ import scenarios_credentials  # noqa: F401
 import scenarios_pulls  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
+import scenarios_views  # noqa: F401
 
 OUT = image.CACHE / "out"
 
