@@ -72,6 +72,16 @@ class Box:
         expect_equal(done["status"], 0, f"udisksctl mount {disk}: {done['err']}")
         return done["out"].rpartition(" at ")[2].strip().rstrip(".")
 
+    def unmount(self, node):
+        """Unmounts a volume as the user's desktop would."""
+        done = self.user(f"udisksctl unmount --no-user-interaction -b {node}")
+        expect_equal(done["status"], 0, f"udisksctl unmount {node}: {done['err']}")
+
+    def mounted(self):
+        """The mounted volumes of all players: each disk's name, with the node of the volume."""
+        nodes = self.root("findmnt -rno SOURCE | grep ^/dev/sd || true").split()
+        return {node.removeprefix("/dev/").rstrip("0123456789"): node for node in nodes}
+
     def _in_udisks(self, disk):
         shown = self.user(f"udisksctl info -b /dev/{disk}")
         return shown["status"] == 0 and "MountPoints" in shown["out"]
