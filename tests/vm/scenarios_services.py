@@ -50,12 +50,25 @@ def services_restart_during_a_run(box):
         box.expect_prepared(name, book)
 
 
+def _replace_the_idle_twin(box, person):
+    """During a run the twin without a tick is pulled out, and another one is plugged in."""
+    until(lambda: "Beginning format operation.\n" in person.journal(), 30, "the run has begun")
+    idle = box.disk("twin4")
+    box.call("pull", "twin4")
+    until(lambda: idle not in person.disks(), 30, "the pulled twin has left the list")
+    box.player("twin5", **TWIN)
+    new = box.disk("twin5")
+    until(lambda: new in person.disks(), 30, "the new twin is in the list")
+    expect("done\n" not in person.journal(), "both other twins are still being filled")
+    expect(new not in person.ticked(), "the new twin has no tick")
+
+
 @scenario
 def three_twins_and_one_of_them_ejected(box):
-    book = make_book(box, chapters=1)
+    book = make_book(box, chapters=2, track_kb=2048)
     names = ("twin1", "twin2", "twin3")
     for name in names:
-        box.player(name, **TWIN)
+        box.player(name, **TWIN, speed="full-speed")
     disks = [box.disk(name) for name in names]
     with operator(box) as person:
         person.wait_for_players(3)
@@ -64,12 +77,17 @@ def three_twins_and_one_of_them_ejected(box):
             person.eject()
             until(lambda: disks[1] not in person.disks(), 10, "the ejected twin has left the list")
         expect({disks[0], disks[2]} <= set(box.disks()), "the other twins' disks are there")
+        box.player("twin4", **TWIN)
+        person.wait_for_players(3)
         person.add_folder(BOOK)
-        person.click("All")
-        person.start()
-        person.dismiss(COMPLETED, 90)
-        person.expect_log(formats=2, copied=8, done=2)
+        person.tick(disks[0], disks[2])
+        with box.unchanged("twin2", "twin4"):
+            person.start()
+            _replace_the_idle_twin(box, person)
+            person.dismiss(COMPLETED, 120)
+        person.expect_log(formats=2, copied=16, done=2)
         person.eject()
+        expect_equal(person.disks(), [box.disk("twin5")], "the list")
     for name in ("twin1", "twin3"):
         box.expect_prepared(name, book)
 
