@@ -130,6 +130,15 @@ class Operator(Window):
         for text in journal:
             expect(text in errors, f"{text!r} of the journal is on standard error too")
 
+    def expect_commands(self, count):
+        """So many commands have been handed to root's shell, for a caller with the right password."""
+        until(lambda: self._commands() >= count, 10, f"{count} commands of root's shell")
+        expect_equal(self._commands(), count, "how often root's shell was started")
+
+    def _commands(self):
+        rows = self._box.call("journal_since", self.journal_start)
+        return sum(name == "pkexec" and "Executing command" in text for name, text in rows)
+
     def expect_secret(self, password):
         """The password is in no text that others could read."""
         said = "".join(self.output()) + self._box.root("journalctl -b -o cat --no-pager")

@@ -5,6 +5,7 @@ from scenario import BOOK, make_book, operator, scenario
 from waiting import expect, expect_equal, until
 
 FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
+PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 BIG = {"content": {"size_mb": 1024, "system": "fat32"}, "speed": "full-speed"}
 
 
@@ -78,12 +79,13 @@ def pulled_during_the_format(box):
         _end(box, person, book, failed(disk), formats=2, format_failures=1, copied=4, done=1)
 
 
-def _swap(box, name, port):
-    """Pulls the player and puts a foreign disk into its port; returns the foreign disk's name."""
-    box.call("remove", name, keep=True)
-    until(lambda: len(box.disks()) < 2, 20, "the player's disk has gone")
+def _swap(box, person, port, disk):
+    """Pulls the player and puts a foreign disk into its port, which gets the player's disk name."""
+    box.call("remove", "victim", keep=True)
+    until(lambda: not box.disks(), 20, "the player's disk has gone")
     box.player("foreign", port=port, content={"system": "ext4", "label": "photos"}, **FOREIGN)
-    return box.disk("foreign")
+    expect_equal(box.disk("foreign"), disk, "the foreign disk's name")
+    until(lambda: person.disks() == [], 20, "the pulled player has left the list")
 
 
 def _tick_victim(box, person):
@@ -101,13 +103,26 @@ def swapped_before_start(box):
     make_book(box, chapters=1)
     with operator(box) as person:
         port, disk = _tick_victim(box, person)
+        _swap(box, person, port, disk)
+        with box.unchanged("foreign", "victim"):
+            person.start()
+            person.dismiss(COMPLETED, 60)
+        person.expect_commands(0)
+        person.expect_log()
+
+
+@scenario
+def swapped_while_the_panel_is_open(box):
+    make_book(box, chapters=1)
+    with operator(box) as person:
+        port, disk = _tick_victim(box, person)
         person.ask()
-        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
-        until(lambda: person.disks() == [], 20, "the pulled player has left the list")
-        with box.unchanged("foreign"):
+        _swap(box, person, port, disk)
+        with box.unchanged("foreign", "victim"):
             person.click("OK")
             person.dismiss(COMPLETED, 60)
-            person.expect_log()
+        person.expect_commands(0)
+        person.expect_log()
 
 
 @scenario
@@ -116,12 +131,30 @@ def swapped_during_authentication(box):
     with operator(box) as person:
         port, disk = _tick_victim(box, person)
         person.start()
-        held = box.call("freeze", "pkexec")
-        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
+        held = box.call("freeze", PASSWORD_CHECK)
+        person.expect_commands(0)
+        _swap(box, person, port, disk)
         with box.unchanged("foreign", "victim"):
             box.call("thaw", held)
             person.dismiss(failed(disk), 90)
-            person.expect_log(formats=1, wipe_failures=1)
+        person.expect_commands(1)
+        person.expect_log(formats=1, wipe_failures=1)
+
+
+@scenario
+def swapped_between_authentication_and_command(box):
+    make_book(box, chapters=1)
+    with operator(box) as person:
+        port, disk = _tick_victim(box, person)
+        person.start()
+        held = box.call("freeze_successor", "pkexec", "sh")
+        person.expect_commands(1)
+        _swap(box, person, port, disk)
+        with box.unchanged("foreign", "victim"):
+            box.call("thaw", held)
+            person.dismiss(failed(disk), 90)
+        person.expect_commands(1)
+        person.expect_log(formats=1, wipe_failures=1)
 
 
 @scenario
@@ -132,9 +165,11 @@ def swapped_between_wipe_and_format(box):
         person.start()
         box.call("await_head", "victim", True)
         box.call("await_none", "fillstation-age")
-        held = box.call("freeze", "pkexec")
-        expect_equal(_swap(box, "victim", port), disk, "the foreign disk's name")
-        with box.unchanged("foreign"):
+        held = box.call("freeze_successor", "pkexec", "sh")
+        person.expect_commands(2)
+        _swap(box, person, port, disk)
+        with box.unchanged("foreign", "victim"):
             box.call("thaw", held)
             person.dismiss(failed(disk), 90)
-            person.expect_log(formats=1, format_failures=1)
+        person.expect_commands(2)
+        person.expect_log(formats=1, format_failures=1)

@@ -92,6 +92,7 @@ OPERATIONS = {
     "await_head": gadgets.await_head,
     "await_none": processes.await_none,
     "freeze": processes.freeze,
+    "freeze_successor": processes.freeze_successor,
     "thaw": processes.thaw,
     "read_back": readback.read_back,
 }

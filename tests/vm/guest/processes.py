@@ -27,11 +27,21 @@ def freeze(name, timeout=30.0):
     return found[0]
 
 
+def freeze_successor(name, successor, timeout=30.0):
+    """Waits until a program of that name has become another one, and holds that one at once."""
+    found = _await(lambda: list(_named(name)), timeout, f"{name} never ran")
+    comm = pathlib.Path(f"/proc/{found[0]}/comm")
+    reads = lambda: comm.read_text(encoding="utf-8").strip() == successor  # noqa: E731
+    _await(reads, timeout, f"{name} never became {successor}", pause=0)
+    os.kill(found[0], signal.SIGSTOP)
+    return found[0]
+
+
 def thaw(process):
     os.kill(process, signal.SIGCONT)
 
 
-def _await(look, timeout, complaint):
+def _await(look, timeout, complaint, pause=0.005):
     end = time.monotonic() + timeout
     while True:
         answer = look()
@@ -39,4 +49,4 @@ def _await(look, timeout, complaint):
             return answer
         if time.monotonic() >= end:
             raise TimeoutError(complaint)
-        time.sleep(0.005)
+        time.sleep(pause)
