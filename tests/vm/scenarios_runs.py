@@ -1,10 +1,18 @@
 """Players that are what they should be: plugged in, prepared, read back."""
 
 from flows import COMPLETED
+from logs import ASKED, EJECTED, HUBS_SEEN, NO_PLAYER, NO_TICK, ON_UPDATE, PLAYER_SEEN, SIZE
+from logs import Listener, added, prepared, sizes
 from scenario import BOOK, make_book, operator, scenario
 from waiting import expect_equal, until
 
 FILES = 12
+ONE_PLAYER_OUTPUT = (
+    "start event\n got vol name(null)\nend event"  # it is there, without a mount point
+    "start event\nend event"  # nobody has left
+    "\n got vol name\n got vol path"  # the fresh volume
+    "start eventN/A\nend event"
+)
 NO_SPACE_AT_ALL = "18446744073709551615 MB"
 
 
@@ -12,16 +20,23 @@ NO_SPACE_AT_ALL = "18446744073709551615 MB"
 def one_player(box):
     book = make_book(box)
     box.player("one")
+    disk = box.disk("one")
     with operator(box) as person:
+        listener = Listener(person)
         person.wait_for_players(1)
+        listener.expect([ON_UPDATE, *sizes(NO_TICK, SIZE)], devices=(HUBS_SEEN, PLAYER_SEEN))
         person.add_folder(BOOK)
         person.click("All")
+        listener.expect([*added(BOOK, book), *sizes(NO_TICK, SIZE), *sizes(SIZE, SIZE)])
         person.start()
         person.dismiss(COMPLETED, 60)
         expect_equal(person.progress(), 100.0, "the progress bar")
-        person.expect_log(formats=1, copied=FILES, done=1)
+        listener.expect([ASKED], prepared(disk, BOOK, book))
         person.eject()
         until(lambda: not box.disks(), 30, "the player is off")
+        leaves = [EJECTED, ON_UPDATE, *sizes(NO_PLAYER)]
+        listener.expect([*sizes(NO_PLAYER), *leaves], devices=[PLAYER_SEEN])
+        listener.expect_end(ONE_PLAYER_OUTPUT)
     box.expect_prepared("one", book)
 
 
