@@ -23,6 +23,10 @@ ssize_t KernelCalls::write(int descriptor, const void* buffer, std::size_t count
 
 int KernelCalls::close(int descriptor) { return ::close(descriptor); }
 
+std::int64_t KernelCalls::seek(int descriptor, std::int64_t offset) {
+  return ::lseek(descriptor, offset, SEEK_SET);
+}
+
 int KernelCalls::setModificationTime(int descriptor, const std::timespec& time) {
   const std::array<std::timespec, 2> times{std::timespec{0, UTIME_OMIT}, time};
   return ::futimens(descriptor, times.data());

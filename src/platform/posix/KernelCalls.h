@@ -20,6 +20,8 @@ class KernelCalls {
   virtual ssize_t read(int descriptor, void* buffer, std::size_t count);
   virtual ssize_t write(int descriptor, const void* buffer, std::size_t count);
   virtual int close(int descriptor);
+  // lseek from the beginning.
+  virtual std::int64_t seek(int descriptor, std::int64_t offset);
   // futimens with the modification time alone.
   virtual int setModificationTime(int descriptor, const std::timespec& time);
   // posix_fadvise over the whole file.

@@ -156,10 +156,16 @@ FileHandle PosixVolume::createBelow(int parent, const std::string& name,
 }
 
 bool PosixVolume::fillFile(int source, const struct stat& status, FileHandle target) {
-  const bool copied = copyContent(source, target.get(), status.st_size);
+  const bool copied =
+      canReach(target.get(), status.st_size) && copyContent(source, target.get(), status.st_size);
   window_.fileEnds();
   return copied && calls_.setModificationTime(target.get(), status.st_mtim) == 0 &&
          calls_.close(target.release()) == 0;
+}
+
+// The file system says right away what it would refuse after all that fits: on FAT, 4 GiB.
+bool PosixVolume::canReach(int target, std::int64_t size) {
+  return calls_.seek(target, size) == size && calls_.seek(target, 0) == 0;
 }
 
 bool PosixVolume::copyContent(int source, int target, std::int64_t size) {

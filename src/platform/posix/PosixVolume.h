@@ -45,6 +45,7 @@ class PosixVolume : public Volume {
   FileHandle openParent(const Components& components) const;
   FileHandle createBelow(int parent, const std::string& name, const std::string& relativePath);
   bool fillFile(int source, const struct stat& status, FileHandle target);
+  bool canReach(int target, std::int64_t size);
   bool copyContent(int source, int target, std::int64_t size);
   // Writes the buffer's first bytes.
   bool writeChunk(int target, std::int64_t count);

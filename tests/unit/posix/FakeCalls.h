@@ -30,6 +30,9 @@ class FakeCalls : public KernelCalls {
     const int result = KernelCalls::close(descriptor);
     return failing == "close" ? fail() : result;
   }
+  std::int64_t seek(int descriptor, std::int64_t offset) override {
+    return offset > furthest ? fail() : KernelCalls::seek(descriptor, offset);
+  }
   int setModificationTime(int descriptor, const std::timespec& time) override {
     return failing == "time" ? fail() : KernelCalls::setModificationTime(descriptor, time);
   }
@@ -55,6 +58,7 @@ class FakeCalls : public KernelCalls {
   std::string failing;
   int callsUntilFailure = 0;
   std::size_t longestWrite = SIZE_MAX;
+  std::int64_t furthest = INT64_MAX;
   std::vector<std::string> log;
   unsigned int flagsSeen = 0;
 

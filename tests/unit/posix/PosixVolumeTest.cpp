@@ -269,6 +269,16 @@ TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {
   }
 }
 
+TEST_F(PosixVolumeTest, WhatIsTooLargeForTheFileSystemIsNotBegun) {
+  calls_.furthest = 5;
+  EXPECT_TRUE(volume_.copyItem(source_, at("a")));
+  calls_.furthest = 4;
+  medium_->bytesAdmitted = 0;
+  EXPECT_FALSE(volume_.copyItem(source_, at("b")));
+  EXPECT_EQ(medium_->bytesAdmitted, 0);
+  EXPECT_FALSE(exists(at("b")));
+}
+
 TEST_F(PosixVolumeTest, AMediumThatFailsInTheMiddleLeavesNothing) {
   medium_->mostBytes = static_cast<std::int64_t>(kMiB);
   EXPECT_FALSE(volume_.copyItem(folder_.write("big", std::string(3 * kMiB, 'b')), at("a")));

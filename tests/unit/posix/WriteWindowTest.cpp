@@ -129,6 +129,9 @@ TEST(KernelCalls, MakeTheRealCalls) {
   char text[4] = {};
   EXPECT_EQ(calls.read(descriptor, text, 4), 2);
   EXPECT_STREQ(text, "ab");
+  EXPECT_EQ(calls.seek(descriptor, 5), 5);
+  EXPECT_EQ(calls.seek(descriptor, 0), 0);
+  EXPECT_EQ(calls.seek(descriptor, -1), -1);
   EXPECT_EQ(calls.advise(descriptor, POSIX_FADV_SEQUENTIAL), 0);
   EXPECT_EQ(calls.syncFileRange(descriptor, 0, 2, SYNC_FILE_RANGE_WRITE), 0);
   EXPECT_EQ(calls.syncVolume(descriptor), 0);
