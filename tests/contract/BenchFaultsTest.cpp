@@ -14,7 +14,14 @@ namespace {
 
 const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
 
-class BenchFaultsTest : public BenchTest {};
+class BenchFaultsTest : public BenchTest {
+ protected:
+  // Whether the volume, which nobody has open any more, can be unmounted.
+  bool unmounts() {
+    volume.reset();
+    return succeeds(&DiskSession::unmount, identity);
+  }
+};
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
 
 TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
@@ -28,7 +35,7 @@ TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
 TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
   plan.identity.faults.refuseUnmount = true;
   plugPlanMounted();
-  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_FALSE(unmounts());
   EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
   EXPECT_EQ(mountPath(identity), root);
   EXPECT_FALSE(runAsAdministrator(wipeCommand(identity.node), identity).result);
@@ -37,7 +44,7 @@ TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
 TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage) {
   plan.identity.faults.refuseFormat = true;
   plugPlanMounted();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(unmounts());
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   const ScriptOutcome outcome = runAsAdministrator(formatCommand(identity.node), identity);
   EXPECT_FALSE(outcome.result);
@@ -52,7 +59,7 @@ TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
   plan.identity.faults.pull = PullMoment::kBeforeUnmount;
   plugPlanMounted();
   EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_FALSE(unmounts());
   EXPECT_TRUE(isPulled());
   EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
 }
@@ -60,7 +67,7 @@ TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
 TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   plan.identity.faults.pull = PullMoment::kDuringWipe;
   plugPlanMounted();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(unmounts());
   bench->writeHead("a", std::string(40960, 'm'));
   const ScriptOutcome outcome = runAsAdministrator(wipeCommand(identity.node), identity);
   EXPECT_FALSE(outcome.result);
@@ -73,7 +80,7 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
 TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
   plan.identity.faults.pull = PullMoment::kDuringFormat;
   plugPlanMounted();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(unmounts());
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   EXPECT_FALSE(isPulled());
   EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
@@ -84,7 +91,7 @@ TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
 TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) {
   plan.identity.faults.pull = PullMoment::kBeforeMount;
   plugPlanMounted();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(unmounts());
   EXPECT_FALSE(isPulled());
   EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
   EXPECT_TRUE(isPulled());
@@ -201,6 +208,18 @@ TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
   EXPECT_EQ(medium.admitDirectory("x"), ENODEV);
 }
 
+TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
+  bench->make(plan);
+  const FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
+  const auto mounted = BenchVolume::mount(image.get(), bench->folder.path("volumes"));
+  const auto closed = std::get<std::shared_ptr<BenchVolume>>(mounted);
+  EXPECT_EQ(closed->admitFile("x", 1), 0);
+  closed->close();
+  EXPECT_EQ(closed->admitFile("x", 1), ENODEV);
+  EXPECT_EQ(closed->admitDirectory("d"), ENODEV);
+  EXPECT_FALSE(closed->flush());
+}
+
 TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
   plugPlanMounted();
   EXPECT_TRUE(copy("x", "x.mp3"));
@@ -208,7 +227,7 @@ TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
   std::filesystem::remove(root + "/x.mp3");
   EXPECT_FALSE(volume->flush());
   EXPECT_FALSE(volume->flush());
-  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_FALSE(unmounts());
   EXPECT_EQ(mountPath(identity), root);
 }
 

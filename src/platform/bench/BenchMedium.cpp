@@ -13,7 +13,11 @@ constexpr double kMicrosecondsPerSecond = 1'000'000.0;
 
 BenchMedium::BenchMedium(std::shared_ptr<BenchPlayer> player, std::shared_ptr<BenchVolume> volume,
                          Clock& clock)
-    : player_(std::move(player)), volume_(std::move(volume)), clock_(clock) {}
+    : player_(std::move(player)), volume_(std::move(volume)), clock_(clock) {
+  volume_->opened();
+}
+
+BenchMedium::~BenchMedium() { volume_->released(); }
 
 int BenchMedium::admitDirectory(const std::string& relativePath) {
   return player_->isPresent() ? volume_->admitDirectory(relativePath) : ENODEV;

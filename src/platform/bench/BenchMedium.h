@@ -15,6 +15,7 @@ class BenchMedium : public VolumeMedium {
  public:
   BenchMedium(std::shared_ptr<BenchPlayer> player, std::shared_ptr<BenchVolume> volume,
               Clock& clock);
+  ~BenchMedium() override;
 
   int admitDirectory(const std::string& relativePath) override;
   int admitFile(const std::string& relativePath, std::int64_t size) override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -32,6 +33,11 @@ class BenchVolume {
   // True when the descriptor is open on the folder.
   bool isRoot(int descriptor) const;
 
+  // Counts those that have it open.
+  void opened() { ++openings_; }
+  void released() { --openings_; }
+  bool isOpen() const { return openings_.load() > 0; }
+
   // What the file system says to a new entry: 0 or an errno.
   int admitDirectory(const std::string& path);
   int admitFile(const std::string& path, std::int64_t size);
@@ -55,6 +61,7 @@ class BenchVolume {
   std::vector<NewEntry> unwritten_;
   std::int64_t unwrittenBytes_ = 0;
   bool closed_ = false;
+  std::atomic<int> openings_ = 0;
 };
 
 }  // namespace fillstation

@@ -64,7 +64,7 @@ std::optional<Dissenter> BenchVolumes::unmount(BenchPlayer& player) {
   if (!volume) {
     return std::nullopt;
   }
-  if (player.faults().refuseUnmount) {
+  if (player.faults().refuseUnmount || volume->isOpen()) {
     return Dissenter{"The volume is in use."};
   }
   if (!volume->flush()) {
