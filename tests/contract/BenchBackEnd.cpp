@@ -7,41 +7,11 @@
 #include <QTest>
 #include <filesystem>
 
-#include "FatImage.h"
-#include "FatText.h"
 #include "FileHandle.h"
+#include "MediumContent.h"
 #include "Tools.h"
 
 namespace fillstation::contract {
-
-namespace {
-
-std::string readAll(const FatImage& image, const FatEntry& entry) {
-  std::FILE* file = std::tmpfile();
-  EXPECT_TRUE(image.copyContent(entry, ::fileno(file)));
-  std::string bytes(entry.size, '\0');
-  EXPECT_EQ(::pread(::fileno(file), bytes.data(), bytes.size(), 0),
-            static_cast<ssize_t>(bytes.size()));
-  std::fclose(file);
-  return bytes;
-}
-
-void collect(const FatImage& image, std::uint32_t cluster, const std::string& prefix,
-             std::vector<OnMedium>& all) {
-  const auto directory = image.list(cluster);
-  ASSERT_TRUE(directory);
-  for (const auto& entry : directory->entries) {
-    const std::string path = prefix + utf8Of(entry.name);
-    if (entry.isDirectory) {
-      all.push_back({path + "/", ""});
-      collect(image, entry.firstCluster, path + "/", all);
-    } else {
-      all.push_back({path, readAll(image, entry)});
-    }
-  }
-}
-
-}  // namespace
 
 BenchBackEnd::BenchBackEnd(BenchCredentials credentials) {
   bench = std::make_unique<Bench>(
@@ -85,13 +55,7 @@ std::string BenchBackEnd::image(const std::string& name) const {
 
 std::vector<OnMedium> BenchBackEnd::content(const std::string& name) {
   const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
-  const auto fat = FatImage::open(file.get());
-  std::vector<OnMedium> all;
-  EXPECT_TRUE(fat);
-  if (fat) {
-    collect(*fat, fat->rootCluster(), "", all);
-  }
-  return all;
+  return contentOfImage(file.get());
 }
 
 bool BenchBackEnd::isSound(const std::string& name) {

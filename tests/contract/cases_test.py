@@ -42,10 +42,6 @@ class Cases(unittest.TestCase):
     def test_another_instance_is_no_back_end(self):
         self.assertEqual(self.run_over("Posix/FileManagerContract.\n  Walks/0\n")[0], 1)
 
-    def test_what_fat_does_is_the_benchs(self):
-        self.assertEqual(self.run_over("Bench/MediumContract.\n  Fills/Bench\n")[0], 0)
-        self.assertEqual(self.run_over("Linux/MediumContract.\n  Fills/Linux\n")[0], 1)
-
     def test_no_case_at_all_is_a_failure(self):
         self.assertEqual(self.run_over("OtherTest.\n  Here\n")[0], 1)
 

@@ -17,14 +17,15 @@ PLAYER, PLAYER_PASSWORD = "player", "players own"
 class Box:
     """One booted Debian with the program in it. Made once for many scenarios; clear() between two."""
 
-    def __init__(self, program_folder, out, extra=()):
+    def __init__(self, program_folder, out, extra=(), tests=()):
         self.out = pathlib.Path(out)
         self.out.mkdir(parents=True, exist_ok=True)
         self._share = pathlib.Path(tempfile.mkdtemp(prefix="box-share-"))
         shutil.copytree(image.HERE / "guest", self._share / "guest")
         (self._share / "bin").mkdir()
-        for program in ("fillstation", "fillstation-agent"):
-            shutil.copy2(pathlib.Path(program_folder) / program, self._share / "bin" / program)
+        folder = pathlib.Path(program_folder)
+        for program in (folder / "fillstation", folder / "fillstation-agent", *tests):
+            shutil.copy2(program, self._share / "bin" / program.name)
         self._share.chmod(0o755)
         self.machine = machine.Machine(image.ensure(), self._share, self.out, extra)
         self.call = self.machine.call

@@ -20,6 +20,7 @@ import scenarios_pulls  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_views  # noqa: F401
+import scenarios_contract  # noqa: F401
 
 OUT = image.CACHE / "out"
 
@@ -27,6 +28,7 @@ OUT = image.CACHE / "out"
 def _arguments():
     parser = argparse.ArgumentParser(prog="tests/vm/run", description=__doc__)
     parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--test", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--list", action="store_true", help="names the scenarios")
     parser.add_argument("--boxes", type=int, default=2, help="machines side by side (default: 2)")
     parser.add_argument("names", nargs="*", metavar="NAME", help="a scenario; without one, all")
@@ -41,9 +43,9 @@ def _selected(names):
     return [known[name] for name in names] or SCENARIOS
 
 
-def _boot(program, out):
+def _boot(program, test, out):
     started = time.monotonic()
-    box = Box(program, out)
+    box = Box(program, out, tests=[test])
     try:
         box.wait_for_session()
     except Exception:
@@ -93,8 +95,8 @@ def _attempt(box, scenario):
 class Workshop:
     """Boxes side by side: each takes the next scenario, in a fresh machine after a failure."""
 
-    def __init__(self, program, scenarios):
-        self._program = program
+    def __init__(self, program, test, scenarios):
+        self._program, self._test = program, test
         self._waiting = collections.deque(scenarios)
         self.rows = {}
 
@@ -115,7 +117,7 @@ class Workshop:
         try:
             while scenario := self._next():
                 self.rows[scenario.name] = ("FAILED", 0)
-                box = box or _boot(self._program, out)
+                box = box or _boot(self._program, self._test, out)
                 self.rows[scenario.name] = row = _attempt(box, scenario)
                 print(f"vm: {scenario.name}: {row[0]} in {row[1]:.0f} s", flush=True)
                 if row[0] != "passed":
@@ -137,7 +139,7 @@ def main():
     started = time.monotonic()
     scenarios = _selected(arguments.names)
     image.ensure()
-    workshop = Workshop(arguments.program, scenarios)
+    workshop = Workshop(arguments.program, arguments.test, scenarios)
     workshop.run(min(arguments.boxes, len(scenarios)))
     rows = [(each.name, *workshop.rows.get(each.name, ("not run", 0))) for each in scenarios]
     width = max(len(each.name) for each in scenarios)

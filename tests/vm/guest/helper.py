@@ -1,9 +1,11 @@
 """The tests' hands as root in the box: one request a line comes in, one answer a line goes out."""
 
+import contextlib
 import json
 import os
 import pathlib
 import select
+import shutil
 import socket
 import subprocess
 import time
@@ -16,6 +18,7 @@ import readback
 
 PORT = "/dev/virtio-ports/box.helper"
 SESSION = "/run/user/1000/box-session"
+LENT = "/run/box-hand"
 
 
 def run(argv, timeout=60, text=None):
@@ -66,9 +69,27 @@ def write_file(path, text, owner=None):
         subprocess.run(["chown", owner, path], check=True)
 
 
+def lend(owner):
+    """From now on the hands obey a user of the box, too; for nobody, nobody."""
+    for server in lent:
+        server.close()
+        os.unlink(LENT)
+    lent.clear()
+    os.chmod(gadgets.BACKING, 0o711 if owner else 0o700)
+    if owner:
+        server = socket.socket(socket.AF_UNIX)
+        server.bind(LENT)
+        os.chmod(LENT, 0o600)
+        shutil.chown(LENT, owner)
+        server.listen()
+        lent.append(server)
+
+
 def uptime():
     return float(pathlib.Path("/proc/uptime").read_text(encoding="ascii").split()[0])
 
+
+lent = []
 
 OPERATIONS = {
     "run": run,
@@ -77,6 +98,7 @@ OPERATIONS = {
     "journal_cursor": journal_cursor,
     "journal_since": journal_since,
     "write_file": write_file,
+    "lend": lend,
     "uptime": uptime,
     "fill": contents.fill,
     "audio_book": contents.audio_book,
@@ -111,7 +133,10 @@ def answer_to(line):
 def serve(port):
     pending = b""
     while True:
-        select.select([port], [], [])
+        ready, _, _ = select.select([port, *lent], [], [])
+        if ready != [port]:
+            _obey(ready[-1])
+            continue
         data = os.read(port, 1 << 16)
         if not data:
             time.sleep(0.05)
@@ -119,6 +144,14 @@ def serve(port):
         *lines, pending = (pending + data).split(b"\n")
         for line in lines:
             _send(port, json.dumps(answer_to(line)).encode() + b"\n")
+
+
+def _obey(server):
+    link, _ = server.accept()
+    with link:
+        line = link.makefile("rb").readline()
+        with contextlib.suppress(OSError):  # whoever asked has ended
+            link.sendall(json.dumps(answer_to(line)).encode() + b"\n")
 
 
 def _send(port, data):
