@@ -123,6 +123,11 @@ class Fixture(unittest.TestCase):
         self.assertIn("3 of 6 survived (50.0 %)", output)
         self.assertIn("src/Price.cpp:8: comparison: >= -> >\n", output)
 
+    def test_each_program_that_starts_a_changed_one_is_run(self):
+        output = self.mutate("--only=src/Tool.cpp:2", "--workers=1", "src")
+        self.assertIn("killed by ToolTest Tool.EndsWithSeven", output)
+        self.assertIn("0 of 2 survived (0.0 %)", output)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -26,6 +26,7 @@ class Program:
     environment: dict
     folder: str  # relative to the build folder
     calls: list  # lists of arguments
+    executables: list = field(default_factory=list)  # itself and what it may start, like path
     seconds: float = 0
     kills: dict = field(default_factory=dict)  # source file -> how often it caught a mutation
 
@@ -75,6 +76,8 @@ class Workshop:
             if status != 0:
                 raise SystemExit(f"The tree doesn't build without a mutation:\n{output[-5000:]}")
         self.programs = self._programs()
+        for program in self.programs:
+            program.executables = self._executables(program.path)
 
     def keep(self):
         """Everything that a mutation changes in the build is brought back from this copy."""
@@ -107,6 +110,16 @@ class Workshop:
         program = programs.setdefault(
             path, Program(path, environment, os.path.relpath(folder, self.build), []))
         program.calls.append(command[1:])
+
+    def _executables(self, path):
+        """A program needs what it starts to be built before it, as what it is made from."""
+        status, output = run(["ninja", "-t", "inputs", path], self.build, NO_CACHE, self.mark)
+        if status != 0:
+            raise SystemExit(f"ninja can't list what {path} needs:\n{output[-5000:]}")
+        inputs = [self.build / line for line in output.splitlines()]
+        return [path, *(os.path.relpath(each, self.build) for each in inputs
+                        if each.is_relative_to(self.build) and each.is_file()
+                        and os.access(each, os.X_OK))]
 
     def measure(self, program):
         """Runs the program without a mutation. Cases that need a process each get one each."""
@@ -148,16 +161,21 @@ class Workshop:
         """Program by program: those that caught a mutation of this file before, then the quick."""
         for program in sorted(
                 self.programs, key=lambda each: (-each.kills.get(point.path, 0), each.seconds)):
-            status, output = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)
+            status, _ = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)
             if status != 0:
                 return "unbuildable", ""
-            if "no work to do" in output:
+            if not self._is_changed(program):
                 continue
             failed = self._test(program, program.seconds * SLOWEST + 10)
             if failed:
                 program.kills[point.path] = program.kills.get(point.path, 0) + 1
                 return failed[0], f"{Path(program.path).name} {failed[1]}".strip()
         return "survived", ""
+
+    def _is_changed(self, program):
+        """A program that another one has had built already is changed, too."""
+        return any((self.build / path).stat().st_mtime_ns
+                   != (self.pristine / path).stat().st_mtime_ns for path in program.executables)
 
     def _test(self, program, seconds):
         """("killed" or "hung", by which case), or nothing when every call passes."""
