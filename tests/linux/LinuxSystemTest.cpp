@@ -3,6 +3,7 @@
 #include "GuardScript.h"
 #include "MainLoop.h"
 #include "MockMachine.h"
+#include "MockUnit.h"
 #include "PrivateBus.h"
 #include "StandInUDisks.h"
 #include "TestPlatform.h"
@@ -21,6 +22,7 @@ class LinuxSystemTest : public FakeAgentTest {
     platform().workers = &workers;
   }
   ~LinuxSystemTest() override {
+    mockUnit() = MockUnit();
     system.reset();
     platform() = {};
     stop.request();
@@ -99,6 +101,25 @@ TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
   runLoopUntil([&] { return completed; });
   EXPECT_EQ(udisks.members(),
             std::vector<std::string>({"ObjectManager.GetManagedObjects", "Filesystem.Mount"}));
+}
+
+TEST_F(LinuxSystemTest, AnEjectOfADiskWithoutADriveStopsTheUnitItself) {
+  machine.plug("a");
+  machine.kernel.addNode("sdb");
+  mockUnit().present = true;
+  mockUnit().sequence = 101;
+  begin();
+  const auto session = platform().createDiskSession();
+  bool completed = false;
+  session->eject(session->diskFromName("sdb"), {"/dev/sdb", 0x10002},
+                 [&](const auto&, const Dissenter* dissenter) {
+                   completed = true;
+                   EXPECT_EQ(dissenter, nullptr);
+                 });
+  runLoopUntil([&] { return completed; });
+  EXPECT_EQ(mockUnit().command.size(), 6U);
+  EXPECT_EQ(log.texts(), std::vector<std::string>({"/dev/sdb is not alone on its drive: unmounted, "
+                                                   "stopped by itself.\n"}));
 }
 
 TEST_F(LinuxSystemTest, TwoSessionsKeepOneOrderOfADisk) {

@@ -37,8 +37,9 @@ MockKernel::MockKernel() : testbed_(::umockdev_testbed_new()) {
   sys_ = sys;
   ::g_free(sys);
   gchar* const root = ::umockdev_testbed_get_root_dir(testbed_);
-  mockUdevDatabase() = std::string(root) + "/run-udev-data/";
+  root_ = root;
   ::g_free(root);
+  mockUdevDatabase() = root_ + "/run-udev-data/";
   std::filesystem::create_directories(mockUdevDatabase());
 }
 
@@ -112,6 +113,11 @@ std::string MockKernel::addPartition(const std::string& diskPath, const std::str
               {"DEVNAME", "/dev/" + name},
               {"MAJOR", "8"},
               {"MINOR", std::to_string(minor)}});
+}
+
+void MockKernel::addNode(const std::string& name) {
+  std::filesystem::create_directories(root_ + "/dev");
+  std::ofstream(root_ + "/dev/" + name);
 }
 
 void MockKernel::setAttribute(const std::string& sysPath, const std::string& name,

@@ -45,6 +45,8 @@ class MockKernel {
                       const std::string& vendor, std::uint64_t sectors, std::uint64_t sequence);
   std::string addPartition(const std::string& diskPath, const std::string& name, int number,
                            int minor);
+  // Its node in /dev, which can be opened and holds nothing.
+  void addNode(const std::string& name);
   // A device of any kind.
   std::string add(const std::string& subsystem, const std::string& name, const std::string& parent,
                   const Properties& attributes, const Properties& properties);
@@ -54,6 +56,7 @@ class MockKernel {
 
  private:
   _UMockdevTestbed* testbed_;
+  std::string root_;
   std::string sys_;
   std::vector<std::string> paths_;
 };

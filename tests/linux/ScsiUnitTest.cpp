@@ -1,50 +1,15 @@
 #include "ScsiUnit.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/fs.h>
 #include <scsi/sg.h>
 
-#include <cstdarg>
 #include <string>
 #include <vector>
 
+#include "MockUnit.h"
 #include "TempFolder.h"
 
 namespace fillstation::test {
-
-namespace {
-
-// A unit that isn't there, behind the ioctl() below.
-struct MockUnit {
-  bool present = false;
-  std::uint64_t sequence = 7;
-  int sequenceResult = 0;
-  int result = 0;
-  unsigned char status = 0;
-  unsigned short hostStatus = 0;
-  std::vector<unsigned char> command;
-  int direction = 0;
-  char interfaceId = 0;
-  unsigned int timeOut = 0;
-  bool opensWithoutMedium = false;
-  bool isInherited = true;
-};
-
-MockUnit unit;
-
-int answerTo(sg_io_hdr& request) {
-  unit.command.assign(request.cmdp, request.cmdp + request.cmd_len);
-  unit.direction = request.dxfer_direction;
-  unit.interfaceId = static_cast<char>(request.interface_id);
-  unit.timeOut = request.timeout;
-  request.status = unit.status;
-  request.host_status = unit.hostStatus;
-  return unit.result;
-}
-
-}  // namespace
 
 class ScsiUnitTest : public ::testing::Test {
  protected:
@@ -54,6 +19,7 @@ class ScsiUnitTest : public ::testing::Test {
   }
   void TearDown() override { unit = MockUnit(); }
 
+  MockUnit& unit = mockUnit();
   TempFolder folder;
   const std::string node = folder.write("node", "");
 };
@@ -96,23 +62,3 @@ TEST_F(ScsiUnitTest, ARefusalIsToldApart) {
 }
 
 }  // namespace fillstation::test
-
-extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
-  using Control = int (*)(int, unsigned long, void*);
-  static const auto next = reinterpret_cast<Control>(::dlsym(RTLD_NEXT, "ioctl"));
-  std::va_list rest;
-  va_start(rest, request);
-  void* const argument = va_arg(rest, void*);
-  va_end(rest);
-  auto& unit = fillstation::test::unit;
-  if (unit.present && request == BLKGETDISKSEQ) {
-    *static_cast<std::uint64_t*>(argument) = unit.sequence;
-    return unit.sequenceResult;
-  }
-  if (unit.present && request == SG_IO) {
-    unit.opensWithoutMedium = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
-    unit.isInherited = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0;
-    return fillstation::test::answerTo(*static_cast<sg_io_hdr*>(argument));
-  }
-  return next(descriptor, request, argument);
-}
