@@ -90,6 +90,10 @@ class Processes(unittest.TestCase):
     def test_status_and_output_arrive(self):
         self.assertEqual(run(["sh", "-c", "echo out; exit 3"], "/"), (3, "out\n"))
 
+    def test_a_list_of_thousands_of_tests_arrives_whole(self):
+        status, output = run(["head", "-c", "5000000", "/dev/zero"], "/")
+        self.assertEqual((status, len(output)), (0, 5000000))
+
 
 class Fixture(unittest.TestCase):
     def mutate(self, *arguments):

@@ -9,7 +9,7 @@ from pathlib import Path
 
 MARK = "FILLSTATION_MUTANT"
 LIMITS = ["prlimit", f"--as={16 << 30}", f"--fsize={16 << 30}", "--core=0"]
-KEPT_OUTPUT = 1 << 20
+KEPT_OUTPUT = 1 << 24  # more than the list of all tests takes
 
 
 def run(command, folder, environment=None, mark="", seconds=None):
