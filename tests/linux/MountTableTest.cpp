@@ -33,6 +33,7 @@ TEST_F(MountTableTest, APartOfTheFileSystemIsNotTheVolume) {
 TEST_F(MountTableTest, EscapesAreUndone) {
   EXPECT_EQ(pointsIn("21 1 8:17 / /media/A\\040B\\134\\011C\\012 rw - vfat x rw\n"),
             Paths({"/media/A B\\\tC\n"}));
+  EXPECT_EQ(pointsIn("21 1 8:17 / /m\\701 rw\n"), Paths({"/m\xC1"}));
 }
 
 TEST_F(MountTableTest, WhatIsNoEscapeStays) {
