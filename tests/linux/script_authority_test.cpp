@@ -174,6 +174,17 @@ TEST_F(ScriptAuthorityTest, AHelperThatSaidSomethingIsAskedOnce) {
   EXPECT_EQ(checks(), 1);
 }
 
+TEST_F(ScriptAuthorityTest, AHelperThatToldAnErrorIsAskedOnce) {
+  pretendServedHelper();
+  countChecks("exit 0");
+  writeFile("/run/box/text", "not today\n");
+  setPam(
+      "auth required pam_exec.so quiet seteuid /run/box/count\n"
+      "auth requisite pam_nologin.so file=/run/box/text");
+  EXPECT_EQ(runAs("tester", call()).kind, Kind::notChecked);
+  EXPECT_EQ(checks(), 1);
+}
+
 TEST_F(ScriptAuthorityTest, AWrongPasswordIsAskedForOnceWhereTheHelperIsServed) {
   pretendServedHelper();
   countChecks("exit 0");

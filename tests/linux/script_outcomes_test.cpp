@@ -1,6 +1,11 @@
+#include <sys/socket.h>
+#include <sys/wait.h>
+
 #include <string>
 #include <vector>
 
+#include "ChildSetup.h"
+#include "FileHandle.h"
 #include "script_box.h"
 
 namespace fillstation::test {
@@ -28,6 +33,18 @@ class ScriptOutcomesTest : public ScriptBoxTest {
     EXPECT_EQ(reply.kind, Kind::unavailable);
     EXPECT_EQ(reply.exitStatus, number);
     EXPECT_EQ(reply.err, message);
+  }
+  // What pkexec is replaced by.
+  static void pretendPkexec(const std::string& script) {
+    writeFile("/run/box/pretended", "#!/bin/sh\n" + script + "\n");
+    shell("chmod +x /run/box/pretended; mount --bind /run/box/pretended /usr/bin/pkexec");
+  }
+  // Lets the agents, and what they start, have that many open files.
+  static void limitAgentsFiles(int count) {
+    shell("[ -e /run/box/real-agent ] || mv /run/box/agent /run/box/real-agent");
+    writeFile("/run/box/agent",
+              "#!/bin/sh\nulimit -n " + std::to_string(count) + "\nexec /run/box/real-agent\n");
+    shell("chmod 755 /run/box/agent");
   }
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
 };
@@ -166,6 +183,46 @@ TEST_F(ScriptOutcomesTest, WhatPkexecSaysOfItsOwnFailureComesBack) {
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_NE(reply.err.find("Not authorized"), std::string::npos) << reply.err;
   expectNothingRan();
+}
+
+TEST_F(ScriptOutcomesTest, APkexecThatEndsAsOneThatWasDismissedIsCancelled) {
+  pretendPkexec("echo dismissed >&2; exit 126");
+  EXPECT_EQ(run("boss", kBossPassword).kind, Kind::cancelled);
+  pretendPkexec("echo refused >&2; exit 127");
+  const auto reply = run("boss", kBossPassword);
+  EXPECT_EQ(reply.kind, Kind::unavailable);
+  EXPECT_EQ(reply.err, "refused\n");
+}
+
+TEST_F(ScriptOutcomesTest, AnAgentWithoutFilesLeftToOpenSaysSo) {
+  int told = 0;
+  for (int limit = 4; limit < 24; ++limit) {
+    limitAgentsFiles(limit);
+    told +=
+        run("boss", kBossPassword).err == "pkexec can't be started: Too many open files" ? 1 : 0;
+  }
+  // Three pipes and three descriptors to hand over: whichever of them can't be had, but perhaps the
+  // first.
+  EXPECT_GE(told, 8);
+}
+
+TEST_F(ScriptOutcomesTest, AnAgentThatIsNotToldWhoAsksEndsAtOnce) {
+  for (const bool namesUser : {false, true}) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const FileHandle ours(ends[0]);
+    const FileHandle theirs(ends[1]);
+    ChildSetup setup;
+    setup.hand(theirs.get(), 0);
+    pid_t agent = 0;
+    ASSERT_EQ(setup.start({"/run/box/agent"}, agent), 0);
+    EXPECT_TRUE(!namesUser || sendText(ours.get(), "boss"));
+    ::shutdown(ours.get(), SHUT_WR);
+    int status = 0;
+    EXPECT_EQ(::waitpid(agent, &status, 0), agent);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+  }
 }
 
 TEST_F(ScriptOutcomesTest, AScriptIsCheckedByThePrivilegedSideAfterTheAuthentication) {
