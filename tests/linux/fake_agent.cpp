@@ -85,6 +85,16 @@ int waitForTheEnd() {
   return reply({Kind::cancelled, 0, {}, {}});
 }
 
+// Refused; it ends only when there is a file "go".
+int outstay() {
+  const int status = reply({Kind::wrongCredentials, 0, {}, {}});
+  note("lingering\n");
+  while (!std::filesystem::exists(folder() / "go")) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return status;
+}
+
 }  // namespace
 
 // An agent that does as the user name says.
@@ -113,5 +123,5 @@ int main() {
   if (user == "leaves") {
     return password == "verified" ? reply({Kind::verified, 0, {}, {}}) : 0;
   }
-  return waitForTheEnd();
+  return user == "lingers" ? outstay() : waitForTheEnd();
 }

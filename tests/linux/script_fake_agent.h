@@ -20,6 +20,8 @@ class FakeAgentTest : public testing::Test {
 
   // What the agents noted.
   std::string noted() const { return contentOf(folder_.path("log")); }
+  // Lets an agent end that lingers.
+  void go() const { folder_.write("go", ""); }
 
  private:
   TempFolder folder_;

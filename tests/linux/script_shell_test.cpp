@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/wait.h>
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -119,6 +122,28 @@ TEST_F(ScriptShellTest, AVerifiedCallHasGivenUpItsPlace) {
   for (const auto& reply : runMany(40, "together", "40")) {
     EXPECT_EQ(reply.kind, Kind::ended);
   }
+}
+
+TEST_F(ScriptShellTest, ASignalDoesNotInterruptTheWaitForTheAgentsEnd) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGUSR1, &action, nullptr);
+  std::atomic<bool> isOver = false;
+  std::thread caller([&] {
+    EXPECT_EQ(run("lingers").kind, Kind::wrongCredentials);
+    isOver = true;
+  });
+  while (!noted().ends_with("lingering\n")) {
+    std::this_thread::yield();
+  }
+  for (int time = 0; time < 20; ++time) {
+    ::pthread_kill(caller.native_handle(), SIGUSR1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_FALSE(isOver);
+  go();
+  caller.join();
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
 }
 
 TEST_F(ScriptShellTest, NothingOfACallIsLeft) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -29,7 +30,7 @@ class Agent {
  public:
   ~Agent() {
     ours_ = FileHandle();
-    while (child_ > 0 && ::waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
+    while (child_ && ::waitpid(*child_, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
 
@@ -48,7 +49,9 @@ class Agent {
     setup.startSession();
     pid_t child = 0;
     const int error = setup.start({path}, child);
-    child_ = error == 0 ? child : 0;
+    if (error == 0) {
+      child_ = child;
+    }
     return error;
   }
 
@@ -56,7 +59,7 @@ class Agent {
 
  private:
   FileHandle ours_;
-  pid_t child_ = 0;
+  std::optional<pid_t> child_;
 };
 
 }  // namespace
