@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -65,6 +66,11 @@ class ScriptAuthorityTest : public ScriptBoxTest {
   static long checks() {
     const std::string text = read("/run/box/checks");
     return std::count(text.begin(), text.end(), '\n');
+  }
+  // Whether the one agent has a thread of that name.
+  static bool hasThread(const std::string& name) {
+    return std::system(("cat /proc/$(pidof -s agent)/task/*/comm 2>/dev/null | grep -qx " + name)
+                           .c_str()) == 0;
   }
   static void pretendServedHelper() {
     std::filesystem::create_directories("/run/polkit");
@@ -136,6 +142,23 @@ TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheRequestCancelsIt) {
   // Until the agent has noticed.
   shell("sleep 0.5");
   writeFile("/run/box/go", "");
+  EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
+  EXPECT_FALSE(exists("/run/box/ran"));
+}
+
+TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheAgentIsKnownStartsNoPkexec) {
+  writeFile("/run/box/started", "#!/bin/sh\ntouch /run/box/ran\n");
+  shell(
+      "chmod +x /run/box/started; mount --bind /run/box/started /usr/bin/pkexec; chmod 777 "
+      "/run/box;"
+      "gdbus introspect --system --dest org.freedesktop.PolicyKit1 "
+      "--object-path /org/freedesktop/PolicyKit1/Authority >/dev/null; "
+      "kill -STOP $(pidof polkitd)");
+  Window window("tester", {call()});
+  await([] { return hasThread("gdbus"); }, "the agent is on the bus");
+  window.stop();
+  // Until the agent has noticed.
+  shell("sleep 1; kill -CONT $(pidof polkitd)");
   EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
   EXPECT_FALSE(exists("/run/box/ran"));
 }

@@ -103,6 +103,25 @@ TEST_F(ScriptOutcomesTest, RootsWindowIsCheckedLikeAnyOther) {
   EXPECT_EQ(reply.out, "0\n");
 }
 
+TEST_F(ScriptOutcomesTest, RootsWindowNeedsAUserToBecome) {
+  // Some systems make him up.
+  shell("sed -i /^nobody:/d /etc/passwd; sed -i '/^passwd:/s/:.*/: files/' /etc/nsswitch.conf");
+  const auto reply = runAs("root", {"boss", kBossPassword, "touch /run/box/ran"});
+  EXPECT_EQ(reply.kind, Kind::unavailable);
+  EXPECT_EQ(reply.err, "The agent program can't leave root's rights.");
+  expectNothingRan();
+}
+
+TEST_F(ScriptOutcomesTest, AShellThatGoesWhileTheCommandIsSentHasAStatusAllTheSame) {
+  shell("cp -p /usr/bin/pkexec /run/box/pkexec");
+  pretendPkexec(
+      "exec /run/box/pkexec --disable-internal-agent /bin/sh -c "
+      "\"echo 'fillstation: ready'; head -c 1 >/dev/null; exit 5\"");
+  const auto reply = runAsBoss("true " + std::string(300000, 'x'));
+  EXPECT_EQ(reply.kind, Kind::ended);
+  EXPECT_EQ(reply.exitStatus, 5);
+}
+
 TEST_F(ScriptOutcomesTest, TheCommandsOwnExitStatusComesBack) {
   for (const int status : {3, 125, 126, 127, 255}) {
     const auto reply = runAsBoss("echo so; echo why >&2; exit " + std::to_string(status));
