@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <atomic>
@@ -93,6 +95,19 @@ TEST_F(ScriptShellTest, AnAgentThatCantBeStartedIsAnError) {
   const auto reply = none.run("boss", "0", "the command");
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "The agent program can't be started: No such file or directory");
+}
+
+TEST_F(ScriptShellTest, WithoutFilesLeftToOpenNoAgentIsStarted) {
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  const auto reply = run("boss", "0");
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(reply.kind, Kind::unavailable);
+  EXPECT_EQ(reply.err, "The agent program can't be started: Too many open files");
+  // What is open stays so.
+  EXPECT_NE(::fcntl(0, F_GETFD), -1);
 }
 
 TEST_F(ScriptShellTest, AnAgentThatLeavesIsAnError) {
