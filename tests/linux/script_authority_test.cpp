@@ -87,6 +87,19 @@ TEST_F(ScriptAuthorityTest, ACancelledAuthenticationIsCancelled) {
   EXPECT_FALSE(exists("/run/box/ran"));
 }
 
+TEST_F(ScriptAuthorityTest, ACommandThatIsRunningIsNotCancelled) {
+  Window window("tester", {{"boss", kBossPassword,
+                            "touch /run/box/ran; until [ -e /run/box/go ]; do sleep 0.02; done; "
+                            "echo finished; exit 3"}});
+  awaitFile("/run/box/ran");
+  EXPECT_NE(callAgents("CancelAuthentication cookie").find("()\n"), std::string::npos);
+  writeFile("/run/box/go", "");
+  const auto reply = window.replies().front();
+  EXPECT_EQ(reply.kind, Kind::ended);
+  EXPECT_EQ(reply.out, "finished\n");
+  EXPECT_EQ(reply.exitStatus, 3);
+}
+
 TEST_F(ScriptAuthorityTest, ThereIsOneAuthenticationPerAgent) {
   slowPam();
   Window window("tester", {call()});

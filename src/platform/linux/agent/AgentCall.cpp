@@ -123,10 +123,8 @@ void AgentCall::takeCommand() {
   }
 }
 
+// Of a command that is running nothing is left to cancel, and its own end follows.
 void AgentCall::cancel() {
-  if (isSent_) {
-    return;
-  }
   command_.reset();
   refusal_ = refusal_.value_or(Kind::cancelled);
   shell_.refuse();
