@@ -13,11 +13,7 @@ std::optional<std::string> textFrom(const char* text) {
 }  // namespace
 
 std::optional<std::string> udevAttribute(udev_device* device, const char* name) {
-  auto text = textFrom(::udev_device_get_sysattr_value(device, name));
-  if (text && text->ends_with('\n')) {
-    text->pop_back();
-  }
-  return text;
+  return textFrom(::udev_device_get_sysattr_value(device, name));
 }
 
 std::optional<std::string> udevProperty(udev_device* device, const char* name) {
