@@ -35,12 +35,11 @@ std::vector<uid_t> usersOf(GVariant* identities) {
   g_variant_iter_init(&iterator, identities);
   const char* kind = nullptr;
   GVariant* details = nullptr;
-  while (g_variant_iter_next(&iterator, "(&s@a{sv})", &kind, &details)) {
+  while (g_variant_iter_loop(&iterator, "(&s@a{sv})", &kind, &details)) {
     guint32 user = 0;
     if (kind == std::string_view("unix-user") && g_variant_lookup(details, "uid", "u", &user)) {
       users.push_back(user);
     }
-    g_variant_unref(details);
   }
   return users;
 }
@@ -56,13 +55,12 @@ void AuthenticationBus::start() {
 void AuthenticationBus::fail(GError* error) {
   g_dbus_error_strip_remote_error(error);
   handlers_.registered(error->message);
-  g_error_free(error);
 }
 
 bool AuthenticationBus::connect() {
   static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
-  GError* error = nullptr;
-  char* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
+  g_autoptr(GError) error = nullptr;
+  g_autofree char* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
   if (address != nullptr) {
     // Not the shared one: the authority forgets one agent when a connection is lost.
     connection_ = g_dbus_connection_new_for_address_sync(
@@ -70,16 +68,14 @@ bool AuthenticationBus::connect() {
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, &error);
-    g_free(address);
   }
   if (connection_ == nullptr) {
     fail(error);
     return false;
   }
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kInterface, nullptr);
+  g_autoptr(GDBusNodeInfo) node = g_dbus_node_info_new_for_xml(kInterface, nullptr);
   g_dbus_connection_register_object(connection_, kPath, node->interfaces[0], &table, this, nullptr,
                                     nullptr);
-  g_dbus_node_info_unref(node);
   return true;
 }
 
@@ -101,14 +97,13 @@ void AuthenticationBus::registerAgent() {
 
 void AuthenticationBus::onRegistered(GObject* connection, GAsyncResult* result, void* self) {
   auto* bus = static_cast<AuthenticationBus*>(self);
-  GError* error = nullptr;
-  GVariant* reply =
+  g_autoptr(GError) error = nullptr;
+  g_autoptr(GVariant) reply =
       g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(connection), result, &error);
   if (reply == nullptr) {
     bus->fail(error);
     return;
   }
-  g_variant_unref(reply);
   bus->handlers_.registered({});
 }
 
@@ -134,15 +129,13 @@ void AuthenticationBus::begin(GVariant* parameters, GDBusMethodInvocation* invoc
   wasAsked_ = true;
   asked_ = invocation;
   const char* cookie = nullptr;
-  GVariant* details = nullptr;
-  GVariant* identities = nullptr;
+  g_autoptr(GVariant) details = nullptr;
+  g_autoptr(GVariant) identities = nullptr;
   g_variant_get(parameters, "(&s&s&s@a{ss}&s@a(sa{sv}))", nullptr, nullptr, nullptr, &details,
                 &cookie, &identities);
   const AuthenticationRequest request{cookie, processOf(details, "polkit.caller-pid"),
                                       processOf(details, "polkit.subject-pid"),
                                       usersOf(identities)};
-  g_variant_unref(details);
-  g_variant_unref(identities);
   handlers_.begin(request);
 }
 

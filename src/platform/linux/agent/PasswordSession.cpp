@@ -21,9 +21,8 @@ PasswordSession::PasswordSession(uid_t user, std::string cookie, const std::stri
       completion_(std::move(completion)) {}
 
 void PasswordSession::start() {
-  PolkitIdentity* identity = polkit_unix_user_new(static_cast<gint>(user_));
+  g_autoptr(PolkitIdentity) identity = polkit_unix_user_new(static_cast<gint>(user_));
   session_ = polkit_agent_session_new(identity, cookie_.c_str());
-  g_object_unref(identity);
   g_signal_connect(session_, "request", G_CALLBACK(onQuestion), this);
   g_signal_connect(session_, "show-error", G_CALLBACK(onText), this);
   g_signal_connect(session_, "show-info", G_CALLBACK(onText), this);
@@ -78,9 +77,8 @@ void PasswordSession::end(Result result) {
 
 int PasswordSession::finish(void* self) {
   auto* check = static_cast<PasswordSession*>(self);
-  PolkitAgentSession* session = std::exchange(check->session_, nullptr);
+  g_autoptr(PolkitAgentSession) session = std::exchange(check->session_, nullptr);
   polkit_agent_session_cancel(session);
-  g_object_unref(session);
   if (std::exchange(check->again_, false)) {
     check->retried_ = true;
     check->isEnding_ = false;
