@@ -21,8 +21,8 @@ namespace {
 constexpr int kStopInterval = 100;
 
 AgentReply unavailable(const std::string& what, int error) {
-  return {
-      AgentReply::Kind::unavailable, 0, {}, what + ": " + std::generic_category().message(error)};
+  return AgentReply::of(AgentReply::Kind::unavailable,
+                        what + ": " + std::generic_category().message(error));
 }
 
 // The agent with our end of the socket that is its standard input; waits for its end.
@@ -96,9 +96,8 @@ AgentReply AgentShell::run(std::string_view userName, std::string_view password,
     return unavailable("The agent program can't be started", error);
   }
   // An agent that has gone shows when its reply is awaited.
-  if (sendText(agent.socket(), userName)) {
-    sendText(agent.socket(), password);
-  }
+  sendText(agent.socket(), userName);
+  sendText(agent.socket(), password);
   return converse(agent.socket(), command, place);
 }
 

@@ -60,10 +60,8 @@ void AgentCall::onRegistered(const std::string& error) {
     return end(AgentReply::of(Kind::unavailable, "polkit can't be reached: " + error));
   }
   if (const int failed = shell_.start(); failed != 0) {
-    end({Kind::unavailable,
-         0,
-         {},
-         "pkexec can't be started: " + std::generic_category().message(failed)});
+    end(AgentReply::of(Kind::unavailable,
+                       "pkexec can't be started: " + std::generic_category().message(failed)));
   }
 }
 
