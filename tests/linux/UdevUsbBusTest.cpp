@@ -54,6 +54,17 @@ TEST_F(UdevUsbBusTest, TheHandleIsMadeOfBusAndDeviceNumber) {
   EXPECT_EQ(onlyDevice()->handle(), 3U * 65536 + 127);
 }
 
+TEST_F(UdevUsbBusTest, ALaterAttachHasAGreaterNumber) {
+  machine.plug("a");
+  machine.plug("b");
+  const auto present = watch();
+  ASSERT_EQ(present.size(), 2U);
+  const auto numberOf = [](const std::shared_ptr<UsbDevice>& device) {
+    return dynamic_cast<const UdevUsbDevice&>(*device).attach();
+  };
+  EXPECT_LT(numberOf(present[0]), numberOf(present[1]));
+}
+
 TEST_F(UdevUsbBusTest, InterfacesAndOtherDevicesAreNone) {
   const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
   const auto add = [&](const char* subsystem, const char* name, const char* type, int minor) {

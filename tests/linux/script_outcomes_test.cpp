@@ -39,11 +39,10 @@ class ScriptOutcomesTest : public ScriptBoxTest {
     writeFile("/run/box/pretended", "#!/bin/sh\n" + script + "\n");
     shell("chmod +x /run/box/pretended; mount --bind /run/box/pretended /usr/bin/pkexec");
   }
-  // Lets the agents, and what they start, have that many open files.
-  static void limitAgentsFiles(int count) {
+  // Has a command of the shell change what the agents inherit.
+  static void beforeAgents(const std::string& command) {
     shell("[ -e /run/box/real-agent ] || mv /run/box/agent /run/box/real-agent");
-    writeFile("/run/box/agent",
-              "#!/bin/sh\nulimit -n " + std::to_string(count) + "\nexec /run/box/real-agent\n");
+    writeFile("/run/box/agent", "#!/bin/sh\n" + command + "\nexec /run/box/real-agent\n");
     shell("chmod 755 /run/box/agent");
   }
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
@@ -110,6 +109,17 @@ TEST_F(ScriptOutcomesTest, RootsWindowNeedsAUserToBecome) {
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "The agent program can't leave root's rights.");
   expectNothingRan();
+}
+
+TEST_F(ScriptOutcomesTest, TheWindowsMaskIsNotTheCommands) {
+  beforeAgents("umask 077");
+  EXPECT_EQ(runAsBoss("umask").out, "0022\n");
+}
+
+TEST_F(ScriptOutcomesTest, ARootShellThatNeverRunsHasNoCommand) {
+  shell("cp -p /usr/bin/pkexec /run/box/pkexec");
+  pretendPkexec("exec /run/box/pkexec --disable-internal-agent /bin/false");
+  EXPECT_EQ(runAsBoss("true").kind, Kind::unavailable);
 }
 
 TEST_F(ScriptOutcomesTest, AShellThatGoesWhileTheCommandIsSentHasAStatusAllTheSame) {
@@ -216,7 +226,7 @@ TEST_F(ScriptOutcomesTest, APkexecThatEndsAsOneThatWasDismissedIsCancelled) {
 TEST_F(ScriptOutcomesTest, AnAgentWithoutFilesLeftToOpenSaysSo) {
   int told = 0;
   for (int limit = 4; limit < 24; ++limit) {
-    limitAgentsFiles(limit);
+    beforeAgents("ulimit -n " + std::to_string(limit));
     told +=
         run("boss", kBossPassword).err == "pkexec can't be started: Too many open files" ? 1 : 0;
   }
