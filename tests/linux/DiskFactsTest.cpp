@@ -4,6 +4,7 @@
 #include <sys/sysmacros.h>
 
 #include "MockMachine.h"
+#include "MockMonitor.h"
 #include "Udev.h"
 
 namespace fillstation::test {
@@ -144,6 +145,18 @@ TEST_F(DiskFactsTest, BelowADeviceThatHasGoneThereIsNoDisk) {
   EXPECT_EQ(findDiskBelow(path), "sdb");
   machine.pull("a");
   EXPECT_EQ(findDiskBelow(path), std::nullopt);
+}
+
+TEST_F(DiskFactsTest, ADeviceThatGoesWhileItIsLookedForIsLeftOut) {
+  mockMonitor().vanishing = machine.plug("a").diskPath;
+  machine.plug("b");
+  const UdevContext context(::udev_new());
+  const UdevEnumeration enumeration(::udev_enumerate_new(context.get()));
+  ::udev_enumerate_add_match_subsystem(enumeration.get(), "block");
+  const auto devices = udevDevices(context.get(), enumeration.get());
+  mockMonitor().vanishing.clear();
+  ASSERT_EQ(devices.size(), 1U);
+  EXPECT_EQ(udevSysName(devices[0].get()), "sdc");
 }
 
 TEST_F(DiskFactsTest, NothingHasNoPathAndNoName) {

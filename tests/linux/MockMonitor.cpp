@@ -38,3 +38,10 @@ extern "C" int udev_monitor_set_receive_buffer_size(udev_monitor* /*monitor*/, i
   mockMonitor().bufferSizes.push_back(size);
   return 0;
 }
+
+extern "C" udev_device* udev_device_new_from_syspath(udev* context, const char* path) {
+  using Make = udev_device* (*)(udev*, const char*);
+  static const auto next =
+      reinterpret_cast<Make>(::dlsym(RTLD_NEXT, "udev_device_new_from_syspath"));
+  return mockMonitor().vanishing == path ? nullptr : next(context, path);
+}

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 namespace fillstation::test {
 
-// What the monitor of udev's events is asked and what it answers.
+// What udev is asked and what it answers: its monitor of events, and of devices whether they are
+// there.
 struct MockMonitor {
   // One look for an event: an error in place of one (0 for none), and whether all that wait are
   // lost.
@@ -16,6 +18,8 @@ struct MockMonitor {
   std::vector<Look> looks;
   // The sizes of the receive buffer that were asked for.
   std::vector<int> bufferSizes;
+  // The path in sysfs of a device that goes between being listed and being looked at.
+  std::string vanishing;
 };
 MockMonitor& mockMonitor();
 
