@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <mutex>
 
+#include "LogBatch.h"
+
 namespace fillstation {
 
 namespace {
@@ -22,6 +24,7 @@ struct Flush {
 // this one and not the process.
 void* flushStreams(void* context) {
   auto& flush = *static_cast<Flush*>(context);
+  LogBatch::recordCurrent();
   std::fflush(stdout);
   std::fflush(stderr);
   const std::scoped_lock guard(flush.lock);

@@ -9,15 +9,27 @@ namespace fillstation {
 void StreamLog::write(std::string_view text) {
   std::string record(text);
   record += '\n';
+  writeRecords(record);
+}
+
+void StreamLog::writeEach(std::span<const std::string> texts) {
+  std::string records;
+  for (const auto& text : texts) {
+    records += text;
+    records += '\n';
+  }
+  writeRecords(records);
+}
+
+void StreamLog::writeRecords(std::string_view records) {
   const std::scoped_lock guard(lock_);
   std::fflush(stream_);
-  std::string_view rest = record;
-  while (!rest.empty()) {
-    const ssize_t count = ::write(::fileno(stream_), rest.data(), rest.size());
+  while (!records.empty()) {
+    const ssize_t count = ::write(::fileno(stream_), records.data(), records.size());
     if (count < 0) {
       return;
     }
-    rest.remove_prefix(static_cast<std::size_t>(count));
+    records.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 

@@ -16,8 +16,12 @@ class StreamLog : public SystemLog {
   explicit StreamLog(std::FILE* stream) : stream_(stream) {}
 
   void write(std::string_view text) override;
+  // Several records in one piece.
+  void writeEach(std::span<const std::string> texts) override;
 
  private:
+  void writeRecords(std::string_view records);
+
   std::mutex lock_;
   std::FILE* stream_;
 };

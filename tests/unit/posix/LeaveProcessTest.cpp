@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "LogBatch.h"
+#include "StreamLog.h"
 #include "TempFolder.h"
 
 namespace fillstation {
@@ -66,6 +68,22 @@ TEST_F(LeaveProcess, FlushesStandardError) {
       },
       testing::ExitedWithCode(0), "");
   EXPECT_EQ(test::contentOf(path), "held back");
+  ::unlink(path.c_str());
+}
+
+TEST_F(LeaveProcess, RecordsWhatTheLogStillHolds) {
+  const std::string path = sharedPath("log");
+  EXPECT_EXIT(
+      {
+        redirect(stderr, path);
+        StreamLog log(stderr);
+        platform().systemLog = &log;
+        LogBatch batch;
+        batch.add("held back");
+        leaveProcess(0);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_EQ(test::contentOf(path), "held back\n");
   ::unlink(path.c_str());
 }
 

@@ -59,6 +59,15 @@ TEST(StreamLog, AddsOneLineFeedAndWritesAtOnceInOnePiece) {
   EXPECT_EQ(records.next(), "a\n\nb %s \xff\n\n");
 }
 
+TEST(StreamLog, WritesSeveralTextsAtOnceEachWithItsLineFeed) {
+  Records records;
+  StreamLog log(records.stream());
+  std::fputs("earlier", records.stream());
+  log.writeEach(std::vector<std::string>{"one", "", "two\n"});
+  EXPECT_EQ(records.next(), "earlier");
+  EXPECT_EQ(records.next(), "one\n\ntwo\n\n");
+}
+
 TEST(StreamLog, WritesALongTextInOnePiece) {
   Records records;
   StreamLog log(records.stream());
