@@ -7,6 +7,14 @@
 
 namespace fillstation {
 
+// The lock of an object: one of few that all objects share, so that it costs an object nothing. To
+// be held for a moment only, with nothing inside that takes another object's.
+template <class T>
+std::mutex& sharedLockFor(const T* object) {
+  static std::array<std::mutex, 64> locks;
+  return locks[(reinterpret_cast<std::uintptr_t>(object) >> 4U) % locks.size()];
+}
+
 // One property that several threads get and set, each access indivisible. The locks are shared by
 // all properties of one type (a property costs no memory of its own); a lock is held only for the
 // copy in or out, and the replaced value is destroyed after the lock is free, so that a destructor
@@ -31,10 +39,7 @@ class Atomic {
   }
 
  private:
-  std::mutex& lock() const {
-    static std::array<std::mutex, 64> locks;
-    return locks[(reinterpret_cast<std::uintptr_t>(this) >> 4U) % locks.size()];
-  }
+  std::mutex& lock() const { return sharedLockFor(this); }
 
   T value_{};
 };

@@ -1,5 +1,7 @@
 #include "Url.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace fillstation {
@@ -7,17 +9,24 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 
-bool staysPlain(unsigned char byte) {
-  return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-         (byte >= '0' && byte <= '9') ||
-         std::string_view("-._~/").find(static_cast<char>(byte)) != std::string_view::npos;
+// By byte: whether it stays as it is.
+constexpr std::array<bool, 256> plainBytes() {
+  std::array<bool, 256> plain{};
+  for (const char byte : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                                          "0123456789-._~/")) {
+    plain[static_cast<unsigned char>(byte)] = true;
+  }
+  return plain;
 }
+constexpr std::array<bool, 256> kStaysPlain = plainBytes();
 
-void appendEscape(std::string& text, unsigned char byte) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  text += '%';
-  text += kDigits[byte >> 4U];
-  text += kDigits[byte & 0xFU];
+// The size of the text with its escapes.
+std::size_t escapedSize(std::string_view path) {
+  std::size_t size = 0;
+  for (const char byte : path) {
+    size += kStaysPlain[static_cast<unsigned char>(byte)] ? 1U : 3U;
+  }
+  return size;
 }
 
 }  // namespace
@@ -26,13 +35,17 @@ Url Url::fromPath(std::string_view path, bool isDirectory) {
   while (path.size() > 1 && path.ends_with('/')) {
     path.remove_suffix(1);
   }
-  std::string text(kScheme);
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text(kScheme.size() + escapedSize(path), '%');
+  auto at = std::copy(kScheme.begin(), kScheme.end(), text.begin());
   for (const char character : path) {
     const auto byte = static_cast<unsigned char>(character);
-    if (staysPlain(byte)) {
-      text += character;
+    if (kStaysPlain[byte]) {
+      *at++ = character;
     } else {
-      appendEscape(text, byte);
+      at[1] = kDigits[byte >> 4U];
+      at[2] = kDigits[byte & 0xFU];
+      at += 3;
     }
   }
   if (isDirectory && !text.ends_with('/')) {
@@ -76,20 +89,17 @@ std::string removePercentEscapes(std::string_view text) {
   return plain;
 }
 
-std::string lastPathComponent(std::string_view path) {
+std::string_view lastPathComponent(std::string_view path) {
   while (path.size() > 1 && path.ends_with('/')) {
     path.remove_suffix(1);
   }
-  if (path == "/") {
-    return "/";
-  }
-  return std::string(path.substr(path.rfind('/') + 1));
+  return path == "/" ? path : path.substr(path.rfind('/') + 1);
 }
 
-std::string pathExtension(std::string_view path) {
-  const std::string name = lastPathComponent(path);
+std::string_view pathExtension(std::string_view path) {
+  const std::string_view name = lastPathComponent(path);
   const auto dot = name.rfind('.');
-  return dot == std::string::npos ? std::string() : name.substr(dot + 1);
+  return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
 
 }  // namespace fillstation

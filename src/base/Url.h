@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace fillstation {
 
@@ -23,7 +24,8 @@ class Url {
   static Url withString(std::string text);
 
   // The whole text, escapes included.
-  const std::string& absoluteString() const { return text_; }
+  const std::string& absoluteString() const& { return text_; }
+  std::string absoluteString() && { return std::move(text_); }
 
   // The file-system path that the text stands for: without the scheme and host of a file address,
   // escapes decoded once, without the "/" at the end (but "/" itself stays).
@@ -40,12 +42,12 @@ class Url {
 std::string removePercentEscapes(std::string_view text);
 
 // What follows the last "/" of a path that does not end in one: "01.mp3" of "/a/01.mp3". The whole
-// path when it has no "/", "/" for the root.
-std::string lastPathComponent(std::string_view path);
+// path when it has no "/", "/" for the root. A part of the path, and no longer there than it.
+std::string_view lastPathComponent(std::string_view path);
 
 // What follows the last dot of the last component, without the dot: "mp3" of "/a/b.c.mp3" and of
-// "/a/.mp3"; empty without a dot.
-std::string pathExtension(std::string_view path);
+// "/a/.mp3"; empty without a dot. A part of the path as well.
+std::string_view pathExtension(std::string_view path);
 
 // The absolute text.
 inline std::string textOf(const Url& url) { return url.absoluteString(); }

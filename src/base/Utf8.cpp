@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <algorithm>
 #include <array>
 
 namespace fillstation {
@@ -47,6 +48,15 @@ std::optional<std::u32string> foldCase(std::string_view text) {
   return points;
 }
 
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+char lowerAscii(char byte) {
+  return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+}
+
 }  // namespace
 
 std::optional<std::u32string> decodeUtf8(std::string_view text) {
@@ -75,6 +85,11 @@ std::optional<std::u32string> decodeUtf8(std::string_view text) {
 }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
+  // What file types almost always are, without a detour.
+  if (isAscii(left) && isAscii(right)) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char one, char other) { return lowerAscii(one) == lowerAscii(other); });
+  }
   const auto folded = foldCase(left);
   return folded && folded == foldCase(right);
 }

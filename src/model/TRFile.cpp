@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "LogBatch.h"
 #include "Platform.h"
 #include "Utf8.h"
 
@@ -14,20 +15,14 @@ TRFile::Value valueOf(std::optional<T> field) {
   return field ? TRFile::Value(std::move(*field)) : TRFile::Value();
 }
 
-// What is left of an entry's address below the folder's, by length alone.
-Url addressBelow(const Url& folder, const Url& entry) {
-  const auto cut = std::min(folder.absoluteString().size(), entry.absoluteString().size());
-  return Url::withString(entry.absoluteString().substr(cut));
-}
-
-bool goOnAfterWalkError(const std::string& /*path*/) {
-  logText("error not dir!");
-  return true;
-}
-
 }  // namespace
 
-TRFile::TRFile() : name_("Empty"), path_("Empty") {}
+TRFile::TRFile() : content_(std::make_unique<Fields>()) {
+  setName("Empty");
+  setPath("Empty");
+}
+
+TRFile::TRFile(Place place, Number size) : content_(std::move(place)), size_(std::move(size)) {}
 
 bool TRFile::isEqual(const Object& other) const {
   const auto* const file = dynamic_cast<const TRFile*>(&other);
@@ -74,28 +69,52 @@ std::shared_ptr<TRFileList> TRFile::AddDir(const Url& url,
   if (!isDir(url.path())) {
     return files;
   }
-  const auto walk = platform().fileManager->walk(url.path(), goOnAfterWalkError);
-  while (const auto entry = walk->next()) {
-    if (!entry->isDirectory) {
-      continue;
-    }
-    const Url entryUrl = Url::fromPath(entry->path, *entry->isDirectory);
-    const Url relativeUrl = addressBelow(url, entryUrl);
-    logText("%@", entryUrl);
-    if (*entry->isDirectory) {
-      files->push_back(CreateTRFileAsFolder(entryUrl, relativeUrl));
-    } else if (entry->size && matchesFileType(entry->path, fileType)) {
-      files->push_back(makeNode(entryUrl, relativeUrl, Number(*entry->size), false));
+  LogBatch log;
+  const auto walk = platform().fileManager->walk(url.path(), [&log](const std::string& /*path*/) {
+    log.add("error not dir!");
+    return true;
+  });
+  while (auto entry = walk->next()) {
+    if (auto node = nodeOf(*std::move(entry), url, fileType, log)) {
+      files->push_back(std::move(node));
     }
   }
   return files;
+}
+
+std::shared_ptr<TRFile> TRFile::nodeOf(WalkEntry entry, const Url& folder,
+                                       const std::optional<std::string>& fileType, LogBatch& log) {
+  if (!entry.isDirectory) {
+    return nullptr;
+  }
+  std::string address = Url::fromPath(entry.path, *entry.isDirectory).absoluteString();
+  // What is left of the entry's address below the folder's, by length alone.
+  const auto cut = std::min(folder.absoluteString().size(), address.size());
+  log.add(std::move(address));
+  if (!*entry.isDirectory && (!entry.size || !matchesFileType(entry.path, fileType))) {
+    return nullptr;
+  }
+  const Number size(*entry.isDirectory ? 0 : *entry.size);
+  return std::make_shared<TRFile>(
+      Place{std::move(entry.path), static_cast<std::uint32_t>(cut), *entry.isDirectory}, size);
 }
 
 std::shared_ptr<TRFile> TRFile::CreateTRFileAsFolder(const Url& url, const Url& relativeUrl) {
   return makeNode(url, relativeUrl, Number(0), true);
 }
 
-void TRFile::setUrl(const Url& url, bool /*isDirectory*/) { url_.set(url); }
+void TRFile::setUrl(const Url& url, bool /*isDirectory*/) {
+  set(&Fields::url, std::optional<Url>(url));
+}
+
+TRFile::Fields& TRFile::ownFields() {
+  if (const auto* const place = std::get_if<Place>(&content_)) {
+    content_ =
+        std::make_unique<Fields>(Fields{place->isDirectory(), place->name(), place->wholePath(),
+                                        place->files(), place->address(), place->addressBelow()});
+  }
+  return *std::get<OwnFields>(content_);
+}
 
 TRFile::Value TRFile::valueForKey(const std::string& key) const {
   if (key == "isDir") {
@@ -125,11 +144,8 @@ TRFile::Value TRFile::valueForKey(const std::string& key) const {
 std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size,
                                          bool isDirectory) {
   auto node = std::make_shared<TRFile>();
-  // Copies, whose memory fits exactly: a set holds many nodes.
-  const std::string path = url.path();
-  const std::string name = lastPathComponent(path);
-  node->setPath(path);
-  node->setName(name);
+  node->setPath(url.path());
+  node->setName(std::string(lastPathComponent(url.path())));
   node->setSize(std::move(size));
   node->setUrl(url, isDirectory);
   node->setIsDir(isDirectory);

@@ -2,18 +2,21 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "Atomic.h"
+#include "FileManager.h"
 #include "Number.h"
 #include "Object.h"
 #include "Url.h"
 
 namespace fillstation {
 
+class LogBatch;
 class TRFile;
 
 // An ordered list of nodes, shared by everybody who was handed it.
@@ -24,6 +27,9 @@ using TRFileList = std::vector<std::shared_ptr<TRFile>>;
 // changed afterwards, and then read by any thread. Two nodes are equal exactly when both have a
 // path and the paths are equal.
 class TRFile : public Object {
+  struct Fields;
+  struct Place;
+
  public:
   // A field's value as valueForKey() gives it; monostate when absent.
   using Value =
@@ -31,6 +37,9 @@ class TRFile : public Object {
 
   // name and path "Empty"; everything else absent, isDir false.
   TRFile();
+
+  // For the builders, which alone can name a place.
+  TRFile(Place place, Number size);
 
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override;
@@ -58,42 +67,90 @@ class TRFile : public Object {
 
   // Stores the address; the flag is accepted and ignored.
   void setUrl(const Url& url, bool isDirectory);
-  std::optional<Url> getUrl() const { return url_.get(); }
-  std::optional<Url> url() const { return url_.get(); }
+  std::optional<Url> getUrl() const { return url(); }
+  std::optional<Url> url() const { return get(&Fields::url, &Place::address); }
 
-  bool isDir() const { return isDir_.get(); }
-  void setIsDir(bool value) { isDir_.set(value); }
+  bool isDir() const { return get(&Fields::isDir, &Place::isDirectory); }
+  void setIsDir(bool value) { set(&Fields::isDir, value); }
   // Last component of the path.
-  std::optional<std::string> name() const { return name_.get(); }
-  void setName(std::optional<std::string> value) { name_.set(std::move(value)); }
+  std::optional<std::string> name() const { return get(&Fields::name, &Place::name); }
+  void setName(std::optional<std::string> value) { set(&Fields::name, std::move(value)); }
   // Absolute path, the node's identity.
-  std::optional<std::string> path() const { return path_.get(); }
-  void setPath(std::optional<std::string> value) { path_.set(std::move(value)); }
+  std::optional<std::string> path() const { return get(&Fields::path, &Place::wholePath); }
+  void setPath(std::optional<std::string> value) { set(&Fields::path, std::move(value)); }
   // Bytes: a file's own, 0 for a folder below a root, the sum of `files` for a folder root.
   Number size() const { return size_.get(); }
   void setSize(Number value) { size_.set(std::move(value)); }
   // Present on a folder root only: all descendants, each folder before what it holds.
-  std::shared_ptr<TRFileList> files() const { return files_.get(); }
-  void setFiles(std::shared_ptr<TRFileList> value) { files_.set(std::move(value)); }
+  std::shared_ptr<TRFileList> files() const { return get(&Fields::files, &Place::files); }
+  void setFiles(std::shared_ptr<TRFileList> value) { set(&Fields::files, std::move(value)); }
   // Where the node goes on a player: "/" for a root, else the escaped path below the chosen folder,
   // a folder's ending in "/".
-  std::optional<Url> destRelativeUrl() const { return destRelativeUrl_.get(); }
-  void setDestRelativeUrl(std::optional<Url> value) { destRelativeUrl_.set(std::move(value)); }
+  std::optional<Url> destRelativeUrl() const {
+    return get(&Fields::destRelativeUrl, &Place::addressBelow);
+  }
+  void setDestRelativeUrl(std::optional<Url> value) {
+    set(&Fields::destRelativeUrl, std::move(value));
+  }
 
   // The field of that name; throws std::out_of_range when there is none (an error of the layout).
   Value valueForKey(const std::string& key) const;
 
  private:
+  // The fields of any node, but for its size.
+  struct Fields {
+    bool isDir = false;
+    std::optional<std::string> name;
+    std::optional<std::string> path;
+    std::shared_ptr<TRFileList> files;
+    std::optional<Url> url;
+    std::optional<Url> destRelativeUrl;
+  };
+
+  // Where a node lies that a walk has found: the same fields follow from it, and a set holds very
+  // many such nodes. Becomes plain fields when one of them is set.
+  struct Place {
+    bool isDirectory() const { return directory; }
+    std::optional<std::string> name() const { return std::string(lastPathComponent(path)); }
+    std::optional<std::string> wholePath() const { return path; }
+    std::shared_ptr<TRFileList> files() const { return nullptr; }
+    std::optional<Url> address() const { return Url::fromPath(path, directory); }
+    std::optional<Url> addressBelow() const {
+      return Url::withString(Url::fromPath(path, directory).absoluteString().substr(cut));
+    }
+
+    std::string path;
+    std::uint32_t cut;  // characters of the address that are the chosen folder's
+    bool directory;
+  };
+
   static std::shared_ptr<TRFile> makeNode(const Url& url, const Url& relativeUrl, Number size,
                                           bool isDirectory);
+  // The walk's entry as a node; null when it isn't one of the set.
+  static std::shared_ptr<TRFile> nodeOf(WalkEntry entry, const Url& folder,
+                                        const std::optional<std::string>& fileType, LogBatch& log);
 
-  Atomic<bool> isDir_{false};
-  Atomic<std::optional<std::string>> name_;
-  Atomic<std::optional<std::string>> path_;
+  // One lock for many nodes, as Atomic has it.
+  std::mutex& lock() const { return sharedLockFor(this); }
+
+  template <class T>
+  T get(T Fields::*field, T (Place::*following)() const) const {
+    const std::scoped_lock guard(lock());
+    const auto* const place = std::get_if<Place>(&content_);
+    return place != nullptr ? (place->*following)() : *std::get<OwnFields>(content_).*field;
+  }
+  // The replaced value goes when the lock is free.
+  template <class T>
+  void set(T Fields::*field, T value) {
+    const std::scoped_lock guard(lock());
+    std::swap(ownFields().*field, value);
+  }
+  Fields& ownFields();
+
+  using OwnFields = std::unique_ptr<Fields>;
+
+  std::variant<Place, OwnFields> content_;
   Atomic<Number> size_;
-  Atomic<std::shared_ptr<TRFileList>> files_;
-  Atomic<std::optional<Url>> url_;
-  Atomic<std::optional<Url>> destRelativeUrl_;
 };
 
 // The node's path, "(null)" without one.

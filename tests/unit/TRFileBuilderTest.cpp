@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+
 #include "TRFile.h"
 #include "TestFileManager.h"
 #include "TestPlatform.h"
@@ -220,6 +223,48 @@ TEST_F(TRFileBuilder, FolderAddressMayEndInASlashAlready) {
   EXPECT_EQ(root->path(), "/a");
   EXPECT_EQ(relativesOf(*root), Texts{"x.mp3"});
 }
+
+// Everything that can be asked of a node, as one text.
+std::string textOfAll(const TRFile& node) {
+  return formatText("%@ %@ %@ %@ %@ %@ %@", std::string(node.isDir() ? "folder" : "file"),
+                    node.name(), node.path(), node.size(), node.url(), node.destRelativeUrl(),
+                    std::string(node.files() ? "list" : "no list"));
+}
+
+TEST_F(TRFileBuilder, AFieldThatIsSetLeavesTheOthersOfADescendantAsTheyAre) {
+  const auto fresh = [this] {
+    files.addFolder("/a", {folderStep("/a/b c"), fileStep("/a/b c/1 %.mp3", 10)});
+    return build("/a", "mp3")->files();
+  };
+  EXPECT_EQ(textOfAll(*fresh()->at(0)), "folder b c /a/b c 0 file:///a/b%20c/ b%20c/ no list");
+  const std::string file =
+      "file 1 %.mp3 /a/b c/1 %.mp3 10 file:///a/b%20c/1%20%25.mp3 "
+      "b%20c/1%20%25.mp3 no list";
+  EXPECT_EQ(textOfAll(*fresh()->at(1)), file);
+  const std::vector<std::pair<std::function<void(TRFile&)>, std::string>> changes{
+      {[](TRFile& node) { node.setIsDir(true); }, "folder" + file.substr(4)},
+      {[](TRFile& node) { node.setName("1 %.mp3"); }, file},
+      {[](TRFile& node) { node.setPath("/a/b c/1 %.mp3"); }, file},
+      {[](TRFile& node) { node.setUrl(Url::withString("x"), false); },
+       "file 1 %.mp3 /a/b c/1 %.mp3 10 x b%20c/1%20%25.mp3 no list"},
+      {[](TRFile& node) { node.setDestRelativeUrl(Url::withString("x")); },
+       "file 1 %.mp3 /a/b c/1 %.mp3 10 file:///a/b%20c/1%20%25.mp3 x no list"},
+      {[](TRFile& node) { node.setFiles(std::make_shared<TRFileList>()); },
+       file.substr(0, file.size() - 7) + "list"}};
+  for (const auto& [change, expected] : changes) {
+    const auto node = fresh()->at(1);
+    change(*node);
+    EXPECT_EQ(textOfAll(*node), expected);
+    change(*node);
+    EXPECT_EQ(textOfAll(*node), expected);
+  }
+  const auto renamed = fresh()->at(1);
+  renamed->setPath("/other");
+  EXPECT_EQ(renamed->name(), "1 %.mp3");
+  EXPECT_EQ(renamed->path(), "/other");
+}
+
+TEST_F(TRFileBuilder, ADescendantTakesLittleMemory) { EXPECT_LE(sizeof(TRFile), 80U); }
 
 TEST_F(TRFileBuilder, RootsOfOnePathAreEqualAndHashAlikeWheneverTheyWereBuilt) {
   files.addFolder("/a");

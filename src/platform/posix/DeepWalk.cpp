@@ -32,18 +32,20 @@ std::optional<WalkEntry> DeepWalk::next() {
     levels_.clear();
   }
   while (!levels_.empty() && levels_.back().children.empty()) {
+    spare_ = std::move(levels_.back());
     levels_.pop_back();
   }
   if (levels_.empty()) {
     return std::nullopt;
   }
   Level& level = levels_.back();
-  const Child child = std::move(level.children.back());
-  level.children.pop_back();
+  const Child& child = level.children.back();
   path_.resize(level.pathLength);
-  path_ += child.name;
+  path_ += level.nameOf(child);
   enterNext_ = child.isDirectory == true && !isOnTheWayDown(child.identity);
-  return WalkEntry{path_, child.isDirectory, child.size};
+  WalkEntry entry{path_, child.isDirectory, child.size};
+  level.children.pop_back();
+  return entry;
 }
 
 bool DeepWalk::enter() {
@@ -52,9 +54,10 @@ bool DeepWalk::enter() {
   if (!folder || ::fstat(folder.get(), &status) != 0) {
     return onError_(path_);
   }
-  Level level;
+  Level level = std::exchange(spare_, {});
+  level.names.clear();
   level.identity = {status.st_dev, status.st_ino};
-  const bool whole = readFolder(std::move(folder), level.children);
+  const bool whole = readFolder(std::move(folder), level);
   const std::string folderPath = path_;
   if (!path_.ends_with('/')) {
     path_ += '/';
@@ -64,7 +67,7 @@ bool DeepWalk::enter() {
   return whole || onError_(folderPath);
 }
 
-bool DeepWalk::readFolder(FileHandle folder, std::vector<Child>& children) {
+bool DeepWalk::readFolder(FileHandle folder, Level& level) {
   const Folder reader(::fdopendir(folder.get()));
   if (!reader) {
     return false;
@@ -74,22 +77,20 @@ bool DeepWalk::readFolder(FileHandle folder, std::vector<Child>& children) {
   while (const dirent* entry = ::readdir(reader.get())) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") {
-      if (auto child = lookAt(descriptor, entry->d_name)) {
-        children.push_back(*std::move(child));
-      }
+      lookAt(descriptor, entry->d_name, level);
     }
     errno = 0;
   }
   const bool whole = errno == 0;
-  std::sort(children.begin(), children.end(), [](const Child& left, const Child& right) {
-    return namesInOrder(right.name, left.name);
-  });
+  std::sort(level.children.begin(), level.children.end(),
+            [&level](const Child& left, const Child& right) {
+              return namesInOrder(level.nameOf(right), level.nameOf(left));
+            });
   return whole;
 }
 
-std::optional<DeepWalk::Child> DeepWalk::lookAt(int folder, const char* name) {
+void DeepWalk::lookAt(int folder, const char* name, Level& level) {
   Child child;
-  child.name = name;
   struct stat status {};
   if (::fstatat(folder, name, &status, 0) == 0) {
     child.isDirectory = S_ISDIR(status.st_mode);
@@ -97,9 +98,12 @@ std::optional<DeepWalk::Child> DeepWalk::lookAt(int folder, const char* name) {
     child.identity = {status.st_dev, status.st_ino};
   } else if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
              S_ISLNK(status.st_mode)) {
-    return std::nullopt;
+    return;
   }
-  return child;
+  child.nameBegin = level.names.size();
+  level.names += name;
+  child.nameLength = level.names.size() - child.nameBegin;
+  level.children.push_back(child);
 }
 
 bool DeepWalk::isOnTheWayDown(const Identity& identity) const {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "FileHandle.h"
@@ -28,7 +29,8 @@ class DeepWalk : public DirectoryWalk {
     bool operator==(const Identity&) const = default;
   };
   struct Child {
-    std::string name;
+    std::size_t nameBegin = 0;  // in the level's names
+    std::size_t nameLength = 0;
     std::optional<bool> isDirectory;
     std::optional<std::int64_t> size;
     Identity identity;
@@ -37,19 +39,26 @@ class DeepWalk : public DirectoryWalk {
   struct Level {
     Identity identity;
     std::size_t pathLength = 0;   // of path_ with the folder's name and a "/"
+    std::string names;            // of all children, one behind the other
     std::vector<Child> children;  // what is still to come, the next one last
+
+    std::string_view nameOf(const Child& child) const {
+      return std::string_view(names).substr(child.nameBegin, child.nameLength);
+    }
   };
 
   // Reads the folder at path_ and makes it the lowest level. False when the walk is to end.
   bool enter();
-  // Appends what the folder holds; false when that can't be read to its end.
-  static bool readFolder(FileHandle folder, std::vector<Child>& children);
-  static std::optional<Child> lookAt(int folder, const char* name);
+  // Fills in what the folder holds; false when that can't be read to its end.
+  static bool readFolder(FileHandle folder, Level& level);
+  // Appends the entry of that name, unless it is a link to nothing.
+  static void lookAt(int folder, const char* name, Level& level);
   bool isOnTheWayDown(const Identity& identity) const;
 
   std::string path_;  // of the entry that was yielded last
   FileManager::WalkErrorHandler onError_;
   std::vector<Level> levels_;
+  Level spare_;            // a level that is done with, for its memory
   bool enterNext_ = true;  // what path_ names is a folder to be entered
 };
 

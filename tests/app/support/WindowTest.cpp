@@ -101,7 +101,7 @@ std::shared_ptr<TRFile> WindowTest::addRoot(const std::string& path, std::int64_
                                             bool isDirectory) {
   auto root = std::make_shared<TRFile>();
   root->setPath(path);
-  root->setName(lastPathComponent(path));
+  root->setName(std::string(lastPathComponent(path)));
   root->setSize(Number(size));
   root->setIsDir(isDirectory);
   root->setUrl(Url::fromPath(path, isDirectory), isDirectory);
