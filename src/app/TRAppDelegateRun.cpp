@@ -69,8 +69,12 @@ void TRAppDelegate::startRun(const ArrayController<TRPlayer>::List& players,
 }
 
 void TRAppDelegate::updateProgress(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
-  pbProgressBar()->setValue(static_cast<int>(collection->progress().value()));
-  playerController()->objectsChanged();  // a format gives a player a new name
+  // A run reports after every file of every player: what is shown is touched when it changes.
+  const int percent = static_cast<int>(collection->progress().value());
+  if (pbProgressBar()->value() != percent) {
+    pbProgressBar()->setValue(percent);
+    playerController()->objectsChanged();  // a format gives a player a new name
+  }
 }
 
 void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "Platform.h"
+#include "ReportLine.h"
 #include "TRFileCopyTask.h"
 
 namespace fillstation {
@@ -26,15 +27,13 @@ Atomic<ReportTargets>& reportTargets() {
   return targets;
 }
 
-// Runs one of the two reports on the main thread and waits for it. The targets are copied there and
-// not before, so that the last copy of a window's object is never let go on another thread.
-void deliver(TRFileCopyTaskCollection::Report ReportTargets::*which) {
-  platform().mainThread->runAndWait([which] {
-    const ReportTargets targets = reportTargets().get();
-    if (targets.*which) {
-      (targets.*which)(targets.callbackObject, targets.callBackContext);
-    }
-  });
+// Runs one of the two reports, on the main thread. The targets are copied there and not before, so
+// that the last copy of a window's object is never let go on another thread.
+void report(TRFileCopyTaskCollection::Report ReportTargets::*which) {
+  const ReportTargets targets = reportTargets().get();
+  if (targets.*which) {
+    (targets.*which)(targets.callbackObject, targets.callBackContext);
+  }
 }
 
 // What a task's pointer holds when it is handed out.
@@ -55,7 +54,7 @@ std::shared_ptr<std::mutex> TRFileCopyTaskCollection::sharedLock() {
 }
 
 void TRFileCopyTaskCollection::addPlayer(const std::shared_ptr<TRPlayer>& player) {
-  TRFileCopyTaskList all = tasks_.get();
+  TRFileCopyTaskList all = *tasks_.get();
   all.push_back(
       std::make_shared<TRFileCopyTask>(player, files(), sharedLock(), shared_from_this()));
   setTasks(all);
@@ -63,7 +62,8 @@ void TRFileCopyTaskCollection::addPlayer(const std::shared_ptr<TRPlayer>& player
 
 TRFileCopyTaskList TRFileCopyTaskCollection::tasks() const {
   TRFileCopyTaskList handedOut;
-  for (const auto& task : tasks_.get()) {
+  const auto all = tasks_.get();
+  for (const auto& task : *all) {
     const auto held = std::make_shared<Held>(Held{shared_from_this(), task});
     handedOut.emplace_back(held, task.get());
   }
@@ -82,12 +82,12 @@ void TRFileCopyTaskCollection::setTasks(const TRFileCopyTaskList& value) {
       task->becomeOwned();
     }
   }
-  tasks_.set(std::move(owned));
+  tasks_.set(std::make_shared<const TRFileCopyTaskList>(std::move(owned)));
 }
 
 bool TRFileCopyTaskCollection::lists(const TRFileCopyTask& task) const {
-  const TRFileCopyTaskList all = tasks_.get();
-  return std::any_of(all.begin(), all.end(),
+  const auto all = tasks_.get();
+  return std::any_of(all->begin(), all->end(),
                      [&task](const auto& listed) { return listed.get() == &task; });
 }
 
@@ -108,7 +108,7 @@ void TRFileCopyTaskCollection::startTasks(void* /*argument*/) {
   for (auto& operation : queue) {
     operation.join();
   }
-  deliver(&ReportTargets::callbackFunc);
+  platform().mainThread->runAndWait([] { report(&ReportTargets::callbackFunc); });
 }
 
 void TRFileCopyTaskCollection::runTask(std::size_t index) const {
@@ -118,19 +118,25 @@ void TRFileCopyTaskCollection::runTask(std::size_t index) const {
 }
 
 void TRFileCopyTaskCollection::updateProgress() {
-  const std::scoped_lock oneReport(*sharedLock());
-  const TRFileCopyTaskList all = tasks();
-  if (all.empty()) {
+  if (tasks_.get()->empty()) {
     return;
   }
+  static ReportLine line(*sharedLock());
+  line.pass([this] {
+    setProgress(averageProgress());
+    report(&ReportTargets::updateCallbackFunc);
+  });
+}
+
+Number TRFileCopyTaskCollection::averageProgress() const {
+  const auto all = tasks_.get();
   std::uint32_t sum = 0;
-  for (const auto& task : all) {
+  for (const auto& task : *all) {
     sum += static_cast<std::uint32_t>(task->currentProgress());
   }
   // The sum is a signed 32-bit number, the division an unsigned one of the machine's full width.
-  const auto average = static_cast<std::size_t>(static_cast<std::int32_t>(sum)) / all.size();
-  setProgress(Number(static_cast<std::int32_t>(average)));
-  deliver(&ReportTargets::updateCallbackFunc);
+  const auto average = static_cast<std::size_t>(static_cast<std::int32_t>(sum)) / all->size();
+  return Number(static_cast<std::int32_t>(average));
 }
 
 }  // namespace fillstation

@@ -52,10 +52,10 @@ class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyT
   // then delivers the result report and waits until it has returned. The argument is not used.
   void startTasks(void* argument);
 
-  // Stores the average of the tasks' percentages, truncated, and delivers the progress report,
-  // holding the shared lock until it has returned. Does nothing in a collection without tasks.
-  // Called by the tasks on their threads; never on the main thread, which would block the report
-  // that it waits for.
+  // Stores the average of the tasks' percentages, truncated, and delivers the progress report; the
+  // shared lock is held until that has returned. Does nothing in a collection without tasks. Called
+  // by the tasks on their threads; never on the main thread, which would block the report that it
+  // waits for.
   void updateProgress();
 
   // Combined percentage, 0 to 100 in a 32-bit number; absent until the first report.
@@ -82,13 +82,16 @@ class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyT
 
   // True when the task is one of this collection's own.
   bool lists(const TRFileCopyTask& task) const;
+  Number averageProgress() const;
   void runTask(std::size_t index) const;
 
   Atomic<Number> progress_;
   Atomic<std::optional<std::string>> userName_;
   Atomic<std::optional<std::string>> userPass_;
-  // As owned: none of these pointers holds this collection.
-  Atomic<TRFileCopyTaskList> tasks_;
+  // As owned: none of these pointers holds this collection. A list never changes; another one takes
+  // its place.
+  Atomic<std::shared_ptr<const TRFileCopyTaskList>> tasks_{
+      std::make_shared<const TRFileCopyTaskList>()};
   Atomic<std::shared_ptr<TRFileList>> files_;
 };
 

@@ -180,6 +180,20 @@ TEST_F(RunFlowTest, ProgressMovesTheBarAndReadsTheNamesAnew) {
   EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("PLAYER"));
 }
 
+TEST_F(RunFlowTest, AReportOfTheFigureThatIsShownTouchesNothing) {
+  const auto player = addPlayer("sdb");
+  const auto collection = collectionOf({}, {});
+  collection->setProgress(Number(37));
+  controller().updateProgress(collection);
+  player->setName("PLAYER");
+  controller().updateProgress(collection);
+  EXPECT_NE(tick(0)->wholeText(), QStringLiteral("PLAYER"));
+  collection->setProgress(Number(38));
+  controller().updateProgress(collection);
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("PLAYER"));
+  EXPECT_EQ(ui().pbProgressBar->value(), 38);
+}
+
 TEST_F(RunFlowTest, TwoOfThreeFailedAreNamedInTaskOrder) {
   EXPECT_EQ(summaryOf({"/dev/sdd", "/dev/sdb", "/dev/sdc"}, {"/dev/sdc", "/dev/sdd"}),
             "Process Completed.\nPlayer /dev/sdd Failed in process\n"

@@ -10,14 +10,17 @@
 namespace fillstation {
 
 MainLoopQueue::MainLoopQueue()
-    : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)),
+    : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       notifier_(wake_.get(), QSocketNotifier::Read) {
   QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { runPresent(); });
 }
 
 void MainLoopQueue::add(std::function<void()> callable) {
-  const std::scoped_lock guard(lock_);
-  callables_.push_back(std::move(callable));
+  {
+    const std::scoped_lock guard(lock_);
+    callables_.push_back(std::move(callable));
+  }
+  // When the lock is free, which the main loop wants at once.
   ::eventfd_write(wake_.get(), 1);
 }
 
@@ -26,6 +29,7 @@ void MainLoopQueue::runPresent() {
   {
     const std::scoped_lock guard(lock_);
     present = callables_.size();
+    calmIfEmpty();  // called late, for what has been run already
   }
   for (; present > 0; --present) {
     if (const auto callable = takeFirst()) {
@@ -40,10 +44,16 @@ std::function<void()> MainLoopQueue::takeFirst() {
   if (!callables_.empty()) {
     first = std::move(callables_.front());
     callables_.pop_front();
-    eventfd_t taken = 0;
-    ::eventfd_read(wake_.get(), &taken);
+    calmIfEmpty();
   }
   return first;
+}
+
+void MainLoopQueue::calmIfEmpty() {
+  if (callables_.empty()) {
+    eventfd_t calls = 0;
+    ::eventfd_read(wake_.get(), &calls);
+  }
 }
 
 }  // namespace fillstation

@@ -25,10 +25,12 @@ class MainLoopQueue {
   // Runs what is in the queue now; a callable's nested loop may have run some of it already.
   void runPresent();
   std::function<void()> takeFirst();
+  // Ends the call to the loop when nothing waits any more; the lock is held.
+  void calmIfEmpty();
 
   std::mutex lock_;
   std::deque<std::function<void()>> callables_;
-  FileHandle wake_;  // counts the callables
+  FileHandle wake_;  // calls the loop while callables wait, so nested loops too
   QSocketNotifier notifier_;
 };
 

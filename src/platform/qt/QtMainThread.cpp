@@ -21,9 +21,12 @@ struct QtMainThread::HandOver {
     return state == State::begun;
   }
 
+  // The waiting thread is woken when the lock is free, so that it need not sleep a second time.
   void finish() {
-    const std::scoped_lock guard(lock);
-    state = State::returned;
+    {
+      const std::scoped_lock guard(lock);
+      state = State::returned;
+    }
     changed.notify_all();
   }
 
