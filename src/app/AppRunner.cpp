@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "LeaveProcess.h"
+#include "OpenFiles.h"
 #include "OpenPanel.h"
 #include "QtClock.h"
 #include "QtWorkspace.h"
@@ -54,6 +55,7 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   // An administrator's password is typed here: no other program of the person may read it, and no
   // core dump may hold it.
   ::prctl(PR_SET_DUMPABLE, 0);
+  allowManyOpenFiles();
   StopSource stop;
   const SignalQuit quit([&stop] {
     stop.request();

@@ -1,6 +1,7 @@
 #include "KernelCalls.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,10 @@ namespace fillstation {
 KernelCalls& KernelCalls::real() {
   static KernelCalls calls;
   return calls;
+}
+
+ssize_t KernelCalls::sendFile(int target, int source, std::size_t count) {
+  return ::sendfile(target, source, nullptr, count);
 }
 
 ssize_t KernelCalls::read(int descriptor, void* buffer, std::size_t count) {

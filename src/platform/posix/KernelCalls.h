@@ -17,8 +17,11 @@ class KernelCalls {
   // The calls of the running kernel.
   static KernelCalls& real();
 
+  // sendfile from where the source stands.
+  virtual ssize_t sendFile(int target, int source, std::size_t count);
   virtual ssize_t read(int descriptor, void* buffer, std::size_t count);
   virtual ssize_t write(int descriptor, const void* buffer, std::size_t count);
+  // On several threads at once.
   virtual int close(int descriptor);
   // lseek from the beginning.
   virtual std::int64_t seek(int descriptor, std::int64_t offset);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <utility>
 
@@ -13,8 +14,8 @@ namespace fillstation {
 
 namespace {
 
-// Content is read, admitted and written in pieces of this many bytes.
-constexpr std::size_t kChunk = std::size_t{1} << 20;
+// Content is admitted and copied in pieces of this many bytes.
+constexpr std::int64_t kChunk = std::int64_t{1} << 20;
 
 std::string joined(const std::vector<std::string>& components) {
   std::string path;
@@ -45,7 +46,8 @@ PosixVolume::PosixVolume(FileHandle root, const std::string& mountPath,
       stop_(stop),
       calls_(calls),
       window_(root_.get(), calls),
-      buffer_(kChunk) {}
+      closesSlowly_(medium_->closesSlowly(root_.get())),
+      closers_(calls) {}
 
 std::string PosixVolume::withoutEndingSlash(std::string path) {
   while (path.ends_with('/')) {
@@ -78,25 +80,27 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
   }
   struct stat status {};
   const FileHandle from = openRegularFile(source, status);
-  const FileHandle parent = openParent(*components);
   const std::string relativePath = joined(*components);
-  if (!from || !parent || medium_->admitFile(relativePath, status.st_size) != 0) {
+  if (!from || !enterParent(*components) || medium_->admitFile(relativePath, status.st_size) != 0) {
     return false;
   }
   const char* const name = components->back().c_str();
-  FileHandle to(::openat(parent.get(), name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  FileHandle to(::openat(parent_.get(), name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!to) {
     return false;
   }
   if (!fillFile(from.get(), status, std::move(to))) {
-    ::unlinkat(parent.get(), name, 0);
+    ::unlinkat(parent_.get(), name, 0);
     return false;
   }
   medium_->created(relativePath, false);
   return true;
 }
 
-bool PosixVolume::flush() { return medium_->flush(root_.get()); }
+bool PosixVolume::flush() {
+  const bool closed = closers_.finish();
+  return medium_->flush(root_.get()) && closed;
+}
 
 std::optional<PosixVolume::Components> PosixVolume::componentsOf(
     std::string_view destination) const {
@@ -134,12 +138,17 @@ FileHandle PosixVolume::openBelow(int parent, const std::string& name) const {
   return directory;
 }
 
-FileHandle PosixVolume::openParent(const Components& components) const {
-  FileHandle directory = openBelow(root_.get(), ".");
-  for (std::size_t index = 0; index + 1 < components.size() && directory; ++index) {
-    directory = openBelow(directory.get(), components[index]);
+bool PosixVolume::enterParent(const Components& components) {
+  Components path(components.begin(), components.end() - 1);
+  if (parent_ && path == parentPath_) {
+    return true;
   }
-  return directory;
+  parentPath_ = std::move(path);
+  parent_ = openBelow(root_.get(), ".");
+  for (const auto& component : parentPath_) {
+    parent_ = openBelow(parent_.get(), component);
+  }
+  return static_cast<bool>(parent_);
 }
 
 FileHandle PosixVolume::createBelow(int parent, const std::string& name,
@@ -159,8 +168,14 @@ bool PosixVolume::fillFile(int source, const struct stat& status, FileHandle tar
   const bool copied =
       canReach(target.get(), status.st_size) && copyContent(source, target.get(), status.st_size);
   window_.fileEnds();
-  return copied && calls_.setModificationTime(target.get(), status.st_mtim) == 0 &&
-         calls_.close(target.release()) == 0;
+  if (!copied || calls_.setModificationTime(target.get(), status.st_mtim) != 0) {
+    return false;
+  }
+  if (closesSlowly_) {
+    closers_.close(std::move(target));
+    return true;
+  }
+  return calls_.close(target.release()) == 0;
 }
 
 // The file system says right away what it would refuse after all that fits: on FAT, 4 GiB.
@@ -169,37 +184,58 @@ bool PosixVolume::canReach(int target, std::int64_t size) {
 }
 
 bool PosixVolume::copyContent(int source, int target, std::int64_t size) {
-  calls_.advise(source, POSIX_FADV_SEQUENTIAL);
-  calls_.advise(source, POSIX_FADV_WILLNEED);
-  std::int64_t copied = 0;
-  while (!stop_.requested()) {
-    const ssize_t count = calls_.read(source, buffer_.data(), buffer_.size());
-    if (count <= 0) {
-      return count == 0 && copied == size;
+  if (size > kChunk) {
+    calls_.advise(source, POSIX_FADV_SEQUENTIAL);
+    calls_.advise(source, POSIX_FADV_WILLNEED);
+  }
+  for (std::int64_t copied = 0; copied < size;) {
+    const std::int64_t count = std::min(kChunk, size - copied);
+    if (stop_.requested() || medium_->admitBytes(count) != 0 || !window_.makeRoom(count) ||
+        !copyPiece(source, target, count) || !window_.written(target, count)) {
+      return false;
     }
     copied += count;
-    // A file that grows meanwhile is not what was admitted, and might never end.
-    if (copied > size || !writeChunk(target, count)) {
-      return false;
-    }
   }
-  return false;
+  // A file that has grown meanwhile is not what was admitted.
+  struct stat now {};
+  return !stop_.requested() && ::fstat(source, &now) == 0 && now.st_size == size;
 }
 
-bool PosixVolume::writeChunk(int target, std::int64_t count) {
-  if (medium_->admitBytes(count) != 0 || !window_.makeRoom(count)) {
-    return false;
-  }
-  std::int64_t done = 0;
-  while (done < count) {
-    const ssize_t written =
-        calls_.write(target, buffer_.data() + done, static_cast<std::size_t>(count - done));
-    if (written < 0) {
+bool PosixVolume::copyPiece(int source, int target, std::int64_t count) {
+  return (inKernel_ && sendPiece(source, target, count)) ||
+         (!inKernel_ && carryPiece(source, target, count));
+}
+
+bool PosixVolume::sendPiece(int source, int target, std::int64_t count) {
+  for (std::int64_t done = 0; done < count;) {
+    const ssize_t sent = calls_.sendFile(target, source, static_cast<std::size_t>(count - done));
+    if (sent <= 0) {
+      inKernel_ = done > 0 || sent == 0 || (errno != EINVAL && errno != ENOSYS);
       return false;
     }
-    done += written;
+    done += sent;
   }
-  return window_.written(target, count);
+  return true;
+}
+
+bool PosixVolume::carryPiece(int source, int target, std::int64_t count) {
+  buffer_.resize(kChunk);
+  for (std::int64_t done = 0; done < count;) {
+    const ssize_t got = calls_.read(source, buffer_.data(), static_cast<std::size_t>(count - done));
+    if (got <= 0) {
+      return false;
+    }
+    for (ssize_t put = 0; put < got;) {
+      const ssize_t written =
+          calls_.write(target, buffer_.data() + put, static_cast<std::size_t>(got - put));
+      if (written < 0) {
+        return false;
+      }
+      put += written;
+    }
+    done += got;
+  }
+  return true;
 }
 
 }  // namespace fillstation

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Closers.h"
 #include "FileHandle.h"
 #include "FileManager.h"
 #include "KernelCalls.h"
@@ -41,14 +42,19 @@ class PosixVolume : public Volume {
   std::optional<Components> componentsOf(std::string_view destination) const;
   // The directory of that name below another, no handle when there is none on this file system.
   FileHandle openBelow(int parent, const std::string& name) const;
-  // The directory that holds the last component, which must be there.
-  FileHandle openParent(const Components& components) const;
+  // Opens the directory that holds the last component, which must be there; it stays open for the
+  // files behind. Returns false when it can't be reached.
+  bool enterParent(const Components& components);
   FileHandle createBelow(int parent, const std::string& name, const std::string& relativePath);
   bool fillFile(int source, const struct stat& status, FileHandle target);
   bool canReach(int target, std::int64_t size);
   bool copyContent(int source, int target, std::int64_t size);
-  // Writes the buffer's first bytes.
-  bool writeChunk(int target, std::int64_t count);
+  // Copies the next bytes of the source, all of them.
+  bool copyPiece(int source, int target, std::int64_t count);
+  // Does so within the kernel; false too when the kernel can't, with nothing done and inKernel_
+  // false from then on.
+  bool sendPiece(int source, int target, std::int64_t count);
+  bool carryPiece(int source, int target, std::int64_t count);
 
   FileHandle root_;
   std::string mountPath_;  // without a "/" at the end
@@ -56,6 +62,11 @@ class PosixVolume : public Volume {
   const StopSource& stop_;
   KernelCalls& calls_;
   WriteWindow window_;
+  const bool closesSlowly_;
+  Closers closers_;
+  Components parentPath_;
+  FileHandle parent_;
+  bool inKernel_ = true;
   std::vector<char> buffer_;
 };
 

@@ -15,6 +15,8 @@ class RealMedium : public VolumeMedium {
   int admitFile(const std::string& relativePath, std::int64_t size) override;
   int admitBytes(std::int64_t count) override;
   void created(const std::string& relativePath, bool isDirectory) override;
+  // True on FAT, which may be mounted with the option `flush`.
+  bool closesSlowly(int rootDescriptor) override;
   bool flush(int rootDescriptor) override;
 };
 

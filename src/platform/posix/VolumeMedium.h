@@ -24,6 +24,10 @@ class VolumeMedium {
   // Told of every finished directory and file, in the order of their creation.
   virtual void created(const std::string& relativePath, bool isDirectory) = 0;
 
+  // True when closing a written file takes long, so that it is better done behind the copy's back.
+  // Asked once, when the volume is opened.
+  virtual bool closesSlowly(int /*rootDescriptor*/) { return false; }
+
   // Returns when everything below the root is on the medium; false when that can't be promised.
   virtual bool flush(int rootDescriptor) = 0;
 };

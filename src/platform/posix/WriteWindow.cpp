@@ -19,7 +19,8 @@ bool WriteWindow::makeRoom(std::int64_t count) {
 bool WriteWindow::written(int descriptor, std::int64_t count) {
   const std::int64_t begin = end_;
   end_ += count;
-  if (calls_.syncFileRange(descriptor, begin, count, SYNC_FILE_RANGE_WRITE) != 0) {
+  if (count >= kWorthStarting &&
+      calls_.syncFileRange(descriptor, begin, count, SYNC_FILE_RANGE_WRITE) != 0) {
     return false;
   }
   const std::int64_t due = end_ - kBehind - settled_;

@@ -17,6 +17,17 @@ namespace fillstation::test {
 // The real calls, which can be made to fail, with a record of those that nobody else can see.
 class FakeCalls : public KernelCalls {
  public:
+  ssize_t sendFile(int target, int source, std::size_t count) override {
+    if (failing == "send" && --callsUntilFailure < 0) {
+      return fail();
+    }
+    if (sendError != 0) {
+      errno = sendError;
+      ++sendsRefused;
+      return -1;
+    }
+    return KernelCalls::sendFile(target, source, std::min(count, longestWrite));
+  }
   ssize_t read(int descriptor, void* buffer, std::size_t count) override {
     return failing == "read" ? fail() : KernelCalls::read(descriptor, buffer, count);
   }
@@ -56,6 +67,8 @@ class FakeCalls : public KernelCalls {
   }
 
   std::string failing;
+  int sendError = 0;  // what the kernel says to every sendfile, 0 when it can
+  int sendsRefused = 0;
   int callsUntilFailure = 0;
   std::size_t longestWrite = SIZE_MAX;
   std::int64_t furthest = INT64_MAX;
