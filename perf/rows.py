@@ -1,0 +1,370 @@
+"""The rows of the comparison: what is measured, against what, and the goal."""
+
+import dataclasses
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import tempfile
+import threading
+import time
+from typing import Callable, Optional
+
+from work import (Missing, Volumes, Wrong, image_files, make_set, need_program, need_root, run, say,
+                  slow_disks, together)
+
+MIB = 1 << 20
+SLOW = 5_000_000
+
+
+@dataclasses.dataclass
+class Setting:
+    programs: pathlib.Path
+    work: pathlib.Path
+    repeat: int
+    quick: bool
+
+    def pick(self, small, full):
+        return small if self.quick else full
+
+    def program(self, name):
+        path = self.programs / name
+        if not path.exists():
+            raise Missing(f"{path} is not built (cmake --preset perf; cmake --build --preset perf)")
+        return path
+
+    def folder(self, name):
+        path = self.work / name
+        shutil.rmtree(path, ignore_errors=True)
+        path.mkdir(parents=True)
+        return path
+
+
+@dataclasses.dataclass
+class Outcome:
+    ours: list = dataclasses.field(default_factory=list)
+    theirs: list = dataclasses.field(default_factory=list)
+    note: str = ""
+    also_met: bool = True
+    allowance: float = 0  # how much slower is not slower
+    problem: str = ""
+    missing: bool = False
+    curve: dict = dataclasses.field(default_factory=dict)
+
+    @property
+    def ratios(self):
+        return [ours / theirs for ours, theirs in zip(self.ours, self.theirs)]
+
+    @property
+    def figures(self):
+        return dataclasses.asdict(self)
+
+
+@dataclasses.dataclass
+class Row:
+    work: str
+    against: str
+    limit: Optional[float]
+    unit: str
+    run: Callable
+    is_quick: Callable = lambda: True
+
+
+def environment():
+    return {**os.environ, "QT_QPA_PLATFORM": "offscreen"}
+
+
+def last_line(command, log):
+    """The numbers in the last line of what a measuring program prints."""
+    with open(log, "wb") as file:
+        done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=file,
+                              env=environment(), check=False)
+    if done.returncode != 0:
+        raise Wrong(f"{command[0]} ended with status {done.returncode}")
+    return [float(word) for word in done.stdout.split(b"\n")[-2].split()]
+
+
+def fill(setting, source, paths):
+    """Seconds that ours takes to fill the volumes durably."""
+    seconds, failed = last_line([setting.program("perf_fill"), "mp3", source, *paths],
+                                setting.work / "fill.log")
+    if failed:
+        raise Wrong(f"{failed:.0f} players failed")
+    return seconds
+
+
+def copy_plainly(source, paths):
+    """Seconds of cp to all volumes in parallel, each made durable behind it."""
+    begin = time.monotonic()
+    together([("cp", "-r", "--preserve=timestamps", f"{source}/.", path) for path in paths])
+    together([("sync", "-f", path) for path in paths])
+    return time.monotonic() - begin
+
+
+def against_cp(setting, source, volumes, **check):
+    """Both sides in alternation; the first pair warms up and does not count."""
+    outcome = Outcome()
+    for turn in range(setting.repeat + (0 if setting.quick else 1)):
+        for side in ("ours", "theirs") if turn % 2 else ("theirs", "ours"):
+            paths = volumes.fresh()
+            os.sync()
+            seconds = (fill(setting, source, paths) if side == "ours"
+                       else copy_plainly(source, paths))
+            say(f"  {side} {seconds:.3f} s")
+            volumes.check(source, **{**check, "in_order": side == "ours"})
+            getattr(outcome, side).append(seconds)
+    if not setting.quick:
+        del outcome.ours[0], outcome.theirs[0]
+    return outcome
+
+
+def many_volumes(setting, files, size, folders):
+    folder = setting.folder("volumes")
+    count = setting.pick(2, 8)
+    source = make_set(folder / "source", files, size, folders)
+    room = files * size + files * 8192 + 64 * MIB
+    with Volumes(folder, image_files(folder, count, room // MIB * MIB)) as volumes:
+        return against_cp(setting, source, volumes)
+
+
+def large_files(setting):
+    return many_volumes(setting, setting.pick(20, 200), setting.pick(MIB // 2, 1024 * MIB // 200),
+                        10)
+
+
+def small_files(setting):
+    return many_volumes(setting, setting.pick(200, 5000), 16384, setting.pick(10, 100))
+
+
+def watch_dirty(volumes, done, peaks):
+    while not done.is_set():
+        for number, count in enumerate(volumes.dirty_bytes()):
+            peaks[number] = max(peaks[number], count)
+        done.wait(0.02)
+
+
+def slow_players(setting, count, watch=False):
+    """Seconds, the physical limit, and the most bytes of each player that were only in memory."""
+    speed = setting.pick(20_000_000, SLOW)
+    folder = setting.folder(f"slow{count}")
+    files = setting.pick(4, 40)
+    source = make_set(folder / "source", files, 5_000_000, 4)
+    with slow_disks(setting.programs, folder / "disks", count, files * 5_000_000 + 16 * MIB,
+                    speed) as disks:
+        volumes = Volumes(folder, disks, direct=False,
+                          make=("mkfs.ext4", "-q", "-F", "-m", "0", "-i", "65536", "-E",
+                                "lazy_itable_init=0,nodiscard", "-O", "^has_journal,^dir_index"))
+        with volumes:
+            paths = volumes.fresh()
+            os.sync()
+            peaks = [0] * count
+            done = threading.Event()
+            watcher = threading.Thread(target=watch_dirty, args=(volumes, done, peaks))
+            if watch:
+                watcher.start()
+            try:
+                seconds = fill(setting, source, paths)
+            finally:
+                done.set()
+                if watch:
+                    watcher.join()
+            volumes.check(source)
+    return seconds, files * 5_000_000 / speed, peaks
+
+
+def players(setting):
+    outcome = Outcome()
+    notes = []
+    for count in setting.pick((1, 2), (1, 4, 16, 64)):
+        turns = [slow_players(setting, count) for _ in range(min(setting.repeat, 3))]
+        seconds = [turn[0] for turn in turns]
+        limit = turns[0][1]
+        outcome.ours.append(statistics.median(seconds))
+        outcome.theirs.append(limit)
+        outcome.curve[count] = (statistics.median(seconds), limit)
+        notes.append(f"{count}: {statistics.median(seconds) / limit:.3f} "
+                     f"({min(seconds) / limit:.3f} to {max(seconds) / limit:.3f})")
+        say(f"  players {notes[-1]}")
+    outcome.note = "players " + ", ".join(notes)
+    outcome.also_met = max(outcome.ratios) <= 1.03
+    return outcome
+
+
+def dirty_pages(setting):
+    need_root()
+    if not os.path.isdir("/sys/kernel/debug/bdi"):
+        raise Missing("debugfs is not mounted (mount -t debugfs none /sys/kernel/debug)")
+    outcome = Outcome()
+    for _ in range(setting.pick(1, 2)):
+        peaks = slow_players(setting, setting.pick(2, 16), watch=True)[2]
+        outcome.ours.append(max(peaks) / MIB)
+        outcome.theirs.append(16)
+    return outcome
+
+
+def source_reads(setting):
+    need_root()
+    folder = setting.folder("reads")
+    files, size, count = setting.pick((10, MIB // 2, 2), (50, 5 * MIB, 16))
+    source = make_set(folder / "source", files, size, 5)
+    outcome = Outcome()
+    with Volumes(folder / "from", image_files(folder / "from", 1, files * size + 64 * MIB)) as own, \
+            Volumes(folder, image_files(folder, count, files * size + 64 * MIB)) as volumes:
+        copy_plainly(source, own.fresh())
+        for _ in range(min(setting.repeat, 3)):
+            paths = volumes.fresh()
+            own.unmount()
+            own.mount()
+            os.sync()
+            pathlib.Path("/proc/sys/vm/drop_caches").write_text("3\n")
+            before = own.bytes_read()
+            fill(setting, own.paths[0], paths)
+            outcome.ours.append((own.bytes_read() - before) / MIB)
+            outcome.theirs.append(files * size / MIB)
+            volumes.check(source)
+    return outcome
+
+
+def in_the_box(setting, row):
+    """Measured in the machine of tests/vm, with real FAT and USB players."""
+    for program in ("qemu-system-x86_64", "mmdebstrap"):
+        need_program(program)
+    import boxed  # which needs tests/vm
+    setting.program("perf_fill")
+    build = setting.programs.parent.parent
+    return boxed.measure(build, build / "box", min(setting.repeat, 3), [row])[row]
+
+
+def flush_mount(setting):
+    figures = in_the_box(setting, "flush")
+    floor = figures.pop("floor")
+    return Outcome(**figures, note=f"without `flush`, `cp -r` and `sync -f` take {floor:.1f} s")
+
+
+def whole_run(setting):
+    outcome = Outcome(**in_the_box(setting, "whole"))
+    outcome.allowance = 5
+    longer = statistics.median(outcome.ours) - statistics.median(outcome.theirs)
+    outcome.note = (f"{longer:.1f} s longer, of which {outcome.allowance} s are the pauses that a "
+                    "format always makes")
+    return outcome
+
+
+def make_names(folder, files, folders):
+    """Empty files with the names of an audio library."""
+    for number in range(folders):
+        part = folder / f"Author {number % 97} - Book number {number}"
+        part.mkdir(parents=True)
+        for chapter in range(files // folders):
+            os.close(os.open(part / f"{chapter + 1:03} Chapter {chapter + 1}.mp3",
+                             os.O_CREAT | os.O_WRONLY))
+
+
+def choosing(setting):
+    folder = setting.folder("choose")
+    tree = folder / "tree"
+    make_names(tree, setting.pick(1000, 100_000), setting.pick(50, 5000))
+    outcome = Outcome()
+    ours, theirs = folder / "ours.txt", folder / "theirs.txt"
+    for turn in range(setting.repeat + 1):
+        with open(theirs, "wb") as file:
+            begin = time.monotonic()
+            subprocess.run(["find", tree, "-printf", r"%p\t%s\n"], stdout=file, check=True)
+            outcome.theirs.append(time.monotonic() - begin)
+        seconds, _, _ = last_line([setting.program("perf_choose"), "mp3", tree, ours],
+                                  folder / "log")
+        outcome.ours.append(seconds)
+        found = sorted(line for line in theirs.read_bytes().split(b"\n") if b".mp3\t" in line)
+        if sorted(ours.read_bytes().split(b"\n")[:-1]) != found:
+            raise Wrong("what was chosen is not what find lists")
+        log = (folder / "log").read_bytes().count(b"\nfile://")
+        if log != setting.pick(1050, 105_000):
+            raise Wrong(f"the log has {log} entries")
+        if turn == 0:  # warms up
+            outcome = Outcome()
+            if setting.quick:
+                outcome = Outcome(ours=[seconds], theirs=[seconds])
+                break
+    return outcome
+
+
+def node_memory(setting):
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="fillstation-perf-", dir="/dev/shm"))
+    try:
+        make_names(folder, setting.pick(10_000, 1_000_000), setting.pick(100, 10_000))
+        _, nodes, size = last_line([setting.program("perf_choose"), "mp3", folder], "/dev/null")
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+    if nodes != setting.pick(10_100, 1_010_000):
+        raise Wrong(f"{nodes:.0f} nodes")
+    return Outcome(ours=[size], theirs=[400])
+
+
+def reports(setting):
+    tasks, each = setting.pick((4, 50), (64, 5000))
+    outcome = Outcome()
+    late = []
+    for _ in range(setting.repeat):
+        for side, name in ((outcome.theirs, "bare"), (outcome.ours, "ours")):
+            micros, lateness, shown = last_line(
+                [setting.program("perf_reports"), name, tasks, each], setting.work / "reports.log")
+            side.append(micros)
+            if name == "ours":
+                late.append(lateness)
+                if shown != 100:
+                    raise Wrong(f"the last report says {shown:.0f} percent")
+    outcome.note = f"timer late by {statistics.median(late):.1f} ms at the 99th percentile (≤ 50)"
+    outcome.also_met = statistics.median(late) <= 50
+    return outcome
+
+
+def painted(program, words):
+    """Milliseconds from the start of the program to its word that the window is painted."""
+    begin = time.monotonic()
+    with subprocess.Popen([program, *words], env=environment(), stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL) as process:
+        for line in process.stdout:
+            if line.strip().endswith(b"painted"):
+                return 1000 * (time.monotonic() - begin)
+    raise Wrong("the window was not painted")
+
+
+def first_window(setting):
+    folder = setting.folder("bench")
+    program = setting.program("perf_window")
+    outcome = Outcome()
+    text = []
+    for _ in range(setting.pick(1, 4 * setting.repeat + 1)):
+        outcome.ours.append(painted(program, ["ours", folder]))
+        outcome.theirs.append(painted(program, ["bare"]))
+        text.append(painted(program, ["text"]))
+    outcome.note = f"a bare window with one line of text takes {statistics.median(text):.1f} ms"
+    return outcome
+
+
+ROWS = {
+    "large": Row("8 volumes × 1 GiB in 200 files, until durable",
+                 "`cp -r --preserve=timestamps` to each in parallel, `sync -f` of each", None, "s",
+                 large_files),
+    "small": Row("8 volumes × 5,000 files of 16 KiB, until durable", "the same", None, "s",
+                 small_files),
+    "players": Row("1, 4, 16, 64 players of 5 MB/s, 200 MB each", "bytes ÷ 5 MB/s", 1.03, "s",
+                   players),
+    "reads": Row("bytes read from the source's medium, 16 players, cold cache",
+                 "the set's bytes", 1.1, "MiB", source_reads),
+    "flush": Row("300 files of 16 KiB onto FAT mounted with `flush`", "`cp -r`, `sync -f`", 0.1,
+                 "s", flush_mount, lambda: False),
+    "whole": Row("4 real FAT players, Start to summary", "a shell script of the same steps", None,
+                 "s", whole_run, lambda: False),
+    "choose": Row("choosing a folder of 100,000 files, log to a file",
+                  "`find -printf '%p\\t%s\\n'` to a file", 1.2, "s", choosing),
+    "memory": Row("memory per file node, a million files chosen", "400 bytes", 1, "bytes",
+                  node_memory),
+    "reports": Row("64 tasks × 5,000 reports, per report",
+                   "as many blocking `invokeMethod` calls by as many threads, one at a time", 1.3, "µs", reports),
+    "dirty": Row("most dirty memory of a player, 16 slow players", "16 MiB", 1, "MiB",
+                 dirty_pages),
+    "window": Row("start to first painted window, offscreen", "a bare Qt Widgets window", 1.5,
+                  "ms", first_window),
+}
