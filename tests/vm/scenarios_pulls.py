@@ -125,51 +125,43 @@ def swapped_while_the_panel_is_open(box):
         person.expect_log()
 
 
-@scenario
-def swapped_during_authentication(box):
+def _swap_during_a_run(box, hold, commands, failure):
+    """Swaps while what hold() has frozen is held; how many commands root has been asked for by then
+    and at the end, and the step that has to fail."""
     make_book(box, chapters=1)
     with operator(box) as person:
         port, disk = _tick_victim(box, person)
         person.start()
-        held = box.call("freeze", PASSWORD_CHECK)
-        person.expect_commands(0)
+        held = hold()
+        person.expect_commands(commands[0])
         _swap(box, person, port, disk)
         with box.unchanged("foreign", "victim"):
             box.call("thaw", held)
             person.dismiss(failed(disk), 90)
-        person.expect_commands(1)
-        person.expect_log(formats=1, wipe_failures=1)
+        person.expect_commands(commands[1])
+        person.expect_log(formats=1, **{failure: 1})
+
+
+@scenario
+def swapped_during_authentication(box):
+    hold = lambda: box.call("freeze", PASSWORD_CHECK)  # noqa: E731
+    _swap_during_a_run(box, hold, (0, 1), "wipe_failures")
+
+
+def _root_shell(box):
+    return box.call("freeze_successor", "pkexec", "sh")
 
 
 @scenario
 def swapped_between_authentication_and_command(box):
-    make_book(box, chapters=1)
-    with operator(box) as person:
-        port, disk = _tick_victim(box, person)
-        person.start()
-        held = box.call("freeze_successor", "pkexec", "sh")
-        person.expect_commands(1)
-        _swap(box, person, port, disk)
-        with box.unchanged("foreign", "victim"):
-            box.call("thaw", held)
-            person.dismiss(failed(disk), 90)
-        person.expect_commands(1)
-        person.expect_log(formats=1, wipe_failures=1)
+    _swap_during_a_run(box, lambda: _root_shell(box), (1, 1), "wipe_failures")
 
 
 @scenario
 def swapped_between_wipe_and_format(box):
-    make_book(box, chapters=1)
-    with operator(box) as person:
-        port, disk = _tick_victim(box, person)
-        person.start()
+    def hold():
         box.call("await_head", "victim", True)
         box.call("await_none", "fillstation-age")
-        held = box.call("freeze_successor", "pkexec", "sh")
-        person.expect_commands(2)
-        _swap(box, person, port, disk)
-        with box.unchanged("foreign", "victim"):
-            box.call("thaw", held)
-            person.dismiss(failed(disk), 90)
-        person.expect_commands(2)
-        person.expect_log(formats=1, format_failures=1)
+        return _root_shell(box)
+
+    _swap_during_a_run(box, hold, (2, 2), "format_failures")
