@@ -98,11 +98,6 @@ def pull(name):
     _write(CONTROLLERS / _controller(name) / "soft_connect", "disconnect")
 
 
-def push_back(name):
-    """Puts a pulled device back into its port."""
-    _write(CONTROLLERS / _controller(name) / "soft_connect", "connect")
-
-
 def insert(name, path):
     """Another medium in the drive; an empty path takes it out."""
     unit = GADGETS / name / "functions/mass_storage.0/lun.0"

@@ -106,7 +106,6 @@ OPERATIONS = {
     "add": gadgets.add,
     "plug": gadgets.plug,
     "pull": gadgets.pull,
-    "push_back": gadgets.push_back,
     "insert": gadgets.insert,
     "remove": gadgets.remove,
     "remove_all": gadgets.remove_all,
