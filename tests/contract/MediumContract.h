@@ -228,10 +228,11 @@ TEST_P(MediumContract, AtMostSixteenMiBAreNotOnTheMedium) {
   const std::string source = sources.write("source", "");
   std::filesystem::resize_file(source, std::uintmax_t{16} << 20);
   EXPECT_TRUE(volume->copyItem(source, root + "/1.mp3"));
-  EXPECT_TRUE(copy("x", "2.mp3"));
+  EXPECT_TRUE(volume->copyItem(source, root + "/2.mp3"));
   const auto content = backEnd->content("a");
   ASSERT_GE(content.size(), 1U);
   EXPECT_EQ(content[0].path, "1.mp3");
+  EXPECT_EQ(content[0].content.size(), std::size_t{16} << 20);
 }
 
 TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
