@@ -88,9 +88,9 @@ TEST_F(DiskFactsTest, AFileSystemIsWhatUdevSays) {
 }
 
 TEST_F(DiskFactsTest, AnEscapeThatIsNotCompleteStays) {
-  machine.player("a").fileSystem = MockFileSystem{"vfat", "ID-1", "\\y41\\x41\\x4"};
+  machine.player("a").fileSystem = MockFileSystem{"vfat", "ID-1", "\\y41\\x41\\xg1\\x1g\\x4"};
   machine.plug("a");
-  EXPECT_EQ(read().disk.fileSystem->label, "\\y41A\\x4");
+  EXPECT_EQ(read().disk.fileSystem->label, "\\y41A\\xg1\\x1g\\x4");
 }
 
 TEST_F(DiskFactsTest, WithoutAFileSystemThereIsNone) {

@@ -62,6 +62,23 @@ TEST_F(ScriptProtocolTest, ATextThatIsCutShortIsNone) {
   }
 }
 
+TEST_F(ScriptProtocolTest, ATextThatClaimsToBeEndlessIsNone) {
+  const std::uint64_t claimed[] = {kLongestText + 1, ~std::uint64_t{0}};
+  for (const std::uint64_t size : claimed) {
+    EXPECT_EQ(::send(one_.get(), &size, sizeof size, 0), 8);
+    EXPECT_EQ(receiveText(other_.get()), std::nullopt);
+  }
+}
+
+TEST_F(ScriptProtocolTest, TheLongestTextArrives) {
+  const std::string text(kLongestText, 'x');
+  std::optional<std::string> received;
+  std::thread reader([&] { received = receiveText(other_.get()); });
+  EXPECT_TRUE(sendText(one_.get(), text));
+  reader.join();
+  EXPECT_TRUE(received == text);
+}
+
 TEST_F(ScriptProtocolTest, SendingToNobodyFailsWithoutASignal) {
   other_ = FileHandle();
   EXPECT_FALSE(sendText(one_.get(), "text"));

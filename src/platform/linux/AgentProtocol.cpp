@@ -51,6 +51,9 @@ std::optional<std::string> receiveText(int socket) {
   if (!receiveAll(socket, &size, sizeof size)) {
     return std::nullopt;
   }
+  if (size > kLongestText) {
+    return std::nullopt;
+  }
   std::string text(size, '\0');
   if (!receiveAll(socket, text.data(), text.size())) {
     return std::nullopt;

@@ -38,8 +38,12 @@ struct AgentReply {
   std::string err;  // unless ended: why, as a text for people; may be empty
 };
 
+// The most bytes that a text may have: far more than a tool says, and far less than memory holds.
+inline constexpr std::uint64_t kLongestText = std::uint64_t{16} << 20;
+
 // The texts and replies on the socket between the two, each with its length before it. Sending
-// gives false, and receiving none, when the other side has gone. Any thread, one per direction.
+// gives false, and receiving none, when the other side has gone or says what is no text or reply.
+// Any thread, one per direction.
 bool sendText(int socket, std::string_view text);
 std::optional<std::string> receiveText(int socket);
 bool sendReply(int socket, const AgentReply& reply);

@@ -1,6 +1,5 @@
 #include "DiskFacts.h"
 
-#include <charconv>
 #include <map>
 #include <utility>
 
@@ -19,26 +18,6 @@ UdevDevice blockDevice(udev* context, const std::string& name) {
   return UdevDevice(::udev_device_new_from_subsystem_sysname(context, "block", name.c_str()));
 }
 
-int hexDigit(char digit) {
-  int value = -1;
-  std::from_chars(&digit, &digit + 1, value, 16);
-  return value;
-}
-
-// udev writes whatever might hurt as \xHH.
-std::string decoded(const std::string& text) {
-  std::string plain;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text.compare(at, 2, "\\x") == 0 && at + 3 < text.size()) {
-      plain += static_cast<char>(hexDigit(text[at + 2]) << 4 | hexDigit(text[at + 3]));
-      at += 3;
-    } else {
-      plain += text[at];
-    }
-  }
-  return plain;
-}
-
 std::optional<FileSystemFacts> fileSystemOn(udev_device* device) {
   if (udevProperty(device, "ID_FS_USAGE") != "filesystem") {
     return std::nullopt;
@@ -47,7 +26,7 @@ std::optional<FileSystemFacts> fileSystemOn(udev_device* device) {
   facts.type = udevProperty(device, "ID_FS_TYPE").value_or("");
   facts.identifier = udevProperty(device, "ID_FS_UUID").value_or("");
   if (const auto label = udevProperty(device, "ID_FS_LABEL_ENC")) {
-    facts.label = decoded(*label);
+    facts.label = udevDecoded(*label);
   }
   return facts;
 }

@@ -10,6 +10,13 @@ std::optional<std::string> textFrom(const char* text) {
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
+// Negative for what is none.
+int hexDigit(char digit) {
+  int value = -1;
+  std::from_chars(&digit, &digit + 1, value, 16);
+  return value;
+}
+
 }  // namespace
 
 std::optional<std::string> udevAttribute(udev_device* device, const char* name) {
@@ -36,6 +43,22 @@ std::optional<std::uint64_t> udevNumber(const std::optional<std::string>& text, 
   const char* const end = text->data() + text->size();
   const auto read = std::from_chars(text->data(), end, number, base);
   return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+std::string udevDecoded(const std::string& text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const bool escaped = text.compare(at, 2, "\\x") == 0 && at + 3 < text.size();
+    const int high = escaped ? hexDigit(text[at + 2]) : -1;
+    const int low = escaped ? hexDigit(text[at + 3]) : -1;
+    if (high >= 0 && low >= 0) {
+      plain += static_cast<char>(high << 4 | low);
+      at += 3;
+    } else {
+      plain += text[at];
+    }
+  }
+  return plain;
 }
 
 std::vector<UdevDevice> udevDevices(udev* context, udev_enumerate* enumeration) {

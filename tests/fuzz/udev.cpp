@@ -1,0 +1,31 @@
+// What udev and the kernel write: labels with escapes, numbers, the table of mounts.
+
+#include <sys/mman.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include "FileHandle.h"
+#include "Input.h"
+#include "MountTable.h"
+#include "Require.h"
+#include "Udev.h"
+
+using namespace fillstation;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(fuzz::Input(data, size).rest());
+  const auto label = udevDecoded(text);
+  fuzz::require(label.size() <= text.size());
+  fuzz::require(text.find('\\') != std::string::npos || label == text);
+  const auto number = udevNumber(text);
+  fuzz::require(!number || !text.empty());
+  fuzz::require(!udevNumber(text, 16) || !text.empty());
+  const FileHandle table(::memfd_create("mounts", MFD_CLOEXEC));
+  fuzz::require(::write(table.get(), text.data(), text.size()) ==
+                static_cast<ssize_t>(text.size()));
+  const MountTable mounts("/proc/self/fd/" + std::to_string(table.get()));
+  for (const auto& place : mounts.mountPoints(makedev(8, 16))) {
+    fuzz::require(place.size() <= text.size());
+  }
+  return 0;
+}
