@@ -155,6 +155,8 @@ std::variant<Value, ScenarioError> parse(std::string_view content, const std::st
   } catch (const nlohmann::json::parse_error& error) {
     return ScenarioError{file, lineOfByte(content, error.byte > 0 ? error.byte - 1 : 0),
                          error.what()};
+  } catch (const nlohmann::json::out_of_range& error) {
+    return ScenarioError{file, 0, error.what()};  // a number that no number holds
   }
 }
 

@@ -78,7 +78,7 @@ struct Scenario {
 // Why a file could not be read. A plain value.
 struct ScenarioError {
   std::string file;
-  int line = 0;  // the first is 1; 0 when the file can't be read at all
+  int line = 0;  // the first is 1; 0 when it isn't known
   std::string reason;
 
   // "FILE:LINE: REASON", without the line when there is none.

@@ -37,8 +37,8 @@ std::string udevSysName(udev_device* device);
 // A property or attribute as a number; none when it is absent or isn't one.
 std::optional<std::uint64_t> udevNumber(const std::optional<std::string>& text, int base = 10);
 
-// A property whose name ends in _ENC as it was: udev writes whatever might hurt as \xHH. An escape that is not complete
-// stays as it is.
+// A property whose name ends in _ENC as it was: udev writes whatever might hurt as \xHH. An escape
+// that is not complete stays as it is.
 std::string udevDecoded(const std::string& text);
 
 // What the enumeration yields, in the order of the paths in sysfs. Whatever goes meanwhile is left

@@ -214,6 +214,11 @@ TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
   EXPECT_TRUE(bad("{\n\"a\": \xff\n}").starts_with("2: "));
 }
 
+TEST(ScenarioTest, ANumberThatNoNumberHoldsIsAnError) {
+  const std::string error = bad("{\"players\": [], \"sizeMiB\": 1e999}");
+  EXPECT_NE(error.find("'1e999'"), std::string::npos) << error;
+}
+
 TEST(ScenarioTest, AFileThatIsNotThereIsAnErrorWithoutALine) {
   const auto scenario = readScenario("/nowhere/s.json");
   EXPECT_EQ(std::get<ScenarioError>(scenario).text(), "/nowhere/s.json: can't be read");
