@@ -1,5 +1,6 @@
 #include "ReportLine.h"
 
+#include <thread>
 #include <utility>
 
 #include "Platform.h"
@@ -8,23 +9,18 @@ namespace fillstation {
 
 void ReportLine::pass(const Report& report) {
   const auto own = std::make_shared<Member>(report);
-  std::unique_lock guard(lock_);
-  line_.push_back(own);
-  if (busy_) {
-    own->changed.wait(guard, [&own] { return own->leads || own->ended; });
+  bool leads = false;
+  {
+    const std::scoped_lock guard(lock_);
+    line_.push_back(own);
+    isEmpty_ = false;
+    leads = !std::exchange(busy_, true);
   }
-  if (own->ended) {
-    return;
+  if (!leads) {
+    own->turn.wait(Turn::waits);
   }
-  busy_ = true;
-  const Line members = std::exchange(line_, {});
-  guard.unlock();
-  handOver(members);
-  guard.lock();
-  busy_ = !line_.empty();
-  if (busy_) {
-    line_.front()->leads = true;
-    line_.front()->changed.notify_one();
+  if (leads || own->turn == Turn::leads) {
+    lead();
   }
 }
 
@@ -33,28 +29,52 @@ std::size_t ReportLine::waiting() {
   return line_.size();
 }
 
-void ReportLine::handOver(const Line& members) {
-  const std::scoped_lock guard(shown_);
-  const bool shown = platform().mainThread->runAndWait([&] {
+void ReportLine::Member::give(Turn value) {
+  turn = value;
+  turn.notify_one();
+}
+
+void ReportLine::lead() {
+  {
+    const std::scoped_lock shown(shown_);
+    if (!platform().mainThread->runAndWait([this] { show(); })) {
+      for (const auto& member : takeAll()) {
+        member->give(Turn::ended);
+      }
+    }
+  }
+  const std::scoped_lock guard(lock_);
+  busy_ = !line_.empty();
+  if (busy_) {
+    line_.front()->give(Turn::leads);
+  }
+}
+
+void ReportLine::show() {
+  for (int shown = 0; shown < most_;) {
+    const Line members = awaitMore();
+    if (members.empty()) {
+      return;
+    }
     for (const auto& member : members) {
       member->report();
-      end(*member);
-    }
-  });
-  if (!shown) {
-    for (const auto& member : members) {
-      end(*member);
+      member->give(Turn::ended);
+      ++shown;
     }
   }
 }
 
-// The thread is woken when the lock is free, so that it need not sleep a second time.
-void ReportLine::end(Member& member) {
-  {
-    const std::scoped_lock guard(lock_);
-    member.ended = true;
+ReportLine::Line ReportLine::awaitMore() {
+  for (int looks = 0; isEmpty_ && looks < patience_; ++looks) {
+    std::this_thread::yield();
   }
-  member.changed.notify_one();
+  return takeAll();
+}
+
+ReportLine::Line ReportLine::takeAll() {
+  const std::scoped_lock guard(lock_);
+  isEmpty_ = true;
+  return std::exchange(line_, {});
 }
 
 }  // namespace fillstation

@@ -22,17 +22,17 @@ struct ReportTargets {
 [[maybe_unused]] const std::shared_ptr<void> theMainOp;
 
 // Never destroyed: they may hold objects of the window, which must not be reached at exit.
-Atomic<ReportTargets>& reportTargets() {
-  static auto& targets = *new Atomic<ReportTargets>;
+Atomic<std::shared_ptr<const ReportTargets>>& reportTargets() {
+  static auto& targets = *new Atomic<std::shared_ptr<const ReportTargets>>;
   return targets;
 }
 
-// Runs one of the two reports, on the main thread. The targets are copied there and not before, so
+// Runs one of the two reports, on the main thread. The targets are taken there and not before, so
 // that the last copy of a window's object is never let go on another thread.
 void report(TRFileCopyTaskCollection::Report ReportTargets::*which) {
-  const ReportTargets targets = reportTargets().get();
-  if (targets.*which) {
-    (targets.*which)(targets.callbackObject, targets.callBackContext);
+  const auto targets = reportTargets().get();
+  if (targets && (*targets).*which) {
+    ((*targets).*which)(targets->callbackObject, targets->callBackContext);
   }
 }
 
@@ -94,8 +94,8 @@ bool TRFileCopyTaskCollection::lists(const TRFileCopyTask& task) const {
 void TRFileCopyTaskCollection::startAsyncCopyWithCallBack(std::shared_ptr<void> receiver,
                                                           Report callBack, Report progressCallBack,
                                                           std::shared_ptr<void> object) {
-  reportTargets().set(
-      {std::move(receiver), std::move(callBack), std::move(progressCallBack), std::move(object)});
+  reportTargets().set(std::make_shared<const ReportTargets>(ReportTargets{
+      std::move(receiver), std::move(callBack), std::move(progressCallBack), std::move(object)}));
   platform().workers->spawn([self = shared_from_this()] { self->startTasks(nullptr); });
 }
 

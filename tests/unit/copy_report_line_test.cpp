@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <functional>
 #include <future>
+#include <limits>
 #include <list>
 #include <string>
 #include <thread>
@@ -25,6 +28,9 @@ class SlowMainThread : public MainThread {
     if (!ends) {
       callable();
     }
+    guard.lock();
+    ++returned_;
+    changed_.notify_all();
     return !ends;
   }
   void runPending() override {}
@@ -42,6 +48,10 @@ class SlowMainThread : public MainThread {
     std::unique_lock guard(lock_);
     changed_.wait(guard, [this, number] { return handOvers_ >= number; });
   }
+  void awaitReturn(int number) {
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [this, number] { return returned_ >= number; });
+  }
   int handOvers() {
     const std::scoped_lock guard(lock_);
     return handOvers_;
@@ -52,6 +62,7 @@ class SlowMainThread : public MainThread {
   std::condition_variable changed_;
   int permits_ = 0;
   int handOvers_ = 0;
+  int returned_ = 0;
   bool ends_ = false;
 };
 
@@ -79,66 +90,112 @@ class ReportLineTest : public ::testing::Test {
     for (auto& worker : workers) {
       worker.get();
     }
+    workers.clear();
   }
 
   SlowMainThread mainThread;
   std::mutex lock;
-  ReportLine line{lock};
+  ReportLine line{lock, 0};
   std::string shown;
   std::list<std::future<void>> workers;
 };
 
-TEST_F(ReportLineTest, ReportsThatComeOneAfterTheOtherAreHandedOverOneByOne) {
-  mainThread.permit(3);
-  pass("abc");
+TEST_F(ReportLineTest, ReportThatComesAfterAHandOverIsHandedOverAnew) {
+  mainThread.permit(2);
+  pass("a");
   joinWorkers();
-  EXPECT_EQ(shown, "abc");
-  EXPECT_EQ(mainThread.handOvers(), 3);
+  mainThread.awaitReturn(1);
+  pass("b");
+  joinWorkers();
+  mainThread.awaitReturn(2);
+  EXPECT_EQ(shown, "ab");
+  EXPECT_EQ(mainThread.handOvers(), 2);
   EXPECT_EQ(line.waiting(), 0U);
 }
 
-TEST_F(ReportLineTest, ReportsThatComeMeanwhileAreHandedOverTogetherInTheirOrder) {
+TEST_F(ReportLineTest, ReportsThatWaitAreHandedOverTogetherInTheirOrder) {
   pass("a");
   mainThread.awaitHandOver(1);
-  passBehind("b", 1);
-  passBehind("c", 2);
-  passBehind("d", 3);
-  mainThread.permit();
-  mainThread.awaitHandOver(2);
-  EXPECT_EQ(shown, "a");
+  passBehind("b", 2);
+  passBehind("c", 3);
+  passBehind("d", 4);
+  EXPECT_EQ(shown, "");
   mainThread.permit();
   joinWorkers();
+  mainThread.awaitReturn(1);
   EXPECT_EQ(shown, "abcd");
+  EXPECT_EQ(mainThread.handOvers(), 1);
+}
+
+TEST_F(ReportLineTest, HandOverShowsWhatComesWhileItLasts) {
+  mainThread.permit();
+  workers.push_back(std::async(std::launch::async, [this] {
+    line.pass([this] {
+      passBehind("b", 1);
+      shown += 'a';
+    });
+  }));
+  workers.front().get();
+  workers.pop_front();
+  joinWorkers();
+  mainThread.awaitReturn(1);
+  EXPECT_EQ(shown, "ab");
+  EXPECT_EQ(mainThread.handOvers(), 1);
+}
+
+TEST_F(ReportLineTest, HandOverEndsAfterSomeReportsThoughMoreAreWaiting) {
+  ReportLine brief(lock, 0, 2);
+  std::array<std::future<void>, 3> passing;
+  mainThread.permit(2);
+  // Each report but the last returns when the next one is waiting.
+  std::function<void(std::size_t)> passFrom = [&](std::size_t number) {
+    passing.at(number) = std::async(std::launch::async, [&, number] {
+      brief.pass([&, number] {
+        if (number + 1 < passing.size()) {
+          passFrom(number + 1);
+          while (brief.waiting() == 0) {
+            std::this_thread::yield();
+          }
+        }
+        shown += static_cast<char>('a' + number);
+      });
+    });
+  };
+  passFrom(0);
+  mainThread.awaitReturn(2);
+  for (auto& each : passing) {
+    each.get();
+  }
+  EXPECT_EQ(shown, "abc");
   EXPECT_EQ(mainThread.handOvers(), 2);
 }
 
-TEST_F(ReportLineTest, WhoComesDuringTheSecondHandOverLeadsTheThird) {
-  pass("a");
-  mainThread.awaitHandOver(1);
-  passBehind("b", 1);
+TEST_F(ReportLineTest, HandOverAwaitsTheNextReportWithPatience) {
+  ReportLine patient(lock, std::numeric_limits<int>::max(), 2);
   mainThread.permit();
-  mainThread.awaitHandOver(2);
-  passBehind("c", 1);
-  passBehind("d", 2);
-  mainThread.permit(2);
+  workers.push_back(
+      std::async(std::launch::async, [&] { patient.pass([this] { shown += 'a'; }); }));
+  mainThread.awaitHandOver(1);
+  workers.push_back(
+      std::async(std::launch::async, [&] { patient.pass([this] { shown += 'b'; }); }));
   joinWorkers();
-  EXPECT_EQ(shown, "abcd");
-  EXPECT_EQ(mainThread.handOvers(), 3);
+  EXPECT_EQ(shown, "ab");
+  EXPECT_EQ(mainThread.handOvers(), 1);
 }
 
 TEST_F(ReportLineTest, EachReturnsWhenItsOwnReportHasReturned) {
   pass("a");
   mainThread.awaitHandOver(1);
-  passBehind("b", 1);
-  passBehind("c", 2);
+  passBehind("b", 2);
+  passBehind("c", 3);
   std::promise<void> returned;
   // The third one's report ends only when the second one's thread goes on.
   auto last =
       std::async(std::launch::async, [&] { line.pass([&] { returned.get_future().wait(); }); });
-  while (line.waiting() != 3) {
+  while (line.waiting() != 4) {
     std::this_thread::yield();
   }
-  mainThread.permit(2);
+  mainThread.permit();
   workers.back().get();
   workers.pop_back();
   returned.set_value();
@@ -150,10 +207,10 @@ TEST_F(ReportLineTest, EachReturnsWhenItsOwnReportHasReturned) {
 TEST_F(ReportLineTest, AllReturnWithoutTheirReportsWhenTheProgramEnds) {
   pass("a");
   mainThread.awaitHandOver(1);
-  passBehind("b", 1);
-  passBehind("c", 2);
+  passBehind("b", 2);
+  passBehind("c", 3);
   mainThread.end();
-  mainThread.permit(2);
+  mainThread.permit();
   joinWorkers();
   EXPECT_EQ(shown, "");
 }
