@@ -25,6 +25,9 @@ struct Flush {
 void* flushStreams(void* context) {
   auto& flush = *static_cast<Flush*>(context);
   LogBatch::recordCurrent();
+  if (platform().systemLog != nullptr) {
+    platform().systemLog->settle();
+  }
   std::fflush(stdout);
   std::fflush(stderr);
   const std::scoped_lock guard(flush.lock);

@@ -2,27 +2,51 @@
 
 #include <unistd.h>
 
-#include <string>
-
 namespace fillstation {
 
 void StreamLog::write(std::string_view text) {
-  std::string record(text);
-  record += '\n';
-  writeRecords(record);
+  std::unique_lock guard(lock_);
+  wrote_.wait(guard, [this] { return waiting_.size() < kMost; });
+  add(text);
+  writeWaiting(guard);
 }
 
 void StreamLog::writeEach(std::span<const std::string> texts) {
-  std::string records;
+  std::unique_lock guard(lock_);
+  wrote_.wait(guard, [this] { return waiting_.size() < kMost; });
   for (const auto& text : texts) {
-    records += text;
-    records += '\n';
+    add(text);
   }
-  writeRecords(records);
+  writeWaiting(guard);
+}
+
+void StreamLog::settle() {
+  std::unique_lock guard(lock_);
+  wrote_.wait(guard, [this] { return !writing_; });
+}
+
+void StreamLog::add(std::string_view text) {
+  waiting_ += text;
+  waiting_ += '\n';
+}
+
+void StreamLog::writeWaiting(std::unique_lock<std::mutex>& guard) {
+  if (writing_) {
+    return;
+  }
+  writing_ = true;
+  while (!waiting_.empty()) {
+    std::swap(waiting_, beingWritten_);
+    guard.unlock();
+    writeRecords(beingWritten_);
+    guard.lock();
+    beingWritten_.clear();
+    writing_ = !waiting_.empty();
+    wrote_.notify_all();
+  }
 }
 
 void StreamLog::writeRecords(std::string_view records) {
-  const std::scoped_lock guard(lock_);
   std::fflush(stream_);
   while (!records.empty()) {
     const ssize_t count = ::write(::fileno(stream_), records.data(), records.size());

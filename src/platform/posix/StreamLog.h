@@ -1,7 +1,10 @@
 #pragma once
 
+#include <condition_variable>
+#include <cstddef>
 #include <cstdio>
 #include <mutex>
+#include <string>
 #include <string_view>
 
 #include "SystemLog.h"
@@ -9,21 +12,34 @@
 namespace fillstation {
 
 // The system log on a standard stream: each text followed by one line feed. Every record reaches
-// the stream's descriptor at once and in one piece, behind whatever the stream still held. A stream
-// that can't take it loses the record. Any thread; the stream outlives it.
+// the stream's descriptor in one piece, behind whatever the stream still held: at once, or, while
+// another thread is writing there, with what that one writes next. So no thread waits for another's
+// record, but for a stream that takes nothing while kMost bytes wait. A stream that fails loses the
+// record. Any thread; the stream outlives it.
 class StreamLog : public SystemLog {
  public:
+  // Bytes that wait at most for another thread's writing.
+  static constexpr std::size_t kMost = std::size_t{1} << 20;
+
   explicit StreamLog(std::FILE* stream) : stream_(stream) {}
 
   void write(std::string_view text) override;
   // Several records in one piece.
   void writeEach(std::span<const std::string> texts) override;
+  void settle() override;
 
  private:
+  void add(std::string_view text);
+  // Writes what waits, unless another thread is at it, with the lock but for the writing.
+  void writeWaiting(std::unique_lock<std::mutex>& guard);
   void writeRecords(std::string_view records);
 
-  std::mutex lock_;
   std::FILE* stream_;
+  std::mutex lock_;
+  std::condition_variable wrote_;
+  std::string waiting_;
+  std::string beingWritten_;
+  bool writing_ = false;
 };
 
 }  // namespace fillstation

@@ -87,6 +87,25 @@ TEST_F(LeaveProcess, RecordsWhatTheLogStillHolds) {
   ::unlink(path.c_str());
 }
 
+TEST_F(LeaveProcess, LetsAnotherThreadsRecordsReachTheStream) {
+  const std::string path = sharedPath("settled");
+  EXPECT_EXIT(
+      {
+        class SlowLog : public SystemLog {
+         public:
+          void write(std::string_view /*text*/) override {}
+          void settle() override { std::fputs("settled", stdout); }
+        };
+        redirect(stdout, path);
+        SlowLog log;
+        platform().systemLog = &log;
+        leaveProcess(0);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_TRUE(test::contentOf(path).ends_with("settled")) << test::contentOf(path);
+  ::unlink(path.c_str());
+}
+
 TEST_F(LeaveProcess, GivesTheStatusAndRunsNoExitHandlers) {
   EXPECT_EXIT(
       {

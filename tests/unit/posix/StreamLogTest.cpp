@@ -1,5 +1,6 @@
 #include "StreamLog.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/ioctl.h>
@@ -8,11 +9,16 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <functional>
+#include <future>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "FileHandle.h"
@@ -147,8 +153,8 @@ TEST(StreamLog, EndsWhenTheRestOfARecordFails) {
 }
 
 TEST(StreamLog, KeepsTheRecordsOfSeveralThreadsWholeAndEachThreadsInOrder) {
-  Records records;
-  StreamLog log(records.stream());
+  Records stream;
+  StreamLog log(stream.stream());
   std::vector<std::thread> writers;
   for (char name : {'a', 'b', 'c'}) {
     writers.emplace_back([&log, name] {
@@ -158,14 +164,98 @@ TEST(StreamLog, KeepsTheRecordsOfSeveralThreadsWholeAndEachThreadsInOrder) {
     });
   }
   std::map<char, int> next;
-  for (int count = 0; count < 60; ++count) {
-    const std::string record = records.next();
-    const char name = record.at(0);
-    EXPECT_EQ(record, std::string(1000, name) + std::to_string(next[name]++) + "\n");
+  for (int count = 0; count < 60;) {
+    std::istringstream records(stream.next());
+    for (std::string record; std::getline(records, record); ++count) {
+      const char name = record.at(0);
+      EXPECT_EQ(record, std::string(1000, name) + std::to_string(next[name]++));
+    }
   }
   for (auto& writer : writers) {
     writer.join();
   }
+}
+
+// A log whose stream takes nothing: a thread is held in writing the record "held".
+class HeldStreamLog : public testing::Test {
+ protected:
+  HeldStreamLog() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    reading_ = FileHandle(ends[0]);
+    stream_ = ::fdopen(ends[1], "w");
+    ::fcntl(ends[1], F_SETPIPE_SZ, 4096);
+    log = std::make_unique<StreamLog>(stream_);
+    threads.push_back(std::async(std::launch::async, [this] { log->write(held); }));
+    int waiting = 0;
+    while (waiting < 4096) {
+      ::ioctl(reading_.get(), FIONREAD, &waiting);
+    }
+  }
+  ~HeldStreamLog() override { std::fclose(stream_); }
+
+  void start(const std::function<void()>& body) {
+    threads.push_back(std::async(std::launch::async, body));
+  }
+  // Whether the thread that was started last is held too, as far as a while can show it.
+  bool lastIsHeld() {
+    for (int look = 0; look < 1000; ++look) {
+      std::this_thread::yield();
+    }
+    return threads.back().wait_for(std::chrono::seconds(0)) == std::future_status::timeout;
+  }
+  std::string readUntilAllHaveReturned() {
+    std::thread closing([this] {
+      threads.clear();
+      std::fclose(std::exchange(stream_, std::fopen("/dev/null", "w")));
+    });
+    std::string received;
+    std::array<char, 65536> buffer;
+    for (ssize_t count = 1; count > 0;) {
+      count = ::read(reading_.get(), buffer.data(), buffer.size());
+      received.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    closing.join();
+    return received;
+  }
+
+  const std::string held = std::string(10000, 'h');
+  std::unique_ptr<StreamLog> log;
+  std::vector<std::future<void>> threads;
+
+ private:
+  FileHandle reading_;
+  std::FILE* stream_ = nullptr;
+};
+
+TEST_F(HeldStreamLog, LeavesARecordToTheThreadThatIsWriting) {
+  log->write("one");
+  log->writeEach(std::vector<std::string>{"two", "three"});
+  EXPECT_EQ(readUntilAllHaveReturned(), held + "\none\ntwo\nthree\n");
+}
+
+TEST_F(HeldStreamLog, WaitsWhileVeryMuchIsWaiting) {
+  const std::string much(StreamLog::kMost - 2, 'm');
+  log->write(much);
+  log->write("");
+  start([this] { log->write("late"); });
+  EXPECT_TRUE(lastIsHeld());
+  EXPECT_EQ(readUntilAllHaveReturned(), held + "\n" + much + "\n\nlate\n");
+}
+
+TEST_F(HeldStreamLog, WaitsWithSeveralRecordsWhileVeryMuchIsWaiting) {
+  const std::string much(StreamLog::kMost - 1, 'm');
+  log->write(much);
+  start([this] { log->writeEach(std::vector<std::string>{"late"}); });
+  EXPECT_TRUE(lastIsHeld());
+  EXPECT_EQ(readUntilAllHaveReturned(), held + "\n" + much + "\nlate\n");
+}
+
+TEST_F(HeldStreamLog, SettlesWhenEverythingIsWritten) {
+  log->write("one");
+  start([this] { log->settle(); });
+  EXPECT_TRUE(lastIsHeld());
+  EXPECT_EQ(readUntilAllHaveReturned(), held + "\none\n");
 }
 
 }  // namespace
