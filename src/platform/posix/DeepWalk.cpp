@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -14,15 +12,6 @@
 #include "NameOrder.h"
 
 namespace fillstation {
-
-namespace {
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
-}  // namespace
 
 DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError)
     : path_(std::move(folder)), onError_(std::move(onError)) {}
@@ -49,7 +38,7 @@ std::optional<WalkEntry> DeepWalk::next() {
 }
 
 bool DeepWalk::enter() {
-  FileHandle folder = openLongPath(path_, O_RDONLY | O_DIRECTORY);
+  const FileHandle folder = openLongPath(path_, O_RDONLY | O_DIRECTORY);
   struct stat status {};
   if (!folder || ::fstat(folder.get(), &status) != 0) {
     return onError_(path_);
@@ -57,7 +46,7 @@ bool DeepWalk::enter() {
   Level level = std::exchange(spare_, {});
   level.names.clear();
   level.identity = {status.st_dev, status.st_ino};
-  const bool whole = readFolder(std::move(folder), level);
+  const bool whole = readFolder(folder, level);
   const std::string folderPath = path_;
   if (!path_.ends_with('/')) {
     path_ += '/';
@@ -67,26 +56,24 @@ bool DeepWalk::enter() {
   return whole || onError_(folderPath);
 }
 
-bool DeepWalk::readFolder(FileHandle folder, Level& level) {
-  const Folder reader(::fdopendir(folder.get()));
-  if (!reader) {
-    return false;
-  }
-  const int descriptor = folder.release();
-  errno = 0;
-  while (const dirent* entry = ::readdir(reader.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      lookAt(descriptor, entry->d_name, level);
+bool DeepWalk::readFolder(const FileHandle& folder, Level& level) {
+  ssize_t size = 1;
+  while (size > 0) {
+    size = ::getdents64(folder.get(), entries_.data(), entries_.size());
+    for (ssize_t at = 0; at < size;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(entries_.data() + at);
+      const std::string_view name = entry->d_name;
+      if (name != "." && name != "..") {
+        lookAt(folder.get(), entry->d_name, level);
+      }
+      at += entry->d_reclen;
     }
-    errno = 0;
   }
-  const bool whole = errno == 0;
   std::sort(level.children.begin(), level.children.end(),
             [&level](const Child& left, const Child& right) {
               return namesInOrder(level.nameOf(right), level.nameOf(left));
             });
-  return whole;
+  return size == 0;
 }
 
 void DeepWalk::lookAt(int folder, const char* name, Level& level) {

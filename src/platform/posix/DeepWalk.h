@@ -23,6 +23,9 @@ class DeepWalk : public DirectoryWalk {
   std::optional<WalkEntry> next() override;
 
  private:
+  // Bytes of entries that are read at once.
+  static constexpr std::size_t kEntries = 32768;
+
   struct Identity {
     dev_t device = 0;
     ino_t inode = 0;
@@ -50,7 +53,7 @@ class DeepWalk : public DirectoryWalk {
   // Reads the folder at path_ and makes it the lowest level. False when the walk is to end.
   bool enter();
   // Fills in what the folder holds; false when that can't be read to its end.
-  static bool readFolder(FileHandle folder, Level& level);
+  bool readFolder(const FileHandle& folder, Level& level);
   // Appends the entry of that name, unless it is a link to nothing.
   static void lookAt(int folder, const char* name, Level& level);
   bool isOnTheWayDown(const Identity& identity) const;
@@ -58,6 +61,7 @@ class DeepWalk : public DirectoryWalk {
   std::string path_;  // of the entry that was yielded last
   FileManager::WalkErrorHandler onError_;
   std::vector<Level> levels_;
+  std::vector<char> entries_ = std::vector<char>(kEntries);  // as the kernel gives them
   Level spare_;            // a level that is done with, for its memory
   bool enterNext_ = true;  // what path_ names is a folder to be entered
 };
