@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "FileHandle.h"
-
 namespace fillstation {
 
 namespace {
@@ -41,7 +39,10 @@ bool isJournal(std::FILE* stream) {
 }  // namespace
 
 JournalLog::JournalLog(std::FILE* stream, std::string socketPath)
-    : stream_(stream), socketPath_(std::move(socketPath)), streamIsJournal_(isJournal(stream)) {}
+    : stream_(stream),
+      socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
+      socketPath_(std::move(socketPath)),
+      streamIsJournal_(isJournal(stream)) {}
 
 void JournalLog::write(std::string_view text) {
   if (!reachesJournal(text) || !streamIsJournal_) {
@@ -49,14 +50,12 @@ void JournalLog::write(std::string_view text) {
   }
 }
 
-// One socket per record: the log outlives a journal that is started anew, and texts are few.
 bool JournalLog::reachesJournal(std::string_view text) const {
-  const FileHandle socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   socketPath_.copy(address.sun_path, sizeof(address.sun_path) - 1);
   const std::string entry = entryOf(text);
-  return ::sendto(socket.get(), entry.data(), entry.size(), 0,
+  return ::sendto(socket_.get(), entry.data(), entry.size(), 0,
                   reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "FileHandle.h"
 #include "StreamLog.h"
 #include "SystemLog.h"
 
@@ -18,11 +19,14 @@ class JournalLog : public SystemLog {
                       std::string socketPath = "/run/systemd/journal/socket");
 
   void write(std::string_view text) override;
+  void settle() override { stream_.settle(); }
 
  private:
   bool reachesJournal(std::string_view text) const;
 
   StreamLog stream_;
+  // Connected to nobody, so that it outlives a journal that is started anew.
+  const FileHandle socket_;
   const std::string socketPath_;
   const bool streamIsJournal_;
 };
