@@ -1,0 +1,218 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <thread>
+
+#include "BenchFolder.h"
+#include "FatImage.h"
+#include "FatText.h"
+#include "Person.h"
+#include "TempFolder.h"
+
+namespace fillstation::test {
+namespace {
+
+// How the program comes to its end.
+struct Way {
+  const char* name;
+  int signal;    // 0: its window is closed
+  bool crashes;  // or it leaves with status 0
+};
+
+constexpr Way kWays[] = {
+    {"Closed", 0, false},         {"Terminated", SIGTERM, false}, {"Interrupted", SIGINT, false},
+    {"LoggedOut", SIGHUP, false}, {"Killed", SIGKILL, true},      {"Aborted", SIGABRT, true},
+};
+
+// The steps of a run, in their order.
+constexpr const char* kSteps[] = {"listed", "asking", "authentication", "unmount", "wipe",
+                                  "format", "mount",  "copy",           "flush",   "reporting"};
+
+constexpr std::chrono::seconds kPatience{60};
+
+void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
+
+using Case = std::tuple<const char*, Way>;
+
+// The whole program over the virtual bench ends at one step of a run in one way, as a process that
+// is looked at from outside; then it is started again.
+class LeavingTest : public ::testing::TestWithParam<Case> {
+ protected:
+  LeavingTest() {
+    // What the program leaves behind comes to us.
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    rlimit cores{};
+    ::getrlimit(RLIMIT_CORE, &cores);
+    cores.rlim_cur = cores.rlim_max;
+    ::setrlimit(RLIMIT_CORE, &cores);
+    book.write("Book/1.mp3", "first");
+    book.write("Book/2.mp3", "second");
+    book.write("Book/Part/3.mp3", "third");
+    for (const char* name : {"a", "b"}) {
+      BenchPlayerPlan plan;
+      plan.name = name;
+      EXPECT_EQ(createPlayer(bench.path(), plan), std::nullopt);
+      EXPECT_TRUE(plugPlayer(bench.path(), name));
+    }
+    holdTool("wipe", "dd");
+    holdTool("format", "mkfs.fat");
+  }
+  ~LeavingTest() override { awaitNoChild(); }
+
+  static std::string step() { return std::get<0>(GetParam()); }
+  static Way way() { return std::get<1>(GetParam()); }
+
+  // A tool that notes its start and, at its step, waits until it may work.
+  void holdTool(const std::string& itsStep, const std::string& tool) {
+    const std::string wait =
+        step() == itsStep ? "until [ -e '" + notes.path("go") + "' ]; do sleep 0.01; done\n" : "";
+    const std::string file = tools.write(
+        tool, "#!/bin/sh\necho " + tool + " >>'" + notes.path("started") + "'\n" + wait +
+                  "PATH=/usr/sbin:/usr/bin:/sbin:/bin exec " + tool + " \"$@\"\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+  }
+  std::unique_ptr<Person> start(const std::string& held, const std::string& firstTools) {
+    return std::make_unique<Person>(
+        std::vector<std::string>{"env", "PATH=" + firstTools + ":/usr/bin:/bin",
+                                 "HOME=" + notes.path(), "QT_QPA_PLATFORM=offscreen",
+                                 PERSON_PROGRAM, bench.path(), held},
+        notes.path("streams"));
+  }
+  static bool await(const std::function<bool()>& condition) {
+    const auto limit = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > limit) {
+        return false;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+  }
+  // Everything that the program has started and that outlived it has ended.
+  static void awaitNoChild() {
+    EXPECT_TRUE(await([] {
+      while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+      }
+      return ::waitpid(-1, nullptr, WNOHANG) < 0;
+    })) << "a process is left behind";
+  }
+
+  // Takes the run to the step and leaves it there.
+  void reach(Person& person) {
+    ASSERT_TRUE(person.ask({"players", "2"}, "players"));
+    if (step() == "listed") {
+      return;
+    }
+    ASSERT_TRUE(person.ask({"add", book.path("Book")}, "added"));
+    ASSERT_TRUE(person.ask({"ask"}, "asking"));
+    if (step() == "asking") {
+      return;
+    }
+    ASSERT_TRUE(person.ask({"type", "bench", "bench"}, "typed"));
+    person.say({"ok"});
+    if (step() == "wipe" || step() == "format") {
+      // Both players' commands are under way.
+      const std::size_t lines = step() == "wipe" ? 2 : 4;
+      ASSERT_TRUE(await([&] { return linesOf(started()) == lines; })) << started();
+    } else if (step() == "reporting") {
+      ASSERT_TRUE(person.ask({"alert"}, "Process Completed."));
+    } else {
+      ASSERT_EQ(person.hear(), "held");
+    }
+  }
+  void leave(Person& person) {
+    if (way().signal == 0) {
+      person.say({"close"});
+    } else {
+      person.signal(way().signal);
+    }
+    const auto status = person.ended();
+    ASSERT_TRUE(status) << "it hangs";
+    EXPECT_EQ(WIFSIGNALED(*status), way().crashes);
+    if (way().crashes) {
+      EXPECT_EQ(WTERMSIG(*status), way().signal);
+      EXPECT_FALSE(WCOREDUMP(*status));
+    } else {
+      EXPECT_EQ(WEXITSTATUS(*status), 0);
+    }
+  }
+  // The tools that were started, a line each.
+  std::string started() const { return contentOf(notes.path("started")); }
+  static std::size_t linesOf(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  }
+
+  // The file names on a player's image, in directory order, folders with a "/".
+  std::vector<std::string> filesOn(const std::string& name) const {
+    const FileHandle image(::open(pluggedImage(bench.path(), name).c_str(), O_RDONLY | O_CLOEXEC));
+    const auto fat = FatImage::open(image.get());
+    std::vector<std::string> names;
+    const std::function<void(std::uint32_t)> collect = [&](std::uint32_t cluster) {
+      const auto directory = fat->list(cluster);
+      for (const auto& entry : directory ? directory->entries : std::vector<FatEntry>()) {
+        names.push_back(utf8Of(entry.name) + (entry.isDirectory ? "/" : ""));
+        if (entry.isDirectory) {
+          collect(entry.firstCluster);
+        }
+      }
+    };
+    if (fat) {
+      collect(fat->rootCluster());
+    }
+    return names;
+  }
+
+  TempFolder notes;
+  TempFolder tools;
+  TempFolder book;
+  TempFolder bench;
+};
+
+TEST_P(LeavingTest, EndsAtOnceLeavesNothingRunningAndStartsAgain) {
+  {
+    const auto person = start(step(), tools.path());
+    ASSERT_NO_FATAL_FAILURE(reach(*person));
+    ASSERT_NO_FATAL_FAILURE(leave(*person));
+  }
+  // A command that is under way goes on to its end, and no other begins.
+  const std::string before = started();
+  notes.write("go", "");
+  awaitNoChild();
+  EXPECT_EQ(started(), before);
+
+  const auto again = start("", tools.path("none"));
+  ASSERT_TRUE(again->ask({"players", "2"}, "players"));
+  ASSERT_TRUE(again->ask({"add", book.path("Book")}, "added"));
+  ASSERT_TRUE(again->ask({"ask"}, "asking"));
+  ASSERT_TRUE(again->ask({"type", "bench", "bench"}, "typed"));
+  again->say({"ok"});
+  EXPECT_TRUE(again->ask({"alert"}, "Process Completed."));
+  EXPECT_TRUE(again->ask({"dismiss"}, "dismissed"));
+  again->say({"close"});
+  EXPECT_EQ(again->ended(), 0);
+  for (const char* name : {"a", "b"}) {
+    EXPECT_EQ(filesOn(name), (std::vector<std::string>{"1.mp3", "2.mp3", "Part/", "3.mp3"}));
+  }
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
+  return std::string(std::get<1>(info.param).name) + "At_" + std::get<0>(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWay, LeavingTest,
+                         ::testing::Combine(::testing::ValuesIn(kSteps),
+                                            ::testing::ValuesIn(kWays)),
+                         nameOf);
+
+}  // namespace
+}  // namespace fillstation::test

@@ -1,0 +1,203 @@
+#include <QAbstractButton>
+#include <QApplication>
+#include <QSocketNotifier>
+#include <QTest>
+#include <QTimer>
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "AgentProtocol.h"
+#include "Alert.h"
+#include "AppRunner.h"
+#include "Bench.h"
+#include "Holds.h"
+#include "JournalLog.h"
+#include "PolkitScriptRunner.h"
+#include "QtClock.h"
+#include "WindowSet.h"
+#include "ui_CredentialsPanel.h"
+#include "ui_MainWindow.h"
+
+// person_program BENCH STEP [AGENT]: the program over the virtual bench of that folder, with a
+// person at its window who does what comes over the socket that is standard input, and tells over
+// it what there is to be seen:
+//
+//   players N            -> "players" when so many are listed
+//   add FOLDER           -> "added" when it was chosen and the command is over
+//   ask                  -> "asking" when all are ticked and the credentials are asked for
+//   type NAME PASSWORD   -> "typed"
+//   ok                   no answer
+//   alert                -> the text of the alert that is up or will be
+//   dismiss              -> "dismissed" when the alert is gone and the window can be used
+//   close                no answer: closes the window
+//
+// A run stays at the STEP (see Holds), and "held" tells when it is there. With an AGENT the two
+// commands are run by it, authenticated by polkit, and the log is the journal. Pauses take a
+// thousandth of a second.
+namespace fillstation::test {
+namespace {
+
+constexpr int kSocket = 0;
+
+void tell(const std::string& text) {
+  static std::mutex lock;
+  const std::scoped_lock guard(lock);
+  sendText(kSocket, text);
+}
+
+std::string next() {
+  auto text = receiveText(kSocket);
+  if (!text) {
+    ::_exit(3);  // nobody is there any more
+  }
+  return *std::move(text);
+}
+
+class QuickClock : public QtClock {
+ public:
+  using QtClock::QtClock;
+  bool sleep(std::chrono::microseconds duration) override {
+    return QtClock::sleep(std::min(duration, std::chrono::microseconds(1000)));
+  }
+};
+
+struct Ports {
+  Ports(Platform& ports, StopSource& stop, QtMainThread& mainThread, char** words)
+      : clock(stop),
+        bench(words[1], {stop, mainThread, clock, *ports.workers,
+                         words[3] != nullptr ? journal : *ports.systemLog}),
+        holds(words[2], &tell) {
+    bench.installInto(ports);
+    if (words[3] != nullptr) {
+      polkit = std::make_unique<PolkitScriptRunner>(
+          words[3],
+          [](const DiskIdentity& target) {
+            return PlayerGuard{target.node, target.usbHandle >> 16U, target.usbHandle & 0xFFFFU, 1};
+          },
+          [](const DiskIdentity&) {});
+      ports.scriptRunner = polkit.get();
+    }
+    holds.installInto(ports);
+  }
+
+  QuickClock clock;
+  JournalLog journal;
+  Bench bench;
+  std::unique_ptr<PolkitScriptRunner> polkit;
+  Holds holds;
+};
+
+Alert* alert() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    auto* const box = qobject_cast<Alert*>(widget);
+    if (box != nullptr && box->isVisible()) {
+      return box;
+    }
+  }
+  return nullptr;
+}
+
+// Tells a text as soon as there is one. By looking again and again, not by waiting: what is waited
+// for may go on only when this returns.
+void tellWhen(QObject* owner, const std::function<std::optional<std::string>()>& look) {
+  auto* const again = new QTimer(owner);
+  QObject::connect(again, &QTimer::timeout, [again, look] {
+    if (const auto text = look()) {
+      again->deleteLater();
+      again->stop();
+      tell(*text);
+    }
+  });
+  again->start(1);
+}
+
+class Hands {
+ public:
+  explicit Hands(WindowSet& windows) : windows_(windows), ui_(windows.window().ui()) {
+    windows.delegate()->setOpenPanel(
+        [this](const std::string&) { return std::vector{Url::fromPath(folder_, true)}; });
+  }
+
+  // A command with what belongs to it.
+  void obey(const std::string& command, const std::string& what, const std::string& password) {
+    if (command == "players") {
+      const std::size_t count = std::stoul(what);
+      tellWhen([=, this] { return windows_.players()->listed().size() == count; }, command);
+    } else if (command == "add") {
+      folder_ = what;
+      click(ui_.btnBrowse);
+      tell("added");
+    } else if (command == "ask") {
+      click(ui_.btnAll);
+      click(ui_.btnStart);
+      tellWhen([this] { return windows_.panel().isVisible(); }, "asking");
+    } else if (command == "type") {
+      panel().userNameField->setText(QString::fromStdString(what));
+      panel().passwordField->setText(QString::fromStdString(password));
+      tell("typed");
+    } else if (command == "ok") {
+      click(panel().btnPassOk);
+    } else {
+      end(command);
+    }
+  }
+
+ private:
+  void end(const std::string& command) {
+    if (command == "alert") {
+      test::tellWhen(&windows_.window(), [] {
+        return alert() != nullptr ? std::optional(alert()->text().toStdString()) : std::nullopt;
+      });
+    } else if (command == "dismiss") {
+      click(alert()->button(QMessageBox::Ok));
+      tellWhen([this] { return ui_.btnStart->isEnabled(); }, "dismissed");
+    } else if (command == "close") {
+      windows_.window().close();
+    } else {
+      tell("no command");
+    }
+  }
+
+  void tellWhen(const std::function<bool()>& holds, const std::string& text) {
+    test::tellWhen(&windows_.window(),
+                   [=] { return holds() ? std::optional(text) : std::nullopt; });
+  }
+  static void click(QAbstractButton* button) { QTest::mouseClick(button, Qt::LeftButton); }
+  const Ui::CredentialsPanel& panel() const { return windows_.panel().ui(); }
+
+  WindowSet& windows_;
+  const Ui::MainWindow& ui_;
+  std::string folder_;
+};
+
+void listen(WindowSet& windows) {
+  const auto hands = std::make_shared<Hands>(windows);
+  auto* const ear = new QSocketNotifier(kSocket, QSocketNotifier::Read, &windows.window());
+  QObject::connect(ear, &QSocketNotifier::activated, [hands, &windows] {
+    const std::string command = next();
+    const bool hasMore = command == "players" || command == "add" || command == "type";
+    const std::string what = hasMore ? next() : std::string();
+    const std::string password = command == "type" ? next() : std::string();
+    // Not from here: some commands return only when a later one has been obeyed.
+    QTimer::singleShot(0, &windows.window(), [=] { hands->obey(command, what, password); });
+  });
+}
+
+}  // namespace
+}  // namespace fillstation::test
+
+int main(int argc, char** argv) {
+  using namespace fillstation;
+  // Qt takes words of its own out of the list.
+  char** const words = argv;
+  BackEnd backEnd;
+  backEnd.install = [words](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
+    return std::make_shared<test::Ports>(ports, stop, mainThread, words);
+  };
+  backEnd.shown = &test::listen;
+  return runApplication(argc, argv, backEnd);
+}
