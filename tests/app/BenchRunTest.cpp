@@ -12,6 +12,7 @@
 #include "Alert.h"
 #include "Bench.h"
 #include "BenchFolder.h"
+#include "HurriedClock.h"
 #include "QtMainThread.h"
 #include "ShellCommand.h"
 #include "StdCapture.h"
@@ -26,24 +27,6 @@ namespace fillstation::test {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-// Pauses take no time, but whatever the main thread has to do by then is done.
-class HurriedClock : public Clock {
- public:
-  explicit HurriedClock(QtMainThread& mainThread) : mainThread_(mainThread) {}
-
-  bool sleep(std::chrono::microseconds /*duration*/) override {
-    if (std::this_thread::get_id() == main_) {
-      QCoreApplication::processEvents();
-      return true;
-    }
-    return mainThread_.runAndWait([] {});
-  }
-
- private:
-  QtMainThread& mainThread_;
-  const std::thread::id main_ = std::this_thread::get_id();
-};
 
 // What each thread wrote, in its order.
 class ThreadLog : public SystemLog {
