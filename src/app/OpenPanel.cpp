@@ -1,10 +1,12 @@
 #include "OpenPanel.h"
 
+#include <QDialogButtonBox>
 #include <QFileSystemModel>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QListView>
+#include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTreeView>
@@ -49,6 +51,10 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   // A folder that was entered is named, so that the "Open" button can take it.
   connect(findChild<QFileSystemModel*>(), &QFileSystemModel::rootPathChanged, nameEdit(*this),
           &QLineEdit::setText);
+  // Qt takes double quotes for marks around several names and would refuse a name that has some.
+  auto* const open = findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open);
+  connect(nameEdit(*this), &QLineEdit::textChanged, open,
+          [this, open] { open->setEnabled(canChoose(typedPath())); });
 }
 
 OpenPanelFunction OpenPanel::runner(QWidget* parent) {
@@ -94,8 +100,11 @@ void OpenPanel::showSelectedName() {
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   for (const QModelIndex& index : list->selectionModel()->selectedRows()) {
     const QString path = index.data(QFileSystemModel::FilePathRole).toString();
-    // Qt names no folder here, and a file as it is shown.
-    nameEdit(*this)->setText(QFileInfo(path).fileName());
+    // Qt names no folder here, and a file as it is shown. Between the quotes of a name it may find
+    // an empty one, and select the shown folder itself.
+    if (index.parent() == list->rootIndex()) {
+      nameEdit(*this)->setText(QFileInfo(path).fileName());
+    }
   }
 }
 
