@@ -2,10 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <linux/loop.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <array>
@@ -20,36 +17,9 @@ namespace fillstation::contract {
 
 namespace {
 
-constexpr unsigned int kLoopMajor = 7;
-
 void shell(const std::string& command) { EXPECT_EQ(std::system(command.c_str()), 0) << command; }
 
-std::string loopNode(int number) { return "/run/box/loop" + std::to_string(number); }
-std::string loopNumber(int number) {
-  return std::to_string(kLoopMajor) + ":" + std::to_string(number);
-}
 std::string lastPart(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-
-// A free block device over the file; another process may be faster with a number.
-int attachLoop(int file, FileHandle& device) {
-  const FileHandle control(::open("/run/box/loop-control", O_RDWR | O_CLOEXEC));
-  loop_config config{};
-  config.fd = static_cast<std::uint32_t>(file);
-  config.info.lo_flags = LO_FLAGS_AUTOCLEAR | LO_FLAGS_PARTSCAN;
-  for (;;) {
-    const int number = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
-    if (number < 0) {
-      ADD_FAILURE() << "no loop device";
-      return 0;
-    }
-    ::mknod(loopNode(number).c_str(), S_IFBLK | 0600,
-            ::makedev(kLoopMajor, static_cast<unsigned int>(number)));
-    device = FileHandle(::open(loopNode(number).c_str(), O_RDWR | O_CLOEXEC));
-    if (device && ::ioctl(device.get(), LOOP_CONFIGURE, &config) == 0) {
-      return number;
-    }
-  }
-}
 
 }  // namespace
 
@@ -85,9 +55,9 @@ void BoxBackEnd::make(const std::string& name, const PlayerWish& wish) {
   LoopDisk& disk = disks_[name];
   disk.image = FileHandle(::open(image.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   EXPECT_EQ(::ftruncate(disk.image.get(), wish.sizeMiB * 1024 * 1024), 0);
-  disk.number = attachLoop(disk.image.get(), disk.device);
+  disk.loop = test::LoopDevice::of(disk.image.get());
   if (!wish.blank) {
-    shell("mkfs.fat -F32 " + loopNode(disk.number) + " >/dev/null");
+    shell("mkfs.fat -F32 " + disk.loop.node() + " >/dev/null");
   }
 }
 
@@ -103,8 +73,8 @@ void BoxBackEnd::plug(const std::string& name) {
   std::filesystem::create_directory_symlink("..", folder + "/device");
   std::filesystem::create_directories(sysPath("/dev/block"));
   std::filesystem::create_directory_symlink("../../" + player.diskPath.substr(5),
-                                            sysPath("/dev/block/" + loopNumber(disk.number)));
-  shell("mknod /dev/" + player.diskName + " b 7 " + std::to_string(disk.number));
+                                            sysPath("/dev/block/" + disk.loop.deviceNumber()));
+  shell("mknod /dev/" + player.diskName + " b 7 " + std::to_string(disk.loop.number));
   if (rig.machine.isMounted(player.minor)) {
     shell("mkdir -p /run/box/" + player.diskName + "; mount -t tmpfs /dev/" + player.diskName +
           " /run/box/" + player.diskName);
@@ -113,7 +83,7 @@ void BoxBackEnd::plug(const std::string& name) {
 
 void BoxBackEnd::unplug(const std::string& name) {
   const test::MockPlayer& player = rig.machine.player(name);
-  std::filesystem::remove(sysPath("/dev/block/" + loopNumber(disks_[name].number)));
+  std::filesystem::remove(sysPath("/dev/block/" + disks_[name].loop.deviceNumber()));
   shell("rm -f /dev/" + player.diskName);
   if (rig.machine.isMounted(player.minor)) {
     shell("umount /run/box/" + player.diskName);
@@ -134,7 +104,7 @@ test::UDisksAnswer BoxBackEnd::obeyAndMount(const test::UDisksCall& call) {
 }
 
 std::vector<OnMedium> BoxBackEnd::content(const std::string& name) {
-  EXPECT_EQ(::fsync(disks_[name].device.get()), 0);
+  EXPECT_EQ(::fsync(disks_[name].loop.device.get()), 0);
   const auto fat = FatImage::open(disks_[name].image.get());
   const auto root = fat ? fat->list(fat->rootCluster()) : std::nullopt;
   EXPECT_TRUE(root);
@@ -146,23 +116,24 @@ std::vector<OnMedium> BoxBackEnd::content(const std::string& name) {
 }
 
 bool BoxBackEnd::isSound(const std::string& name) {
-  return std::system(("fsck.fat -n " + loopNode(disks_[name].number) + " >/dev/null").c_str()) == 0;
+  return std::system(("fsck.fat -n " + disks_[name].loop.node() + " >/dev/null").c_str()) == 0;
 }
 
 std::string BoxBackEnd::head(const std::string& name, std::size_t bytes) {
   std::string read(bytes, '?');
-  EXPECT_EQ(::pread(disks_[name].device.get(), read.data(), bytes, 0), static_cast<ssize_t>(bytes));
+  EXPECT_EQ(::pread(disks_[name].loop.device.get(), read.data(), bytes, 0),
+            static_cast<ssize_t>(bytes));
   return read;
 }
 
 void BoxBackEnd::writeHead(const std::string& name, const std::string& bytes) {
-  EXPECT_EQ(::pwrite(disks_[name].device.get(), bytes.data(), bytes.size(), 0),
+  EXPECT_EQ(::pwrite(disks_[name].loop.device.get(), bytes.data(), bytes.size(), 0),
             static_cast<ssize_t>(bytes.size()));
 }
 
 std::int64_t BoxBackEnd::mediumSize(const std::string& name) {
   std::uint64_t size = 0;
-  EXPECT_EQ(::ioctl(disks_[name].device.get(), BLKGETSIZE64, &size), 0);
+  EXPECT_EQ(::ioctl(disks_[name].loop.device.get(), BLKGETSIZE64, &size), 0);
   return static_cast<std::int64_t>(size);
 }
 
@@ -183,7 +154,7 @@ void BoxBackEnd::notice(const std::string& node) {
 
 std::optional<test::MockFileSystem> BoxBackEnd::fileSystemOn(const LoopDisk& disk) const {
   std::array<unsigned char, 512> sector{};
-  EXPECT_EQ(::pread(disk.device.get(), sector.data(), sector.size(), 0),
+  EXPECT_EQ(::pread(disk.loop.device.get(), sector.data(), sector.size(), 0),
             static_cast<ssize_t>(sector.size()));
   if (std::string(&sector[82], &sector[87]) != "FAT32") {
     return std::nullopt;

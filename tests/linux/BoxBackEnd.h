@@ -6,6 +6,7 @@
 
 #include "FileHandle.h"
 #include "LinuxBackEnd.h"
+#include "LoopDevice.h"
 #include "PolkitScriptRunner.h"
 
 namespace fillstation::contract {
@@ -31,11 +32,9 @@ class BoxBackEnd : public LinuxBackEnd {
   std::int64_t mediumSize(const std::string& name) override;
 
  private:
-  // A block device made of a file, gone when nobody has it open any more.
   struct LoopDisk {
     FileHandle image;
-    FileHandle device;
-    int number = 0;
+    test::LoopDevice loop;
   };
 
   // Runs a command and then has udev notice what has become of the disk.

@@ -102,6 +102,9 @@ int main() {
   const std::string user = receiveText(STDIN_FILENO).value_or("");
   const std::string password = receiveText(STDIN_FILENO).value_or("");
   note("user " + user + " password " + password + "\n");
+  if (user == "refuse" || password == "refuse") {
+    return reply({Kind::wrongCredentials, 0, {}, {}});
+  }
   if (user == "boss") {
     return serve({Kind::ended, std::stoi(password), "its output", "its /dev/fd/9 error"}, 0);
   }

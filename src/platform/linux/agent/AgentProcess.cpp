@@ -63,7 +63,9 @@ bool leaveRoot() {
 }
 
 std::optional<uid_t> findUser(const std::string& name) {
-  const passwd* found = ::getpwnam(name.c_str());
+  // A null byte would cut the name short.
+  const bool isName = name.find('\0') == std::string::npos;
+  const passwd* found = isName ? ::getpwnam(name.c_str()) : nullptr;
   return found != nullptr ? std::optional(found->pw_uid) : std::nullopt;
 }
 
