@@ -16,10 +16,7 @@
 #include <mutex>
 #include <thread>
 
-#include "BenchFolder.h"
-#include "LoopDevice.h"
-#include "Person.h"
-#include "script_box.h"
+#include "script_window.h"
 
 namespace fillstation::test {
 namespace {
@@ -71,82 +68,17 @@ class LogSocket {
   std::thread reader_;
 };
 
-// A whole run in the real window, by an ordinary user, with the real polkit, pkexec, dd and
-// mkfs.fat, on a player that is a block device made of a file; and everybody else who looks.
-class ScriptSecretsTest : public ScriptBoxTest {
+// Everybody who looks while a run is under way in the window.
+class ScriptSecretsTest : public ScriptWindowTest {
  protected:
   void SetUp() override {
-    ScriptBoxTest::SetUp();
-    if (IsSkipped()) {
-      return;
+    ScriptWindowTest::SetUp();
+    if (!IsSkipped()) {
+      journal_ = std::make_unique<LogSocket>("/run/systemd/journal/socket");
+      syslog_ = std::make_unique<LogSocket>("/dev/log");
     }
-    makePlayer();
-    shell(
-        "mkdir -m 777 /run/box/home /run/box/Book /run/box/cores; echo one >/run/box/Book/1.mp3; "
-        "touch /run/box/person; mount --bind '" PERSON_PROGRAM
-        "' /run/box/person; chown -R tester /run/box/bench");
-    journal_ = std::make_unique<LogSocket>("/run/systemd/journal/socket");
-    syslog_ = std::make_unique<LogSocket>("/dev/log");
-    slowPam();
-    slowTool("/usr/bin/dd", "wiping");
   }
 
-  // The bench's image as /dev/vp0, which the box's /sys says to be the first player of USB bus 1.
-  void makePlayer() {
-    BenchPlayerPlan plan;
-    plan.name = "a";
-    ASSERT_EQ(createPlayer("/run/box/bench", plan), std::nullopt);
-    ASSERT_TRUE(plugPlayer("/run/box/bench", "a"));
-    shell("mkdir /run/box/sys; sh '" BOX_DISKS_SCRIPT "' /run/box/sys");
-    image_ = FileHandle(::open(pluggedImage("/run/box/bench", "a").c_str(), O_RDWR | O_CLOEXEC));
-    loop_ = LoopDevice::of(image_.get());
-    const std::string number = loop_.deviceNumber();
-    shell(
-        "cd /sys; mkdir -p dev/block usb/vp0/device usb/vp0/holders; echo 1 >usb/busnum; "
-        "echo 2 >usb/devnum; echo 1 >usb/vp0/diskseq; echo 'ACTIONS ' >usb/vp0/device/vendor; "
-        "echo " +
-        number + " >usb/vp0/dev; ln -s ../../usb/vp0 dev/block/" + number +
-        "; mknod /dev/vp0 b 7 " + std::to_string(loop_.number));
-  }
-  // Has a tool tell by the file that it was started, and wait for /run/box/go-on.
-  static void slowTool(const std::string& tool, const std::string& file) {
-    const std::string real = "/run/box/real-" + file;
-    shell("cp -p " + tool + " " + real);
-    writeFile("/run/box/slow-" + file, "#!/bin/sh\ntouch /run/box/" + file +
-                                           "\nuntil [ -e /run/box/go-on ]; do sleep 0.02; done\n"
-                                           "exec " +
-                                           real + " \"$@\"\n");
-    shell("chmod +x /run/box/slow-" + file + "; mount --bind /run/box/slow-" + file + " " + tool);
-  }
-  // The window of tester's, in a folder where cores may be written.
-  static std::unique_ptr<Person> openWindow() {
-    auto person = std::make_unique<Person>(
-        std::vector<std::string>{"setpriv", "--reuid=tester", "--regid=nogroup", "--clear-groups",
-                                 "env", "-i", "PATH=/usr/bin:/bin", "LANG=C.UTF-8",
-                                 "HOME=/run/box/home", "QT_QPA_PLATFORM=offscreen", "/bin/sh", "-c",
-                                 "cd /run/box/cores; ulimit -c unlimited; exec \"$@\"", "sh",
-                                 "/run/box/person", "/run/box/bench", "", "/run/box/agent"},
-        "/run/box/streams");
-    EXPECT_TRUE(person->ask({"players", "1"}, "players"));
-    EXPECT_TRUE(person->ask({"add", "/run/box/Book"}, "added"));
-    return person;
-  }
-  static void type(Person& person, const std::string& password) {
-    EXPECT_TRUE(person.ask({"ask"}, "asking"));
-    EXPECT_TRUE(person.ask({"type", "boss", password}, "typed"));
-  }
-
-  // The processes with this word on their command lines.
-  static std::vector<pid_t> processes(const std::string& word) {
-    std::vector<pid_t> found;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-      const std::string words = read(entry.path() / "cmdline");
-      if (words.starts_with(word)) {
-        found.push_back(std::stoi(entry.path().filename()));
-      }
-    }
-    return found;
-  }
   // What the process shows to those who may look, its children's and its helpers' included.
   void expectNothingShown(const std::string& when) {
     int seen = 0;
@@ -173,8 +105,6 @@ class ScriptSecretsTest : public ScriptBoxTest {
     }
   }
 
-  FileHandle image_;
-  LoopDevice loop_;
   std::unique_ptr<LogSocket> journal_;
   std::unique_ptr<LogSocket> syslog_;
 };
@@ -201,7 +131,7 @@ TEST_F(ScriptSecretsTest, NothingShowsThePasswordAtAnyMomentOfARun) {
   awaitFile("/run/box/wiping");
   EXPECT_GE(processesWith("if=/dev/zero"), 1);
   expectNothingShown("the command runs");
-  writeFile("/run/box/go-on", "");
+  writeFile("/run/box/go-wiping", "");
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
   expectNothingShown("completed");
   EXPECT_NE(journal_->text().find("done\n"), std::string::npos);
@@ -268,7 +198,7 @@ TEST_F(ScriptPrivacyTest, TheUsersOtherProgramsCantLookIntoWindowOrAgent) {
     EXPECT_EQ(looksInto(running.front()), 0) << program;
   }
   writeFile("/run/box/go", "");
-  writeFile("/run/box/go-on", "");
+  writeFile("/run/box/go-wiping", "");
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
   EXPECT_EQ(looksInto(person->process()), 0);
 }
@@ -294,7 +224,7 @@ TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
   // The wipe is tried again, by another agent.
   await([&] { return !exists("/proc/" + std::to_string(agents.front())); }, "the agent ends");
   writeFile("/run/box/go", "");
-  writeFile("/run/box/go-on", "");
+  writeFile("/run/box/go-wiping", "");
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
   person->signal(SIGABRT);
   const auto status = person->ended();

@@ -1,0 +1,95 @@
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <ostream>
+#include <string>
+#include <tuple>
+
+#include "script_window.h"
+
+namespace fillstation::test {
+namespace {
+
+// How the window comes to its end: by a signal, or closed.
+struct Way {
+  const char* name;
+  int signal;
+};
+
+void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
+
+// Where the run is then: while the password is checked, or a command runs.
+using Case = std::tuple<const char*, Way>;
+
+// What runs as root, and is left when the window ends at one moment of a run.
+class ScriptLeavingTest : public ScriptWindowTest, public ::testing::WithParamInterface<Case> {
+ protected:
+  static std::string moment() { return std::get<0>(GetParam()); }
+  static Way way() { return std::get<1>(GetParam()); }
+
+  static void leave(Person& person) {
+    if (way().signal == 0) {
+      person.say({"close"});
+    } else {
+      person.signal(way().signal);
+    }
+    const auto status = person.ended();
+    ASSERT_TRUE(status) << "it hangs";
+    if (way().signal == SIGKILL) {
+      EXPECT_EQ(WTERMSIG(*status), SIGKILL);
+    } else {
+      EXPECT_EQ(*status, 0);
+    }
+  }
+  static void awaitNothingLeft() {
+    await(
+        [] {
+          return processes("/run/box/agent").empty() && processesWith("pkexec") == 0 &&
+                 processesWith("polkit-agent-helper") == 0 && processesWith("/dev/fd/9") == 0 &&
+                 processesWith("fillstation: ready") == 0;
+        },
+        "everything of the run ends");
+  }
+};
+
+TEST_P(ScriptLeavingTest, NoCommandBeginsAndOneThatRunsEnds) {
+  slowTool("/usr/sbin/mkfs.fat", "formatting");
+  const auto person = openWindow();
+  type(*person, kBossPassword);
+  person->say({"ok"});
+  awaitFile("/run/box/asked");
+  if (moment() != "Authentication") {
+    writeFile("/run/box/go", "");
+    awaitFile("/run/box/wiping");
+  }
+  if (moment() == "Format") {
+    writeFile("/run/box/go-wiping", "");
+    awaitFile("/run/box/formatting");
+  }
+  leave(*person);
+  for (const char* file : {"/run/box/go", "/run/box/go-wiping", "/run/box/go-formatting"}) {
+    writeFile(file, "");
+  }
+  awaitNothingLeft();
+  EXPECT_EQ(exists("/run/box/wiping"), moment() != "Authentication");
+  EXPECT_EQ(exists("/run/box/formatting"), moment() == "Format");
+
+  const auto again = openWindow();
+  type(*again, kBossPassword);
+  again->say({"ok"});
+  EXPECT_TRUE(again->ask({"alert"}, "Process Completed."));
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
+  return std::string(std::get<1>(info.param).name) + "During" + std::get<0>(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ScriptLeavingTest,
+                         ::testing::Combine(::testing::Values("Authentication", "Wipe", "Format"),
+                                            ::testing::Values(Way{"Closed", 0},
+                                                              Way{"Terminated", SIGTERM},
+                                                              Way{"Killed", SIGKILL})),
+                         nameOf);
+
+}  // namespace
+}  // namespace fillstation::test

@@ -1,0 +1,83 @@
+#include "script_window.h"
+
+#include <fcntl.h>
+
+#include <filesystem>
+
+#include "BenchFolder.h"
+
+namespace fillstation::test {
+
+void ScriptWindowTest::SetUp() {
+  ScriptBoxTest::SetUp();
+  if (IsSkipped()) {
+    return;
+  }
+  makePlayer();
+  shell(
+      "mkdir -m 777 /run/box/home /run/box/Book /run/box/cores; echo one >/run/box/Book/1.mp3; "
+      "touch /run/box/person; mount --bind '" PERSON_PROGRAM
+      "' /run/box/person; chown -R tester /run/box/bench");
+  slowPam();
+  slowTool("/usr/bin/dd", "wiping");
+}
+
+// The bench's image as /dev/vp0, which the box's /sys says to be the first player of USB bus 1.
+void ScriptWindowTest::makePlayer() {
+  BenchPlayerPlan plan;
+  plan.name = "a";
+  ASSERT_EQ(createPlayer("/run/box/bench", plan), std::nullopt);
+  ASSERT_TRUE(plugPlayer("/run/box/bench", "a"));
+  shell("mkdir /run/box/sys; sh '" BOX_DISKS_SCRIPT "' /run/box/sys");
+  image_ = FileHandle(::open(pluggedImage("/run/box/bench", "a").c_str(), O_RDWR | O_CLOEXEC));
+  loop_ = LoopDevice::of(image_.get());
+  const std::string number = loop_.deviceNumber();
+  shell(
+      "cd /sys; mkdir -p dev/block usb/vp0/device usb/vp0/holders; echo 1 >usb/busnum; "
+      "echo 2 >usb/devnum; echo 1 >usb/vp0/diskseq; echo 'ACTIONS ' >usb/vp0/device/vendor; "
+      "echo " +
+      number + " >usb/vp0/dev; ln -s ../../usb/vp0 dev/block/" + number + "; mknod /dev/vp0 b 7 " +
+      std::to_string(loop_.number));
+}
+
+void ScriptWindowTest::slowTool(const std::string& tool, const std::string& name) {
+  const std::string real = "/run/box/real-" + name;
+  shell("cp -p " + tool + " " + real);
+  writeFile("/run/box/slow-" + name, "#!/bin/sh\ntouch /run/box/" + name +
+                                         "\nuntil [ -e /run/box/go-" + name +
+                                         " ]; do sleep 0.02; done\n"
+                                         "exec " +
+                                         real + " \"$@\"\n");
+  shell("chmod +x /run/box/slow-" + name + "; mount --bind /run/box/slow-" + name + " " + tool);
+}
+
+std::unique_ptr<Person> ScriptWindowTest::openWindow() {
+  auto person = std::make_unique<Person>(
+      std::vector<std::string>{"setpriv", "--reuid=tester", "--regid=nogroup", "--clear-groups",
+                               "env", "-i", "PATH=/usr/bin:/bin", "LANG=C.UTF-8",
+                               "HOME=/run/box/home", "QT_QPA_PLATFORM=offscreen", "/bin/sh", "-c",
+                               "cd /run/box/cores; ulimit -c unlimited; exec \"$@\"", "sh",
+                               "/run/box/person", "/run/box/bench", "", "/run/box/agent"},
+      "/run/box/streams");
+  EXPECT_TRUE(person->ask({"players", "1"}, "players"));
+  EXPECT_TRUE(person->ask({"add", "/run/box/Book"}, "added"));
+  return person;
+}
+
+void ScriptWindowTest::type(Person& person, const std::string& password) {
+  EXPECT_TRUE(person.ask({"ask"}, "asking"));
+  EXPECT_TRUE(person.ask({"type", "boss", password}, "typed"));
+}
+
+std::vector<pid_t> ScriptWindowTest::processes(const std::string& beginning) {
+  std::vector<pid_t> found;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string words = read(entry.path() / "cmdline");
+    if (words.starts_with(beginning)) {
+      found.push_back(std::stoi(entry.path().filename()));
+    }
+  }
+  return found;
+}
+
+}  // namespace fillstation::test
