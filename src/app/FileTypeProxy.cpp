@@ -10,7 +10,7 @@ namespace fillstation {
 void FileTypeProxy::sort(int column, Qt::SortOrder order) { sourceModel()->sort(column, order); }
 
 QVariant FileTypeProxy::data(const QModelIndex& index, int role) const {
-  const QVariant value = QSortFilterProxyModel::data(index, role);
+  QVariant value = QSortFilterProxyModel::data(index, role);
   if (role != Qt::DisplayRole || index.column() != 0) {
     return value;
   }

@@ -86,7 +86,7 @@ std::shared_ptr<BenchPlayer> BenchPlayers::find(const DiskIdentity& expected) co
 
 std::string BenchPlayers::freeDiskName() const {
   for (int number = 0;; ++number) {
-    const std::string name = "vp" + std::to_string(number);
+    std::string name = "vp" + std::to_string(number);
     if (!first(players_, [&](const auto& player) { return player->place().diskName == name; })) {
       return name;
     }

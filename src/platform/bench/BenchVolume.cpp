@@ -19,7 +19,7 @@ namespace fillstation {
 namespace {
 
 // As much as a player may lack of what was copied onto it.
-constexpr std::int64_t kMostUnwritten = 16 * 1024 * 1024;
+constexpr std::int64_t kMostUnwritten = std::int64_t{16} << 20;
 
 // A new folder for a label, numbered when the name is taken; empty when none can be made.
 std::string makeFolder(const std::string& volumes, std::string label) {
@@ -29,15 +29,16 @@ std::string makeFolder(const std::string& volumes, std::string label) {
   if (label.front() == '.') {
     label.front() = '_';
   }
-  for (int number = 0;; ++number) {
-    const std::string folder =
-        volumes + "/" + label + (number > 0 ? std::to_string(number) : std::string());
+  const std::string first = volumes + "/" + label;
+  std::string folder = first;
+  for (int number = 1;; ++number) {
     if (::mkdir(folder.c_str(), 0755) == 0) {
       return folder;
     }
     if (errno != EEXIST) {
       return {};
     }
+    folder = first + std::to_string(number);
   }
 }
 

@@ -78,7 +78,7 @@ void UDisksClient::disconnect() {
 
 UDisksFailure UDisksClient::failureOf(const QDBusError& error) {
   const std::string name = error.name().toStdString();
-  const UDisksFailure failure{udisksErrorOf(name), name + ": " + error.message().toStdString()};
+  UDisksFailure failure{udisksErrorOf(name), name + ": " + error.message().toStdString()};
   if (failure.error == UDisksError::serviceGone) {
     log_.write(formatText("UDisks2 can't be reached: %@\n", failure.text));
   } else if (failure.error == UDisksError::unknown) {

@@ -29,7 +29,7 @@ SignalQuit::SignalQuit(std::function<void()> callback) : callback_(std::move(cal
 
 SignalQuit::~SignalQuit() {
   ending_ = true;
-  ::pthread_kill(thread_.native_handle(), SIGTERM);
+  ::pthread_kill(thread_.native_handle(), SIGHUP);  // one of those that it takes
   thread_.join();
 }
 
