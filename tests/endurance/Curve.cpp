@@ -4,9 +4,9 @@ namespace fillstation::endurance {
 
 namespace {
 
-// What the caches of the window make of the same state at different times: seven bytes for each
+// What the caches of the window make of the same state at different times: 14 bytes for each
 // player that was filled.
-constexpr long kHeapPlayKiB = 16;
+constexpr long kHeapPlayKiB = 32;
 
 }  // namespace
 
