@@ -97,6 +97,91 @@ TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) 
   EXPECT_TRUE(isPulled());
 }
 
+TEST_P(BenchFaultsTest, PulledBetweenWipeAndFormat) {
+  plan.identity.faults.pull = PullMoment::kBeforeFormat;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  EXPECT_FALSE(isPulled());
+  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
+            "The device has gone.");
+  EXPECT_TRUE(isPulled());
+  EXPECT_EQ(bench->head("a", 40960), std::string(40960, '\0'));
+}
+
+TEST_P(BenchFaultsTest, PulledDuringTheMountThatIsAskedForNotDuringTheFirstOne) {
+  plan.identity.faults.pull = PullMoment::kDuringMount;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_FALSE(isPulled());
+  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(isPulled());
+}
+
+TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
+  plan.identity.faults.pull = PullMoment::kDuringFlush;
+  plugPlanMounted();
+  EXPECT_TRUE(copy("1", "1.mp3"));
+  EXPECT_TRUE(copy("2", "2.mp3"));
+  EXPECT_FALSE(isPulled());
+  EXPECT_FALSE(volume->flush());
+  EXPECT_TRUE(isPulled());
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1"}}));
+}
+
+TEST_P(BenchFaultsTest, MountedAgainAfterTheUnmountItRefusesTheCommands) {
+  plan.identity.faults.remount = RemountMoment::kAfterUnmount;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_TRUE(mountPath(identity));
+  EXPECT_EQ(runAsAdministrator(wipeCommand(identity.node), identity).errorMessage,
+            "The disk is mounted.");
+}
+
+TEST_P(BenchFaultsTest, MountedAgainAfterTheFormatAMountIsASuccess) {
+  plan.identity.faults.remount = RemountMoment::kAfterFormat;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_EQ(mountPath(identity), std::nullopt);
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  EXPECT_EQ(mountPath(identity), std::nullopt);
+  EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
+  const auto mounted = mountPath(identity);
+  EXPECT_TRUE(mounted);
+  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_EQ(mountPath(identity), mounted);
+}
+
+TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
+  plan.identity.faults.readOnlyAfterBytes = 10;
+  plugPlanMounted();
+  EXPECT_TRUE(copy("123456789", "1.mp3"));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_TRUE(volume->createDirectory(root + "/d"));
+  EXPECT_FALSE(copy("1", "2.mp3") && volume->flush());
+  EXPECT_FALSE(copy("1", "3.mp3"));
+  EXPECT_FALSE(copy("", "4.mp3"));
+  EXPECT_FALSE(volume->createDirectory(root + "/e"));
+  EXPECT_FALSE(volume->flush());
+  EXPECT_FALSE(isPulled());
+  EXPECT_TRUE(unmounts());
+  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "123456789"}}));
+}
+
+TEST_P(BenchFaultsTest, AMediumThatIsReadOnlyRefusesBothCommands) {
+  plan.identity.faults.readOnlyAfterBytes = 0;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  bench->writeHead("a", "mm");
+  for (const auto& command : {wipeCommand(identity.node), formatCommand(identity.node)}) {
+    const ScriptOutcome outcome = runAsAdministrator(command, identity);
+    EXPECT_FALSE(outcome.result);
+    EXPECT_EQ(outcome.errorNumber, 1);
+    EXPECT_EQ(outcome.errorMessage, "Read-only file system");
+  }
+  EXPECT_EQ(bench->head("a", 2), "mm");
+}
+
 TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
   plan.identity.faults.pull = PullMoment::kAfterBytes;
   plan.identity.faults.pullAfterBytes = 10;

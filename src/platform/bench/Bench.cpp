@@ -19,7 +19,7 @@ Bench::Bench(std::string folder, BenchServices services, BenchCredentials creden
       players_(services.workers),
       volumes_(withoutEndingSlash(folder), players_, services),
       bus_(withoutEndingSlash(folder), players_, volumes_, services),
-      scriptRunner_(players_, std::move(credentials)),
+      scriptRunner_(players_, volumes_, std::move(credentials)),
       fileManager_(volumes_, services.stop) {}
 
 std::shared_ptr<DiskSession> Bench::createDiskSession() {

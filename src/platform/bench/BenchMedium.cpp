@@ -19,12 +19,21 @@ BenchMedium::BenchMedium(std::shared_ptr<BenchPlayer> player, std::shared_ptr<Be
 
 BenchMedium::~BenchMedium() { volume_->released(); }
 
+int BenchMedium::refusal() const {
+  if (!player_->isPresent()) {
+    return ENODEV;
+  }
+  return player_->isReadOnly() ? EROFS : 0;
+}
+
 int BenchMedium::admitDirectory(const std::string& relativePath) {
-  return player_->isPresent() ? volume_->admitDirectory(relativePath) : ENODEV;
+  const int refused = refusal();
+  return refused != 0 ? refused : volume_->admitDirectory(relativePath);
 }
 
 int BenchMedium::admitFile(const std::string& relativePath, std::int64_t size) {
-  return player_->isPresent() ? volume_->admitFile(relativePath, size) : ENODEV;
+  const int refused = refusal();
+  return refused != 0 ? refused : volume_->admitFile(relativePath, size);
 }
 
 int BenchMedium::admitBytes(std::int64_t count) {
@@ -33,6 +42,9 @@ int BenchMedium::admitBytes(std::int64_t count) {
     clock_.sleep(std::chrono::microseconds(
         static_cast<std::int64_t>(static_cast<double>(count) * kMicrosecondsPerSecond /
                                   static_cast<double>(faults.bytesPerSecond))));
+  }
+  if (player_->isReadOnly()) {
+    return EROFS;
   }
   const std::int64_t copied = player_->addCopied(count);
   if (faults.pull == PullMoment::kAfterBytes && copied > faults.pullAfterBytes) {
@@ -45,13 +57,17 @@ int BenchMedium::admitBytes(std::int64_t count) {
 }
 
 void BenchMedium::created(const std::string& relativePath, bool isDirectory) {
-  if (player_->isPresent()) {
+  if (refusal() == 0) {
     volume_->created(relativePath, isDirectory);
   }
 }
 
 bool BenchMedium::flush(int /*rootDescriptor*/) {
-  return player_->isPresent() && volume_->flush() && player_->isPresent();
+  if (player_->faults().pull == PullMoment::kDuringFlush) {
+    volume_->flushHalf();
+    player_->pull();
+  }
+  return refusal() == 0 && volume_->flush() && player_->isPresent();
 }
 
 }  // namespace fillstation

@@ -24,6 +24,9 @@ class BenchMedium : public VolumeMedium {
   bool flush(int rootDescriptor) override;
 
  private:
+  // Why the medium takes nothing any more: 0 or an errno.
+  int refusal() const;
+
   std::shared_ptr<BenchPlayer> player_;
   std::shared_ptr<BenchVolume> volume_;
   Clock& clock_;

@@ -48,6 +48,11 @@ void BenchPlayer::pullAt(PullMoment moment) const {
   }
 }
 
+bool BenchPlayer::isReadOnly() const {
+  const auto after = faults().readOnlyAfterBytes;
+  return after && copied_.load() >= *after;
+}
+
 bool BenchPlayer::searchDisk() {
   const std::int64_t needed = faults().diskAfterSearches;
   if (hasLeft()) {

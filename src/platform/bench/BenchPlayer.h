@@ -71,6 +71,9 @@ class BenchPlayer {
   bool isEjected() const { return ejected_.load(); }
   void setEjected() { ejected_.store(true); }
 
+  // Whether the medium refuses every change by now.
+  bool isReadOnly() const;
+
   // Counts bytes copied onto the player; how many there are now.
   std::int64_t addCopied(std::int64_t bytes) { return copied_ += bytes; }
 

@@ -36,6 +36,9 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
+// What every tool says of a medium that it can't open for writing.
+ScriptOutcome readOnly() { return failure(1, "Read-only file system"); }
+
 // Why the command must not run on this player, none when it may.
 std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdentity& target) {
   if (!player.is(target) || player.isEjected()) {
@@ -82,6 +85,9 @@ bool putOnMedium(int scratch, const BenchPlayer& player) {
 // dd begins by cutting its target, which a file suffers and a medium doesn't: it writes into a
 // scratch file, and what it has written goes to the image's head.
 ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
+  if (player.isReadOnly()) {
+    return readOnly();
+  }
   const FileHandle scratch(::memfd_create("wipe", MFD_CLOEXEC));
   ScriptOutcome outcome = runOn(scratch.get(), command, player.node());
   if (outcome.result && !putOnMedium(scratch.get(), player)) {
@@ -91,6 +97,9 @@ ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
 }
 
 ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
+  if (player.isReadOnly()) {
+    return readOnly();
+  }
   // A medium without room is what the tool really refuses.
   const FileHandle tooSmall(player.faults().refuseFormat ? ::memfd_create("format", MFD_CLOEXEC)
                                                          : -1);
@@ -101,8 +110,9 @@ ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
 
 }  // namespace
 
-BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchCredentials credentials)
-    : players_(players), credentials_(std::move(credentials)) {}
+BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchVolumes& volumes,
+                                     BenchCredentials credentials)
+    : players_(players), volumes_(volumes), credentials_(std::move(credentials)) {}
 
 ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity& target) {
   const auto compiled = compileScript(source);
@@ -122,12 +132,18 @@ ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity
     return gone();
   }
   const std::scoped_lock guard(player->access());
+  if (command->kind == PlayerCommand::format) {
+    player->pullAt(PullMoment::kBeforeFormat);
+  }
   if (const auto refused = refusal(*player, target)) {
     return *refused;
   }
   player->setKnown(false);
   ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)
                                                                : format(*player, script.command);
+  if (command->kind == PlayerCommand::format && outcome.result) {
+    volumes_.remountAt(*player, RemountMoment::kAfterFormat);
+  }
   return player->isPresent() ? outcome : gone();
 }
 

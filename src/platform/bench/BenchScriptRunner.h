@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "BenchPlayers.h"
+#include "BenchVolumes.h"
 #include "PlayerCommand.h"
 #include "Scenario.h"
 #include "ScriptRunner.h"
@@ -20,15 +21,16 @@ inline constexpr std::int64_t kNotThePlayerNumber = -1004;
 inline constexpr std::int64_t kNotStartedNumber = -1005;
 
 // Runs the two commands on the image of a bench player, by the system's real tools in a real shell.
-// Any thread, several at once; the players outlive it.
+// Any thread, several at once; players and volumes outlive it.
 class BenchScriptRunner : public ScriptRunner {
  public:
-  BenchScriptRunner(BenchPlayers& players, BenchCredentials credentials);
+  BenchScriptRunner(BenchPlayers& players, BenchVolumes& volumes, BenchCredentials credentials);
 
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) override;
 
  private:
   BenchPlayers& players_;
+  BenchVolumes& volumes_;
   const BenchCredentials credentials_;
 };
 

@@ -159,6 +159,12 @@ bool BenchVolume::flushLocked() {
   return true;
 }
 
+void BenchVolume::flushHalf() {
+  const std::scoped_lock guard(lock_);
+  unwritten_.resize(unwritten_.size() / 2);
+  flushLocked();
+}
+
 void BenchVolume::close() {
   const std::scoped_lock guard(lock_);
   closed_ = true;

@@ -48,6 +48,9 @@ class BenchVolume {
   // Writes everything that has been created into the image; false when that fails, and then always.
   bool flush();
 
+  // Writes half of what waits to be written, for a flush that is cut short.
+  void flushHalf();
+
   // Removes the folder; nothing is admitted afterwards.
   void close();
 

@@ -25,11 +25,20 @@ void BenchVolumes::clear() {
 
 std::optional<Dissenter> BenchVolumes::mount(BenchPlayer& player) {
   player.pullAt(PullMoment::kBeforeMount);
-  return mountNow(player);
+  auto refused = mountNow(player);
+  player.pullAt(PullMoment::kDuringMount);
+  if (!player.isPresent()) {
+    return kGone;
+  }
+  return refused;
 }
 
 std::optional<Dissenter> BenchVolumes::mountNow(BenchPlayer& player) {
   const std::scoped_lock guard(player.access());
+  return mountLocked(player);
+}
+
+std::optional<Dissenter> BenchVolumes::mountLocked(BenchPlayer& player) {
   if (!player.isPresent()) {
     return kGone;
   }
@@ -67,12 +76,20 @@ std::optional<Dissenter> BenchVolumes::unmount(BenchPlayer& player) {
   if (player.faults().refuseUnmount || volume->isOpen()) {
     return Dissenter{"The volume is in use."};
   }
-  if (!volume->flush()) {
+  // What a medium that has turned read-only lacks is lost.
+  if (!player.isReadOnly() && !volume->flush()) {
     return Dissenter{"What was copied can't be written."};
   }
   player.setVolume(nullptr);
   volume->close();
+  remountAt(player, RemountMoment::kAfterUnmount);
   return std::nullopt;
+}
+
+void BenchVolumes::remountAt(BenchPlayer& player, RemountMoment moment) {
+  if (player.faults().remount == moment) {
+    mountLocked(player);
+  }
 }
 
 std::optional<Dissenter> BenchVolumes::eject(BenchPlayer& player) {

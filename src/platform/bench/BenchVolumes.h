@@ -24,6 +24,10 @@ class BenchVolumes : public VolumeOwner {
   std::optional<Dissenter> unmount(BenchPlayer& player);
   std::optional<Dissenter> eject(BenchPlayer& player);
 
+  // Mounts the player when something else on the machine does so at this moment. Its access is
+  // held.
+  void remountAt(BenchPlayer& player, RemountMoment moment);
+
   // What happens by itself when a player arrives (it is mounted, unless its identity says no) and
   // when it has left (its volume goes).
   void arrived(const std::shared_ptr<BenchPlayer>& player);
@@ -34,6 +38,7 @@ class BenchVolumes : public VolumeOwner {
 
  private:
   std::optional<Dissenter> mountNow(BenchPlayer& player);
+  std::optional<Dissenter> mountLocked(BenchPlayer& player);
 
   const std::string folder_;
   BenchPlayers& players_;

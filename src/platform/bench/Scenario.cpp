@@ -20,28 +20,47 @@ constexpr std::int64_t kSmallestMiB = 64;  // below it FAT32 has too few cluster
 constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
-constexpr std::array<std::pair<const char*, PullMoment>, 5> kPullMoments{{
+template <class Moment>
+using Named = std::pair<const char*, Moment>;
+
+constexpr std::array<Named<PullMoment>, 8> kPullMoments{{
     {"before-unmount", PullMoment::kBeforeUnmount},
     {"during-wipe", PullMoment::kDuringWipe},
+    {"before-format", PullMoment::kBeforeFormat},
     {"during-format", PullMoment::kDuringFormat},
     {"before-mount", PullMoment::kBeforeMount},
+    {"during-mount", PullMoment::kDuringMount},
     {"after-bytes", PullMoment::kAfterBytes},
+    {"during-flush", PullMoment::kDuringFlush},
 }};
 
-void readPull(JsonObject& object, BenchFaults& faults) {
-  std::string moment;
-  object.read("pull", moment);
-  const bool counted = object.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
-  for (const auto& [name, value] : kPullMoments) {
-    if (moment == name) {
-      faults.pull = value;
+constexpr std::array<Named<RemountMoment>, 2> kRemountMoments{{
+    {"after-unmount", RemountMoment::kAfterUnmount},
+    {"after-format", RemountMoment::kAfterFormat},
+}};
+
+// Reads a moment by its name; an absent one leaves the target untouched.
+template <class Moment, std::size_t kCount>
+void readMoment(JsonObject& object, const std::string& key,
+                const std::array<Named<Moment>, kCount>& moments, Moment& target) {
+  std::string given;
+  object.read(key, given);
+  std::string names;
+  for (const auto& [name, value] : moments) {
+    if (given == name) {
+      target = value;
+      return;
     }
+    names += (names.empty() ? "" : ", ") + std::string(name);
   }
-  if (!moment.empty() && faults.pull == PullMoment::kNever) {
-    object.report("pull",
-                  "must be one of before-unmount, during-wipe, during-format, before-mount, "
-                  "after-bytes");
+  if (!given.empty()) {
+    object.report(key, "must be one of " + names);
   }
+}
+
+void readPull(JsonObject& object, BenchFaults& faults) {
+  readMoment(object, "pull", kPullMoments, faults.pull);
+  const bool counted = object.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
   if (counted != (faults.pull == PullMoment::kAfterBytes)) {
     object.report("pull", "after-bytes and pullAfterBytes go together");
   }
@@ -60,6 +79,11 @@ BenchFaults readFaults(const nlohmann::json& value, JsonPath path, JsonProblem& 
   object.read("refuseUnmount", faults.refuseUnmount);
   object.read("refuseFormat", faults.refuseFormat);
   object.read("diskAfterSearches", 0, 1'000, faults.diskAfterSearches);
+  readMoment(object, "remount", kRemountMoments, faults.remount);
+  std::int64_t readOnlyAfter = 0;
+  if (object.read("readOnlyAfterBytes", 0, kAnyNumber, readOnlyAfter)) {
+    faults.readOnlyAfterBytes = readOnlyAfter;
+  }
   object.refuseOtherKeys();
   return faults;
 }
@@ -174,8 +198,9 @@ ScenarioError unreadable(const std::string& file) {
   return ScenarioError{file, 0, "can't be read"};
 }
 
-const char* nameOf(PullMoment moment) {
-  return std::find_if(kPullMoments.begin(), kPullMoments.end(),
+template <class Moment, std::size_t kCount>
+const char* nameOf(Moment moment, const std::array<Named<Moment>, kCount>& moments) {
+  return std::find_if(moments.begin(), moments.end(),
                       [&](const auto& entry) { return entry.second == moment; })
       ->first;
 }
@@ -186,7 +211,7 @@ nlohmann::ordered_json jsonOf(const BenchFaults& faults) {
     json["bytesPerSecond"] = faults.bytesPerSecond;
   }
   if (faults.pull != PullMoment::kNever) {
-    json["pull"] = nameOf(faults.pull);
+    json["pull"] = nameOf(faults.pull, kPullMoments);
   }
   if (faults.pull == PullMoment::kAfterBytes) {
     json["pullAfterBytes"] = faults.pullAfterBytes;
@@ -198,6 +223,12 @@ nlohmann::ordered_json jsonOf(const BenchFaults& faults) {
   json["refuseUnmount"] = faults.refuseUnmount;
   json["refuseFormat"] = faults.refuseFormat;
   json["diskAfterSearches"] = faults.diskAfterSearches;
+  if (faults.remount != RemountMoment::kNever) {
+    json["remount"] = nameOf(faults.remount, kRemountMoments);
+  }
+  if (faults.readOnlyAfterBytes) {
+    json["readOnlyAfterBytes"] = *faults.readOnlyAfterBytes;
+  }
   return json;
 }
 

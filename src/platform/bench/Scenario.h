@@ -14,10 +14,16 @@ enum class PullMoment {
   kNever,
   kBeforeUnmount,
   kDuringWipe,
+  kBeforeFormat,
   kDuringFormat,
   kBeforeMount,
-  kAfterBytes
+  kDuringMount,
+  kAfterBytes,
+  kDuringFlush
 };
+
+// When something else on the machine mounts the player behind the program's back.
+enum class RemountMoment { kNever, kAfterUnmount, kAfterFormat };
 
 // What goes wrong with a bench player. A plain value.
 struct BenchFaults {
@@ -29,6 +35,9 @@ struct BenchFaults {
   bool refuseUnmount = false;
   bool refuseFormat = false;           // the format command fails
   std::int64_t diskAfterSearches = 0;  // the disk is found only after so many searches
+  RemountMoment remount = RemountMoment::kNever;
+  // Bytes copied when the medium turns read-only; 0: it always was.
+  std::optional<std::int64_t> readOnlyAfterBytes;
 
   bool operator==(const BenchFaults&) const = default;
 };

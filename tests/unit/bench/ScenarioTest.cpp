@@ -65,7 +65,8 @@ TEST(ScenarioTest, EveryKeyIsRead) {
        "port": "1-2.3", "disk": true, "automount": false,
        "faults": {"bytesPerSecond": 1, "pull": "after-bytes", "pullAfterBytes": 2,
                   "failAfterBytes": 0, "refuseMount": true, "refuseUnmount": true,
-                  "refuseFormat": true, "diskAfterSearches": 1000}},
+                  "refuseFormat": true, "diskAfterSearches": 1000,
+                  "remount": "after-format", "readOnlyAfterBytes": 0}},
       {"name": "second", "product": "P", "label": null}
     ]})");
   Scenario expected;
@@ -76,7 +77,8 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   first.label = "ELEVENCHARS";
   first.blank = true;
   first.identity = {std::nullopt, "M", "S", 0x1234, "V", "1-2.3", true, false, {}};
-  first.identity.faults = {1, PullMoment::kAfterBytes, 2, 0, true, true, true, 1000};
+  first.identity.faults = {1,    PullMoment::kAfterBytes,     2, 0, true, true, true,
+                           1000, RemountMoment::kAfterFormat, 0};
   BenchPlayerPlan second;
   second.name = "second";
   second.identity.product = "P";
@@ -91,7 +93,20 @@ TEST(ScenarioTest, EveryMomentOfAPullHasItsName) {
   EXPECT_EQ(moment("before-unmount"), PullMoment::kBeforeUnmount);
   EXPECT_EQ(moment("during-wipe"), PullMoment::kDuringWipe);
   EXPECT_EQ(moment("during-format"), PullMoment::kDuringFormat);
+  EXPECT_EQ(moment("before-format"), PullMoment::kBeforeFormat);
   EXPECT_EQ(moment("before-mount"), PullMoment::kBeforeMount);
+  EXPECT_EQ(moment("during-mount"), PullMoment::kDuringMount);
+  EXPECT_EQ(moment("during-flush"), PullMoment::kDuringFlush);
+}
+
+TEST(ScenarioTest, EveryMomentOfARemountHasItsName) {
+  const auto moment = [](const std::string& name) {
+    return goodPlayer(R"(, "faults": {"remount": ")" + name + "\"}").identity.faults.remount;
+  };
+  EXPECT_EQ(moment("after-unmount"), RemountMoment::kAfterUnmount);
+  EXPECT_EQ(moment("after-format"), RemountMoment::kAfterFormat);
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"remount": "later"})"),
+            "1: players[0].faults.remount: must be one of after-unmount, after-format");
 }
 
 TEST(ScenarioTest, SizesLieBetween64And8192MiB) {
@@ -138,7 +153,7 @@ TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
 TEST(ScenarioTest, APullIsOneOfTheKnownMoments) {
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "later"})"),
             "1: players[0].faults.pull: must be one of before-unmount, during-wipe, "
-            "during-format, before-mount, after-bytes");
+            "before-format, during-format, before-mount, during-mount, after-bytes, during-flush");
 }
 
 TEST(ScenarioTest, APullAfterBytesSaysHowMany) {
@@ -159,6 +174,7 @@ TEST(ScenarioTest, NumbersOfFaultsHaveBounds) {
             "9223372036854775807");
   EXPECT_NE(reason("pullAfterBytes", "0").find("from 1 to"), std::string::npos);
   EXPECT_NE(reason("failAfterBytes", "-1").find("from 0 to"), std::string::npos);
+  EXPECT_NE(reason("readOnlyAfterBytes", "-1").find("from 0 to"), std::string::npos);
   EXPECT_NE(reason("diskAfterSearches", "1001").find("from 0 to 1000"), std::string::npos);
   EXPECT_NE(reason("diskAfterSearches", "-1").find("from 0 to 1000"), std::string::npos);
 }
@@ -245,9 +261,11 @@ TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
 TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   BenchIdentity plain;
   BenchIdentity odd{std::nullopt, "M\"ä", "", 0x9876, "V", "1-2", false, false, {}};
-  odd.faults = {5, PullMoment::kAfterBytes, 6, 7, true, true, true, 8};
+  odd.faults = {5, PullMoment::kAfterBytes,     6, 7, true, true, true,
+                8, RemountMoment::kAfterFormat, 9};
   BenchIdentity pulled;
   pulled.faults.pull = PullMoment::kDuringWipe;
+  pulled.faults.remount = RemountMoment::kAfterUnmount;
   for (const auto& identity : {plain, odd, pulled}) {
     const auto parsed = parseIdentity(identityText(identity), "i");
     ASSERT_TRUE(std::holds_alternative<BenchIdentity>(parsed))
