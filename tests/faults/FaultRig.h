@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Bench.h"
+#include "BenchFolder.h"
+#include "HurriedClock.h"
+#include "QtMainThread.h"
+#include "StdCapture.h"
+#include "StepHooks.h"
+#include "TempFolder.h"
+#include "TestPlatform.h"
+#include "ThreadWorkers.h"
+#include "WindowSet.h"
+
+namespace fillstation::faults {
+
+// The whole program over a bench in a folder of its own, and the hands of the person at the window.
+// Everything is real but the players, the time and the password's check. Main thread, unless a
+// function says otherwise; one at a time.
+class FaultRig {
+ public:
+  // The players are plugged in and listed, in the order of their names: /dev/vp0, /dev/vp1, …
+  explicit FaultRig(const std::vector<BenchPlayerPlan>& players);
+  ~FaultRig();
+  FaultRig(const FaultRig&) = delete;
+  FaultRig& operator=(const FaultRig&) = delete;
+
+  // Makes a player that is not plugged in, and gives the path of its image.
+  std::string make(const BenchPlayerPlan& player) const;
+  // Where a player's image is now.
+  std::string imageOf(const std::string& name) const;
+
+  // Pulls a player out, or plugs it in, and returns when the bench has noticed. Any thread.
+  void pull(const std::string& name, const std::string& node);
+  void plug(const std::string& name, const std::string& node);
+  // Runs the main loop, wherever it runs, until the predicate holds, asked on the main thread;
+  // false when that takes a minute, or when the program ends. Any thread.
+  bool await(const std::function<bool()>& seen);
+
+  // Adds the folder `book`.
+  void addBook();
+  void tickAll();
+  // Start; the credentials and OK.
+  void ask();
+  void confirm(const char* password = "bench");
+  // Waits for the summary, clicks it away and returns its text; empty when there is none within a
+  // minute.
+  std::string readSummary();
+  void ejectTicked();
+
+  std::vector<std::string> listed() const;
+  std::vector<std::string> ticked() const;
+  // The working controls are off, the busy indicator turns and nothing else is shown.
+  bool isRunning() const;
+  const TRFileList& roots() const { return *windows->songs()->list(); }
+
+  test::TempFolder folder;  // with `bench`, `book` and whatever a case puts beside them
+  const std::string benchFolder = folder.makeFolder("bench");
+  StepHooks hooks;
+  test::TestLog log;
+  test::TestWorkspace workspace;
+  StopSource stop;
+  QtMainThread mainThread{stop};
+  test::HurriedClock clock{mainThread};
+
+ private:
+  void click(QAbstractButton* button) const;
+
+  test::StdCapture out_{stdout};
+  ThreadWorkers workers_{stop};
+  Bench bench_{benchFolder, BenchServices{stop, mainThread, clock, workers_, log}};
+  std::shared_ptr<void> hooked_;
+
+ public:
+  std::unique_ptr<WindowSet> windows;
+};
+
+}  // namespace fillstation::faults
