@@ -57,7 +57,11 @@ bool TRFileCopyTask::wipe() {
 
 bool TRFileCopyTask::makeFileSystem() {
   const bool done = runOnDisk("mkfs.fat", "-F32", "%@");
-  if (!done && !platform().workers->stopping()) {
+  // No pause follows in which the end of the program would be noticed.
+  if (platform().workers->stopping()) {
+    return false;
+  }
+  if (!done) {
     logText("newfs_msdos operation failed.\n");
   }
   return done;

@@ -228,5 +228,16 @@ TEST_F(CopyFormatTest, FailedFormatIsNotLoggedWhenTheProgramEnds) {
   EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kFormat));
 }
 
+TEST_F(CopyFormatTest, NoMountIsAskedForWhenTheProgramEndsDuringTheFormat) {
+  answerScript = [this](std::size_t number) {
+    if (number == 2) {
+      ports.workers.stop();
+    }
+    return ScriptOutcome{"", {}, {}};
+  };
+  EXPECT_FALSE(format(*task));
+  EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kFormat));
+}
+
 }  // namespace
 }  // namespace fillstation::test
