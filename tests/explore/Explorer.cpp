@@ -1,0 +1,198 @@
+#include "Explorer.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <utility>
+
+#include "Alert.h"
+#include "UsbUtil.h"
+
+namespace fillstation::explore {
+
+namespace {
+
+constexpr std::int64_t kMiB = 1024 * 1024;
+// How often the window is used while the main thread pauses, and how deep.
+constexpr std::size_t kPausesPerStep = 60;
+constexpr int kDeepest = 3;
+
+std::shared_ptr<Medium> medium(int number, std::int64_t size, const char* label) {
+  auto made = std::make_shared<Medium>();
+  made->number = number;
+  made->size = size;
+  made->label = label;
+  return made;
+}
+
+}  // namespace
+
+Explorer::Explorer(std::uint64_t seed) : random_(seed) {
+  // What Qt says of the platform without a screen is not of the program.
+  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+  const std::array<std::int64_t, 6> sizes{0, 1023, kMiB, 64 * kMiB, 2048 * kMiB, 7948206080};
+  for (const auto size : sizes) {
+    media_.push_back(medium(static_cast<int>(media_.size()), size, "SONGS"));
+    products_.emplace_back("HS USB FlashDisk");
+  }
+  media_.push_back(medium(6, 4096 * kMiB, "2DAYS"));
+  products_.emplace_back("IOUSBDevice");
+  media_.push_back(medium(7, 512 * kMiB, "BLANK"));
+  media_.back()->formatted = false;
+  products_.emplace_back("HS USB FlashDisk");
+  media_.push_back(medium(8, 500'000 * kMiB, "BACKUP"));
+  media_.back()->vendor = "OTHER";
+  products_.emplace_back("HS USB FlashDisk");
+  media_.push_back(medium(9, 500'000 * kMiB, "PHOTOS"));
+  products_.emplace_back("Another Disk");
+  launch();
+}
+
+Explorer::~Explorer() {
+  endLaunch();
+  qInstallMessageHandler(nullptr);
+}
+
+void Explorer::launch() {
+  isLaunching_ = true;
+  rules_.relaunch();
+  logged_.clear();
+  machine_.beginAnew();
+  machine_.beginRun({}, {}, true);
+  ports_ = std::make_unique<MachinePorts>(machine_, audio_);
+  platform().endProgram = [this] {
+    ++endings_;
+    isClosed_ = true;
+    machine_.beginEnding();
+    ports_->stop();
+  };
+  ports_->onLog = [this](const std::string& text) {
+    ++logged_[text.starts_with("\nLog xxxP Size") ? "labels" : text];
+  };
+  ports_->onPause = [this] { stepInPause(); };
+  ports_->onTold = [this](const Told& told) {
+    expect(!rules_.hasAlert(), "no event of the bus while an alert is open");
+    rules_.told(told.device, told.inserted);
+  };
+  windows_ = std::make_unique<WindowSet>();
+  windows_->delegate()->setOpenPanel([this](const std::string&) {
+    const bool isFolder = !chosen_.ends_with(".mp3") && !chosen_.ends_with(".txt");
+    return chosen_.empty() ? std::nullopt
+                           : std::optional(std::vector{Url::fromPath(chosen_, isFolder)});
+  });
+  for (const auto& device : machine_.present()) {
+    device->firstLook.reset();
+    ports_->plug(device, true);
+  }
+  windows_->window().show();
+  windows_->delegate()->applicationDidFinishLaunching();
+  for (const auto& device : machine_.present()) {
+    rules_.told(device, true);
+  }
+  isLaunching_ = false;
+  isClosed_ = false;
+  endings_ = 0;
+  ++explored_.launches;
+  ports_->settle();
+}
+
+void Explorer::endLaunch() {
+  explored_.runs += rules_.runs;
+  explored_.summaries += rules_.summaries;
+  machine_.beginEnding();
+  ports_->end();
+  // The process keeps the last run's report targets: leave none that belong to this window.
+  std::make_shared<TRFileCopyTaskCollection>(std::make_shared<TRFileList>(), "", "")
+      ->startAsyncCopyWithCallBack(nullptr, nullptr, nullptr, nullptr);
+  ports_->end();
+  windows_.reset();
+  session.reset();
+  clickedRow = -1;
+  ports_.reset();
+  machine_.forgetLeft();
+  platform() = Platform();
+}
+
+bool Explorer::goesOn() const { return stepsToGo_ > 0 && !explored_.broken; }
+
+Explored Explorer::explore(std::uint64_t count) {
+  stepsToGo_ = count;
+  while (goesOn()) {
+    step();
+    if (isClosed_) {
+      expect(endings_ == 1, "the program ends once");
+      for (const QWidget* window : QApplication::topLevelWidgets()) {
+        expect(!window->isVisible(), "no window is left when the program ends");
+      }
+      endLaunch();
+      for (const auto& violation : machine_.takeViolations()) {
+        expect(false, violation);
+      }
+      launch();
+      check();
+    }
+  }
+  explored_.runs += std::exchange(rules_.runs, 0);
+  explored_.summaries += std::exchange(rules_.summaries, 0);
+  return explored_;
+}
+
+void Explorer::step() {
+  int total = 0;
+  for (const auto& choice : choices()) {
+    total += choice.weight;
+  }
+  auto at = static_cast<int>(pick(static_cast<std::size_t>(total)));
+  for (const auto& choice : choices()) {
+    at -= choice.weight;
+    if (at < 0) {
+      lastStep_ = choice.name;
+      if (steps != nullptr) {
+        std::fprintf(steps, "%8llu %*s%s\n", static_cast<unsigned long long>(explored_.steps),
+                     2 * depth_, "", choice.name);
+      }
+      (this->*choice.act)();
+      break;
+    }
+  }
+  ++explored_.steps;
+  stepsToGo_ -= stepsToGo_ > 0 ? 1 : 0;
+  if (std::exchange(isJustDismissed_, false)) {
+    return;  // the window goes on when the alert's loop has been left
+  }
+  if (!isClosed_) {
+    ++depth_;  // what settles may pause
+    ports_->settle();
+    --depth_;
+  }
+  if (!isClosed_) {
+    check();
+  }
+}
+
+void Explorer::stepInPause() {
+  if (isLaunching_ || isClosed_ || depth_ >= kDeepest || !goesOn() || !oneOf(kPausesPerStep)) {
+    return;
+  }
+  ++depth_;
+  step();
+  --depth_;
+}
+
+void Explorer::expectAlert() {
+  isDismissed_ = false;
+  QTimer::singleShot(0, [this] { stepsUnderAlert(); });
+}
+
+void Explorer::stepsUnderAlert() {
+  ++depth_;
+  while (!isDismissed_ && !isClosed_) {
+    if (!goesOn()) {
+      dismiss();
+    } else {
+      step();
+    }
+  }
+  --depth_;
+}
+
+}  // namespace fillstation::explore

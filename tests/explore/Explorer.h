@@ -1,0 +1,135 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Audio.h"
+#include "Machine.h"
+#include "MachinePorts.h"
+#include "Rules.h"
+#include "WindowSet.h"
+
+class QAbstractButton;
+
+namespace fillstation::explore {
+
+// What a whole exploration has met. A plain value.
+struct Explored {
+  std::uint64_t steps = 0;
+  std::size_t launches = 0;
+  std::size_t runs = 0;
+  std::size_t summaries = 0;
+  std::size_t failedPlayers = 0;
+  std::size_t filledPlayers = 0;
+  std::optional<std::string> broken;  // the rule that was broken, and after what
+};
+
+// Random steps at the real window over a machine in memory, each followed by a look whether the
+// rules hold. The machine is not the bench: a run there takes half a second of real commands, and a
+// hundred thousand steps hold some thousands of runs. Here a medium is a table of what is on it,
+// and every change is checked by the medium's identity, not by its bytes; the bench, with its
+// bytes, has some hundreds of steps of its own (tests/faults). Nothing depends on time or on the
+// order of threads, so a seed always gives the same exploration. Main thread.
+class Explorer {
+ public:
+  explicit Explorer(std::uint64_t seed);
+  ~Explorer();
+  Explorer(const Explorer&) = delete;
+  Explorer& operator=(const Explorer&) = delete;
+
+  // Where each step is a line; null for nowhere.
+  std::FILE* steps = nullptr;
+
+  Explored explore(std::uint64_t count);
+
+ private:
+  struct Choice {
+    const char* name;
+    int weight;
+    void (Explorer::*act)();
+  };
+  static const std::vector<Choice>& choices();
+
+  void launch();
+  void endLaunch();
+  void step();
+  // A step inside something that the main thread waits in.
+  void stepInPause();
+  void stepsUnderAlert();
+  void expectAlert();
+  bool goesOn() const;
+
+  // The steps.
+  void plug();
+  void unplug();
+  void trouble();
+  void automount();
+  void tick();
+  void all();
+  void none();
+  void eject();
+  void browse();
+  void selectRow();
+  void contextMenu();
+  void chooseType();
+  void start();
+  void cancel();
+  void okEmpty();
+  void okWrong();
+  void okRight();
+  void answer();
+  void turns();
+  void result();
+  void dismiss();
+  void link();
+  void close();
+
+  void ok(const std::string& userName, const std::string& password);
+  void click(QAbstractButton* button);
+  void rightClick(int row);
+
+  // The rules against the window.
+  void check();
+  void checkPlayers();
+  void checkFiles();
+  void checkLabels();
+  void checkControls();
+  void checkRun();
+  void checkLog();
+  void expect(bool holds, const std::string& rule);
+
+  std::size_t pick(std::size_t count) { return static_cast<std::size_t>(random_() % count); }
+  bool oneOf(std::size_t count) { return pick(count) == 0; }
+  std::shared_ptr<Device> anyDevice();
+
+  std::mt19937_64 random_;
+  std::vector<std::shared_ptr<Medium>> media_;
+  std::vector<std::string> products_;
+  Machine machine_;
+  Audio audio_;
+  Rules rules_;
+  std::unique_ptr<MachinePorts> ports_;
+  std::unique_ptr<WindowSet> windows_;
+  std::string chosen_;  // in the open panel; empty: cancelled
+  std::map<std::string, std::size_t> logged_;
+  int lowestBar_ = 0;
+  int endings_ = 0;
+  bool isClosed_ = false;
+  bool isDismissed_ = false;
+  bool isJustDismissed_ = false;
+  bool isLaunching_ = false;
+  int depth_ = 0;
+  std::uint64_t stepsToGo_ = 0;
+  std::string lastStep_;
+  Explored explored_;
+};
+
+}  // namespace fillstation::explore

@@ -1,0 +1,303 @@
+#include <QPushButton>
+#include <QTest>
+#include <algorithm>
+#include <set>
+
+#include "Alert.h"
+#include "ElidedTick.h"
+#include "Explorer.h"
+#include "PlayerItem.h"
+#include "ui_CredentialsPanel.h"
+#include "ui_MainWindow.h"
+
+namespace fillstation::explore {
+
+namespace {
+
+constexpr std::size_t kMostDevices = 8;
+constexpr std::size_t kMostTurns = 40;
+
+Alert* openAlert() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    if (auto* const alert = qobject_cast<Alert*>(widget); alert != nullptr && alert->isVisible()) {
+      return alert;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+const std::vector<Explorer::Choice>& Explorer::choices() {
+  static const std::vector<Choice> all{
+      {"plug in", 50, &Explorer::plug},
+      {"pull out", 20, &Explorer::unplug},
+      {"trouble", 20, &Explorer::trouble},
+      {"automount", 10, &Explorer::automount},
+      {"tick", 50, &Explorer::tick},
+      {"All", 70, &Explorer::all},
+      {"None", 5, &Explorer::none},
+      {"Eject", 10, &Explorer::eject},
+      {"Browse", 40, &Explorer::browse},
+      {"select a row", 20, &Explorer::selectRow},
+      {"context menu", 15, &Explorer::contextMenu},
+      {"file type", 5, &Explorer::chooseType},
+      {"Start", 60, &Explorer::start},
+      {"Cancel", 10, &Explorer::cancel},
+      {"OK with an empty field", 10, &Explorer::okEmpty},
+      {"OK with a wrong password", 8, &Explorer::okWrong},
+      {"OK", 60, &Explorer::okRight},
+      {"answer a request", 200, &Explorer::answer},
+      {"turns of workers", 250, &Explorer::turns},
+      {"the result", 60, &Explorer::result},
+      {"OK on the alert", 100, &Explorer::dismiss},
+      {"link", 5, &Explorer::link},
+      {"close the window", 1, &Explorer::close},
+  };
+  return all;
+}
+
+std::shared_ptr<Device> Explorer::anyDevice() {
+  const auto present = machine_.present();
+  return present.empty() ? nullptr : present[pick(present.size())];
+}
+
+void Explorer::click(QAbstractButton* button) { QTest::mouseClick(button, Qt::LeftButton); }
+
+void Explorer::plug() {
+  const auto present = machine_.present();
+  const std::size_t which = pick(media_.size());
+  const bool isIn = std::any_of(present.begin(), present.end(), [&](const auto& device) {
+    return device->medium == media_[which];
+  });
+  const bool mounted = !oneOf(4);
+  const std::size_t searches = oneOf(20) ? 150 : oneOf(10) ? 3 : 0;
+  if (isIn || present.size() >= kMostDevices) {
+    return;
+  }
+  const auto device = machine_.attach(media_[which], products_[which], mounted);
+  device->searchesInVain = searches;
+  ports_->plug(device);
+}
+
+void Explorer::unplug() {
+  if (const auto device = anyDevice()) {
+    ports_->unplug(device);
+  }
+}
+
+void Explorer::trouble() {
+  const auto device = anyDevice();
+  const std::size_t what = pick(12);
+  if (!device) {
+    return;
+  }
+  Troubles troubles;
+  troubles.wipeFails = what == 0;
+  troubles.formatFails = what == 1;
+  troubles.mountRefused = what == 2;
+  troubles.unmountRefused = what == 3;
+  troubles.copyFails = what == 4;
+  troubles.flushFails = what == 5;
+  device->troubles = troubles;
+}
+
+void Explorer::automount() {
+  if (const auto device = anyDevice()) {
+    machine_.mount(*device, {device->node, device->handle});
+  }
+}
+
+void Explorer::tick() {
+  const auto& items = windows_->window().ui().viewPlayers->items();
+  if (items.isEmpty()) {
+    return;
+  }
+  const std::size_t row = pick(static_cast<std::size_t>(items.size()));
+  ElidedTick* const box = items.at(static_cast<int>(row))->tick();
+  rules_.tick(row);
+  QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+}
+
+void Explorer::all() {
+  rules_.tickAll(true);
+  click(windows_->window().ui().btnAll);
+}
+
+void Explorer::none() {
+  rules_.tickAll(false);
+  click(windows_->window().ui().btnNone);
+}
+
+void Explorer::eject() {
+  rules_.eject();
+  click(windows_->window().ui().btnEject);
+}
+
+void Explorer::browse() {
+  const auto& choices = Audio::choices();
+  chosen_ = oneOf(6) ? std::string() : choices[pick(choices.size())];
+  rules_.browse(chosen_);
+  click(windows_->window().ui().btnBrowse);
+}
+
+void Explorer::selectRow() {
+  FileTable* const table = windows_->window().ui().lstFiles;
+  const int rows = table->model()->rowCount();
+  if (rows == 0) {
+    return;
+  }
+  const int row = static_cast<int>(pick(static_cast<std::size_t>(rows)));
+  const auto modifiers = oneOf(2) ? Qt::ControlModifier : Qt::NoModifier;
+  QTest::mouseClick(table->viewport(), Qt::LeftButton, modifiers,
+                    table->visualRect(table->model()->index(row, 0)).center());
+}
+
+void Explorer::rightClick(int row) {
+  QWidget& window = windows_->window();
+  FileTable* const table = windows_->window().ui().lstFiles;
+  const QPoint at = row >= 0 ? table->visualRect(table->model()->index(row, 0)).center()
+                             : QPoint(20, table->viewport()->height() - 5);
+  QTest::mouseClick(window.windowHandle(), Qt::RightButton, {},
+                    table->viewport()->mapTo(&window, at));
+}
+
+// Opens the context menu somewhere, looks at what it offers, and chooses something or nothing.
+void Explorer::contextMenu() {
+  const auto& controller = windows_->delegate();
+  FileTable* const table = windows_->window().ui().lstFiles;
+  const std::size_t rows = static_cast<std::size_t>(table->model()->rowCount());
+  const int row = rows == 0 || oneOf(8) ? -1 : static_cast<int>(pick(rows));
+  const std::size_t chosen = pick(6);
+  rightClick(row);
+  QMenu* const menu = controller->songsTVCContextMenu();
+  const auto selected = table->selectedRowIndexes();
+  const bool isInside = row >= 0 && selected.size() > 1 && table->isRowSelected(row);
+  if (!rules_.isIdle() || row < 0) {
+    expect(!menu->isVisible(), "no menu outside of the rows, nor while the controls are off");
+    menu->close();
+    return;
+  }
+  expect(menu->isVisible() && controller->fileMenuDelete()->isVisible() &&
+             controller->fileMenuDeleteAll()->isVisible() &&
+             controller->fileMenuDeleteSelected()->isVisible() == isInside,
+         "the menu offers what the click was on");
+  menu->close();
+  if (chosen == 0) {
+    rules_.remove({static_cast<std::size_t>(row)});
+    controller->fileMenuDelete()->trigger();
+  } else if (chosen == 1) {
+    std::set<std::size_t> everything;
+    for (std::size_t at = 0; at < rows; ++at) {
+      everything.insert(at);
+    }
+    rules_.remove(everything);
+    controller->fileMenuDeleteAll()->trigger();
+  } else if (chosen == 2 && isInside) {
+    rules_.remove(selected);
+    controller->fileMenuDeleteSelected()->trigger();
+  }
+}
+
+void Explorer::chooseType() {
+  rules_.fileType = oneOf(3) ? "txt" : "mp3";
+  windows_->window().ui().cmbFileType->setEditText(QString::fromStdString(rules_.fileType));
+}
+
+void Explorer::start() {
+  rules_.start();
+  click(windows_->window().ui().btnStart);
+}
+
+void Explorer::cancel() {
+  if (!windows_->panel().isVisible() || rules_.hasAlert()) {
+    return;
+  }
+  rules_.cancel();
+  if (oneOf(2)) {
+    click(windows_->panel().ui().btnPassCancel);
+  } else {
+    windows_->panel().close();
+  }
+}
+
+void Explorer::ok(const std::string& userName, const std::string& password) {
+  if (!windows_->panel().isVisible()) {
+    return;
+  }
+  const auto& panel = windows_->panel().ui();
+  panel.userNameField->setText(QString::fromStdString(userName));
+  panel.passwordField->setText(QString::fromStdString(password));
+  lowestBar_ = 0;
+  rules_.ok(userName, password);
+  if (rules_.hasAlert()) {
+    expectAlert();
+  } else {
+    std::map<std::string, std::string> content;
+    const bool completable = rules_.contentOfRun(content);
+    machine_.beginRun(rules_.inRun, content, completable);
+    ports_->turns().expectWorkers(rules_.inRun.size());
+  }
+  click(panel.btnPassOk);
+  if (rules_.state == Rules::State::kRunning) {
+    ports_->turns().begin();
+  }
+}
+
+void Explorer::okEmpty() { oneOf(2) ? ok("", Machine::kPassword) : ok(Machine::kUser, ""); }
+
+void Explorer::okWrong() { ok(Machine::kUser, "guess"); }
+
+void Explorer::okRight() { ok(Machine::kUser, Machine::kPassword); }
+
+void Explorer::answer() {
+  const auto waiting = ports_->waitingRequests();
+  if (!waiting.empty()) {
+    ports_->answerNext(waiting[pick(waiting.size())]);
+  }
+}
+
+void Explorer::turns() {
+  for (std::size_t left = 1 + pick(kMostTurns); left > 0; --left) {
+    const auto waiting = ports_->turns().waiting();
+    if (waiting.empty() || isClosed_) {
+      return;
+    }
+    ports_->turns().turn(*std::next(waiting.begin(), static_cast<int>(pick(waiting.size()))));
+  }
+}
+
+void Explorer::result() {
+  if (rules_.state != Rules::State::kRunning || !ports_->turns().isResultDue()) {
+    return;
+  }
+  rules_.report(machine_);
+  const auto failed =
+      static_cast<std::size_t>(std::count(rules_.alertText.begin(), rules_.alertText.end(), '\n'));
+  explored_.failedPlayers += failed;
+  explored_.filledPlayers += rules_.inRun.size() - failed;
+  machine_.beginRun({}, {}, true);
+  expectAlert();
+  ports_->turns().deliverResult();
+}
+
+void Explorer::dismiss() {
+  Alert* const alert = openAlert();
+  if (alert == nullptr) {
+    return;
+  }
+  rules_.dismiss();
+  isDismissed_ = true;
+  isJustDismissed_ = true;
+  click(alert->button(QMessageBox::Ok));
+}
+
+void Explorer::link() { click(windows_->window().ui().tirellLinkBtn); }
+
+void Explorer::close() {
+  if (oneOf(3)) {
+    windows_->window().close();
+  }
+}
+
+}  // namespace fillstation::explore
