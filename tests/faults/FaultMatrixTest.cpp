@@ -8,6 +8,9 @@
 
 namespace fillstation::faults {
 
+// What GoogleTest calls a case.
+inline void PrintTo(const FaultCase& planned, std::ostream* out) { *out << planned.name; }
+
 namespace {
 
 class FaultMatrixTest : public ::testing::TestWithParam<FaultCase> {};
