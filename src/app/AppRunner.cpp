@@ -9,6 +9,7 @@
 #include "LeaveProcess.h"
 #include "OpenFiles.h"
 #include "OpenPanel.h"
+#include "ProgramIcon.h"
 #include "QtClock.h"
 #include "QtWorkspace.h"
 #include "SignalQuit.h"
@@ -44,6 +45,7 @@ void dressApplication() {
   QApplication::setApplicationName(QStringLiteral("fillstation"));
   QApplication::setApplicationDisplayName(QStringLiteral("Fillstation"));
   QApplication::setDesktopFileName(QStringLiteral("fillstation"));
+  QApplication::setWindowIcon(programIcon());
   QApplication::setStyle(QStringLiteral("fusion"));
   // Hiding the windows on the way out must not end the main loop a second way.
   QApplication::setQuitOnLastWindowClosed(false);

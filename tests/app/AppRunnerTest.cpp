@@ -11,7 +11,7 @@ namespace {
 const std::string kBeginning =
     "install, on the main thread 1, dumpable 0\n"
     "shown, visible 1, in the loop 0\n"
-    "fillstation Fillstation fillstation fusion 0\n"
+    "fillstation Fillstation fillstation icon 1 fusion 0\n"
     "registering for IOUSBDevice, visible 1, in the loop 1\n";
 
 class AppRunnerTest : public ::testing::Test {

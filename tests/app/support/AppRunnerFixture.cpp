@@ -84,9 +84,10 @@ void shown(WindowSet& windows, const std::string& how) {
   windowsShown = &windows;
   std::printf("shown, visible %d, in the loop %d\n", windows.window().isVisible() ? 1 : 0,
               QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
-  std::printf("%s %s %s %s %d\n", qUtf8Printable(QApplication::applicationName()),
+  std::printf("%s %s %s icon %d %s %d\n", qUtf8Printable(QApplication::applicationName()),
               qUtf8Printable(QApplication::applicationDisplayName()),
               qUtf8Printable(QApplication::desktopFileName()),
+              windows.window().windowIcon().isNull() ? 0 : 1,
               qUtf8Printable(QApplication::style()->name()),
               QApplication::quitOnLastWindowClosed() ? 1 : 0);
   logText("a log text");
