@@ -6,7 +6,16 @@ import sys
 import tempfile
 from pathlib import Path
 
-EXPECTED = {"bin/fillstation", "libexec/fillstation/fillstation-agent"}
+EXPECTED = {
+    "bin/fillstation",
+    "lib/udev/rules.d/60-fillstation.rules",
+    "libexec/fillstation/fillstation-agent",
+    "share/applications/fillstation.desktop",
+    "share/icons/hicolor/scalable/apps/fillstation.svg",
+    "share/icons/hicolor/symbolic/apps/fillstation-symbolic.svg",
+    "share/man/man1/fillstation.1",
+    "share/metainfo/example.fillstation.fillstation.metainfo.xml",
+}
 
 with tempfile.TemporaryDirectory() as scratch:
     prefix = Path(scratch) / "prefix"
