@@ -21,6 +21,7 @@ import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_views  # noqa: F401
 import scenarios_contract  # noqa: F401
+import scenarios_package  # noqa: F401
 
 OUT = image.CACHE / "out"
 
@@ -29,6 +30,7 @@ def _arguments():
     parser = argparse.ArgumentParser(prog="tests/vm/run", description=__doc__)
     parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--test", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--package", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--list", action="store_true", help="names the scenarios")
     parser.add_argument("--boxes", type=int, default=2, help="machines side by side (default: 2)")
     parser.add_argument("names", nargs="*", metavar="NAME", help="a scenario; without one, all")
@@ -43,9 +45,9 @@ def _selected(names):
     return [known[name] for name in names] or SCENARIOS
 
 
-def _boot(program, test, out):
+def _boot(program, extras, out):
     started = time.monotonic()
-    box = Box(program, out, tests=[test])
+    box = Box(program, out, tests=extras)
     try:
         box.wait_for_session()
     except Exception:
@@ -95,8 +97,8 @@ def _attempt(box, scenario):
 class Workshop:
     """Boxes side by side: each takes the next scenario, in a fresh machine after a failure."""
 
-    def __init__(self, program, test, scenarios):
-        self._program, self._test = program, test
+    def __init__(self, program, extras, scenarios):
+        self._program, self._extras = program, extras
         self._waiting = collections.deque(scenarios)
         self.rows = {}
 
@@ -117,7 +119,7 @@ class Workshop:
         try:
             while scenario := self._next():
                 self.rows[scenario.name] = ("FAILED", 0)
-                box = box or _boot(self._program, self._test, out)
+                box = box or _boot(self._program, self._extras, out)
                 self.rows[scenario.name] = row = _attempt(box, scenario)
                 print(f"vm: {scenario.name}: {row[0]} in {row[1]:.0f} s", flush=True)
                 if row[0] != "passed":
@@ -139,7 +141,8 @@ def main():
     started = time.monotonic()
     scenarios = _selected(arguments.names)
     image.ensure()
-    workshop = Workshop(arguments.program, arguments.test, scenarios)
+    extras = [arguments.test, arguments.package]
+    workshop = Workshop(arguments.program, extras, scenarios)
     workshop.run(min(arguments.boxes, len(scenarios)))
     rows = [(each.name, *workshop.rows.get(each.name, ("not run", 0))) for each in scenarios]
     width = max(len(each.name) for each in scenarios)

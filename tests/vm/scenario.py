@@ -17,10 +17,10 @@ def scenario(function):
 
 
 @contextlib.contextmanager
-def operator(box):
+def operator(box, entry=None):
     """A person at a fresh window; the program must still run, and end well, after the block."""
     person = Operator(box)
-    person.open()
+    person.open(entry)
     yield person
     ended = person.status()
     if ended is not None:

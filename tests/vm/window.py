@@ -22,9 +22,12 @@ class Window:
         self._box, self._name = box, name
         self.journal_start = box.call("journal_cursor")
 
-    def open(self):
-        """Starts the program."""
-        self._box.session("start", self._name, [PROGRAM], ENVIRONMENT)
+    def open(self, entry=None):
+        """Starts the program: the one that the box was given, or that of a desktop entry."""
+        if entry is None:
+            self._box.session("start", self._name, [PROGRAM], ENVIRONMENT)
+        else:
+            self._box.session("launch", self._name, entry, ENVIRONMENT)
         self._box.person = self
         until(self.is_in_front, 30, "the window is in front")
 

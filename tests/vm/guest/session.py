@@ -10,6 +10,7 @@ import time
 import traceback
 
 import accessibility
+from gi.repository import Gio, GLib
 
 DISPLAY = ":0"
 SCREEN = "1280x900x24"
@@ -32,6 +33,48 @@ def start(name, argv, environment=None):
             argv, env=os.environ | (environment or {}), stdin=subprocess.DEVNULL, stdout=out, stderr=err
         )
     return started[name].pid
+
+
+class Launched:
+    """A program that a desktop has started, with what is needed of a Popen."""
+
+    def __init__(self, pid):
+        self.pid = pid
+        self._status = None
+
+    def poll(self):
+        if self._status is None:
+            ended, status = os.waitpid(self.pid, os.WNOHANG)
+            self._status = os.waitstatus_to_exitcode(status) if ended else None
+        return self._status
+
+    def wait(self, timeout=None):
+        end = time.monotonic() + (timeout or 60)
+        while self.poll() is None:
+            if time.monotonic() >= end:
+                raise subprocess.TimeoutExpired("launched", timeout)
+            time.sleep(0.05)
+        return self._status
+
+    def send_signal(self, number):
+        os.kill(self.pid, number)
+
+    def kill(self):
+        self.send_signal(signal.SIGKILL)
+
+
+def launch(name, entry, environment=None):
+    """Starts a program by its desktop entry, as a menu does; its output goes where start() puts it."""
+    context = Gio.AppLaunchContext()
+    for key, value in (environment or {}).items():
+        context.setenv(key, value)
+    pids = []
+    with open(f"{name}.out", "wb") as out, open(f"{name}.err", "wb") as err:
+        Gio.DesktopAppInfo.new(entry).launch_uris_as_manager_with_fds(
+            [], context, GLib.SpawnFlags.DO_NOT_REAP_CHILD, None, None,
+            lambda _, pid, *more: pids.append(pid), None, -1, out.fileno(), err.fileno())
+    started[name] = Launched(pids[0])
+    return pids[0]
 
 
 def status(name):
@@ -67,6 +110,7 @@ def tree(name):
 OPERATIONS = {
     "run": run,
     "start": start,
+    "launch": launch,
     "status": status,
     "output": output,
     "stop": stop,

@@ -1,0 +1,134 @@
+"""The Debian package, on a machine that has never seen the program, from its install to its end."""
+
+import pathlib
+import sys
+
+from flows import COMPLETED, failed
+from scenario import BOOK, make_book, operator, scenario
+from waiting import expect, expect_equal, until
+
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "docs"))
+from commands import commands_for_the_box  # noqa: E402
+
+INSTALL = "sudo apt install ./fillstation_*.deb"
+REPAIR = "sudo apt install --reinstall ./fillstation_*.deb"
+PURGE = "sudo apt purge fillstation"
+ENTRY = "fillstation.desktop"
+AGENT = "/usr/libexec/fillstation/fillstation-agent"
+FOLDER = "/root/download"
+# Where Debian's own tools remember what they have done.
+OF_OTHERS = ("/dev", "/proc", "/run", "/sys", "/tmp", "/box", "/var/log", "/var/cache/apt",
+             "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd")
+STRANGERS = {
+    "vendor": {"vendor": "OTHERS", "content": {"system": "fat32", "label": "VENDOR"}},
+    "product": {"product": "USB Flash Disk", "content": {"system": "fat32", "label": "PRODUCT"}},
+}
+PLAYERS = {
+    "parted": {"content": {"table": "mbr", "system": "fat32", "label": "PARTED"}},
+    "nameless": {"content": {"system": "fat32", "label": "NAMELESS"}, "product": None},
+}
+
+
+def _files(box):
+    """Every file of the machine but those that Debian's own tools keep of their work."""
+    left_out = " -o ".join(f"-path {folder}" for folder in OF_OTHERS)
+    return set(box.root(f"find / \\( {left_out} \\) -prune -o -print").splitlines())
+
+
+def _run(box, command):
+    """A command that a person types, in the folder with the package, and agrees to."""
+    box.root(f"cd {FOLDER} && yes | {command}", 300)
+
+
+def _expect_rule(box, node, holds):
+    said = box.root(f"udevadm info --query=property /dev/{node}").splitlines()
+    expect_equal("UDISKS_AUTO=0" in said, holds, f"whether {node} is kept from automounters")
+    options = [line for line in said if line.startswith("UDISKS_MOUNT_OPTIONS_VFAT_DEFAULTS=")]
+    expect_equal(len(options), int(holds), f"the mount options for {node}: {options}")
+
+
+def _plug(box):
+    """Two players and two strangers while an automounter runs; the players' disks."""
+    box.session("start", "udiskie", "udiskie --no-tray --no-notify".split())
+    for name, traits in {**PLAYERS, **STRANGERS}.items():
+        box.player(name, **traits)
+    strangers = {box.disk(name) for name in STRANGERS}
+    disks = [box.disk(name) for name in PLAYERS]
+    until(lambda: strangers <= set(box.mounted()), 60, "the strangers have been mounted")
+    for disk in disks:
+        _expect_rule(box, disk, True)
+    _expect_rule(box, f"{disks[0]}1", True)
+    for disk in strangers:
+        _expect_rule(box, disk, False)
+    expect_equal(set(box.mounted()), strangers, "what has been mounted")
+    box.session("stop", "udiskie")
+    return disks
+
+
+def _options(box, node):
+    return box.root(f"findmnt -no OPTIONS --source {node}").strip().split(",")
+
+
+def _expect_mounts_without_flush(box, disks):
+    """The players' volumes; the strangers' show that there is something to leave out."""
+    for disk, node in box.mounted().items():
+        options = _options(box, node)
+        expect_equal("flush" in options, disk not in disks, f"flush among {options} of {node}")
+        for option in ("uid=1000", "gid=1000", "shortname=mixed", "utf8", "showexec"):
+            expect(option in options, f"{option} is among {options} of {node}")
+
+
+def _try_commands(box, disk, ends):
+    """The commands of the documents, as they are written there."""
+    for command, how in commands_for_the_box():
+        if how.ends != ends:
+            continue
+        typed = command.replace("/dev/sdX", f"/dev/{disk}")
+        if ends:
+            done = box.call("run", ["sh", "-c", typed])
+            expect_equal(done["status"], 0, f"{command}: {done['err']}")
+        else:
+            done = box.user(f"timeout 20 {typed}")
+        said = done["out"] + done["err"]
+        expect(how.says in said, f"{command} says {how.says!r}, and not only {said!r}")
+
+
+def _whole_run(box, book, disks):
+    with operator(box, ENTRY) as person:
+        person.wait_for_players(2)
+        person.add_folder(BOOK)
+        person.click("All")
+        person.start(password="not the password")
+        person.dismiss(failed(*person.ticked()), 90)
+        person.start()
+        person.dismiss(COMPLETED, 90)
+        _expect_mounts_without_flush(box, disks)
+        _try_commands(box, disks[0], ends=True)
+        person.eject()
+        until(lambda: not set(disks) & set(box.disks()), 60, "the players are off")
+    for name in PLAYERS:
+        box.expect_prepared(name, book)
+
+
+@scenario
+def the_package(box):
+    book = make_book(box, chapters=1)
+    box.user("touch fillstation.out fillstation.err udiskie.out udiskie.err")
+    box.root(f"mkdir {FOLDER} && cp /box/in/bin/fillstation_*.deb {FOLDER}")
+    before = _files(box)
+    _run(box, INSTALL)
+    installed = _files(box) - before
+    expect("/usr/bin/fillstation" in installed, f"the program is among {sorted(installed)}")
+    box.root(f"rm {AGENT}")
+    _run(box, REPAIR)
+    expect_equal(_files(box) - before, installed, "what is installed after a repair")
+    _whole_run(box, book, _plug(box))
+    _try_commands(box, "", ends=False)
+    _run(box, "apt remove fillstation")
+    expect_equal(_files(box) ^ before, set(), "what has come or gone after the removal")
+    _run(box, INSTALL)
+    _run(box, PURGE)
+    expect_equal(_files(box) ^ before, set(), "what has come or gone after the purge")
+    shown = box.call("run", ["dpkg-query", "-W", "fillstation"])
+    expect_equal(shown["status"], 1, f"dpkg knows nothing of it: {shown['out']}")
+    box.root(f"rm -r {FOLDER}")
