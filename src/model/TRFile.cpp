@@ -39,7 +39,7 @@ std::shared_ptr<TRFile> TRFile::CreateTRFilesFromURL(const Url& url,
     return CreateTRFile(url, top, fileType);
   }
   const Url folder = Url::fromPath(url.path(), true);
-  const auto root = makeNode(folder, top, Number(), true);
+  auto root = makeNode(folder, top, Number(), true);
   root->setFiles(root->AddDir(folder, fileType));
   root->setSize(Number(totalSize(*root->files())));
   return root;

@@ -142,7 +142,7 @@ TEST_F(ScriptProtocolTest, AWipedTextIsGoneFromMemory) {
   std::string text = "a secret that is too long to be kept inside";
   const std::size_t size = text.size();
   const volatile char* memory = text.data();
-  wipe(text);
+  wipeText(text);
   EXPECT_EQ(text, "");
   int kept = 0;
   for (std::size_t at = 0; at < size; ++at) {

@@ -8,13 +8,13 @@ namespace fillstation {
 
 namespace {
 
-std::string withoutEndingSlash(std::string folder) {
+std::string withoutEndingSlash(const std::string& folder) {
   return folder.substr(0, folder.find_last_not_of('/') + 1);
 }
 
 }  // namespace
 
-Bench::Bench(std::string folder, BenchServices services, BenchCredentials credentials)
+Bench::Bench(const std::string& folder, BenchServices services, BenchCredentials credentials)
     : services_(services),
       players_(services.workers),
       volumes_(withoutEndingSlash(folder), players_, services),

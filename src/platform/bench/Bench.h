@@ -21,7 +21,7 @@ namespace fillstation {
 class Bench {
  public:
   // The folder's path is absolute. The credentials are those that a script must bring.
-  Bench(std::string folder, BenchServices services, BenchCredentials credentials = {});
+  Bench(const std::string& folder, BenchServices services, BenchCredentials credentials = {});
 
   UsbBus& usbBus() { return bus_; }
   std::shared_ptr<DiskSession> createDiskSession();

@@ -14,7 +14,7 @@ namespace fillstation {
 
 namespace {
 
-constexpr std::int64_t kMiB = 1024 * 1024;
+constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 
 // A sparse image with a fresh file system, unless the player is to be blank.
 std::optional<std::string> createImage(const std::string& path, const BenchPlayerPlan& plan) {
@@ -52,7 +52,7 @@ std::optional<std::string> createPlayer(const std::string& benchFolder,
                                         const BenchPlayerPlan& plan) {
   std::error_code failed;
   std::filesystem::create_directories(benchFolder + "/pulled", failed);
-  if (const auto reason = createImage(pulledImage(benchFolder, plan.name), plan)) {
+  if (auto reason = createImage(pulledImage(benchFolder, plan.name), plan)) {
     return reason;
   }
   std::ofstream identity(identityFile(benchFolder, plan.name), std::ios::binary);

@@ -81,7 +81,7 @@ std::optional<AgentReply> receiveReply(int socket) {
                     *std::move(err)};
 }
 
-void wipe(std::string& text) {
+void wipeText(std::string& text) {
   ::explicit_bzero(text.data(), text.size());
   text.clear();
 }

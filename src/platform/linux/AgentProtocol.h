@@ -50,6 +50,6 @@ bool sendReply(int socket, const AgentReply& reply);
 std::optional<AgentReply> receiveReply(int socket);
 
 // Overwrites the text in memory in a way that no compiler leaves out, and empties it.
-void wipe(std::string& text);
+void wipeText(std::string& text);
 
 }  // namespace fillstation

@@ -83,8 +83,8 @@ ScriptOutcome PolkitScriptRunner::run(std::string_view source,
   }
   auto& script = std::get<Script>(compiled);
   ScriptOutcome outcome = runCommand(script, target);
-  wipe(script.userName);
-  wipe(script.password);
+  wipeText(script.userName);
+  wipeText(script.password);
   return outcome;
 }
 

@@ -30,21 +30,21 @@ std::shared_ptr<Disk> UDisksSession::diskFromName(std::string_view name) {
 
 void UDisksSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                           Completion completion) {
-  request<MountRequest>(std::move(disk), expected, std::move(completion));
+  request<MountRequest>(disk, expected, std::move(completion));
 }
 
 void UDisksSession::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                             Completion completion) {
-  request<UnmountRequest>(std::move(disk), expected, std::move(completion));
+  request<UnmountRequest>(disk, expected, std::move(completion));
 }
 
 void UDisksSession::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                           Completion completion) {
-  request<EjectRequest>(std::move(disk), expected, std::move(completion));
+  request<EjectRequest>(disk, expected, std::move(completion));
 }
 
 template <class Request>
-void UDisksSession::request(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+void UDisksSession::request(const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
                             Completion completion) {
   const auto complete =
       [disk, completion = std::move(completion)](const std::optional<Dissenter>& dissenter) {

@@ -26,7 +26,8 @@ class UDisksSession : public DiskSession {
 
  private:
   template <class Request>
-  void request(std::shared_ptr<Disk> disk, const DiskIdentity& expected, Completion completion);
+  void request(const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
+               Completion completion);
 
   const DiskServices& services_;
   DiskOrder& order_;

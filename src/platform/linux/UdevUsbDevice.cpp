@@ -42,7 +42,7 @@ std::optional<std::string> UdevUsbDevice::searchDiskName() const {
   if (!present_) {
     return disks_.diskName(attach_);
   }
-  const auto name = findDiskBelow(sysPath_);
+  auto name = findDiskBelow(sysPath_);
   const auto facts = name ? readDisk(*name) : std::nullopt;
   if (!facts || !facts->sequence || facts->usbHandle != handle_) {
     return std::nullopt;

@@ -81,7 +81,7 @@ void AgentCall::onRequest(const AuthenticationRequest& request) {
 }
 
 void AgentCall::onChecked(PasswordSession::Result result) {
-  wipe(password_);
+  wipeText(password_);
   if (refusal_) {
     return bus_.answer(Answer::cancelled);
   }
