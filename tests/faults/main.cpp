@@ -7,6 +7,7 @@
 
 #include "FaultOutcome.h"
 #include "TempFolder.h"
+#include "WrongDisk.h"
 
 // Performs every case on the bench and prints what was seen, as tables for docs/reliability.md. The
 // exit status is 1 when something was seen that must not be.
@@ -30,6 +31,24 @@ bool printFaults(std::FILE* out) {
   return sound;
 }
 
+bool printWrongDisks(std::FILE* out) {
+  bool sound = true;
+  std::fprintf(out, "\n%s", faults::wrongDiskHead().c_str());
+  for (const auto& planned : faults::wrongDiskCases()) {
+    std::vector<faults::WrongDiskOutcome> seen;
+    for (const auto& disk : faults::kForeignDisks) {
+      seen.push_back(faults::perform(planned, disk));
+      for (const auto& problem : seen.back().problems) {
+        std::fprintf(stderr, "%s, %s: %s\n", planned.moment.c_str(), disk.name, problem.c_str());
+      }
+      sound = sound && seen.back().problems.empty();
+    }
+    std::fprintf(out, "%s\n", faults::rowOf(planned, seen).c_str());
+    std::fflush(out);
+  }
+  return sound;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -41,7 +60,8 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
   try {
-    return printFaults(out) ? 0 : 1;
+    const bool isSound = printFaults(out);
+    return printWrongDisks(out) && isSound ? 0 : 1;
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "%s\n", problem.what());
     return 2;
