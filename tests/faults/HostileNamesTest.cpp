@@ -5,6 +5,7 @@
 
 #include "Book.h"
 #include "FaultRig.h"
+#include "Outside.h"
 #include "PlayerCommand.h"
 #include "UsbUtil.h"
 
@@ -146,6 +147,30 @@ TEST(HostileNamesTest, TheBenchRunsNoCommandOnADiskOfTheMachine) {
       EXPECT_LT(outcome.errorNumber.value_or(0), 0) << node;  // refused, not tried
     }
   }
+}
+
+// What every table here rests on: one byte anywhere makes another digest.
+TEST(OutsideTest, EveryByteOfAFileCounts) {
+  const test::TempFolder folder;
+  const std::string image = folder.write("a.img", "x");
+  std::filesystem::resize_file(image, 1 << 20);
+  const Outside before(folder.path(), {});
+  std::set<std::string> digests{digestOf(image)};
+  for (const std::streamoff at : {0, 1, 4095, 4096, (1 << 20) - 1}) {
+    std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(at);
+    file << 'y';
+    file.close();
+    digests.insert(digestOf(image));
+  }
+  std::filesystem::resize_file(image, 2 << 20);
+  digests.insert(digestOf(image));
+  EXPECT_EQ(digests.size(), 7U);
+  folder.write("new", "");
+  EXPECT_EQ(Outside(folder.path(), {}).changesSince(before),
+            (std::vector<std::string>{"a.img has changed", "new has come"}));
+  EXPECT_EQ(before.changesSince(Outside(folder.path(), {"a"})),
+            (std::vector<std::string>{"a.img has come", "new has gone"}));
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ class Outside {
   std::map<std::string, std::string> digests_;
 };
 
-// The SHA-256 of a file, in hexadecimal; empty when it can't be read.
+// The SHA-256 of a file's length and of its blocks that are not all zeros, each with its place, in
+// hexadecimal: as telling as that of all bytes, and quick where an image is mostly holes. Empty
+// when it can't be read.
 std::string digestOf(const std::string& path);
 
 }  // namespace fillstation::faults
