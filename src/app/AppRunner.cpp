@@ -66,6 +66,9 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   OpenPanel::keepSettingsAway();
   const QApplication application(argc, argv);
   dressApplication();
+  if (backEnd.claim && !backEnd.claim()) {
+    return 0;
+  }
 
   CommonPorts common(stop);
   const std::shared_ptr<void> ports = backEnd.install(platform(), stop, common.mainThread);

@@ -20,6 +20,9 @@ struct BackEnd {
       install;
   // Called once when the window is shown, before the main loop begins; may be empty.
   std::function<void(WindowSet& windows)> shown;
+  // Called once before there is a window; false when the program is not to go on, since another one
+  // does its work. May be empty.
+  std::function<bool()> claim;
 };
 
 // The program: shows the window over the back end and runs the main loop. Closing the window,

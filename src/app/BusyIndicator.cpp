@@ -1,5 +1,6 @@
 #include "BusyIndicator.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
@@ -12,9 +13,34 @@ constexpr int kDots = 8;
 constexpr int kMillisecondsPerStep = 120;
 constexpr int kSide = 24;
 
+// What assistive programs are told of an indicator.
+class Spoken : public QAccessibleWidget {
+ public:
+  explicit Spoken(BusyIndicator* indicator)
+      : QAccessibleWidget(indicator, QAccessible::Animation), indicator_(indicator) {}
+
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.busy = indicator_->isAnimating();
+    return state;
+  }
+
+ private:
+  const BusyIndicator* indicator_;
+};
+
+QAccessibleInterface* spokenOf(const QString& /*className*/, QObject* object) {
+  auto* const indicator = qobject_cast<BusyIndicator*>(object);
+  return indicator != nullptr ? new Spoken(indicator) : nullptr;
+}
+
 }  // namespace
 
 BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
+  [[maybe_unused]] static const bool installed = [] {
+    QAccessible::installFactory(spokenOf);
+    return true;
+  }();
   QSizePolicy policy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   policy.setRetainSizeWhenHidden(true);
   setSizePolicy(policy);

@@ -6,7 +6,8 @@
 namespace fillstation {
 
 // A ring of dots, one of them bright, that walks round while something is going on. Keeps its place
-// in the layout while it is hidden. Main thread; belongs to its window.
+// in the layout while it is hidden. Assistive programs are told whether it is busy. Main thread;
+// belongs to its window.
 class BusyIndicator : public QWidget {
   Q_OBJECT
 

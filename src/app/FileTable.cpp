@@ -1,9 +1,15 @@
 #include "FileTable.h"
 
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QDropEvent>
+#include <QFile>
+#include <QFileInfo>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
+#include <QMimeData>
 #include <QProxyStyle>
 #include <QVBoxLayout>
 
@@ -28,10 +34,23 @@ class RoomyStyle : public QProxyStyle {
   }
 };
 
+// What of the dragged things lies on this machine, under a path of its own.
+std::vector<Url> localUrls(const QMimeData& dragged) {
+  std::vector<Url> urls;
+  for (const QUrl& url : dragged.urls()) {
+    if (url.isLocalFile()) {
+      const QString path = QDir::cleanPath(url.toLocalFile());
+      urls.push_back(Url::fromPath(QFile::encodeName(path).toStdString(), QFileInfo(path).isDir()));
+    }
+  }
+  return urls;
+}
+
 }  // namespace
 
 FileTable::FileTable(QWidget* parent)
-    : QTableView(parent), hint_(new QLabel(tr("Add a folder of audio"), viewport())) {
+    : QTableView(parent),
+      hint_(new QLabel(tr("Drop folders of audio here,\nor choose Browse"), viewport())) {
   auto* const roomy = new RoomyStyle(this);
   setStyle(roomy);
   horizontalHeader()->setStyle(roomy);
@@ -41,6 +60,9 @@ FileTable::FileTable(QWidget* parent)
   setTabKeyNavigation(false);
   setAlternatingRowColors(true);
   setShowGrid(false);
+  setAcceptDrops(true);
+  setDragDropMode(DropOnly);
+  setAccessibleName(tr("Files"));
   setWordWrap(false);
   setTextElideMode(Qt::ElideMiddle);
   verticalHeader()->hide();
@@ -79,6 +101,31 @@ std::set<std::size_t> FileTable::selectedRowIndexes() const {
     rows.insert(static_cast<std::size_t>(index.row()));
   }
   return rows;
+}
+
+void FileTable::keyPressEvent(QKeyEvent* event) {
+  if (event->matches(QKeySequence::Delete)) {
+    emit deletePressed();
+    return;
+  }
+  QTableView::keyPressEvent(event);
+}
+
+void FileTable::dragEnterEvent(QDragEnterEvent* event) {
+  event->setDropAction(Qt::CopyAction);
+  event->setAccepted(!localUrls(*event->mimeData()).empty());
+}
+
+// Anywhere on the table, since a drop goes to the end of the list.
+void FileTable::dragMoveEvent(QDragMoveEvent* event) {
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+}
+
+void FileTable::dropEvent(QDropEvent* event) {
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+  emit dropped(localUrls(*event->mimeData()));
 }
 
 void FileTable::mousePressEvent(QMouseEvent* event) {

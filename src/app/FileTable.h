@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <memory>
 #include <set>
+#include <vector>
 
 #include "TRSongsTVC.h"
 #include "TableView.h"
+#include "Url.h"
 
 class QLabel;
 class QMenu;
@@ -16,7 +18,8 @@ namespace fillstation {
 class FileTableModel;
 
 // The table of the file list. A right click doesn't touch the selection; it remembers the row under
-// the pointer and opens the context menu. Main thread; belongs to the main window.
+// the pointer and opens the context menu. Files and folders of this machine can be dropped on it.
+// Main thread; belongs to the main window.
 class FileTable : public QTableView, public TableView {
   Q_OBJECT
 
@@ -38,7 +41,17 @@ class FileTable : public QTableView, public TableView {
   std::size_t numberOfSelectedRows() const;
   std::set<std::size_t> selectedRowIndexes() const;
 
+ signals:
+  // Files and folders that were dropped, in their order.
+  void dropped(const std::vector<fillstation::Url>& urls);
+  // The key that deletes was pressed.
+  void deletePressed();
+
  protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
 

@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include <QApplication>
+#include <QDialog>
 
 #include "Platform.h"
 #include "ui_MainWindow.h"
@@ -10,6 +11,19 @@ namespace fillstation {
 MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) { ui_->setupUi(this); }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::comeToFront() {
+  setWindowState(windowState() & ~Qt::WindowMinimized);
+  QWidget* front = this;
+  front->raise();
+  for (auto* dialog : findChildren<QDialog*>()) {
+    if (dialog->isVisible()) {
+      front = dialog;
+      front->raise();
+    }
+  }
+  front->activateWindow();
+}
 
 void MainWindow::closeEvent(QCloseEvent* /*event*/) {
   hideAllWindows();

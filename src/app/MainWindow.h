@@ -19,6 +19,10 @@ class MainWindow : public QMainWindow {
 
   const Ui::MainWindow& ui() const { return *ui_; }
 
+  // Asks the desktop to show the window above the others, back from the task bar if it is there,
+  // and to give the keyboard to it, or to the dialog that it shows.
+  void comeToFront();
+
  protected:
   void closeEvent(QCloseEvent* event) override;
 

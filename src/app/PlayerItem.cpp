@@ -23,12 +23,15 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   layout->addWidget(facts_);
   facts_->setContentsMargins(tick_->textIndent(), 0, 0, 0);
   facts_->setWholeText(facts(*player_));
+  tick_->setAccessibleDescription(facts_->text());
   connect(tick_, &QAbstractButton::clicked, this, &PlayerItem::onClicked);
   refresh();
 }
 
 void PlayerItem::refresh() {
-  tick_->setWholeText(displayText(player_->name()));
+  const QString name = displayText(player_->name());
+  tick_->setWholeText(name);
+  tick_->setAccessibleName(name.isEmpty() ? facts_->text() : name);
   tick_->setChecked(player_->selected().isTrue());
 }
 

@@ -65,6 +65,10 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void menuFileDeleteCurrent(QObject* sender);
   void menuFileDeleteSelection(QObject* sender);
   void menuFileDeleteAll(QObject* sender);
+  // What was dropped on the file table, as if it had been chosen.
+  void filesDropped(const std::vector<Url>& urls);
+  // Removes the rows that are selected, as the keyboard asks.
+  void removeSelectedRows();
 
   // Finds the capacity anew and writes both capacity labels.
   void updateFilesSize();
@@ -158,6 +162,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void setFileMenuDeleteAll(QAction* value) { fileMenuDeleteAll_.set(value); }
 
  private:
+  void addRoots(const std::vector<Url>& urls);
   void addRoot(const Url& url);
   void selectAll(int selected);
   void startRun(const ArrayController<TRPlayer>::List& players,
@@ -194,6 +199,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   Atomic<QPointer<QAction>> fileMenuDeleteSelected_;
   Atomic<QPointer<QAction>> fileMenuDeleteAll_;
   OpenPanelFunction openPanel_;
+  std::shared_ptr<void> awake_;    // while a run lasts
   QPointer<QWidget> focusBefore_;  // where the keyboard was when Start was pressed
 };
 

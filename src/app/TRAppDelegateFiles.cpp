@@ -4,10 +4,14 @@ namespace fillstation {
 
 void TRAppDelegate::btnBrowseFileClicked(QObject* /*sender*/) {
   const auto chosen = openPanel_(cmbFileType()->currentText().toStdString());
-  if (chosen) {
-    for (const Url& url : *chosen) {
-      addRoot(url);
-    }
+  addRoots(chosen.value_or(std::vector<Url>()));
+}
+
+void TRAppDelegate::filesDropped(const std::vector<Url>& urls) { addRoots(urls); }
+
+void TRAppDelegate::addRoots(const std::vector<Url>& urls) {
+  for (const Url& url : urls) {
+    addRoot(url);
   }
   updateFilesSize();
 }
@@ -53,6 +57,14 @@ void TRAppDelegate::menuFileDeleteCurrent(QObject* /*sender*/) {
 void TRAppDelegate::menuFileDeleteSelection(QObject* /*sender*/) {
   songsTVC()->removeTRFiles(::fillstation::fileView->selectedRowIndexes());
   updateFilesSize();
+}
+
+void TRAppDelegate::removeSelectedRows() {
+  const auto rows = lstFiles()->selectedRowIndexes();
+  if (!rows.empty()) {
+    songsTVC()->removeTRFiles(rows);
+    updateFilesSize();
+  }
 }
 
 void TRAppDelegate::menuFileDeleteAll(QObject* /*sender*/) {

@@ -47,6 +47,9 @@ void TRAppDelegate::startRun(const ArrayController<TRPlayer>::List& players,
                              const std::shared_ptr<TRFileList>& files, const std::string& userName,
                              const std::string& userPass) {
   pbCircle()->startAnimation();
+  if (auto* const wakefulness = platform().wakefulness) {
+    awake_ = wakefulness->keepAwake(tr("Players are being filled").toStdString());
+  }
   const auto collection = std::make_shared<TRFileCopyTaskCollection>(files, userName, userPass);
   for (const auto& player : players) {
     if (player->selected().isTrue()) {
@@ -79,6 +82,7 @@ void TRAppDelegate::updateProgress(const std::shared_ptr<TRFileCopyTaskCollectio
 
 void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
   pbCircle()->stopAnimation();
+  awake_ = nullptr;
   playerController()->objectsChanged();
   std::string message = "Process Completed.";
   for (const auto& task : collection->tasks()) {

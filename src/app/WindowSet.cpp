@@ -1,5 +1,7 @@
 #include "WindowSet.h"
 
+#include <QShortcut>
+
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
@@ -86,6 +88,12 @@ void WindowSet::connectFiles() {
   // The table belongs to its window and outlives the list.
   songs_->setTblView(std::shared_ptr<FileTable>(ui.lstFiles, [](FileTable*) {}));
   delegate_->setOpenPanel(OpenPanel::runner(window_.get()));
+  QObject::connect(ui.lstFiles, &FileTable::dropped, controller, &TRAppDelegate::filesDropped);
+  QObject::connect(ui.lstFiles, &FileTable::deletePressed, controller,
+                   &TRAppDelegate::removeSelectedRows);
+  // Beside the button's own mnemonic.
+  const auto* open = new QShortcut(QKeySequence::Open, window_.get());
+  QObject::connect(open, &QShortcut::activated, ui.btnBrowse, &QPushButton::click);
   QObject::connect(menu_, &QMenu::aboutToShow, controller,
                    [=, this] { controller->menuNeedsUpdate(menu_); });
   const auto on = [controller](QAction* action, void (TRAppDelegate::*command)(QObject*)) {

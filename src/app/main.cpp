@@ -2,6 +2,8 @@
 #include "AppRunner.h"
 #include "JournalLog.h"
 #include "LinuxSystem.h"
+#include "SessionInstance.h"
+#include "WindowSet.h"
 
 namespace {
 
@@ -23,6 +25,14 @@ struct RealPlayers {
 
 int main(int argc, char** argv) {
   BackEnd backEnd;
+  std::unique_ptr<SessionInstance> instance;
+  backEnd.claim = [&instance] {
+    instance = std::make_unique<SessionInstance>(&SessionInstance::connect);
+    return instance->claim();
+  };
+  backEnd.shown = [&instance](WindowSet& windows) {
+    instance->onRaise([&windows] { windows.window().comeToFront(); });
+  };
   backEnd.install = [](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
     LinuxPlaces places;
     places.parts.agent = agentOf(thisProgram());

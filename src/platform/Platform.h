@@ -12,6 +12,7 @@
 #include "ScriptRunner.h"
 #include "SystemLog.h"
 #include "UsbBus.h"
+#include "Wakefulness.h"
 #include "Workers.h"
 #include "Workspace.h"
 
@@ -29,6 +30,7 @@ struct Platform {
   Workers* workers = nullptr;
   SystemLog* systemLog = nullptr;
   Workspace* workspace = nullptr;
+  Wakefulness* wakefulness = nullptr;  // null where nothing would put the machine to sleep
   // Ends the program: nothing new is begun, pauses and hand-overs return at once, and the process
   // leaves without waiting for anything. Main thread; returns only in tests.
   std::function<void()> endProgram;

@@ -46,6 +46,12 @@ TEST_F(AppRunnerTest, ClosingTheWindowLeavesTheProcessAtOnce) {
   EXPECT_EQ(out.find("returned"), std::string::npos);
 }
 
+TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
+  endBy("second");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(out, "returned 0\n");
+}
+
 TEST_F(AppRunnerTest, ASignalLeavesTheProcessAtOnce) {
   endBy("signal");
   EXPECT_EQ(status, 0);

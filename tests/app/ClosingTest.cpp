@@ -33,6 +33,23 @@ class ClosingTest : public WindowTest {
   int visibleAtTheEnd = -1;
 };
 
+TEST_F(ClosingTest, AMinimisedWindowComesBackToTheFront) {
+  windows->window().showMinimized();
+  windows->window().comeToFront();
+  EXPECT_FALSE(windows->window().isMinimized());
+  waitForActive(windows->window());
+}
+
+TEST_F(ClosingTest, TheDialogThatIsOpenComesToTheFrontWithItsWindow) {
+  click(ui().btnStart);
+  QWidget other;
+  other.show();
+  other.activateWindow();
+  waitForActive(other);
+  windows->window().comeToFront();
+  waitForActive(windows->panel());
+}
+
 TEST_F(ClosingTest, AnIdleWindowEndsTheProgramWhenItIsClosed) {
   closeWindow();
   expectEnded();

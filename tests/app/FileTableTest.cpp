@@ -124,7 +124,7 @@ TEST_F(FileTableTest, ARowThatIsGoneFromTheListIsEmptyUntilTheReload) {
 
 TEST_F(FileTableTest, AnEmptyListSaysWhatToDo) {
   EXPECT_TRUE(hint()->isVisible());
-  EXPECT_EQ(hint()->text(), QStringLiteral("Add a folder of audio"));
+  EXPECT_EQ(hint()->text(), QStringLiteral("Drop folders of audio here,\nor choose Browse"));
   EXPECT_TRUE(hint()->testAttribute(Qt::WA_TransparentForMouseEvents));
   addRoot("/a", 1);
   EXPECT_FALSE(hint()->isVisible());

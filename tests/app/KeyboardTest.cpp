@@ -63,6 +63,56 @@ TEST_F(KeyboardTest, MnemonicsPressTheButtons) {
   runUntil([&] { return windows->panel().isVisible(); });
 }
 
+TEST_F(KeyboardTest, ControlOBrowsesAsLongAsTheButtonIsOn) {
+  int browsed = 0;
+  controller().setOpenPanel([&](const std::string&) {
+    ++browsed;
+    return std::nullopt;
+  });
+  QTest::keyClick(&windows->window(), Qt::Key_O, Qt::ControlModifier);
+  runUntil([&] { return browsed == 1; });
+  controller().enableView(false);
+  QTest::keyClick(&windows->window(), Qt::Key_O, Qt::ControlModifier);
+  settle();
+  EXPECT_EQ(browsed, 1);
+}
+
+TEST_F(KeyboardTest, DeleteRemovesTheSelectedRows) {
+  for (const char* path : {"/a", "/b", "/c"}) {
+    addRoot(path, 1);
+  }
+  ui().lstFiles->selectRow(0);
+  ui().lstFiles->selectionModel()->select(ui().lstFiles->model()->index(2, 0),
+                                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
+  ports.log.clear();
+  QTest::keyClick(ui().lstFiles, Qt::Key_Delete);
+  ASSERT_EQ(windows->songs()->list()->size(), 1U);
+  EXPECT_EQ(windows->songs()->list()->at(0)->path(), "/b");
+  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
+}
+
+TEST_F(KeyboardTest, DeleteWithoutASelectionDoesNothing) {
+  addRoot("/a", 1);
+  ports.log.clear();
+  QTest::keyClick(ui().lstFiles, Qt::Key_Delete);
+  EXPECT_EQ(windows->songs()->list()->size(), 1U);
+  EXPECT_EQ(logTexts(), Texts{});
+}
+
+TEST_F(KeyboardTest, ControlASelectsEveryRowAndOtherKeysMoveAsUsual) {
+  for (const char* path : {"/a", "/b", "/c"}) {
+    addRoot(path, 1);
+  }
+  QTest::keyClick(ui().lstFiles, Qt::Key_A, Qt::ControlModifier);
+  EXPECT_EQ(ui().lstFiles->numberOfSelectedRows(), 3U);
+  QTest::mouseClick(ui().lstFiles->viewport(), Qt::LeftButton, {},
+                    ui().lstFiles->visualRect(ui().lstFiles->model()->index(1, 0)).center());
+  QTest::keyClick(ui().lstFiles, Qt::Key_Down, Qt::ShiftModifier);
+  EXPECT_EQ(ui().lstFiles->selectedRowIndexes(), (std::set<std::size_t>{1, 2}));
+  QTest::keyClick(ui().lstFiles, Qt::Key_Up);
+  EXPECT_EQ(ui().lstFiles->selectedRowIndexes(), std::set<std::size_t>{1});
+}
+
 TEST_F(KeyboardTest, ThePanelsMnemonicsReachItsFields) {
   click(ui().btnStart);
   waitForActive(windows->panel());

@@ -24,6 +24,8 @@ class ProgramTest : public ::testing::Test {
     environment.insert("HOME", QString::fromStdString(home.path()));
     environment.remove("XDG_CONFIG_HOME");
     environment.remove("JOURNAL_STREAM");
+    environment.remove("DBUS_SESSION_BUS_ADDRESS");
+    environment.insert("XDG_RUNTIME_DIR", "/nowhere");
     program.setProcessEnvironment(environment);
     program.start(file, QStringList());
     awaitText(out, "end event", 2);

@@ -23,7 +23,8 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
           places.parts.agent, [this](const DiskIdentity& identity) { return guardOf(identity); },
           [this](const DiskIdentity& identity) { known_.spared(identity); }),
       owner_(known_, mounts_),
-      fileManager_(owner_, services.stop) {}
+      fileManager_(owner_, services.stop),
+      wakefulness_(places.connect, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {
   installed.usbBus = &bus_;
@@ -33,6 +34,7 @@ void LinuxSystem::installInto(Platform& installed) {
   installed.scriptRunner = &scriptRunner_;
   installed.fileManager = &fileManager_;
   installed.systemLog = &log_;
+  installed.wakefulness = &wakefulness_;
   for (const auto& line : missingParts(parts_)) {
     log_.write(line);
   }

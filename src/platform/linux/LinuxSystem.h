@@ -9,6 +9,7 @@
 #include "DiskServices.h"
 #include "KnownDisks.h"
 #include "LinuxVolumeOwner.h"
+#include "LogindWakefulness.h"
 #include "MountTable.h"
 #include "Platform.h"
 #include "PolkitScriptRunner.h"
@@ -46,7 +47,8 @@ class LinuxSystem {
  public:
   LinuxSystem(const LinuxServices& services, const LinuxPlaces& places);
 
-  // Sets the ports usbBus, createDiskSession, scriptRunner, fileManager and systemLog, and writes
+  // Sets the ports usbBus, createDiskSession, scriptRunner, fileManager, wakefulness and systemLog,
+  // and writes
   // down what the machine lacks.
   void installInto(Platform& installed);
 
@@ -64,6 +66,7 @@ class LinuxSystem {
   PolkitScriptRunner scriptRunner_;
   LinuxVolumeOwner owner_;
   PosixFileManager fileManager_;
+  LogindWakefulness wakefulness_;
 };
 
 }  // namespace fillstation

@@ -14,8 +14,9 @@
 #include "WindowSet.h"
 
 // A program on runApplication() that says on standard output what happens when. Its argument is how
-// it ends: "close" the window, "signal" it, "exit" the main loop, or "bare": exit it without
-// asking to be told that the window is shown.
+// it ends: "close" the window, "signal" it, "exit" the main loop, "second": end
+// because another program does the work, or "bare": exit the loop without asking to be told that
+// the window is shown.
 namespace fillstation {
 namespace {
 
@@ -107,11 +108,12 @@ void shown(WindowSet& windows, const std::string& how) {
 int main(int argc, char** argv) {
   const std::string how = argv[1];
   if (how == "bare") {
-    return fillstation::runApplication(argc, argv, {fillstation::installAndExit, nullptr});
+    return fillstation::runApplication(argc, argv, {fillstation::installAndExit, nullptr, nullptr});
   }
   const int status = fillstation::runApplication(
       argc, argv,
-      {fillstation::install, [how](auto& windows) { fillstation::shown(windows, how); }});
+      {fillstation::install, [how](auto& windows) { fillstation::shown(windows, how); },
+       [how] { return how != "second"; }});
   std::printf("returned %d\n", status);
   return status;
 }

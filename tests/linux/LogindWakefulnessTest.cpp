@@ -1,0 +1,121 @@
+#include "LogindWakefulness.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
+#include <QDBusVirtualObject>
+#include <array>
+#include <functional>
+
+#include "FileHandle.h"
+#include "PrivateBus.h"
+#include "TestPlatform.h"
+
+namespace fillstation::test {
+
+// Stands in for the login manager: it gives out one end of a pipe and sees by the other end whether
+// anybody still holds it.
+class StandInLogind : public QDBusVirtualObject {
+ public:
+  explicit StandInLogind(QDBusConnection connection) {
+    connection.registerVirtualObject("/org/freedesktop/login1", this);
+    connection.registerService("org.freedesktop.login1");
+  }
+
+  QString introspect(const QString& /*path*/) const override { return {}; }
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    called = message.interface() + QLatin1Char('.') + message.member();
+    arguments = message.arguments();
+    if (refuses) {
+      connection.send(message.createErrorReply("org.freedesktop.DBus.Error.AccessDenied", "No."));
+      return true;
+    }
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    watched = FileHandle(ends[0]);
+    const FileHandle given(ends[1]);
+    connection.send(message.createReply(QVariant::fromValue(QDBusUnixFileDescriptor(given.get()))));
+    return true;
+  }
+  // True when the last copy of what was given out is closed.
+  bool isReleased() const {
+    char byte = 0;
+    ::fcntl(watched.get(), F_SETFL, O_NONBLOCK);
+    return ::read(watched.get(), &byte, 1) == 0;
+  }
+
+  bool refuses = false;
+  QString called;
+  QVariantList arguments;
+  FileHandle watched;
+};
+
+class LogindWakefulnessTest : public ::testing::Test {
+ protected:
+  static void runUntil(const std::function<bool()>& done) {
+    while (!done()) {
+      QCoreApplication::processEvents();
+    }
+  }
+  // Long enough for whatever is on its way.
+  static void settle() {
+    for (int turn = 0; turn < 200; ++turn) {
+      QCoreApplication::processEvents();
+    }
+  }
+
+  PrivateBus bus;
+  StandInLogind logind{bus.connect("logind")};
+  TestLog log;
+  LogindWakefulness wakefulness{[this](const QString& name) { return bus.connect(name); }, log};
+};
+
+TEST_F(LogindWakefulnessTest, SleepIsBlockedUntilThePointerGoes) {
+  auto awake = wakefulness.keepAwake("Players are being filled");
+  runUntil([&] { return static_cast<bool>(logind.watched); });
+  EXPECT_EQ(logind.called, QStringLiteral("org.freedesktop.login1.Manager.Inhibit"));
+  EXPECT_EQ(logind.arguments,
+            (QVariantList{"sleep", "Fillstation", "Players are being filled", "block"}));
+  settle();
+  EXPECT_FALSE(logind.isReleased());
+  awake = nullptr;
+  runUntil([&] { return logind.isReleased(); });
+  EXPECT_TRUE(log.texts().empty());
+}
+
+TEST_F(LogindWakefulnessTest, OneThatWasGivenUpBeforeTheAnswerIsReleased) {
+  wakefulness.keepAwake("Players are being filled");
+  runUntil([&] { return logind.watched && logind.isReleased(); });
+  EXPECT_TRUE(log.texts().empty());
+}
+
+TEST_F(LogindWakefulnessTest, TheSecondRunHasOneToo) {
+  wakefulness.keepAwake("first");
+  runUntil([&] { return logind.watched && logind.isReleased(); });
+  logind.watched = FileHandle();
+  const auto awake = wakefulness.keepAwake("second");
+  runUntil([&] { return static_cast<bool>(logind.watched); });
+  settle();
+  EXPECT_FALSE(logind.isReleased());
+}
+
+TEST_F(LogindWakefulnessTest, ARefusalIsALine) {
+  logind.refuses = true;
+  const auto awake = wakefulness.keepAwake("Players are being filled");
+  runUntil([&] { return !log.texts().empty(); });
+  EXPECT_EQ(log.texts(),
+            std::vector<std::string>{"The machine may fall asleep during the run: No."});
+}
+
+TEST_F(LogindWakefulnessTest, AMachineWithoutABusIsALine) {
+  LogindWakefulness alone([](const QString& name) { return QDBusConnection(name); }, log);
+  const auto awake = alone.keepAwake("Players are being filled");
+  ASSERT_EQ(log.texts().size(), 1U);
+  EXPECT_TRUE(log.texts().front().starts_with("The machine may fall asleep during the run: "));
+}
+
+}  // namespace fillstation::test

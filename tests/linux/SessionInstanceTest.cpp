@@ -1,0 +1,99 @@
+#include "SessionInstance.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <future>
+
+#include "PrivateBus.h"
+
+namespace fillstation::test {
+
+class SessionInstanceTest : public ::testing::Test {
+ protected:
+  // A program that starts in this session.
+  std::unique_ptr<SessionInstance> program(const QString& connection) {
+    return std::make_unique<SessionInstance>(
+        [&](const QString& /*name*/) { return bus.connect(connection); });
+  }
+  // Whether it is to go on; what others do meanwhile is done.
+  static bool claims(SessionInstance& instance) {
+    auto claim = std::async(std::launch::async, [&instance] { return instance.claim(); });
+    while (claim.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+      QCoreApplication::processEvents();
+    }
+    return claim.get();
+  }
+
+  PrivateBus bus;
+};
+
+TEST_F(SessionInstanceTest, TheFirstGoesOnAndTheSecondRaisesIt) {
+  const auto first = program("first");
+  int raised = 0;
+  first->onRaise([&raised] { ++raised; });
+  EXPECT_TRUE(claims(*first));
+  EXPECT_EQ(raised, 0);
+  const auto second = program("second");
+  EXPECT_FALSE(claims(*second));
+  EXPECT_EQ(raised, 1);
+}
+
+TEST_F(SessionInstanceTest, TheDesktopsLeaveIsHandedOn) {
+  const auto first = program("first");
+  QByteArray token;
+  first->onRaise([&token] { token = qgetenv(SessionInstance::kToken); });
+  EXPECT_TRUE(claims(*first));
+  qputenv(SessionInstance::kToken, "leave-17");
+  EXPECT_FALSE(claims(*program("second")));
+  EXPECT_EQ(token, "leave-17");
+  qunsetenv(SessionInstance::kToken);
+}
+
+TEST_F(SessionInstanceTest, OneThatHasNoWindowYetIsRaisedWithoutHarm) {
+  const auto first = program("first");
+  EXPECT_TRUE(claims(*first));
+  EXPECT_FALSE(claims(*program("second")));
+}
+
+TEST_F(SessionInstanceTest, OneThatDoesNotKnowTheCallIsNoReasonToEnd) {
+  auto stranger = bus.connect("stranger");
+  ASSERT_TRUE(stranger.registerService("example.fillstation.fillstation"));
+  EXPECT_TRUE(claims(*program("second")));
+}
+
+TEST_F(SessionInstanceTest, OtherCallsAreNotKnown) {
+  const auto first = program("first");
+  int raised = 0;
+  first->onRaise([&raised] { ++raised; });
+  EXPECT_TRUE(claims(*first));
+  auto caller = bus.connect("caller");
+  for (const auto& [interface, member] :
+       {std::pair("org.freedesktop.Application", "Open"), std::pair("org.else", "Activate")}) {
+    auto call = caller.asyncCall(QDBusMessage::createMethodCall(
+        "example.fillstation.fillstation", "/example/fillstation/fillstation", interface, member));
+    while (!call.isFinished()) {
+      QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(call.isError()) << member;
+  }
+  EXPECT_EQ(raised, 0);
+}
+
+TEST_F(SessionInstanceTest, WithoutASessionBusEveryStartIsTheFirst) {
+  SessionInstance first([](const QString& name) { return QDBusConnection(name); });
+  EXPECT_TRUE(first.claim());
+}
+
+TEST_F(SessionInstanceTest, NoBusIsStartedWhereThereIsNone) {
+  qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+  qputenv("XDG_RUNTIME_DIR", "/nowhere");
+  EXPECT_FALSE(SessionInstance::connect("none").isConnected());
+  qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address().toUtf8());
+  EXPECT_TRUE(SessionInstance::connect("by-address").isConnected());
+  QDBusConnection::disconnectFromBus("by-address");
+}
+
+}  // namespace fillstation::test
