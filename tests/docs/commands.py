@@ -42,7 +42,7 @@ HOW = {
     "systemctl status udisks2": InBox("active (running)"),
     "sudo systemctl restart udisks2": InBox(""),
     "lsblk -S -o NAME,TRAN,VENDOR,MODEL": InBox("ACTIONS"),
-    "sudo fuser -vm /dev/sdX": InBox("kernel mount"),
+    "sudo fuser -vm /dev/sdX": InBox("mount /media/player/"),
     "df -h /media/*/*": InBox("/media/player/"),
 }
 

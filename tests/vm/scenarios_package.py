@@ -19,6 +19,8 @@ FOLDER = "/root/download"
 # Where Debian's own tools remember what they have done.
 OF_OTHERS = ("/dev", "/proc", "/run", "/sys", "/tmp", "/box", "/var/log", "/var/cache/apt",
              "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd")
+# An automounter that heeds what UDisks2 says of a volume, as those of the large desktops do.
+AUTOMOUNTER = """{"device_config": [{"should_automount": false, "automount": false}]}"""
 STRANGERS = {
     "vendor": {"vendor": "OTHERS", "content": {"system": "fat32", "label": "VENDOR"}},
     "product": {"product": "USB Flash Disk", "content": {"system": "fat32", "label": "PRODUCT"}},
@@ -49,7 +51,8 @@ def _expect_rule(box, node, holds):
 
 def _plug(box):
     """Two players and two strangers while an automounter runs; the players' disks."""
-    box.session("start", "udiskie", "udiskie --no-tray --no-notify".split())
+    box.call("write_file", "/tmp/udiskie.yml", AUTOMOUNTER)
+    box.session("start", "udiskie", "udiskie --no-tray --no-notify -c /tmp/udiskie.yml".split())
     for name, traits in {**PLAYERS, **STRANGERS}.items():
         box.player(name, **traits)
     strangers = {box.disk(name) for name in STRANGERS}
