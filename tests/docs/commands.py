@@ -40,6 +40,7 @@ HOW = {
     "journalctl -b -u udisks2": InBox("udisks"),
     "systemctl status systemd-udevd": InBox("active (running)"),
     "systemctl status udisks2": InBox("active (running)"),
+    "systemctl status systemd-logind": InBox("active (running)"),
     "sudo systemctl restart udisks2": InBox(""),
     "lsblk -S -o NAME,TRAN,VENDOR,MODEL": InBox("ACTIONS"),
     "sudo fuser -vm /dev/sdX": InBox("mount /media/player/"),

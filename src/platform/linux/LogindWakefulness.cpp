@@ -25,8 +25,8 @@ std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
     watcher->deleteLater();
     const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
     if (reply.isError()) {
-      log_.write("The machine may fall asleep during the run: " +
-                 reply.error().message().toStdString());
+      log_.write(formatText("The machine may fall asleep during the run: %@",
+                            reply.error().message().toStdString()));
     } else if (const auto held = waiting.lock()) {
       held->emplace(reply.value());
     }
