@@ -23,7 +23,7 @@ class ReportLine {
   // threads run in between: some tens of microseconds.
   static constexpr int kPatience = 100;
   // How many reports a hand-over shows at most, or few more when they came together.
-  static constexpr int kMost = 64;
+  static constexpr int kMost = 256;
 
   // The lock is held while reports are being shown, by the thread that leads; it outlives the line.
   explicit ReportLine(std::mutex& shown, int patience = kPatience, int most = kMost)
