@@ -47,7 +47,8 @@ def texts_of(name, source, indirect=None):
         beside = LITERALS.match(behind)
         argument = _argument(behind)
         if beside:
-            found.append(shown("".join(LITERAL.findall(beside.group(1)))))
+            goes_on = behind[beside.end():].startswith("+")
+            found.append(shown("".join(LITERAL.findall(beside.group(1))) + "%s" * goes_on))
         elif (name, argument) in (INDIRECT if indirect is None else indirect):
             found += (INDIRECT if indirect is None else indirect)[name, argument]
         else:

@@ -44,6 +44,7 @@ class Reader(unittest.TestCase):
                          ["It failed: …"])
         self.assertEqual(self.read('log.add("error!");'), ["error!"])
         self.assertEqual(self.read('logText("one "\n  "text");'), ["one text"])
+        self.assertEqual(self.read('log_.write("It failed: " +\n  text);'), ["It failed: …"])
 
     def test_texts_that_are_known_by_their_name_are_found(self):
         self.assertEqual(self.read("log_.write(line);"), ["known"])
