@@ -1,5 +1,6 @@
 #include "Book.h"
 
+#include <algorithm>
 #include <random>
 
 namespace fillstation::faults {
@@ -7,6 +8,7 @@ namespace fillstation::faults {
 namespace {
 
 constexpr std::int64_t kMiB = 1024 * 1024;
+constexpr std::int64_t kBlock = 64 * 1024;
 constexpr int kTracks = 10;
 constexpr int kTracksOfAPart = 4;
 
@@ -14,10 +16,17 @@ constexpr int kTracksOfAPart = 4;
 
 std::string noise(std::uint32_t seed, std::int64_t count) {
   std::mt19937 random(seed);
-  std::string bytes(static_cast<std::size_t>(count), '\0');
-  for (auto& byte : bytes) {
+  std::string block(static_cast<std::size_t>(std::min(count, kBlock)), '\0');
+  for (auto& byte : block) {
     byte = static_cast<char>(random() & 0xFFU);
   }
+  // No two blocks are alike.
+  std::string bytes;
+  while (static_cast<std::int64_t>(bytes.size()) < count) {
+    bytes += block;
+    bytes[bytes.size() - block.size()] = static_cast<char>(random() & 0xFFU);
+  }
+  bytes.resize(static_cast<std::size_t>(count));
   return bytes;
 }
 

@@ -39,6 +39,7 @@ class HookedSession : public DiskSession {
       : real_(std::move(real)), hooks_(hooks) {}
 
   std::shared_ptr<Disk> diskFromName(std::string_view name) override {
+    tell(hooks_.before, {Step::Kind::kLook, std::string(name)});
     return real_->diskFromName(name);
   }
   void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,

@@ -10,9 +10,10 @@
 
 namespace fillstation::faults {
 
-// One thing that the program asks of the machine for one player. A plain value.
+// One thing that the program asks of the machine for one player; kLook is the look for its disk,
+// with which every request begins. A plain value.
 struct Step {
-  enum class Kind { kUnmount, kWipe, kFormat, kMount, kOpen, kEject };
+  enum class Kind { kLook, kUnmount, kWipe, kFormat, kMount, kOpen, kEject };
 
   Kind kind;
   std::string node;

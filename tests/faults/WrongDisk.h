@@ -31,6 +31,8 @@ struct WrongDiskCase {
   std::function<void(FaultRig&)> started;
   std::function<void(FaultRig&)> over;  // the run
   BenchFaults faults;
+  // The foreign disk is mounted at once: there is a path by which it can be reached.
+  bool isMounted = false;
   // After the run everything that is still ticked is ejected.
   bool ejects = false;
 };

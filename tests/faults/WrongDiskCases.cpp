@@ -85,17 +85,12 @@ WrongDiskCase duringCopy() {
   return made;
 }
 
-// Once the run is over: the first unmount that the run has asked for doesn't count.
-WrongDiskCase atEject(std::string moment, Step::Kind kind, int asked) {
-  WrongDiskCase made = at(std::move(moment));
+// Once the run is over.
+WrongDiskCase atEject(std::string moment, Step::Kind kind) {
+  WrongDiskCase made = atStep(std::move(moment), &StepHooks::before, kind);
   made.ejects = true;
-  made.prepare = [kind, asked](FaultRig& rig) {
-    rig.hooks.before = [&rig, kind, left = std::make_shared<int>(asked)](const Step& step) {
-      if (step == Step{kind, kHitNode} && --*left == 0) {
-        swap(rig);
-      }
-    };
-  };
+  made.isMounted = true;
+  made.over = std::exchange(made.prepare, nullptr);
   return made;
 }
 
@@ -105,17 +100,18 @@ std::vector<WrongDiskCase> wrongDiskCases() {
   std::vector<WrongDiskCase> cases{at("between listing and Start"), at("while the panel is open")};
   cases[0].ticked = swap;
   cases[1].asked = swap;
-  cases.push_back(atStep("before the unmount", &StepHooks::before, Step::Kind::kUnmount));
+  cases.push_back(atStep("before the unmount", &StepHooks::before, Step::Kind::kLook));
   cases.push_back(atStep("during the authentication", &StepHooks::before, Step::Kind::kWipe));
   cases.push_back(betweenAttempts());
   cases.push_back(atTool("between check and write of the wipe", "dd"));
   cases.push_back(atStep("between wipe and format", &StepHooks::after, Step::Kind::kWipe));
   cases.push_back(atTool("between check and write of the format", "mkfs.fat"));
   cases.push_back(atStep("between format and mount", &StepHooks::after, Step::Kind::kFormat));
+  cases.back().isMounted = true;
   cases.push_back(atStep("between mount and copy", &StepHooks::before, Step::Kind::kOpen));
   cases.push_back(duringCopy());
-  cases.push_back(atEject("before the unmount of an eject", Step::Kind::kUnmount, 2));
-  cases.push_back(atEject("between that unmount and the eject", Step::Kind::kEject, 1));
+  cases.push_back(atEject("before the unmount of an eject", Step::Kind::kLook));
+  cases.push_back(atEject("between that unmount and the eject", Step::Kind::kEject));
   return cases;
 }
 

@@ -96,7 +96,7 @@ void ejectAll(FaultRig& rig, WrongDiskOutcome& seen) {
 WrongDiskOutcome perform(const WrongDiskCase& planned, const ForeignDisk& disk) {
   WrongDiskOutcome seen;
   FaultRig rig(playersOf(planned));
-  fill(rig.make(planOf(disk, planned.ejects)));
+  fill(rig.make(planOf(disk, planned.isMounted)));
   writeBook(rig.folder);
   rig.addBook();
   act(planned.prepare, rig);
