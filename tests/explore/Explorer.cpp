@@ -58,6 +58,26 @@ void Explorer::launch() {
   logged_.clear();
   machine_.beginAnew();
   machine_.beginRun({}, {}, true);
+  makePorts();
+  windows_ = std::make_unique<WindowSet>();
+  windows_->delegate()->setOpenPanel([this](const std::string&) {
+    const bool isFolder = !chosen_.ends_with(".mp3") && !chosen_.ends_with(".txt");
+    return chosen_.empty() ? std::nullopt
+                           : std::optional(std::vector{Url::fromPath(chosen_, isFolder)});
+  });
+  windows_->window().show();
+  windows_->delegate()->applicationDidFinishLaunching();
+  for (const auto& device : machine_.present()) {
+    rules_.told(device, true);
+  }
+  isLaunching_ = false;
+  isClosed_ = false;
+  endings_ = 0;
+  ++explored_.launches;
+  ports_->settle();
+}
+
+void Explorer::makePorts() {
   ports_ = std::make_unique<MachinePorts>(machine_, audio_);
   platform().endProgram = [this] {
     ++endings_;
@@ -73,26 +93,10 @@ void Explorer::launch() {
     expect(!rules_.hasAlert(), "no event of the bus while an alert is open");
     rules_.told(told.device, told.inserted);
   };
-  windows_ = std::make_unique<WindowSet>();
-  windows_->delegate()->setOpenPanel([this](const std::string&) {
-    const bool isFolder = !chosen_.ends_with(".mp3") && !chosen_.ends_with(".txt");
-    return chosen_.empty() ? std::nullopt
-                           : std::optional(std::vector{Url::fromPath(chosen_, isFolder)});
-  });
   for (const auto& device : machine_.present()) {
     device->firstLook.reset();
     ports_->plug(device, true);
   }
-  windows_->window().show();
-  windows_->delegate()->applicationDidFinishLaunching();
-  for (const auto& device : machine_.present()) {
-    rules_.told(device, true);
-  }
-  isLaunching_ = false;
-  isClosed_ = false;
-  endings_ = 0;
-  ++explored_.launches;
-  ports_->settle();
 }
 
 void Explorer::endLaunch() {

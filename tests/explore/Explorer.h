@@ -59,6 +59,7 @@ class Explorer {
   static const std::vector<Choice>& choices();
 
   void launch();
+  void makePorts();
   void endLaunch();
   void step();
   // A step inside something that the main thread waits in.
@@ -70,6 +71,7 @@ class Explorer {
   // The steps.
   void plug();
   void unplug();
+  void tellAgain();
   void trouble();
   void automount();
   void tick();
@@ -95,6 +97,7 @@ class Explorer {
   void ok(const std::string& userName, const std::string& password);
   void click(QAbstractButton* button);
   void rightClick(int row);
+  void choose(std::size_t row, bool isInside);
 
   // The rules against the window.
   void check();

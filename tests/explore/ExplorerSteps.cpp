@@ -32,6 +32,7 @@ const std::vector<Explorer::Choice>& Explorer::choices() {
   static const std::vector<Choice> all{
       {"plug in", 50, &Explorer::plug},
       {"pull out", 20, &Explorer::unplug},
+      {"told again", 5, &Explorer::tellAgain},
       {"trouble", 20, &Explorer::trouble},
       {"automount", 10, &Explorer::automount},
       {"tick", 50, &Explorer::tick},
@@ -84,6 +85,21 @@ void Explorer::unplug() {
   if (const auto device = anyDevice()) {
     ports_->unplug(device);
   }
+}
+
+// The window is told of a player a second time.
+void Explorer::tellAgain() {
+  if (rules_.players.empty() || rules_.hasAlert()) {
+    return;
+  }
+  const auto& player = rules_.players[pick(rules_.players.size())];
+  const std::string node = player.device->node;
+  UsbDeviceInfo record;
+  record.setDiskName(node.c_str());
+  record.setInserted(true);
+  record.setSize(player.size);
+  rules_.told(player.device, true);
+  updateUsbInfoCallBack(windows_->delegate().get(), &record);
 }
 
 void Explorer::trouble() {
@@ -168,11 +184,9 @@ void Explorer::contextMenu() {
   FileTable* const table = windows_->window().ui().lstFiles;
   const std::size_t rows = static_cast<std::size_t>(table->model()->rowCount());
   const int row = rows == 0 || oneOf(8) ? -1 : static_cast<int>(pick(rows));
-  const std::size_t chosen = pick(6);
   rightClick(row);
   QMenu* const menu = controller->songsTVCContextMenu();
-  const auto selected = table->selectedRowIndexes();
-  const bool isInside = row >= 0 && selected.size() > 1 && table->isRowSelected(row);
+  const bool isInside = row >= 0 && table->numberOfSelectedRows() > 1 && table->isRowSelected(row);
   if (!rules_.isIdle() || row < 0) {
     expect(!menu->isVisible(), "no menu outside of the rows, nor while the controls are off");
     menu->close();
@@ -183,18 +197,24 @@ void Explorer::contextMenu() {
              controller->fileMenuDeleteSelected()->isVisible() == isInside,
          "the menu offers what the click was on");
   menu->close();
+  choose(static_cast<std::size_t>(row), isInside);
+}
+
+void Explorer::choose(std::size_t row, bool isInside) {
+  const auto& controller = windows_->delegate();
+  const std::size_t chosen = pick(6);
   if (chosen == 0) {
-    rules_.remove({static_cast<std::size_t>(row)});
+    rules_.remove({row});
     controller->fileMenuDelete()->trigger();
   } else if (chosen == 1) {
     std::set<std::size_t> everything;
-    for (std::size_t at = 0; at < rows; ++at) {
+    for (std::size_t at = 0; at < rules_.roots.size(); ++at) {
       everything.insert(at);
     }
     rules_.remove(everything);
     controller->fileMenuDeleteAll()->trigger();
   } else if (chosen == 2 && isInside) {
-    rules_.remove(selected);
+    rules_.remove(windows_->window().ui().lstFiles->selectedRowIndexes());
     controller->fileMenuDeleteSelected()->trigger();
   }
 }
