@@ -1,7 +1,9 @@
 """The machine in a box, as the scenarios see it: players, files, commands, the journal."""
 
 import contextlib
+import hashlib
 import pathlib
+import random
 import shutil
 import tempfile
 
@@ -10,6 +12,7 @@ import machine
 from waiting import expect_equal, until
 
 HOME = "/home/player"
+SPARE_SIZE = 16 << 20
 ADMIN, ADMIN_PASSWORD = "admin", "open sesame"
 PLAYER, PLAYER_PASSWORD = "player", "players own"
 
@@ -27,7 +30,11 @@ class Box:
         for program in (folder / "fillstation", folder / "fillstation-agent", *tests):
             shutil.copy2(program, self._share / "bin" / program.name)
         self._share.chmod(0o755)
-        self.machine = machine.Machine(image.ensure(), self._share, self.out, extra)
+        self.outcomes = []
+        self._spare = self._share.with_suffix(".spare")
+        self._spare.write_bytes(random.Random(1).randbytes(SPARE_SIZE))
+        disk = f"file={self._spare},if=virtio,format=raw,cache=writethrough"
+        self.machine = machine.Machine(image.ensure(), self._share, self.out, ["-drive", disk, *extra])
         self.call = self.machine.call
         self.person = None
 
@@ -37,6 +44,16 @@ class Box:
     def close(self):
         self.machine.close()
         shutil.rmtree(self._share, ignore_errors=True)
+        self._spare.unlink()
+
+    def spare_digest(self):
+        """The SHA-256 of a disk of the machine itself, which is nobody's but the machine's."""
+        self.root("sync")
+        return hashlib.sha256(self._spare.read_bytes()).hexdigest()
+
+    def strays(self):
+        """The files that somebody has made in the place of disks."""
+        return self.root("find /dev -maxdepth 1 -name 'sd*' -type f")
 
     def session(self, op, *args, timeout=60, **named):
         """Asks the helper in the user's session."""

@@ -11,6 +11,7 @@ import time
 import traceback
 
 import image
+import outcomes
 from box import Box
 from scenario import SCENARIOS
 
@@ -20,6 +21,7 @@ import scenarios_pulls  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_views  # noqa: F401
+import scenarios_faults  # noqa: F401
 import scenarios_contract  # noqa: F401
 import scenarios_package  # noqa: F401
 
@@ -101,6 +103,7 @@ class Workshop:
         self._program, self._extras = program, extras
         self._waiting = collections.deque(scenarios)
         self.rows = {}
+        self.outcomes = {}
 
     def run(self, boxes):
         workers = [threading.Thread(target=self._work, args=(OUT / f"box{n + 1}",)) for n in range(boxes)]
@@ -121,6 +124,7 @@ class Workshop:
                 self.rows[scenario.name] = ("FAILED", 0)
                 box = box or _boot(self._program, self._extras, out)
                 self.rows[scenario.name] = row = _attempt(box, scenario)
+                self.outcomes[scenario.name], box.outcomes = box.outcomes, []
                 print(f"vm: {scenario.name}: {row[0]} in {row[1]:.0f} s", flush=True)
                 if row[0] != "passed":
                     box.close()
@@ -145,6 +149,7 @@ def main():
     workshop = Workshop(arguments.program, extras, scenarios)
     workshop.run(min(arguments.boxes, len(scenarios)))
     rows = [(each.name, *workshop.rows.get(each.name, ("not run", 0))) for each in scenarios]
+    outcomes.write(row for each in scenarios for row in workshop.outcomes.get(each.name, ()))
     width = max(len(each.name) for each in scenarios)
     for name, outcome, seconds in rows:
         print(f"{name:<{width}}  {outcome:<7}  {seconds:6.0f} s")

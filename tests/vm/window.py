@@ -20,7 +20,11 @@ class Window:
 
     def __init__(self, box, name="fillstation"):
         self._box, self._name = box, name
-        self.journal_start = box.call("journal_cursor")
+        self.listen_anew()
+
+    def listen_anew(self):
+        """What has been said so far is forgotten."""
+        self.journal_start = self._box.call("journal_cursor")
 
     def open(self, entry=None):
         """Starts the program: the one that the box was given, or that of a desktop entry."""

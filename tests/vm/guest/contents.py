@@ -8,6 +8,7 @@ import shutil
 import subprocess
 
 import gadgets
+import shelves
 
 TABLES = {"mbr": "label: dos\nstart=2048, type=c\n", "gpt": "label: gpt\nstart=2048\n"}
 PARTITION_OFFSET = 2048 * 512
@@ -19,8 +20,12 @@ FORMATTERS = {
 LABEL_OPTIONS = {"fat16": "-n", "fat32": "-n", "ext4": "-L"}
 
 
-def fill(name, size_mb=64, table=None, system=None, label=None, marks=True, unit=0):
-    """Makes a player's medium: a partition table or none, a file system or none, recognisable bytes."""
+def fill(name, size_mb=64, table=None, system=None, label=None, marks=True, unit=0, shelf=None):
+    """Makes a player's medium: a partition table or none, a file system or none, recognisable bytes.
+
+    shelf: where it lies, for one that is to fail; see shelves.make."""
+    if shelf:
+        (gadgets.BACKING / name).symlink_to(shelves.make(name, **shelf))
     path = gadgets.backing(name, unit)
     with open(path, "wb") as medium:
         medium.truncate(size_mb << 20)
@@ -57,6 +62,23 @@ def digest(name, unit=0):
         for block in iter(lambda: medium.read(1 << 20), b""):
             sha.update(block)
     return sha.hexdigest()
+
+
+def keep(name):
+    """Keeps a copy of a medium, for differing(); returns its SHA-256."""
+    subprocess.run(["cp", "--sparse=always", gadgets.BACKING / name, _kept(name)], check=True)
+    return digest(name)
+
+
+def differing(name):
+    """How many bytes of a medium are others than those that were kept."""
+    with open(gadgets.BACKING / name, "rb") as medium, open(_kept(name), "rb") as kept:
+        pairs = zip(iter(lambda: medium.read(4096), b""), iter(lambda: kept.read(4096), b""))
+        return sum(sum(a != b for a, b in zip(*pair)) for pair in pairs if pair[0] != pair[1])
+
+
+def _kept(name):
+    return gadgets.BACKING / f"{pathlib.Path(name).name}.kept"
 
 
 def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1):

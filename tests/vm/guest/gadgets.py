@@ -4,6 +4,8 @@ import os
 import pathlib
 import time
 
+import shelves
+
 GADGETS = pathlib.Path("/sys/kernel/config/usb_gadget")
 CONTROLLERS = pathlib.Path("/sys/class/udc")
 BACKING = pathlib.Path("/box/players")
@@ -106,6 +108,15 @@ def insert(name, path):
         _write(unit / "file", path)
 
 
+def protect(name):
+    """From now on the medium refuses what is written, as one does whose slider has been moved."""
+    unit = GADGETS / name / "functions/mass_storage.0/lun.0"
+    path = (unit / "file").read_text(encoding="utf-8").strip()
+    _write(unit / "forced_eject", 1)
+    _write(unit / "ro", 1)
+    _write(unit / "file", path)
+
+
 def remove(name, keep=False):
     """Unplugs the device and forgets it, with its medium unless that is kept."""
     gadget = GADGETS / name
@@ -123,6 +134,8 @@ def remove(name, keep=False):
     for path in BACKING.glob(f"{name}*"):
         if not keep and path.name.partition(".")[0] == name:
             path.unlink()
+    if not keep:
+        shelves.clear(name)
 
 
 def remove_all():
@@ -130,6 +143,7 @@ def remove_all():
         remove(gadget.name)
     for path in BACKING.iterdir():
         path.unlink()
+    shelves.clear_all()
 
 
 def _below(name):

@@ -12,9 +12,11 @@ import time
 import traceback
 
 import contents
+import faults
 import gadgets
 import processes
 import readback
+import shelves
 
 PORT = "/dev/virtio-ports/box.helper"
 SESSION = "/run/user/1000/box-session"
@@ -85,6 +87,11 @@ def lend(owner):
         lent.append(server)
 
 
+def meanwhile(name, op, *args, **named):
+    """Begins an operation; "joined" with that name waits for its answer."""
+    faults.meanwhile(name, lambda: OPERATIONS[op](*args, **named))
+
+
 def uptime():
     return float(pathlib.Path("/proc/uptime").read_text(encoding="ascii").split()[0])
 
@@ -103,17 +110,35 @@ OPERATIONS = {
     "fill": contents.fill,
     "audio_book": contents.audio_book,
     "digest": contents.digest,
+    "keep": contents.keep,
+    "differing": contents.differing,
     "add": gadgets.add,
     "plug": gadgets.plug,
     "pull": gadgets.pull,
     "insert": gadgets.insert,
+    "protect": gadgets.protect,
+    "stall": shelves.stall,
+    "unstall": shelves.unstall,
     "remove": gadgets.remove,
     "remove_all": gadgets.remove_all,
     "disk": gadgets.disk,
     "await_head": gadgets.await_head,
+    "meanwhile": meanwhile,
+    "joined": faults.joined,
+    "during_the_copy": faults.during_the_copy,
+    "pull_in_wipe": faults.pull_in_wipe,
+    "pull_in_format": faults.pull_in_format,
+    "stall_in_flush": faults.stall_in_flush,
+    "pull_in_flush": faults.pull_in_flush,
+    "hold_until_mounted": faults.hold_until_mounted,
     "await_none": processes.await_none,
     "freeze": processes.freeze,
     "freeze_successor": processes.freeze_successor,
+    "freeze_child": processes.freeze_child,
+    "freeze_when": processes.freeze_when,
+    "await_some": processes.await_some,
+    "await_holder": processes.await_holder,
+    "await_no_holder": processes.await_no_holder,
     "thaw": processes.thaw,
     "read_back": readback.read_back,
 }

@@ -1,40 +1,90 @@
 """Other programs of the box, held still at a chosen moment."""
 
+import contextlib
 import os
 import pathlib
 import signal
 import time
 
 
-def _named(name):
+def named(name):
+    """The processes of that name that have not ended."""
     for folder in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
+        with contextlib.suppress(OSError):
             if (folder / "comm").read_text(encoding="utf-8").strip() == name:
-                yield int(folder.name)
-        except OSError:
-            continue
+                if (folder / "cmdline").read_bytes():  # one that has ended has none
+                    yield int(folder.name)
 
 
 def await_none(name, timeout=30.0):
     """Waits until no program of that name runs."""
-    _await(lambda: not list(_named(name)), timeout, f"{name} still runs")
+    _await(lambda: not list(named(name)), timeout, f"{name} still runs")
 
 
 def freeze(name, timeout=30.0):
     """Waits until a program of that name runs, and holds it; returns its process id."""
-    found = _await(lambda: list(_named(name)), timeout, f"{name} never ran")
+    found = _await(lambda: list(named(name)), timeout, f"{name} never ran")
     os.kill(found[0], signal.SIGSTOP)
     return found[0]
 
 
 def freeze_successor(name, successor, timeout=30.0):
     """Waits until a program of that name has become another one, and holds that one at once."""
-    found = _await(lambda: list(_named(name)), timeout, f"{name} never ran")
+    found = _await(lambda: list(named(name)), timeout, f"{name} never ran")
     comm = pathlib.Path(f"/proc/{found[0]}/comm")
     reads = lambda: comm.read_text(encoding="utf-8").strip() == successor  # noqa: E731
     _await(reads, timeout, f"{name} never became {successor}", pause=0)
     os.kill(found[0], signal.SIGSTOP)
     return found[0]
+
+
+def freeze_child(name, successor, child, timeout=30.0):
+    """Like freeze_successor(); then that one goes on, until it has a child of that name, which is held."""
+    shell = freeze_successor(name, successor, timeout)
+    children = pathlib.Path(f"/proc/{shell}/task/{shell}/children")
+    thaw(shell)
+
+    def look():
+        for process in children.read_text(encoding="ascii").split():
+            with contextlib.suppress(OSError):
+                if pathlib.Path(f"/proc/{process}/comm").read_text(encoding="utf-8").strip() == child:
+                    return int(process)
+        return None
+
+    found = _await(look, timeout, f"{successor} never ran {child}", pause=0)
+    os.kill(found, signal.SIGSTOP)
+    return found
+
+
+def freeze_when(running, name, timeout=30.0):
+    """Waits until a program runs, and holds another one at once; returns that one's process id."""
+    await_some(running, timeout)
+    return freeze(name)
+
+
+def await_some(name, timeout=30.0):
+    """Waits until a program of that name runs."""
+    _await(lambda: list(named(name)), timeout, f"{name} never ran")
+
+
+def await_holder(disk, timeout=60.0):
+    """Waits until a command of root's has the disk open."""
+    _await(lambda: _holders(disk), timeout, f"nobody has opened {disk}")
+
+
+def await_no_holder(disks, timeout=60.0):
+    """Waits until no command of root's has one of the disks open any more."""
+    _await(lambda: not any(map(_holders, disks)), timeout, f"somebody holds one of {disks}")
+
+
+def _holders(disk):
+    """The commands that work on the disk, which the guard has opened for them."""
+    found = []
+    for held in pathlib.Path("/proc").glob("[0-9]*/fd/9"):
+        with contextlib.suppress(OSError):
+            if os.readlink(held) == f"/dev/{disk}":
+                found.append(held)
+    return found
 
 
 def thaw(process):

@@ -1,0 +1,134 @@
+"""Faults at chosen moments of a run. An operation of these waits for its moment, and then acts."""
+
+import os
+import pathlib
+import threading
+import time
+
+import gadgets
+import processes
+import shelves
+
+ACTIONS = {"pull": gadgets.pull, "protect": gadgets.protect, "stall": shelves.stall}
+begun = {}
+
+
+def meanwhile(name, operation):
+    """Runs an operation while others are asked for; joined() tells how it ended."""
+    result = {}
+
+    def work():
+        try:
+            result["answer"] = operation()
+        except Exception as failure:  # told by joined()
+            result["failure"] = failure
+
+    begun[name] = (threading.Thread(target=work), result)
+    begun[name][0].start()
+
+
+def joined(name):
+    """Waits for what meanwhile() has begun; returns its answer."""
+    thread, result = begun.pop(name)
+    thread.join()
+    if "failure" in result:
+        raise result["failure"]
+    return result["answer"]
+
+
+def during_the_copy(moments, total, timeout):
+    """Each player's [action, share] of the copy; the share that was seen then.
+
+    A share is one of the total bytes, and tells what has been handed to the player's volume.
+    """
+    disks = {name: f"/dev/{gadgets.disk(name)}" for name in moments}
+    waiting, seen, end = dict(moments), {}, time.monotonic() + timeout
+    while waiting:
+        places = _mounts()
+        for name, (action, share) in list(waiting.items()):
+            place = places.get(disks[name])
+            found = _used(place) / total if place else 0
+            if found >= share and found > 0:
+                ACTIONS[action](name)
+                seen[name] = found
+                del waiting[name]
+        if time.monotonic() >= end:
+            raise TimeoutError(f"never reached: {waiting}; reached: {seen}")
+        time.sleep(0.004)
+    return seen
+
+
+def _mounts():
+    """Where each volume is mounted, by its node."""
+    with open("/proc/self/mounts", encoding="utf-8") as table:
+        return dict(line.split(" ")[:2] for line in table)
+
+
+def _used(place):
+    """The bytes of a volume that are taken, its root directory apart."""
+    try:
+        room = os.statvfs(place)
+    except OSError:
+        return 0
+    return (room.f_blocks - room.f_bfree - 1) * room.f_frsize
+
+
+def _text(path):
+    try:
+        return path.read_text(encoding="ascii")
+    except OSError:
+        return ""
+
+
+def pull_in_wipe(name, disk):
+    """Pulls the player out while zeros are on their way; its medium stalls already."""
+    _await_writing(disk)
+    gadgets.pull(name)
+    shelves.unstall(name)
+
+
+def pull_in_format(name, disk):
+    """Pulls the player out while the file system is on its way to the wiped medium."""
+    gadgets.await_head(name, True)
+    time.sleep(0.5)  # half of the pause that the program makes
+    shelves.stall(name)
+    _await_writing(disk)
+    gadgets.pull(name)
+    shelves.unstall(name)
+
+
+def stall_in_flush(name, disk, total, timeout):
+    """Every byte has been handed over, and some are still under way to a medium that stalls."""
+    seen = during_the_copy({name: ["stall", 1]}, total, timeout)
+    _await_writing(disk)
+    return seen[name]
+
+
+def pull_in_flush(name, disk, total, timeout):
+    """Pulls the player out while its volume is synchronised."""
+    seen = stall_in_flush(name, disk, total, timeout)
+    gadgets.pull(name)
+    shelves.unstall(name)
+    return seen
+
+
+def _await_writing(disk, timeout=60.0):
+    """Waits until the player has been sent something that it hasn't confirmed for a while."""
+    pending, end = 0, time.monotonic() + timeout
+    while pending < 10:
+        writes = int(_text(pathlib.Path(f"/sys/block/{disk}/inflight")).split()[1])
+        pending = pending + 1 if writes else 0
+        if time.monotonic() >= end:
+            raise TimeoutError(f"nothing has been sent to {disk}")
+        time.sleep(0.02)
+
+
+def hold_until_mounted(name, disk, program):
+    """Once the player has been formatted the program is held, until somebody else has mounted it."""
+    gadgets.await_head(name, False)
+    held = processes.freeze(program)
+    end = time.monotonic() + 20
+    while f"/dev/{disk}" not in _mounts() and time.monotonic() < end:
+        time.sleep(0.02)
+    processes.thaw(held)
+    return f"/dev/{disk}" in _mounts()
