@@ -69,11 +69,11 @@ class Operator(Window):
     def add_folder(self, path):
         """Adds a folder to the file list through the open dialog."""
         self.click("Browse…")
-        until(lambda: self.has_focus("text", "File name:"), 10, "the open dialog")
+        until(lambda: self.has_focus("text", "File name:"), 60, "the open dialog")
         self.type(path)
         self.key("Return")
-        until(lambda: not self.shows("Open"), 10, "the open dialog has gone")
-        until(lambda: path in self.files(), 10, f"{path} in the file table")
+        until(lambda: not self.shows("Open"), 60, "the open dialog has gone")
+        until(lambda: path in self.files(), 60, f"{path} in the file table")
 
     def files(self):
         """The texts in the file table's cells."""
@@ -82,7 +82,7 @@ class Operator(Window):
     def ask(self, user=ADMIN, password=ADMIN_PASSWORD):
         """Presses Start and fills in the administrator's credentials, up to OK."""
         self.click("Start")
-        until(lambda: self.shows("Cancel"), 10, "the credentials panel")
+        until(lambda: self.shows("Cancel"), 60, "the credentials panel")
         self.fill_in(self.find("text", "User name:"), user)
         self.fill_in(self.find("text", "Password:"), password)
 
@@ -98,12 +98,12 @@ class Operator(Window):
             return max(texts, key=len, default=None)
         return None
 
-    def dismiss(self, text, seconds=10):
+    def dismiss(self, text, seconds=60):
         """Waits for the alert, which must say exactly this, and presses its OK."""
         found = until(self.alert_text, seconds, "an alert")
         expect_equal(found, text, "the text of the alert")
         self.click("OK")
-        until(lambda: self.alert_text() is None, 10, "the alert has gone")
+        until(lambda: self.alert_text() is None, 60, "the alert has gone")
         self.expect_usable()
 
     def expect_usable(self):
@@ -132,7 +132,7 @@ class Operator(Window):
 
     def expect_commands(self, count):
         """So many commands have been handed to root's shell, for a caller with the right password."""
-        until(lambda: self._commands() >= count, 10, f"{count} commands of root's shell")
+        until(lambda: self._commands() >= count, 60, f"{count} commands of root's shell")
         expect_equal(self._commands(), count, "how often root's shell was started")
 
     def _commands(self):

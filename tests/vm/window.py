@@ -33,7 +33,7 @@ class Window:
         else:
             self._box.session("launch", self._name, entry, ENVIRONMENT)
         self._box.person = self
-        until(self.is_in_front, 30, "the window is in front")
+        until(self.is_in_front, 60, "the window is in front")
 
     def stop(self):
         """Ends the program; returns its exit status."""
@@ -63,7 +63,7 @@ class Window:
                 if fits and "showing" in node["states"]:
                     yield node
 
-    def find(self, role, name=None, seconds=10):
+    def find(self, role, name=None, seconds=60):
         found = until(lambda: list(self.nodes(role, name)), seconds, f"a {role} {name or ''}")
         return found[-1]
 
