@@ -17,11 +17,11 @@ from scenario import SCENARIOS
 
 import scenarios_runs  # noqa: F401
 import scenarios_credentials  # noqa: F401
-import scenarios_pulls  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_views  # noqa: F401
 import scenarios_faults  # noqa: F401
+import scenarios_swaps  # noqa: F401
 import scenarios_contract  # noqa: F401
 import scenarios_package  # noqa: F401
 

@@ -1,4 +1,4 @@
-"""What came of each fault, as it was seen. Run as a program: the last tests/vm/run's table."""
+"""What came of each fault, as it was seen. Run as a program: the tables of the last tests/vm/run."""
 
 import collections
 import json
@@ -7,22 +7,30 @@ import pathlib
 CACHE = pathlib.Path(__file__).resolve().parent.parent.parent / "build" / "vm"
 RESULTS = CACHE / "out" / "outcomes.json"
 Outcome = collections.namedtuple("Outcome", "case run summary others foreign")
-HEADINGS = Outcome("case", "the run", "the summary", "the other players", "foreign bytes changed")
+HEADINGS = (
+    Outcome("case", "the run", "the summary", "the other players", "foreign bytes changed"),
+)
 
 
 def write(rows):
-    RESULTS.write_text(json.dumps([row._asdict() for row in rows], indent=1, ensure_ascii=False))
+    """Keeps the rows of the last run."""
+    texts = [[type(row).__name__, row] for row in rows]
+    RESULTS.write_text(json.dumps(texts, indent=1, ensure_ascii=False), encoding="utf-8")
 
 
-def table(rows):
+def table(headings, rows):
     """The rows as a table in markdown."""
-    lines = [HEADINGS, Outcome(*["---"] * len(HEADINGS)), *rows]
+    lines = [headings, ["---"] * len(headings), *rows]
     return "".join("| " + " | ".join(map(str, line)) + " |\n" for line in lines)
 
 
 def main():
-    rows = json.loads(RESULTS.read_text())
-    print(table(Outcome(**row) for row in rows), end="")
+    kept = json.loads(RESULTS.read_text(encoding="utf-8"))
+    tables = []
+    for headings in HEADINGS:
+        rows = [row for kind, row in kept if kind == type(headings).__name__]
+        tables += [table(headings, rows)] if rows else []
+    print("\n".join(tables), end="")
 
 
 if __name__ == "__main__":

@@ -34,3 +34,11 @@ def operator(box, entry=None):
 def make_book(box, **shape):
     """An audio book in the user's home; what a player with it holds, in playing order."""
     return box.call("audio_book", BOOK, timeout=120, **shape)
+
+
+@contextlib.contextmanager
+def udev_held(box):
+    """The kernel goes on, and udev's view stays what it is."""
+    box.root("systemctl kill -s STOP systemd-udevd")
+    yield
+    box.root("systemctl kill -s CONT systemd-udevd")

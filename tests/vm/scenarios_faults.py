@@ -1,12 +1,17 @@
 """Many players in one run, and a fault for each of them; the others must not notice."""
 
+import time
+
 from faultrun import FaultRun
-from scenario import BOOK, make_book, operator, scenario
-from waiting import expect, expect_equal
+from scenario import BOOK, make_book, operator, scenario, udev_held
+from waiting import expect, expect_equal, until
 
 FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
+SHORT = {"chapters": 1, "tracks": 3}
 LONG = {"chapters": 2, "tracks": 5, "track_kb": 2048}
+BLANK = {"content": {}}
 STALLING = {"content": {"system": "fat32", "shelf": {"kind": "ext4", "size_mb": 80}}}
+BEGUN = "Beginning format operation.\n"
 
 
 def _plug(box, players):
@@ -39,16 +44,88 @@ def pulled_at_each_tenth_of_the_copy(box):
         run = FaultRun(box, person, book, names, ["foreign"])
         person.ask()
         total = sum(size for _, size, _ in book if size is not None)
-        flushing = ["pull_in_flush", "flushing", run.disk("flushing"), total, 240]
+        flushing = ["pull_in_flush", "flushing", run.disk("flushing"), total, 300]
         box.call("meanwhile", "flushing", *flushing)
         run.begin()
         moments = {name: ["pull", share] for name, share in tenths.items()}
-        seen = box.call("during_the_copy", moments, total, 240, timeout=300)
-        flushed = box.call("joined", "flushing", timeout=300)
+        seen = box.call("during_the_copy", moments, total, 300, timeout=330)
+        flushed = box.call("joined", "flushing", timeout=330)
         for name, share in tenths.items():
             run.case(name, f"pulled at tenth {share * 10:.0f} of the copy (seen: {seen[name]:.0%})")
         run.case("flushing", f"pulled in the final flush (seen: {flushed:.0%}, some still under way)")
-        run.end(180)
+        run.end(300)
         for name, share in tenths.items():
             expect(share <= seen[name] < share + 0.1, f"{name} was pulled at {seen[name]:.0%}")
+        expect("Copy failed" in person.journal(), "the log tells of failed copies")
+        expect_equal(person.journal().count("copy Done!!!\n"), 13, "how many copies have ended")
+        run.eject()
+
+
+@scenario
+def pulled_before_and_at_the_start(box):
+    book = make_book(box, **SHORT)
+    names = ["listed", "panel", "unseen", "unmounting", "whole"]
+    _plug(box, {name: {} for name in names})
+    box.mount(box.disk("unmounting"))
+    with operator(box) as person:
+        _prepare(person, len(names))
+        run = FaultRun(box, person, book, names, ["foreign"])
+        _pull(box, person, run, "listed")
+        run.case("listed", "pulled while listed, before Start", named=False)
+        person.ask()
+        _pull(box, person, run, "panel")
+        run.case("panel", "pulled while the credentials panel is open", named=False)
+        with udev_held(box):
+            box.call("pull", "unseen")
+            run.case("unseen", "pulled before the unmount; the program hasn't noticed")
+            held = box.call("freeze", "udisksd")
+            run.begin()
+            until(lambda: person.journal().count(BEGUN) == 3, 30, "three players have begun")
+            box.call("pull", "unmounting")
+            run.case("unmounting", "pulled while UDisks2 unmounts it")
+            box.call("thaw", held)
+        run.end(300)
+        run.eject()
+
+
+def _pull(box, person, run, name):
+    box.call("pull", name)
+    until(lambda: run.disk(name) not in person.disks(), 30, f"{name} has left the list")
+
+
+@scenario
+def pulled_at_each_step_before_the_copy(box):
+    book = make_book(box, **SHORT)
+    late = ["formatted", "mounting", "whole"]
+    players = {"wiping": STALLING, "wiped": {}, "formatting": STALLING}
+    _plug(box, {**players, **{name: BLANK for name in late}})
+    with operator(box) as person:
+        _prepare(person, 6)
+        run = FaultRun(box, person, book, [*players, *late], ["foreign"])
+        person.ask()
+        box.call("stall", "wiping")
+        with udev_held(box):
+            box.call("meanwhile", "wiping", "pull_in_wipe", "wiping", run.disk("wiping"))
+            box.call("meanwhile", "wiped", "await_head", "wiped", True, then_pull=True)
+            box.call("meanwhile", "formatting", "pull_in_format", "formatting", run.disk("formatting"))
+            run.begin()
+            for name in late:
+                box.call("await_head", name, False)
+            for name in players:
+                box.call("joined", name)
+            box.call("await_no_holder", [run.disk(name) for name in late])
+            box.call("pull", "formatted")
+            held = box.call("freeze", "udisksd")
+        time.sleep(3)  # long enough for the program to see the fresh volumes, and to ask for a mount
+        box.call("pull", "mounting")
+        box.call("thaw", held)
+        run.case("wiping", "pulled during the wipe (seen: zeros under way)")
+        run.case("wiped", "pulled between wipe and format")
+        run.case("formatting", "pulled during the format (seen: the file system under way)")
+        run.case("formatted", "pulled before the mount; the program hasn't noticed")
+        run.case("mounting", "pulled while UDisks2 mounts it")
+        run.end(300)
+        # A pull hits the end of a wipe or what follows it: either step may be the one that fails.
+        wipes = person.journal().count("dd operation failed.\n")
+        person.expect_log(formats=6, wipe_failures=wipes, format_failures=3 - wipes, copied=3, done=1)
         run.eject()

@@ -4,19 +4,11 @@ import contextlib
 import time
 
 from flows import COMPLETED
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, make_book, operator, scenario, udev_held
 from waiting import expect, expect_equal, until
 
 STARTING = "/sys/module/usb_storage/parameters/delay_use"  # seconds until a new disk is asked
 USB_DEVICES = "ls /run/udev/data | grep -c ^c189: || true"
-
-
-@contextlib.contextmanager
-def _udev_held(box):
-    """The kernel goes on, and udev's view stays what it is."""
-    box.root("systemctl kill -s STOP systemd-udevd")
-    yield
-    box.root("systemctl kill -s CONT systemd-udevd")
 
 
 @contextlib.contextmanager
@@ -36,7 +28,7 @@ def a_disk_that_udev_has_not_seen(box):
         known, said = box.root(USB_DEVICES), person.output()[0]
         box.player("late", content={"system": "fat32", "label": "LATE"})
         until(lambda: box.root(USB_DEVICES) != known, 10, "udev knows the device, but not its disk")
-        with _udev_held(box):
+        with udev_held(box):
             until(box.disks, 10, "the kernel knows the disk")
             until(lambda: person.output()[0] != said, 60, "the arrival has been dealt with")
             expect_equal(person.disks(), [], "the list")
@@ -55,7 +47,7 @@ def a_volume_that_udev_has_not_seen(box):
         person.add_folder(BOOK)
         person.click("All")
         person.ask()
-        with _udev_held(box):
+        with udev_held(box):
             person.click("OK")
             box.call("await_head", "old", True)
             box.call("await_head", "old", False)

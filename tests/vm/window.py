@@ -20,6 +20,7 @@ class Window:
 
     def __init__(self, box, name="fillstation"):
         self._box, self._name = box, name
+        self.process = None
         self.listen_anew()
 
     def listen_anew(self):
@@ -29,9 +30,9 @@ class Window:
     def open(self, entry=None):
         """Starts the program: the one that the box was given, or that of a desktop entry."""
         if entry is None:
-            self._box.session("start", self._name, [PROGRAM], ENVIRONMENT)
+            self.process = self._box.session("start", self._name, [PROGRAM], ENVIRONMENT)
         else:
-            self._box.session("launch", self._name, entry, ENVIRONMENT)
+            self.process = self._box.session("launch", self._name, entry, ENVIRONMENT)
         self._box.person = self
         until(self.is_in_front, 60, "the window is in front")
 

@@ -59,9 +59,10 @@ def during_the_copy(moments, total, timeout):
 
 
 def _mounts():
-    """Where each volume is mounted, by its node."""
+    """Where the volume of each disk is mounted, by the disk's node."""
     with open("/proc/self/mounts", encoding="utf-8") as table:
-        return dict(line.split(" ")[:2] for line in table)
+        rows = [line.split(" ")[:2] for line in table if line.startswith("/dev/sd")]
+    return {node.rstrip("0123456789"): place for node, place in rows}
 
 
 def _used(place):
@@ -82,17 +83,22 @@ def _text(path):
 
 def pull_in_wipe(name, disk):
     """Pulls the player out while zeros are on their way; its medium stalls already."""
-    _await_writing(disk)
+    await_writing(disk)
     gadgets.pull(name)
     shelves.unstall(name)
 
 
-def pull_in_format(name, disk):
-    """Pulls the player out while the file system is on its way to the wiped medium."""
-    gadgets.await_head(name, True)
+def stall_in_format(name, disk):
+    """The medium has been wiped, and stalls while the file system is on its way to it."""
+    gadgets.await_head(name, True, 300)
     time.sleep(0.5)  # half of the pause that the program makes
     shelves.stall(name)
-    _await_writing(disk)
+    await_writing(disk)
+
+
+def pull_in_format(name, disk):
+    """Pulls the player out while the file system is on its way to the wiped medium."""
+    stall_in_format(name, disk)
     gadgets.pull(name)
     shelves.unstall(name)
 
@@ -100,7 +106,7 @@ def pull_in_format(name, disk):
 def stall_in_flush(name, disk, total, timeout):
     """Every byte has been handed over, and some are still under way to a medium that stalls."""
     seen = during_the_copy({name: ["stall", 1]}, total, timeout)
-    _await_writing(disk)
+    await_writing(disk)
     return seen[name]
 
 
@@ -112,7 +118,7 @@ def pull_in_flush(name, disk, total, timeout):
     return seen
 
 
-def _await_writing(disk, timeout=60.0):
+def await_writing(disk, timeout=300.0):
     """Waits until the player has been sent something that it hasn't confirmed for a while."""
     pending, end = 0, time.monotonic() + timeout
     while pending < 10:
@@ -121,14 +127,3 @@ def _await_writing(disk, timeout=60.0):
         if time.monotonic() >= end:
             raise TimeoutError(f"nothing has been sent to {disk}")
         time.sleep(0.02)
-
-
-def hold_until_mounted(name, disk, program):
-    """Once the player has been formatted the program is held, until somebody else has mounted it."""
-    gadgets.await_head(name, False)
-    held = processes.freeze(program)
-    end = time.monotonic() + 20
-    while f"/dev/{disk}" not in _mounts() and time.monotonic() < end:
-        time.sleep(0.02)
-    processes.thaw(held)
-    return f"/dev/{disk}" in _mounts()

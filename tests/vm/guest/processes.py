@@ -67,11 +67,6 @@ def await_some(name, timeout=30.0):
     _await(lambda: list(named(name)), timeout, f"{name} never ran")
 
 
-def await_holder(disk, timeout=60.0):
-    """Waits until a command of root's has the disk open."""
-    _await(lambda: _holders(disk), timeout, f"nobody has opened {disk}")
-
-
 def await_no_holder(disks, timeout=60.0):
     """Waits until no command of root's has one of the disks open any more."""
     _await(lambda: not any(map(_holders, disks)), timeout, f"somebody holds one of {disks}")

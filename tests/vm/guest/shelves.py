@@ -1,21 +1,25 @@
 """Places of their own for media that are to fail: a small one, or one that can be made to stall."""
 
-import contextlib
 import pathlib
 import subprocess
 
 PLACES = pathlib.Path("/run/box-shelves")
+PATIENCE = "600"  # seconds until the kernel gives up a medium that doesn't answer
+KEPT = pathlib.Path("/box/out")  # a folder of the machine outside
 
 
 def make(name, kind, size_mb):
     """A file system for one medium; on "tmpfs" its writes fail once that much has been written, on
-    "ext4" they can be stalled. Returns the path of the medium on it."""
+    "ext4" they can be stalled, and on "kept", too, which outlives the box. Returns the path of the
+    medium on it."""
     place = PLACES / name
     place.mkdir(parents=True)
     if kind == "tmpfs":
         subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size_mb}m", "none", place], check=True)
     else:
         image = _image(name)
+        if kind == "kept":
+            image.symlink_to(KEPT / image.name)
         with open(image, "wb") as file:
             file.truncate(size_mb << 20)
         subprocess.run(["mkfs.ext4", "-q", "-O", "^has_journal", image], check=True)
@@ -23,8 +27,20 @@ def make(name, kind, size_mb):
     return place / "medium"
 
 
+def find_again(name):
+    """The "kept" place of a medium, after the box has lost its power; returns the medium's path."""
+    place, image = PLACES / name, _image(name)
+    place.mkdir(parents=True)
+    image.symlink_to(KEPT / image.name)
+    subprocess.run(["e2fsck", "-p", image], check=False, stdout=subprocess.DEVNULL)
+    subprocess.run(["mount", "-o", "loop", image, place], check=True)
+    return place / "medium"
+
+
 def stall(name):
     """From now on nothing that is written reaches the medium, and whoever writes waits."""
+    for limit in pathlib.Path("/sys/block").glob("sd*/device/timeout"):
+        limit.write_text(PATIENCE, encoding="ascii")
     subprocess.run(["fsfreeze", "-f", PLACES / name], check=True)
 
 
@@ -39,8 +55,9 @@ def clear(name):
         subprocess.run(["fsfreeze", "-u", place], check=False, stderr=subprocess.DEVNULL)
         subprocess.run(["umount", place], check=True)
         place.rmdir()
-        with contextlib.suppress(FileNotFoundError):
-            _image(name).unlink()
+        image = _image(name)
+        image.resolve().unlink(missing_ok=True)
+        image.unlink(missing_ok=True)
 
 
 def clear_all():
