@@ -84,7 +84,8 @@ void OpenPanel::accept() {
     return;
   }
   chosenPath_ = path;
-  QDialog::accept();
+  // The file dialog's own would open a folder instead of taking it.
+  QDialog::accept();  // NOLINT(bugprone-parent-virtual-call)
 }
 
 void OpenPanel::hideTypeChoice() {

@@ -111,7 +111,7 @@ void TRAppDelegate::enableView(bool enabled) {
 }
 
 void TRAppDelegate::drillSubViews(QWidget* view, bool enabled) {
-  const QObjectList children = view->children();
+  const QObjectList& children = view->children();
   for (QObject* child : children) {
     if (auto* subview = qobject_cast<QWidget*>(child)) {
       drillSubViews(subview, enabled);

@@ -23,21 +23,21 @@ std::shared_ptr<Disk> BenchDiskSession::diskFromName(std::string_view name) {
 
 void BenchDiskSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                              Completion completion) {
-  request(&BenchVolumes::mount, std::move(disk), expected, std::move(completion));
+  request(&BenchVolumes::mount, disk, expected, std::move(completion));
 }
 
 void BenchDiskSession::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                                Completion completion) {
-  request(&BenchVolumes::unmount, std::move(disk), expected, std::move(completion));
+  request(&BenchVolumes::unmount, disk, expected, std::move(completion));
 }
 
 void BenchDiskSession::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                              Completion completion) {
-  request(&BenchVolumes::eject, std::move(disk), expected, std::move(completion));
+  request(&BenchVolumes::eject, disk, expected, std::move(completion));
 }
 
-void BenchDiskSession::request(Work work, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                               Completion completion) {
+void BenchDiskSession::request(Work work, const std::shared_ptr<Disk>& disk,
+                               const DiskIdentity& expected, Completion completion) {
   const auto complete = [&mainThread = services_.mainThread, disk,
                          completion = std::move(completion)](std::optional<Dissenter> refused) {
     mainThread.post([disk, completion, refused = std::move(refused)] {

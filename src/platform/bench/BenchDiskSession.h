@@ -29,7 +29,7 @@ class BenchDiskSession : public DiskSession {
  private:
   using Work = std::optional<Dissenter> (BenchVolumes::*)(BenchPlayer&);
 
-  void request(Work work, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+  void request(Work work, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
                Completion completion);
 
   BenchPlayers& players_;
