@@ -20,9 +20,6 @@ class SystemLog {
       write(text);
     }
   }
-
-  // Returns when everything that was written before is recorded.
-  virtual void settle() {}
 };
 
 }  // namespace fillstation

@@ -19,7 +19,6 @@ class JournalLog : public SystemLog {
                       std::string socketPath = "/run/systemd/journal/socket");
 
   void write(std::string_view text) override;
-  void settle() override { stream_.settle(); }
 
  private:
   bool reachesJournal(std::string_view text) const;

@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "LogBatch.h"
+#include "StreamLog.h"
 
 namespace fillstation {
 
@@ -25,9 +26,7 @@ struct Flush {
 void* flushStreams(void* context) {
   auto& flush = *static_cast<Flush*>(context);
   LogBatch::recordCurrent();
-  if (platform().systemLog != nullptr) {
-    platform().systemLog->settle();
-  }
+  StreamLog::settleAll();
   std::fflush(stdout);
   std::fflush(stderr);
   const std::scoped_lock guard(flush.lock);

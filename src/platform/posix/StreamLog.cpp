@@ -2,7 +2,42 @@
 
 #include <unistd.h>
 
+#include <set>
+
 namespace fillstation {
+
+namespace {
+
+// Those that there are, for whoever ends the process.
+struct Logs {
+  std::mutex lock;
+  std::set<StreamLog*> all;
+};
+
+// Never destroyed: a process may be left while others take leave of their logs.
+Logs& logs() {
+  static auto& logs = *new Logs;
+  return logs;
+}
+
+}  // namespace
+
+StreamLog::StreamLog(std::FILE* stream) : stream_(stream) {
+  const std::scoped_lock guard(logs().lock);
+  logs().all.insert(this);
+}
+
+StreamLog::~StreamLog() {
+  const std::scoped_lock guard(logs().lock);
+  logs().all.erase(this);
+}
+
+void StreamLog::settleAll() {
+  const std::scoped_lock guard(logs().lock);
+  for (auto* log : logs().all) {
+    log->settle();
+  }
+}
 
 void StreamLog::write(std::string_view text) {
   std::unique_lock guard(lock_);

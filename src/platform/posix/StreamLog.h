@@ -21,14 +21,20 @@ class StreamLog : public SystemLog {
   // Bytes that wait at most for another thread's writing.
   static constexpr std::size_t kMost = std::size_t{1} << 20;
 
-  explicit StreamLog(std::FILE* stream) : stream_(stream) {}
+  explicit StreamLog(std::FILE* stream);
+  ~StreamLog() override;
+  StreamLog(const StreamLog&) = delete;
+  StreamLog& operator=(const StreamLog&) = delete;
+
+  // Returns when everything that any of these logs was given before is written.
+  static void settleAll();
 
   void write(std::string_view text) override;
   // Several records in one piece.
   void writeEach(std::span<const std::string> texts) override;
-  void settle() override;
 
  private:
+  void settle();
   void add(std::string_view text);
   // Writes what waits, unless another thread is at it, with the lock but for the writing.
   void writeWaiting(std::unique_lock<std::mutex>& guard);

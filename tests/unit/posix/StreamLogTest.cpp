@@ -40,7 +40,7 @@ class Records {
   Records(const Records&) = delete;
   Records& operator=(const Records&) = delete;
 
-  std::FILE* stream() { return stream_; }
+  std::FILE* stream() const { return stream_; }
   void stopReading() { reading_ = FileHandle(); }
   std::string next() {
     std::string record(300000, '\0');
@@ -253,9 +253,15 @@ TEST_F(HeldStreamLog, WaitsWithSeveralRecordsWhileVeryMuchIsWaiting) {
 
 TEST_F(HeldStreamLog, SettlesWhenEverythingIsWritten) {
   log->write("one");
-  start([this] { log->settle(); });
+  start([] { StreamLog::settleAll(); });
   EXPECT_TRUE(lastIsHeld());
   EXPECT_EQ(readUntilAllHaveReturned(), held + "\none\n");
+}
+
+TEST(StreamLog, OneThatHasGoneNeedsNotSettle) {
+  const Records records;
+  { const StreamLog log(records.stream()); }
+  StreamLog::settleAll();
 }
 
 }  // namespace
