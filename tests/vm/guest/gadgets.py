@@ -108,6 +108,15 @@ def insert(name, path):
         _write(unit / "file", path)
 
 
+def protect(name):
+    """From now on the medium refuses what is written, as one does whose slider has been moved."""
+    unit = GADGETS / name / "functions/mass_storage.0/lun.0"
+    path = (unit / "file").read_text(encoding="utf-8").strip()
+    _write(unit / "forced_eject", 1)
+    _write(unit / "ro", 1)
+    _write(unit / "file", path)
+
+
 def remove(name, keep=False):
     """Unplugs the device and forgets it, with its medium unless that is kept."""
     gadget = GADGETS / name

@@ -116,6 +116,7 @@ OPERATIONS = {
     "plug": gadgets.plug,
     "pull": gadgets.pull,
     "insert": gadgets.insert,
+    "protect": gadgets.protect,
     "stall": shelves.stall,
     "unstall": shelves.unstall,
     "remove": gadgets.remove,
