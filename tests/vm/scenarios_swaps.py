@@ -53,6 +53,12 @@ class Swap:
         expect_equal(vendor, "ACTIONS \n", "the inner disk's vendor")
         self.run.bystander(node)
 
+    def change_the_medium(self):
+        """The player stays, and gets another medium."""
+        self.box.call("fill", "other", **PHOTOS["content"])
+        self.box.call("insert", "victim", "/box/players/other")
+        self.run.bystander("other")
+
     def end(self, text, commands, summary=True, **log):
         """The run ends; how many commands root's shell has got, and what the log has to say."""
         self.run.case("victim", text, named=summary)
@@ -118,6 +124,7 @@ def swapped_before_the_wipe(box):
         for change, commands, text in (
             (Swap.swap, 1, "swapped during authentication"),
             (Swap.swap_for_an_inner_disk, 1, "swapped during authentication for an ACTIONS disk off the USB"),
+            (Swap.change_the_medium, 3, "another medium in the same player, during authentication"),
         ):
             with ready() as swap:
                 swap.person.ask()
