@@ -26,7 +26,21 @@ int compareNumbers(std::string_view left, std::string_view right) {
   return left.compare(right);
 }
 
+// How many bytes both begin with, but for digits at the end: they belong to a number that may
+// differ. Sorting a folder compares names that have much in common.
+std::size_t commonBeginning(std::string_view left, std::string_view right) {
+  const auto differing = std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first;
+  auto size = static_cast<std::size_t>(differing - left.begin());
+  while (size > 0 && isDigit(left[size - 1])) {
+    --size;
+  }
+  return size;
+}
+
 int compareNames(std::string_view left, std::string_view right) {
+  const std::size_t common = commonBeginning(left, right);
+  left.remove_prefix(common);
+  right.remove_prefix(common);
   while (!left.empty() && !right.empty()) {
     int order = 0;
     if (isDigit(left.front()) && isDigit(right.front())) {
