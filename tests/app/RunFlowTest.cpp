@@ -368,50 +368,5 @@ TEST_F(RunFlowTest, ThePasswordIsHidden) {
   EXPECT_EQ(panelUi().userNameField->echoMode(), QLineEdit::Normal);
 }
 
-// Counts those that are kept awake.
-class TestWakefulness : public Wakefulness {
- public:
-  std::shared_ptr<void> keepAwake(const std::string& why) override {
-    reasons.push_back(why);
-    ++held;
-    return {nullptr, [this](void*) { --held; }};
-  }
-
-  Texts reasons;
-  int held = 0;
-};
-
-TEST_F(RunFlowTest, TheMachineIsKeptAwakeForAsLongAsTheRunLasts) {
-  TestWakefulness wakefulness;
-  platform().wakefulness = &wakefulness;
-  click(ui().btnStart);
-  enter("admin", "secret");
-  EXPECT_EQ(wakefulness.held, 0);
-  int heldInSummary = -1;
-  whenever([&] {
-    if (alert() == nullptr) {
-      return false;
-    }
-    heldInSummary = wakefulness.held;
-    click(alert()->button(QMessageBox::Ok));
-    return true;
-  });
-  click(panelUi().btnPassOk);
-  EXPECT_EQ(wakefulness.held, 1);
-  EXPECT_EQ(wakefulness.reasons, Texts{"Players are being filled"});
-  runUntil([&] { return ui().btnStart->isEnabled(); });
-  EXPECT_EQ(heldInSummary, 0);
-}
-
-TEST_F(RunFlowTest, RefusedCredentialsKeepNothingAwake) {
-  TestWakefulness wakefulness;
-  platform().wakefulness = &wakefulness;
-  click(ui().btnStart);
-  enter("", "");
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_TRUE(wakefulness.reasons.empty());
-}
-
 }  // namespace
 }  // namespace fillstation::test

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "RealSourceFiles.h"
 #include "Url.h"
 
 namespace fillstation::explore {
@@ -95,20 +96,10 @@ class MachinePorts::Scripts : public ScriptRunner {
 };
 
 // The audio of the machine, and its players' volumes.
-class MachinePorts::Files : public FileManager {
+class MachinePorts::Files : public test::RealSourceFiles {
  public:
-  Files(MachinePorts& ports, FileManager& real) : ports_(ports), real_(real) {}
+  Files(MachinePorts& ports, FileManager& real) : RealSourceFiles(real), ports_(ports) {}
 
-  bool fileExists(const std::string& path, bool* isDirectory) override {
-    return real_.fileExists(path, isDirectory);
-  }
-  std::optional<std::int64_t> fileSize(const std::string& path) override {
-    return real_.fileSize(path);
-  }
-  std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
-                                      WalkErrorHandler onError) override {
-    return real_.walk(folder, std::move(onError));
-  }
   std::shared_ptr<Volume> openVolume(const std::string& mountPath,
                                      const DiskIdentity& owner) override {
     ports_.turns_.stopHere();
@@ -154,7 +145,6 @@ class MachinePorts::Files : public FileManager {
   };
 
   MachinePorts& ports_;
-  FileManager& real_;
 };
 
 class MachinePorts::MainLoop : public MainThread {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "FileManager.h"
+#include "RealSourceFiles.h"
 
 namespace fillstation::faults {
 
@@ -71,28 +72,17 @@ class HookedSession : public DiskSession {
   const StepHooks& hooks_;
 };
 
-class HookedFiles : public FileManager {
+class HookedFiles : public test::RealSourceFiles {
  public:
-  HookedFiles(FileManager& real, const StepHooks& hooks) : real_(real), hooks_(hooks) {}
+  HookedFiles(FileManager& files, const StepHooks& hooks) : RealSourceFiles(files), hooks_(hooks) {}
 
-  bool fileExists(const std::string& path, bool* isDirectory) override {
-    return real_.fileExists(path, isDirectory);
-  }
-  std::optional<std::int64_t> fileSize(const std::string& path) override {
-    return real_.fileSize(path);
-  }
-  std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
-                                      WalkErrorHandler onError) override {
-    return real_.walk(folder, std::move(onError));
-  }
   std::shared_ptr<Volume> openVolume(const std::string& mountPath,
                                      const DiskIdentity& owner) override {
     tell(hooks_.before, {Step::Kind::kOpen, owner.node});
-    return real_.openVolume(mountPath, owner);
+    return real().openVolume(mountPath, owner);
   }
 
  private:
-  FileManager& real_;
   const StepHooks& hooks_;
 };
 

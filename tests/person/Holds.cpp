@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "RealSourceFiles.h"
+
 namespace fillstation::test {
 
 namespace {
@@ -78,29 +80,18 @@ class HeldVolume : public Volume {
   int copies_ = 0;
 };
 
-class HeldFiles : public FileManager {
+class HeldFiles : public RealSourceFiles {
  public:
-  HeldFiles(const Holds& holds, FileManager& files) : holds_(holds), files_(files) {}
+  HeldFiles(const Holds& holds, FileManager& files) : RealSourceFiles(files), holds_(holds) {}
 
-  bool fileExists(const std::string& path, bool* isDirectory) override {
-    return files_.fileExists(path, isDirectory);
-  }
-  std::optional<std::int64_t> fileSize(const std::string& path) override {
-    return files_.fileSize(path);
-  }
-  std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
-                                      WalkErrorHandler onError) override {
-    return files_.walk(folder, std::move(onError));
-  }
   std::shared_ptr<Volume> openVolume(const std::string& mountPath,
                                      const DiskIdentity& owner) override {
-    auto volume = files_.openVolume(mountPath, owner);
+    auto volume = real().openVolume(mountPath, owner);
     return volume ? std::make_shared<HeldVolume>(holds_, std::move(volume)) : nullptr;
   }
 
  private:
   const Holds& holds_;
-  FileManager& files_;
 };
 
 }  // namespace
