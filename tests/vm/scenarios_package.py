@@ -18,7 +18,7 @@ AGENT = "/usr/libexec/fillstation/fillstation-agent"
 FOLDER = "/root/download"
 # Where Debian's own tools remember what they have done.
 OF_OTHERS = ("/dev", "/proc", "/run", "/sys", "/tmp", "/box", "/var/log", "/var/cache/apt",
-             "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd")
+             "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd", "/var/lib/udisks2", "/media")
 # An automounter that heeds what UDisks2 says of a volume, as those of the large desktops do.
 AUTOMOUNTER = """{"device_config": [{"should_automount": false, "automount": false}]}"""
 STRANGERS = {
@@ -32,7 +32,7 @@ PLAYERS = {
 
 
 def _files(box):
-    """Every file of the machine but those that Debian's own tools keep of their work."""
+    """Every file of the machine but those that Debian's own tools keep of their work and volumes."""
     left_out = " -o ".join(f"-path {folder}" for folder in OF_OTHERS)
     return set(box.root(f"find / \\( {left_out} \\) -prune -o -print").splitlines())
 
