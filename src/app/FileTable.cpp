@@ -3,8 +3,6 @@
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QDropEvent>
-#include <QFile>
-#include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
@@ -14,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "FileTableModel.h"
+#include "PathUrl.h"
 
 namespace fillstation {
 namespace {
@@ -39,8 +38,7 @@ std::vector<Url> localUrls(const QMimeData& dragged) {
   std::vector<Url> urls;
   for (const QUrl& url : dragged.urls()) {
     if (url.isLocalFile()) {
-      const QString path = QDir::cleanPath(url.toLocalFile());
-      urls.push_back(Url::fromPath(QFile::encodeName(path).toStdString(), QFileInfo(path).isDir()));
+      urls.push_back(urlOfPath(QDir::cleanPath(url.toLocalFile())));
     }
   }
   return urls;

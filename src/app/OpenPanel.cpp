@@ -14,6 +14,7 @@
 #include "DisplayText.h"
 #include "FileTypeProxy.h"
 #include "ModalSession.h"
+#include "PathUrl.h"
 #include "TRFile.h"
 
 namespace fillstation {
@@ -67,8 +68,7 @@ OpenPanelFunction OpenPanel::runner(QWidget* parent) {
       return std::nullopt;
     }
     folder = QFileInfo(path).absolutePath();
-    return std::vector{
-        Url::fromPath(QFile::encodeName(path).toStdString(), QFileInfo(path).isDir())};
+    return std::vector{urlOfPath(path)};
   };
 }
 

@@ -65,8 +65,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void menuFileDeleteCurrent(QObject* sender);
   void menuFileDeleteSelection(QObject* sender);
   void menuFileDeleteAll(QObject* sender);
-  // What was dropped on the file table, as if it had been chosen.
-  void filesDropped(const std::vector<Url>& urls);
+  // Adds what was chosen, or dropped on the file table.
+  void addRoots(const std::vector<Url>& urls);
   // Removes the rows that are selected, as the keyboard asks.
   void removeSelectedRows();
 
@@ -162,7 +162,6 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void setFileMenuDeleteAll(QAction* value) { fileMenuDeleteAll_.set(value); }
 
  private:
-  void addRoots(const std::vector<Url>& urls);
   void addRoot(const Url& url);
   void selectAll(int selected);
   void startRun(const ArrayController<TRPlayer>::List& players,

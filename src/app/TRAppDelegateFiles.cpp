@@ -7,8 +7,6 @@ void TRAppDelegate::btnBrowseFileClicked(QObject* /*sender*/) {
   addRoots(chosen.value_or(std::vector<Url>()));
 }
 
-void TRAppDelegate::filesDropped(const std::vector<Url>& urls) { addRoots(urls); }
-
 void TRAppDelegate::addRoots(const std::vector<Url>& urls) {
   for (const Url& url : urls) {
     addRoot(url);

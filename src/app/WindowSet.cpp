@@ -88,7 +88,7 @@ void WindowSet::connectFiles() {
   // The table belongs to its window and outlives the list.
   songs_->setTblView(std::shared_ptr<FileTable>(ui.lstFiles, [](FileTable*) {}));
   delegate_->setOpenPanel(OpenPanel::runner(window_.get()));
-  QObject::connect(ui.lstFiles, &FileTable::dropped, controller, &TRAppDelegate::filesDropped);
+  QObject::connect(ui.lstFiles, &FileTable::dropped, controller, &TRAppDelegate::addRoots);
   QObject::connect(ui.lstFiles, &FileTable::deletePressed, controller,
                    &TRAppDelegate::removeSelectedRows);
   // Beside the button's own mnemonic.

@@ -133,12 +133,7 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
     }
   }
   void leave(Person& person) {
-    if (way().signal == 0) {
-      person.say({"close"});
-    } else {
-      person.signal(way().signal);
-    }
-    const auto status = person.ended();
+    const auto status = person.end(way().signal);
     ASSERT_TRUE(status) << "it hangs";
     EXPECT_EQ(WIFSIGNALED(*status), way().crashes);
     if (way().crashes) {

@@ -28,12 +28,7 @@ class ScriptLeavingTest : public ScriptWindowTest, public ::testing::WithParamIn
   static Way way() { return std::get<1>(GetParam()); }
 
   static void leave(Person& person) {
-    if (way().signal == 0) {
-      person.say({"close"});
-    } else {
-      person.signal(way().signal);
-    }
-    const auto status = person.ended();
+    const auto status = person.end(way().signal);
     ASSERT_TRUE(status) << "it hangs";
     if (way().signal == SIGKILL) {
       EXPECT_EQ(WTERMSIG(*status), SIGKILL);

@@ -226,8 +226,7 @@ TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
   writeFile("/run/box/go", "");
   writeFile("/run/box/go-wiping", "");
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
-  person->signal(SIGABRT);
-  const auto status = person->ended();
+  const auto status = person->end(SIGABRT);
   ASSERT_TRUE(status);
   EXPECT_EQ(WTERMSIG(*status), SIGABRT);
   EXPECT_FALSE(WCOREDUMP(*status));

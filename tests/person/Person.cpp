@@ -58,7 +58,14 @@ bool Person::ask(std::initializer_list<std::string> texts, const std::string& an
   return hear() == answer;
 }
 
-void Person::signal(int number) const { ::kill(process_, number); }
+std::optional<int> Person::end(int signal) {
+  if (signal == 0) {
+    say({"close"});
+  } else {
+    ::kill(process_, signal);
+  }
+  return ended();
+}
 
 std::optional<int> Person::ended() {
   const auto limit = std::chrono::steady_clock::now() + kPatience;

@@ -29,7 +29,9 @@ class Person {
   bool ask(std::initializer_list<std::string> texts, const std::string& answer);
 
   pid_t process() const { return process_; }
-  void signal(int number) const;
+  // Ends the program by the signal, or by closing its window when that is 0; for the outcome see
+  // ended().
+  std::optional<int> end(int signal);
   // How the process has ended, as waitpid tells; waits for it a minute, then none.
   std::optional<int> ended();
 

@@ -48,8 +48,7 @@ class LinuxSystem {
   LinuxSystem(const LinuxServices& services, const LinuxPlaces& places);
 
   // Sets the ports usbBus, createDiskSession, scriptRunner, fileManager, wakefulness and systemLog,
-  // and writes
-  // down what the machine lacks.
+  // and writes down what the machine lacks.
   void installInto(Platform& installed);
 
  private:

@@ -13,6 +13,8 @@ constexpr const char* kService = "example.fillstation.fillstation";
 constexpr const char* kPath = "/example/fillstation/fillstation";
 constexpr const char* kInterface = "org.freedesktop.Application";
 constexpr const char* kTokenKey = "activation-token";
+// Milliseconds that somebody who wants a window waits for one that hangs.
+constexpr int kPatience = 5000;
 
 }  // namespace
 
@@ -36,7 +38,7 @@ bool SessionInstance::claim() {
       QDBusMessage::createMethodCall(QString::fromLatin1(kService), QString::fromLatin1(kPath),
                                      QString::fromLatin1(kInterface), QStringLiteral("Activate"));
   message << QVariantMap{{QString::fromLatin1(kTokenKey), qEnvironmentVariable(kToken)}};
-  return bus_.call(message).type() != QDBusMessage::ReplyMessage;
+  return bus_.call(message, QDBus::Block, kPatience).type() != QDBusMessage::ReplyMessage;
 }
 
 QString SessionInstance::introspect(const QString& /*path*/) const {

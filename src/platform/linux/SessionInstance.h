@@ -26,7 +26,7 @@ class SessionInstance : public QDBusVirtualObject {
       : bus_(connector(QStringLiteral("fillstation-session"))) {}
 
   // Takes the name. False when another program has it and has been asked to come to the front; true
-  // too when that one doesn't answer.
+  // too when that one doesn't answer within five seconds.
   bool claim();
 
   // What a second start makes this one do.

@@ -1,31 +1,13 @@
 #pragma once
 
 #include "PosixFileManager.h"
+#include "RealSourceFiles.h"
 #include "TestVolumes.h"
 
 namespace fillstation::test {
 
-// The real files of the machine and the volumes of the test.
-class WindowFiles : public FileManager {
- public:
-  bool fileExists(const std::string& path, bool* isDirectory) override {
-    return real_.fileExists(path, isDirectory);
-  }
-  std::optional<std::int64_t> fileSize(const std::string& path) override {
-    return real_.fileSize(path);
-  }
-  std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
-                                      WalkErrorHandler onError) override {
-    return real_.walk(folder, std::move(onError));
-  }
-  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
-                                     const DiskIdentity& owner) override {
-    return volumes.openVolume(mountPath, owner);
-  }
-
-  TestVolumes volumes;
-
- private:
+// The file manager of the machine, without any player's volume.
+struct MachineFiles {
   class NoOwner : public VolumeOwner {
     std::shared_ptr<VolumeMedium> mediumOf(int /*rootDescriptor*/, const std::string& /*mountPath*/,
                                            const DiskIdentity& /*owner*/) override {
@@ -33,9 +15,22 @@ class WindowFiles : public FileManager {
     }
   };
 
-  StopSource stop_;
-  NoOwner owner_;
-  PosixFileManager real_{owner_, stop_};
+  StopSource stop;
+  NoOwner nobody;
+  PosixFileManager files{nobody, stop};
+};
+
+// The real files of the machine and the volumes of the test.
+class WindowFiles : private MachineFiles, public RealSourceFiles {
+ public:
+  WindowFiles() : RealSourceFiles(files) {}
+
+  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
+                                     const DiskIdentity& owner) override {
+    return volumes.openVolume(mountPath, owner);
+  }
+
+  TestVolumes volumes;
 };
 
 }  // namespace fillstation::test
