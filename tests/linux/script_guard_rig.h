@@ -74,6 +74,10 @@ class GuardRig {
     put(disk() + "/" + name + "/partition", "1\n");
     std::filesystem::create_directories(disk() + "/" + name + "/holders");
   }
+  // Another block device above that one.
+  static void addHolder(const std::string& block) {
+    std::filesystem::create_symlink("../../dm-0", block + "/holders/dm-0");
+  }
   void addMount(const std::string& number, const std::string& source) {
     put(path("proc/self/mountinfo"), contentOf(path("proc/self/mountinfo")) + "40 22 " + number +
                                          " / /media/x rw shared:9 - vfat " + source + " rw\n");

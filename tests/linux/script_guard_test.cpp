@@ -169,13 +169,13 @@ TEST_F(ScriptGuardTest, ASwappedDiskOrPartitionIsRefused) {
 }
 
 TEST_F(ScriptGuardTest, ADiskUnderAnotherBlockDeviceIsRefused) {
-  put(disk() + "/holders/dm-0", "");
+  addHolder(disk());
   expectRefused("The disk is in use.");
 }
 
 TEST_F(ScriptGuardTest, APartitionUnderAnotherBlockDeviceIsRefused) {
   addPartition("sdz1", "8:401");
-  put(disk() + "/sdz1/holders/dm-0", "");
+  addHolder(disk() + "/sdz1");
   expectRefused("The disk is in use.");
 }
 

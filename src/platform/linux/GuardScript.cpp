@@ -7,7 +7,8 @@ namespace {
 // Runs as root, with node, bus, device, sequence and kind set. The node is opened first and held
 // open to the end; everything is asked of what is held and the command works on it, so that it
 // doesn't matter what becomes of the name. While it is held the kernel gives its number to no
-// other disk.
+// other disk. What the shell can do itself starts no process: a slow machine waits for each of
+// them.
 constexpr std::string_view kScript = R"sh(
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 sys=/sys
@@ -25,12 +26,14 @@ gone() {
 }
 
 content_is() {
-  [ -r "$1" ] && [ "$(cat "$1")" = "$2" ]
+  [ -r "$1" ] && IFS= read -r content <"$1" && [ "$content" = "$2" ]
 }
 
 check_disk() {
   [ -b "$held" ] || refuse 'The device is not a disk.'
-  disk=$(readlink -e "$sys/dev/block/$(printf '%d:%d' $(stat -L -c '0x%t 0x%T' "$held"))") || gone
+  cd -P "$sys/dev/block/$(printf '%d:%d' $(stat -L -c '0x%t 0x%T' "$held"))" 2>/dev/null || gone
+  disk=$PWD
+  cd /
   [ "${disk##*/}" = "$name" ] || gone
   content_is "$disk/diskseq" "$sequence" || gone
 }
@@ -46,41 +49,85 @@ check_usb_device() {
   content_is "$disk/device/vendor" 'ACTIONS ' || refuse 'The disk is not a player.'
 }
 
-list_partitions() {
-  for part in "$disk/$name"*; do
-    if [ -e "$part/partition" ]; then
-      printf '%s\n' "$part"
-    fi
-  done
-}
-
-check_unused() {
-  for block in "$disk" $(list_partitions); do
-    number=$(cat "$block/dev") || gone
-    if printf '%s\n' "$mounts" | cut -d ' ' -f 3 | grep -qx "$number" ||
-      printf '%s\n' "$mounts" | grep -q " - [^ ]* /dev/${block##*/} "; then
-      refuse 'The disk is mounted.'
-    fi
-    if grep -q "^/dev/${block##*/}[[:blank:]]" "$proc/swaps" || ls "$block/holders" | grep -q .; then
+check_holders() {
+  for holder in "$1/holders/"*; do
+    if [ -L "$holder" ]; then
       refuse 'The disk is in use.'
     fi
   done
 }
 
+# The disk and its partitions: their numbers and their nodes, each between blanks. Nobody else may
+# hold one of them.
+list_blocks() {
+  numbers=' '
+  nodes=' '
+  for block in "$disk" "$disk/$name"*; do
+    if [ "$block" != "$disk" ] && [ ! -e "$block/partition" ]; then
+      continue
+    fi
+    number=
+    read -r number <"$block/dev"
+    [ -n "$number" ] || gone
+    numbers="$numbers$number "
+    nodes="$nodes/dev/${block##*/} "
+    check_holders "$block"
+  done
+}
+
+# A line of the mount table; its third field is the number, and the source follows the type.
+check_mount() {
+  number=${1#* * }
+  source=${1#* - * }
+  case $numbers in *" ${number%% *} "*) refuse 'The disk is mounted.' ;; esac
+  case $nodes in *" ${source%% *} "*) refuse 'The disk is mounted.' ;; esac
+}
+
+check_mounts() {
+  mounts=$(cat "$proc/self/mountinfo") || refuse 'The mount table is missing.'
+  IFS='
+'
+  for line in $mounts; do
+    check_mount "$line"
+  done
+  unset IFS
+}
+
+check_swaps() {
+  [ -r "$proc/swaps" ] || return 0
+  while read -r file rest; do
+    case $nodes in *" $file "*) refuse 'The disk is in use.' ;; esac
+  done <"$proc/swaps"
+}
+
 check() {
   check_disk
   check_usb_device
-  mounts=$(cat "$proc/self/mountinfo") || refuse 'The mount table is missing.'
-  check_unused
+  list_blocks
+  check_mounts
+  check_swaps
+}
+
+has_partitions() {
+  for part in "$disk/$name"*; do
+    if [ -e "$part/partition" ]; then
+      return 0
+    fi
+  done
+  return 1
 }
 
 forget_partitions() {
-  limit=$(($(date +%s) + 15))
-  until blockdev --rereadpt "$held" 2>/dev/null && [ -z "$(list_partitions)" ]; do
-    [ "$(date +%s)" -lt "$limit" ] || break
+  limit=
+  until blockdev --rereadpt "$held" 2>/dev/null && ! has_partitions; do
+    now=$(date +%s)
+    limit=${limit:-$((now + 15))}
+    [ "$now" -lt "$limit" ] || break
     sleep 0.1
   done
-  [ -z "$(list_partitions)" ] || refuse 'The partitions of before are still there.'
+  if has_partitions; then
+    refuse 'The partitions of before are still there.'
+  fi
 }
 
 run() {
