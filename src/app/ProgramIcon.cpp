@@ -1,13 +1,21 @@
 #include "ProgramIcon.h"
 
+#include <QPixmap>
+
 namespace fillstation {
 
 QIcon programIcon() {
-  QIcon own;
-  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
-    own.addFile(QStringLiteral(":/icons/%1.png").arg(size), {size, size});
+  const QIcon themed = QIcon::fromTheme(QStringLiteral("fillstation"));
+  if (!themed.availableSizes().isEmpty()) {
+    return themed;
   }
-  return QIcon::fromTheme(QStringLiteral("fillstation"), own);
+  QIcon own;
+  // Read at every start, before the window: no larger ones than a window shows, and without a
+  // search for who can read them.
+  for (const int size : {16, 24, 32, 48, 64}) {
+    own.addPixmap(QPixmap(QStringLiteral(":/icons/%1.png").arg(size), "png"));
+  }
+  return own;
 }
 
 }  // namespace fillstation
