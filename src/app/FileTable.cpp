@@ -33,12 +33,18 @@ class RoomyStyle : public QProxyStyle {
   }
 };
 
+bool isOfThisMachine(const QUrl& url) {
+  return url.isLocalFile() && (url.host().isEmpty() || url.host() == QLatin1String("localhost"));
+}
+
 // What of the dragged things lies on this machine, under a path of its own.
 std::vector<Url> localUrls(const QMimeData& dragged) {
   std::vector<Url> urls;
   for (const QUrl& url : dragged.urls()) {
-    if (url.isLocalFile()) {
-      urls.push_back(urlOfPath(QDir::cleanPath(url.toLocalFile())));
+    const QString path = url.path(QUrl::FullyDecoded);
+    // A path below nothing has no place on any machine.
+    if (isOfThisMachine(url) && path.startsWith(QLatin1Char('/'))) {
+      urls.push_back(urlOfPath(QDir::cleanPath(path)));
     }
   }
   return urls;

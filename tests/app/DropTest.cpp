@@ -1,3 +1,4 @@
+#include <QDir>
 #include <QDropEvent>
 #include <QMimeData>
 
@@ -80,6 +81,24 @@ TEST_F(DropTest, AFoldersAddressEndsWhereItsNameDoes) {
 TEST_F(DropTest, WhatIsNotOnThisMachineIsRefused) {
   EXPECT_FALSE(drop({QUrl(QStringLiteral("https://fillstation.example/a.mp3"))}));
   EXPECT_FALSE(drop({}));
+  EXPECT_TRUE(listed().empty());
+}
+
+TEST_F(DropTest, TheSamePathOnAnotherMachineIsRefused) {
+  temp.makeFolder("album");
+  const QString path = QString::fromStdString(temp.path("album"));
+  EXPECT_FALSE(drop({QUrl(QStringLiteral("file://fillstation.example") + path)}));
+  EXPECT_TRUE(listed().empty());
+  EXPECT_TRUE(drop({QUrl(QStringLiteral("file://localhost") + path)}));
+  EXPECT_EQ(listed(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, APathBelowNothingIsRefused) {
+  temp.makeFolder("album");
+  const QString before = QDir::currentPath();
+  ASSERT_TRUE(QDir::setCurrent(QString::fromStdString(temp.path())));
+  EXPECT_FALSE(drop({QUrl(QStringLiteral("file:album"))}));
+  EXPECT_TRUE(QDir::setCurrent(before));
   EXPECT_TRUE(listed().empty());
 }
 
