@@ -24,7 +24,8 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   facts_->setContentsMargins(tick_->textIndent(), 0, 0, 0);
   facts_->setWholeText(facts(*player_));
   tick_->setAccessibleDescription(facts_->text());
-  connect(tick_, &QAbstractButton::clicked, this, &PlayerItem::onClicked);
+  // Not its click: assistive programs toggle it.
+  connect(tick_, &QAbstractButton::toggled, this, &PlayerItem::onToggled);
   refresh();
 }
 
@@ -48,9 +49,11 @@ QString PlayerItem::facts(const TRPlayer& player) {
            QString::fromStdString(capacityText(player.size().value())));
 }
 
-void PlayerItem::onClicked(bool checked) {
-  player_->setSelected(Number(checked ? 1 : 0));
-  emit ticked();
+void PlayerItem::onToggled(bool checked) {
+  if (checked != player_->selected().isTrue()) {
+    player_->setSelected(Number(checked ? 1 : 0));
+    emit ticked();
+  }
 }
 
 }  // namespace fillstation

@@ -36,7 +36,7 @@ class PlayerItem : public QWidget {
   void mousePressEvent(QMouseEvent* event) override;
 
  private:
-  void onClicked(bool checked);
+  void onToggled(bool checked);
 
   std::shared_ptr<TRPlayer> player_;
   ElidedTick* tick_;

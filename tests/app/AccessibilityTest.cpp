@@ -86,6 +86,19 @@ TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   EXPECT_FALSE(of(tick(0)).state().checked);
 }
 
+// Such a program doesn't click: it has the tick box do what it offers.
+TEST_F(AccessibilityTest, ATickThatAnAssistiveProgramTogglesIsThePlayers) {
+  const auto player = addPlayer("sdb");
+  for (const int selected : {1, 0}) {
+    ports.log.clear();
+    of(tick(0)).actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(player->selected().value(), selected);
+    EXPECT_EQ(of(tick(0)).state().checked, selected);
+    EXPECT_EQ(logTexts().size(), 2U);
+    EXPECT_EQ(ui().lblMaxCapSize->text(), QLatin1String(selected == 1 ? "7580 MB" : "0 KB"));
+  }
+}
+
 TEST_F(AccessibilityTest, ALongNameIsAnnouncedWhole) {
   const auto player = addPlayer("sdb");
   player->setName(std::string(200, 'n'));
