@@ -3,12 +3,16 @@
 #include <QApplication>
 #include <QDialog>
 
+#include "FocusRing.h"
 #include "Platform.h"
 #include "ui_MainWindow.h"
 
 namespace fillstation {
 
-MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) { ui_->setupUi(this); }
+MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
+  ui_->setupUi(this);
+  FocusRing::followFocus(this);
+}
 
 MainWindow::~MainWindow() = default;
 

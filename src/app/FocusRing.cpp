@@ -1,0 +1,33 @@
+#include "FocusRing.h"
+
+#include <QApplication>
+#include <QPainter>
+
+namespace fillstation {
+namespace {
+
+constexpr int kWidth = 2;  // as much as the frame reaches beyond the control
+
+}  // namespace
+
+void FocusRing::followFocus(QObject* owner) {
+  QObject::connect(qApp, &QApplication::focusChanged, owner,
+                   [ring = QPointer<FocusRing>()](QWidget* /*old*/, QWidget* now) mutable {
+                     delete ring;
+                     if (now != nullptr) {
+                       ring = new FocusRing(now);
+                     }
+                   });
+}
+
+FocusRing::FocusRing(QWidget* around) : QFocusFrame(around) { setWidget(around); }
+
+void FocusRing::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  QPen pen(palette().color(QPalette::Highlight), kWidth);
+  pen.setJoinStyle(Qt::MiterJoin);
+  painter.setPen(pen);
+  painter.drawRect(rect().adjusted(kWidth / 2, kWidth / 2, -kWidth / 2, -kWidth / 2));
+}
+
+}  // namespace fillstation

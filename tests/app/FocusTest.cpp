@@ -1,0 +1,90 @@
+#include "Alert.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+// The focus as a person sees it, in light and dark colours.
+class VisibleFocusTest : public WindowTest, public ::testing::WithParamInterface<bool> {
+ protected:
+  VisibleFocusTest() {
+    QApplication::setPalette(GetParam() ? QPalette(QColor(66, 66, 66), QColor(53, 53, 53))
+                                        : QPalette(QColor(239, 239, 239)));
+    QApplication::setCursorFlashTime(0);  // a cursor that stands still
+    launch();
+  }
+  ~VisibleFocusTest() override {
+    QApplication::setPalette(before_);
+    QApplication::setCursorFlashTime(flashTime_);
+  }
+
+  // The controls that Tab reaches in the window.
+  static QList<QWidget*> controls(const QWidget& window) {
+    QList<QWidget*> found;
+    for (auto* widget : window.findChildren<QWidget*>()) {
+      if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisible() &&
+          widget->isEnabled() && widget->focusProxy() == nullptr) {
+        found.append(widget);
+      }
+    }
+    return found;
+  }
+
+  // What is painted of the control and just around it, with the focus given there or elsewhere.
+  QImage painted(QWidget& control, QWidget& focus) {
+    QWidget& window = *control.window();
+    focus.setFocus();
+    settle();
+    const QRect place(control.mapTo(&window, QPoint()), control.size());
+    return window.grab(place.adjusted(-3, -3, 3, 3)).toImage();
+  }
+
+  void expectAllVisible(QWidget& window) {
+    const auto all = controls(window);
+    EXPECT_FALSE(all.isEmpty());
+    for (QWidget* control : all) {
+      const QImage without = painted(*control, window);
+      EXPECT_NE(painted(*control, *control), without)
+          << control->metaObject()->className() << ' ' << control->objectName().toStdString();
+    }
+  }
+
+ private:
+  const QPalette before_ = QApplication::palette();
+  const int flashTime_ = QApplication::cursorFlashTime();
+};
+
+INSTANTIATE_TEST_SUITE_P(Colours, VisibleFocusTest, ::testing::Bool(),
+                         [](const auto& colours) { return colours.param ? "Dark" : "Light"; });
+
+TEST_P(VisibleFocusTest, InTheWindowWithoutPlayersAndFiles) { expectAllVisible(windows->window()); }
+
+TEST_P(VisibleFocusTest, InTheWindowWithPlayersAndFiles) {
+  addPlayer("sdb");
+  addPlayer("sdc");
+  addRoot("/a", 1);
+  expectAllVisible(windows->window());
+}
+
+TEST_P(VisibleFocusTest, InTheCredentialsPanel) {
+  click(ui().btnStart);
+  waitForActive(windows->panel());
+  expectAllVisible(windows->panel());
+}
+
+TEST_P(VisibleFocusTest, InTheOpenPanel) {
+  OpenPanel panel(&windows->window(), "mp3", QDir::tempPath());
+  panel.show();
+  waitForActive(panel);
+  expectAllVisible(panel);
+}
+
+TEST_P(VisibleFocusTest, InAnAlert) {
+  Alert alert(&windows->window(), QStringLiteral("Text"));
+  alert.show();
+  waitForActive(alert);
+  expectAllVisible(alert);
+}
+
+}  // namespace
+}  // namespace fillstation::test
