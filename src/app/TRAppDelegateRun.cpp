@@ -11,7 +11,8 @@ void TRAppDelegate::btnStartClick(QObject* /*sender*/) {
   focusBefore_ = window()->focusWidget();
   enableView(false);
   // A control that goes off hands its focus on, at last to the link: no key may open it by chance.
-  window()->setFocus();
+  pbProgressBar()->setFocusPolicy(Qt::TabFocus);
+  pbProgressBar()->setFocus();
   wndPasswordDialog()->show();
   wndPasswordDialog()->raise();
   wndPasswordDialog()->activateWindow();
@@ -96,6 +97,7 @@ void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>
 }
 
 void TRAppDelegate::giveFocusBack() {
+  pbProgressBar()->setFocusPolicy(Qt::NoFocus);
   QWidget* before = focusBefore_;
   (before != nullptr ? before : btnStart())->setFocus();
 }

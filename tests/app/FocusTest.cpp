@@ -66,6 +66,17 @@ TEST_P(VisibleFocusTest, InTheWindowWithPlayersAndFiles) {
   expectAllVisible(windows->window());
 }
 
+TEST_P(VisibleFocusTest, InTheWindowDuringARun) {
+  addPlayer("sdb");
+  controller().btnStartClick(nullptr);
+  windows->panel().hide();
+  windows->window().activateWindow();
+  waitForActive(windows->window());
+  EXPECT_EQ(QApplication::focusWidget(), ui().pbProgressBar);
+  EXPECT_TRUE(controls(windows->window()).contains(ui().pbProgressBar));
+  expectAllVisible(windows->window());
+}
+
 TEST_P(VisibleFocusTest, InTheCredentialsPanel) {
   click(ui().btnStart);
   waitForActive(windows->panel());
@@ -84,6 +95,13 @@ TEST_P(VisibleFocusTest, InAnAlert) {
   alert.show();
   waitForActive(alert);
   expectAllVisible(alert);
+}
+
+using FocusTest = WindowTest;
+
+TEST_F(FocusTest, IsOnAControlFromTheBeginning) {
+  launch();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnAll);
 }
 
 }  // namespace

@@ -273,7 +273,7 @@ TEST_F(RunFlowTest, CancelGivesTheFocusBack) {
   EXPECT_EQ(QApplication::focusWidget(), ui().btnStart);
   ui().cmbFileType->setFocus();
   click(ui().btnStart);
-  EXPECT_EQ(windows->window().focusWidget(), &windows->window());
+  EXPECT_EQ(windows->window().focusWidget(), ui().pbProgressBar);
 }
 
 TEST_F(RunFlowTest, RefusedCredentialsGiveTheFocusBackToWhereItWas) {
@@ -304,14 +304,18 @@ TEST_F(RunFlowTest, StartGetsTheFocusOfAPlayerThatIsGone) {
   EXPECT_EQ(QApplication::focusWidget(), ui().btnStart);
 }
 
-TEST_F(RunFlowTest, NoControlHasTheFocusWhileTheControlsAreOff) {
+TEST_F(RunFlowTest, TheProgressBarHasTheFocusWhileTheControlsAreOff) {
   ui().btnStart->setFocus();
   QTest::keyClick(ui().btnStart, Qt::Key_Space);
   windows->panel().hide();
   bringWindowToFront();
-  EXPECT_EQ(QApplication::focusWidget(), &windows->window());
+  EXPECT_EQ(QApplication::focusWidget(), ui().pbProgressBar);
   click(ui().tirellLinkBtn);
-  EXPECT_EQ(QApplication::focusWidget(), &windows->window());
+  EXPECT_EQ(QApplication::focusWidget(), ui().pbProgressBar);
+  // By Tab it can be reached then, and only then.
+  EXPECT_EQ(ui().pbProgressBar->focusPolicy(), Qt::TabFocus);
+  summaryOf({}, {});
+  EXPECT_EQ(ui().pbProgressBar->focusPolicy(), Qt::NoFocus);
 }
 
 TEST_F(RunFlowTest, ThePanelOpensInTheFieldThatIsToBeFilledIn) {
