@@ -33,7 +33,10 @@ void PlayersView::showPlayers(const ArrayController<TRPlayer>::List& players) {
   for (const auto& player : players) {
     items_.append(takeItem(before, player));
   }
-  qDeleteAll(before);
+  for (PlayerItem* item : before) {
+    item->hide();  // hands the focus on, which the destructor wouldn't
+    delete item;
+  }
   arrange();
 }
 

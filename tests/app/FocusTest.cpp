@@ -104,5 +104,18 @@ TEST_F(FocusTest, IsOnAControlFromTheBeginning) {
   EXPECT_EQ(QApplication::focusWidget(), ui().btnAll);
 }
 
+TEST_F(FocusTest, OfAPlayerThatLeavesGoesOn) {
+  launch();
+  const auto first = addPlayer("sdb");
+  const auto second = addPlayer("sdc");
+  tick(0)->setFocus();
+  windows->players()->removeObject(*first);
+  settle();
+  EXPECT_EQ(QApplication::focusWidget(), tick(0));
+  windows->players()->removeObject(*second);
+  settle();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnAll);
+}
+
 }  // namespace
 }  // namespace fillstation::test
