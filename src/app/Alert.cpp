@@ -59,6 +59,7 @@ void Alert::makeScroll() {
   bar_ = scroll->verticalScrollBar();
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setWidgetResizable(true);
+  scroll->setFocusPolicy(Qt::NoFocus);
   const int line = fontMetrics().lineSpacing();
   scroll->setFixedHeight(line * kLinesWithoutScrolling);
   scroll->setMinimumWidth(label->sizeHint().width() + 2 * line);

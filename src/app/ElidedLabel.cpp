@@ -12,6 +12,7 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::P
 void ElidedLabel::setWholeText(const QString& text) {
   setText(text);
   setToolTip(toolTipText(text));
+  setAccessibleDescription(text);  // instead of the tool tip, which has marks for line breaks in it
 }
 
 QString ElidedLabel::shownText() const {

@@ -67,6 +67,8 @@ FileTable::FileTable(QWidget* parent)
   setAcceptDrops(true);
   setDragDropMode(DropOnly);
   setAccessibleName(tr("Files"));
+  setAccessibleDescription(
+      tr("What the players get, in this order. Delete removes the selected rows."));
   setWordWrap(false);
   setTextElideMode(Qt::ElideMiddle);
   verticalHeader()->hide();

@@ -1,7 +1,9 @@
 #include "MainWindow.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QDialog>
+#include <QLineEdit>
 
 #include "FocusRing.h"
 #include "Platform.h"
@@ -12,6 +14,8 @@ namespace fillstation {
 MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
   ui_->setupUi(this);
   FocusRing::followFocus(this);
+  ui_->cmbFileType->lineEdit()->setAccessibleName(tr("File type"));
+  ui_->cmbFileType->view()->setAccessibleName(tr("File types"));
 }
 
 MainWindow::~MainWindow() = default;

@@ -1,9 +1,11 @@
 #include "OpenPanel.h"
 
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileSystemModel>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
@@ -43,6 +45,9 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   resize(kSize);
   setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
   hideTypeChoice();
+  auto* const lookIn = findChild<QComboBox*>(QStringLiteral("lookInCombo"));
+  lookIn->view()->setAccessibleName(tr("Folders above"));
+  findChild<QLabel*>(QStringLiteral("lookInLabel"))->setBuddy(lookIn);
   findChild<QTreeView*>(QStringLiteral("treeView"))
       ->header()
       ->setSectionResizeMode(0, QHeaderView::Stretch);

@@ -1,6 +1,8 @@
 #include <QAccessible>
 #include <QLineEdit>
 
+#include "Alert.h"
+#include "ElidedLabel.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -18,6 +20,41 @@ class AccessibilityTest : public WindowTest {
   }
   static std::string description(QWidget* widget) {
     return of(widget).text(QAccessible::Description).toStdString();
+  }
+  static Texts labels(QAccessibleInterface& node) {
+    Texts names;
+    for (const auto& relation : node.relations(QAccessible::Label)) {
+      names.push_back(relation.first->text(QAccessible::Name).toStdString());
+    }
+    return names;
+  }
+
+  // Everything in the tree of a window that can have the focus, but for what never shows.
+  static void collect(QAccessibleInterface& node, std::vector<QAccessibleInterface*>& found) {
+    const auto* widget = qobject_cast<QWidget*>(node.object());
+    if (widget != nullptr && !widget->isWindow() && widget->isHidden()) {
+      return;
+    }
+    const bool isCell = node.role() == QAccessible::TreeItem;  // which may be empty
+    if (node.state().focusable && !isCell) {
+      found.push_back(&node);
+    }
+    for (int at = 0; at < node.childCount(); ++at) {
+      collect(*node.child(at), found);
+    }
+  }
+
+  // A box to choose from is called by its label: its name is what stands in it.
+  static void expectNames(const QWidget& window, std::size_t atLeast) {
+    std::vector<QAccessibleInterface*> found;
+    collect(of(const_cast<QWidget*>(&window)), found);
+    EXPECT_GE(found.size(), atLeast);
+    for (QAccessibleInterface* node : found) {
+      const bool isBox = node->role() == QAccessible::ComboBox;
+      const std::string called =
+          isBox ? (labels(*node) + Texts{""}).front() : node->text(QAccessible::Name).toStdString();
+      EXPECT_NE(called, "") << node->object() << " of the role " << node->role();
+    }
   }
 };
 
@@ -54,32 +91,57 @@ TEST_F(AccessibilityTest, EveryControlHasANameAndItsRole) {
 TEST_F(AccessibilityTest, TheFileTypeIsLabelled) {
   EXPECT_EQ(of(ui().cmbFileType).role(), QAccessible::ComboBox);
   EXPECT_EQ(name(ui().cmbFileType), "mp3");
-  Texts labels;
-  for (const auto& relation : of(ui().cmbFileType).relations(QAccessible::Label)) {
-    labels.push_back(relation.first->text(QAccessible::Name).toStdString());
-  }
   // The label, and the box around them.
-  EXPECT_EQ(labels, (Texts{"File type:", "Files"}));
+  EXPECT_EQ(labels(of(ui().cmbFileType)), (Texts{"File type:", "Files"}));
 }
 
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardHasAName) {
+TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheWindowHasAName) {
   addPlayer("sdb");
-  for (QWidget* top :
-       {static_cast<QWidget*>(&windows->window()), static_cast<QWidget*>(&windows->panel())}) {
-    for (auto* widget : top->findChildren<QWidget*>()) {
-      if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->focusProxy() == nullptr &&
-          widget->isVisibleTo(top) && qobject_cast<QComboBox*>(widget->parentWidget()) == nullptr) {
-        EXPECT_NE(name(widget), "")
-            << widget->metaObject()->className() << ' ' << widget->objectName().toStdString();
-      }
-    }
+  addRoot("/a", 1);
+  expectNames(windows->window(), 16);
+}
+
+TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheCredentialsPanelHasAName) {
+  expectNames(windows->panel(), 4);
+}
+
+TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheOpenPanelHasAName) {
+  OpenPanel panel(&windows->window(), "mp3", QDir::rootPath());
+  panel.show();
+  waitForActive(panel);
+  expectNames(panel, 14);
+}
+
+TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInAnAlertHasAName) {
+  expectNames(Alert(nullptr, QStringLiteral("Text")), 2);
+  expectNames(Alert(nullptr, QStringLiteral("Line\n").repeated(20)), 2);
+}
+
+TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
+  EXPECT_EQ(description(ui().lstFiles),
+            "What the players get, in this order. Delete removes the selected rows.");
+  EXPECT_EQ(description(ui().lblMaxCapSize), "What a ticked player holds");
+  EXPECT_EQ(description(ui().lblFreeDiskSpaceLeft),
+            "What the files leave free on it; twenty digits mean that they don't fit");
+  for (QWidget* control :
+       std::initializer_list<QWidget*>{ui().btnAll, ui().btnNone, ui().btnEject, ui().btnBrowse,
+                                       ui().btnStart, ui().tirellLinkBtn, ui().cmbFileType}) {
+    EXPECT_EQ(description(control), control->toolTip().toStdString());
+    EXPECT_NE(description(control), "") << name(control);
   }
+}
+
+TEST_F(AccessibilityTest, AFigureIsLabelled) {
+  EXPECT_EQ(labels(of(ui().lblMaxCapSize)), (Texts{"Capacity:", "Files"}));
+  EXPECT_EQ(labels(of(ui().lblFreeDiskSpaceLeft)), (Texts{"Space left:", "Files"}));
 }
 
 TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   const auto player = addPlayer("sdb", 7948206080, true);
   EXPECT_EQ(name(tick(0)), "/dev/sdb (SONGS)");
-  EXPECT_NE(description(tick(0)).find("7580 MB"), std::string::npos) << description(tick(0));
+  EXPECT_EQ(description(tick(0)), "/dev/sdb · USB  · 7580 MB");
+  // The second line is no more than that either; its tool tip has marks for line breaks in it.
+  EXPECT_EQ(description(ui().viewPlayers->findChild<ElidedLabel*>()), description(tick(0)));
   EXPECT_TRUE(of(tick(0)).state().checked);
   player->setSelected(Number(0));
   windows->players()->objectsChanged();
