@@ -16,6 +16,7 @@
 #include "StreamLog.h"
 #include "ThreadWorkers.h"
 #include "WindowSet.h"
+#include "WindowStyle.h"
 
 namespace fillstation {
 namespace {
@@ -46,7 +47,7 @@ void dressApplication() {
   QApplication::setApplicationDisplayName(QStringLiteral("Fillstation"));
   QApplication::setDesktopFileName(QStringLiteral("fillstation"));
   QApplication::setWindowIcon(programIcon());
-  QApplication::setStyle(QStringLiteral("fusion"));
+  QApplication::setStyle(new WindowStyle);
   // Hiding the windows on the way out must not end the main loop a second way.
   QApplication::setQuitOnLastWindowClosed(false);
 }

@@ -8,11 +8,11 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
-#include <QProxyStyle>
 #include <QVBoxLayout>
 
 #include "FileTableModel.h"
 #include "PathUrl.h"
+#include "WindowStyle.h"
 
 namespace fillstation {
 namespace {
@@ -22,12 +22,12 @@ constexpr int kSizeWidth = 92;
 constexpr int kCellPadding = 4;
 
 // Room at both sides of headers and cells, so that a right-aligned column does not touch the next.
-class RoomyStyle : public QProxyStyle {
+class RoomyStyle : public WindowStyle {
  public:
   explicit RoomyStyle(QObject* owner) { setParent(owner); }
   int pixelMetric(PixelMetric metric, const QStyleOption* option,
                   const QWidget* widget) const override {
-    const int width = QProxyStyle::pixelMetric(metric, option, widget);
+    const int width = WindowStyle::pixelMetric(metric, option, widget);
     const bool padded = metric == PM_HeaderMargin || metric == PM_FocusFrameHMargin;
     return padded ? width + kCellPadding : width;
   }

@@ -3,28 +3,13 @@
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
-#include <cmath>
+
+#include "Contrast.h"
 
 namespace fillstation {
 namespace {
 
 constexpr int kMargin = 4;
-constexpr double kReadableContrast = 4.5;
-
-double linear(double channel) {
-  return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-}
-
-double luminance(const QColor& color) {
-  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
-         0.0722 * linear(color.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other) {
-  const double first = luminance(one) + 0.05;
-  const double second = luminance(other) + 0.05;
-  return first > second ? first / second : second / first;
-}
 
 }  // namespace
 
@@ -47,22 +32,6 @@ void LinkButton::setAttributedTitle(const TRAttributedString& title) {
 QSize LinkButton::sizeHint() const {
   const QFontMetrics metrics(font());
   return {metrics.horizontalAdvance(text()) + 2 * kMargin, metrics.height() + 2 * kMargin};
-}
-
-QColor LinkButton::readable(const QColor& color, const QColor& background) {
-  const QColor goal = luminance(background) < 0.5 ? QColor(Qt::white) : QColor(Qt::black);
-  const auto mixed = [&](double share) {
-    const auto part = [share](float from, float to) {
-      return static_cast<float>(from + (to - from) * share);
-    };
-    return QColor::fromRgbF(part(color.redF(), goal.redF()), part(color.greenF(), goal.greenF()),
-                            part(color.blueF(), goal.blueF()));
-  };
-  double share = 0;
-  while (share < 1 && contrast(mixed(share), background) < kReadableContrast) {
-    share += 0.05;
-  }
-  return share > 0 ? mixed(share) : color;
 }
 
 QList<QTextLayout::FormatRange> LinkButton::formats() const {

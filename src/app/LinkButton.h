@@ -26,9 +26,6 @@ class LinkButton : public QPushButton {
   // The title as it is painted: runs of text with their colour and underline.
   QList<QTextLayout::FormatRange> formats() const;
 
-  // The colour itself when it stands out from the background, else a lighter or darker shade of it.
-  static QColor readable(const QColor& color, const QColor& background);
-
  protected:
   void paintEvent(QPaintEvent* event) override;
 

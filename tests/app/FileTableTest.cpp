@@ -2,6 +2,7 @@
 #include <QHeaderView>
 
 #include "FileTableModel.h"
+#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -89,6 +90,9 @@ TEST_F(FileTableTest, NoColumnTouchesTheNext) {
   EXPECT_EQ(extra(table().horizontalHeader(), QStyle::PM_HeaderMargin), 4);
   EXPECT_EQ(extra(&table(), QStyle::PM_FocusFrameHMargin), 4);
   EXPECT_EQ(extra(&table(), QStyle::PM_ButtonMargin), 0);
+  // In all other things the table looks like the rest of the window.
+  EXPECT_NE(dynamic_cast<WindowStyle*>(table().style()), nullptr);
+  EXPECT_EQ(table().horizontalHeader()->style(), table().style());
 }
 
 TEST_F(FileTableTest, OtherRolesAreEmpty) {

@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QPalette>
 #include <QProcess>
-#include <QStyleFactory>
+#include <QStyle>
 #include <QTimer>
 #include <cstdio>
 #include <optional>
@@ -73,7 +73,7 @@ void useDarkColours() {
   colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
   colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
   colours.setColor(QPalette::Link, QColor(110, 170, 255));
-  QApplication::setStyle(QStyleFactory::create("Fusion"));
+  QApplication::style()->polish(colours);
   QApplication::setPalette(colours);
 }
 

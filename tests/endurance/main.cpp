@@ -11,6 +11,7 @@
 #include "Curve.h"
 #include "LongDay.h"
 #include "OpenPanel.h"
+#include "WindowStyle.h"
 
 // endurance [--runs N] [--events N] [--players N]: so many runs with 8 players, and so many players
 // plugged in and pulled out, in one process. Prints what the process holds as that goes on; the
@@ -96,7 +97,7 @@ int main(int argc, char** argv) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     OpenPanel::keepSettingsAway();
     const QApplication application(argc, argv);
-    QApplication::setStyle(QStringLiteral("fusion"));
+    QApplication::setStyle(new WindowStyle);
     QApplication::setQuitOnLastWindowClosed(false);
     return endurance::spendDay(numbers, out);
   } catch (const std::exception& problem) {

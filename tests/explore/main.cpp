@@ -11,6 +11,7 @@
 #include "Explorer.h"
 #include "OpenPanel.h"
 #include "TempFolder.h"
+#include "WindowStyle.h"
 
 // explorer [--seed N] [--steps N] [--verbose]: one exploration. The exit status is 1 when a rule
 // was broken; what is printed then shows it again. Verbose, each step is a line.
@@ -79,7 +80,7 @@ int main(int argc, char** argv) {
   stdout = nowhere;
   stderr = nowhere;
   QApplication application(argc, argv);
-  QApplication::setStyle(QStringLiteral("fusion"));
+  QApplication::setStyle(new WindowStyle);
   QApplication::setQuitOnLastWindowClosed(false);
   try {
     return exploreAndPrint(readArguments(argc, argv), out);

@@ -6,6 +6,7 @@
 
 #include "OpenPanel.h"
 #include "TempFolder.h"
+#include "WindowStyle.h"
 
 // Tests of the window: GoogleTest with an application object, in a home folder of their own.
 int main(int argc, char** argv) {
@@ -15,7 +16,7 @@ int main(int argc, char** argv) {
   ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
   fillstation::OpenPanel::keepSettingsAway();
   QApplication application(argc, argv);
-  QApplication::setStyle(QStringLiteral("fusion"));
+  QApplication::setStyle(new fillstation::WindowStyle);
   QApplication::setQuitOnLastWindowClosed(false);
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();

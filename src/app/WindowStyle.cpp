@@ -1,0 +1,101 @@
+#include "WindowStyle.h"
+
+#include <QStyleOption>
+
+#include "Contrast.h"
+
+namespace fillstation {
+namespace {
+
+// Fusion's outline is the window's colour, this much darker, in percent.
+constexpr int kOutlineDarkness = 140;
+
+// It draws some of them lighter than others.
+constexpr double kOutline = 1.25 * kVisibleOutline;
+
+// As long as it lives, the option has a window's colour of which the outline can be seen.
+class Outlined {
+ public:
+  explicit Outlined(const QStyleOption* option)
+      : option_(const_cast<QStyleOption*>(option)), before_(option->palette) {
+    const QColor window = before_.color(QPalette::Window);
+    const QColor outline = readable(readable(window.darker(kOutlineDarkness), window, kOutline),
+                                    before_.color(QPalette::Base), kOutline);
+    option_->palette.setColor(QPalette::Window, outline.lighter(kOutlineDarkness));
+  }
+  ~Outlined() { option_->palette = before_; }
+  Outlined(const Outlined&) = delete;
+  Outlined& operator=(const Outlined&) = delete;
+
+ private:
+  QStyleOption* option_;
+  const QPalette before_;
+};
+
+// Fusion takes the other end of a mirrored bar for what is done: so it gets a bar from left to
+// right whose done part is what is left, and whose two colours are exchanged.
+QStyleOptionProgressBar unmirrored(const QStyleOptionProgressBar& bar) {
+  QStyleOptionProgressBar other = bar;
+  other.direction = Qt::LeftToRight;
+  other.progress = bar.maximum - (bar.progress - bar.minimum);
+  other.palette.setBrush(QPalette::Text, bar.palette.brush(QPalette::HighlightedText));
+  other.palette.setBrush(QPalette::HighlightedText, bar.palette.brush(QPalette::Text));
+  return other;
+}
+
+}  // namespace
+
+WindowStyle::WindowStyle() : QProxyStyle(QStringLiteral("fusion")) {}
+
+void WindowStyle::polish(QPalette& palette) {
+  QProxyStyle::polish(palette);
+  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
+                                     {QPalette::Text, QPalette::Base},
+                                     {QPalette::ButtonText, QPalette::Button}}) {
+    const QColor dimmed = palette.color(QPalette::Disabled, text);
+    palette.setColor(QPalette::Disabled, text,
+                     readable(dimmed, palette.color(ground), kVisibleOutline));
+  }
+}
+
+void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
+                                QPainter* painter, const QWidget* widget) const {
+  switch (element) {
+    case PE_Frame:
+    case PE_FrameLineEdit:
+    case PE_IndicatorCheckBox:
+    case PE_PanelButtonCommand: {
+      const Outlined outlined(option);
+      QProxyStyle::drawPrimitive(element, option, painter, widget);
+      return;
+    }
+    default:
+      QProxyStyle::drawPrimitive(element, option, painter, widget);
+  }
+}
+
+void WindowStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                              const QWidget* widget) const {
+  const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
+  if (element == CE_ProgressBarGroove) {
+    const Outlined outlined(option);
+    QProxyStyle::drawControl(element, option, painter, widget);
+  } else if (element == CE_ProgressBarLabel && bar->direction == Qt::RightToLeft) {
+    const QStyleOptionProgressBar other = unmirrored(*bar);
+    QProxyStyle::drawControl(element, &other, painter, widget);
+  } else if (element != CE_ProgressBarContents || bar->progress > bar->minimum) {
+    QProxyStyle::drawControl(element, option, painter, widget);
+  }
+}
+
+void WindowStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                     QPainter* painter, const QWidget* widget) const {
+  if (control == CC_ComboBox || control == CC_ScrollBar) {
+    const Outlined outlined(option);
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+  } else {
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+  }
+}
+
+}  // namespace fillstation

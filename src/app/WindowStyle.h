@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QProxyStyle>
+
+namespace fillstation {
+
+// The look of all windows: Qt's Fusion, whatever the desktop's colours are. It draws the outlines
+// of controls in a shade of the window's colour, which on dark grounds nobody sees; here they stand
+// out from it, as do texts of what is switched off, since the players are read during a run. It
+// also puts the text of a mirrored progress bar right. Main thread.
+class WindowStyle : public QProxyStyle {
+  Q_OBJECT
+
+ public:
+  WindowStyle();
+
+  // Takes the desktop's palette and makes it ours.
+  void polish(QPalette& palette) override;
+  using QProxyStyle::polish;
+
+  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override;
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override;
+  void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                          QPainter* painter, const QWidget* widget) const override;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,200 @@
+#include "WindowStyle.h"
+
+#include <QImage>
+#include <QPainter>
+#include <QScrollBar>
+#include <QStyleOption>
+
+#include "Contrast.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+// Grounds of windows and of lists: light, dark, black.
+const std::vector<std::pair<QColor, QColor>> kGrounds = {{QColor(239, 239, 239), Qt::white},
+                                                         {QColor(53, 53, 53), QColor(30, 30, 30)},
+                                                         {Qt::black, Qt::black}};
+
+QPalette paletteOf(const QColor& window, const QColor& base) {
+  QPalette palette(window, window);
+  palette.setColor(QPalette::Base, base);
+  palette.setColor(QPalette::Highlight, Qt::darkBlue);
+  palette.setColor(QPalette::HighlightedText, Qt::yellow);
+  palette.setColor(QPalette::Text, readable(Qt::gray, base));
+  return palette;
+}
+
+// What a widget looks like on a ground of that colour.
+QImage drawn(QWidget& widget, const QPalette& palette, const QColor& ground) {
+  widget.setPalette(palette);
+  QImage image(widget.size(), QImage::Format_RGB32);
+  image.fill(ground);
+  widget.render(&image, {}, {}, QWidget::DrawChildren);
+  return image;
+}
+
+// The contrast of the best seen point of a row or column that crosses an outline.
+double bestContrast(const QImage& image, const QColor& ground, const QPoint& from,
+                    const QPoint& step, int count) {
+  double best = 1;
+  for (int at = 0; at < count; ++at) {
+    best = std::max(best, contrast(image.pixelColor(from + at * step), ground));
+  }
+  return best;
+}
+
+class OutlineTest : public ::testing::TestWithParam<std::pair<QColor, QColor>> {
+ protected:
+  // Each of the four edges, looked at in its middle.
+  void expectOutlined(QWidget& widget, const QColor& ground, int width, int height) {
+    widget.resize(width, height);
+    const QImage image = drawn(widget, palette, ground);
+    const int depth = 4;
+    const QPoint edges[][2] = {{{0, height / 2}, {1, 0}},
+                               {{width - 1, height / 2}, {-1, 0}},
+                               {{width / 2, 0}, {0, 1}},
+                               {{width / 2, height - 1}, {0, -1}}};
+    for (const auto& edge : edges) {
+      // What is left of it by the rounding to 256 shades.
+      EXPECT_GE(bestContrast(image, ground, edge[0], edge[1], depth), kVisibleOutline - 0.1)
+          << widget.metaObject()->className() << " at " << edge[0].x() << ' ' << edge[0].y();
+    }
+  }
+
+  const QColor window = GetParam().first;
+  const QColor base = GetParam().second;
+  const QPalette palette = paletteOf(window, base);
+};
+
+TEST_P(OutlineTest, ATickBoxCanBeSeenWithoutATick) {
+  QCheckBox box;
+  const int side = box.style()->pixelMetric(QStyle::PM_IndicatorWidth);
+  expectOutlined(box, base, side, side);
+}
+
+TEST_P(OutlineTest, AFieldCanBeSeen) {
+  QLineEdit field;
+  expectOutlined(field, window, 100, 24);
+}
+
+TEST_P(OutlineTest, AFieldWithAListCanBeSeen) {
+  QComboBox box;
+  box.setEditable(true);
+  expectOutlined(box, window, 100, 24);
+}
+
+TEST_P(OutlineTest, AButtonCanBeSeen) {
+  QPushButton button;
+  expectOutlined(button, window, 80, 24);
+}
+
+TEST_P(OutlineTest, AnEmptyProgressBarCanBeSeen) {
+  QProgressBar bar;
+  bar.setValue(0);
+  bar.setTextVisible(false);
+  expectOutlined(bar, window, 100, 24);
+}
+
+TEST_P(OutlineTest, AListCanBeSeen) {
+  QScrollArea area;
+  expectOutlined(area, window, 100, 100);
+}
+
+TEST_P(OutlineTest, AScrollBarCanBeSeen) {
+  QScrollBar bar(Qt::Vertical);
+  bar.resize(bar.sizeHint().width(), 100);
+  const QImage image = drawn(bar, palette, window);
+  EXPECT_GE(bestContrast(image, base, {bar.width() / 2, 0}, {0, 1}, 100), kVisibleOutline - 0.1);
+}
+
+TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
+  QPalette polished = palette;
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    polished.setColor(QPalette::Disabled, role, polished.color(QPalette::Base));
+  }
+  QApplication::style()->polish(polished);
+  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
+                                     {QPalette::Text, QPalette::Base},
+                                     {QPalette::ButtonText, QPalette::Button}}) {
+    const QColor dimmed = polished.color(QPalette::Disabled, text);
+    EXPECT_GE(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kVisibleOutline);
+    EXPECT_LT(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kReadableText);
+    EXPECT_EQ(polished.color(QPalette::Active, text), palette.color(QPalette::Active, text));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, OutlineTest, ::testing::ValuesIn(kGrounds));
+
+TEST(WindowStyleTest, AnOptionIsLeftAsItWas) {
+  QStyleOptionButton option;
+  option.rect = {0, 0, 20, 20};
+  option.palette = paletteOf(Qt::black, Qt::black);
+  const QPalette before = option.palette;
+  QImage image(20, 20, QImage::Format_RGB32);
+  QPainter painter(&image);
+  QApplication::style()->drawPrimitive(QStyle::PE_IndicatorCheckBox, &option, &painter);
+  EXPECT_EQ(option.palette, before);
+}
+
+// Where in the bar there is a point of that colour: the leftmost and the rightmost, -1 without one.
+std::pair<int, int> extentOf(const QImage& image, const QColor& color) {
+  std::pair<int, int> found{-1, -1};
+  for (int x = 0; x < image.width(); ++x) {
+    for (int y = 4; y < image.height() - 4; ++y) {
+      if (image.pixelColor(x, y) == color) {
+        found = {found.first < 0 ? x : found.first, x};
+      }
+    }
+  }
+  return found;
+}
+
+QImage barAt(int percent, Qt::LayoutDirection direction) {
+  QProgressBar bar;
+  bar.setFormat(QString(8, QChar(0x2588)));  // a text that covers the bar's middle
+  bar.setLayoutDirection(direction);
+  bar.setRange(20, 120);
+  bar.setValue(20 + percent);
+  bar.resize(200, 24);
+  QPalette palette = paletteOf(Qt::white, Qt::white);
+  palette.setColor(QPalette::Text, Qt::red);
+  return drawn(bar, palette, Qt::white);
+}
+
+TEST(WindowStyleTest, TheProgressIsWrittenInTwoColoursWhichMeetAtItsEnd) {
+  for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+    const bool mirrored = direction == Qt::RightToLeft;
+    const QImage none = barAt(0, direction);
+    EXPECT_GE(extentOf(none, Qt::red).first, 0) << "mirrored " << mirrored;
+    EXPECT_EQ(extentOf(none, Qt::yellow).first, -1);
+    const QImage half = barAt(48, direction);
+    const auto done = extentOf(half, Qt::yellow);
+    const auto left = extentOf(half, Qt::red);
+    const int end = mirrored ? 104 : 96;
+    EXPECT_NEAR(mirrored ? done.first : done.second, end, 2);
+    EXPECT_NEAR(mirrored ? left.second : left.first, end, 2);
+    const QImage all = barAt(100, direction);
+    EXPECT_EQ(extentOf(all, Qt::red).first, -1);
+    EXPECT_GE(extentOf(all, Qt::yellow).first, 0);
+  }
+}
+
+TEST(WindowStyleTest, AtTheBeginningNothingIsDone) {
+  for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+    QProgressBar bar;
+    bar.setTextVisible(false);
+    bar.setLayoutDirection(direction);
+    bar.setValue(0);
+    bar.resize(200, 24);
+    const QImage empty = drawn(bar, paletteOf(Qt::white, Qt::white), Qt::white);
+    const QRgb middle = empty.pixel(100, 12);
+    for (int x = 3; x < 197; ++x) {
+      EXPECT_EQ(empty.pixel(x, 12), middle) << x;
+    }
+    EXPECT_EQ(empty.pixel(1, 12), empty.pixel(198, 12));
+  }
+}
+
+}  // namespace
+}  // namespace fillstation::test
