@@ -48,14 +48,18 @@ BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
   connect(&timer_, &QTimer::timeout, this, &BusyIndicator::advance);
 }
 
-void BusyIndicator::startAnimation() {
-  timer_.start();
-  updateVisibility();
-}
+void BusyIndicator::startAnimation() { turn(true); }
 
-void BusyIndicator::stopAnimation() {
-  timer_.stop();
+void BusyIndicator::stopAnimation() { turn(false); }
+
+void BusyIndicator::turn(bool animating) {
+  animating_ = animating;
   updateVisibility();
+  if (animating_ && isVisible()) {
+    timer_.start();
+  } else {
+    timer_.stop();
+  }
 }
 
 void BusyIndicator::setDisplayedWhenStopped(bool displayed) {
@@ -69,6 +73,15 @@ void BusyIndicator::advance() {
   step_ = (step_ + 1) % kDots;
   update();
 }
+
+void BusyIndicator::showEvent(QShowEvent* /*event*/) {
+  if (animating_) {
+    timer_.start();
+  }
+}
+
+// Also sent when the window goes to the task bar, where isVisible() stays true.
+void BusyIndicator::hideEvent(QHideEvent* /*event*/) { timer_.stop(); }
 
 void BusyIndicator::updateVisibility() { setVisible(isAnimating() || displayedWhenStopped_); }
 

@@ -5,9 +5,9 @@
 
 namespace fillstation {
 
-// A ring of dots, one of them bright, that walks round while something is going on. Keeps its place
-// in the layout while it is hidden. Assistive programs are told whether it is busy. Main thread;
-// belongs to its window.
+// A ring of dots, one of them bright, that walks round while something is going on and it can be
+// seen: in a minimised window it stands still. Keeps its place in the layout while it is hidden.
+// Assistive programs are told whether it is busy. Main thread; belongs to its window.
 class BusyIndicator : public QWidget {
   Q_OBJECT
 
@@ -16,7 +16,7 @@ class BusyIndicator : public QWidget {
 
   void startAnimation();
   void stopAnimation();
-  bool isAnimating() const { return timer_.isActive(); }
+  bool isAnimating() const { return animating_; }
 
   // Whether it shows (at rest) while it is stopped; true at first.
   bool isDisplayedWhenStopped() const { return displayedWhenStopped_; }
@@ -29,13 +29,17 @@ class BusyIndicator : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
 
  private:
   void advance();
+  void turn(bool animating);
   void updateVisibility();
 
   QTimer timer_;
   int step_ = 0;
+  bool animating_ = false;
   bool displayedWhenStopped_ = true;
 };
 

@@ -145,7 +145,7 @@ TEST(BusyIndicatorTest, KeepsItsPlaceWhileItIsHidden) {
 
 TEST(BusyIndicatorTest, TheBrightDotWalksRound) {
   BusyIndicator indicator;
-  indicator.resize(indicator.sizeHint());
+  indicator.show();
   indicator.startAnimation();
   std::set<int> steps;
   std::set<QByteArray> pictures;
@@ -159,6 +159,36 @@ TEST(BusyIndicatorTest, TheBrightDotWalksRound) {
   EXPECT_EQ(*steps.begin(), 0);
   EXPECT_EQ(*steps.rbegin(), 7);
   EXPECT_EQ(pictures.size(), 8U);
+}
+
+// Once another one has turned by a quarter, one that turned too would have moved.
+TEST(BusyIndicatorTest, StandsStillWhileNobodySeesIt) {
+  QWidget window;
+  BusyIndicator indicator(&window);
+  BusyIndicator clock;
+  const auto turns = [&] {
+    const int before = indicator.step();
+    clock.startAnimation();
+    const int begun = clock.step();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return (clock.step() - begun + 8) % 8 == 2; }));
+    clock.stopAnimation();
+    return indicator.step() != before;
+  };
+  clock.show();
+  indicator.startAnimation();
+  EXPECT_FALSE(turns());
+  window.show();
+  EXPECT_TRUE(turns());
+  window.hide();
+  EXPECT_FALSE(turns());
+  EXPECT_TRUE(indicator.isAnimating());
+  window.show();
+  EXPECT_TRUE(turns());
+  indicator.stopAnimation();
+  EXPECT_FALSE(turns());
+  window.hide();
+  window.show();
+  EXPECT_FALSE(turns());
 }
 
 TEST(BusyIndicatorTest, AtRestNoDotIsBright) {
