@@ -6,9 +6,11 @@
 #include <QLabel>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStyle>
 
 #include "DisplayText.h"
 #include "ModalSession.h"
+#include "ProgramIcon.h"
 
 namespace fillstation {
 namespace {
@@ -29,7 +31,8 @@ QString linesOf(const std::string& message) {
 
 Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
   setWindowTitle(QApplication::applicationDisplayName());
-  setIcon(Information);
+  const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+  setIconPixmap(programIcon().pixmap({side, side}, devicePixelRatio()));
   setTextFormat(Qt::PlainText);
   setTextInteractionFlags(Qt::TextSelectableByMouse);
   setText(message);

@@ -4,6 +4,7 @@
 #include <QScrollBar>
 
 #include "Alert.h"
+#include "ProgramIcon.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -37,7 +38,8 @@ TEST_F(ModalSessionTest, AnAlertHasItsTextAndOneButton) {
     EXPECT_EQ(box.textFormat(), Qt::PlainText);
     ASSERT_EQ(box.buttons().size(), 1);
     EXPECT_EQ(box.buttons().at(0)->text().remove(QLatin1Char('&')), QStringLiteral("OK"));
-    EXPECT_EQ(box.icon(), QMessageBox::Information);
+    const int side = box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+    EXPECT_EQ(box.iconPixmap().toImage(), programIcon().pixmap(side).toImage());
     EXPECT_EQ(box.findChild<QScrollArea*>(), nullptr);
   });
 }
