@@ -5,6 +5,8 @@ namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
 constexpr char16_t kMayBreak = 0x200B;
+constexpr char16_t kFirstStrongIsolate = 0x2068;
+constexpr char16_t kEndOfIsolate = 0x2069;
 constexpr int kLongestPiece = 40;
 
 bool turnsDirection(char16_t unit) {
@@ -53,6 +55,10 @@ QString displayText(const std::optional<std::string>& bytes) {
 
 QString withoutMnemonics(QString text) {
   return text.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+QString isolated(const QString& text) {
+  return QChar(kFirstStrongIsolate) + text + QChar(kEndOfIsolate);
 }
 
 QString toolTipText(const QString& text) {

@@ -20,6 +20,10 @@ QString displayText(const std::optional<std::string>& bytes);
 // The text for a widget that reads "&" as the mark of a mnemonic.
 QString withoutMnemonics(QString text);
 
+// The text for painting: it runs in its own direction, that of its first letter, also in a window
+// that is mirrored, where "/dev/sdb" would become "dev/sdb/".
+QString isolated(const QString& text);
+
 // The text for a tool tip, which would otherwise guess whether it is rich text. Lines may break
 // after every "/" and after 40 characters without one, since a tool tip is as wide as its words.
 QString toolTipText(const QString& text);

@@ -7,7 +7,10 @@
 
 namespace fillstation {
 
-ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
+  setTextFormat(Qt::PlainText);
+  setIndent(0);
+}
 
 void ElidedLabel::setWholeText(const QString& text) {
   setText(text);
@@ -16,15 +19,19 @@ void ElidedLabel::setWholeText(const QString& text) {
 }
 
 QString ElidedLabel::shownText() const {
-  return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width());
+  return fontMetrics().elidedText(text(), Qt::ElideMiddle, textRect().width());
+}
+
+QRect ElidedLabel::textRect() const {
+  return QStyle::visualRect(layoutDirection(), rect(), rect().adjusted(indent(), 0, 0, 0));
 }
 
 QSize ElidedLabel::minimumSizeHint() const { return {0, QLabel::minimumSizeHint().height()}; }
 
 void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
-  style()->drawItemText(&painter, contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
-                        isEnabled(), shownText(), foregroundRole());
+  style()->drawItemText(&painter, textRect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
+                        isEnabled(), isolated(shownText()), foregroundRole());
 }
 
 }  // namespace fillstation

@@ -17,6 +17,9 @@ class ElidedLabel : public QLabel {
   // As much of the text as is painted.
   QString shownText() const;
 
+  // Where it is painted: behind the indent, which is at the right in a mirrored window.
+  QRect textRect() const;
+
   QSize minimumSizeHint() const override;
 
  protected:

@@ -24,6 +24,7 @@ QString ElidedTick::shownText() const {
 int ElidedTick::textIndent() const {
   QStyleOptionButton option;
   option.initFrom(this);
+  option.direction = Qt::LeftToRight;
   return style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this).x();
 }
 
@@ -35,7 +36,7 @@ void ElidedTick::paintEvent(QPaintEvent* /*event*/) {
   QStylePainter painter(this);
   QStyleOptionButton option;
   initStyleOption(&option);
-  option.text = withoutMnemonics(shownText());
+  option.text = isolated(withoutMnemonics(shownText()));
   painter.drawControl(QStyle::CE_CheckBox, option);
 }
 

@@ -18,7 +18,7 @@ class ElidedTick : public QCheckBox {
   // As much of the text as is painted.
   QString shownText() const;
 
-  // Pixels from the left edge to where the text begins.
+  // Pixels from the edge with the tick to where the text begins.
   int textIndent() const;
 
   QSize minimumSizeHint() const override;

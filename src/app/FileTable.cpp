@@ -8,8 +8,10 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+#include "DisplayText.h"
 #include "FileTableModel.h"
 #include "PathUrl.h"
 #include "WindowStyle.h"
@@ -30,6 +32,15 @@ class RoomyStyle : public WindowStyle {
     const int width = WindowStyle::pixelMetric(metric, option, widget);
     const bool padded = metric == PM_HeaderMargin || metric == PM_FocusFrameHMargin;
     return padded ? width + kCellPadding : width;
+  }
+};
+
+// Shows names and paths in a mirrored window as they are written.
+class OwnDirection : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  QString displayText(const QVariant& value, const QLocale& locale) const override {
+    return isolated(QStyledItemDelegate::displayText(value, locale));
   }
 };
 
@@ -58,6 +69,7 @@ FileTable::FileTable(QWidget* parent)
   auto* const roomy = new RoomyStyle(this);
   setStyle(roomy);
   horizontalHeader()->setStyle(roomy);
+  setItemDelegate(new OwnDirection(this));
   setSelectionBehavior(SelectRows);
   setSelectionMode(ExtendedSelection);
   setEditTriggers(NoEditTriggers);

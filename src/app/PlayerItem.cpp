@@ -21,7 +21,7 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   layout->setSpacing(0);
   layout->addWidget(tick_);
   layout->addWidget(facts_);
-  facts_->setContentsMargins(tick_->textIndent(), 0, 0, 0);
+  facts_->setIndent(tick_->textIndent());
   facts_->setWholeText(facts(*player_));
   tick_->setAccessibleDescription(facts_->text());
   // Not its click: assistive programs toggle it.

@@ -13,6 +13,10 @@ QString text(std::u16string_view units) {
   return QString::fromUtf16(units.data(), static_cast<qsizetype>(units.size()));
 }
 
+TEST(DisplayText, RunsInItsOwnDirectionWhereItIsPainted) {
+  EXPECT_EQ(isolated(text(u"/dev/sdb")), text(u"\u2068/dev/sdb\u2069"));
+}
+
 TEST(DisplayText, KeepsOrdinaryText) {
   EXPECT_EQ(displayText("M\xC3\xA4rchen <b>& \xF0\x9F\x8E\xB5"sv), text(u"Märchen <b>& 🎵"));
 }

@@ -1,6 +1,8 @@
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
+#include <QStyledItemDelegate>
 
+#include "DisplayText.h"
 #include "FileTableModel.h"
 #include "WindowStyle.h"
 #include "WindowTest.h"
@@ -81,6 +83,15 @@ TEST_F(FileTableTest, SizesAreRightAligned) {
     EXPECT_EQ(cell(0, column, Qt::TextAlignmentRole), wanted);
     EXPECT_EQ(model().headerData(column, Qt::Horizontal, Qt::TextAlignmentRole), wanted);
   }
+}
+
+// In a mirrored window too: "/m" isn't "m/", and 4 MB aren't "MB 4".
+TEST_F(FileTableTest, TextsArePaintedInTheirOwnDirection) {
+  addRoot("/m", 1);
+  const auto* const delegate = qobject_cast<QStyledItemDelegate*>(table().itemDelegate());
+  ASSERT_NE(delegate, nullptr);
+  EXPECT_EQ(delegate->displayText(cell(0, 2), QLocale()), isolated(QStringLiteral("/m")));
+  EXPECT_EQ(cell(0, 2), QStringLiteral("/m"));
 }
 
 TEST_F(FileTableTest, NoColumnTouchesTheNext) {

@@ -179,7 +179,7 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   const auto player = addPlayer("sdb");
   settle();
   const QImage before = items().at(0)->grab().toImage();
-  EXPECT_EQ(facts(0)->contentsMargins().left(), tick(0)->textIndent());
+  EXPECT_EQ(facts(0)->indent(), tick(0)->textIndent());
   QStyleOptionButton option;
   option.initFrom(tick(0));
   EXPECT_EQ(tick(0)->textIndent(),
@@ -195,6 +195,63 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   windows->players()->objectsChanged();
   settle();
   EXPECT_NE(named, items().at(1)->grab().toImage());
+}
+
+// A mirrored window has the tick at the right, and the texts as they are written.
+TEST_F(PlayerViewTest, AMirroredPlayerIsTheSameFromTheOtherSide) {
+  addPlayer("sdb");
+  settle();
+  const int width = facts(0)->width();
+  EXPECT_EQ(facts(0)->textRect(),
+            QRect(QPoint(tick(0)->textIndent(), 0), QPoint(width - 1, facts(0)->height() - 1)));
+  const int indent = tick(0)->textIndent();
+  const QString shown = facts(0)->shownText();
+  items().at(0)->setLayoutDirection(Qt::RightToLeft);
+  EXPECT_EQ(tick(0)->textIndent(), indent);
+  EXPECT_EQ(facts(0)->textRect(),
+            QRect(QPoint(0, 0), QPoint(width - indent - 1, facts(0)->height() - 1)));
+  EXPECT_EQ(facts(0)->shownText(), shown);
+}
+
+// What is written in that part of the picture, without the empty space around it.
+QImage writingIn(const QImage& image, const QRect& part) {
+  QRect written;
+  for (int y = part.top(); y <= part.bottom(); ++y) {
+    for (int x = part.left(); x <= part.right(); ++x) {
+      if (image.pixelColor(x, y).lightness() < 128) {
+        written |= QRect(x, y, 1, 1);
+      }
+    }
+  }
+  return written.isNull() ? QImage() : image.copy(written);
+}
+
+// A slash has its foot at the left, and nothing above it.
+bool beginsWithSlash(const QImage& writing) {
+  bool begins = writing.pixelColor(0, writing.height() - 1).lightness() < 128;
+  for (int y = 0; y < writing.height() * 6 / 10; ++y) {
+    begins = begins && writing.pixelColor(0, y).lightness() >= 128;
+  }
+  return begins;
+}
+
+TEST_F(PlayerViewTest, AMirroredPlayersTextsAreWrittenAsEver) {
+  addPlayer("sdb");
+  for (const auto direction : {Qt::RightToLeft, Qt::LeftToRight}) {
+    QGuiApplication::setLayoutDirection(direction);
+    settle();
+    for (QWidget* line : {static_cast<QWidget*>(tick(0)), static_cast<QWidget*>(facts(0))}) {
+      const int indent = tick(0)->textIndent();
+      const QImage shown = line->grab().toImage();
+      const bool mirrored = direction == Qt::RightToLeft;
+      const QRect texts =
+          line->rect().adjusted(mirrored ? 0 : indent, 0, mirrored ? -indent : 0, 0);
+      EXPECT_TRUE(beginsWithSlash(writingIn(shown, texts))) << line->metaObject()->className();
+      // It begins where the tick is.
+      const QRect far(mirrored ? 0 : line->width() - 40, 0, 40, line->height());
+      EXPECT_TRUE(writingIn(shown, far).isNull()) << line->metaObject()->className();
+    }
+  }
 }
 
 TEST_F(PlayerViewTest, SixtyPlayersScrollInsteadOfGrowingTheWindow) {
