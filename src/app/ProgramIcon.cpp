@@ -4,16 +4,17 @@
 
 namespace fillstation {
 
-QIcon programIcon() {
+QIcon programIcon(int largest) {
   const QIcon themed = QIcon::fromTheme(QStringLiteral("fillstation"));
   if (!themed.availableSizes().isEmpty()) {
     return themed;
   }
   QIcon own;
-  // Read at every start, before the window: no larger ones than a window shows, and without a
-  // search for who can read them.
-  for (const int size : {16, 24, 32, 48, 64}) {
-    own.addPixmap(QPixmap(QStringLiteral(":/icons/%1.png").arg(size), "png"));
+  for (const int side : {16, 24, 32, 48, 64, 128, kLargestIconSide}) {
+    if (side <= largest) {
+      // With the format, since a start waits for this: nobody is asked who can read the picture.
+      own.addPixmap(QPixmap(QStringLiteral(":/icons/%1.png").arg(side), "png"));
+    }
   }
   return own;
 }

@@ -22,7 +22,7 @@ class ProgramIconTest : public ::testing::Test {
     QIcon::setThemeName(name_);
   }
 
-  static QImage picture(int size) { return programIcon().pixmap(size).toImage(); }
+  static QImage picture(int size) { return programIcon(256).pixmap(size).toImage(); }
 
   TempFolder theme;
 
@@ -33,7 +33,7 @@ class ProgramIconTest : public ::testing::Test {
 
 TEST_F(ProgramIconTest, WithoutATheme_ThePicturesWithinTheProgramAreTaken) {
   QList<QSize> sizes;
-  for (const int size : {16, 24, 32, 48, 64}) {
+  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
     sizes.append({size, size});
     const QImage drawn = picture(size);
     ASSERT_EQ(drawn.size(), QSize(size, size));
@@ -48,7 +48,9 @@ TEST_F(ProgramIconTest, WithoutATheme_ThePicturesWithinTheProgramAreTaken) {
       EXPECT_EQ(across(gap), 0) << size << " " << gap;
     }
   }
-  EXPECT_EQ(programIcon().availableSizes(), sizes);
+  EXPECT_EQ(programIcon(256).availableSizes(), sizes);
+  // A start reads no larger ones than a window needs.
+  EXPECT_EQ(programIcon().availableSizes(), sizes.first(5));
 }
 
 TEST_F(ProgramIconTest, TheIconOfTheThemeComesFirst) {
