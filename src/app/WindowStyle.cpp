@@ -10,17 +10,17 @@ namespace {
 // Fusion's outline is the window's colour, this much darker, in percent.
 constexpr int kOutlineDarkness = 140;
 
-// It draws some of them lighter than others.
+// It draws some of them lighter than others, and around lists and fields, whose ground is another.
 constexpr double kOutline = 1.25 * kVisibleOutline;
 
 // As long as it lives, the option has a window's colour of which the outline can be seen.
+// Not to be nested: for a box with a list, Fusion draws a field and a button.
 class Outlined {
  public:
   explicit Outlined(const QStyleOption* option)
       : option_(const_cast<QStyleOption*>(option)), before_(option->palette) {
     const QColor window = before_.color(QPalette::Window);
-    const QColor outline = readable(readable(window.darker(kOutlineDarkness), window, kOutline),
-                                    before_.color(QPalette::Base), kOutline);
+    const QColor outline = readable(window.darker(kOutlineDarkness), window, kOutline);
     option_->palette.setColor(QPalette::Window, outline.lighter(kOutlineDarkness));
   }
   ~Outlined() { option_->palette = before_; }
@@ -90,7 +90,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
 
 void WindowStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                      QPainter* painter, const QWidget* widget) const {
-  if (control == CC_ComboBox || control == CC_ScrollBar) {
+  if (control == CC_ScrollBar) {
     const Outlined outlined(option);
     QProxyStyle::drawComplexControl(control, option, painter, widget);
   } else {
