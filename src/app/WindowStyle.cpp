@@ -1,6 +1,7 @@
 #include "WindowStyle.h"
 
 #include <QStyleOption>
+#include <algorithm>
 
 #include "Contrast.h"
 
@@ -13,24 +14,31 @@ constexpr int kOutlineDarkness = 140;
 // It draws some of them lighter than others, and around lists and fields, whose ground is another.
 constexpr double kOutline = 1.25 * kVisibleOutline;
 
-// As long as it lives, the option has a window's colour of which the outline can be seen.
+// More palettes than the windows have at a time: the desktop's, and those of a few odd controls.
+constexpr std::size_t kPalettes = 16;
+
+// As long as it lives, the option has another palette.
 // Not to be nested: for a box with a list, Fusion draws a field and a button.
-class Outlined {
+class Repainted {
  public:
-  explicit Outlined(const QStyleOption* option)
+  Repainted(const QStyleOption* option, const QPalette& palette)
       : option_(const_cast<QStyleOption*>(option)), before_(option->palette) {
-    const QColor window = before_.color(QPalette::Window);
-    const QColor outline = readable(window.darker(kOutlineDarkness), window, kOutline);
-    option_->palette.setColor(QPalette::Window, outline.lighter(kOutlineDarkness));
+    option_->palette = palette;
+    option_->palette.setCurrentColorGroup(before_.currentColorGroup());
   }
-  ~Outlined() { option_->palette = before_; }
-  Outlined(const Outlined&) = delete;
-  Outlined& operator=(const Outlined&) = delete;
+  ~Repainted() { option_->palette = before_; }
+  Repainted(const Repainted&) = delete;
+  Repainted& operator=(const Repainted&) = delete;
 
  private:
   QStyleOption* option_;
   const QPalette before_;
 };
+
+QColor outlinedWindow(const QColor& window) {
+  const QColor outline = readable(window.darker(kOutlineDarkness), window, kOutline);
+  return outline.lighter(kOutlineDarkness);
+}
 
 // Fusion takes the other end of a mirrored bar for what is done: so it gets a bar from left to
 // right whose done part is what is left, and whose two colours are exchanged.
@@ -58,6 +66,23 @@ void WindowStyle::polish(QPalette& palette) {
   }
 }
 
+QPalette WindowStyle::outlined(const QPalette& palette) const {
+  const auto known = std::find_if(outlined_.begin(), outlined_.end(),
+                                  [&](const auto& pair) { return pair.first == palette; });
+  if (known != outlined_.end()) {
+    return known->second;
+  }
+  QPalette other = palette;
+  for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+    other.setColor(group, QPalette::Window, outlinedWindow(palette.color(group, QPalette::Window)));
+  }
+  if (outlined_.size() == kPalettes) {
+    outlined_.pop_front();
+  }
+  outlined_.emplace_back(palette, other);
+  return other;
+}
+
 void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {
   switch (element) {
@@ -65,7 +90,7 @@ void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_FrameLineEdit:
     case PE_IndicatorCheckBox:
     case PE_PanelButtonCommand: {
-      const Outlined outlined(option);
+      const Repainted repainted(option, outlined(option->palette));
       QProxyStyle::drawPrimitive(element, option, painter, widget);
       return;
     }
@@ -78,7 +103,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
                               const QWidget* widget) const {
   const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
   if (element == CE_ProgressBarGroove) {
-    const Outlined outlined(option);
+    const Repainted repainted(option, outlined(option->palette));
     QProxyStyle::drawControl(element, option, painter, widget);
   } else if (element == CE_ProgressBarLabel && bar->direction == Qt::RightToLeft) {
     const QStyleOptionProgressBar other = unmirrored(*bar);
@@ -91,7 +116,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
 void WindowStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                      QPainter* painter, const QWidget* widget) const {
   if (control == CC_ScrollBar) {
-    const Outlined outlined(option);
+    const Repainted repainted(option, outlined(option->palette));
     QProxyStyle::drawComplexControl(control, option, painter, widget);
   } else {
     QProxyStyle::drawComplexControl(control, option, painter, widget);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QPalette>
 #include <QProxyStyle>
+#include <deque>
+#include <utility>
 
 namespace fillstation {
 
@@ -18,12 +21,20 @@ class WindowStyle : public QProxyStyle {
   void polish(QPalette& palette) override;
   using QProxyStyle::polish;
 
+  // The palette with window's colours of which outlines can be seen. For equal ones it is the same
+  // one again and again: Fusion keeps what it has drawn under a palette's key.
+  QPalette outlined(const QPalette& palette) const;
+
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
   void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                    const QWidget* widget) const override;
   void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                           QPainter* painter, const QWidget* widget) const override;
+
+ private:
+  // Each palette of late and what it has become, the oldest first.
+  mutable std::deque<std::pair<QPalette, QPalette>> outlined_;
 };
 
 }  // namespace fillstation

@@ -137,6 +137,38 @@ TEST(WindowStyleTest, AnOptionIsLeftAsItWas) {
   EXPECT_EQ(option.palette, before);
 }
 
+// Fusion keeps what it has drawn, for the palette's key.
+TEST(WindowStyleTest, EqualPalettesAreDrawnWithOneAndTheSame) {
+  const WindowStyle style;
+  const QPalette one = paletteOf(Qt::black, Qt::black);
+  const QPalette same = paletteOf(Qt::black, Qt::black);
+  ASSERT_NE(one.cacheKey(), same.cacheKey());
+  const qint64 key = style.outlined(one).cacheKey();
+  EXPECT_EQ(style.outlined(same).cacheKey(), key);
+  const auto drawOthers = [&](int count) {
+    for (int shade = 1; shade <= count; ++shade) {
+      style.outlined(paletteOf(QColor(shade, 0, 0), Qt::black));
+    }
+  };
+  drawOthers(15);
+  EXPECT_EQ(style.outlined(one).cacheKey(), key);
+  drawOthers(16);
+  EXPECT_NE(style.outlined(one).cacheKey(), key);
+}
+
+TEST(WindowStyleTest, EachGroupOfColoursHasItsOutlines) {
+  const WindowStyle style;
+  for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+    QPalette palette = paletteOf(Qt::white, Qt::white);
+    palette.setColor(group, QPalette::Window, Qt::black);
+    const QPalette outlined = style.outlined(palette);
+    for (const auto other : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+      const QColor outline = outlined.color(other, QPalette::Window).darker(140);
+      EXPECT_GE(contrast(outline, palette.color(other, QPalette::Window)), kVisibleOutline);
+    }
+  }
+}
+
 // Where in the bar there is a point of that colour: the leftmost and the rightmost, -1 without one.
 std::pair<int, int> extentOf(const QImage& image, const QColor& color) {
   std::pair<int, int> found{-1, -1};

@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include <QApplication>
-#include <QStyle>
+#include <QProxyStyle>
 #include <QThread>
 #include <QTimer>
 #include <csignal>
@@ -81,6 +81,12 @@ void end(const std::string& how) {
   }
 }
 
+// What the window's style draws by.
+QString nameOfBaseStyle() {
+  const auto* const style = qobject_cast<QProxyStyle*>(QApplication::style());
+  return style != nullptr ? style->baseStyle()->name() : QString();
+}
+
 void shown(WindowSet& windows, const std::string& how) {
   windowsShown = &windows;
   std::printf("shown, visible %d, in the loop %d\n", windows.window().isVisible() ? 1 : 0,
@@ -89,7 +95,7 @@ void shown(WindowSet& windows, const std::string& how) {
               qUtf8Printable(QApplication::applicationDisplayName()),
               qUtf8Printable(QApplication::desktopFileName()),
               windows.window().windowIcon().isNull() ? 0 : 1,
-              qUtf8Printable(QApplication::style()->name()),
+              qUtf8Printable(nameOfBaseStyle()),
               QApplication::quitOnLastWindowClosed() ? 1 : 0);
   logText("a log text");
   { const OpenPanel panel(&windows.window(), "mp3", QDir::tempPath()); }
