@@ -32,7 +32,7 @@ QString linesOf(const std::string& message) {
 Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
   setWindowTitle(QApplication::applicationDisplayName());
   const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-  setIconPixmap(programIcon(kLargestIconSide).pixmap({side, side}, devicePixelRatio()));
+  setIconPixmap(programPicture(side, devicePixelRatio()));
   setTextFormat(Qt::PlainText);
   setTextInteractionFlags(Qt::TextSelectableByMouse);
   setText(message);

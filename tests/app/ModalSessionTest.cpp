@@ -39,7 +39,7 @@ TEST_F(ModalSessionTest, AnAlertHasItsTextAndOneButton) {
     ASSERT_EQ(box.buttons().size(), 1);
     EXPECT_EQ(box.buttons().at(0)->text().remove(QLatin1Char('&')), QStringLiteral("OK"));
     const int side = box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-    EXPECT_EQ(box.iconPixmap().toImage(), programIcon().pixmap(side).toImage());
+    EXPECT_EQ(box.iconPixmap().toImage(), programPicture(side, 1).toImage());
     EXPECT_EQ(box.findChild<QScrollArea*>(), nullptr);
   });
 }

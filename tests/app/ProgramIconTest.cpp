@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QPixmap>
+#include <tuple>
 
 #include "TempFolder.h"
 
@@ -22,22 +23,11 @@ class ProgramIconTest : public ::testing::Test {
     QIcon::setThemeName(name_);
   }
 
-  static QImage picture(int size) { return programIcon(256).pixmap(size).toImage(); }
+  static QImage picture(int size) { return programIcon().pixmap(size).toImage(); }
 
-  TempFolder theme;
-
- private:
-  QStringList paths_;
-  QString name_;
-};
-
-TEST_F(ProgramIconTest, WithoutATheme_ThePicturesWithinTheProgramAreTaken) {
-  QList<QSize> sizes;
-  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
-    sizes.append({size, size});
-    const QImage drawn = picture(size);
+  // Three bodies side by side, with gaps between them.
+  static void expectDrawing(const QImage& drawn, int size) {
     ASSERT_EQ(drawn.size(), QSize(size, size));
-    // Three bodies side by side, with gaps between them.
     const auto across = [&](int sixteenth) {
       return drawn.pixelColor((2 * sixteenth + 1) * size / 32, size / 2).alpha();
     };
@@ -48,9 +38,30 @@ TEST_F(ProgramIconTest, WithoutATheme_ThePicturesWithinTheProgramAreTaken) {
       EXPECT_EQ(across(gap), 0) << size << " " << gap;
     }
   }
-  EXPECT_EQ(programIcon(256).availableSizes(), sizes);
-  // A start reads no larger ones than a window needs.
-  EXPECT_EQ(programIcon().availableSizes(), sizes.first(5));
+
+  TempFolder theme;
+
+ private:
+  QStringList paths_;
+  QString name_;
+};
+
+TEST_F(ProgramIconTest, WithoutATheme_ThePicturesWithinTheProgramAreTaken) {
+  QList<QSize> sizes;
+  for (const int size : {16, 24, 32, 48, 64}) {
+    sizes.append({size, size});
+    expectDrawing(picture(size), size);
+  }
+  EXPECT_EQ(programIcon().availableSizes(), sizes);
+}
+
+TEST_F(ProgramIconTest, APictureHasThePixelsOfItsScreen) {
+  for (const auto& [side, density, pixels] :
+       {std::tuple(48, 1.0, 48), {48, 3.0, 144}, {37, 1.5, 56}}) {
+    const QPixmap drawn = programPicture(side, density);
+    EXPECT_EQ(drawn.devicePixelRatio(), density);
+    expectDrawing(drawn.toImage(), pixels);
+  }
 }
 
 TEST_F(ProgramIconTest, TheIconOfTheThemeComesFirst) {
