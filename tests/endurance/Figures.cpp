@@ -17,6 +17,19 @@ long entriesOf(const std::string& folder) {
   return std::distance(Iterator(folder), Iterator());
 }
 
+// A volume's folder may go while it is being read.
+long filesBelow(const std::string& folder) {
+  for (;;) {
+    try {
+      return entriesOf<std::filesystem::recursive_directory_iterator>(folder);
+    } catch (const std::filesystem::filesystem_error&) {
+      if (!std::filesystem::exists(folder)) {
+        throw;
+      }
+    }
+  }
+}
+
 long residentKiB() {
   long size = 0;
   long resident = 0;
@@ -35,7 +48,7 @@ Figures Figures::now(const std::string& folder) {
   figures.descriptors = entriesOf<std::filesystem::directory_iterator>("/proc/self/fd") - 1;
   figures.threads = entriesOf<std::filesystem::directory_iterator>("/proc/self/task");
   figures.children = ::waitpid(-1, nullptr, WNOHANG | WNOWAIT) < 0 ? 0 : 1;
-  figures.files = entriesOf<std::filesystem::recursive_directory_iterator>(folder);
+  figures.files = filesBelow(folder);
   return figures;
 }
 
