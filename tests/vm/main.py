@@ -20,6 +20,7 @@ import scenarios_credentials  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_views  # noqa: F401
+import scenarios_access  # noqa: F401
 import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
 import scenarios_contract  # noqa: F401

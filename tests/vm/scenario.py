@@ -17,9 +17,9 @@ def scenario(function):
 
 
 @contextlib.contextmanager
-def operator(box, entry=None):
+def operator(box, entry=None, kind=Operator):
     """A person at a fresh window; the program must still run, and end well, after the block."""
-    person = Operator(box)
+    person = kind(box)
     person.open(entry)
     yield person
     ended = person.status()

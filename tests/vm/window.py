@@ -9,10 +9,11 @@ ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"
 BUTTON = "push button"
 
 
-def _walk(node):
+def walk(node):
+    """The node and everything below it."""
     yield node
     for child in node["children"]:
-        yield from _walk(child)
+        yield from walk(child)
 
 
 class Window:
@@ -59,7 +60,7 @@ class Window:
     def nodes(self, role=None, name=None):
         """All visible things of that role and name, the window that is in front last."""
         for window in self.windows():
-            for node in _walk(window):
+            for node in walk(window):
                 fits = role in (None, node["role"]) and name in (None, node["name"])
                 if fits and "showing" in node["states"]:
                     yield node
@@ -104,6 +105,9 @@ class Window:
         self.key("ctrl+a", "BackSpace")
         if text:
             self.type(text)
+
+    def minimize(self):
+        self._hands("getactivewindow windowminimize")
 
     def enlarge(self):
         """Makes the window as large as the screen."""

@@ -7,8 +7,11 @@ once, and only those that somebody needs.
 from gi.repository import Gio, GLib
 
 ACCESSIBLE = "org.a11y.atspi.Accessible"
-STATES = {"active": 1, "checked": 4, "editable": 7, "enabled": 8, "focused": 12, "selected": 23,
-          "showing": 25}
+ACTION = "org.a11y.atspi.Action"
+EDITABLE = "org.a11y.atspi.EditableText"
+STATES = {"active": 1, "busy": 3, "checked": 4, "editable": 7, "enabled": 8, "focusable": 11,
+          "focused": 12, "selected": 23, "sensitive": 24, "showing": 25}
+LABELLED_BY = 2
 WITH_TEXT = ("text",)
 WITH_VALUE = ("progress bar",)
 LEAVES = ("push button", "check box", "label", "cell", "column header", "row header", "scroll bar",
@@ -103,12 +106,58 @@ def _new(place):
     return {"id": place, "children": []}
 
 
+def _answer(place, interface, method, arguments=None):
+    kept = []
+    bus().ask(place, interface, method, arguments, kept.append)
+    bus().answers()
+    return kept[0]
+
+
+def details(places):
+    """What else things tell: their descriptions, actions, labels and the numbers of their roles."""
+    told = [{"id": place, "labels": []} for place in places]
+    labels = []
+    for each in told:
+        place = each["id"]
+        bus().property(place, ACCESSIBLE, "Description",
+                       lambda text, each=each: each.update(description=text))
+        bus().ask(place, ACCESSIBLE, "GetRole", None,
+                  lambda answer, each=each: each.update(role=answer[0] if answer else None))
+        bus().ask(place, ACTION, "GetActions", None,
+                  lambda answer, each=each: each.update(actions=_action_names(answer)))
+        bus().ask(place, ACCESSIBLE, "GetRelationSet", None,
+                  lambda answer, each=each: labels.extend((each, label) for label in _labels(answer)))
+    bus().answers()
+    for each, label in labels:
+        bus().property(label, ACCESSIBLE, "Name", each["labels"].append)
+    bus().answers()
+    return told
+
+
+def _action_names(answer):
+    return [name for name, *more in answer[0]] if answer else []
+
+
+def _labels(answer):
+    relations = answer[0] if answer else []
+    return [other for kind, others in relations if kind == LABELLED_BY for other in others]
+
+
+def act(place, action):
+    """Has a thing do what it offers by that name; whether it offers that."""
+    names = _action_names(_answer(place, ACTION, "GetActions"))
+    return action in names and _answer(place, ACTION, "DoAction",
+                                       GLib.Variant("(i)", (names.index(action),))) == (True,)
+
+
+def put_text(place, text):
+    """Puts a text into a field instead of what is there; whether the field takes it."""
+    return _answer(place, EDITABLE, "SetTextContents", GLib.Variant("(s)", (text,))) == (True,)
+
+
 def place_of(place):
     """Where a thing is on the screen: x, y, width, height."""
-    kept = []
-    bus().ask(place, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (0,)), kept.append)
-    bus().answers()
-    return kept[0][0]
+    return _answer(place, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (0,)))[0]
 
 
 def tree(owner):
@@ -129,11 +178,9 @@ def tree(owner):
 
 
 def _process(name):
-    kept = []
-    bus().ask(("org.freedesktop.DBus", "/org/freedesktop/DBus"), "org.freedesktop.DBus",
-              "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)), kept.append)
-    bus().answers()
-    return kept[0][0] if kept[0] else None
+    answer = _answer(("org.freedesktop.DBus", "/org/freedesktop/DBus"), "org.freedesktop.DBus",
+                     "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)))
+    return answer[0] if answer else None
 
 
 _bus = []

@@ -116,6 +116,9 @@ OPERATIONS = {
     "stop": stop,
     "tree": tree,
     "place_of": accessibility.place_of,
+    "details": accessibility.details,
+    "act": accessibility.act,
+    "put_text": accessibility.put_text,
 }
 
 

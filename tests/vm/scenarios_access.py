@@ -1,0 +1,210 @@
+"""The whole job without a mouse: through the accessibility tree alone, and by the keyboard alone."""
+
+import contextlib
+
+from assistant import PASSWORD_TEXT, Assistant
+from box import ADMIN, ADMIN_PASSWORD
+from flows import COMPLETED, TICK
+from scenario import BOOK, make_book, operator, scenario
+from typist import Typist
+from waiting import expect, expect_equal, until
+from window import BUTTON, PROGRAM, Window
+
+INTERACTIVE = (BUTTON, TICK, "combo box", "text", "table", "tree", "list")
+WORKING = ("All", "None", "Eject", "File type:", "Browse…", "Files", "Home page", "Start")
+BAR, BUSY = "Progress of all players", "Players are being filled"
+SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
+
+
+def _expect_told(person, names, described=()):
+    """Every control of the window in front has a name; these do, and some have a description, too."""
+    told = {}
+    for control in person.controls(*INTERACTIVE):
+        name = (control["labels"] or [""])[0] if control["role"] == "combo box" else control["name"]
+        expect(name, f"the control has a name: {control}")
+        told[name] = control["description"]
+    expect(set(names) <= set(told), f"{names} are among {sorted(told)}")
+    for name in described:
+        expect(told[name], f"{name} is described")
+
+
+def _expect_player(person, disk, ticked):
+    (player,) = [each for each in person.players() if each.disk == disk]
+    expect_equal(player.ticked, ticked, f"whether {disk} is ticked")
+    expect(player.name.startswith(f"/dev/{disk} ("), f"the name of {disk}: {player.name}")
+    described = person.details(player.node)["description"]
+    expect(described.startswith(f"/dev/{disk} · USB "), f"the description of {disk}: {described}")
+
+
+@contextlib.contextmanager
+def _held(box):
+    """A run gets as far as its first mount, and waits there until the end of the block."""
+    held = box.call("freeze", "udisksd")
+    yield
+    box.call("thaw", held)
+
+
+def _expect_running(box, person):
+    """It is told that the program is busy, and the machine is kept awake."""
+    (busy,) = until(lambda: list(person.nodes("animation", BUSY)), 30, "the busy indicator")
+    expect("busy" in busy["states"], f"the indicator is busy: {busy}")
+    expect_equal(_keeping_awake(box), 1, "who keeps the machine awake during a run")
+    person.expect_busy()
+
+
+def _keeping_awake(box):
+    return box.root(SLEEPLESS).count("Fillstation")
+
+
+def _follow_run(person):
+    """The values of the progress bar until the summary."""
+    values = []
+    while person.alert_text() is None:
+        values.append(person.progress())
+    expect_equal(values, sorted(values), "the values of the progress bar")
+    expect(any(0 < value < 100 for value in values), f"the bar moves: {values}")
+
+
+@scenario
+def a_run_over_the_accessibility_tree(box):
+    book = make_book(box, chapters=2, track_kb=1024)
+    for name in ("one", "two", "three"):
+        box.player(name, speed="full-speed")
+    disks = {name: box.disk(name) for name in ("one", "two", "three")}
+    with operator(box, kind=Assistant) as person, box.unchanged("three"):
+        person.wait_for_players(3)
+        expect_equal(_keeping_awake(box), 0, "who keeps the machine awake")
+        for disk in (disks["one"], disks["two"]):
+            _expect_player(person, disk, False)
+            person.tick(disk)
+            _expect_player(person, disk, True)
+        expect_equal(person.labels(), ["64 MB", "64 MB"], "the labels with two ticks")
+        person.choose_type("wav")
+        person.choose_type("mp3")
+        _expect_told(person, (*WORKING, "File type"), WORKING)
+        person.browse()
+        _expect_told(person, ("Look in:", "Files", "Sidebar", "File name:", "Open", "Cancel"))
+        person.choose(BOOK)
+        person.click("Start")
+        until(lambda: person.shows("Cancel"), 60, "the credentials panel")
+        _expect_told(person, ("User name:", "Password:", "OK", "Cancel"))
+        field = person.find("text", "Password:")
+        expect_equal(person.details(field)["role"], PASSWORD_TEXT, "the role of the password's field")
+        person.fill_in(person.find("text", "User name:"), ADMIN)
+        person.fill_in(field, ADMIN_PASSWORD)
+        expect_equal(person.find("text", "Password:")["text"], "", "what is told of the password")
+        with _held(box):
+            person.click("OK")
+            _expect_running(box, person)
+        _follow_run(person)
+        expect_equal(_keeping_awake(box), 0, "who keeps the machine awake after a run")
+        person.dismiss(COMPLETED, 60)
+        expect_equal(person.progress(), 100.0, "the progress bar")
+        expect_equal(list(person.nodes("animation", BUSY)), [], "the busy indicator")
+        person.expect_log(formats=2, copied=16, done=2)
+        person.eject()
+        expect_equal(person.disks(), [disks["three"]], "the list")
+        until(lambda: box.disks() == [disks["three"]], 60, "the ejected players are off")
+    for name in ("one", "two"):
+        box.expect_prepared(name, book)
+
+
+def _expect_round(person, disks):
+    """Tab goes round through every control in its order, and back; each can be seen and used."""
+    ticks = [(TICK, person.name_of(disk)) for disk in disks]
+    wanted = [*ticks, *((BUTTON, name) for name in ("All", "None", "Eject")), ("text", "File type"),
+              (BUTTON, "Browse…"), ("table", "Files"), (BUTTON, "Start"), (BUTTON, "Home page")]
+    first = wanted.index((BUTTON, "All"))
+    expect_equal(person.round(), wanted[first:] + wanted[:first], "the round of Tab")
+
+
+def _credentials_by_keys(person):
+    """Start, once cancelled, and once with the credentials."""
+    person.tab_to(BUTTON, "Start")
+    person.key("space")
+    person.await_focus("text", "User name:")
+    person.key("Escape")
+    person.await_focus(BUTTON, "Start")
+    person.key("space")
+    person.await_focus("text", "User name:")
+    person.type(ADMIN)
+    person.key("Tab")
+    person.await_focus("text", "Password:")
+    person.type(ADMIN_PASSWORD)
+
+
+def _run_by_keys(box, person):
+    """During the run the focus is on the bar, and goes round what can be used then."""
+    with _held(box):
+        person.key("Return")
+        person.await_focus("progress bar", BAR)
+        _expect_running(box, person)
+        usable = {("progress bar", BAR), (BUTTON, "Home page"), ("text", "File type")}
+        expect_equal(set(person.round()), usable, "the round of Tab during a run")
+    person.await_focus(BUTTON, "OK", 120)
+    expect_equal(person.alert_text(), COMPLETED, "the summary")
+    person.key("Return")
+    person.await_focus(BUTTON, "Start")
+    person.expect_usable()
+
+
+@scenario
+def a_run_by_keyboard_alone(box):
+    book = make_book(box, chapters=2, track_kb=1024)
+    empty = "/home/player/Empty"
+    box.user(f"mkdir -p {empty}")
+    names = {}
+    for name in ("one", "two", "three"):
+        box.player(name, speed="full-speed")
+        names[box.disk(name)] = name
+    with operator(box, kind=Typist) as person:
+        person.await_focus(BUTTON, "All")
+        disks = person.wait_for_players(3)
+        _expect_round(person, disks)
+        for disk in disks[:0:-1]:
+            person.key("shift+Tab")
+            person.await_focus(TICK, person.name_of(disk))
+            person.key("space")
+        until(lambda: person.ticked() == disks[1:], 10, "two players are ticked")
+        person.key("alt+t")
+        person.await_focus("text", "File type")
+        for file_type in ("wav", "mp3"):
+            person.key("ctrl+a")
+            person.type(file_type)
+            until(lambda: person.focus()["text"] == file_type, 10, f"the file type {file_type}")
+        for keys, path in (("ctrl+o", BOOK), ("alt+b", empty)):
+            person.key(keys)
+            person.await_focus("text", "File name:")
+            person.type(path)
+            person.key("Return")
+            until(lambda: path in person.files(), 60, f"{path} in the file table")
+            person.await_focus("text", "File type")
+        _credentials_by_keys(person)
+        _run_by_keys(box, person)
+        person.expect_log(formats=2, copied=16, done=2)
+        person.key("shift+Tab")
+        person.await_focus("table", "Files")
+        person.key("Down", "Delete")
+        until(lambda: empty not in person.files(), 10, "the second row has gone")
+        expect(BOOK in person.files(), "the first row is there")
+        person.key("ctrl+a", "Delete")
+        until(lambda: not person.files(), 10, "all rows have gone")
+        person.await_focus("table", "Files")
+        person.key("alt+e")
+        until(lambda: person.disks() == disks[:1], 60, "the ejected players have left the list")
+        person.await_focus("table", "Files")
+        until(lambda: box.disks() == disks[:1], 60, "the ejected players are off")
+    for disk in disks[1:]:
+        box.expect_prepared(names[disk], book)
+
+
+@scenario
+def a_second_start_raises_the_first_window(box):
+    with operator(box) as person:
+        person.minimize()
+        until(lambda: not person.is_in_front(), 30, "the window has been minimised")
+        second = Window(box, "second")
+        box.session("start", "second", [PROGRAM], {})
+        until(lambda: second.status() is not None, 60, "the second program has ended")
+        expect_equal(second.status(), 0, "the second program's exit status")
+        until(person.is_in_front, 30, "the first window is in front again")
