@@ -1,10 +1,12 @@
 """What is on the media, and what is to be put on them."""
 
+import errno
 import hashlib
 import os
 import pathlib
 import random
 import shutil
+import stat
 import subprocess
 
 import gadgets
@@ -12,6 +14,8 @@ import shelves
 
 TABLES = {"mbr": "label: dos\nstart=2048, type=c\n", "gpt": "label: gpt\nstart=2048\n"}
 PARTITION_OFFSET = 2048 * 512
+BLOCK = 1 << 16
+ZEROS = bytes(BLOCK)
 FORMATTERS = {
     "fat16": ["mkfs.fat", "-F16"],
     "fat32": ["mkfs.fat", "-F32"],
@@ -56,12 +60,31 @@ def _format(path, system, label, offset, size_mb):
 
 
 def digest(name, unit=0):
-    """The SHA-256 of a whole medium."""
+    """The SHA-256 of a whole medium: of its size, and of each block that is not all zeros, with its place."""
     sha = hashlib.sha256()
-    with open(gadgets.BACKING / (f"{name}.{unit}" if unit else name), "rb") as medium:
-        for block in iter(lambda: medium.read(1 << 20), b""):
-            sha.update(block)
+    with open(gadgets.BACKING / (f"{name}.{unit}" if unit else name), "rb", buffering=0) as medium:
+        size = medium.seek(0, os.SEEK_END)
+        sha.update(f"{size}\n".encode())
+        for place in _places(medium, size):
+            block = os.pread(medium.fileno(), BLOCK, place)
+            if block != ZEROS[: len(block)]:
+                sha.update(f"{place}\n".encode() + block)
     return sha.hexdigest()
+
+
+def _places(medium, size):
+    """Where the blocks of a medium are. What a file has never been given is zeros, and left out."""
+    place, regular = 0, stat.S_ISREG(os.fstat(medium.fileno()).st_mode)
+    while place < size:
+        if regular:
+            try:
+                place = os.lseek(medium.fileno(), place, os.SEEK_DATA) // BLOCK * BLOCK
+            except OSError as failure:
+                if failure.errno != errno.ENXIO:  # which says that there is no more
+                    raise
+                return
+        yield place
+        place += BLOCK
 
 
 def keep(name):
