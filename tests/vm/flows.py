@@ -132,7 +132,7 @@ class Operator(Window):
 
     def expect_commands(self, count):
         """So many commands have been handed to root's shell, for a caller with the right password."""
-        until(lambda: self._commands() >= count, 60, f"{count} commands of root's shell")
+        until(lambda: self._commands() >= count, 120, f"{count} commands of root's shell")
         expect_equal(self._commands(), count, "how often root's shell was started")
 
     def _commands(self):

@@ -3,7 +3,7 @@
 import time
 
 
-def until(look, seconds, what):
+def until(look, seconds, what, pause=0.25):
     """Looks again and again until the answer is true; returns that answer."""
     end = time.monotonic() + seconds
     while True:
@@ -12,7 +12,7 @@ def until(look, seconds, what):
             return answer
         if time.monotonic() >= end:
             raise AssertionError(f"Not within {seconds} s: {what}")
-        time.sleep(0.25)
+        time.sleep(pause)
 
 
 def expect(condition, what):
