@@ -37,6 +37,7 @@ class Box:
         self.machine = machine.Machine(image.ensure(), self._share, self.out, ["-drive", disk, *extra])
         self.call = self.machine.call
         self.person = None
+        self._session = []
 
     def wait_for_session(self):
         self.machine.wait_for_session()
@@ -54,6 +55,27 @@ class Box:
     def strays(self):
         """The files that somebody has made in the place of disks."""
         return self.root("find /dev -maxdepth 1 -name 'sd*' -type f")
+
+    def cut_power(self):
+        """The machine stops in the middle of everything, and boots again."""
+        self.machine.cut_power()
+        self.wait_for_session()
+
+    def log_out(self):
+        """Ends the user's session; everything of it is ended by the system."""
+        self._session = self.root("pgrep -f guest/session.py").split()
+        self.root("loginctl terminate-user player")
+
+    def wait_for_login(self):
+        """Waits until the user's session of before has gone and a new one can be used."""
+        gone = " && ".join(f"test ! -d /proc/{process}" for process in self._session)
+        until(lambda: self.call("run", ["sh", "-c", gone])["status"] == 0, 60, "the session has gone")
+        until(self._session_works, 120, "a new session")
+
+    def _session_works(self):
+        with contextlib.suppress(RuntimeError):
+            return self.user("true")["status"] == 0
+        return False
 
     def session(self, op, *args, timeout=60, **named):
         """Asks the helper in the user's session."""

@@ -10,6 +10,8 @@ import subprocess
 import tempfile
 import time
 
+import snapshot
+
 QEMU = "qemu-system-x86_64"
 KERNEL_LINE = "console=ttyS0 root=/dev/vda rw quiet loglevel=4 systemd.show_status=0"
 PROBE_SECONDS = 6
@@ -42,12 +44,24 @@ class Machine:
         self._image, self._share, self._out = image, share, out
         self.accelerated = _kvm_works(image)
         self.console = out / "console.log"
-        with open(out / "qemu.log", "wb") as log:
+        self._extra = extra
+        snapshot.make(self._folder / "root", image / "root.ext4")
+        self._number = 0
+        self._begin()
+
+    def _begin(self):
+        with open(self._out / "qemu.log", "wb") as log:
             streams = {"stdin": subprocess.DEVNULL, "stdout": log, "stderr": log}
-            self._process = subprocess.Popen(self._command(extra), **streams)
+            self._process = subprocess.Popen(self._command(self._extra), **streams)
         self._link = None
         self._lines = None
-        self._number = 0
+
+    def cut_power(self):
+        """The machine stops at once, and boots again from what its disk has got by then."""
+        self._process.kill()
+        self._process.wait()
+        self._link.close()
+        self._begin()
 
     def _command(self, extra):
         accel = ["kvm"] if self.accelerated else ["tcg,thread=multi"]
@@ -57,8 +71,8 @@ class Machine:
         command += ["-no-reboot", "-display", "none", "-kernel", str(self._image / "vmlinuz")]
         command += ["-initrd", str(self._image / "initrd"), "-append", KERNEL_LINE]
         command += ["-serial", f"file:{self.console}"]
-        disk = self._image / "root.ext4"
-        command += ["-drive", f"file={disk},if=virtio,format=raw,snapshot=on,cache=unsafe"]
+        disk = self._folder / "root"
+        command += ["-drive", f"file={disk},if=virtio,format=qcow2,cache=writeback"]
         command += self._shared(self._share, "box-in", ",readonly=on")
         command += self._shared(self._out, "box-out", "")
         command += ["-device", "virtio-serial-pci", "-device", "virtio-rng-pci"]

@@ -23,6 +23,7 @@ import scenarios_views  # noqa: F401
 import scenarios_access  # noqa: F401
 import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
+import scenarios_exits  # noqa: F401
 import scenarios_contract  # noqa: F401
 import scenarios_package  # noqa: F401
 

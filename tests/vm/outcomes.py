@@ -7,8 +7,10 @@ import pathlib
 CACHE = pathlib.Path(__file__).resolve().parent.parent.parent / "build" / "vm"
 RESULTS = CACHE / "out" / "outcomes.json"
 Outcome = collections.namedtuple("Outcome", "case run summary others foreign")
+Exit = collections.namedtuple("Exit", "case program left following foreign")
 HEADINGS = (
     Outcome("case", "the run", "the summary", "the other players", "foreign bytes changed"),
+    Exit("left by", "the program", "what it left", "the next start", "foreign bytes changed"),
 )
 
 

@@ -108,6 +108,7 @@ OPERATIONS = {
     "lend": lend,
     "uptime": uptime,
     "fill": contents.fill,
+    "find_again": contents.find_again,
     "audio_book": contents.audio_book,
     "digest": contents.digest,
     "keep": contents.keep,

@@ -83,7 +83,8 @@ def _holders(disk):
 
 
 def thaw(process):
-    os.kill(process, signal.SIGCONT)
+    with contextlib.suppress(ProcessLookupError):  # it has been ended meanwhile
+        os.kill(process, signal.SIGCONT)
 
 
 def _await(look, timeout, complaint, pause=0.005):

@@ -3,6 +3,7 @@
 import contextlib
 import json
 import os
+import pathlib
 import signal
 import socket
 import subprocess
@@ -140,6 +141,7 @@ def open_desktop():
         time.sleep(0.1)
     subprocess.run(["dbus-update-activation-environment", "--systemd", "DISPLAY"], **streams)
     ready = SOCKET + "-desktop"
+    pathlib.Path(ready).unlink(missing_ok=True)
     subprocess.Popen(["openbox", "--startup", f"touch {ready}"], **streams)
     while not os.path.exists(ready):
         time.sleep(0.1)
@@ -149,6 +151,7 @@ def main():
     os.chdir(os.path.expanduser("~"))
     open_desktop()
     with socket.socket(socket.AF_UNIX) as server:
+        pathlib.Path(SOCKET).unlink(missing_ok=True)  # of a session before
         server.bind(SOCKET)
         os.chmod(SOCKET, 0o600)
         server.listen()
