@@ -3,14 +3,34 @@
 import time
 
 from faultrun import FaultRun
+from flows import LOG
 from scenario import BOOK, make_book, operator, scenario, udev_held
 from waiting import expect, expect_equal, until
 
 FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
 SHORT = {"chapters": 1, "tracks": 3}
 LONG = {"chapters": 2, "tracks": 5, "track_kb": 2048}
+SLOW = {"speed": "full-speed"}
 BLANK = {"content": {}}
 STALLING = {"content": {"system": "fat32", "shelf": {"kind": "ext4", "size_mb": 80}}}
+TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}, **SLOW}
+FAILING = {
+    "full": {"content": {"size_mb": 18, "system": "fat32"}},
+    "worn": {"content": {"system": "fat32", "shelf": {"kind": "tmpfs", "size_mb": 12}}},
+    "protected": {"removable": False, **SLOW},
+    "held": {},
+    "refused": {},
+    "back": SLOW,
+}
+SOUND = {"auto": BLANK, "twin1": TWIN, "twin2": TWIN, "whole": SLOW}
+MOUNT_RULE = "/etc/polkit-1/rules.d/10-refused.rules"
+REFUSE_MOUNT = """polkit.addRule(function(action, subject) {
+    if (action.id == "org.freedesktop.udisks2.filesystem-mount" &&
+        action.lookup("device") == "/dev/%s") return polkit.Result.NO;
+});"""
+# The wipe of the mounted player is refused, that and the mount leave eight to be copied to.
+FAILED_STEPS = {LOG["wipe_failures"]: 1, LOG["format_failures"]: 0, LOG["done"]: 8}
+AUTOMOUNTER = "until udisksctl mount --no-user-interaction -b /dev/%s; do sleep 0.5; done"
 BEGUN = "Beginning format operation.\n"
 
 
@@ -129,3 +149,71 @@ def pulled_at_each_step_before_the_copy(box):
         wipes = person.journal().count("dd operation failed.\n")
         person.expect_log(formats=6, wipe_failures=wipes, format_failures=3 - wipes, copied=3, done=1)
         run.eject()
+
+
+@scenario
+def media_that_fail(box):
+    book = make_book(box, **LONG)
+    names = [*FAILING, *SOUND]
+    _plug(box, {**FAILING, **SOUND})
+    place = box.mount(box.disk("held"))
+    box.user(f"echo kept > '{place}/kept.txt'; sync")
+    box.session("start", "reader", ["tail", "-f", f"{place}/kept.txt"])
+    box.call("write_file", MOUNT_RULE, REFUSE_MOUNT % box.disk("refused"))
+    with operator(box) as person:
+        _prepare(person, len(names))
+        run = FaultRun(box, person, book, names, ["foreign"])
+        person.ask()
+        box.root("sync")
+        run.bystander("held")
+        auto = run.disk("auto")
+        box.session("start", "automounter", ["sh", "-c", AUTOMOUNTER % auto])
+        box.call("meanwhile", "auto", "hold_until_mounted", "auto", auto, "fillstation")
+        moments = {"back": ["pull", 0.1], "protected": ["protect", 0.3]}
+        total = sum(size for _, size, _ in book if size is not None)
+        box.call("meanwhile", "copy", "during_the_copy", moments, total, 300)
+        run.begin()
+        _arrives(box, person, run)
+        expect(box.call("joined", "auto", timeout=330), "the automounter has been faster")
+        seen = box.call("joined", "copy", timeout=330)
+        again = _comes_back(box, person, run)
+        run.case("full", "a medium smaller than the set (18 MB for 20 MB)")
+        run.case("worn", "a write error after 12 MB")
+        run.case("protected", f"a medium that turns read-only (seen: at {seen['protected']:.0%})")
+        run.case("held", "a refused unmount: a file is held open")
+        run.case("refused", "a refused mount")
+        run.case("auto", "an automounter that is faster", named=False)
+        run.case("back", f"pulled at {seen['back']:.0%} of the copy, and comes back as {again}")
+        for name in ("twin1", "twin2"):
+            run.case(name, f"{name}, one of two with the same serial number and label", named=False)
+        run.end(300)
+        told = {text: person.journal().count(text) for text in FAILED_STEPS}
+        expect_equal(told, FAILED_STEPS, "how often the log says what")
+        expect_equal(box.user(f"cat '{place}/kept.txt'")["out"], "kept\n", "the open file")
+        box.session("stop", "reader")
+        run.eject(staying=("twin1", "twin2"))
+    box.root(f"rm {MOUNT_RULE}")
+
+
+def _arrives(box, person, run):
+    """A player is plugged in during the run: it is listed without a tick, and nobody writes to it."""
+    box.player("late")
+    disk = box.disk("late")
+    until(lambda: disk in person.disks(), 60, "the new player is listed")
+    expect(disk not in person.ticked(), "the new player has no tick")
+    run.bystander("late", "a player that arrives during the run")
+
+
+def _comes_back(box, person, run):
+    """The pulled player is plugged in again and gets its old name; nobody writes to it any more."""
+    disk = run.disk("back")
+    until(lambda: disk not in box.disks() and "copy Done!!!\n" in person.journal(), 120, "it has gone")
+    box.call("remove", "back", keep=True)
+    box.call("add", "back", **SLOW)
+    box.call("plug", "back")
+    expect_equal(box.disk("back"), disk, "the disk of the player that has come back")
+    until(lambda: disk in person.disks(), 60, "the player is listed again")
+    expect(disk not in person.ticked(), "the player has no tick any more")
+    expect(person.alert_text() is None, "the run is under way")
+    run.bystander("back")
+    return disk

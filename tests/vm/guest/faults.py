@@ -127,3 +127,14 @@ def await_writing(disk, timeout=300.0):
         if time.monotonic() >= end:
             raise TimeoutError(f"nothing has been sent to {disk}")
         time.sleep(0.02)
+
+
+def hold_until_mounted(name, disk, program):
+    """Once the player has been formatted the program is held, until somebody else has mounted it."""
+    gadgets.await_head(name, False, 300)
+    held = processes.freeze(program)
+    end = time.monotonic() + 20
+    while f"/dev/{disk}" not in _mounts() and time.monotonic() < end:
+        time.sleep(0.02)
+    processes.thaw(held)
+    return f"/dev/{disk}" in _mounts()

@@ -133,6 +133,7 @@ OPERATIONS = {
     "stall_in_format": faults.stall_in_format,
     "stall_in_flush": faults.stall_in_flush,
     "pull_in_flush": faults.pull_in_flush,
+    "hold_until_mounted": faults.hold_until_mounted,
     "await_none": processes.await_none,
     "freeze": processes.freeze,
     "freeze_successor": processes.freeze_successor,
