@@ -10,8 +10,6 @@ import subprocess
 import tempfile
 import time
 
-import snapshot
-
 QEMU = "qemu-system-x86_64"
 KERNEL_LINE = "console=ttyS0 root=/dev/vda rw quiet loglevel=4 systemd.show_status=0"
 PROBE_SECONDS = 6
@@ -45,7 +43,8 @@ class Machine:
         self.accelerated = _kvm_works(image)
         self.console = out / "console.log"
         self._extra = extra
-        snapshot.make(self._folder / "root", image / "root.ext4")
+        overlay = ["-f", "qcow2", "-b", str(image / "root.ext4"), "-F", "raw", str(self._folder / "root")]
+        subprocess.run(["qemu-img", "create", "-q", *overlay], check=True)
         self._number = 0
         self._begin()
 
