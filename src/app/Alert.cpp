@@ -68,6 +68,8 @@ void Alert::makeScroll() {
   scroll->setMinimumWidth(label->sizeHint().width() + 2 * line);
   delete layout()->replaceWidget(label, scroll);
   label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  // In a mirrored window the text, which is not, begins where the scroll bar is.
+  label->setContentsMargins(line / 4, 0, line / 4, 0);
   scroll->setWidget(label);
 }
 

@@ -71,6 +71,8 @@ TEST_F(ModalSessionTest, ALongAlertScrollsSoThatItsButtonStaysOnTheScreen) {
         EXPECT_EQ(scroll->height(), 12 * box.fontMetrics().lineSpacing());
         EXPECT_TRUE(label->alignment().testFlag(Qt::AlignTop));
         EXPECT_EQ(scroll->frameShape(), QFrame::NoFrame);
+        const int room = label->fontMetrics().lineSpacing() / 4;
+        EXPECT_EQ(label->contentsMargins(), QMargins(room, 0, room, 0));
       },
       text);
 }
