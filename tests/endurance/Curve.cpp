@@ -8,6 +8,23 @@ namespace {
 // player that was filled.
 constexpr long kHeapPlayKiB = 32;
 
+// What has grown, a text each.
+std::vector<std::string> growth(const Figures& before, const Figures& after) {
+  std::vector<std::string> grown;
+  const auto compare = [&](const char* what, long first, long last, long play) {
+    if (last > first + play) {
+      grown.push_back(std::string(what) + ", from " + std::to_string(first) + " to " +
+                      std::to_string(last));
+    }
+  };
+  compare("the heap", before.heapKiB, after.heapKiB, kHeapPlayKiB);
+  compare("open descriptors", before.descriptors, after.descriptors, 0);
+  compare("threads", before.threads, after.threads, 0);
+  compare("child processes", 0, after.children, 0);
+  compare("files", before.files, after.files, 0);
+  return grown;
+}
+
 }  // namespace
 
 Curve::Curve(std::FILE* out, const std::string& counted) : out_(out) {
@@ -23,22 +40,16 @@ void Curve::add(int count, const Figures& figures) {
   all_.push_back(figures);
 }
 
+bool Curve::holds(const Figures& now) const {
+  return all_.empty() || growth(all_.front(), now).empty();
+}
+
 bool Curve::isFlat() const {
-  const Figures& first = all_.front();
-  const Figures& last = all_.back();
-  bool flat = true;
-  const auto compare = [&](const char* what, long before, long after, long play) {
-    if (after > before + play) {
-      std::fprintf(out_, "GROWN: %s, from %ld to %ld\n", what, before, after);
-      flat = false;
-    }
-  };
-  compare("the heap", first.heapKiB, last.heapKiB, kHeapPlayKiB);
-  compare("open descriptors", first.descriptors, last.descriptors, 0);
-  compare("threads", first.threads, last.threads, 0);
-  compare("child processes", 0, last.children, 0);
-  compare("files", first.files, last.files, 0);
-  return flat;
+  const auto grown = growth(all_.front(), all_.back());
+  for (const std::string& text : grown) {
+    std::fprintf(out_, "GROWN: %s\n", text.c_str());
+  }
+  return grown.empty();
 }
 
 }  // namespace fillstation::endurance

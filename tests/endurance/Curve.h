@@ -17,6 +17,9 @@ class Curve {
 
   void add(int count, const Figures& figures);
 
+  // Whether nothing has grown from the first figures to these ones.
+  bool holds(const Figures& now) const;
+
   // Prints what has grown between the first and the last figures; true when nothing has.
   bool isFlat() const;
 
