@@ -38,7 +38,7 @@ class Assistant(Operator):
 
     def browse(self):
         self.click("Browse…")
-        until(lambda: self.shows("Open"), 60, "the open panel")
+        until(lambda: self.has_focus("text", "File name:"), 60, "the open panel")
 
     def choose(self, path):
         """Takes a folder in the open panel."""

@@ -12,6 +12,7 @@ from window import BUTTON, PROGRAM, Window
 
 INTERACTIVE = (BUTTON, TICK, "combo box", "text", "table", "tree", "list")
 WORKING = ("All", "None", "Eject", "File type:", "Browse…", "Files", "Home page", "Start")
+EMPTY = "/home/player/Empty"
 BAR, BUSY = "Progress of all players", "Players are being filled"
 SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
 
@@ -56,11 +57,27 @@ def _keeping_awake(box):
     return box.root(SLEEPLESS).count("Fillstation")
 
 
+def _credentials_over_the_tree(person):
+    """Start, up to OK: the password is taken, and told to nobody."""
+    person.click("Start")
+    until(lambda: person.has_focus("text", "User name:"), 60, "the credentials panel")
+    _expect_told(person, ("User name:", "Password:", "OK", "Cancel"))
+    field = person.find("text", "Password:")
+    expect_equal(person.details(field)["role"], PASSWORD_TEXT, "the role of the password's field")
+    person.fill_in(person.find("text", "User name:"), ADMIN)
+    person.fill_in(field, ADMIN_PASSWORD)
+    expect_equal(person.find("text", "Password:")["text"], "", "what is told of the password")
+
+
 def _follow_run(person):
     """The values of the progress bar until the summary."""
     values = []
-    while person.alert_text() is None:
+
+    def look():
         values.append(person.progress())
+        return person.alert_text()
+
+    until(look, 120, "the summary")
     expect_equal(values, sorted(values), "the values of the progress bar")
     expect(any(0 < value < 100 for value in values), f"the bar moves: {values}")
 
@@ -85,14 +102,7 @@ def a_run_over_the_accessibility_tree(box):
         person.browse()
         _expect_told(person, ("Look in:", "Files", "Sidebar", "File name:", "Open", "Cancel"))
         person.choose(BOOK)
-        person.click("Start")
-        until(lambda: person.shows("Cancel"), 60, "the credentials panel")
-        _expect_told(person, ("User name:", "Password:", "OK", "Cancel"))
-        field = person.find("text", "Password:")
-        expect_equal(person.details(field)["role"], PASSWORD_TEXT, "the role of the password's field")
-        person.fill_in(person.find("text", "User name:"), ADMIN)
-        person.fill_in(field, ADMIN_PASSWORD)
-        expect_equal(person.find("text", "Password:")["text"], "", "what is told of the password")
+        _credentials_over_the_tree(person)
         with _held(box):
             person.click("OK")
             _expect_running(box, person)
@@ -116,6 +126,44 @@ def _expect_round(person, disks):
               (BUTTON, "Browse…"), ("table", "Files"), (BUTTON, "Start"), (BUTTON, "Home page")]
     first = wanted.index((BUTTON, "All"))
     expect_equal(person.round(), wanted[first:] + wanted[:first], "the round of Tab")
+
+
+def _tick_by_keys(person, disks):
+    """Ticks the last players of the list, from the button behind it."""
+    for disk in reversed(disks):
+        person.key("shift+Tab")
+        person.await_focus(TICK, person.name_of(disk))
+        person.key("space")
+    until(lambda: person.ticked() == disks, 10, f"{disks} are ticked")
+
+
+def _add_by_keys(person, folders):
+    """Chooses the file type and adds folders, each by the keys that open the panel."""
+    person.key("alt+t")
+    person.await_focus("text", "File type")
+    for file_type in ("wav", "mp3"):
+        person.key("ctrl+a")
+        person.type(file_type)
+        until(lambda: (person.focus() or {}).get("text") == file_type, 10, f"the file type {file_type}")
+    for keys, path in folders.items():
+        person.key(keys)
+        person.await_focus("text", "File name:")
+        person.type(path)
+        person.key("Return")
+        until(lambda: path in person.files(), 60, f"{path} in the file table")
+        person.await_focus("text", "File type")
+
+
+def _delete_by_keys(person):
+    """Removes the second row, then all."""
+    person.key("shift+Tab")
+    person.await_focus("table", "Files")
+    person.key("Down", "Delete")
+    until(lambda: EMPTY not in person.files(), 10, "the second row has gone")
+    expect(BOOK in person.files(), "the first row is there")
+    person.key("ctrl+a", "Delete")
+    until(lambda: not person.files(), 10, "all rows have gone")
+    person.await_focus("table", "Files")
 
 
 def _credentials_by_keys(person):
@@ -151,8 +199,7 @@ def _run_by_keys(box, person):
 @scenario
 def a_run_by_keyboard_alone(box):
     book = make_book(box, chapters=2, track_kb=1024)
-    empty = "/home/player/Empty"
-    box.user(f"mkdir -p {empty}")
+    box.user(f"mkdir -p {EMPTY}")
     names = {}
     for name in ("one", "two", "three"):
         box.player(name, speed="full-speed")
@@ -161,35 +208,12 @@ def a_run_by_keyboard_alone(box):
         person.await_focus(BUTTON, "All")
         disks = person.wait_for_players(3)
         _expect_round(person, disks)
-        for disk in disks[:0:-1]:
-            person.key("shift+Tab")
-            person.await_focus(TICK, person.name_of(disk))
-            person.key("space")
-        until(lambda: person.ticked() == disks[1:], 10, "two players are ticked")
-        person.key("alt+t")
-        person.await_focus("text", "File type")
-        for file_type in ("wav", "mp3"):
-            person.key("ctrl+a")
-            person.type(file_type)
-            until(lambda: person.focus()["text"] == file_type, 10, f"the file type {file_type}")
-        for keys, path in (("ctrl+o", BOOK), ("alt+b", empty)):
-            person.key(keys)
-            person.await_focus("text", "File name:")
-            person.type(path)
-            person.key("Return")
-            until(lambda: path in person.files(), 60, f"{path} in the file table")
-            person.await_focus("text", "File type")
+        _tick_by_keys(person, disks[1:])
+        _add_by_keys(person, {"ctrl+o": BOOK, "alt+b": EMPTY})
         _credentials_by_keys(person)
         _run_by_keys(box, person)
         person.expect_log(formats=2, copied=16, done=2)
-        person.key("shift+Tab")
-        person.await_focus("table", "Files")
-        person.key("Down", "Delete")
-        until(lambda: empty not in person.files(), 10, "the second row has gone")
-        expect(BOOK in person.files(), "the first row is there")
-        person.key("ctrl+a", "Delete")
-        until(lambda: not person.files(), 10, "all rows have gone")
-        person.await_focus("table", "Files")
+        _delete_by_keys(person)
         person.key("alt+e")
         until(lambda: person.disks() == disks[:1], 60, "the ejected players have left the list")
         person.await_focus("table", "Files")
