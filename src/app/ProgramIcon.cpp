@@ -13,7 +13,7 @@ QPixmap pictureWithin(int side) {
 }  // namespace
 
 QIcon programIcon() {
-  const QIcon themed = QIcon::fromTheme(QStringLiteral("fillstation"));
+  QIcon themed = QIcon::fromTheme(QStringLiteral("fillstation"));
   if (!themed.availableSizes().isEmpty()) {
     return themed;
   }
