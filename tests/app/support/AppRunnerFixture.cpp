@@ -94,8 +94,7 @@ void shown(WindowSet& windows, const std::string& how) {
   std::printf("%s %s %s icon %d %s %d\n", qUtf8Printable(QApplication::applicationName()),
               qUtf8Printable(QApplication::applicationDisplayName()),
               qUtf8Printable(QApplication::desktopFileName()),
-              windows.window().windowIcon().isNull() ? 0 : 1,
-              qUtf8Printable(nameOfBaseStyle()),
+              windows.window().windowIcon().isNull() ? 0 : 1, qUtf8Printable(nameOfBaseStyle()),
               QApplication::quitOnLastWindowClosed() ? 1 : 0);
   logText("a log text");
   { const OpenPanel panel(&windows.window(), "mp3", QDir::tempPath()); }
