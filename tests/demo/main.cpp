@@ -14,6 +14,7 @@
 #include "Bench.h"
 #include "BenchFolder.h"
 #include "Console.h"
+#include "DarkColours.h"
 #include "WindowSet.h"
 
 namespace {
@@ -68,11 +69,7 @@ std::optional<Options> readArguments(const QStringList& arguments) {
 }
 
 void useDarkColours() {
-  QPalette colours(QColor(66, 66, 66), QColor(53, 53, 53));
-  colours.setColor(QPalette::Base, QColor(30, 30, 30));
-  colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
-  colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
-  colours.setColor(QPalette::Link, QColor(110, 170, 255));
+  QPalette colours = darkColours();
   QApplication::style()->polish(colours);
   QApplication::setPalette(colours);
 }

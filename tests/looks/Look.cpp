@@ -27,15 +27,6 @@ QPalette lightColours() {
   return colours;
 }
 
-QPalette darkColours() {
-  QPalette colours(QColor(66, 66, 66), QColor(53, 53, 53));
-  colours.setColor(QPalette::Base, QColor(30, 30, 30));
-  colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
-  colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
-  setDisabledText(colours, QColor(130, 130, 130));
-  return colours;
-}
-
 QPalette strongColours() {
   QPalette colours(Qt::white, Qt::black, Qt::white, Qt::gray, Qt::lightGray, Qt::white, Qt::white,
                    Qt::black, Qt::black);

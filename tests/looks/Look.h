@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "DarkColours.h"
+
 namespace fillstation::test {
 
 // One way in which the desktop can want the window, and how full it is.
@@ -19,7 +21,6 @@ struct Look {
 };
 
 QPalette lightColours();
-QPalette darkColours();
 // Black, white and yellow, as for those who see badly.
 QPalette strongColours();
 

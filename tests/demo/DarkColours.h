@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QPalette>
+
+namespace fillstation {
+
+// What a dark desktop gives a window, for whoever shows or looks at one; its links have Qt's own
+// blue. Any thread.
+inline QPalette darkColours() {
+  QPalette colours(QColor(66, 66, 66), QColor(53, 53, 53));
+  colours.setColor(QPalette::Base, QColor(30, 30, 30));
+  colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
+  colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
+  for (const auto role : {QPalette::WindowText, QPalette::ButtonText, QPalette::Text}) {
+    colours.setColor(QPalette::Disabled, role, QColor(130, 130, 130));
+  }
+  return colours;
+}
+
+}  // namespace fillstation
