@@ -55,7 +55,7 @@ void BusyIndicator::stopAnimation() { turn(false); }
 void BusyIndicator::turn(bool animating) {
   animating_ = animating;
   updateVisibility();
-  if (animating_ && isVisible()) {
+  if (animating_ && isVisible() && !window()->isMinimized()) {
     timer_.start();
   } else {
     timer_.stop();

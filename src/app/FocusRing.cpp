@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QPainter>
 
+#include "Contrast.h"
+
 namespace fillstation {
 namespace {
 
@@ -24,7 +26,9 @@ FocusRing::FocusRing(QWidget* around) : QFocusFrame(around) { setWidget(around);
 
 void FocusRing::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
-  QPen pen(palette().color(QPalette::Highlight), kWidth);
+  const QColor color = readable(palette().color(QPalette::Highlight),
+                                palette().color(QPalette::Window), kVisibleOutline);
+  QPen pen(color, kWidth);
   pen.setJoinStyle(Qt::MiterJoin);
   painter.setPen(pen);
   painter.drawRect(rect().adjusted(kWidth / 2, kWidth / 2, -kWidth / 2, -kWidth / 2));

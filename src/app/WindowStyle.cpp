@@ -37,7 +37,10 @@ class Repainted {
 
 QColor outlinedWindow(const QColor& window) {
   const QColor outline = readable(window.darker(kOutlineDarkness), window, kOutline);
-  return outline.lighter(kOutlineDarkness);
+  const QColor wanted = outline.lighter(kOutlineDarkness);
+  // No colour is light enough for a light outline on a ground of medium brightness.
+  const bool enough = contrast(wanted.darker(kOutlineDarkness), window) >= kVisibleOutline;
+  return enough ? wanted : QColor(Qt::black);
 }
 
 // Fusion takes the other end of a mirrored bar for what is done: so it gets a bar from left to
@@ -60,9 +63,12 @@ void WindowStyle::polish(QPalette& palette) {
   for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
                                      {QPalette::Text, QPalette::Base},
                                      {QPalette::ButtonText, QPalette::Button}}) {
-    const QColor dimmed = palette.color(QPalette::Disabled, text);
-    palette.setColor(QPalette::Disabled, text,
-                     readable(dimmed, palette.color(ground), kVisibleOutline));
+    QColor dimmed = palette.color(QPalette::Disabled, text);
+    // A control that is off may stand on one that is on.
+    for (const auto group : {QPalette::Active, QPalette::Disabled}) {
+      dimmed = readable(dimmed, palette.color(group, ground), kVisibleOutline);
+    }
+    palette.setColor(QPalette::Disabled, text, dimmed);
   }
 }
 

@@ -1,4 +1,5 @@
 #include "Alert.h"
+#include "Contrast.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -95,6 +96,17 @@ TEST_P(VisibleFocusTest, InAnAlert) {
   alert.show();
   waitForActive(alert);
   expectAllVisible(alert);
+}
+
+TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {
+  QPalette pale = QApplication::palette();
+  pale.setColor(QPalette::Highlight, pale.color(QPalette::Window));
+  QApplication::setPalette(pale);
+  const QImage ring = painted(*ui().btnAll, *ui().btnAll);
+  // The grab begins three points beyond the control, and the ring two.
+  const QColor color = ring.pixelColor(ring.width() / 2, 2);
+  EXPECT_GE(contrast(color, pale.color(QPalette::Window)), kVisibleOutline)
+      << color.name().toStdString();
 }
 
 using FocusTest = WindowTest;

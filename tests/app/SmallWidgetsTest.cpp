@@ -179,6 +179,11 @@ TEST(BusyIndicatorTest, StandsStillWhileNobodySeesIt) {
   EXPECT_FALSE(turns());
   window.show();
   EXPECT_TRUE(turns());
+  window.showMinimized();
+  indicator.startAnimation();
+  EXPECT_FALSE(turns());
+  window.showNormal();
+  EXPECT_TRUE(turns());
   window.hide();
   EXPECT_FALSE(turns());
   EXPECT_TRUE(indicator.isAnimating());

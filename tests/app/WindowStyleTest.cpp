@@ -169,6 +169,31 @@ TEST(WindowStyleTest, EachGroupOfColoursHasItsOutlines) {
   }
 }
 
+TEST(WindowStyleTest, OutlinesStandOutFromEveryGrey) {
+  const WindowStyle style;
+  for (int shade = 0; shade < 256; ++shade) {
+    const QColor grey(shade, shade, shade);
+    const QPalette outlined = style.outlined(paletteOf(grey, grey));
+    EXPECT_GE(contrast(outlined.color(QPalette::Window).darker(140), grey), kVisibleOutline)
+        << shade;
+  }
+}
+
+TEST(WindowStyleTest, WhatIsSwitchedOffCanBeReadInTheStylesOwnColours) {
+  WindowStyle style;
+  QPalette palette = style.standardPalette();
+  style.polish(palette);
+  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
+                                     {QPalette::Text, QPalette::Base},
+                                     {QPalette::ButtonText, QPalette::Button}}) {
+    for (const auto group : {QPalette::Active, QPalette::Disabled}) {
+      EXPECT_GE(contrast(palette.color(QPalette::Disabled, text), palette.color(group, ground)),
+                kVisibleOutline)
+          << text << ' ' << group;
+    }
+  }
+}
+
 // Where in the bar there is a point of that colour: the leftmost and the rightmost, -1 without one.
 std::pair<int, int> extentOf(const QImage& image, const QColor& color) {
   std::pair<int, int> found{-1, -1};
