@@ -155,6 +155,27 @@ TEST_F(ScriptGuardTest, MountsAndSwapsOfOthersDontMatter) {
   expectAllowed();
 }
 
+TEST_F(ScriptGuardTest, AListOfSwapsThatCantBeReadIsRefused) {
+  std::filesystem::remove(path("proc/swaps"));
+  std::filesystem::create_directory(path("proc/swaps"));
+  const auto result = run(kWipe);
+  EXPECT_EQ(result.exitStatus, kGuardRefusal);
+  EXPECT_TRUE(result.err.ends_with("The list of swaps is missing.\n")) << result.err;
+}
+
+TEST_F(ScriptGuardTest, ASystemWithoutSwapsIsFine) {
+  std::filesystem::remove(path("proc/swaps"));
+  expectAllowed();
+}
+
+// A shell takes it for a pattern of paths unless it is told not to.
+TEST_F(ScriptGuardTest, ALineOfTheMountTableIsReadAsItStands) {
+  const std::string line = path("40") + " 22 0:60 / /media/x rw - vfat /dev/sd";
+  std::filesystem::create_directories(line + "z rw");
+  put(path("proc/self/mountinfo"), line + "? rw\n");
+  expectAllowed();
+}
+
 TEST_F(ScriptGuardTest, AFolderNamedLikeThePlayerIsNoMountOfIt) {
   put(path("proc/self/mountinfo"), "40 22 254:0 /dev/sdz /media/x rw - ext4 /dev/vda rw\n");
   expectAllowed();

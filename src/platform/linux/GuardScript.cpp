@@ -51,7 +51,7 @@ check_usb_device() {
 
 check_holders() {
   for holder in "$1/holders/"*; do
-    if [ -L "$holder" ]; then
+    if [ -e "$holder" ] || [ -L "$holder" ]; then
       refuse 'The disk is in use.'
     fi
   done
@@ -83,21 +83,32 @@ check_mount() {
   case $nodes in *" ${source%% *} "*) refuse 'The disk is mounted.' ;; esac
 }
 
-check_mounts() {
-  mounts=$(cat "$proc/self/mountinfo") || refuse 'The mount table is missing.'
+# Calls the command with each line of the text, as it stands.
+for_each_line() {
+  set -f
   IFS='
 '
-  for line in $mounts; do
-    check_mount "$line"
+  for line in $2; do
+    "$1" "$line"
   done
   unset IFS
+  set +f
+}
+
+check_mounts() {
+  mounts=$(cat "$proc/self/mountinfo") || refuse 'The mount table is missing.'
+  for_each_line check_mount "$mounts"
+}
+
+# A line of the list of swaps begins with the node.
+check_swap() {
+  case $nodes in *" ${1%%[[:blank:]]*} "*) refuse 'The disk is in use.' ;; esac
 }
 
 check_swaps() {
-  [ -r "$proc/swaps" ] || return 0
-  while read -r file rest; do
-    case $nodes in *" $file "*) refuse 'The disk is in use.' ;; esac
-  done <"$proc/swaps"
+  [ -e "$proc/swaps" ] || return 0
+  swaps=$(cat "$proc/swaps") || refuse 'The list of swaps is missing.'
+  for_each_line check_swap "$swaps"
 }
 
 check() {
