@@ -40,9 +40,7 @@ void Curve::add(int count, const Figures& figures) {
   all_.push_back(figures);
 }
 
-bool Curve::holds(const Figures& now) const {
-  return all_.empty() || growth(all_.front(), now).empty();
-}
+bool Curve::holds(const Figures& now) const { return growth(all_.front(), now).empty(); }
 
 bool Curve::isFlat() const {
   const auto grown = growth(all_.front(), all_.back());

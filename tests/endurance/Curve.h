@@ -17,6 +17,8 @@ class Curve {
 
   void add(int count, const Figures& figures);
 
+  bool isEmpty() const { return all_.empty(); }
+
   // Whether nothing has grown from the first figures to these ones.
   bool holds(const Figures& now) const;
 

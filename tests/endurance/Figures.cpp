@@ -22,8 +22,9 @@ long filesBelow(const std::string& folder) {
   for (;;) {
     try {
       return entriesOf<std::filesystem::recursive_directory_iterator>(folder);
-    } catch (const std::filesystem::filesystem_error&) {
-      if (!std::filesystem::exists(folder)) {
+    } catch (const std::filesystem::filesystem_error& error) {
+      const bool gone = error.code() == std::errc::no_such_file_or_directory;
+      if (!gone || !std::filesystem::exists(folder)) {
         throw;
       }
     }

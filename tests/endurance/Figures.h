@@ -14,6 +14,7 @@ struct Figures {
   long files = 0;     // entries below the folder, which is all that the program writes to
 
   static Figures now(const std::string& folder);
+  bool operator==(const Figures&) const = default;
 };
 
 }  // namespace fillstation::endurance

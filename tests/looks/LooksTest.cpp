@@ -198,6 +198,7 @@ TEST_P(LooksTest, Summary) {
     run->addPlayer(player);
     run->tasks().back()->setError(run->tasks().size() % 2 == 0);
   }
+  bool looked = false;
   whenever([&] {
     QMessageBox* const box = alert();
     if (box == nullptr) {
@@ -205,9 +206,11 @@ TEST_P(LooksTest, Summary) {
     }
     look(*box, "summary");
     click(box->button(QMessageBox::Ok));
+    looked = true;
     return true;
   });
   controller().onCopyResult(run);
+  EXPECT_TRUE(looked);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, LooksTest, ::testing::ValuesIn(looks()),

@@ -41,7 +41,9 @@ class Machine:
         self._folder = pathlib.Path(tempfile.mkdtemp(prefix="box-"))
         self._image, self._share, self._out = image, share, out
         self.accelerated = _kvm_works(image)
-        self.console = out / "console.log"
+        self.console, self._log = out / "console.log", out / "qemu.log"
+        for log in (self.console, self._log):
+            log.unlink(missing_ok=True)
         self._extra = extra
         overlay = ["-f", "qcow2", "-b", str(image / "root.ext4"), "-F", "raw", str(self._folder / "root")]
         subprocess.run(["qemu-img", "create", "-q", *overlay], check=True)
@@ -49,7 +51,7 @@ class Machine:
         self._begin()
 
     def _begin(self):
-        with open(self._out / "qemu.log", "wb") as log:
+        with open(self._log, "ab") as log:
             streams = {"stdin": subprocess.DEVNULL, "stdout": log, "stderr": log}
             self._process = subprocess.Popen(self._command(self._extra), **streams)
         self._link = None
@@ -69,7 +71,8 @@ class Machine:
         command += ["-smp", str(CORES), "-m", "3072", "-nodefaults"]
         command += ["-no-reboot", "-display", "none", "-kernel", str(self._image / "vmlinuz")]
         command += ["-initrd", str(self._image / "initrd"), "-append", KERNEL_LINE]
-        command += ["-serial", f"file:{self.console}"]
+        command += ["-chardev", f"file,id=console,path={self.console},append=on"]
+        command += ["-serial", "chardev:console"]
         disk = self._folder / "root"
         command += ["-drive", f"file={disk},if=virtio,format=qcow2,cache=writeback"]
         command += self._shared(self._share, "box-in", ",readonly=on")
@@ -95,7 +98,7 @@ class Machine:
                 return link
             except OSError:
                 if time.monotonic() >= end or self._process.poll() is not None:
-                    raise RuntimeError((self._out / "qemu.log").read_text()) from None
+                    raise RuntimeError(self._log.read_text()) from None
                 time.sleep(0.05)
 
     def call(self, op, *args, timeout=120, **named):

@@ -1,7 +1,11 @@
 """The window worked by keys alone; after each of them the focus has to be somewhere."""
 
+import itertools
+
 from flows import Operator
 from waiting import expect, until
+
+LONGEST_ROUND = 50  # more stops than any window has
 
 
 def _focused(node):
@@ -43,11 +47,12 @@ class Typist(Operator):
         for stop in self.stops():
             if seen and stop == seen[0]:
                 return seen
-            expect(len(seen) < 50, f"Tab comes back: {seen}")
+            expect(len(seen) < LONGEST_ROUND, f"Tab comes back: {seen}")
             seen.append(stop)
 
     def tab_to(self, role, name):
-        next(stop for stop in self.stops() if stop == (role, name))
+        stops = itertools.islice(self.stops(), LONGEST_ROUND)
+        expect(any(stop == (role, name) for stop in stops), f"Tab leads to the {role} {name}")
 
     def name_of(self, disk):
         return next(player.name for player in self.players() if player.disk == disk)
