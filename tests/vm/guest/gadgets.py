@@ -1,5 +1,6 @@
 """USB devices that are not there: configfs gadgets on the emulated ports of dummy_hcd."""
 
+import contextlib
 import os
 import pathlib
 import time
@@ -156,9 +157,10 @@ def disk(name, timeout=20.0):
     end = time.monotonic() + timeout
     while True:
         for found in _below(name).glob("usb*/*-1/*/host*/target*/*:0/block/*"):
-            number = (found / "dev").read_text(encoding="ascii").strip()
-            if os.path.exists(f"/run/udev/data/b{number}"):
-                return found.name
+            with contextlib.suppress(FileNotFoundError):  # a disk of before is just going
+                number = (found / "dev").read_text(encoding="ascii").strip()
+                if os.path.exists(f"/run/udev/data/b{number}"):
+                    return found.name
         if time.monotonic() >= end:
             return None
         time.sleep(0.1)
