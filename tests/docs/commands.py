@@ -33,7 +33,7 @@ HOW = {
     "journalctl -b -t fillstation": InBox("dd operation failed."),
     'journalctl -b -t fillstation -o cat -g "failed|missing|can\'t be reached|isn\'t running"':
         InBox("dd operation failed."),
-    "journalctl -f -t fillstation": InBox("Copy successful", ends=False),
+    "journalctl -f -t fillstation": InBox("fillstation[", ends=False),  # whatever came last
     "sudo journalctl -b -t fillstation": InBox("dd operation failed."),
     "journalctl -b -t pkexec -t polkitd -t polkit-agent-helper-1": InBox("authentication failure"),
     "journalctl -b -k": InBox("Product: HS USB FlashDisk"),
