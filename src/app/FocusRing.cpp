@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QPointer>
 
 #include "Contrast.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QFocusFrame>
-#include <QPointer>
 
 namespace fillstation {
 

@@ -16,6 +16,12 @@ const std::vector<std::pair<QColor, QColor>> kGrounds = {{QColor(239, 239, 239),
                                                          {QColor(53, 53, 53), QColor(30, 30, 30)},
                                                          {Qt::black, Qt::black}};
 
+// What texts are painted with, and what on.
+const std::vector<std::pair<QPalette::ColorRole, QPalette::ColorRole>> kTexts = {
+    {QPalette::WindowText, QPalette::Window},
+    {QPalette::Text, QPalette::Base},
+    {QPalette::ButtonText, QPalette::Button}};
+
 QPalette paletteOf(const QColor& window, const QColor& base) {
   QPalette palette(window, window);
   palette.setColor(QPalette::Base, base);
@@ -110,13 +116,11 @@ TEST_P(OutlineTest, AScrollBarCanBeSeen) {
 
 TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
   QPalette polished = palette;
-  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-    polished.setColor(QPalette::Disabled, role, polished.color(QPalette::Base));
+  for (const auto& [text, ground] : kTexts) {
+    polished.setColor(QPalette::Disabled, text, polished.color(QPalette::Base));
   }
   QApplication::style()->polish(polished);
-  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
-                                     {QPalette::Text, QPalette::Base},
-                                     {QPalette::ButtonText, QPalette::Button}}) {
+  for (const auto& [text, ground] : kTexts) {
     const QColor dimmed = polished.color(QPalette::Disabled, text);
     EXPECT_GE(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kVisibleOutline);
     EXPECT_LT(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kReadableText);
@@ -183,9 +187,7 @@ TEST(WindowStyleTest, WhatIsSwitchedOffCanBeReadInTheStylesOwnColours) {
   WindowStyle style;
   QPalette palette = style.standardPalette();
   style.polish(palette);
-  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
-                                     {QPalette::Text, QPalette::Base},
-                                     {QPalette::ButtonText, QPalette::Button}}) {
+  for (const auto& [text, ground] : kTexts) {
     for (const auto group : {QPalette::Active, QPalette::Disabled}) {
       EXPECT_GE(contrast(palette.color(QPalette::Disabled, text), palette.color(group, ground)),
                 kVisibleOutline)

@@ -4,6 +4,13 @@
 
 namespace fillstation {
 
+// The colour of every text that is switched off. Any thread.
+inline void setDisabledText(QPalette& colours, const QColor& color) {
+  for (const auto role : {QPalette::WindowText, QPalette::ButtonText, QPalette::Text}) {
+    colours.setColor(QPalette::Disabled, role, color);
+  }
+}
+
 // What a dark desktop gives a window, for whoever shows or looks at one; its links have Qt's own
 // blue. Any thread.
 inline QPalette darkColours() {
@@ -11,9 +18,7 @@ inline QPalette darkColours() {
   colours.setColor(QPalette::Base, QColor(30, 30, 30));
   colours.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
   colours.setColor(QPalette::Highlight, QColor(42, 130, 218));
-  for (const auto role : {QPalette::WindowText, QPalette::ButtonText, QPalette::Text}) {
-    colours.setColor(QPalette::Disabled, role, QColor(130, 130, 130));
-  }
+  setDisabledText(colours, QColor(130, 130, 130));
   return colours;
 }
 

@@ -9,12 +9,6 @@ constexpr QSize kUsual(1000, 620);
 constexpr QSize kSmallest(720, 480);
 constexpr QSize kLarge(1400, 900);
 
-void setDisabledText(QPalette& colours, const QColor& color) {
-  for (const auto role : {QPalette::WindowText, QPalette::ButtonText, QPalette::Text}) {
-    colours.setColor(QPalette::Disabled, role, color);
-  }
-}
-
 }  // namespace
 
 QPalette lightColours() {
