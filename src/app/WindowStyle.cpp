@@ -89,6 +89,12 @@ QPalette WindowStyle::outlined(const QPalette& palette) const {
   return other;
 }
 
+int WindowStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                           QStyleHintReturn* returned) const {
+  return hint == SH_FocusFrame_AboveWidget ? 1
+                                           : QProxyStyle::styleHint(hint, option, widget, returned);
+}
+
 void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {
   switch (element) {

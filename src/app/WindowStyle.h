@@ -25,6 +25,11 @@ class WindowStyle : public QProxyStyle {
   // one again and again: Fusion keeps what it has drawn under a palette's key.
   QPalette outlined(const QPalette& palette) const;
 
+  // The ring around the focus is above the control and its neighbours, so that nothing cuts it off.
+  int styleHint(StyleHint hint, const QStyleOption* option = nullptr,
+                const QWidget* widget = nullptr,
+                QStyleHintReturn* returned = nullptr) const override;
+
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
   void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,

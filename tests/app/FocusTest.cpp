@@ -109,6 +109,22 @@ TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {
       << color.name().toStdString();
 }
 
+// The button fills the box that it lies in.
+TEST_P(VisibleFocusTest, AllAroundAControlThatHasNoRoomAroundIt) {
+  Alert alert(&windows->window(), QStringLiteral("Text"));
+  alert.show();
+  waitForActive(alert);
+  QWidget& button = *alert.button(QMessageBox::Ok);
+  const QImage with = painted(button, button);
+  const QImage without = painted(button, alert);
+  const int right = with.width() - 1;
+  const int bottom = with.height() - 1;
+  for (const QPoint edge : {QPoint(2, bottom / 2), QPoint(right - 2, bottom / 2),
+                            QPoint(right / 2, 2), QPoint(right / 2, bottom - 2)}) {
+    EXPECT_NE(with.pixelColor(edge), without.pixelColor(edge)) << edge.x() << ' ' << edge.y();
+  }
+}
+
 using FocusTest = WindowTest;
 
 TEST_F(FocusTest, IsOnAControlFromTheBeginning) {
