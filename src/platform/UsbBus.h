@@ -10,6 +10,9 @@
 
 namespace fillstation {
 
+// What a whole device says its class is.
+inline constexpr const char* kUsbDeviceClass = "IOUSBDevice";
+
 // One control request to a USB device, fields as in the USB standard's set-up packet.
 struct UsbRequest {
   std::uint8_t requestType = 0;
@@ -44,9 +47,9 @@ class UsbDevice {
   virtual ~UsbDevice() = default;
 
   virtual bool conformsTo(std::string_view className) const = 0;
-  // "IOUSBDevice" for a whole device.
+  // kUsbDeviceClass for a whole device.
   virtual std::string className() const = 0;
-  // The product name; "IOUSBDevice" for a device without one.
+  // The product name; kUsbDeviceClass for a device without one.
   virtual std::string registryName() const = 0;
 
   // Bus number x 65536 + device number.

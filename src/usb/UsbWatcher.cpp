@@ -13,7 +13,6 @@ std::shared_ptr<DiskSession> session;
 
 namespace {
 
-constexpr const char* kDeviceClass = "IOUSBDevice";
 constexpr const char* kPlayerName = "HS USB FlashDisk";
 constexpr std::u32string_view kPlayerVendor = U"ACTIONS";
 constexpr std::size_t kNameBufferSize = 128;
@@ -33,17 +32,17 @@ enum class Walk { goOn, stop };
 std::string inNameBuffer(const std::string& name) { return name.substr(0, kNameBufferSize - 1); }
 
 bool mayBePlayer(const UsbDevice& device) {
-  if (!device.conformsTo(kDeviceClass)) {
+  if (!device.conformsTo(kUsbDeviceClass)) {
     return false;
   }
   const std::string className = inNameBuffer(device.className());
   std::fprintf(stderr, "This device's className is %s\n", className.c_str());
-  if (className != kDeviceClass) {
+  if (className != kUsbDeviceClass) {
     return false;
   }
   const std::string deviceName = inNameBuffer(device.registryName());
   std::fprintf(stderr, "Device Name is %s\n", deviceName.c_str());
-  return deviceName == kPlayerName || deviceName == kDeviceClass;
+  return deviceName == kPlayerName || deviceName == kUsbDeviceClass;
 }
 
 Walk waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskName) {
@@ -148,7 +147,7 @@ int registerForUSBNotifications(void* receiver, UpdateUsbInfoCallBack deliver) {
   objInstance = receiver;
   updateUsbInfoCallBack = deliver;
   UsbBus& bus = *platform().usbBus;
-  if (!bus.open(kDeviceClass)) {
+  if (!bus.open(kUsbDeviceClass)) {
     return -1;
   }
   attachIterator =

@@ -49,4 +49,7 @@ class BenchBackEnd : public BackEnd {
   ThreadWorkers workers{stop};
 };
 
+// For the suites' instances.
+inline const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
+
 }  // namespace fillstation::contract

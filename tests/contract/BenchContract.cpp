@@ -6,12 +6,6 @@
 
 namespace fillstation::contract {
 
-namespace {
-
-const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
-
-}  // namespace
-
 INSTANTIATE_TEST_SUITE_P(Bench, UsbBusContract, ::testing::Values(kBench), nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Bench, DiskSessionContract, ::testing::Values(kBench), nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Bench, ScriptRunnerContract, ::testing::Values(kBench), nameOfKind);

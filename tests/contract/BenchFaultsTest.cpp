@@ -12,8 +12,6 @@ namespace fillstation::contract {
 
 namespace {
 
-const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
-
 class BenchFaultsTest : public BenchTest {
  protected:
   // Whether the volume, which nobody has open any more, can be unmounted.

@@ -9,8 +9,6 @@ namespace fillstation::contract {
 
 namespace {
 
-const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
-
 class BenchFolderTest : public BenchTest {
  protected:
   std::string at(const std::string& below) const { return bench->folder.path(below); }

@@ -16,7 +16,7 @@ namespace {
 
 // More names than any case has players: the nodes are names only, nothing may come of them.
 constexpr int kNodes = 16;
-constexpr off_t kBlock = 4096;
+constexpr off_t kScanStep = 4096;
 
 void addNumber(QCryptographicHash& hash, off_t number) {
   hash.addData(QByteArray::number(static_cast<qlonglong>(number)) + ' ');
@@ -32,15 +32,15 @@ std::string digestOf(const std::string& path) {
   QCryptographicHash hash(QCryptographicHash::Sha256);
   const off_t length = ::lseek(file.get(), 0, SEEK_END);
   addNumber(hash, length);
-  std::vector<char> block(kBlock);
-  const std::vector<char> zeros(kBlock);
+  std::vector<char> block(kScanStep);
+  const std::vector<char> zeros(kScanStep);
   off_t at = 0;
   while (at < length) {
     const off_t data = ::lseek(file.get(), at, SEEK_DATA);
     if (data < 0) {
       break;  // a hole up to the end
     }
-    at = data / kBlock * kBlock;
+    at = data / kScanStep * kScanStep;
     const ssize_t count = ::pread(file.get(), block.data(), block.size(), at);
     if (count <= 0) {
       return {};
@@ -49,7 +49,7 @@ std::string digestOf(const std::string& path) {
       addNumber(hash, at);
       hash.addData(QByteArrayView(block.data(), count));
     }
-    at += kBlock;
+    at += kScanStep;
   }
   return hash.result().toHex().toStdString();
 }

@@ -14,13 +14,13 @@ namespace {
 
 class WrongDiskTest : public ::testing::TestWithParam<WrongDiskCase> {};
 
-std::string nameOf(const ::testing::TestParamInfo<WrongDiskCase>& info) {
+std::string nameOfMoment(const ::testing::TestParamInfo<WrongDiskCase>& info) {
   std::string name = info.param.moment;
   std::replace(name.begin(), name.end(), ' ', '_');
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Bench, WrongDiskTest, ::testing::ValuesIn(wrongDiskCases()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Bench, WrongDiskTest, ::testing::ValuesIn(wrongDiskCases()), nameOfMoment);
 
 TEST_P(WrongDiskTest, KeepsEveryByte) {
   std::vector<WrongDiskOutcome> seen;

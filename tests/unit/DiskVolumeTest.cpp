@@ -11,14 +11,6 @@ namespace {
 constexpr std::int64_t kLong = 1'000'000;
 constexpr std::int64_t kShort = 10'000;
 
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  for (int time = 0; time < count; ++time) {
-    all += text;
-  }
-  return all;
-}
-
 // What one lookup gave and printed.
 struct Lookup {
   std::optional<std::string> name;

@@ -10,8 +10,6 @@
 namespace fillstation::test {
 namespace {
 
-const std::string kPlayerLines =
-    "This device's className is IOUSBDevice\nDevice Name is HS USB FlashDisk\n";
 const std::string kMounted = "\n got vol name\n got vol pathfile:///media/SONGS/";
 
 // A registration and what it printed.

@@ -11,6 +11,18 @@
 
 namespace fillstation::test {
 
+// What is printed of a device, and of one that is a player.
+inline const std::string kClassLine = "This device's className is IOUSBDevice\n";
+inline const std::string kPlayerLines = kClassLine + "Device Name is HS USB FlashDisk\n";
+
+inline std::string repeated(const std::string& text, int count) {
+  std::string all;
+  for (int time = 0; time < count; ++time) {
+    all += text;
+  }
+  return all;
+}
+
 // A record as its receiver would keep it: every text copied.
 struct KeptRecord {
   std::optional<std::string> vid, pid, serialNumber, mountPath, volumeName, diskName;

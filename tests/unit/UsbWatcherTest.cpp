@@ -5,17 +5,7 @@
 namespace fillstation::test {
 namespace {
 
-const std::string kClassLine = "This device's className is IOUSBDevice\n";
-const std::string kPlayerLines = kClassLine + "Device Name is HS USB FlashDisk\n";
 const std::string kFoundVolume = "\n got vol name\n got vol path";
-
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  for (int time = 0; time < count; ++time) {
-    all += text;
-  }
-  return all;
-}
 
 // Hands out these devices once.
 class ListIterator : public UsbDeviceIterator {

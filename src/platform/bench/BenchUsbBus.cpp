@@ -15,7 +15,6 @@ namespace fillstation {
 
 namespace {
 
-constexpr std::string_view kClassName = "IOUSBDevice";
 constexpr std::string_view kImageEnding = ".img";
 
 }  // namespace
@@ -79,7 +78,7 @@ BenchUsbBus::~BenchUsbBus() {
 }
 
 bool BenchUsbBus::open(std::string_view className) {
-  if (className != kClassName || !folderWatch_.open()) {
+  if (className != kUsbDeviceClass || !folderWatch_.open()) {
     return false;
   }
   volumes_.clear();

@@ -10,7 +10,6 @@ namespace fillstation {
 
 namespace {
 
-constexpr const char* kClassName = "IOUSBDevice";
 
 // The standard request for a string descriptor.
 constexpr std::uint8_t kDeviceToHost = 0x80;
@@ -68,13 +67,13 @@ class BenchUsbInterface : public UsbDeviceInterface {
 }  // namespace
 
 bool BenchUsbDevice::conformsTo(std::string_view className) const {
-  return className == kClassName;
+  return className == kUsbDeviceClass;
 }
 
-std::string BenchUsbDevice::className() const { return kClassName; }
+std::string BenchUsbDevice::className() const { return kUsbDeviceClass; }
 
 std::string BenchUsbDevice::registryName() const {
-  return player_->identity().product.value_or(kClassName);
+  return player_->identity().product.value_or(kUsbDeviceClass);
 }
 
 std::optional<std::string> BenchUsbDevice::searchDiskName() const {

@@ -8,7 +8,6 @@ namespace fillstation {
 
 namespace {
 
-constexpr std::string_view kDeviceClass = "IOUSBDevice";
 constexpr const char* kSubsystem = "usb";
 // Whole devices; their interfaces are of this subsystem too.
 constexpr const char* kDeviceType = "usb_device";
@@ -34,7 +33,7 @@ UdevUsbBus::~UdevUsbBus() {
 }
 
 bool UdevUsbBus::open(std::string_view className) {
-  if (className != kDeviceClass || !listen()) {
+  if (className != kUsbDeviceClass || !listen()) {
     return false;
   }
   // After the monitor, so that nobody who comes meanwhile is missed.

@@ -7,7 +7,6 @@ namespace fillstation {
 
 namespace {
 
-constexpr const char* kDeviceClass = "IOUSBDevice";
 constexpr const char* kHubClass = "IOUSBHubDevice";
 // The class field of a hub's device descriptor, in sysfs.
 constexpr const char* kUsbHub = "09";
@@ -29,13 +28,13 @@ UdevUsbDevice::UdevUsbDevice(std::size_t attach, std::uint32_t handle, udev_devi
       disks_(disks) {}
 
 bool UdevUsbDevice::conformsTo(std::string_view className) const {
-  return className == kDeviceClass;
+  return className == kUsbDeviceClass;
 }
 
-std::string UdevUsbDevice::className() const { return isHub_ ? kHubClass : kDeviceClass; }
+std::string UdevUsbDevice::className() const { return isHub_ ? kHubClass : kUsbDeviceClass; }
 
 std::string UdevUsbDevice::registryName() const {
-  return product_.empty() ? kDeviceClass : product_;
+  return product_.empty() ? kUsbDeviceClass : product_;
 }
 
 std::optional<std::string> UdevUsbDevice::searchDiskName() const {
