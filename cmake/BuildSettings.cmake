@@ -1,3 +1,14 @@
+# Headers cost most of the time to compile: sources of a target share them, twelve at a time.
+set(CMAKE_UNITY_BUILD ON CACHE BOOL "Compile several sources of a target at once")
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+
+# What was compiled once is taken from ccache where that is installed, in any folder that holds a clone.
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}"
+    CCACHE_NOHASHDIR=1 "${CCACHE}")
+endif()
+
 # Two interface targets that every target of ours links: the warnings, and the sanitizers of the preset.
 add_library(fillstation_warnings INTERFACE)
 target_compile_options(fillstation_warnings INTERFACE

@@ -137,7 +137,7 @@ def measure(build, out, repeat, rows=("flush", "whole")):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--repeat", type=int, default=3, metavar="N")
-    parser.add_argument("--build", type=pathlib.Path, default=HERE.parent / "build/perf")
+    parser.add_argument("--build", type=pathlib.Path, default=HERE.parent / "build/release")
     parser.add_argument("--out", type=pathlib.Path, default=HERE.parent / "build/perf/box")
     parser.add_argument("rows", nargs="*", default=["flush", "whole"])
     options = parser.parse_args()

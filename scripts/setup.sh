@@ -93,18 +93,25 @@ progress() {
   done 3>"$1"
 }
 
-# build PRESET TARGET [CMAKE-OPTION…]: configures and builds. On a terminal ninja shows its one line
-# of progress; elsewhere there is a line now and then. The whole output appears if it fails.
-build() {
-  local preset=$1 target=$2 started=$SECONDS
-  shift 2
-  local log="build/$preset/$target.log"
-  mkdir -p "build/$preset"
-  say "Configuring build/$preset"
+# configure PRESET [CMAKE-OPTION…]: prepares the build folder; the output appears if that fails.
+configure() {
+  local preset=$1
+  shift
+  local log="build/$preset-configure.log"
+  mkdir -p build
+  say "Configuring the preset $preset"
   cmake --preset "$preset" "$@" >"$log" 2>&1 ||
     show_and_fail "$log" "CMake could not configure the preset $preset (see above)."
-  say "Building $target in build/$preset with $(nproc) jobs"
-  local -a command=(cmake --build --preset "$preset" --parallel "$(nproc)" --target "$target")
+}
+
+# build PRESET TARGET…: builds what is configured. On a terminal ninja shows its one line of
+# progress; elsewhere there is a line now and then. The whole output appears if it fails.
+build() {
+  local preset=$1 started=$SECONDS
+  shift
+  local log="build/$preset-build.log"
+  say "Building $* in the preset $preset with $(nproc) jobs"
+  local -a command=(cmake --build --preset "$preset" --parallel "$(nproc)" --target "$@")
   if [[ -t 1 ]]; then
     "${command[@]}" || fail "The build of the preset $preset failed (see above)."
   else

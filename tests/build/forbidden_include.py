@@ -2,7 +2,7 @@
 
 Usage: forbidden_include.py COMPILE_COMMANDS FOLDER HEADER
 
-Takes the command that compiles a source of FOLDER, and checks that it accepts a file without the
+Takes the command that compiles sources of FOLDER (relative, as in src/base), and checks that it accepts a file without the
 include of HEADER (which comes with its quotes or brackets) and refuses the same file with it.
 """
 
@@ -19,9 +19,10 @@ PLAIN = "int answer() { return 42; }\n"
 def flags_of(commands_file, folder):
     """The compiler and the flags for the sources of the folder, without input and output."""
     for entry in json.loads(Path(commands_file).read_text()):
-        if Path(entry["file"]).parent == Path(folder):
-            words = shlex.split(entry["command"])
-            words = words[: words.index("-o")]
+        words = shlex.split(entry["command"])
+        output = words.index("-o")
+        if words[output + 1].startswith(f"{folder}/CMakeFiles/"):
+            words = words[:output]
             return [word for word in words if word != entry["file"]], entry["directory"]
     raise SystemExit(f"No source of {folder} is compiled.")
 
