@@ -15,13 +15,25 @@ function(fillstation_layer name)
   endif()
 endfunction()
 
-# fillstation_test(NAME SOURCES … LINKS …): a GoogleTest program; ctest lists each of its cases.
+# fillstation_test(NAME SOURCES … LINKS … [SHARDS N]): a GoogleTest program. ctest runs it whole, or as
+# N processes that share its cases; what came of each case is in results/ of the build folder.
 function(fillstation_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "SHARDS" "SOURCES;LINKS")
   add_executable(${name} ${test_SOURCES})
   target_link_libraries(${name} PRIVATE ${test_LINKS} GTest::gtest fillstation_warnings
     fillstation_sanitizers)
-  # Listed when ctest starts, in the environment of the test preset, which the sanitizers need.
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 DISCOVERY_MODE PRE_TEST
-    PROPERTIES TIMEOUT 120 ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+  if(NOT test_SHARDS)
+    set(test_SHARDS 1)
+  endif()
+  list(TRANSFORM test_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+  foreach(shard RANGE 1 ${test_SHARDS})
+    math(EXPR index "${shard} - 1")
+    set(test "${name} ${shard}")
+    add_test(NAME "${test}" COMMAND ${name})
+    # ./test -R looks for the cases in the required files.
+    set_tests_properties("${test}" PROPERTIES TIMEOUT 600 REQUIRED_FILES "${test_SOURCES}"
+      ENVIRONMENT "QT_QPA_PLATFORM=offscreen;GTEST_BRIEF=1;\
+GTEST_OUTPUT=xml:${CMAKE_BINARY_DIR}/results/${name}.${shard}/;\
+GTEST_TOTAL_SHARDS=${test_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

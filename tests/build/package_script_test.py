@@ -29,8 +29,7 @@ class PackageScript(unittest.TestCase):
         self.bin = Path(scratch.name) / "bin"
         self.bin.mkdir()
         (self.root / "scripts").mkdir(parents=True)
-        for script in ("results.sh", "setup.sh"):
-            shutil.copy(PROJECT / "scripts" / script, self.root / "scripts")
+        shutil.copy(PROJECT / "scripts/setup.sh", self.root / "scripts")
         shutil.copy(PROJECT / "package", self.root)
         (self.root / "scripts/packages.txt").write_text("")
         (self.root / "one").write_text("1\n")
@@ -84,7 +83,7 @@ class PackageScript(unittest.TestCase):
         self.assertIn("SOURCE_DATE_EPOCH=222", self.seen())
         files = [line for line in self.seen() if line.startswith("./")]
         self.assertEqual(files, ["./.gitignore", "./one", "./package", "./scripts/packages.txt",
-                                 "./scripts/results.sh", "./scripts/setup.sh"])
+                                 "./scripts/setup.sh"])
 
     def test_new_files_belong_to_it_and_ignored_and_deleted_ones_do_not(self):
         (self.root / "gone").write_text("")
@@ -96,8 +95,7 @@ class PackageScript(unittest.TestCase):
         self.package()
         files = [line for line in self.seen() if line.startswith("./")]
         self.assertEqual(files, ["./.gitignore", "./new", "./one", "./package",
-                                 "./scripts/packages.txt", "./scripts/results.sh",
-                                 "./scripts/setup.sh"])
+                                 "./scripts/packages.txt", "./scripts/setup.sh"])
 
     def test_a_second_build_of_the_same_bytes_passes(self):
         done = self.package("--check")

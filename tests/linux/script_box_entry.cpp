@@ -76,15 +76,29 @@ bool isPicked(const std::string& name) {
   return matches(minus == 0 ? "*" : patterns.substr(0, minus)) && !matches(unwanted);
 }
 
+// A number that GoogleTest's own sharding reads from the environment, which is then without it: in a
+// box the one case is always run.
+int takeFromEnvironment(const char* name, int otherwise) {
+  const char* text = std::getenv(name);
+  const int number = text != nullptr ? std::atoi(text) : otherwise;
+  ::unsetenv(name);
+  return number;
+}
+
 // Each case changes its box: one box each.
 int runEach(const std::vector<std::string>& given) {
+  const int shards = takeFromEnvironment("GTEST_TOTAL_SHARDS", 1);
+  const int shard = takeFromEnvironment("GTEST_SHARD_INDEX", 0);
   int failed = 0;
+  int picked = 0;
   const auto& all = *testing::UnitTest::GetInstance();
   for (int suite = 0; suite < all.total_test_suite_count(); ++suite) {
     const auto& cases = *all.GetTestSuite(suite);
     for (int number = 0; number < cases.total_test_count(); ++number) {
       const std::string name = std::string(cases.name()) + "." + cases.GetTestInfo(number)->name();
-      failed |= isPicked(name) ? runInBox(given, name) : 0;
+      if (isPicked(name) && picked++ % shards == shard) {
+        failed |= runInBox(given, name);
+      }
     }
   }
   return failed;

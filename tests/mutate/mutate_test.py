@@ -96,10 +96,10 @@ class Processes(unittest.TestCase):
 
 
 class Fixture(unittest.TestCase):
-    def mutate(self, *arguments):
+    def mutate(self, *arguments, status=0):
         command = [sys.executable, "-B", HERE / "mutate", "--root", HERE / "fixture", *arguments]
         result = subprocess.run(command, capture_output=True, text=True)
-        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(result.returncode, status, result.stderr)
         return result.stdout
 
     def test_the_seed_alone_decides_what_is_drawn(self):
@@ -112,7 +112,8 @@ class Fixture(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             file = f"{folder}/results.json"
             before = (HERE / "fixture/src/Price.cpp").read_bytes()
-            output = self.mutate("--only=src/Price.cpp:8", "--workers=2", f"--json={file}", "src")
+            output = self.mutate("--only=src/Price.cpp:8", "--workers=2", f"--json={file}",
+                                 "--most=49", "src", status=1)
             self.assertEqual((HERE / "fixture/src/Price.cpp").read_bytes(), before)
             results = json.loads(Path(file).read_text())
         outcomes = {(each["before"], each["after"]): each["outcome"] for each in results}
@@ -128,7 +129,7 @@ class Fixture(unittest.TestCase):
         self.assertIn("src/Price.cpp:8: comparison: >= -> >\n", output)
 
     def test_each_program_that_starts_a_changed_one_is_run(self):
-        output = self.mutate("--only=src/Tool.cpp:2", "--workers=1", "src")
+        output = self.mutate("--only=src/Tool.cpp:2", "--workers=1", "--most=0", "src")
         self.assertIn("killed by ToolTest Tool.EndsWithSeven", output)
         self.assertIn("0 of 2 survived (0.0 %)", output)
 

@@ -20,7 +20,7 @@ SLOWEST = 5  # times what a program took without a mutation, and some seconds mo
 
 @dataclass
 class Program:
-    """A test program as ctest knows it: one call of the whole, or its cases one by one."""
+    """A test program as ctest knows it, with all the calls of it."""
 
     path: str  # relative to the build folder, which is its name for ninja
     environment: dict
@@ -31,7 +31,7 @@ class Program:
     kills: dict = field(default_factory=dict)  # source file -> how often it caught a mutation
 
     def adopt(self, measured):
-        self.calls, self.seconds, self.kills = measured.calls, measured.seconds, measured.kills
+        self.seconds, self.kills = measured.seconds, measured.kills
 
 
 @dataclass
@@ -107,9 +107,13 @@ class Workshop:
         path = os.path.relpath(command[0], self.build)
         environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
         folder = properties.get("WORKING_DIRECTORY", str(self.build))
+        # Without what divides a program of GoogleTest's into several calls, and keeps its results.
+        plain = {key: text for key, text in environment.items() if not key.startswith("GTEST_")}
         program = programs.setdefault(
-            path, Program(path, environment, os.path.relpath(folder, self.build), []))
-        program.calls.append(command[1:])
+            path, Program(path, plain, os.path.relpath(folder, self.build), []))
+        call = WHOLE if plain != environment else command[1:]
+        if call not in program.calls:
+            program.calls.append(call)
 
     def _executables(self, path):
         """A program needs what it starts to be built before it, as what it is made from."""
@@ -122,23 +126,13 @@ class Workshop:
                         and os.access(each, os.X_OK))]
 
     def measure(self, program):
-        """Runs the program without a mutation. Cases that need a process each get one each."""
+        """Runs the program without a mutation."""
         started = time.monotonic()
-        is_gtest = all(any(word.startswith("--gtest_filter=") for word in call)
-                       for call in program.calls)
-        cases = program.calls
-        if is_gtest:
-            program.calls = [WHOLE]
-        for attempt in range(2):
-            failed = self._test(program, 600)
-            if not failed:
-                program.seconds = time.monotonic() - started
-                return program
-            if not is_gtest or attempt == 1:
-                break
-            program.calls = cases
-            started = time.monotonic()
-        raise SystemExit(f"Fails without a mutation: {program.path} {failed[1]}")
+        failed = self._test(program, 600)
+        if failed:
+            raise SystemExit(f"Fails without a mutation: {program.path} {failed[1]}")
+        program.seconds = time.monotonic() - started
+        return program
 
     # --- one mutation
 
