@@ -4,7 +4,18 @@
 namespace fillstation::test {
 namespace {
 
-using StartUpTest = WindowTest;
+class StartUpTest : public WindowTest {
+ protected:
+  // A player that is there already, but whose disk is found at the third look: the registration
+  // pauses.
+  void plugSlowStick() {
+    const auto stick = makeStick("sdb", 0x10005);
+    stick->search = [](std::size_t look) {
+      return look > 2 ? std::optional<std::string>("sdb") : std::nullopt;
+    };
+    bus.plug(stick);
+  }
+};
 
 TEST_F(StartUpTest, TheBusyIndicatorIsHiddenWhileItIsStopped) {
   EXPECT_TRUE(ui().pbCircle->isDisplayedWhenStopped());
@@ -90,12 +101,7 @@ TEST_F(StartUpTest, ARightClickDuringTheFirstPauseFindsNoRow) {
       shown = menuTexts();
     }
   };
-  // No disk below it at first: the watcher pauses.
-  auto stick = makeStick("sdb", 0x10005);
-  stick->search = [](std::size_t look) {
-    return look > 2 ? std::optional<std::string>("sdb") : std::nullopt;
-  };
-  bus.plug(stick);
+  plugSlowStick();
   launchQuietly();
   EXPECT_EQ(clicks, 1U);
   EXPECT_EQ(clickedRow, -1);
@@ -107,13 +113,27 @@ TEST_F(StartUpTest, ARightClickDuringTheFirstPauseFindsNoRow) {
 TEST_F(StartUpTest, TheWindowIsAliveDuringAPauseOfTheRegistration) {
   showWindow();
   ports.clock.onSleep = [&](std::size_t) { click(ui().tirellLinkBtn); };
-  auto stick = makeStick("sdb", 0x10005);
-  stick->search = [](std::size_t look) {
-    return look > 2 ? std::optional<std::string>("sdb") : std::nullopt;
-  };
-  bus.plug(stick);
+  plugSlowStick();
   launchQuietly();
   EXPECT_EQ(ports.workspace.opened.size(), ports.clock.sleeps().size());
+}
+
+TEST_F(StartUpTest, TheControlsAreSetUpBeforeTheRegistrationPauses) {
+  TRAttributedString title = ui().tirellLinkBtn->attributedTitle();
+  title.addAttribute(TRAttributedString::kForegroundColor, QColor(Qt::blue), 0, title.length());
+  title.addAttribute(TRAttributedString::kUnderlineStyle, 1, 0, title.length());
+  std::size_t pauses = 0;
+  ports.clock.onSleep = [&](std::size_t) {
+    ++pauses;
+    EXPECT_FALSE(ui().pbCircle->isDisplayedWhenStopped());
+    EXPECT_EQ(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+    EXPECT_EQ(ui().tirellLinkBtn->attributedTitle(), title);
+    EXPECT_TRUE(ui().tirellLinkBtn->isEnabled());
+    EXPECT_EQ(ui().cmbFileType->currentIndex(), 0);
+  };
+  plugSlowStick();
+  launch();
+  EXPECT_EQ(pauses, 2U);
 }
 
 TEST_F(StartUpTest, ADetachDuringTheLookupOfTheSamePlayerIsHandledAfterwards) {
