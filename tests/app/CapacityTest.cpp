@@ -67,6 +67,13 @@ TEST(CapacityText, ShowsMegabytesFromOneMegabyteUp) {
   EXPECT_EQ(capacityText(7948206080), "7580 MB");
 }
 
+TEST(CapacityText, IsComputedInDoublePrecision) {
+  // Single precision rounds the first two up to the next megabyte, integers the last one down.
+  EXPECT_EQ(capacityText(4294967295), "4095 MB");
+  EXPECT_EQ(capacityText(34359738367), "32767 MB");
+  EXPECT_EQ(capacityText(std::numeric_limits<std::int64_t>::max()), "8796093022208 MB");
+}
+
 TEST(CapacityText, RoundsTheSentinelToZeroKilobytes) { EXPECT_EQ(capacityText(-1), "0 KB"); }
 
 TEST(CapacityText, KeepsTheSignOfKilobytes) { EXPECT_EQ(capacityText(-5000), "-4 KB"); }
@@ -78,6 +85,10 @@ TEST(SpaceLeftText, ShowsNegativeKilobytesUnsigned) {
 TEST(SpaceLeftText, ShowsNegativeMegabytesUnsigned) {
   EXPECT_EQ(spaceLeftText(-10485760), "18446744073709551606 MB");
   EXPECT_EQ(spaceLeftText(-kMega), "18446744073709551615 MB");
+}
+
+TEST(SpaceLeftText, IsComputedInDoublePrecision) {
+  EXPECT_EQ(spaceLeftText(-std::numeric_limits<std::int64_t>::max()), "18446735277616529408 MB");
 }
 
 TEST(SpaceLeftText, ChangesItsUnitAtExactlyOneMegabyte) {
