@@ -28,8 +28,8 @@ class WholeRunTest : public WindowTest {
   void run() {
     click(ui().btnAll);
     click(ui().btnStart);
-    QTest::keyClicks(panelUi().userNameField, QStringLiteral("admin"));
-    QTest::keyClicks(panelUi().passwordField, QStringLiteral("secret"));
+    QTest::keyClicks(panelUi().userNameField, userName);
+    QTest::keyClicks(panelUi().passwordField, password);
     whenever([this] {
       QMessageBox* box = alert();
       if (box == nullptr) {
@@ -51,6 +51,8 @@ class WholeRunTest : public WindowTest {
     return texts;
   }
 
+  QString userName = QStringLiteral("admin");
+  QString password = QStringLiteral("secret");
   std::mutex lock;
   Texts requests;
   std::string message;
@@ -122,6 +124,28 @@ TEST_F(WholeRunTest, APlayerThatFailsIsNamed) {
   };
   run();
   EXPECT_EQ(message, "Process Completed.\nPlayer /dev/sdb Failed in process");
+}
+
+TEST_F(WholeRunTest, BlanksInTheCredentialsReachTheScriptRunner) {
+  plugStick("sdb");
+  userName = QStringLiteral("  the  boss ");
+  password = QStringLiteral(" pass  word  ");
+  run();
+  ASSERT_EQ(ports.scripts.calls().size(), 2U);
+  EXPECT_EQ(ports.scripts.calls().at(0).source,
+            "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name "
+            "\"  the  boss \" password \" pass  word  \" with administrator privileges");
+}
+
+TEST_F(WholeRunTest, ALoneBlankIsNotEmpty) {
+  plugStick("sdb");
+  userName = QStringLiteral(" ");
+  password = QStringLiteral(" ");
+  run();
+  EXPECT_EQ(message, "Process Completed.");
+  ASSERT_EQ(ports.scripts.calls().size(), 2U);
+  EXPECT_NE(ports.scripts.calls().at(1).source.find("user name \" \" password \" \" with"),
+            std::string::npos);
 }
 
 TEST_F(WholeRunTest, TheNamesAreReadAnewDuringTheRun) {
