@@ -126,6 +126,19 @@ TEST_F(WholeRunTest, APlayerThatFailsIsNamed) {
   EXPECT_EQ(message, "Process Completed.\nPlayer /dev/sdb Failed in process");
 }
 
+TEST_F(WholeRunTest, PlayersAreTakenInDisplayOrder) {
+  plugStick("sdd", 0x10002);
+  plugStick("sdb", 0x10003);
+  plugStick("sdc", 0x10004);
+  ports.scripts.answer = [](std::size_t, const TestScriptRunner::Call&) {
+    return ScriptOutcome{{}, 1, "no"};
+  };
+  run();
+  EXPECT_EQ(message,
+            "Process Completed.\nPlayer /dev/sdd Failed in process\n"
+            "Player /dev/sdb Failed in process\nPlayer /dev/sdc Failed in process");
+}
+
 TEST_F(WholeRunTest, BlanksInTheCredentialsReachTheScriptRunner) {
   plugStick("sdb");
   userName = QStringLiteral("  the  boss ");
