@@ -54,7 +54,15 @@ class Trace {
 class TraceLog : public SystemLog {
  public:
   explicit TraceLog(Trace& trace) : trace_(trace) {}
-  void write(std::string_view text) override { trace_.add("log " + std::string(text)); }
+  void write(std::string_view text) override {
+    trace_.add("log " + std::string(text));
+    if (onWrite) {
+      onWrite(std::string(text));
+    }
+  }
+
+  // Called after each text, on the thread that writes it.
+  std::function<void(const std::string&)> onWrite;
 
  private:
   Trace& trace_;
@@ -226,8 +234,8 @@ class CopyTest : public ::testing::Test {
   }
 
   // A whole run, until the result was reported.
-  std::shared_ptr<Reports> run(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
-    auto reports = std::make_shared<Reports>();
+  std::shared_ptr<Reports> run(const std::shared_ptr<TRFileCopyTaskCollection>& collection,
+                               std::shared_ptr<Reports> reports = std::make_shared<Reports>()) {
     collection->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress,
                                            collection);
     ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });

@@ -15,6 +15,23 @@ class CopyWalkTest : public CopyTest {
     return copyEvents();
   }
 
+  // The log texts and the reports of a task of these roots; "error: " before those that come when
+  // its error is set.
+  Lines markedByError(const std::shared_ptr<TRFileList>& list) {
+    const auto collection = collectionFor(list, {player});
+    task = collection->tasks().at(0);
+    Trace marked;
+    const auto note = [&](const std::string& event) {
+      marked.add((task->error() ? "error: " : "") + event);
+    };
+    log.onWrite = note;
+    const auto receiver = std::make_shared<Reports>();
+    receiver->onProgress = [&note] { note("report"); };
+    run(collection, receiver);
+    log.onWrite = nullptr;
+    return marked.events();
+  }
+
   std::shared_ptr<TRPlayer> player = addDisk("sdb", "/media/p", 7);
   std::shared_ptr<TRFileCopyTask> task;
   std::shared_ptr<Reports> reports;
@@ -98,6 +115,34 @@ TEST_F(CopyWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotLogged) {
                      kEnd));
   EXPECT_TRUE(task->error());
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
+}
+
+TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedCopyIsLoggedAndReported) {
+  files.failing = {"copy /s/a -> /media/p/a"};
+  const Lines events = markedByError(roots({folderRoot("/s", {file("/s/a", "a")})}));
+  EXPECT_EQ(Lines(events.end() - 5, events.end()),
+            lines("Copy /s/a\n", "error: Copy failed", "error: report", "error: copy Done!!!\n",
+                  "error: done\n"));
+}
+
+TEST_F(CopyWalkTest, ErrorIsSetBeforeADirectoryThatCannotBeCreatedIsReported) {
+  files.failing = {"mkdir /media/p/d"};
+  const Lines events = markedByError(roots({folderRoot("/s", {folder("/s/d", "d/")})}));
+  EXPECT_EQ(Lines(events.end() - 4, events.end()),
+            lines("Copy /s/d\n", "error: report", "error: copy Done!!!\n", "error: done\n"));
+}
+
+TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedFormatIsReported) {
+  answerScript = [](std::size_t) { return ScriptOutcome{{}, 1, "failed"}; };
+  const Lines events = markedByError(roots({fileRoot("/a", 1)}));
+  EXPECT_EQ(Lines(events.end() - 3, events.end()),
+            lines("dd operation failed.\n", "error: report", "error: done\n"));
+}
+
+TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedFlushIsFollowedByTheLastText) {
+  files.failing = {"flush"};
+  const Lines events = markedByError(roots());
+  EXPECT_EQ(Lines(events.end() - 2, events.end()), lines("error: copy Done!!!\n", "error: done\n"));
 }
 
 TEST_F(CopyWalkTest, FileNamedWithABlankLandsUnderItsDecodedName) {
