@@ -72,6 +72,11 @@ void TestMainThread::post(std::function<void()> callable) {
   changed_.notify_all();
 }
 
+void TestMainThread::awaitQueued() {
+  std::unique_lock guard(lock_);
+  changed_.wait(guard, [&] { return !queue_.empty(); });
+}
+
 void TestMainThread::runUntil(const std::function<bool()>& done) {
   while (!done()) {
     std::function<void()> callable;

@@ -29,6 +29,8 @@ class TestMainThread : public MainThread {
 
   // Queues a callable for the main thread. Any thread.
   void post(std::function<void()> callable);
+  // Returns when a callable is queued.
+  void awaitQueued();
   // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.
   void runUntil(const std::function<bool()>& done);
   // From now on hand-overs return undelivered.

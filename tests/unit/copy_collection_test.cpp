@@ -254,6 +254,22 @@ TEST_F(CopyCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
   EXPECT_EQ(reports->progress.back(), 100);
 }
 
+TEST_F(CopyCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) {
+  const auto made = at({10, 20});
+  const auto reports = std::make_shared<Reports>();
+  const auto idle = collectionFor(roots(), {});
+  idle->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
+  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+  std::thread first([&] { made->updateProgress(); });
+  std::thread second([&] { made->updateProgress(); });
+  ports.mainThread.awaitQueued();
+  made->tasks().at(1)->setCurrentProgress(90);
+  ports.mainThread.runUntil([&] { return reports->progress.size() == 2; });
+  first.join();
+  second.join();
+  EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{50, 50}));
+}
+
 TEST_F(CopyCollectionTest, SecondStartTakesOverTheRemainingReportsOfTheFirst) {
   const auto list = roots({folderRoot(
       "/s", {file("/s/a", "a"), file("/s/b", "b"), file("/s/c", "c"), file("/s/d", "d")})});
