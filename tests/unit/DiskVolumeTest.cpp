@@ -210,13 +210,16 @@ TEST(GetDiskVolumeFromDriveName, StoresNewTexts) {
 
 TEST(GetDiskVolumeFromDriveName, AsksASessionOfItsOwnForTheNameAsGiven) {
   UsbRig rig;
-  session = nullptr;
+  const auto shared = platform().createDiskSession();
+  session = shared;
   const NamedLookup byNode("/dev/sdb");
+  EXPECT_EQ(session, shared);
+  session = nullptr;
   const NamedLookup byName("sdb");
-  EXPECT_EQ(byName.name, "SONGS");
-  EXPECT_EQ(rig.ports.disks.sessionsOpened, 2U);
-  EXPECT_EQ(rig.ports.disks.namesAsked, (std::vector<std::string>{"/dev/sdb", "sdb"}));
   EXPECT_EQ(session, nullptr);
+  EXPECT_EQ(byName.name, "SONGS");
+  EXPECT_EQ(rig.ports.disks.sessionsOpened, 3U);
+  EXPECT_EQ(rig.ports.disks.namesAsked, (std::vector<std::string>{"/dev/sdb", "sdb"}));
 }
 
 TEST(GetDiskVolumeFromDriveName, LeavesTheNameUntouchedWithoutAName) {
