@@ -137,13 +137,16 @@ void FileTable::dragEnterEvent(QDragEnterEvent* event) {
 // Anywhere on the table, since a drop goes to the end of the list.
 void FileTable::dragMoveEvent(QDragMoveEvent* event) {
   event->setDropAction(Qt::CopyAction);
-  event->accept();
+  event->setAccepted(isEnabled());
 }
 
+// A drag that has entered the table goes on there when the table is switched off.
 void FileTable::dropEvent(QDropEvent* event) {
   event->setDropAction(Qt::CopyAction);
-  event->accept();
-  emit dropped(localUrls(*event->mimeData()));
+  event->setAccepted(isEnabled());
+  if (isEnabled()) {
+    emit dropped(localUrls(*event->mimeData()));
+  }
 }
 
 void FileTable::mousePressEvent(QMouseEvent* event) {

@@ -114,5 +114,13 @@ TEST_F(DropTest, NothingIsTakenWhileTheControlsAreOff) {
   EXPECT_EQ(listed(), Texts{temp.path("album")});
 }
 
+TEST_F(DropTest, ADragOverTheTableIsNotTakenOnceTheControlsAreOff) {
+  temp.makeFolder("album");
+  EXPECT_TRUE(dragOver(local({temp.path("album")})));
+  controller().enableView(false);
+  EXPECT_FALSE(letGo());
+  EXPECT_TRUE(listed().empty());
+}
+
 }  // namespace
 }  // namespace fillstation::test
