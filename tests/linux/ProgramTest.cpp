@@ -8,6 +8,9 @@
 
 namespace fillstation::test {
 
+constexpr const char* kNoUdev = "udev isn't running: no player will be seen.\n";
+constexpr const char* kNoPkexec = "/usr/bin/pkexec is missing: no player can be formatted.\n";
+
 // The program that users run, on a machine that lacks what it needs.
 class ProgramTest : public ::testing::Test {
  protected:
@@ -22,6 +25,7 @@ class ProgramTest : public ::testing::Test {
     environment.insert("DBUS_SYSTEM_BUS_ADDRESS", busAddress);
     environment.insert("QT_QPA_PLATFORM", "offscreen");
     environment.insert("HOME", QString::fromStdString(home.path()));
+    environment.insert("MISSING_PART", missingPart);
     environment.remove("XDG_CONFIG_HOME");
     environment.remove("JOURNAL_STREAM");
     environment.remove("DBUS_SESSION_BUS_ADDRESS");
@@ -58,6 +62,7 @@ class ProgramTest : public ::testing::Test {
   QString nowhere() const { return QString::fromStdString("unix:path=" + home.path("none/bus")); }
 
   TempFolder home;
+  QString missingPart;  // of udev and pkexec, where they are not real
   QProcess program;
   QByteArray out;
   QByteArray err;
@@ -78,17 +83,19 @@ TEST_F(ProgramTest, WithoutUDisks2ItStartsSaysSoAndEndsWell) {
 }
 
 TEST_F(ProgramTest, WithoutUdevItSaysSo) {
-  start(nowhere());
-  EXPECT_EQ(err.count("udev isn't running: no player will be seen.\n"),
-            std::filesystem::exists("/run/udev/control") ? 0 : 1);
+  missingPart = "/run/udev/control";
+  start(nowhere(), PROGRAM_WITH_FAKE_PARTS);
   expectToEndWell();
+  EXPECT_EQ(err.count(kNoUdev), 1);
+  EXPECT_EQ(err.count(kNoPkexec), 0);
 }
 
 TEST_F(ProgramTest, WithoutPkexecItSaysSo) {
-  start(nowhere());
-  EXPECT_EQ(err.count("/usr/bin/pkexec is missing: no player can be formatted.\n"),
-            std::filesystem::exists("/usr/bin/pkexec") ? 0 : 1);
+  missingPart = "/usr/bin/pkexec";
+  start(nowhere(), PROGRAM_WITH_FAKE_PARTS);
   expectToEndWell();
+  EXPECT_EQ(err.count(kNoPkexec), 1);
+  EXPECT_EQ(err.count(kNoUdev), 0);
 }
 
 TEST_F(ProgramTest, WithoutItsAgentItStartsSaysSoAndEndsWell) {
