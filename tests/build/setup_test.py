@@ -7,7 +7,7 @@ import unittest
 from pathlib import Path
 
 SCRIPTS = Path(__file__).resolve().parents[2] / "scripts"
-LIST = "one build  # why\ntwo build\nthree demo\n"
+LIST = "one build  # why\ntwo build\nthree demo\nfour linux\n"
 
 
 class SetUp(unittest.TestCase):
@@ -18,7 +18,8 @@ class SetUp(unittest.TestCase):
         (self.root / "bin").mkdir()
         (self.root / "scripts").mkdir()
         (self.root / "scripts/packages.txt").write_text(LIST)
-        shutil.copy(SCRIPTS / "setup.sh", self.root / "scripts")
+        for script in ("scripts/setup.sh", "test"):
+            shutil.copy(SCRIPTS.parent / script, self.root / script)
         for tool in ("bash", "dirname", "basename", "cat", "grep", "mkdir", "env"):
             (self.root / "bin" / tool).symlink_to(shutil.which(tool))
         self.stand_in("apt-get", f'echo "apt-get $DEBIAN_FRONTEND $*" >>{self.root}/calls')
@@ -44,8 +45,11 @@ class SetUp(unittest.TestCase):
 
     def run_set_up(self, groups="build"):
         script = f'set -euo pipefail; source {self.root}/scripts/setup.sh; set_up {groups}'
+        return self.run_bash("-c", script, "test")
+
+    def run_bash(self, *arguments):
         result = subprocess.run(
-            [self.root / "bin/bash", "-c", script, "test"], stdin=subprocess.DEVNULL, cwd="/",
+            [self.root / "bin/bash", *arguments], stdin=subprocess.DEVNULL, cwd="/",
             env={"PATH": str(self.root / "bin")}, capture_output=True, text=True)
         file = self.root / "calls"
         return result, file.read_text().splitlines() if file.exists() else []
@@ -72,6 +76,15 @@ class SetUp(unittest.TestCase):
         result, calls = self.run_set_up()
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertEqual([call.split()[0] for call in calls], ["sudo", "apt-get"] * 2)
+
+    def test_root_gets_the_packages_of_the_tests_that_need_root_and_a_user_does_not(self):
+        self.installed()
+        self.sudo(asks=False)
+        self.stand_in("apt-get", "exit 100")
+        for user, names in ((0, "one two four"), (1000, "one two")):
+            self.user(user)
+            result, _ = self.run_bash(self.root / "test")
+            self.assertIn(f"with apt-get: {names}\n", result.stdout)
 
     def test_a_password_that_nobody_can_type_is_said(self):
         self.installed("one")
