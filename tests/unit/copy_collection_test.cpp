@@ -16,7 +16,7 @@ class NoMainThread : public MainThread {
   void runPending() override {}
 };
 
-class CopyCollectionTest : public CopyTest {
+class TRFileCopyTaskCollectionTest : public CopyTest {
  protected:
   // A collection of tasks at these percentages.
   std::shared_ptr<TRFileCopyTaskCollection> at(const std::vector<std::int64_t>& percentages) {
@@ -32,7 +32,7 @@ class CopyCollectionTest : public CopyTest {
   }
 };
 
-TEST_F(CopyCollectionTest, NewCollectionHoldsTheVeryListAndTheCredentials) {
+TEST_F(TRFileCopyTaskCollectionTest, NewCollectionHoldsTheVeryListAndTheCredentials) {
   const auto list = roots({fileRoot("/a", 1)});
   const auto made = std::make_shared<TRFileCopyTaskCollection>(list, "admin", "secret");
   EXPECT_EQ(made->files(), list);
@@ -42,7 +42,7 @@ TEST_F(CopyCollectionTest, NewCollectionHoldsTheVeryListAndTheCredentials) {
   EXPECT_FALSE(made->progress());
 }
 
-TEST_F(CopyCollectionTest, EveryPropertyCanBeSet) {
+TEST_F(TRFileCopyTaskCollectionTest, EveryPropertyCanBeSet) {
   const auto made = collectionFor(roots(), {});
   const auto list = roots();
   made->setFiles(list);
@@ -55,7 +55,7 @@ TEST_F(CopyCollectionTest, EveryPropertyCanBeSet) {
   EXPECT_EQ(made->progress().value(), 7);
 }
 
-TEST_F(CopyCollectionTest, EachPlayerGetsATaskInTheOrderOfTheCallsAlsoTwice) {
+TEST_F(TRFileCopyTaskCollectionTest, EachPlayerGetsATaskInTheOrderOfTheCallsAlsoTwice) {
   const auto first = addDisk("sdb", "/media/p");
   const auto second = addDisk("sdc", "/media/q");
   const auto list = roots({fileRoot("/a", 12)});
@@ -72,34 +72,34 @@ TEST_F(CopyCollectionTest, EachPlayerGetsATaskInTheOrderOfTheCallsAlsoTwice) {
   EXPECT_EQ(TRFileCopyTask::sharedLocker(), TRFileCopyTaskCollection::sharedLock());
 }
 
-TEST_F(CopyCollectionTest, SharedLockIsMadeOnce) {
+TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsMadeOnce) {
   EXPECT_NE(TRFileCopyTaskCollection::sharedLock(), nullptr);
   EXPECT_EQ(TRFileCopyTaskCollection::sharedLock(), TRFileCopyTaskCollection::sharedLock());
 }
 
-TEST_F(CopyCollectionTest, TasksAt100And50And0AreAt50) {
+TEST_F(TRFileCopyTaskCollectionTest, TasksAt100And50And0AreAt50) {
   EXPECT_EQ(combined(at({100, 50, 0})), 50);
 }
 
-TEST_F(CopyCollectionTest, TasksAt33And33And34AreAt33) {
+TEST_F(TRFileCopyTaskCollectionTest, TasksAt33And33And34AreAt33) {
   EXPECT_EQ(combined(at({33, 33, 34})), 33);
 }
 
-TEST_F(CopyCollectionTest, AverageIsTruncated) { EXPECT_EQ(combined(at({99, 100})), 99); }
+TEST_F(TRFileCopyTaskCollectionTest, AverageIsTruncated) { EXPECT_EQ(combined(at({99, 100})), 99); }
 
-TEST_F(CopyCollectionTest, SumIsKeptTo32Bits) {
+TEST_F(TRFileCopyTaskCollectionTest, SumIsKeptTo32Bits) {
   EXPECT_EQ(combined(at({(std::int64_t{1} << 32) + 60, 40})), 50);
   EXPECT_EQ(combined(at({std::numeric_limits<std::int64_t>::max(), 1})), 0);
 }
 
-TEST_F(CopyCollectionTest, SumWithTheSignBitIsDividedAsUnsigned) {
+TEST_F(TRFileCopyTaskCollectionTest, SumWithTheSignBitIsDividedAsUnsigned) {
   EXPECT_EQ(combined(at({-1})), -1);
   // 2^64 - 2 divided by 2, and the low 32 bits of that.
   EXPECT_EQ(combined(at({-1, -1})), -1);
   EXPECT_EQ(combined(at({-4, 0, 0, 0})), -1);
 }
 
-TEST_F(CopyCollectionTest, OneTaskThatFailedItsFormatAndOneAt0AreAt50) {
+TEST_F(TRFileCopyTaskCollectionTest, OneTaskThatFailedItsFormatAndOneAt0AreAt50) {
   const auto list = roots({fileRoot("/a", 10)});
   const auto made = collectionFor(list, {addDisk("sdb", "/media/p"), addDisk("sdc", "/media/q")});
   answerScript = [](std::size_t) { return ScriptOutcome{{}, 1, "failed"}; };
@@ -108,13 +108,13 @@ TEST_F(CopyCollectionTest, OneTaskThatFailedItsFormatAndOneAt0AreAt50) {
   EXPECT_EQ(made->progress().value(), 50);
 }
 
-TEST_F(CopyCollectionTest, ReportBeforeAnyStartTellsNobody) {
+TEST_F(TRFileCopyTaskCollectionTest, ReportBeforeAnyStartTellsNobody) {
   const auto made = at({10});
   made->updateProgress();
   EXPECT_EQ(made->progress().value(), 10);
 }
 
-TEST_F(CopyCollectionTest, CollectionWithoutTasksHasNoProgressToReport) {
+TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutTasksHasNoProgressToReport) {
   const auto made = at({});
   const auto reports = run(made);
   made->updateProgress();
@@ -122,7 +122,7 @@ TEST_F(CopyCollectionTest, CollectionWithoutTasksHasNoProgressToReport) {
   EXPECT_TRUE(reports->progress.empty());
 }
 
-TEST_F(CopyCollectionTest, CollectionWithoutPlayersReportsItsResultOnceAndNoProgress) {
+TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutPlayersReportsItsResultOnceAndNoProgress) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {});
   const auto reports = run(made);
   EXPECT_EQ(reports->resultContexts, std::vector<std::shared_ptr<void>>{made});
@@ -131,7 +131,7 @@ TEST_F(CopyCollectionTest, CollectionWithoutPlayersReportsItsResultOnceAndNoProg
   EXPECT_EQ(trace.events(), Lines{});
 }
 
-TEST_F(CopyCollectionTest, StartReturnsAtOnceWithTheRunOnAThreadOfItsOwn) {
+TEST_F(TRFileCopyTaskCollectionTest, StartReturnsAtOnceWithTheRunOnAThreadOfItsOwn) {
   const auto made = collectionFor(roots(), {});
   const auto reports = std::make_shared<Reports>();
   made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
@@ -140,7 +140,7 @@ TEST_F(CopyCollectionTest, StartReturnsAtOnceWithTheRunOnAThreadOfItsOwn) {
   ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
 }
 
-TEST_F(CopyCollectionTest, RunKeepsItsCollectionAlive) {
+TEST_F(TRFileCopyTaskCollectionTest, RunKeepsItsCollectionAlive) {
   auto made = collectionFor(roots(), {addDisk("sdb", "/media/p")});
   const std::weak_ptr<TRFileCopyTaskCollection> watched = made;
   const auto reports = std::make_shared<Reports>();
@@ -152,7 +152,7 @@ TEST_F(CopyCollectionTest, RunKeepsItsCollectionAlive) {
   EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(CopyCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiverAndTheContext) {
+TEST_F(TRFileCopyTaskCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiverAndTheContext) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {addDisk("sdb", "/media/p")});
   const auto reports = run(made);
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
@@ -161,7 +161,7 @@ TEST_F(CopyCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiverAndTheCo
             (std::vector<std::thread::id>{std::this_thread::get_id(), std::this_thread::get_id()}));
 }
 
-TEST_F(CopyCollectionTest, ResultComesOnceAfterTheLastTask) {
+TEST_F(TRFileCopyTaskCollectionTest, ResultComesOnceAfterTheLastTask) {
   const auto made = collectionFor(
       roots({folderRoot("/s", {file("/s/a", "a")})}),
       {addDisk("sdb", "/media/p"), addDisk("sdc", "/media/q"), addDisk("sdd", "/media/r")});
@@ -177,7 +177,7 @@ TEST_F(CopyCollectionTest, ResultComesOnceAfterTheLastTask) {
   EXPECT_EQ(reports->progress.back(), 100);
 }
 
-TEST_F(CopyCollectionTest, TasksRunAllAtTheSameTime) {
+TEST_F(TRFileCopyTaskCollectionTest, TasksRunAllAtTheSameTime) {
   // Each task's first command waits until every task has come so far.
   constexpr std::size_t kTasks = 12;
   std::mutex lock;
@@ -201,7 +201,7 @@ TEST_F(CopyCollectionTest, TasksRunAllAtTheSameTime) {
   }
 }
 
-TEST_F(CopyCollectionTest, SharedLockIsHeldDuringAProgressReportAndNotDuringTheResult) {
+TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsHeldDuringAProgressReportAndNotDuringTheResult) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {addDisk("sdb", "/media/p")});
   const auto lock = TRFileCopyTaskCollection::sharedLock();
   const auto reports = std::make_shared<Reports>();
@@ -217,7 +217,7 @@ TEST_F(CopyCollectionTest, SharedLockIsHeldDuringAProgressReportAndNotDuringTheR
   EXPECT_EQ(couldLock, (std::vector<bool>{false, true}));
 }
 
-TEST_F(CopyCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
+TEST_F(TRFileCopyTaskCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
   constexpr std::size_t kTasks = 8;
   constexpr std::int64_t kBytes = 100;
   NoMainThread everyThread;
@@ -254,7 +254,7 @@ TEST_F(CopyCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
   EXPECT_EQ(reports->progress.back(), 100);
 }
 
-TEST_F(CopyCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) {
+TEST_F(TRFileCopyTaskCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) {
   const auto made = at({10, 20});
   const auto reports = std::make_shared<Reports>();
   const auto idle = collectionFor(roots(), {});
@@ -270,7 +270,7 @@ TEST_F(CopyCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) 
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{50, 50}));
 }
 
-TEST_F(CopyCollectionTest, SecondStartTakesOverTheRemainingReportsOfTheFirst) {
+TEST_F(TRFileCopyTaskCollectionTest, SecondStartTakesOverTheRemainingReportsOfTheFirst) {
   const auto list = roots({folderRoot(
       "/s", {file("/s/a", "a"), file("/s/b", "b"), file("/s/c", "c"), file("/s/d", "d")})});
   const auto first = collectionFor(list, {addDisk("sdb", "/media/p")});
@@ -294,7 +294,7 @@ TEST_F(CopyCollectionTest, SecondStartTakesOverTheRemainingReportsOfTheFirst) {
   EXPECT_EQ(first->progress().value(), 100);
 }
 
-TEST_F(CopyCollectionTest, TargetsStayAfterTheRunUntilTheyAreReplaced) {
+TEST_F(TRFileCopyTaskCollectionTest, TargetsStayAfterTheRunUntilTheyAreReplaced) {
   auto made = collectionFor(roots(), {});
   const std::weak_ptr<TRFileCopyTaskCollection> watched = made;
   auto reports = run(made);
@@ -308,7 +308,7 @@ TEST_F(CopyCollectionTest, TargetsStayAfterTheRunUntilTheyAreReplaced) {
   EXPECT_TRUE(receiver.expired());
 }
 
-TEST_F(CopyCollectionTest, ReplacedTargetsAreLetGoOnTheMainThread) {
+TEST_F(TRFileCopyTaskCollectionTest, ReplacedTargetsAreLetGoOnTheMainThread) {
   std::vector<std::thread::id> letGoOn;
   const auto target = [&letGoOn] {
     return std::shared_ptr<void>(new int(0), [&letGoOn](int* held) {
@@ -329,7 +329,7 @@ TEST_F(CopyCollectionTest, ReplacedTargetsAreLetGoOnTheMainThread) {
   EXPECT_EQ(letGoOn, std::vector(2, std::this_thread::get_id()));
 }
 
-TEST_F(CopyCollectionTest, HandOversThatReturnUndeliveredEndTheRun) {
+TEST_F(TRFileCopyTaskCollectionTest, HandOversThatReturnUndeliveredEndTheRun) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {addDisk("sdb", "/media/p")});
   const auto reports = std::make_shared<Reports>();
   ports.end();

@@ -17,14 +17,14 @@ const Lines kOffline{"unmount /dev/sdb", "pause", kUnmounted, "pause"};
 
 ScriptOutcome failed() { return {{}, 1, "failed"}; }
 
-class CopyFormatTest : public CopyTest {
+class TRFileCopyTaskFormatTest : public CopyTest {
  protected:
   std::shared_ptr<TRPlayer> player = addDisk("sdb", "/media/p");
   std::shared_ptr<TRFileCopyTaskCollection> collection = collectionFor(roots(), {player});
   std::shared_ptr<TRFileCopyTask> task = collection->tasks().at(0);
 };
 
-TEST_F(CopyFormatTest, PlayerIsUnmountedWipedFormattedMountedAndRefreshed) {
+TEST_F(TRFileCopyTaskFormatTest, PlayerIsUnmountedWipedFormattedMountedAndRefreshed) {
   EXPECT_TRUE(format(*task));
   EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kFormat, "mount /dev/sdb", "pause",
                                              kMounted, "look", "pause"));
@@ -32,7 +32,7 @@ TEST_F(CopyFormatTest, PlayerIsUnmountedWipedFormattedMountedAndRefreshed) {
   EXPECT_EQ(player->path(), "file:///media/p/");
 }
 
-TEST_F(CopyFormatTest, EachCommandIsGuardedByThePlayersIdentity) {
+TEST_F(TRFileCopyTaskFormatTest, EachCommandIsGuardedByThePlayersIdentity) {
   player->setIONumber(65541);
   EXPECT_TRUE(format(*task));
   for (const auto& call : ports.scripts.calls()) {
@@ -41,7 +41,7 @@ TEST_F(CopyFormatTest, EachCommandIsGuardedByThePlayersIdentity) {
   }
 }
 
-TEST_F(CopyFormatTest, PlayerThatIsNotMountedIsAskedToUnmountAllTheSame) {
+TEST_F(TRFileCopyTaskFormatTest, PlayerThatIsNotMountedIsAskedToUnmountAllTheSame) {
   player->setIsMounted(false);
   EXPECT_TRUE(format(*task));
   Lines begin = trace.events();
@@ -49,7 +49,7 @@ TEST_F(CopyFormatTest, PlayerThatIsNotMountedIsAskedToUnmountAllTheSame) {
   EXPECT_EQ(begin, lines("unmount /dev/sdb", "pause", kUnmounted, kWipe));
 }
 
-TEST_F(CopyFormatTest, WaitsForTheMountStateAreWithoutABound) {
+TEST_F(TRFileCopyTaskFormatTest, WaitsForTheMountStateAreWithoutABound) {
   pauses = 250;
   EXPECT_TRUE(format(*task));
   const Lines wait(250, "pause");
@@ -59,7 +59,7 @@ TEST_F(CopyFormatTest, WaitsForTheMountStateAreWithoutABound) {
                 lines(kMounted, "look", "pause"));
 }
 
-TEST_F(CopyFormatTest, FirstWipeFailsAndTheSecondSucceeds) {
+TEST_F(TRFileCopyTaskFormatTest, FirstWipeFailsAndTheSecondSucceeds) {
   answerScript = [](std::size_t number) {
     return number == 1 ? failed() : ScriptOutcome{"", {}, {}};
   };
@@ -68,7 +68,7 @@ TEST_F(CopyFormatTest, FirstWipeFailsAndTheSecondSucceeds) {
                                              "mount /dev/sdb", "pause", kMounted, "look", "pause"));
 }
 
-TEST_F(CopyFormatTest, ThirdWipeSucceeds) {
+TEST_F(TRFileCopyTaskFormatTest, ThirdWipeSucceeds) {
   answerScript = [](std::size_t number) {
     return number <= 2 ? failed() : ScriptOutcome{"", {}, {}};
   };
@@ -78,7 +78,7 @@ TEST_F(CopyFormatTest, ThirdWipeSucceeds) {
                              "mount /dev/sdb", "pause", kMounted, "look", "pause"));
 }
 
-TEST_F(CopyFormatTest, AllThreeWipesFail) {
+TEST_F(TRFileCopyTaskFormatTest, AllThreeWipesFail) {
   answerScript = [](std::size_t) { return failed(); };
   EXPECT_FALSE(format(*task));
   EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kWipe, "pause", kWipe, "pause",
@@ -86,7 +86,7 @@ TEST_F(CopyFormatTest, AllThreeWipesFail) {
   EXPECT_FALSE(player->isMounted());
 }
 
-TEST_F(CopyFormatTest, FormatFailsAndThePlayerIsNotMounted) {
+TEST_F(TRFileCopyTaskFormatTest, FormatFailsAndThePlayerIsNotMounted) {
   answerScript = [](std::size_t number) {
     return number == 2 ? failed() : ScriptOutcome{"", {}, {}};
   };
@@ -96,20 +96,20 @@ TEST_F(CopyFormatTest, FormatFailsAndThePlayerIsNotMounted) {
   EXPECT_FALSE(player->isMounted());
 }
 
-TEST_F(CopyFormatTest, VolumeFactsAreFoundAtTheFourthRefresh) {
+TEST_F(TRFileCopyTaskFormatTest, VolumeFactsAreFoundAtTheFourthRefresh) {
   foundAtLook = 4;
   EXPECT_TRUE(format(*task));
   EXPECT_EQ(eventsAfter(kMounted),
             (lines("look", "pause", "look", "pause", "look", "pause", "look", "pause")));
 }
 
-TEST_F(CopyFormatTest, VolumeFactsAreFoundAtTheTenthRefresh) {
+TEST_F(TRFileCopyTaskFormatTest, VolumeFactsAreFoundAtTheTenthRefresh) {
   foundAtLook = 10;
   EXPECT_TRUE(format(*task));
   EXPECT_EQ(eventsAfter(kMounted).size(), 20U);
 }
 
-TEST_F(CopyFormatTest, VolumeFactsAreNeverFound) {
+TEST_F(TRFileCopyTaskFormatTest, VolumeFactsAreNeverFound) {
   foundAtLook = 1000;
   EXPECT_FALSE(format(*task));
   Lines expected;
@@ -119,7 +119,7 @@ TEST_F(CopyFormatTest, VolumeFactsAreNeverFound) {
   EXPECT_EQ(eventsAfter(kMounted), expected);
 }
 
-TEST_F(CopyFormatTest, CommandsNameThePlayersOwnDisk) {
+TEST_F(TRFileCopyTaskFormatTest, CommandsNameThePlayersOwnDisk) {
   const auto other = addDisk("disk5", "/media/q");
   const auto otherTask = collectionFor(roots(), {other})->tasks().at(0);
   EXPECT_TRUE(format(*otherTask));
@@ -130,7 +130,7 @@ TEST_F(CopyFormatTest, CommandsNameThePlayersOwnDisk) {
   EXPECT_TRUE(calls[1].source.starts_with("do shell script \"mkfs.fat -F32 /dev/disk5\" user"));
 }
 
-TEST_F(CopyFormatTest, CredentialsAreReadAnewBeforeEachCommand) {
+TEST_F(TRFileCopyTaskFormatTest, CredentialsAreReadAnewBeforeEachCommand) {
   answerScript = [this](std::size_t number) {
     collection->setUserName("name" + std::to_string(number));
     collection->setUserPass("pass" + std::to_string(number));
@@ -150,7 +150,7 @@ TEST_F(CopyFormatTest, CredentialsAreReadAnewBeforeEachCommand) {
             " user name \"name2\" password \"pass2\" with administrator privileges");
 }
 
-TEST_F(CopyFormatTest, WithoutACollectionTheCredentialsAreAbsent) {
+TEST_F(TRFileCopyTaskFormatTest, WithoutACollectionTheCredentialsAreAbsent) {
   task = std::make_shared<TRFileCopyTask>(player, roots(), nullptr, nullptr);
   EXPECT_TRUE(format(*task));
   EXPECT_EQ(ports.scripts.calls().at(0).source,
@@ -158,7 +158,7 @@ TEST_F(CopyFormatTest, WithoutACollectionTheCredentialsAreAbsent) {
             "password \"(null)\" with administrator privileges");
 }
 
-TEST_F(CopyFormatTest, WithoutAPlayerNothingIsDone) {
+TEST_F(TRFileCopyTaskFormatTest, WithoutAPlayerNothingIsDone) {
   task = std::make_shared<TRFileCopyTask>();
   EXPECT_FALSE(format(*task));
   EXPECT_EQ(trace.events(), lines());
@@ -174,10 +174,11 @@ const std::vector<Lines> kUntilPause{
     kOffline + lines(kWipe, "pause", kFormat, "mount /dev/sdb", "pause", kMounted, "look", "pause"),
 };
 
-class CopyFormatEndingTest : public CopyFormatTest,
-                             public ::testing::WithParamInterface<std::size_t> {};
+class TRFileCopyTaskFormatEndingTest : public TRFileCopyTaskFormatTest,
+                                       public ::testing::WithParamInterface<std::size_t> {};
 
-TEST_P(CopyFormatEndingTest, PauseThatIsCutShortEndsTheFormatWithoutAnotherCommandOrLogLine) {
+TEST_P(TRFileCopyTaskFormatEndingTest,
+       PauseThatIsCutShortEndsTheFormatWithoutAnotherCommandOrLogLine) {
   if (GetParam() == 1) {
     endClock();
   }
@@ -192,7 +193,7 @@ TEST_P(CopyFormatEndingTest, PauseThatIsCutShortEndsTheFormatWithoutAnotherComma
   EXPECT_EQ(trace.events(), kUntilPause.at(GetParam() - 1));
 }
 
-TEST_P(CopyFormatEndingTest, EndOfTheProgramDuringAPauseEndsTheFormat) {
+TEST_P(TRFileCopyTaskFormatEndingTest, EndOfTheProgramDuringAPauseEndsTheFormat) {
   atPause = [this](std::size_t number) {
     if (number == GetParam()) {
       ports.workers.stop();
@@ -203,9 +204,10 @@ TEST_P(CopyFormatEndingTest, EndOfTheProgramDuringAPauseEndsTheFormat) {
   EXPECT_EQ(trace.events(), kUntilPause.at(GetParam() - 1));
 }
 
-INSTANTIATE_TEST_SUITE_P(AtPause, CopyFormatEndingTest, ::testing::Range<std::size_t>(1, 6));
+INSTANTIATE_TEST_SUITE_P(AtPause, TRFileCopyTaskFormatEndingTest,
+                         ::testing::Range<std::size_t>(1, 6));
 
-TEST_F(CopyFormatTest, ThirdFailedWipeIsNotLoggedWhenTheProgramEnds) {
+TEST_F(TRFileCopyTaskFormatTest, ThirdFailedWipeIsNotLoggedWhenTheProgramEnds) {
   answerScript = [](std::size_t) { return failed(); };
   atPause = [this](std::size_t number) {
     if (number == 5) {
@@ -216,7 +218,7 @@ TEST_F(CopyFormatTest, ThirdFailedWipeIsNotLoggedWhenTheProgramEnds) {
   EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kWipe, "pause", kWipe, "pause"));
 }
 
-TEST_F(CopyFormatTest, FailedFormatIsNotLoggedWhenTheProgramEnds) {
+TEST_F(TRFileCopyTaskFormatTest, FailedFormatIsNotLoggedWhenTheProgramEnds) {
   answerScript = [this](std::size_t number) {
     if (number == 2) {
       ports.workers.stop();
@@ -228,7 +230,7 @@ TEST_F(CopyFormatTest, FailedFormatIsNotLoggedWhenTheProgramEnds) {
   EXPECT_EQ(trace.events(), kOffline + lines(kWipe, "pause", kFormat));
 }
 
-TEST_F(CopyFormatTest, NoMountIsAskedForWhenTheProgramEndsDuringTheFormat) {
+TEST_F(TRFileCopyTaskFormatTest, NoMountIsAskedForWhenTheProgramEndsDuringTheFormat) {
   answerScript = [this](std::size_t number) {
     if (number == 2) {
       ports.workers.stop();

@@ -7,12 +7,12 @@
 namespace fillstation::test {
 namespace {
 
-class CopyTaskTest : public CopyTest {
+class TRFileCopyTaskTest : public CopyTest {
  protected:
   std::shared_ptr<TRPlayer> player = addDisk("sdb", "/media/p");
 };
 
-TEST_F(CopyTaskTest, NewTaskTakesItsArgumentsAndSumsTheRoots) {
+TEST_F(TRFileCopyTaskTest, NewTaskTakesItsArgumentsAndSumsTheRoots) {
   const auto list = roots({fileRoot("/a.mp3", 300), fileRoot("/b.mp3", 700)});
   const auto lock = std::make_shared<std::mutex>();
   const auto group = collectionFor(list, {});
@@ -29,21 +29,21 @@ TEST_F(CopyTaskTest, NewTaskTakesItsArgumentsAndSumsTheRoots) {
   EXPECT_EQ(TRFileCopyTask::sharedLocker(), lock);
 }
 
-TEST_F(CopyTaskTest, ListOfATaskIsItsOwn) {
+TEST_F(TRFileCopyTaskTest, ListOfATaskIsItsOwn) {
   const auto list = roots({fileRoot("/a.mp3", 300)});
   const auto task = std::make_shared<TRFileCopyTask>(player, list, nullptr, nullptr);
   list->clear();
   EXPECT_EQ(task->files()->size(), 1U);
 }
 
-TEST_F(CopyTaskTest, RootWithoutASizeCountsAsZero) {
+TEST_F(TRFileCopyTaskTest, RootWithoutASizeCountsAsZero) {
   const auto unknown = fileRoot("/a.mp3", 0);
   unknown->setSize(Number());
   const TRFileCopyTask task(player, roots({unknown, fileRoot("/b.mp3", 7)}), nullptr, nullptr);
   EXPECT_EQ(task.totalSize(), 7);
 }
 
-TEST_F(CopyTaskTest, WithoutAPlayerNothingOfTheTaskIsSet) {
+TEST_F(TRFileCopyTaskTest, WithoutAPlayerNothingOfTheTaskIsSet) {
   const auto list = roots({fileRoot("/a.mp3", 300)});
   const auto lock = std::make_shared<std::mutex>();
   const TRFileCopyTask task(nullptr, list, lock, collectionFor(list, {}));
@@ -53,7 +53,7 @@ TEST_F(CopyTaskTest, WithoutAPlayerNothingOfTheTaskIsSet) {
   EXPECT_NE(TRFileCopyTask::sharedLocker(), lock);
 }
 
-TEST_F(CopyTaskTest, WithoutAListNothingOfTheTaskIsSet) {
+TEST_F(TRFileCopyTaskTest, WithoutAListNothingOfTheTaskIsSet) {
   const auto lock = std::make_shared<std::mutex>();
   const TRFileCopyTask task(player, nullptr, lock, collectionFor(roots(), {}));
   EXPECT_EQ(task.player(), nullptr);
@@ -62,7 +62,7 @@ TEST_F(CopyTaskTest, WithoutAListNothingOfTheTaskIsSet) {
   EXPECT_NE(TRFileCopyTask::sharedLocker(), lock);
 }
 
-TEST_F(CopyTaskTest, TaskMadeWithoutArgumentsHasNothing) {
+TEST_F(TRFileCopyTaskTest, TaskMadeWithoutArgumentsHasNothing) {
   const TRFileCopyTask task;
   EXPECT_FALSE(task.error());
   EXPECT_EQ(task.player(), nullptr);
@@ -74,7 +74,7 @@ TEST_F(CopyTaskTest, TaskMadeWithoutArgumentsHasNothing) {
   EXPECT_EQ(task.taskGroup(), nullptr);
 }
 
-TEST_F(CopyTaskTest, EveryCreationAssignsTheFileManagerAgain) {
+TEST_F(TRFileCopyTaskTest, EveryCreationAssignsTheFileManagerAgain) {
   TestVolumes other;
   const TRFileCopyTask first;
   EXPECT_EQ(TRFileCopyTask::filemgr(), &files);
@@ -84,7 +84,7 @@ TEST_F(CopyTaskTest, EveryCreationAssignsTheFileManagerAgain) {
   EXPECT_EQ(TRFileCopyTask::filemgr(), &other);
 }
 
-TEST_F(CopyTaskTest, EveryPropertyCanBeSet) {
+TEST_F(TRFileCopyTaskTest, EveryPropertyCanBeSet) {
   const auto task = std::make_shared<TRFileCopyTask>();
   const auto list = roots();
   const auto group = collectionFor(list, {});
@@ -107,7 +107,7 @@ TEST_F(CopyTaskTest, EveryPropertyCanBeSet) {
   EXPECT_EQ(task->taskGroup(), group);
 }
 
-TEST_F(CopyTaskTest, TwoFileRootsOf300And700BytesReport30And100) {
+TEST_F(TRFileCopyTaskTest, TwoFileRootsOf300And700BytesReport30And100) {
   const auto group = collectionFor(roots({fileRoot("/a", 300), fileRoot("/b", 700)}), {player});
   const auto task = group->tasks().at(0);
   task->updateProgressWith(300);
@@ -120,14 +120,14 @@ TEST_F(CopyTaskTest, TwoFileRootsOf300And700BytesReport30And100) {
   EXPECT_EQ(group->progress().value(), 100);
 }
 
-TEST_F(CopyTaskTest, PercentageIsTruncated) {
+TEST_F(TRFileCopyTaskTest, PercentageIsTruncated) {
   const auto task = std::make_shared<TRFileCopyTask>();
   task->setTotalSize(1000);
   task->updateProgressWith(999);
   EXPECT_EQ(task->currentProgress(), 99);
 }
 
-TEST_F(CopyTaskTest, PercentageOfTheLargestSizesIsExact) {
+TEST_F(TRFileCopyTaskTest, PercentageOfTheLargestSizesIsExact) {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max() / 100;
   const auto task = std::make_shared<TRFileCopyTask>();
   task->setTotalSize(kLargest);
@@ -139,7 +139,7 @@ TEST_F(CopyTaskTest, PercentageOfTheLargestSizesIsExact) {
   EXPECT_EQ(task->currentProgress(), 100);
 }
 
-TEST_F(CopyTaskTest, TotalOfZeroIsAHundredPercent) {
+TEST_F(TRFileCopyTaskTest, TotalOfZeroIsAHundredPercent) {
   const auto group = collectionFor(roots({fileRoot("/empty", 0)}), {player});
   const auto task = group->tasks().at(0);
   task->updateProgressWith(0);
@@ -148,7 +148,7 @@ TEST_F(CopyTaskTest, TotalOfZeroIsAHundredPercent) {
   EXPECT_EQ(group->progress().value(), 100);
 }
 
-TEST_F(CopyTaskTest, TotalOfOneByteIsCounted) {
+TEST_F(TRFileCopyTaskTest, TotalOfOneByteIsCounted) {
   const auto task = std::make_shared<TRFileCopyTask>();
   task->setTotalSize(1);
   task->updateProgressWith(0);

@@ -5,7 +5,7 @@
 namespace fillstation::test {
 namespace {
 
-class CopyWalkTest : public CopyTest {
+class TRFileCopyTaskWalkTest : public CopyTest {
  protected:
   // Runs a task of these roots and gives what it does after the formatting.
   Lines copied(const std::shared_ptr<TRFileList>& list) {
@@ -40,7 +40,7 @@ class CopyWalkTest : public CopyTest {
 const Lines kEnd{"flush", "log copy Done!!!\n", "log done\n"};
 constexpr const char* kOpen = "open /media/p of /dev/sdb 7";
 
-TEST_F(CopyWalkTest, FolderRootsContentLandsAtTheTopOfTheVolume) {
+TEST_F(TRFileCopyTaskWalkTest, FolderRootsContentLandsAtTheTopOfTheVolume) {
   const Lines events = copied(roots(
       {folderRoot("/home/a/Audio", {folder("/home/a/Audio/My Album", "My%20Album/"),
                                     file("/home/a/Audio/My Album/01.mp3", "My%20Album/01.mp3")})}));
@@ -54,7 +54,7 @@ TEST_F(CopyWalkTest, FolderRootsContentLandsAtTheTopOfTheVolume) {
   EXPECT_FALSE(task->error());
 }
 
-TEST_F(CopyWalkTest, FileRootIsCopiedOntoTheVolumesOwnPathAndFails) {
+TEST_F(TRFileCopyTaskWalkTest, FileRootIsCopiedOntoTheVolumesOwnPathAndFails) {
   files.failing = {"copy /home/a/song.mp3 -> /media/p"};
   const Lines events = copied(roots({fileRoot("/home/a/song.mp3", 5)}));
   EXPECT_EQ(events, (Lines{kOpen, "exists? file:///home/a/song.mp3", "log Copy /home/a/song.mp3\n",
@@ -65,21 +65,21 @@ TEST_F(CopyWalkTest, FileRootIsCopiedOntoTheVolumesOwnPathAndFails) {
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
 }
 
-TEST_F(CopyWalkTest, FileRootThatCanBeCopiedSetsNoError) {
+TEST_F(TRFileCopyTaskWalkTest, FileRootThatCanBeCopiedSetsNoError) {
   const Lines events = copied(roots({fileRoot("/home/a/song.mp3", 5)}));
   EXPECT_EQ(Lines(events.begin() + 3, events.end()),
             (Lines{"copy /home/a/song.mp3 -> /media/p", "log Copy successful"} + kEnd));
   EXPECT_FALSE(task->error());
 }
 
-TEST_F(CopyWalkTest, SubfolderAndThreeFilesReport0And0And0And100) {
+TEST_F(TRFileCopyTaskWalkTest, SubfolderAndThreeFilesReport0And0And0And100) {
   copied(roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a", 1),
                                   file("/s/d/b", "d/b", 1), file("/s/d/c", "d/c", 998)})}));
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 0, 0, 100}));
   EXPECT_EQ(task->currentSize(), task->totalSize());
 }
 
-TEST_F(CopyWalkTest, FailedFormatSetsTheErrorAndReports100Once) {
+TEST_F(TRFileCopyTaskWalkTest, FailedFormatSetsTheErrorAndReports100Once) {
   answerScript = [](std::size_t) { return ScriptOutcome{{}, 1, "failed"}; };
   const auto collection = collectionFor(
       roots({folderRoot("/s", {file("/s/a", "a", 40), file("/s/b", "b", 60)})}), {player});
@@ -91,7 +91,7 @@ TEST_F(CopyWalkTest, FailedFormatSetsTheErrorAndReports100Once) {
   EXPECT_EQ(eventsAfter("log dd operation failed.\n"), Lines{"log done\n"});
 }
 
-TEST_F(CopyWalkTest, FailedCopyOfOneFileDoesNotStopTheOthers) {
+TEST_F(TRFileCopyTaskWalkTest, FailedCopyOfOneFileDoesNotStopTheOthers) {
   files.failing = {"copy /s/b -> /media/p/b"};
   const Lines events = copied(roots(
       {folderRoot("/s", {file("/s/a", "a", 1), file("/s/b", "b", 1), file("/s/c", "c", 2)})}));
@@ -105,7 +105,7 @@ TEST_F(CopyWalkTest, FailedCopyOfOneFileDoesNotStopTheOthers) {
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{25, 50, 100}));
 }
 
-TEST_F(CopyWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotLogged) {
+TEST_F(TRFileCopyTaskWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotLogged) {
   files.failing = {"mkdir /media/p/d"};
   const Lines events =
       copied(roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a")})}));
@@ -117,7 +117,7 @@ TEST_F(CopyWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotLogged) {
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
 }
 
-TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedCopyIsLoggedAndReported) {
+TEST_F(TRFileCopyTaskWalkTest, ErrorIsSetBeforeAFailedCopyIsLoggedAndReported) {
   files.failing = {"copy /s/a -> /media/p/a"};
   const Lines events = markedByError(roots({folderRoot("/s", {file("/s/a", "a")})}));
   EXPECT_EQ(Lines(events.end() - 5, events.end()),
@@ -125,51 +125,51 @@ TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedCopyIsLoggedAndReported) {
                   "error: done\n"));
 }
 
-TEST_F(CopyWalkTest, ErrorIsSetBeforeADirectoryThatCannotBeCreatedIsReported) {
+TEST_F(TRFileCopyTaskWalkTest, ErrorIsSetBeforeADirectoryThatCannotBeCreatedIsReported) {
   files.failing = {"mkdir /media/p/d"};
   const Lines events = markedByError(roots({folderRoot("/s", {folder("/s/d", "d/")})}));
   EXPECT_EQ(Lines(events.end() - 4, events.end()),
             lines("Copy /s/d\n", "error: report", "error: copy Done!!!\n", "error: done\n"));
 }
 
-TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedFormatIsReported) {
+TEST_F(TRFileCopyTaskWalkTest, ErrorIsSetBeforeAFailedFormatIsReported) {
   answerScript = [](std::size_t) { return ScriptOutcome{{}, 1, "failed"}; };
   const Lines events = markedByError(roots({fileRoot("/a", 1)}));
   EXPECT_EQ(Lines(events.end() - 3, events.end()),
             lines("dd operation failed.\n", "error: report", "error: done\n"));
 }
 
-TEST_F(CopyWalkTest, ErrorIsSetBeforeAFailedFlushIsFollowedByTheLastText) {
+TEST_F(TRFileCopyTaskWalkTest, ErrorIsSetBeforeAFailedFlushIsFollowedByTheLastText) {
   files.failing = {"flush"};
   const Lines events = markedByError(roots());
   EXPECT_EQ(Lines(events.end() - 2, events.end()), lines("error: copy Done!!!\n", "error: done\n"));
 }
 
-TEST_F(CopyWalkTest, FileNamedWithABlankLandsUnderItsDecodedName) {
+TEST_F(TRFileCopyTaskWalkTest, FileNamedWithABlankLandsUnderItsDecodedName) {
   const Lines events = copied(roots({folderRoot("/s", {file("/s/a b.mp3", "a%20b.mp3")})}));
   EXPECT_EQ(events.at(3), "copy /s/a b.mp3 -> /media/p/a b.mp3");
 }
 
-TEST_F(CopyWalkTest, EscapesAreDecodedOnce) {
+TEST_F(TRFileCopyTaskWalkTest, EscapesAreDecodedOnce) {
   const Lines events = copied(roots(
       {folderRoot("/s", {file("/s/100%25.mp3", "100%2525.mp3"), folder("/s/%41", "%2541/")})}));
   EXPECT_EQ(events.at(3), "copy /s/100%25.mp3 -> /media/p/100%25.mp3");
   EXPECT_EQ(events.at(7), "mkdir /media/p/%41");
 }
 
-TEST_F(CopyWalkTest, NameThatIsNotUtf8KeepsItsBytes) {
+TEST_F(TRFileCopyTaskWalkTest, NameThatIsNotUtf8KeepsItsBytes) {
   const Lines events = copied(roots({folderRoot("/s", {file("/s/\xFF.mp3", "%FF.mp3")})}));
   EXPECT_EQ(events.at(3), "copy /s/\xFF.mp3 -> /media/p/\xFF.mp3");
 }
 
-TEST_F(CopyWalkTest, MountPathIsDecodedToo) {
+TEST_F(TRFileCopyTaskWalkTest, MountPathIsDecodedToo) {
   player = addDisk("sdc", "/media/MY PLAYER", 3);
   const Lines events = copied(roots({folderRoot("/s", {file("/s/a", "a")})}));
   EXPECT_EQ(events.at(0), "open /media/MY PLAYER of /dev/sdc 3");
   EXPECT_EQ(events.at(3), "copy /s/a -> /media/MY PLAYER/a");
 }
 
-TEST_F(CopyWalkTest, NodeWithoutAPlaceOrASourceFailsLikeAFileRoot) {
+TEST_F(TRFileCopyTaskWalkTest, NodeWithoutAPlaceOrASourceFailsLikeAFileRoot) {
   const auto lost = std::make_shared<TRFile>();
   lost->setPath("/s/lost");
   const Lines events = copied(roots({folderRoot("/s", {lost})}));
@@ -177,24 +177,24 @@ TEST_F(CopyWalkTest, NodeWithoutAPlaceOrASourceFailsLikeAFileRoot) {
             (Lines{kOpen, "log Copy /s/lost\n", "exists? ", "copy  -> /media/p"}));
 }
 
-TEST_F(CopyWalkTest, TwoFolderRootsMergeAtTheTopOfTheVolume) {
+TEST_F(TRFileCopyTaskWalkTest, TwoFolderRootsMergeAtTheTopOfTheVolume) {
   const Lines events =
       copied(roots({folderRoot("/s", {file("/s/a", "a")}), folderRoot("/t", {file("/t/b", "b")})}));
   EXPECT_EQ(events.at(3), "copy /s/a -> /media/p/a");
   EXPECT_EQ(events.at(7), "copy /t/b -> /media/p/b");
 }
 
-TEST_F(CopyWalkTest, EmptyFolderRootLeavesNothingAndReportsNothing) {
+TEST_F(TRFileCopyTaskWalkTest, EmptyFolderRootLeavesNothingAndReportsNothing) {
   EXPECT_EQ(copied(roots({folderRoot("/s", {})})), Lines{kOpen} + kEnd);
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{});
   EXPECT_FALSE(task->error());
 }
 
-TEST_F(CopyWalkTest, FolderRootWithoutAListLeavesNothing) {
+TEST_F(TRFileCopyTaskWalkTest, FolderRootWithoutAListLeavesNothing) {
   EXPECT_EQ(copied(roots({node("/s", "/", 0, true)})), Lines{kOpen} + kEnd);
 }
 
-TEST_F(CopyWalkTest, NodeWhoseAddressTextExistsAsAPathIsLoggedAndNotCopied) {
+TEST_F(TRFileCopyTaskWalkTest, NodeWhoseAddressTextExistsAsAPathIsLoggedAndNotCopied) {
   files.existing = {"file:///s/a%20b", "file:///s/d/"};
   const Lines events =
       copied(roots({folderRoot("/s", {file("/s/a b", "a%20b", 3), folder("/s/d", "d/")})}));
@@ -205,20 +205,20 @@ TEST_F(CopyWalkTest, NodeWhoseAddressTextExistsAsAPathIsLoggedAndNotCopied) {
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{100, 100}));
 }
 
-TEST_F(CopyWalkTest, FileRootWhoseAddressTextExistsAsAPathIsNotEvenLogged) {
+TEST_F(TRFileCopyTaskWalkTest, FileRootWhoseAddressTextExistsAsAPathIsNotEvenLogged) {
   files.existing = {"file:///s/a"};
   EXPECT_EQ(copied(roots({fileRoot("/s/a", 3)})), (Lines{kOpen, "exists? file:///s/a"} + kEnd));
   EXPECT_FALSE(task->error());
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
 }
 
-TEST_F(CopyWalkTest, ExistenceOfTheSourceOrTheDestinationPathPlaysNoPart) {
+TEST_F(TRFileCopyTaskWalkTest, ExistenceOfTheSourceOrTheDestinationPathPlaysNoPart) {
   files.existing = {"/s/a", "/media/p/a"};
   EXPECT_EQ(copied(roots({folderRoot("/s", {file("/s/a", "a")})})).at(3),
             "copy /s/a -> /media/p/a");
 }
 
-TEST_F(CopyWalkTest, VolumeThatCannotBeOpenedFailsEachNodeSingly) {
+TEST_F(TRFileCopyTaskWalkTest, VolumeThatCannotBeOpenedFailsEachNodeSingly) {
   files.refused = {"/media/p"};
   const Lines events = copied(roots(
       {folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a", 1)}), fileRoot("/b", 1)}));
@@ -230,19 +230,19 @@ TEST_F(CopyWalkTest, VolumeThatCannotBeOpenedFailsEachNodeSingly) {
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 50, 100}));
 }
 
-TEST_F(CopyWalkTest, FolderAloneOnAVolumeThatCannotBeOpenedIsAnError) {
+TEST_F(TRFileCopyTaskWalkTest, FolderAloneOnAVolumeThatCannotBeOpenedIsAnError) {
   files.refused = {"/media/p"};
   copied(roots({folderRoot("/s", {folder("/s/d", "d/")})}));
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(CopyWalkTest, VolumeThatCannotBeOpenedIsNoErrorWithoutANode) {
+TEST_F(TRFileCopyTaskWalkTest, VolumeThatCannotBeOpenedIsNoErrorWithoutANode) {
   files.refused = {"/media/p"};
   EXPECT_EQ(copied(roots()), (Lines{kOpen, "log copy Done!!!\n", "log done\n"}));
   EXPECT_FALSE(task->error());
 }
 
-TEST_F(CopyWalkTest, PlayerThatLosesItsPathIsLikeAVolumeThatCannotBeOpened) {
+TEST_F(TRFileCopyTaskWalkTest, PlayerThatLosesItsPathIsLikeAVolumeThatCannotBeOpened) {
   atPause = [this](std::size_t number) {
     if (number == 5) {  // after the refresh
       player->setPath(std::nullopt);
@@ -254,27 +254,27 @@ TEST_F(CopyWalkTest, PlayerThatLosesItsPathIsLikeAVolumeThatCannotBeOpened) {
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(CopyWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
+TEST_F(TRFileCopyTaskWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
   files.failing = {"flush"};
   EXPECT_EQ(copied(roots()), Lines{kOpen} + kEnd);
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(CopyWalkTest, NodeWithoutASizeCountsAsZero) {
+TEST_F(TRFileCopyTaskWalkTest, NodeWithoutASizeCountsAsZero) {
   const auto unknown = file("/s/a", "a");
   unknown->setSize(Number());
   copied(roots({folderRoot("/s", {unknown, file("/s/b", "b", 4)})}));
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
 }
 
-TEST_F(CopyWalkTest, TaskWithoutAListCopiesNothing) {
+TEST_F(TRFileCopyTaskWalkTest, TaskWithoutAListCopiesNothing) {
   const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {player});
   collection->tasks().at(0)->setFiles(nullptr);
   run(collection);
   EXPECT_EQ(copyEvents(), Lines{kOpen} + kEnd);
 }
 
-TEST_F(CopyWalkTest, TaskWithoutAPlayerEndsWithAnErrorAtAHundredPercent) {
+TEST_F(TRFileCopyTaskWalkTest, TaskWithoutAPlayerEndsWithAnErrorAtAHundredPercent) {
   const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {nullptr});
   task = collection->tasks().at(0);
   run(collection);
@@ -285,7 +285,7 @@ TEST_F(CopyWalkTest, TaskWithoutAPlayerEndsWithAnErrorAtAHundredPercent) {
 }
 
 // Ends the program during the named request to a volume.
-class CopyWalkEndingTest : public CopyWalkTest {
+class TRFileCopyTaskWalkEndingTest : public TRFileCopyTaskWalkTest {
  protected:
   void runAndStopAt(const std::string& stopAt, const std::shared_ptr<TRFileList>& list) {
     files.onRequest = [this, stopAt](const std::string& request) {
@@ -298,7 +298,7 @@ class CopyWalkEndingTest : public CopyWalkTest {
   }
 };
 
-TEST_F(CopyWalkEndingTest, NoFurtherNodeOfAFolderIsBegun) {
+TEST_F(TRFileCopyTaskWalkEndingTest, NoFurtherNodeOfAFolderIsBegun) {
   runAndStopAt("copy /s/a -> /media/p/a",
                roots({folderRoot("/s", {file("/s/a", "a"), file("/s/b", "b")})}));
   EXPECT_EQ(copyEvents(), (Lines{kOpen, "log Copy /s/a\n", "exists? file:///s/a",
@@ -307,21 +307,21 @@ TEST_F(CopyWalkEndingTest, NoFurtherNodeOfAFolderIsBegun) {
   EXPECT_EQ(task->currentSize(), 1);
 }
 
-TEST_F(CopyWalkEndingTest, NoFurtherFileRootIsBegun) {
+TEST_F(TRFileCopyTaskWalkEndingTest, NoFurtherFileRootIsBegun) {
   runAndStopAt("copy /a -> /media/p", roots({fileRoot("/a", 1), fileRoot("/b", 1)}));
   EXPECT_EQ(copyEvents(), (Lines{kOpen, "exists? file:///a", "log Copy /a\n", "copy /a -> /media/p",
                                  "log Copy successful", "log done\n"}));
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(CopyWalkEndingTest, NothingIsFlushedOrCalledDone) {
+TEST_F(TRFileCopyTaskWalkEndingTest, NothingIsFlushedOrCalledDone) {
   runAndStopAt("mkdir /media/p/d", roots({folderRoot("/s", {folder("/s/d", "d/")})}));
   EXPECT_EQ(copyEvents(), (Lines{kOpen, "log Copy /s/d\n", "exists? file:///s/d/",
                                  "mkdir /media/p/d", "log done\n"}));
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(CopyWalkEndingTest, FormatThatIsCutShortIsAnError) {
+TEST_F(TRFileCopyTaskWalkEndingTest, FormatThatIsCutShortIsAnError) {
   ports.workers.stop();
   const auto collection = collectionFor(roots({fileRoot("/b", 1)}), {player});
   task = collection->tasks().at(0);
