@@ -8,6 +8,8 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}"
     CCACHE_NOHASHDIR=1 "${CCACHE}")
 endif()
+# For the same reason no object holds the name of this folder.
+add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
 
 # Two interface targets that every target of ours links: the warnings, and the sanitizers of the preset.
 add_library(fillstation_warnings INTERFACE)
