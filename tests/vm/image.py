@@ -14,11 +14,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 PROJECT = HERE.parent.parent
 CACHE = PROJECT / "build" / "vm"
 SUITE = "bookworm"
-DEFAULT_SOURCES = (
-    f"deb http://deb.debian.org/debian {SUITE} main",
-    f"deb http://deb.debian.org/debian {SUITE}-updates main",
-    f"deb http://deb.debian.org/debian-security {SUITE}-security main",
-)
+SUITES = (SUITE, f"{SUITE}-updates", f"{SUITE}-security")
 FREE_SPACE = 512 << 20
 BLOCK = 1 << 20
 LEFT_OUT = ("/usr/share/man/*", "/usr/share/doc/*", "/usr/share/locale/*")
@@ -42,12 +38,18 @@ def packages():
 
 
 def _host_sources():
-    """The host's own lines for this suite, so that its mirror serves the image too."""
-    form = "$(REPO_URI) $(RELEASE) $(COMPONENT)"
-    command = ["apt-get", "indextargets", "--format", form, "Created-By: Packages", "Origin: Debian"]
+    """The files of apt's own configuration that name this suite, with their mirrors and keys."""
+    form = "$(RELEASE) $(CODENAME) $(SOURCESENTRY)"
+    command = ["apt-get", "indextargets", "--format", form, "Created-By: Packages"]
     answer = subprocess.run(command, capture_output=True, text=True, check=False).stdout
-    rows = [line.split() for line in answer.splitlines()]
-    return [f"deb {uri} {suite} {part}" for uri, suite, part in rows if suite.startswith(SUITE)]
+    rows = [line.split(maxsplit=2) for line in answer.splitlines()]
+    entries = [entry for *names, entry in rows if set(names) & set(SUITES)]
+    files = {entry.rpartition(":")[0]: None for entry in entries}
+    if not files:
+        raise RuntimeError(
+            f"The image needs the packages of {SUITE}, and apt has no source for them here.\n"
+            f"Add one with the suite {SUITE} to /etc/apt/sources.list.d, and run: apt-get update")
+    return list(files)
 
 
 def _host_options():
@@ -58,13 +60,15 @@ def _host_options():
     return [f"--aptopt={line}" for line in lines if not line.endswith('""')]
 
 
-def _bootstrap(folder, sources):
+def _bootstrap(folder):
     command = ["mmdebstrap", "--variant=minbase", f"--include={','.join(packages())}"]
     command += _host_options()
+    # A file of apt's configuration may name other suites too.
+    command += [f'--aptopt=APT::Default-Release "/^({"|".join(SUITES)})$/"']
     command += [f"--dpkgopt=path-exclude={pattern}" for pattern in LEFT_OUT]
     command += ["--dpkgopt=force-unsafe-io", f"--customize-hook={HERE / 'customize'} \"$1\""]
     command += [f"--customize-hook={HERE / 'pack'} \"$1\" {folder}", "--skip=cleanup/apt"]
-    command += ["--format=null", SUITE, "/dev/null", str(sources)]
+    command += ["--format=null", SUITE, "/dev/null", *_host_sources()]
     with open(folder / "bootstrap.log", "w", encoding="utf-8") as log:
         done = subprocess.run(command, stdout=log, stderr=subprocess.STDOUT, check=False)
     if done.returncode != 0:
@@ -103,10 +107,7 @@ def _build(target):
     folder = pathlib.Path(tempfile.mkdtemp(prefix="new-", dir=CACHE))
     folder.chmod(0o755)
     try:
-        sources = folder / "sources.list"
-        lines = _host_sources() or DEFAULT_SOURCES
-        sources.write_text("\n".join(lines) + "\n")
-        _bootstrap(folder, sources)
+        _bootstrap(folder)
         os.rename(folder, target)
     finally:
         shutil.rmtree(folder, ignore_errors=True)
