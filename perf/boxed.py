@@ -126,7 +126,7 @@ def measure(build, out, repeat, rows=("flush", "whole")):
     box = Box(build / "src/app", out)
     try:
         box.wait_for_session()
-        print(f"box: booted in {time.monotonic() - begin:.0f} s, "
+        print(f"box: ready in {time.monotonic() - begin:.0f} s, "
               f"{'with' if box.machine.accelerated else 'without'} acceleration", flush=True)
         measures = {"flush": flush_mount, "whole": whole_run}
         return {row: measures[row](box, repeat) for row in rows}

@@ -3,54 +3,46 @@
 import contextlib
 import hashlib
 import pathlib
-import random
-import shutil
-import tempfile
+import time
 
 import image
 import machine
+import snapshot
 from waiting import expect_equal, until
 
 HOME = "/home/player"
-SPARE_SIZE = 16 << 20
 ADMIN, ADMIN_PASSWORD = "admin", "open sesame"
 PLAYER, PLAYER_PASSWORD = "player", "players own"
 
 
 class Box:
-    """One booted Debian with the program in it. Made once for many scenarios; clear() between two."""
+    """One Debian with the program in it, and a user who has just logged in."""
 
     def __init__(self, program_folder, out, extra=(), tests=()):
         self.out = pathlib.Path(out)
         self.out.mkdir(parents=True, exist_ok=True)
-        self._share = pathlib.Path(tempfile.mkdtemp(prefix="box-share-"))
-        shutil.copytree(image.HERE / "guest", self._share / "guest")
-        (self._share / "bin").mkdir()
         folder = pathlib.Path(program_folder)
-        for program in (folder / "fillstation", folder / "fillstation-agent", *tests):
-            shutil.copy2(program, self._share / "bin" / program.name)
-        self._share.chmod(0o755)
+        programs = (folder / "fillstation", folder / "fillstation-agent", *tests)
         self.outcomes = []
-        self._spare = self._share.with_suffix(".spare")
-        self._spare.write_bytes(random.Random(1).randbytes(SPARE_SIZE))
-        disk = f"file={self._spare},if=virtio,format=raw,cache=writethrough"
-        self.machine = machine.Machine(image.ensure(), self._share, self.out, ["-drive", disk, *extra])
+        # A machine with other devices is another one than that of the snapshot.
+        kept = None if extra else snapshot.ensure()
+        self.machine = machine.Machine(image.ensure(), self.out, programs, kept, extra)
         self.call = self.machine.call
         self.person = None
         self._session = []
 
     def wait_for_session(self):
         self.machine.wait_for_session()
+        # Time has stood still since the snapshot.
+        self.root(f"date -s @{time.time():.3f} && mount /box/in && mount /box/out")
 
     def close(self):
         self.machine.close()
-        shutil.rmtree(self._share, ignore_errors=True)
-        self._spare.unlink()
 
     def spare_digest(self):
         """The SHA-256 of a disk of the machine itself, which is nobody's but the machine's."""
         self.root("sync")
-        return hashlib.sha256(self._spare.read_bytes()).hexdigest()
+        return hashlib.sha256(self.machine.spare.read_bytes()).hexdigest()
 
     def strays(self):
         """The files that somebody has made in the place of disks."""

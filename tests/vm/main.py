@@ -2,16 +2,17 @@
 
 import argparse
 import collections
-import contextlib
+import concurrent.futures
+import functools
 import pathlib
 import shutil
 import sys
-import threading
 import time
 import traceback
 
 import image
 import outcomes
+import snapshot
 from box import Box
 from scenario import SCENARIOS
 
@@ -28,6 +29,7 @@ import scenarios_contract  # noqa: F401
 import scenarios_package  # noqa: F401
 
 OUT = image.CACHE / "out"
+Row = collections.namedtuple("Row", "name outcome seconds seen")
 
 
 def _arguments():
@@ -49,93 +51,42 @@ def _selected(names):
     return [known[name] for name in names] or SCENARIOS
 
 
-def _boot(program, extras, out):
-    started = time.monotonic()
-    box = Box(program, out, tests=extras)
-    try:
-        box.wait_for_session()
-    except Exception:
-        box.close()
-        raise
-    kind = "with" if box.machine.accelerated else "without"
-    print(f"vm: Booted in {time.monotonic() - started:.0f} s, {kind} acceleration", flush=True)
-    return box
-
-
 def _shown(node, depth=0):
     extra = [str(node[key]) for key in ("text", "value") if node.get(key) is not None]
     line = f"{'  ' * depth}{node['role']} {node['name']!r} {' '.join(node['states'] + extra)}\n"
     return line + "".join(_shown(child, depth + 1) for child in node["children"])
 
 
-def _keep_evidence(box, name):
+def _keep_evidence(box):
     """A picture, the window's tree and the journal of a failed scenario."""
     try:
-        box.picture(f"failed-{name}")
-        folder = box.out / f"failed-{name}"
-        folder.mkdir(exist_ok=True)
-        (folder / "journal").write_text(box.root("journalctl -b --no-pager -o short-monotonic"))
+        box.picture("failed")
+        (box.out / "journal").write_text(box.root("journalctl -b --no-pager -o short-monotonic"))
         if box.person is not None:
             tree = "".join(map(_shown, box.person.windows()))
-            (folder / "window").write_text(tree)
+            (box.out / "window").write_text(tree)
             for stream, text in zip(("stdout", "stderr"), box.person.output()):
-                (folder / stream).write_text(text, errors="surrogateescape")
+                (box.out / stream).write_text(text, errors="surrogateescape")
     except Exception:  # the failure itself is what counts
         traceback.print_exc()
 
 
-def _attempt(box, scenario):
-    """What came of it, and in how many seconds."""
-    started = time.monotonic()
+def _attempt(scenario, program, extras):
+    """What came of it in a box of its own, in how many seconds, and what was seen."""
+    started, outcome = time.monotonic(), "FAILED"
+    box = Box(program, OUT / scenario.name, tests=extras)
     try:
+        box.wait_for_session()
         scenario.run(box)
-        box.clear()
         outcome = "passed"
     except Exception:
         traceback.print_exc()
-        _keep_evidence(box, scenario.name)
-        outcome = "FAILED"
-    return outcome, time.monotonic() - started
-
-
-class Workshop:
-    """Boxes side by side: each takes the next scenario, in a fresh machine after a failure."""
-
-    def __init__(self, program, extras, scenarios):
-        self._program, self._extras = program, extras
-        self._waiting = collections.deque(scenarios)
-        self.rows = {}
-        self.outcomes = {}
-
-    def run(self, boxes):
-        workers = [threading.Thread(target=self._work, args=(OUT / f"box{n + 1}",)) for n in range(boxes)]
-        for worker in workers:
-            worker.start()
-        for worker in workers:
-            worker.join()
-
-    def _next(self):
-        with contextlib.suppress(IndexError):
-            return self._waiting.popleft()
-        return None
-
-    def _work(self, out):
-        box = None
-        try:
-            while scenario := self._next():
-                self.rows[scenario.name] = ("FAILED", 0)
-                box = box or _boot(self._program, self._extras, out)
-                self.rows[scenario.name] = row = _attempt(box, scenario)
-                self.outcomes[scenario.name], box.outcomes = box.outcomes, []
-                print(f"vm: {scenario.name}: {row[0]} in {row[1]:.0f} s", flush=True)
-                if row[0] != "passed":
-                    box.close()
-                    box = None
-        except Exception:  # a box that does not come up fails its scenario, not the others
-            traceback.print_exc()
-        finally:
-            if box is not None:
-                box.close()
+        _keep_evidence(box)
+    finally:
+        box.close()
+    seconds = time.monotonic() - started
+    print(f"vm: {scenario.name}: {outcome} in {seconds:.0f} s", flush=True)
+    return Row(scenario.name, outcome, seconds, box.outcomes)
 
 
 def main():
@@ -143,20 +94,21 @@ def main():
     if arguments.list:
         print("\n".join(each.name for each in SCENARIOS))
         return 0
-    shutil.rmtree(OUT, ignore_errors=True)
-    started = time.monotonic()
     scenarios = _selected(arguments.names)
-    image.ensure()
+    shutil.rmtree(OUT, ignore_errors=True)
+    OUT.mkdir(parents=True)
+    started = time.monotonic()
+    snapshot.ensure()
     extras = [arguments.test, arguments.package]
-    workshop = Workshop(arguments.program, extras, scenarios)
-    workshop.run(min(arguments.boxes, len(scenarios)))
-    rows = [(each.name, *workshop.rows.get(each.name, ("not run", 0))) for each in scenarios]
-    outcomes.write(row for each in scenarios for row in workshop.outcomes.get(each.name, ()))
+    attempt = functools.partial(_attempt, program=arguments.program, extras=extras)
+    with concurrent.futures.ThreadPoolExecutor(arguments.boxes) as boxes:
+        rows = list(boxes.map(attempt, scenarios))
+    outcomes.write(seen for row in rows for seen in row.seen)
     width = max(len(each.name) for each in scenarios)
-    for name, outcome, seconds in rows:
-        print(f"{name:<{width}}  {outcome:<7}  {seconds:6.0f} s")
+    for row in rows:
+        print(f"{row.name:<{width}}  {row.outcome:<7}  {row.seconds:6.0f} s")
     print(f"{'all':<{width}}           {time.monotonic() - started:6.0f} s")
-    return 0 if all(outcome == "passed" for _, outcome, _ in rows) else 1
+    return 0 if all(row.outcome == "passed" for row in rows) else 1
 
 
 sys.exit(main())

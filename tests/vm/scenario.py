@@ -11,7 +11,7 @@ BOOK = "/home/player/Audio Book"
 
 
 def scenario(function):
-    """The function gets a box without devices; its name is the scenario's."""
+    """The function gets a fresh box; its name is the scenario's."""
     SCENARIOS.append(Scenario(function.__name__, function))
     return function
 

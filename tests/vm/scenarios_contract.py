@@ -14,11 +14,8 @@ def contract_of_a_mounted_volume(box):
     program = f"/box/in/bin/{SUITE}"
     cases = _cases(box.user(f"{program} --gtest_list_tests")["out"])
     box.call("lend", "player")
-    try:
-        box.session("start", SUITE, [program, f"--gtest_output=json:{RESULTS}"])
-        until(lambda: box.session("status", SUITE) is not None, 900, f"{SUITE} has ended")
-    finally:
-        box.call("lend", None)
+    box.session("start", SUITE, [program, f"--gtest_output=json:{RESULTS}"])
+    until(lambda: box.session("status", SUITE) is not None, 900, f"{SUITE} has ended")
     said = box.session("output", SUITE)[0]
     expect_equal(box.session("status", SUITE), 0, f"the status of {SUITE}, which said:\n{said}")
     expect_equal(_passed(json.loads(box.root(f"cat {RESULTS}"))), cases, "the cases that passed")

@@ -192,7 +192,6 @@ def media_that_fail(box):
         expect_equal(box.user(f"cat '{place}/kept.txt'")["out"], "kept\n", "the open file")
         box.session("stop", "reader")
         run.eject(staying=("twin1", "twin2"))
-    box.root(f"rm {MOUNT_RULE}")
 
 
 def _arrives(box, person, run):

@@ -134,4 +134,3 @@ def the_package(box):
     expect_equal(_files(box) ^ before, set(), "what has come or gone after the purge")
     shown = box.call("run", ["dpkg-query", "-W", "fillstation"])
     expect_equal(shown["status"], 1, f"dpkg knows nothing of it: {shown['out']}")
-    box.root(f"rm -r {FOLDER}")

@@ -1,6 +1,5 @@
 """What udev has not seen yet: neither a new disk nor a fresh volume may be taken for what it is not."""
 
-import contextlib
 import time
 
 from flows import COMPLETED
@@ -11,20 +10,14 @@ STARTING = "/sys/module/usb_storage/parameters/delay_use"  # seconds until a new
 USB_DEVICES = "ls /run/udev/data | grep -c ^c189: || true"
 
 
-@contextlib.contextmanager
-def _slow_start(box, seconds):
-    box.root(f"modprobe usb-storage && echo {seconds} >{STARTING}")
-    yield
-    box.root(f"echo 1 >{STARTING}")
-
-
 def _name_of(person, disk):
     return next(player.name for player in person.players() if player.disk == disk)
 
 
 @scenario
 def a_disk_that_udev_has_not_seen(box):
-    with operator(box) as person, _slow_start(box, 2):
+    box.root(f"modprobe usb-storage && echo 2 >{STARTING}")
+    with operator(box) as person:
         known, said = box.root(USB_DEVICES), person.output()[0]
         box.player("late", content={"system": "fat32", "label": "LATE"})
         until(lambda: box.root(USB_DEVICES) != known, 10, "udev knows the device, but not its disk")

@@ -72,19 +72,14 @@ def write_file(path, text, owner=None):
 
 
 def lend(owner):
-    """From now on the hands obey a user of the box, too; for nobody, nobody."""
-    for server in lent:
-        server.close()
-        os.unlink(LENT)
-    lent.clear()
-    os.chmod(gadgets.BACKING, 0o711 if owner else 0o700)
-    if owner:
-        server = socket.socket(socket.AF_UNIX)
-        server.bind(LENT)
-        os.chmod(LENT, 0o600)
-        shutil.chown(LENT, owner)
-        server.listen()
-        lent.append(server)
+    """From now on the hands obey a user of the box, too."""
+    os.chmod(gadgets.BACKING, 0o711)
+    server = socket.socket(socket.AF_UNIX)
+    server.bind(LENT)
+    os.chmod(LENT, 0o600)
+    shutil.chown(LENT, owner)
+    server.listen()
+    lent.append(server)
 
 
 def meanwhile(name, op, *args, **named):

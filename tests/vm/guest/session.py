@@ -145,6 +145,7 @@ def open_desktop():
     subprocess.Popen(["openbox", "--startup", f"touch {ready}"], **streams)
     while not os.path.exists(ready):
         time.sleep(0.1)
+    accessibility.bus()  # which is started by the first who asks for it
 
 
 def main():
