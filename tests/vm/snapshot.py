@@ -14,15 +14,15 @@ import machine
 
 
 def _processor():
-    """What acceleration hands through to the machine."""
+    """What the machine sees of the processor here: its clock's rate, and with acceleration all."""
     lines = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
     return "".join(sorted({line for line in lines if line.startswith(("model name", "flags"))}))
 
 
 def _key(base):
     version = subprocess.run([machine.QEMU, "--version"], capture_output=True, check=True).stdout
-    processor = _processor() if machine.kvm_works(base) else ""
-    digest = hashlib.sha256(f"{base} {machine.CORES} {processor}".encode() + version)
+    accelerated = machine.kvm_works(base)
+    digest = hashlib.sha256(f"{base} {machine.CORES} {accelerated} {_processor()}".encode() + version)
     guest = sorted((image.HERE / "guest").glob("*.py"))
     for path in (image.HERE / "machine.py", image.HERE / "snapshot.py", *guest):
         digest.update(path.read_bytes())
