@@ -82,9 +82,13 @@ class Operator(Window):
     def ask(self, user=ADMIN, password=ADMIN_PASSWORD):
         """Presses Start and fills in the administrator's credentials, up to OK."""
         self.click("Start")
-        until(lambda: self.shows("Cancel"), 60, "the credentials panel")
-        self.fill_in(self.find("text", "User name:"), user)
-        self.fill_in(self.find("text", "Password:"), password)
+        fields = until(self._credentials, 60, "the credentials panel")
+        self.fill_in(fields["User name:"], user)
+        self.fill_in(fields["Password:"], password)
+
+    def _credentials(self):
+        fields = {node["name"]: node for node in self.nodes("text")}
+        return fields if {"User name:", "Password:"} <= set(fields) else None
 
     def start(self, user=ADMIN, password=ADMIN_PASSWORD):
         """Starts a run."""
@@ -93,9 +97,10 @@ class Operator(Window):
 
     def alert_text(self):
         """The text of the alert that is open; none while there is no alert."""
-        for alert in self.nodes(ALERT):
-            texts = [node["name"] for node in alert["children"] if node["role"] == LABEL]
-            return max(texts, key=len, default=None)
+        for window in self.windows([ALERT]):
+            if window["role"] == ALERT:
+                texts = [node["name"] for node in window["children"] if node["role"] == LABEL]
+                return max(texts, key=len, default=None)
         return None
 
     def dismiss(self, text, seconds=60):
@@ -107,12 +112,15 @@ class Operator(Window):
         self.expect_usable()
 
     def expect_usable(self):
-        for button in RUN_BUTTONS:
-            expect(self.is_enabled(button), f"{button} can be pressed")
+        expect_equal(self._enabled(RUN_BUTTONS), set(RUN_BUTTONS), "the buttons that can be pressed")
 
     def expect_busy(self):
-        for button in RUN_BUTTONS:
-            expect(not self.is_enabled(button), f"{button} can't be pressed during a run")
+        expect_equal(self._enabled(RUN_BUTTONS), set(), "the buttons that can be pressed during a run")
+
+    def _enabled(self, buttons):
+        """Those of the buttons that can be pressed; all of them have to be there."""
+        shown = {node["name"]: node for node in self.nodes(BUTTON)}
+        return {name for name in buttons if "enabled" in shown[name]["states"]}
 
     def eject(self, seconds=60):
         """Ejects the ticked players."""

@@ -53,8 +53,9 @@ class Window:
         rows = self._box.call("journal_since", self.journal_start)
         return [text for name, text in rows if name == "fillstation"]
 
-    def windows(self):
-        for root in self._box.session("tree", self._name):
+    def windows(self, roles=None):
+        """The visible windows. roles: of those to look into, since that takes time from the program."""
+        for root in self._box.session("tree", self._name, roles):
             yield from (node for node in [root] if "showing" in node["states"])
 
     def nodes(self, role=None, name=None):
@@ -73,7 +74,7 @@ class Window:
         return any(True for _ in self.nodes(BUTTON, button))
 
     def is_in_front(self):
-        return any("active" in window["states"] for window in self.windows())
+        return any("active" in window["states"] for window in self.windows([]))
 
     def has_focus(self, role, name):
         return any("focused" in node["states"] for node in self.nodes(role, name))

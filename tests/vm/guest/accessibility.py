@@ -4,7 +4,10 @@ Emulation makes every answer slow, so that all questions about one level of the 
 once, and only those that somebody needs.
 """
 
-from gi.repository import Gio, GLib
+import functools
+import os
+
+from wire import Bus
 
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ACTION = "org.a11y.atspi.Action"
@@ -16,49 +19,16 @@ WITH_TEXT = ("text",)
 WITH_VALUE = ("progress bar",)
 LEAVES = ("push button", "check box", "label", "cell", "column header", "row header", "scroll bar",
           "image", "combo box", "text")
-ANSWER_MS = 20000
+PROPERTIES = "org.freedesktop.DBus.Properties"
 
 
-class Bus:
-    """The accessibility bus. Questions are collected by ask() and answered in answers()."""
-
-    def __init__(self):
-        session = Gio.bus_get_sync(Gio.BusType.SESSION)
-        answer = session.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress",
-                                   None, None, Gio.DBusCallFlags.NONE, ANSWER_MS)
-        flags = Gio.DBusConnectionFlags
-        self._bus = Gio.DBusConnection.new_for_address_sync(
-            answer.unpack()[0],
-            flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
-        self._open = 0
-
-    def ask(self, place, interface, method, arguments, keep):
-        """keep(answer) is called by answers(); with None where there was no answer."""
-        self._open += 1
-
-        def on_answer(bus, result):
-            self._open -= 1
-            try:
-                keep(bus.call_finish(result).unpack())
-            except GLib.Error:
-                keep(None)
-
-        self._bus.call(place[0], place[1], interface, method, arguments, None,
-                       Gio.DBusCallFlags.NONE, ANSWER_MS, None, on_answer)
-
-    def answers(self):
-        context = GLib.MainContext.default()
-        while self._open:
-            context.iteration(True)
-
-    def property(self, place, interface, name, keep):
-        arguments = GLib.Variant("(ss)", (interface, name))
-        self.ask(place, "org.freedesktop.DBus.Properties", "Get", arguments,
-                 lambda answer: keep(answer[0] if answer else None))
+def _property(bus, place, interface, name, keep):
+    bus.ask(place, PROPERTIES, "Get", "ss", (interface, name),
+            lambda answer: keep(answer[0] if answer else None))
 
 
 def _children(bus, place, keep):
-    bus.ask(place, ACCESSIBLE, "GetChildren", None, lambda answer: keep(answer[0] if answer else []))
+    bus.ask(place, ACCESSIBLE, "GetChildren", "", (), lambda answer: keep(answer[0] if answer else []))
 
 
 def _state_names(answer):
@@ -71,11 +41,12 @@ def _describe(bus, nodes):
     """Role, name and states of new nodes; then what their roles have besides."""
     for node in nodes:
         place = node["id"]
-        bus.ask(place, ACCESSIBLE, "GetRoleName", None,
+        bus.ask(place, ACCESSIBLE, "GetRoleName", "", (),
                 lambda answer, node=node: node.update(role=answer[0] if answer else ""))
-        bus.ask(place, ACCESSIBLE, "GetState", None,
+        bus.ask(place, ACCESSIBLE, "GetState", "", (),
                 lambda answer, node=node: node.update(states=_state_names(answer)))
-        bus.property(place, ACCESSIBLE, "Name", lambda name, node=node: node.update(name=name or ""))
+        _property(bus, place, ACCESSIBLE, "Name",
+                  lambda name, node=node: node.update(name=name or ""))
     bus.answers()
 
 
@@ -95,20 +66,20 @@ def _deepen(bus, nodes):
 
 def _ask_details(bus, node):
     if node["role"] in WITH_TEXT:
-        bus.ask(node["id"], "org.a11y.atspi.Text", "GetText", GLib.Variant("(ii)", (0, -1)),
+        bus.ask(node["id"], "org.a11y.atspi.Text", "GetText", "ii", (0, -1),
                 lambda answer: node.update(text=answer[0] if answer else ""))
     if node["role"] in WITH_VALUE:
-        bus.property(node["id"], "org.a11y.atspi.Value", "CurrentValue",
-                     lambda value: node.update(value=value))
+        _property(bus, node["id"], "org.a11y.atspi.Value", "CurrentValue",
+                  lambda value: node.update(value=value))
 
 
 def _new(place):
     return {"id": place, "children": []}
 
 
-def _answer(place, interface, method, arguments=None):
+def _answer(place, interface, method, kinds="", *values):
     kept = []
-    bus().ask(place, interface, method, arguments, kept.append)
+    bus().ask(place, interface, method, kinds, values, kept.append)
     bus().answers()
     return kept[0]
 
@@ -119,17 +90,17 @@ def details(places):
     labels = []
     for each in told:
         place = each["id"]
-        bus().property(place, ACCESSIBLE, "Description",
-                       lambda text, each=each: each.update(description=text))
-        bus().ask(place, ACCESSIBLE, "GetRole", None,
+        _property(bus(), place, ACCESSIBLE, "Description",
+                  lambda text, each=each: each.update(description=text))
+        bus().ask(place, ACCESSIBLE, "GetRole", "", (),
                   lambda answer, each=each: each.update(role=answer[0] if answer else None))
-        bus().ask(place, ACTION, "GetActions", None,
+        bus().ask(place, ACTION, "GetActions", "", (),
                   lambda answer, each=each: each.update(actions=_action_names(answer)))
-        bus().ask(place, ACCESSIBLE, "GetRelationSet", None,
+        bus().ask(place, ACCESSIBLE, "GetRelationSet", "", (),
                   lambda answer, each=each: labels.extend((each, label) for label in _labels(answer)))
     bus().answers()
     for each, label in labels:
-        bus().property(label, ACCESSIBLE, "Name", each["labels"].append)
+        _property(bus(), label, ACCESSIBLE, "Name", each["labels"].append)
     bus().answers()
     return told
 
@@ -146,22 +117,23 @@ def _labels(answer):
 def act(place, action):
     """Has a thing do what it offers by that name; whether it offers that."""
     names = _action_names(_answer(place, ACTION, "GetActions"))
-    return action in names and _answer(place, ACTION, "DoAction",
-                                       GLib.Variant("(i)", (names.index(action),))) == (True,)
+    return action in names and _answer(place, ACTION, "DoAction", "i", names.index(action)) == [True]
 
 
 def put_text(place, text):
     """Puts a text into a field instead of what is there; whether the field takes it."""
-    return _answer(place, EDITABLE, "SetTextContents", GLib.Variant("(s)", (text,))) == (True,)
+    return _answer(place, EDITABLE, "SetTextContents", "s", text) == [True]
 
 
 def place_of(place):
     """Where a thing is on the screen: x, y, width, height."""
-    return _answer(place, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (0,)))[0]
+    return _answer(place, "org.a11y.atspi.Component", "GetExtents", "u", 0)[0]
 
 
-def tree(owner):
-    """The windows of the program with that process id; nothing while it shows none."""
+def tree(owner, roles=None):
+    """The windows of the program with that process id; nothing while it shows none.
+
+    roles: of the windows to look into; without them, all."""
     windows, level = [], []
     registry = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
     _children(bus(), registry, level.extend)
@@ -170,16 +142,18 @@ def tree(owner):
         if _process(program[0]) == owner:
             _children(bus(), program, lambda places: windows.extend(_new(each) for each in places))
     bus().answers()
-    level = windows
+    _describe(bus(), windows)
+    level = [window for window in windows if roles is None or window["role"] in roles]
     while level:
-        _describe(bus(), level)
         level = _deepen(bus(), level)
+        _describe(bus(), level)
     return windows
 
 
+@functools.cache
 def _process(name):
     answer = _answer(("org.freedesktop.DBus", "/org/freedesktop/DBus"), "org.freedesktop.DBus",
-                     "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)))
+                     "GetConnectionUnixProcessID", "s", name)
     return answer[0] if answer else None
 
 
@@ -188,5 +162,9 @@ _bus = []
 
 def bus():
     if not _bus:
-        _bus.append(Bus())
+        session = Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"])
+        address = []
+        session.ask(("org.a11y.Bus", "/org/a11y/bus"), "org.a11y.Bus", "GetAddress", "", (), address.extend)
+        session.answers()
+        _bus.append(Bus(address[0]))
     return _bus[0]

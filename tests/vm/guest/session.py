@@ -103,9 +103,9 @@ def stop(name, number=signal.SIGTERM, timeout=10):
         return "killed"
 
 
-def tree(name):
+def tree(name, roles=None):
     """The windows of a started program."""
-    return accessibility.tree(started[name].pid)
+    return accessibility.tree(started[name].pid, roles)
 
 
 OPERATIONS = {
