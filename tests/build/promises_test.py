@@ -1,4 +1,5 @@
-"""Every test that a document names is there: promises_test.py DOCUMENT…
+"""Every test that a document names is there, and .ci/run runs one for each promise:
+promises_test.py DOCUMENT…
 
 Names are what stands in backquotes and has the form of one: Suite.Case of GoogleTest, a scenario of
 the box (scenario:NAME), a fuzzer (fuzzer:NAME), a test of ctest's ("test:NAME").
@@ -11,7 +12,14 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 NAME = re.compile(r"`([A-Z]\w+\.[A-Z]\w+|(?:scenario|fuzzer|test):[^`]+)`")
 CASE = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)")
+SCENARIO = re.compile(r"^@(scenario|short_scenario)\ndef (\w+)", re.MULTILINE)
 TYPED = re.compile(r"\bTYPED_TEST(?:_P)?\(\s*(\w+),\s*(\w+)\)")
+
+
+def scenarios(root):
+    """How each scenario is marked, and its name."""
+    for source in (root / "tests/vm").glob("*.py"):
+        yield from SCENARIO.findall(source.read_text(encoding="utf-8"))
 
 
 def known(root):
@@ -20,9 +28,7 @@ def known(root):
     for source in (root / "tests").rglob("*.[ch]*"):
         text = source.read_text(encoding="utf-8", errors="replace")
         names.update(".".join(match) for match in CASE.findall(text) + TYPED.findall(text))
-    for source in (root / "tests/vm").glob("*.py"):
-        text = source.read_text(encoding="utf-8")
-        names.update(f"scenario:{name}" for name in re.findall(r"^@scenario\ndef (\w+)", text, re.M))
+    names.update(f"scenario:{name}" for _, name in scenarios(root))
     names.update(f"fuzzer:{folder.name}" for folder in (root / "tests/fuzz/corpus").glob("*"))
     for lists in (root / "tests").rglob("CMakeLists.txt"):
         names.update(f"test:{name}" for name in re.findall(r'NAME "([^"]+)"', lists.read_text()))
@@ -35,17 +41,31 @@ def missing(document, names):
     return [name for name in found if name not in names], len(found)
 
 
+def unguarded(document, late):
+    """The points of the document that name tests, but none that .ci/run runs; late: those it doesn't."""
+    points = [NAME.findall(point) for point in re.split(r"^- ", document, flags=re.MULTILINE)]
+    return [names for names in points if names and set(names) <= late]
+
+
 def main():
     names = known(ROOT)
+    late = {f"scenario:{name}" for kind, name in scenarios(ROOT) if kind == "scenario"}
     for path in sys.argv[1:]:
-        wrong, count = missing(Path(path).read_text(encoding="utf-8"), names)
+        document = Path(path).read_text(encoding="utf-8")
+        wrong, count = missing(document, names)
         if count == 0:
             sys.exit(f"{path} names no test.")
         if wrong:
             sys.exit(f"{path} names tests that don't exist: {', '.join(wrong)}")
+        if alone := unguarded(document, late):
+            sys.exit(f"{path}: .ci/run runs none of these tests of one promise: {alone}")
     # The check itself: what isn't there is found.
     assert missing("`NoSuite.NoCase` `scenario:none` `SignalQuit.h` x", names) == (
         ["NoSuite.NoCase", "scenario:none"], 2), "the check finds nothing"
+    # And so is a promise that only scenarios outside the short set hold.
+    late = {"scenario:a", "scenario:b"}
+    assert unguarded("- x:\n  `scenario:a`, `scenario:b`.\n- y: `scenario:a`, `test:c`.\n- z.", late) == [
+        ["scenario:a", "scenario:b"]], "the check lets a promise pass that nothing holds"
 
 
 if __name__ == "__main__":

@@ -24,7 +24,7 @@ HOW = {
     "./package": InCI("./package --check"),
     "./run": Started("end event"),
     "./test": InCI("./test --werror"),
-    "tests/vm/run": InCI("tests/vm/run"),
+    "tests/vm/run": InCI("tests/vm/run --short"),
     "fillstation": InBox("end event", ends=False),
     "sudo apt install ./fillstation_*.deb": InScenario(),
     "sudo apt install --reinstall ./fillstation_*.deb": InScenario(),

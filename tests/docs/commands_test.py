@@ -21,11 +21,11 @@ class Commands(unittest.TestCase):
                 self.assertIn(how.step, steps, command)
         if any(isinstance(how, Started) for how in HOW.values()):
             self.assertIn("tests/docs/start_commands", steps)
-        self.assertIn("tests/vm/run", steps)
+        self.assertIn("tests/vm/run --short", steps)
 
     def test_the_scenario_holds_its_commands(self):
         scenario = (ROOT / "tests/vm/scenarios_package.py").read_text()
-        self.assertIn("@scenario\ndef the_package(box):", scenario)
+        self.assertIn("@short_scenario\ndef the_package(box):", scenario)
         self.assertIn("commands_for_the_box()", scenario)
         for command, how in HOW.items():
             if isinstance(how, InScenario):

@@ -1,18 +1,24 @@
-"""The list of scenarios: a function becomes one by @scenario."""
+"""The list of scenarios: a function becomes one by @scenario or @short_scenario."""
 
 import collections
 import contextlib
 
 from flows import Operator
 
-Scenario = collections.namedtuple("Scenario", "name run")
+Scenario = collections.namedtuple("Scenario", "name run short")
 SCENARIOS = []
 BOOK = "/home/player/Audio Book"
 
 
 def scenario(function):
     """The function gets a fresh box; its name is the scenario's."""
-    SCENARIOS.append(Scenario(function.__name__, function))
+    SCENARIOS.append(Scenario(function.__name__, function, short=False))
+    return function
+
+
+def short_scenario(function):
+    """A scenario that .ci/run runs, too: tests/vm/run --short."""
+    SCENARIOS.append(Scenario(function.__name__, function, short=True))
     return function
 
 

@@ -2,14 +2,14 @@
 
 import json
 
-from scenario import scenario
+from scenario import short_scenario
 from waiting import expect_equal, until
 
 SUITE = "linux_medium_contract_test"
 RESULTS = "/home/player/medium.json"
 
 
-@scenario
+@short_scenario
 def contract_of_a_mounted_volume(box):
     program = f"/box/in/bin/{SUITE}"
     cases = _cases(box.user(f"{program} --gtest_list_tests")["out"])

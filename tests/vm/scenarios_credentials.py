@@ -4,7 +4,7 @@ from box import ADMIN, ADMIN_PASSWORD, PLAYER, PLAYER_PASSWORD
 from flows import COMPLETED, failed
 from logs import ASKED, CANCELLED, EJECTED, HUBS_SEEN, NO_PLAYER, NO_TICK, ON_UPDATE, PLAYER_SEEN, SIZE
 from logs import Listener, added, prepared, refused, sizes
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, make_book, operator, short_scenario
 from waiting import until
 
 EMPTY_FIELD = "You'v entered invalid password."
@@ -16,7 +16,7 @@ REFUSED = {
 }
 
 
-@scenario
+@short_scenario
 def credentials_that_open_nothing(box):
     book = make_book(box, chapters=1)
     for name in ("one", "two"):

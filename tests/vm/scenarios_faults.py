@@ -4,7 +4,7 @@ import time
 
 from faultrun import FaultRun
 from flows import LOG
-from scenario import BOOK, make_book, operator, scenario, udev_held
+from scenario import BOOK, make_book, operator, scenario, short_scenario, udev_held
 from waiting import expect, expect_equal, until
 
 FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
@@ -81,7 +81,7 @@ def pulled_at_each_tenth_of_the_copy(box):
         run.eject()
 
 
-@scenario
+@short_scenario
 def pulled_before_and_at_the_start(box):
     book = make_book(box, **SHORT)
     names = ["listed", "panel", "unseen", "unmounting", "whole"]

@@ -4,7 +4,7 @@ import pathlib
 import sys
 
 from flows import COMPLETED, failed
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, make_book, operator, short_scenario
 from waiting import expect, expect_equal, until
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "docs"))
@@ -113,7 +113,7 @@ def _whole_run(box, book, disks):
         box.expect_prepared(name, book)
 
 
-@scenario
+@short_scenario
 def the_package(box):
     book = make_book(box, chapters=1)
     box.user("touch fillstation.out fillstation.err udiskie.out udiskie.err")

@@ -3,7 +3,7 @@
 from flows import COMPLETED
 from logs import ASKED, EJECTED, HUBS_SEEN, NO_PLAYER, NO_TICK, ON_UPDATE, PLAYER_SEEN, SIZE
 from logs import Listener, added, prepared, sizes
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, make_book, operator, scenario, short_scenario
 from waiting import expect_equal, until
 
 FILES = 12
@@ -16,7 +16,7 @@ ONE_PLAYER_OUTPUT = (
 NO_SPACE_AT_ALL = "18446744073709551615 MB"
 
 
-@scenario
+@short_scenario
 def one_player(box):
     book = make_book(box)
     box.player("one")
@@ -40,7 +40,7 @@ def one_player(box):
     box.expect_prepared("one", book)
 
 
-@scenario
+@short_scenario
 def four_players_before_start_and_four_after(box):
     book = make_book(box)
     early = [f"early{number}" for number in range(4)]

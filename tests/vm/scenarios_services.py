@@ -3,7 +3,7 @@
 import time
 
 from flows import COMPLETED, TICK
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, make_book, operator, scenario, short_scenario
 from waiting import expect, expect_equal, until
 
 TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}}
@@ -63,7 +63,7 @@ def _replace_the_idle_twin(box, person):
     expect(new not in person.ticked(), "the new twin has no tick")
 
 
-@scenario
+@short_scenario
 def three_twins_and_one_of_them_ejected(box):
     book = make_book(box, chapters=2, track_kb=2048)
     names = ("twin1", "twin2", "twin3")

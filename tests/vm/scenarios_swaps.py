@@ -6,7 +6,7 @@ import time
 from faultrun import FaultRun
 from flows import COMPLETED
 from outcomes import Outcome
-from scenario import BOOK, make_book, operator, scenario, udev_held
+from scenario import BOOK, make_book, operator, scenario, short_scenario, udev_held
 from waiting import expect, expect_equal, until
 
 PHOTOS = {"content": {"system": "ext4", "label": "photos"}}
@@ -144,7 +144,7 @@ def swapped_before_the_wipe(box):
             swap.end("swapped between authentication and check", 1, formats=1, wipe_failures=1)
 
 
-@scenario
+@short_scenario
 def swapped_during_the_wipe(box):
     with _swaps(box) as ready:
         with ready() as swap:
