@@ -76,7 +76,7 @@ bool isPicked(const std::string& name) {
   return matches(minus == 0 ? "*" : patterns.substr(0, minus)) && !matches(unwanted);
 }
 
-// A number that GoogleTest's own sharding reads from the environment, which is then without it: in a
+// A number that GoogleTest's own sharding reads from the environment. It is taken from there: in a
 // box the one case is always run.
 int takeFromEnvironment(const char* name, int otherwise) {
   const char* text = std::getenv(name);

@@ -10,7 +10,6 @@ namespace fillstation {
 
 namespace {
 
-
 // The standard request for a string descriptor.
 constexpr std::uint8_t kDeviceToHost = 0x80;
 constexpr std::uint8_t kGetDescriptor = 6;
