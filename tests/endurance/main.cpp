@@ -32,7 +32,7 @@ std::map<std::string, int> readArguments(int argc, char** argv) {
 // What the process holds at rest: what the last players had is let go of a moment later, and what
 // leaks stays. The first figures, which the others are compared with, have stayed for a moment.
 Figures atRest(const std::string& folder, const Curve& curve) {
-  constexpr int kPatienceMs = 5000;
+  constexpr int kRestPatienceMs = 5000;
   constexpr int kMomentMs = 100;
   Figures now = Figures::now(folder);
   const auto rests = [&] {
@@ -42,7 +42,7 @@ Figures atRest(const std::string& folder, const Curve& curve) {
     const Figures before = std::exchange(now, Figures::now(folder));
     return curve.isEmpty() ? now == before : curve.holds(now);
   };
-  static_cast<void>(QTest::qWaitFor(rests, kPatienceMs));
+  static_cast<void>(QTest::qWaitFor(rests, kRestPatienceMs));
   return now;
 }
 

@@ -89,7 +89,7 @@ TEST_F(PosixVolumeTest, ReadsAheadOnlyWhatIsMoreThanOnePiece) {
 }
 
 TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
-  struct HeldCalls : test::FakeCalls {
+  struct HeldCloses : test::FakeCalls {
     int close(int descriptor) override {
       ++open;
       std::unique_lock guard(lock);
