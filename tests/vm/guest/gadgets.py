@@ -173,6 +173,6 @@ def await_head(name, zero, timeout=60.0, then_pull=False):
         while any(os.pread(medium.fileno(), 4096, 0)) == zero:
             if time.monotonic() >= end:
                 raise TimeoutError(f"the head of {name} has not changed")
-            time.sleep(0.002)
+            time.sleep(0.02)  # more often takes the time from those who write it
     if then_pull:
         pull(name)

@@ -9,11 +9,21 @@ import time
 
 def named(name):
     """The processes of that name that have not ended."""
-    for folder in pathlib.Path("/proc").glob("[0-9]*"):
+    wanted = name.encode() + b"\n"
+    for process in filter(str.isdigit, os.listdir("/proc")):
         with contextlib.suppress(OSError):
-            if (folder / "comm").read_text(encoding="utf-8").strip() == name:
-                if (folder / "cmdline").read_bytes():  # one that has ended has none
-                    yield int(folder.name)
+            if _content(f"/proc/{process}/comm") == wanted:
+                if _content(f"/proc/{process}/cmdline"):  # one that has ended has none
+                    yield int(process)
+
+
+def _content(path):
+    """The beginning of a small file, as fast as it can be had: others wait for the processor."""
+    file = os.open(path, os.O_RDONLY)
+    try:
+        return os.read(file, 4096)
+    finally:
+        os.close(file)
 
 
 def await_none(name, timeout=30.0):
