@@ -71,7 +71,7 @@ class Leaving:
         """The run is on, with one player in the wipe, one in the format, in the copy, in the flush.
 
         A medium that stalls in one of the first two would keep UDisks2 from the others."""
-        self.box.call("meanwhile", "wipe", "freeze_child", "pkexec", "sh", "dd", 300)
+        self.box.call("meanwhile", "wipe", "hold_next", "/usr/bin/dd", 300)
         self.box.call("meanwhile", "format", "freeze", "mkfs.fat", 300)
         person.click("OK")
         self.held = [self.box.call("joined", step, timeout=330) for step in ("wipe", "format")]

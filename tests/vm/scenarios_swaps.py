@@ -150,7 +150,7 @@ def swapped_during_the_wipe(box):
         with ready() as swap:
             swap.person.ask()
             swap.run.begin()
-            held = box.call("freeze_child", "pkexec", "sh", "dd")
+            held = box.call("hold_next", "/usr/bin/dd")
             # The check holds the player open, so that its name is nobody else's as long as that.
             swap.swap(name=_next(swap.disk))
             box.call("thaw", held)
@@ -159,7 +159,7 @@ def swapped_during_the_wipe(box):
         with ready(**READ_ONLY) as swap:
             swap.person.ask()
             swap.run.begin()
-            failing = box.call("freeze_child", "pkexec", "sh", "dd")
+            failing = box.call("hold_next", "/usr/bin/dd")
             held = box.call("freeze", "fillstation")
             box.call("thaw", failing)
             box.call("await_none", AGENT)

@@ -132,7 +132,7 @@ OPERATIONS = {
     "await_none": processes.await_none,
     "freeze": processes.freeze,
     "freeze_successor": processes.freeze_successor,
-    "freeze_child": processes.freeze_child,
+    "hold_next": processes.hold_next,
     "freeze_when": processes.freeze_when,
     "await_no_holder": processes.await_no_holder,
     "thaw": processes.thaw,

@@ -3,8 +3,18 @@
 import contextlib
 import os
 import pathlib
+import shutil
 import signal
+import subprocess
 import time
+
+HELD = pathlib.Path("/run/box-held")
+# The first one alone can make the file.
+STOPPER = """#!/bin/sh
+set -C
+{{ echo $$ >{folder}/process; }} 2>/dev/null && kill -STOP $$
+exec {program} "$@"
+"""
 
 
 def named(name):
@@ -48,22 +58,32 @@ def freeze_successor(name, successor, timeout=30.0):
     return found[0]
 
 
-def freeze_child(name, successor, child, timeout=30.0):
-    """Like freeze_successor(); then that one goes on, until it has a child of that name, which is held."""
-    shell = freeze_successor(name, successor, timeout)
-    children = pathlib.Path(f"/proc/{shell}/task/{shell}/children")
-    thaw(shell)
+def hold_next(path, timeout=30.0):
+    """Waits until the program of that path is started, and holds it before it begins; its process id.
 
-    def look():
-        for process in children.read_text(encoding="ascii").split():
-            with contextlib.suppress(OSError):
-                if pathlib.Path(f"/proc/{process}/comm").read_text(encoding="utf-8").strip() == child:
-                    return int(process)
-        return None
+    The program is replaced by one that stops itself once: a look at the processes may come too late.
+    """
+    folder = HELD / os.path.basename(path)
+    if not folder.exists():
+        folder.mkdir(parents=True)
+        program, stopper = folder / folder.name, folder / "stopper"
+        shutil.copy2(path, program)
+        stopper.write_text(STOPPER.format(folder=folder, program=program), encoding="ascii")
+        stopper.chmod(0o755)
+        subprocess.run(["mount", "--bind", stopper, path], check=True)
+    (folder / "process").unlink(missing_ok=True)
+    process = _await(lambda: _number_in(folder / "process"), timeout, f"{path} never ran")
+    _await(lambda: _is_stopped(process), timeout, f"{path} has not stopped")
+    return process
 
-    found = _await(look, timeout, f"{successor} never ran {child}", pause=0)
-    os.kill(found, signal.SIGSTOP)
-    return found
+
+def _number_in(path):
+    text = path.read_text(encoding="ascii") if path.exists() else ""
+    return int(text) if text.endswith("\n") else None
+
+
+def _is_stopped(process):
+    return _content(f"/proc/{process}/stat").rpartition(b")")[2].split()[0] == b"T"
 
 
 def freeze_when(running, name, timeout=30.0):
