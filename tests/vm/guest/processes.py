@@ -51,8 +51,8 @@ def freeze(name, timeout=30.0):
 def freeze_successor(name, successor, timeout=30.0):
     """Waits until a program of that name has become another one, and holds that one at once."""
     found = _await(lambda: list(named(name)), timeout, f"{name} never ran")
-    comm = pathlib.Path(f"/proc/{found[0]}/comm")
-    reads = lambda: comm.read_text(encoding="utf-8").strip() == successor  # noqa: E731
+    wanted = successor.encode() + b"\n"
+    reads = lambda: _content(f"/proc/{found[0]}/comm") == wanted  # noqa: E731
     _await(reads, timeout, f"{name} never became {successor}", pause=0)
     os.kill(found[0], signal.SIGSTOP)
     return found[0]
