@@ -2,7 +2,7 @@
 
 from flows import COMPLETED, failed
 from scenario import BOOK, make_book, operator, scenario
-from waiting import expect, expect_equal, until
+from waiting import expect_equal, until
 
 PLAYERS = {
     "unlabelled": {"content": {"system": "fat32"}},

@@ -208,6 +208,7 @@ def _swap_before_eject(box, swap):
         there = box.disks() == [swap.disk]
     changed = swap.run.changed()
     said = "the foreign disk is still there" if there else "the foreign disk has gone"
-    box.outcomes.append(Outcome("swapped before Eject, unnoticed", "had ended before", said, "there is none", changed))
+    box.outcomes.append(
+        Outcome("swapped before Eject, unnoticed", "had ended before", said, "there is none", changed))
     expect(there, "the foreign disk has not been ejected")
     expect_equal(changed, 0, "the bytes of foreign disks that have changed")
