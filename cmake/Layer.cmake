@@ -16,7 +16,8 @@ function(fillstation_layer name)
 endfunction()
 
 # fillstation_test(NAME SOURCES … LINKS … [SHARDS N]): a GoogleTest program. ctest runs it whole, or as
-# N processes that share its cases; what came of each case is in results/ of the build folder.
+# N processes that share its cases; those that need it begin first. What came of each case is in
+# results/ of the build folder.
 function(fillstation_test name)
   cmake_parse_arguments(PARSE_ARGV 1 test "" "SHARDS" "SOURCES;LINKS")
   add_executable(${name} ${test_SOURCES})
@@ -31,7 +32,8 @@ function(fillstation_test name)
     set(test "${name} ${shard}")
     add_test(NAME "${test}" COMMAND ${name})
     # ./test -R looks for the cases in the required files.
-    set_tests_properties("${test}" PROPERTIES TIMEOUT 600 REQUIRED_FILES "${test_SOURCES}"
+    set_tests_properties("${test}" PROPERTIES TIMEOUT 600 COST ${test_SHARDS}
+      REQUIRED_FILES "${test_SOURCES}"
       ENVIRONMENT "QT_QPA_PLATFORM=offscreen;GTEST_BRIEF=1;\
 GTEST_OUTPUT=xml:${CMAKE_BINARY_DIR}/results/${name}.${shard}/;\
 GTEST_TOTAL_SHARDS=${test_SHARDS};GTEST_SHARD_INDEX=${index}")
