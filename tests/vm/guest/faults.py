@@ -9,7 +9,12 @@ import gadgets
 import processes
 import shelves
 
-ACTIONS = {"pull": gadgets.pull, "protect": gadgets.protect, "stall": shelves.stall}
+ACTIONS = {
+    "pull": gadgets.pull,
+    "protect": gadgets.protect,
+    "stall": shelves.stall,
+    "nothing": lambda name: None,
+}
 begun = {}
 
 
@@ -105,7 +110,9 @@ def pull_in_format(name, disk):
 
 def stall_in_flush(name, disk, total, timeout):
     """Every byte has been handed over, and some are still under way to a medium that stalls."""
-    seen = during_the_copy({name: ["stall", 1]}, total, timeout)
+    # The rest is handed over without waiting for the medium; a later stall may come after the flush.
+    during_the_copy({name: ["stall", 0.95]}, total, timeout)
+    seen = during_the_copy({name: ["nothing", 1]}, total, timeout)
     await_writing(disk)
     return seen[name]
 
