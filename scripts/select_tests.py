@@ -6,7 +6,6 @@ status is 1 when nothing matches.
 """
 
 import json
-import os
 import re
 import subprocess
 import sys
