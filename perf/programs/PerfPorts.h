@@ -39,6 +39,8 @@ class PerfPorts {
    public:
     std::shared_ptr<VolumeMedium> mediumOf(int rootDescriptor, const std::string& mountPath,
                                            const DiskIdentity& owner) override;
+    std::optional<std::string> remount(const DiskIdentity& owner,
+                                       const std::string& mountPath) override;
   };
   class NoPause : public Clock {
    public:

@@ -1,5 +1,7 @@
 #include "TRFileCopyTask.h"
 
+#include <algorithm>
+
 #include "Platform.h"
 #include "TRFileCopyTaskCollection.h"
 #include "Url.h"
@@ -22,11 +24,29 @@ bool existsAlready(const TRFile& node) {
   return TRFileCopyTask::filemgr()->fileExists(node.url().value_or(Url()).absoluteString());
 }
 
+std::string sourceOf(const TRFile& node) { return node.url().value_or(Url()).path(); }
+
 // Where the node goes: the volume itself for what has no place below it.
 std::string pathOn(const std::string& mountPath, const TRFile& node) {
   const std::string below = node.destRelativeUrl().value_or(Url::withString("/")).path();
   return below == "/" ? mountPath : mountPath + '/' + below;
 }
+
+// A node as what was put onto the volume that is mounted there.
+class CopiedNode : public CopiedItem {
+ public:
+  CopiedNode(const TRFile& node, const std::string& mountPath)
+      : node_(node), mountPath_(mountPath) {}
+
+  bool isDirectory() const override { return node_.isDir(); }
+  std::int64_t size() const override { return node_.size().value(); }
+  std::string source() const override { return sourceOf(node_); }
+  std::string destination() const override { return pathOn(mountPath_, node_); }
+
+ private:
+  const TRFile& node_;
+  const std::string& mountPath_;
+};
 
 }  // namespace
 
@@ -76,7 +96,7 @@ void TRFileCopyTask::copyTask() {
     setError(true);
     return;
   }
-  if (destination.volume && !destination.volume->flush()) {
+  if (destination.volume && !isOnTheMedium(destination)) {
     setError(true);
   }
   logText("copy Done!!!\n");
@@ -90,6 +110,30 @@ TRFileCopyTask::Destination TRFileCopyTask::openDestination() const {
   }
   const std::string mountPath = Url::withString(*text).path();
   return {mountPath, filemgr()->openVolume(mountPath, owner->identity())};
+}
+
+bool TRFileCopyTask::isOnTheMedium(const Destination& destination) const {
+  const bool flushed = destination.volume->flush();
+  // A player that has failed already needs no further proof.
+  return flushed && (error() || destination.volume->readBack([&](const auto& visitor) {
+           forEachNode([&](const TRFile& node) {
+             return existsAlready(node) || visitor(CopiedNode(node, destination.mountPath));
+           });
+         }));
+}
+
+void TRFileCopyTask::forEachNode(const std::function<bool(const TRFile&)>& visitor) const {
+  const auto visit = [&](const std::shared_ptr<TRFile>& node) { return visitor(*node); };
+  const auto visitRoot = [&](const std::shared_ptr<TRFile>& root) {
+    if (!root->isDir()) {
+      return visit(root);
+    }
+    const auto nodes = root->files();
+    return !nodes || std::all_of(nodes->begin(), nodes->end(), visit);
+  };
+  if (const auto roots = files()) {
+    static_cast<void>(std::all_of(roots->begin(), roots->end(), visitRoot));
+  }
 }
 
 void TRFileCopyTask::copyRoot(const TRFile& root, const Destination& destination) {
@@ -128,9 +172,8 @@ void TRFileCopyTask::copyNode(const TRFile& node, const Destination& destination
 }
 
 void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination) {
-  const std::string source = file.url().value_or(Url()).path();
   if (destination.volume &&
-      destination.volume->copyItem(source, pathOn(destination.mountPath, file))) {
+      destination.volume->copyItem(sourceOf(file), pathOn(destination.mountPath, file))) {
     logText("Copy successful");
   } else {
     setError(true);

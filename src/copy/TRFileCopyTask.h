@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -116,6 +117,10 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
                  std::string_view diskArgument);
 
   Destination openDestination() const;
+  // Flushes the volume and has what was copied read back.
+  bool isOnTheMedium(const Destination& destination) const;
+  // Hands each node that is copied to the visitor, in order, until it returns false.
+  void forEachNode(const std::function<bool(const TRFile&)>& visitor) const;
   void copyRoot(const TRFile& root, const Destination& destination);
   void copyNode(const TRFile& node, const Destination& destination);
   void copyFile(const TRFile& file, const Destination& destination);

@@ -29,6 +29,20 @@ class DirectoryWalk {
   virtual std::optional<WalkEntry> next() = 0;
 };
 
+// One file or folder that was put onto a volume. Valid during the call that it is handed to.
+class CopiedItem {
+ public:
+  virtual ~CopiedItem() = default;
+
+  virtual bool isDirectory() const = 0;
+  virtual std::int64_t size() const = 0;        // bytes, as the source had when it was chosen
+  virtual std::string source() const = 0;       // absolute path
+  virtual std::string destination() const = 0;  // absolute path below the mount path
+};
+
+// Hands every item to the visitor, in the order in which they were copied, until it returns false.
+using CopiedItems = std::function<void(const std::function<bool(const CopiedItem&)>& visitor)>;
+
 // A player's mounted volume, opened for filling. Everything happens below the directory that was
 // opened, on that file system alone: when the volume vanishes, operations fail instead of reaching
 // what lies beneath. One thread at a time; closes with the last reference.
@@ -48,6 +62,11 @@ class Volume {
 
   // Returns when everything written is on the medium; false when that can't be promised.
   virtual bool flush() = 0;
+
+  // Closes the volume, unmounts and mounts it, and compares what the medium holds now with what was
+  // copied: all names, their order and sizes, and samples of the content. False when something
+  // differs or can't be read. Nothing else is done with the volume afterwards.
+  virtual bool readBack(const CopiedItems& items) = 0;
 };
 
 // The file system as the program sees it. Paths are bytes. Any thread.

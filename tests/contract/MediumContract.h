@@ -3,10 +3,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 #include "ContractTest.h"
 #include "TempFolder.h"
+#include "TestItem.h"
 
 namespace fillstation::contract {
 
@@ -34,6 +37,19 @@ class MediumContract : public ContractTest {
 
   bool createDirectory(const std::string& path) {
     return volume->createDirectory(root + "/" + path);
+  }
+
+  // Has the volume read back on a worker, while this thread is the main thread.
+  bool readBack(const std::vector<test::TestItem>& items) {
+    std::atomic<bool> done{false};
+    bool held = false;
+    std::thread worker([&] {
+      held = volume->readBack(test::itemsOf(items));
+      done = true;
+    });
+    EXPECT_TRUE(backEnd->await([&] { return done.load(); }));
+    worker.join();
+    return held;
   }
 
   test::TempFolder sources;
@@ -64,6 +80,31 @@ TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
   volume.reset();
   EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
   EXPECT_EQ(backEnd->content("a"), expected);
+}
+
+TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
+  openVolume();
+  EXPECT_TRUE(createDirectory("Album"));
+  EXPECT_TRUE(copy("two", "Album/02.mp3"));
+  EXPECT_TRUE(copy("one", "Album/01.mp3"));
+  EXPECT_TRUE(volume->flush());
+  std::vector<test::TestItem> items(3);
+  items[0].folder = true;
+  items[0].to = root + "/Album/";
+  for (const std::size_t file : {1U, 2U}) {
+    items[file].from = sources.path("source-" + std::to_string(file));
+    items[file].bytes = 3;
+    items[file].to = root + (file == 1 ? "/Album/02.mp3" : "/Album/01.mp3");
+  }
+  EXPECT_TRUE(readBack(items));
+  ASSERT_TRUE(mountPath(identity).has_value());
+  root = *mountPath(identity);
+  volume = backEnd->fileManager().openVolume(root, identity);
+  ASSERT_NE(volume, nullptr);
+  EXPECT_TRUE(copy("three", "03.mp3"));
+  EXPECT_TRUE(volume->flush());
+  items[0].to = root + "/Another/";
+  EXPECT_FALSE(readBack(items));
 }
 
 TEST_P(MediumContract, IsOpenedForItsDiskOnly) {

@@ -23,6 +23,10 @@ class PosixBackEnd : public FileManagerBackEnd, private VolumeOwner {
         mountPath == mount_ && asked.node == known.node && asked.usbHandle == known.usbHandle;
     return isOurs ? std::make_shared<RealMedium>() : nullptr;
   }
+  std::optional<std::string> remount(const DiskIdentity& /*owner*/,
+                                     const std::string& mountPath) override {
+    return mountPath;
+  }
 
   TempFolder folder_;
   std::string mount_ = folder_.makeFolder("media/PLAYER");

@@ -44,6 +44,10 @@ class RealTree : public testing::Test, private VolumeOwner {
                                          const DiskIdentity& /*owner*/) override {
     return nullptr;
   }
+  std::optional<std::string> remount(const DiskIdentity& /*owner*/,
+                                     const std::string& /*mountPath*/) override {
+    return std::nullopt;
+  }
 
   StopSource stop_;
   PosixFileManager files_{*this, stop_};

@@ -115,6 +115,7 @@ void Explorer::trouble() {
   troubles.unmountRefused = what == 3;
   troubles.copyFails = what == 4;
   troubles.flushFails = what == 5;
+  troubles.lies = what == 6;
   device->troubles = troubles;
 }
 

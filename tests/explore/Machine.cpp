@@ -1,6 +1,7 @@
 #include "Machine.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "PlayerCommand.h"
@@ -200,14 +201,24 @@ bool Machine::create(Device& device, const std::string& path, const std::string&
 
 bool Machine::flush(Device& device) {
   const std::scoped_lock guard(lock_);
-  TaskFacts& facts = facts_[device.node];
-  facts.flushed = device.present && device.mounted && !device.troubles.flushFails;
-  if (facts.flushed) {
-    device.medium->written.merge(device.medium->unwritten);
-    device.medium->unwritten.clear();
+  if (!device.present || !device.mounted || device.troubles.flushFails) {
+    return false;
   }
-  facts.complete = completable_ && facts.flushed && device.medium->written == content_;
-  return facts.flushed;
+  auto& medium = *device.medium;
+  if (device.troubles.lies && !medium.unwritten.empty()) {
+    medium.unwritten.erase(std::prev(medium.unwritten.end()));
+  }
+  medium.written.merge(medium.unwritten);
+  medium.unwritten.clear();
+  return true;
+}
+
+bool Machine::readBack(Device& device) {
+  const std::scoped_lock guard(lock_);
+  TaskFacts& facts = facts_[device.node];
+  facts.proven = device.present && device.mounted && device.medium->written == content_;
+  facts.complete = completable_ && facts.proven;
+  return facts.proven;
 }
 
 void Machine::beginRun(const std::vector<std::shared_ptr<Device>>& devices,

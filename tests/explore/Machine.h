@@ -36,6 +36,7 @@ struct Troubles {
   bool unmountRefused = false;
   bool copyFails = false;
   bool flushFails = false;
+  bool lies = false;  // it says that it has everything and drops the last of it
 };
 
 // One attach of a medium.
@@ -58,8 +59,8 @@ struct Device {
 struct TaskFacts {
   bool openAsked = false;  // so its format has succeeded
   bool opened = false;
-  bool flushed = false;   // with success
-  bool complete = false;  // the medium held the whole file set when it was flushed
+  bool proven = false;    // flushed and read back with success
+  bool complete = false;  // the medium held the whole file set then
 };
 
 // A machine in memory: USB devices with disks, what is mounted, and the commands. It checks every
@@ -89,6 +90,7 @@ class Machine {
   std::shared_ptr<Device> open(const std::string& mountPath, const DiskIdentity& owner);
   bool create(Device& device, const std::string& path, const std::string& source);
   bool flush(Device& device);
+  bool readBack(Device& device);
 
   static std::string mountPath(const Device& device);
 

@@ -124,6 +124,11 @@ class MachinePorts::Files : public test::RealSourceFiles {
       ports_.turns_.stopHere();
       return ports_.machine_.flush(*device_);
     }
+    bool readBack(const CopiedItems& /*items*/) override {
+      ports_.machine_.noteBeginning("the reading back");
+      ports_.turns_.stopHere();
+      return ports_.machine_.readBack(*device_);
+    }
 
    private:
     bool create(const std::string& destination, const std::string& source) {

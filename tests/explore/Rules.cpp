@@ -131,7 +131,7 @@ void Rules::report(Machine& machine) {
   for (const auto& device : inRun) {
     const TaskFacts& facts = machine.factsOf(device->node);
     const bool isComplete =
-        facts.openAsked && (facts.opened ? facts.flushed && facts.complete : nodes == 0);
+        facts.openAsked && (facts.opened ? facts.proven && facts.complete : nodes == 0);
     if (!isComplete) {
       alertText += "\nPlayer " + device->node + " Failed in process";
     }

@@ -31,6 +31,8 @@ struct FaultCase {
   std::function<void(FaultRig&)> started;
   // What must hold besides when the run is over: the problems.
   std::function<std::vector<std::string>(FaultRig&)> ended;
+  // It is complete when it fails, and nobody knows yet.
+  bool unproven = false;
   // The run waits for good, as long as this player does.
   bool waits = false;
 };

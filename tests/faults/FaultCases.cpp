@@ -86,7 +86,27 @@ std::vector<FaultCase> pulls() {
     cases.push_back(pulledInTenth(tenth));
   }
   cases.push_back(pulledAt("during the final flush", PullMoment::kDuringFlush));
+  cases.push_back(pulledAt("while it is read back", PullMoment::kDuringReadBack));
+  cases.back().unproven = true;
   return cases;
+}
+
+// Media that take everything and have something else. The book's tracks lie one behind the other,
+// after the two tables.
+std::vector<FaultCase> lies() {
+  const auto lying = [](std::string name, Lie lie, std::int64_t from, std::int64_t bytes) {
+    BenchFaults faults;
+    faults.lie = lie;
+    faults.lieFrom = from;
+    faults.lieBytes = bytes;
+    return withFaults(std::move(name), faults);
+  };
+  constexpr std::int64_t kBegin = 257 * 4096;
+  return {lying("drops what is beyond half of the copy", Lie::kDrops, kBegin + 24 * 4096, 0),
+          lying("wraps at half of the copy", Lie::kWraps, kBegin + 24 * 4096, 0),
+          lying("wraps right before the end of the copy", Lie::kWraps, kBegin + 196'608, 0),
+          lying("has a worn piece of 2 %", Lie::kDrops, kBegin + 24 * 4096, 4096),
+          lying("changes a bit in each block", Lie::kFlips, kBegin, 10 * kTrackBytes)};
 }
 
 std::vector<FaultCase> media() {
@@ -110,6 +130,9 @@ std::vector<FaultCase> media() {
   faults = {};
   faults.refuseMount = true;
   cases.push_back(withFaults("refuses the mount", faults));
+  for (FaultCase& lying : lies()) {
+    cases.push_back(std::move(lying));
+  }
   faults = {};
   faults.remount = RemountMoment::kAfterUnmount;
   cases.push_back(withFaults("an automounter mounts it before the wipe", faults));

@@ -35,8 +35,9 @@ constexpr Way kWays[] = {
 };
 
 // The steps of a run, in their order.
-constexpr const char* kSteps[] = {"listed", "asking", "authentication", "unmount", "wipe",
-                                  "format", "mount",  "copy",           "flush",   "reporting"};
+constexpr const char* kSteps[] = {"listed", "asking",   "authentication", "unmount",
+                                  "wipe",   "format",   "mount",          "copy",
+                                  "flush",  "readback", "reporting"};
 
 constexpr std::chrono::seconds kPatience{60};
 

@@ -63,7 +63,8 @@ class LinuxRig {
                         {std::chrono::milliseconds(1), 120}};
   DiskOrder order{mainThread};
   UdevUsbBus usbBus{known, stop};
-  LinuxVolumeOwner owner{known, mounts};
+  LinuxVolumeOwner owner{
+      known, mounts, [this] { return std::make_shared<UDisksSession>(services, order); }, stop, {}};
   PosixFileManager files{owner, stop};
 
  private:

@@ -7,6 +7,7 @@
 #include "FileHandle.h"
 #include "MockMachine.h"
 #include "MockMounts.h"
+#include "TestPlatform.h"
 
 namespace fillstation::test {
 
@@ -16,6 +17,15 @@ class LinuxVolumeOwnerTest : public ::testing::Test {
     machine.plug("a");
     known.found(1, identity.usbHandle, "sdb", 101);
     path = machine.mount(16, "volume");
+    ports.disks.byName["sdb"] = std::make_shared<TestDisk>();
+    ports.disks.complete = [](const auto& /*request*/, const auto& answer) { answer(); };
+  }
+
+  std::vector<std::string> asked() const { return ports.disks.kinds(); }
+  void refuse(const std::string& kind) {
+    ports.disks.refuse = [kind](const TestDisks::Request& request) {
+      return request.kind == kind ? std::optional(Dissenter{"no"}) : std::nullopt;
+    };
   }
 
   bool owns(const std::string& directory, const DiskIdentity& owner) {
@@ -27,7 +37,12 @@ class LinuxVolumeOwnerTest : public ::testing::Test {
   MockMachine machine;
   KnownDisks known;
   MountTable mounts{machine.mountTable()};
-  LinuxVolumeOwner owner_{known, mounts};
+  StopSource stop;
+  TestPlatform ports;
+  LinuxVolumeOwner owner_{
+      known, mounts,
+      [this] { return std::make_shared<TestDiskSession>(ports.disks, ports.mainThread); }, stop,
+      LinuxVolumeOwner::Patience{std::chrono::seconds(0), 3}};
   std::string path;
 };
 
@@ -81,6 +96,45 @@ TEST_F(LinuxVolumeOwnerTest, TheMediumIsTheKernelsOwn) {
   ASSERT_NE(medium, nullptr);
   EXPECT_TRUE(medium->flush(root.get()));
   EXPECT_FALSE(medium->flush(-1));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountUnmountsMountsAndSaysWhereTheVolumeIs) {
+  EXPECT_EQ(owner_.remount(identity, "/media/where it was"), path);
+  EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "mount"}));
+  EXPECT_EQ(ports.disks.requests[0].expected.usbHandle, identity.usbHandle);
+  EXPECT_EQ(ports.disks.requests[1].expected.node, identity.node);
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountOfAVolumeThatStaysInUseLeavesItWhereItIs) {
+  refuse("unmount");
+  EXPECT_EQ(owner_.remount(identity, "/media/busy"), "/media/busy");
+  EXPECT_EQ(asked(), (std::vector<std::string>(3, "unmount")));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountAsksAgainForAVolumeThatIsInUse) {
+  ports.disks.refuse = [this](const TestDisks::Request& /*request*/) {
+    return asked().size() < 3 ? std::optional(Dissenter{"busy"}) : std::nullopt;
+  };
+  EXPECT_EQ(owner_.remount(identity, path), path);
+  EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "unmount", "unmount", "mount"}));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountFailsWhenTheVolumeDoesNotComeBack) {
+  refuse("mount");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountOfADiskThatHasGoneAsksForNothing) {
+  machine.pull("a");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+  EXPECT_EQ(asked(), std::vector<std::string>());
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountEndsWithTheProgram) {
+  ports.disks.complete = [this](const auto& /*request*/, const auto& /*answer*/) {
+    stop.request();
+  };
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
 }
 
 }  // namespace fillstation::test

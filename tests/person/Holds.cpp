@@ -73,6 +73,10 @@ class HeldVolume : public Volume {
     holds_.at("flush");
     return volume_->flush();
   }
+  bool readBack(const CopiedItems& items) override {
+    holds_.at("readback");
+    return volume_->readBack(items);
+  }
 
  private:
   const Holds& holds_;

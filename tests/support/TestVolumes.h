@@ -16,11 +16,14 @@ namespace fillstation::test {
 // at a time.
 class TestVolume : public Volume {
  public:
-  // "mkdir <destination>", "copy <source> -> <destination>" or "flush".
+  // "mkdir <destination>", "copy <source> -> <destination>", "flush" or "read back".
   using Listener = std::function<void(const std::string&)>;
 
-  TestVolume(Listener listener, std::set<std::string> failing)
-      : listener_(std::move(listener)), failing_(std::move(failing)) {}
+  // Given what is to be read back.
+  using Reader = std::function<void(const CopiedItems&)>;
+
+  TestVolume(Listener listener, std::set<std::string> failing, Reader read)
+      : listener_(std::move(listener)), failing_(std::move(failing)), read_(std::move(read)) {}
 
   bool createDirectory(const std::string& destination) override {
     return answer("mkdir " + destination);
@@ -29,6 +32,10 @@ class TestVolume : public Volume {
     return answer("copy " + source + " -> " + destination);
   }
   bool flush() override { return answer("flush"); }
+  bool readBack(const CopiedItems& items) override {
+    read_(items);
+    return answer("read back");
+  }
 
  private:
   bool answer(const std::string& request) {
@@ -38,6 +45,7 @@ class TestVolume : public Volume {
 
   Listener listener_;
   std::set<std::string> failing_;
+  Reader read_;
 };
 
 // A file manager with volumes and no files. Set up before the threads that use it start.
@@ -64,7 +72,7 @@ class TestVolumes : public FileManager {
       return nullptr;
     }
     return std::make_shared<TestVolume>([this](const std::string& request) { tell(request); },
-                                        failing);
+                                        failing, onReadBack);
   }
 
   // Paths that exist, mount paths that can't be opened, requests to a volume that fail.
@@ -73,6 +81,7 @@ class TestVolumes : public FileManager {
   std::set<std::string> failing;
   // Told of each request, on the thread that makes it.
   std::function<void(const std::string&)> onRequest;
+  TestVolume::Reader onReadBack = [](const CopiedItems& /*items*/) {};
 
  private:
   void tell(const std::string& request) {

@@ -37,7 +37,8 @@ class TRFileCopyTaskWalkTest : public CopyTest {
   std::shared_ptr<Reports> reports;
 };
 
-const Lines kEnd{"flush", "log copy Done!!!\n", "log done\n"};
+const Lines kEnd{"flush", "read back", "log copy Done!!!\n", "log done\n"};
+const Lines kFailedEnd{"flush", "log copy Done!!!\n", "log done\n"};
 constexpr const char* kOpen = "open /media/p of /dev/sdb 7";
 
 TEST_F(TRFileCopyTaskWalkTest, FolderRootsContentLandsAtTheTopOfTheVolume) {
@@ -59,7 +60,7 @@ TEST_F(TRFileCopyTaskWalkTest, FileRootIsCopiedOntoTheVolumesOwnPathAndFails) {
   const Lines events = copied(roots({fileRoot("/home/a/song.mp3", 5)}));
   EXPECT_EQ(events, (Lines{kOpen, "exists? file:///home/a/song.mp3", "log Copy /home/a/song.mp3\n",
                            "copy /home/a/song.mp3 -> /media/p", "log Copy failed"} +
-                     kEnd));
+                     kFailedEnd));
   EXPECT_TRUE(task->error());
   EXPECT_EQ(task->currentSize(), 5);
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
@@ -100,7 +101,7 @@ TEST_F(TRFileCopyTaskWalkTest, FailedCopyOfOneFileDoesNotStopTheOthers) {
                    "log Copy successful", "log Copy /s/b\n", "exists? file:///s/b",
                    "copy /s/b -> /media/p/b", "log Copy failed", "log Copy /s/c\n",
                    "exists? file:///s/c", "copy /s/c -> /media/p/c", "log Copy successful"} +
-             kEnd));
+             kFailedEnd));
   EXPECT_TRUE(task->error());
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{25, 50, 100}));
 }
@@ -112,7 +113,7 @@ TEST_F(TRFileCopyTaskWalkTest, DirectoryThatCannotBeCreatedSetsTheErrorAndIsNotL
   EXPECT_EQ(events, (Lines{kOpen, "log Copy /s/d\n", "exists? file:///s/d/", "mkdir /media/p/d",
                            "log Copy /s/d/a\n", "exists? file:///s/d/a",
                            "copy /s/d/a -> /media/p/d/a", "log Copy successful"} +
-                     kEnd));
+                     kFailedEnd));
   EXPECT_TRUE(task->error());
   EXPECT_EQ(reports->progress, (std::vector<std::int64_t>{0, 100}));
 }
@@ -256,8 +257,37 @@ TEST_F(TRFileCopyTaskWalkTest, PlayerThatLosesItsPathIsLikeAVolumeThatCannotBeOp
 
 TEST_F(TRFileCopyTaskWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
   files.failing = {"flush"};
-  EXPECT_EQ(copied(roots()), Lines{kOpen} + kEnd);
+  EXPECT_EQ(copied(roots()), Lines{kOpen} + kFailedEnd);
   EXPECT_TRUE(task->error());
+}
+
+TEST_F(TRFileCopyTaskWalkTest, WhatWasCopiedIsReadBackInItsOrder) {
+  Lines items;
+  files.onReadBack = [&items](const CopiedItems& all) {
+    all([&items](const CopiedItem& item) {
+      items.push_back((item.isDirectory() ? "folder " : "file ") + item.source() + " -> " +
+                      item.destination() + " " + std::to_string(item.size()));
+      return items.size() < 4;
+    });
+  };
+  files.existing = {"file:///s/left%20out"};
+  copied(roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/left out", "left%20out"),
+                                  file("/s/d/a b", "d/a%20b", 7)}),
+                folderRoot("/empty", {}), folderRoot("/t", {file("/t/c", "c", 1)}),
+                folderRoot("/u", {file("/u/d", "d", 2), file("/u/e", "e", 3)})}));
+  EXPECT_EQ(items, (Lines{"folder /s/d -> /media/p/d 0", "file /s/d/a b -> /media/p/d/a b 7",
+                          "file /t/c -> /media/p/c 1", "file /u/d -> /media/p/d 2"}));
+  EXPECT_FALSE(task->error());
+}
+
+TEST_F(TRFileCopyTaskWalkTest, ReadingBackThatFailsSetsTheErrorAndIsNotLogged) {
+  files.failing = {"read back"};
+  EXPECT_EQ(copied(roots({folderRoot("/s", {file("/s/a", "a", 1)})})),
+            (Lines{kOpen, "log Copy /s/a\n", "exists? file:///s/a", "copy /s/a -> /media/p/a",
+                   "log Copy successful"} +
+             kEnd));
+  EXPECT_TRUE(task->error());
+  EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
 }
 
 TEST_F(TRFileCopyTaskWalkTest, NodeWithoutASizeCountsAsZero) {

@@ -6,6 +6,7 @@
 
 #include "BenchMedium.h"
 #include "BenchVolume.h"
+#include "Lies.h"
 
 namespace fillstation {
 
@@ -80,6 +81,9 @@ std::optional<Dissenter> BenchVolumes::unmount(BenchPlayer& player) {
   if (!player.isReadOnly() && !volume->flush()) {
     return Dissenter{"What was copied can't be written."};
   }
+  if (player.addCopied(0) > 0 && !applyLie(player.image(), player.faults())) {
+    return Dissenter{"What was copied can't be changed."};
+  }
   player.setVolume(nullptr);
   volume->close();
   remountAt(player, RemountMoment::kAfterUnmount);
@@ -113,6 +117,20 @@ void BenchVolumes::left(const std::shared_ptr<BenchPlayer>& player) {
       volume->close();
     }
   });
+}
+
+std::optional<std::string> BenchVolumes::remount(const DiskIdentity& owner,
+                                                 const std::string& mountPath) {
+  const auto player = players_.find(owner);
+  if (!player) {
+    return std::nullopt;
+  }
+  player->pullAt(PullMoment::kDuringReadBack);
+  if (unmount(*player)) {
+    return mountPath;
+  }
+  const auto volume = mountNow(*player) ? nullptr : player->volume();
+  return volume ? std::optional(volume->folder()) : std::nullopt;
 }
 
 std::shared_ptr<VolumeMedium> BenchVolumes::mediumOf(int rootDescriptor,

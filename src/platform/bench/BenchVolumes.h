@@ -35,6 +35,8 @@ class BenchVolumes : public VolumeOwner {
 
   std::shared_ptr<VolumeMedium> mediumOf(int rootDescriptor, const std::string& mountPath,
                                          const DiskIdentity& owner) override;
+  std::optional<std::string> remount(const DiskIdentity& owner,
+                                     const std::string& mountPath) override;
 
  private:
   std::optional<Dissenter> mountNow(BenchPlayer& player);

@@ -23,7 +23,7 @@ constexpr std::size_t kLongestLabel = 11;  // FAT's
 template <class Moment>
 using Named = std::pair<const char*, Moment>;
 
-constexpr std::array<Named<PullMoment>, 8> kPullMoments{{
+constexpr std::array<Named<PullMoment>, 9> kPullMoments{{
     {"before-unmount", PullMoment::kBeforeUnmount},
     {"during-wipe", PullMoment::kDuringWipe},
     {"before-format", PullMoment::kBeforeFormat},
@@ -32,11 +32,18 @@ constexpr std::array<Named<PullMoment>, 8> kPullMoments{{
     {"during-mount", PullMoment::kDuringMount},
     {"after-bytes", PullMoment::kAfterBytes},
     {"during-flush", PullMoment::kDuringFlush},
+    {"during-read-back", PullMoment::kDuringReadBack},
 }};
 
 constexpr std::array<Named<RemountMoment>, 2> kRemountMoments{{
     {"after-unmount", RemountMoment::kAfterUnmount},
     {"after-format", RemountMoment::kAfterFormat},
+}};
+
+constexpr std::array<Named<Lie>, 3> kLies{{
+    {"drops", Lie::kDrops},
+    {"wraps", Lie::kWraps},
+    {"flips", Lie::kFlips},
 }};
 
 // Reads a moment by its name; an absent one leaves the target untouched.
@@ -84,6 +91,12 @@ BenchFaults readFaults(const nlohmann::json& value, JsonPath path, JsonProblem& 
   if (object.read("readOnlyAfterBytes", 0, kAnyNumber, readOnlyAfter)) {
     faults.readOnlyAfterBytes = readOnlyAfter;
   }
+  readMoment(object, "lie", kLies, faults.lie);
+  const bool begins = object.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
+  if (begins != (faults.lie != Lie::kNone)) {
+    object.report("lie", "lie and lieFrom go together");
+  }
+  object.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
   object.refuseOtherKeys();
   return faults;
 }
@@ -228,6 +241,15 @@ nlohmann::ordered_json jsonOf(const BenchFaults& faults) {
   }
   if (faults.readOnlyAfterBytes) {
     json["readOnlyAfterBytes"] = *faults.readOnlyAfterBytes;
+  }
+  if (faults.lie != Lie::kNone) {
+    json["lie"] = nameOf(faults.lie, kLies);
+  }
+  if (faults.lieFrom != 0) {
+    json["lieFrom"] = faults.lieFrom;
+  }
+  if (faults.lieBytes != 0) {
+    json["lieBytes"] = faults.lieBytes;
   }
   return json;
 }

@@ -19,11 +19,17 @@ enum class PullMoment {
   kBeforeMount,
   kDuringMount,
   kAfterBytes,
-  kDuringFlush
+  kDuringFlush,
+  kDuringReadBack
 };
 
 // When something else on the machine mounts the player behind the program's back.
 enum class RemountMoment { kNever, kAfterUnmount, kAfterFormat };
+
+// What a medium does with what is written to a part of it, while it says that all is well: nothing,
+// so that it reads as zeros; put it so many bytes from the medium's beginning as it lies from the
+// part's; or change a bit in each 4096 bytes. It shows once the volume has been unmounted.
+enum class Lie { kNone, kDrops, kWraps, kFlips };
 
 // What goes wrong with a bench player. A plain value.
 struct BenchFaults {
@@ -38,6 +44,9 @@ struct BenchFaults {
   RemountMoment remount = RemountMoment::kNever;
   // Bytes copied when the medium turns read-only; 0: it always was.
   std::optional<std::int64_t> readOnlyAfterBytes;
+  Lie lie = Lie::kNone;
+  std::int64_t lieFrom = 0;   // bytes from the medium's beginning
+  std::int64_t lieBytes = 0;  // 0: to its end
 
   bool operator==(const BenchFaults&) const = default;
 };

@@ -22,7 +22,9 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
       scriptRunner_(
           places.parts.agent, [this](const DiskIdentity& identity) { return guardOf(identity); },
           [this](const DiskIdentity& identity) { known_.spared(identity); }),
-      owner_(known_, mounts_),
+      owner_(known_, mounts_,
+             [this] { return std::make_shared<UDisksSession>(diskServices_, order_); },
+             services.stop, {}),
       fileManager_(owner_, services.stop),
       wakefulness_(places.connect, services.log) {}
 

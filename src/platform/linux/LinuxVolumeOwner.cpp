@@ -3,16 +3,30 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
 
+#include "LinuxDisk.h"
 #include "PosixVolume.h"
 #include "RealMedium.h"
 
 namespace fillstation {
 
+namespace {
+
+// How often a wait looks for the end of the program.
+constexpr std::chrono::milliseconds kLook{50};
+
+std::string nameOf(const DiskIdentity& owner) {
+  return owner.node.substr(owner.node.rfind('/') + 1);
+}
+
+}  // namespace
+
 std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
                                                          const std::string& mountPath,
                                                          const DiskIdentity& owner) {
-  const std::string name = owner.node.substr(owner.node.rfind('/') + 1);
+  const std::string name = nameOf(owner);
   const auto facts = readDisk(name);
   struct stat root {};
   if (guardAgainst(owner, name, known_.sequenceOf(owner), facts, known_) ||
@@ -27,6 +41,45 @@ std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
   const bool isMount = std::find(points.begin(), points.end(),
                                  PosixVolume::withoutEndingSlash(mountPath)) != points.end();
   return isDisks && isMount ? std::make_shared<RealMedium>() : nullptr;
+}
+
+std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
+                                                     const std::string& mountPath) {
+  const auto session = session_();
+  const auto disk = session->diskFromName(owner.node);
+  bool unmounted = false;
+  for (int attempt = 0; attempt < patience_.attempts && !unmounted; ++attempt) {
+    if (!readDisk(nameOf(owner)) || (attempt > 0 && !stop_.waitFor(patience_.pause))) {
+      return std::nullopt;
+    }
+    unmounted = carriedOut(&DiskSession::unmount, *session, disk, owner);
+  }
+  if (!unmounted) {
+    return mountPath;
+  }
+  if (!carriedOut(&DiskSession::mount, *session, disk, owner)) {
+    return std::nullopt;
+  }
+  const auto facts = readDisk(nameOf(owner));
+  const auto volume = facts ? volumeOn(*facts, known_) : std::nullopt;
+  const auto points = volume ? mounts_.mountPoints(volume->number) : std::vector<std::string>();
+  return points.empty() ? std::nullopt : std::optional(points.front());
+}
+
+bool LinuxVolumeOwner::carriedOut(Request request, DiskSession& session,
+                                  const std::shared_ptr<Disk>& disk,
+                                  const DiskIdentity& owner) const {
+  const auto done = std::make_shared<std::promise<bool>>();
+  auto succeeded = done->get_future();
+  (session.*request)(disk, owner, [done](const auto& /*disk*/, const Dissenter* dissenter) {
+    done->set_value(dissenter == nullptr);
+  });
+  while (succeeded.wait_for(kLook) != std::future_status::ready) {
+    if (stop_.requested()) {
+      return false;
+    }
+  }
+  return succeeded.get();
 }
 
 }  // namespace fillstation

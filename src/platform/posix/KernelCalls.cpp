@@ -22,6 +22,10 @@ ssize_t KernelCalls::read(int descriptor, void* buffer, std::size_t count) {
   return ::read(descriptor, buffer, count);
 }
 
+ssize_t KernelCalls::readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) {
+  return ::pread(descriptor, buffer, count, offset);
+}
+
 ssize_t KernelCalls::write(int descriptor, const void* buffer, std::size_t count) {
   return ::write(descriptor, buffer, count);
 }

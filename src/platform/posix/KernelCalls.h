@@ -8,8 +8,9 @@
 
 namespace fillstation {
 
-// The system calls of a copy whose failures and effects a test can't bring about or see with real
-// files. Each does what the call of its name does, errno included. Any thread.
+// The system calls of a copy and its reading back whose failures and effects a test can't bring
+// about or see with real files. Each does what the call of its name does, errno included. Any
+// thread.
 class KernelCalls {
  public:
   virtual ~KernelCalls() = default;
@@ -20,6 +21,8 @@ class KernelCalls {
   // sendfile from where the source stands.
   virtual ssize_t sendFile(int target, int source, std::size_t count);
   virtual ssize_t read(int descriptor, void* buffer, std::size_t count);
+  // pread.
+  virtual ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset);
   virtual ssize_t write(int descriptor, const void* buffer, std::size_t count);
   // On several threads at once.
   virtual int close(int descriptor);

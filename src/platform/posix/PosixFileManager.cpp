@@ -30,16 +30,23 @@ std::unique_ptr<DirectoryWalk> PosixFileManager::walk(const std::string& folder,
 
 std::shared_ptr<Volume> PosixFileManager::openVolume(const std::string& mountPath,
                                                      const DiskIdentity& owner) {
-  const std::string path = PosixVolume::withoutEndingSlash(mountPath);
-  FileHandle root = openLongPath(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-  if (!root) {
+  OpenRoot opened = openRoot(mountPath, owner);
+  if (!opened.root) {
     return nullptr;
   }
-  auto medium = owner_.mediumOf(root.get(), mountPath, owner);
-  if (medium == nullptr) {
-    return nullptr;
-  }
-  return std::make_shared<PosixVolume>(std::move(root), path, std::move(medium), stop_);
+  auto remount = [this, mountPath, owner] {
+    const auto path = owner_.remount(owner, mountPath);
+    return path ? openRoot(*path, owner) : OpenRoot();
+  };
+  return std::make_shared<PosixVolume>(std::move(opened.root), mountPath, std::move(opened.medium),
+                                       stop_, KernelCalls::real(), std::move(remount));
+}
+
+OpenRoot PosixFileManager::openRoot(const std::string& mountPath, const DiskIdentity& owner) {
+  FileHandle root =
+      openLongPath(PosixVolume::withoutEndingSlash(mountPath), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+  auto medium = root ? owner_.mediumOf(root.get(), mountPath, owner) : nullptr;
+  return medium ? OpenRoot{std::move(root), std::move(medium)} : OpenRoot();
 }
 
 }  // namespace fillstation

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "FileManager.h"
+#include "PosixVolume.h"
 #include "StopSource.h"
 #include "VolumeOwner.h"
 
@@ -25,6 +26,9 @@ class PosixFileManager : public FileManager {
                                      const DiskIdentity& owner) override;
 
  private:
+  // No handle unless the path is a mount of that disk.
+  OpenRoot openRoot(const std::string& mountPath, const DiskIdentity& owner);
+
   VolumeOwner& owner_;
   const StopSource& stop_;
 };

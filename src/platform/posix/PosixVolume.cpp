@@ -6,9 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <random>
 #include <utility>
 
-#include "LongPath.h"
+#include "ReadBack.h"
 
 namespace fillstation {
 
@@ -25,24 +26,23 @@ std::string joined(const std::vector<std::string>& components) {
   return path;
 }
 
-// The source of a copy. It is looked at before it is opened, so that nothing but a regular file
-// ever is: opening a FIFO or a device can wait or act.
-FileHandle openRegularFile(const std::string& path, struct stat& status) {
-  const FileHandle place = openLongPath(path, O_PATH);
-  if (!place || ::fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return {};
-  }
-  return openLongPath("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
+// By the clock of the times of files.
+std::timespec timeNow() {
+  std::timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return now;
 }
 
 }  // namespace
 
 PosixVolume::PosixVolume(FileHandle root, const std::string& mountPath,
                          std::shared_ptr<VolumeMedium> medium, const StopSource& stop,
-                         KernelCalls& calls)
+                         KernelCalls& calls, Remount remount)
     : root_(std::move(root)),
       mountPath_(withoutEndingSlash(mountPath)),
       medium_(std::move(medium)),
+      remount_(std::move(remount)),
+      opened_(timeNow()),
       stop_(stop),
       calls_(calls),
       window_(root_.get(), calls),
@@ -57,11 +57,11 @@ std::string PosixVolume::withoutEndingSlash(std::string path) {
 }
 
 bool PosixVolume::createDirectory(const std::string& destination) {
-  const auto components = componentsOf(destination);
+  const auto components = componentsBelow(mountPath_, destination);
   if (!components || stop_.requested()) {
     return false;
   }
-  FileHandle directory = openBelow(root_.get(), ".");
+  FileHandle directory = openFolderBelow(root_.get(), root_.get(), ".", O_PATH);
   Components reached;
   for (const auto& component : *components) {
     reached.push_back(component);
@@ -74,7 +74,7 @@ bool PosixVolume::createDirectory(const std::string& destination) {
 }
 
 bool PosixVolume::copyItem(const std::string& source, const std::string& destination) {
-  const auto components = componentsOf(destination);
+  const auto components = componentsBelow(mountPath_, destination);
   if (!components || components->empty() || stop_.requested()) {
     return false;
   }
@@ -102,40 +102,14 @@ bool PosixVolume::flush() {
   return medium_->flush(root_.get()) && closed;
 }
 
-std::optional<PosixVolume::Components> PosixVolume::componentsOf(
-    std::string_view destination) const {
-  if (!destination.starts_with(mountPath_) || destination.find('\0') != std::string_view::npos) {
-    return std::nullopt;
-  }
-  std::string_view rest = destination.substr(mountPath_.size());
-  if (!rest.empty() && !rest.starts_with('/')) {
-    return std::nullopt;
-  }
-  Components components;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find('/'), rest.size());
-    const std::string_view component = rest.substr(0, end);
-    if (component == "." || component == "..") {
-      return std::nullopt;
-    }
-    if (!component.empty()) {
-      components.emplace_back(component);
-    }
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-  }
-  return components;
-}
-
-FileHandle PosixVolume::openBelow(int parent, const std::string& name) const {
-  FileHandle directory(
-      ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  struct stat root {};
-  struct stat here {};
-  if (!directory || ::fstat(root_.get(), &root) != 0 || ::fstat(directory.get(), &here) != 0 ||
-      root.st_dev != here.st_dev) {
-    return {};
-  }
-  return directory;
+bool PosixVolume::readBack(const CopiedItems& items) {
+  // What is open here would keep the volume from being unmounted.
+  parent_ = {};
+  root_ = {};
+  medium_.reset();
+  const OpenRoot again = remount_ ? remount_() : OpenRoot();
+  return again.root && ReadBack(again.root.get(), mountPath_, opened_, stop_, calls_)
+                           .holds(items, std::random_device{}());
 }
 
 bool PosixVolume::enterParent(const Components& components) {
@@ -144,16 +118,16 @@ bool PosixVolume::enterParent(const Components& components) {
     return true;
   }
   parentPath_ = std::move(path);
-  parent_ = openBelow(root_.get(), ".");
+  parent_ = openFolderBelow(root_.get(), root_.get(), ".", O_PATH);
   for (const auto& component : parentPath_) {
-    parent_ = openBelow(parent_.get(), component);
+    parent_ = openFolderBelow(root_.get(), parent_.get(), component, O_PATH);
   }
   return static_cast<bool>(parent_);
 }
 
 FileHandle PosixVolume::createBelow(int parent, const std::string& name,
                                     const std::string& relativePath) {
-  FileHandle existing = openBelow(parent, name);
+  FileHandle existing = openFolderBelow(root_.get(), parent, name, O_PATH);
   if (existing) {
     return existing;
   }
@@ -161,7 +135,7 @@ FileHandle PosixVolume::createBelow(int parent, const std::string& name,
     return {};
   }
   medium_->created(relativePath, true);
-  return openBelow(parent, name);
+  return openFolderBelow(root_.get(), parent, name, O_PATH);
 }
 
 bool PosixVolume::fillFile(int source, const struct stat& status, FileHandle target) {

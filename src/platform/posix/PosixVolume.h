@@ -2,12 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <ctime>
+#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "BelowRoot.h"
 #include "Closers.h"
 #include "FileHandle.h"
 #include "FileManager.h"
@@ -18,15 +19,25 @@
 
 namespace fillstation {
 
+// The directory open on a volume's root, and what keeps it open for the back end.
+struct OpenRoot {
+  FileHandle root;
+  std::shared_ptr<VolumeMedium> medium;
+};
+
 // A mounted volume as a directory that is kept open. Every destination is reached from there, one
 // directory at a time, following no symbolic link and entering no other file system. One thread at
 // a time; the stop source and the calls outlive it.
 class PosixVolume : public Volume {
  public:
+  // Has the volume mounted again and opens it; no handle when it didn't come back.
+  using Remount = std::function<OpenRoot()>;
+
   // The directory open on the volume's root, the path it was opened by, and what the back end says
   // of it. A requested stop makes a copy in progress fail.
   PosixVolume(FileHandle root, const std::string& mountPath, std::shared_ptr<VolumeMedium> medium,
-              const StopSource& stop, KernelCalls& calls = KernelCalls::real());
+              const StopSource& stop, KernelCalls& calls = KernelCalls::real(),
+              Remount remount = {});
 
   // The path as volumes are known by; empty for "/", where no player is ever mounted.
   static std::string withoutEndingSlash(std::string path);
@@ -34,14 +45,9 @@ class PosixVolume : public Volume {
   bool createDirectory(const std::string& destination) override;
   bool copyItem(const std::string& source, const std::string& destination) override;
   bool flush() override;
+  bool readBack(const CopiedItems& items) override;
 
  private:
-  using Components = std::vector<std::string>;
-
-  // What follows the mount path, none when the destination is not on this volume.
-  std::optional<Components> componentsOf(std::string_view destination) const;
-  // The directory of that name below another, no handle when there is none on this file system.
-  FileHandle openBelow(int parent, const std::string& name) const;
   // Opens the directory that holds the last component, which must be there; it stays open for the
   // files behind. Returns false when it can't be reached.
   bool enterParent(const Components& components);
@@ -59,6 +65,8 @@ class PosixVolume : public Volume {
   FileHandle root_;
   std::string mountPath_;  // without a "/" at the end
   std::shared_ptr<VolumeMedium> medium_;
+  const Remount remount_;
+  const std::timespec opened_;
   const StopSource& stop_;
   KernelCalls& calls_;
   WriteWindow window_;

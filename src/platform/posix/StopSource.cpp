@@ -22,7 +22,7 @@ bool StopSource::requested() const {
   return requested_;
 }
 
-bool StopSource::waitFor(std::chrono::microseconds duration) {
+bool StopSource::waitFor(std::chrono::microseconds duration) const {
   std::unique_lock guard(lock_);
   return !changed_.wait_for(guard, duration, [this] { return requested_; });
 }

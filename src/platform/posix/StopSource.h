@@ -21,7 +21,7 @@ class StopSource {
 
   // Waits on the calling thread: true after the whole duration (at once when it is zero or less),
   // false, at once, when the stop is or was requested.
-  bool waitFor(std::chrono::microseconds duration);
+  bool waitFor(std::chrono::microseconds duration) const;
 
   // Has the callback run once when the stop is requested, on the requesting thread; at once, inside
   // this call, when it was requested already. The id is for removeCallback().
@@ -33,7 +33,7 @@ class StopSource {
 
  private:
   mutable std::mutex lock_;
-  std::condition_variable changed_;
+  mutable std::condition_variable changed_;
   bool requested_ = false;
 
   // Held while callbacks run; taken before lock_.

@@ -13,6 +13,10 @@ struct MachineFiles {
                                            const DiskIdentity& /*owner*/) override {
       return nullptr;
     }
+    std::optional<std::string> remount(const DiskIdentity& /*owner*/,
+                                       const std::string& /*mountPath*/) override {
+      return std::nullopt;
+    }
   };
 
   StopSource stop;

@@ -66,7 +66,8 @@ TEST(ScenarioTest, EveryKeyIsRead) {
        "faults": {"bytesPerSecond": 1, "pull": "after-bytes", "pullAfterBytes": 2,
                   "failAfterBytes": 0, "refuseMount": true, "refuseUnmount": true,
                   "refuseFormat": true, "diskAfterSearches": 1000,
-                  "remount": "after-format", "readOnlyAfterBytes": 0}},
+                  "remount": "after-format", "readOnlyAfterBytes": 0,
+                  "lie": "wraps", "lieFrom": 3, "lieBytes": 4}},
       {"name": "second", "product": "P", "label": null}
     ]})");
   Scenario expected;
@@ -77,8 +78,8 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   first.label = "ELEVENCHARS";
   first.blank = true;
   first.identity = {std::nullopt, "M", "S", 0x1234, "V", "1-2.3", true, false, {}};
-  first.identity.faults = {1,    PullMoment::kAfterBytes,     2, 0, true, true, true,
-                           1000, RemountMoment::kAfterFormat, 0};
+  first.identity.faults = {1,    PullMoment::kAfterBytes,     2, 0,           true, true, true,
+                           1000, RemountMoment::kAfterFormat, 0, Lie::kWraps, 3,    4};
   BenchPlayerPlan second;
   second.name = "second";
   second.identity.product = "P";
@@ -96,6 +97,8 @@ TEST(ScenarioTest, EveryMomentOfAPullHasItsName) {
   EXPECT_EQ(moment("before-format"), PullMoment::kBeforeFormat);
   EXPECT_EQ(moment("before-mount"), PullMoment::kBeforeMount);
   EXPECT_EQ(moment("during-mount"), PullMoment::kDuringMount);
+  EXPECT_EQ(moment("during-flush"), PullMoment::kDuringFlush);
+  EXPECT_EQ(moment("during-read-back"), PullMoment::kDuringReadBack);
   EXPECT_EQ(moment("during-flush"), PullMoment::kDuringFlush);
 }
 
@@ -153,7 +156,22 @@ TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
 TEST(ScenarioTest, APullIsOneOfTheKnownMoments) {
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "later"})"),
             "1: players[0].faults.pull: must be one of before-unmount, during-wipe, "
-            "before-format, during-format, before-mount, during-mount, after-bytes, during-flush");
+            "before-format, during-format, before-mount, during-mount, after-bytes, during-flush, "
+            "during-read-back");
+}
+
+TEST(ScenarioTest, ALieHasAKindAndABeginning) {
+  const auto kind = [](const std::string& name) {
+    return goodPlayer(R"(, "faults": {"lieFrom": 1, "lie": ")" + name + "\"}").identity.faults.lie;
+  };
+  EXPECT_EQ(kind("drops"), Lie::kDrops);
+  EXPECT_EQ(kind("wraps"), Lie::kWraps);
+  EXPECT_EQ(kind("flips"), Lie::kFlips);
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "white", "lieFrom": 1})"),
+            "1: players[0].faults.lie: must be one of drops, wraps, flips");
+  const std::string reason = "1: players[0].faults.lie: lie and lieFrom go together";
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "drops"})"), reason);
+  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lieFrom": 5})"), reason);
 }
 
 TEST(ScenarioTest, APullAfterBytesSaysHowMany) {
@@ -261,8 +279,8 @@ TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
 TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   BenchIdentity plain;
   BenchIdentity odd{std::nullopt, "M\"ä", "", 0x9876, "V", "1-2", false, false, {}};
-  odd.faults = {5, PullMoment::kAfterBytes,     6, 7, true, true, true,
-                8, RemountMoment::kAfterFormat, 9};
+  odd.faults = {5, PullMoment::kAfterBytes,     6, 7,           true, true, true,
+                8, RemountMoment::kAfterFormat, 9, Lie::kFlips, 1,    2};
   BenchIdentity pulled;
   pulled.faults.pull = PullMoment::kDuringWipe;
   pulled.faults.remount = RemountMoment::kAfterUnmount;

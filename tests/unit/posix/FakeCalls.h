@@ -31,6 +31,19 @@ class FakeCalls : public KernelCalls {
   ssize_t read(int descriptor, void* buffer, std::size_t count) override {
     return failing == "read" ? fail() : KernelCalls::read(descriptor, buffer, count);
   }
+  ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) override {
+    if (failing == "read at" && --callsUntilFailure < 0) {
+      return fail();
+    }
+    longestReadAt = std::max(longestReadAt, count);
+    bytesReadAt += static_cast<std::int64_t>(count);
+    const ssize_t got = KernelCalls::readAt(descriptor, buffer, count, offset);
+    if (got > 0 && disturbed > 0) {
+      --disturbed;
+      static_cast<char*>(buffer)[0] ^= static_cast<char>(disturbed % 2 == 0 ? 1 : 2);
+    }
+    return got;
+  }
   ssize_t write(int descriptor, const void* buffer, std::size_t count) override {
     if (failing == "write" && --callsUntilFailure < 0) {
       return fail();
@@ -71,6 +84,9 @@ class FakeCalls : public KernelCalls {
   int sendsRefused = 0;
   int callsUntilFailure = 0;
   std::size_t longestWrite = SIZE_MAX;
+  std::size_t longestReadAt = 0;
+  std::int64_t bytesReadAt = 0;
+  int disturbed = 0;  // so many reads bring a wrong first byte
   std::int64_t furthest = INT64_MAX;
   std::vector<std::string> log;
   unsigned int flagsSeen = 0;

@@ -11,6 +11,7 @@
 #include "FileHandle.h"
 #include "RealMedium.h"
 #include "TempFolder.h"
+#include "TestItem.h"
 
 namespace fillstation {
 namespace {
@@ -27,11 +28,23 @@ class TestOwner : public VolumeOwner {
     handle = owner.usbHandle;
     return accepts ? std::make_shared<RealMedium>() : nullptr;
   }
+  std::optional<std::string> remount(const DiskIdentity& owner,
+                                     const std::string& mountPath) override {
+    remounted = owner.node + " " + mountPath;
+    for (const auto& open : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      isOpen = isOpen || std::filesystem::read_symlink(open, gone).string().starts_with(mountPath);
+    }
+    return comesBackAt;
+  }
 
   bool accepts = true;
   int asked = 0;
   struct stat root {};
   bool closesOnExec = false;
+  std::string remounted;
+  bool isOpen = false;
+  std::optional<std::string> comesBackAt;
   std::string path;
   std::string node;
   std::uint32_t handle = 0;
@@ -99,6 +112,48 @@ TEST(RealMedium, AdmitsEverythingAndFlushesTheFileSystem) {
   const FileHandle root(::open("/tmp", O_RDONLY | O_DIRECTORY));
   EXPECT_TRUE(medium.flush(root.get()));
   EXPECT_FALSE(medium.flush(-1));
+}
+
+class PosixReadBackTest : public PosixFileManagerTest {
+ protected:
+  PosixReadBackTest() {
+    items_[0].bytes = 5;
+    items_[0].from = source_.write("a.mp3", "audio");
+    items_[0].to = folder_.path("Part/a.mp3");
+    volume_ = files_.openVolume(folder_.path(), {"/dev/sdb", 65540});
+    EXPECT_TRUE(volume_->createDirectory(folder_.path("Part")));
+    EXPECT_TRUE(volume_->copyItem(items_[0].from, items_[0].to));
+    EXPECT_TRUE(volume_->flush());
+    again_.write("Part/a.mp3", "audio");
+    owner_.comesBackAt = again_.path();
+    owner_.asked = 0;
+  }
+  bool readBack() { return volume_->readBack(test::itemsOf(items_)); }
+
+  test::TempFolder source_;
+  test::TempFolder again_;
+  std::vector<test::TestItem> items_{1};
+  std::shared_ptr<Volume> volume_;
+};
+
+TEST_F(PosixReadBackTest, ClosesTheVolumeAndLooksWhereItHasComeBack) {
+  EXPECT_TRUE(readBack());
+  EXPECT_EQ(owner_.remounted, "/dev/sdb " + folder_.path());
+  EXPECT_FALSE(owner_.isOpen);
+  EXPECT_EQ(owner_.asked, 1);
+  EXPECT_EQ(owner_.path, again_.path());
+  again_.write("Part/a.mp3", "other");
+  EXPECT_FALSE(readBack());
+}
+
+TEST_F(PosixReadBackTest, FailsWhenItDoesNotComeBack) {
+  owner_.comesBackAt.reset();
+  EXPECT_FALSE(readBack());
+}
+
+TEST_F(PosixReadBackTest, FailsWhenAnotherDiskIsThere) {
+  owner_.accepts = false;
+  EXPECT_FALSE(readBack());
 }
 
 }  // namespace

@@ -1,0 +1,56 @@
+#include "BelowRoot.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstddef>
+
+#include "LongPath.h"
+
+namespace fillstation {
+
+std::optional<Components> componentsBelow(std::string_view mountPath,
+                                          std::string_view destination) {
+  if (!destination.starts_with(mountPath) || destination.find('\0') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  std::string_view rest = destination.substr(mountPath.size());
+  if (!rest.empty() && !rest.starts_with('/')) {
+    return std::nullopt;
+  }
+  Components components;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find('/'), rest.size());
+    const std::string_view component = rest.substr(0, end);
+    if (component == "." || component == "..") {
+      return std::nullopt;
+    }
+    if (!component.empty()) {
+      components.emplace_back(component);
+    }
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return components;
+}
+
+FileHandle openFolderBelow(int root, int parent, const std::string& name, int flags) {
+  FileHandle directory(
+      ::openat(parent, name.c_str(), flags | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  struct stat top {};
+  struct stat here {};
+  if (!directory || ::fstat(root, &top) != 0 || ::fstat(directory.get(), &here) != 0 ||
+      top.st_dev != here.st_dev) {
+    return {};
+  }
+  return directory;
+}
+
+FileHandle openRegularFile(const std::string& path, struct stat& status) {
+  const FileHandle place = openLongPath(path, O_PATH);
+  if (!place || ::fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return {};
+  }
+  return openLongPath("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
+}
+
+}  // namespace fillstation

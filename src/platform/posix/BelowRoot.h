@@ -1,0 +1,29 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "FileHandle.h"
+
+namespace fillstation {
+
+// The names on the way from a volume's root to a file or folder.
+using Components = std::vector<std::string>;
+
+// What follows the mount path (without a "/" at its end) in a destination; none when the
+// destination is not below it or holds ".", ".." or a zero byte.
+std::optional<Components> componentsBelow(std::string_view mountPath, std::string_view destination);
+
+// The directory of that name below another, opened with these flags besides O_DIRECTORY; no handle
+// when there is none on the file system of `root`. Follows no symbolic link.
+FileHandle openFolderBelow(int root, int parent, const std::string& name, int flags);
+
+// A regular file with its status. It is looked at before it is opened, so that nothing but a
+// regular file ever is: opening a FIFO or a device can wait or act. No handle for anything else.
+FileHandle openRegularFile(const std::string& path, struct stat& status);
+
+}  // namespace fillstation

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BelowRoot.h"
+
+namespace fillstation {
+
+// Looks up what was created on a volume, in the order of its creation; on FAT the directories must
+// hold it in that order too, since players play what comes first. What else a directory holds is
+// passed over. One thread; the descriptor of the root outlives it.
+class DirectoryOrder {
+ public:
+  // Whether the file system keeps the order of creation, as FAT does.
+  DirectoryOrder(int root, bool keepsOrder) : root_(root), keepsOrder_(keepsOrder) {}
+
+  // As above, for the volume with that root.
+  static bool keptOn(int root);
+
+  // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
+  // lies before one that was asked for earlier. A folder may lie before: two chosen ones have it in
+  // common. FAT keeps no dots at the end of a name.
+  std::optional<struct stat> next(const Components& path, bool isDirectory);
+
+ private:
+  static constexpr std::size_t kEntries = 8192;  // bytes of entries that are read at once
+
+  // A directory on the way down, read as far as it was compared.
+  struct Level {
+    std::string name;  // empty for the root
+    FileHandle directory;
+    std::vector<char> entries = std::vector<char>(kEntries);
+    std::size_t at = 0;
+    std::size_t size = 0;
+    off_t position = 0;  // behind the entry that was yielded last
+  };
+
+  bool enter(const Components& path);
+  bool push(const std::string& name);
+  static std::optional<std::string> nextName(Level& level);
+  // Reads on to the entry of that name and gives the name that it has there.
+  static std::optional<std::string> find(Level& level, const std::string& name);
+
+  const int root_;
+  const bool keepsOrder_;
+  std::vector<Level> levels_;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,151 @@
+#include "ReadBack.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "LongPath.h"
+
+namespace fillstation {
+
+namespace {
+
+// Content is compared in pieces of at most this many bytes.
+constexpr std::size_t kPiece = std::size_t{128} << 10;
+
+bool isLater(const std::timespec& left, const std::timespec& right) {
+  return std::pair(left.tv_sec, left.tv_nsec) > std::pair(right.tv_sec, right.tv_nsec);
+}
+
+}  // namespace
+
+ReadBack::ReadBack(int root, std::string mountPath, const std::timespec& since,
+                   const StopSource& stop, KernelCalls& calls)
+    : root_(root),
+      mountPath_(std::move(mountPath)),
+      since_(since),
+      stop_(stop),
+      calls_(calls),
+      fromFile_(kPiece + kSampleBlock),
+      fromSource_(kPiece) {}
+
+bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed) {
+  return holds(items, seed, DirectoryOrder(root_, DirectoryOrder::keptOn(root_)));
+}
+
+bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed, DirectoryOrder order) {
+  WrittenSizes sizes;
+  return namesHold(items, order, sizes) && samplesHold(items, sampleRanges(sizes, seed)) &&
+         !stop_.requested();
+}
+
+bool ReadBack::namesHold(const CopiedItems& items, DirectoryOrder& order, WrittenSizes& sizes) {
+  bool hold = true;
+  items([&](const CopiedItem& item) {
+    const auto path = componentsBelow(mountPath_, item.destination());
+    const auto status = path ? order.next(*path, item.isDirectory()) : std::nullopt;
+    hold = status && sizeHolds(item, status->st_size) && !stop_.requested();
+    if (!item.isDirectory() && item.size() > 0) {
+      sizes.first = sizes.total == 0 ? item.size() : sizes.first;
+      sizes.last = item.size();
+      sizes.total += item.size();
+    }
+    return hold;
+  });
+  return hold;
+}
+
+bool ReadBack::sizeHolds(const CopiedItem& item, std::int64_t size) const {
+  if (item.isDirectory() || size == item.size()) {
+    return true;
+  }
+  // The source was another when it was copied than when it was chosen, or is another now.
+  const auto source = statLongPath(item.source());
+  return !source || source->st_size == size || hasChanged(*source);
+}
+
+bool ReadBack::hasChanged(const struct stat& source) const {
+  return isLater(source.st_mtim, since_) || isLater(source.st_ctim, since_);
+}
+
+bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges) {
+  auto range = ranges.begin();
+  std::int64_t begin = 0;  // of the present file
+  bool hold = true;
+  items([&](const CopiedItem& item) {
+    const std::int64_t end = begin + (item.isDirectory() ? 0 : item.size());
+    while (hold && range != ranges.end() && range->begin < end) {
+      hold = contentHolds(
+          item, {std::max(range->begin, begin) - begin, std::min(range->end, end) - begin});
+      if (range->end > end) {
+        break;
+      }
+      ++range;
+    }
+    begin = end;
+    return hold && range != ranges.end();
+  });
+  return hold;
+}
+
+bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
+  const FileHandle file = openFile(item);
+  struct stat status {};
+  FileHandle source = openRegularFile(item.source(), status);
+  if (!file) {
+    return false;
+  }
+  if (!source || hasChanged(status)) {
+    source = {};
+  } else {
+    // What is not in memory is read from the source's medium in these places alone.
+    calls_.advise(source.get(), POSIX_FADV_RANDOM);
+  }
+  const std::int64_t end = (range.end + kSampleBlock - 1) / kSampleBlock * kSampleBlock;
+  bool hold = true;
+  for (std::int64_t at = range.begin / kSampleBlock * kSampleBlock; at < end && hold;) {
+    const auto count = static_cast<std::size_t>(std::min<std::int64_t>(kPiece, end - at));
+    // A disturbance on the way is no fault of the medium: what differs is read once more.
+    hold = !stop_.requested() && (pieceHolds(file.get(), source.get(), at, count) ||
+                                  pieceHolds(file.get(), source.get(), at, count));
+    at += static_cast<std::int64_t>(count);
+  }
+  return hold;
+}
+
+bool ReadBack::pieceHolds(int file, int source, std::int64_t begin, std::size_t count) {
+  void* place = fromFile_.data();
+  std::size_t room = fromFile_.size();
+  std::align(kSampleBlock, kPiece, place, room);
+  const ssize_t got = calls_.readAt(file, place, count, begin);
+  if (source < 0) {
+    return got >= 0;
+  }
+  return got >= 0 && calls_.readAt(source, fromSource_.data(), count, begin) == got &&
+         std::memcmp(place, fromSource_.data(), static_cast<std::size_t>(got)) == 0;
+}
+
+FileHandle ReadBack::openFile(const CopiedItem& item) const {
+  const auto path = componentsBelow(mountPath_, item.destination());
+  if (!path || path->empty()) {
+    return {};
+  }
+  FileHandle parent = openFolderBelow(root_, root_, ".", O_PATH);
+  for (auto name = path->begin(); parent && name + 1 != path->end(); ++name) {
+    parent = openFolderBelow(root_, parent.get(), *name, O_PATH);
+  }
+  const int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+  FileHandle file(::openat(parent.get(), path->back().c_str(), flags | O_DIRECT));
+  if (!file && errno == EINVAL) {
+    file = FileHandle(::openat(parent.get(), path->back().c_str(), flags));
+    calls_.advise(file.get(), POSIX_FADV_DONTNEED);
+    calls_.advise(file.get(), POSIX_FADV_RANDOM);
+  }
+  return file;
+}
+
+}  // namespace fillstation

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "BelowRoot.h"
+#include "DirectoryOrder.h"
+#include "FileManager.h"
+#include "KernelCalls.h"
+#include "Samples.h"
+#include "StopSource.h"
+
+namespace fillstation {
+
+// Compares what a volume holds with what was copied onto it. A source that has changed since is
+// not compared; what was copied of it must still be there and be readable. Needs memory for two
+// pieces of 128 KiB and a directory level of 8 KiB, whatever the number of files. One thread; the
+// descriptor of the volume's root, which was mounted after the copy, the stop and the calls outlive
+// it.
+class ReadBack {
+ public:
+  // What the destinations begin with, without a "/" at the end; when the copy began.
+  ReadBack(int root, std::string mountPath, const std::timespec& since, const StopSource& stop,
+           KernelCalls& calls);
+
+  // True when all names are there, in their order where the file system keeps one, with the sizes
+  // of their sources, and the samples that the seed chooses have their content. False as well when
+  // the stop is requested.
+  bool holds(const CopiedItems& items, std::uint64_t seed);
+  bool holds(const CopiedItems& items, std::uint64_t seed, DirectoryOrder order);
+
+ private:
+  bool namesHold(const CopiedItems& items, DirectoryOrder& order, WrittenSizes& sizes);
+  bool samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges);
+  bool sizeHolds(const CopiedItem& item, std::int64_t size) const;
+  bool hasChanged(const struct stat& source) const;
+  // Whether these bytes of the file have the source's content.
+  bool contentHolds(const CopiedItem& item, const SampleRange& range);
+  bool pieceHolds(int file, int source, std::int64_t begin, std::size_t count);
+  // The file on the volume, past the page cache where the file system can.
+  FileHandle openFile(const CopiedItem& item) const;
+
+  const int root_;
+  const std::string mountPath_;
+  const std::timespec since_;
+  const StopSource& stop_;
+  KernelCalls& calls_;
+  std::vector<char> fromFile_;
+  std::vector<char> fromSource_;
+};
+
+}  // namespace fillstation

@@ -1,0 +1,365 @@
+#include "ReadBack.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "FakeCalls.h"
+#include "TempFolder.h"
+#include "TestItem.h"
+
+namespace fillstation {
+namespace {
+
+using Ranges = std::vector<SampleRange>;
+
+std::int64_t bytesIn(const Ranges& ranges) {
+  std::int64_t bytes = 0;
+  for (const auto& range : ranges) {
+    bytes += range.end - range.begin;
+  }
+  return bytes;
+}
+
+bool touches(const Ranges& ranges, std::int64_t begin, std::int64_t end) {
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [&](const auto& range) { return range.begin < end && begin < range.end; });
+}
+
+TEST(SamplesTest, AnyPieceOfTwoPercentHoldsOneAtEverySeed) {
+  for (const std::int64_t total : {1'000'000L, 200L << 20U, 1'000'003L * 16384}) {
+    const std::int64_t piece = total / 50;
+    for (std::uint64_t seed = 0; seed < 60; ++seed) {
+      const Ranges ranges = sampleRanges({total, total / 3, total / 7}, seed);
+      for (std::int64_t begin = 0; begin + piece <= total; begin += piece / 13) {
+        ASSERT_TRUE(touches(ranges, begin, begin + piece)) << total << " " << seed << " " << begin;
+      }
+    }
+  }
+}
+
+TEST(SamplesTest, LieInOrderApartAndInside) {
+  for (const std::int64_t total : {0L, 1L, 4096L, 600'000L, 1L << 40U}) {
+    std::int64_t end = -1;
+    for (const auto& range : sampleRanges({total, total, total}, 7)) {
+      EXPECT_GT(range.begin, end);
+      EXPECT_LT(range.begin, range.end);
+      end = range.end;
+    }
+    EXPECT_LE(end, total);
+  }
+}
+
+TEST(SamplesTest, HoldTheEndsOfTheFirstAndTheLastFile) {
+  const std::int64_t total = 1L << 34U;
+  const std::int64_t first = 3L << 30U;
+  const std::int64_t last = 5L << 30U;
+  for (std::uint64_t seed = 0; seed < 20; ++seed) {
+    const Ranges ranges = sampleRanges({total, first, last}, seed);
+    for (const std::int64_t begin :
+         {std::int64_t{0}, first - 4096, total - last, total - std::int64_t{4096}}) {
+      for (const std::int64_t at : {begin, begin + 4095}) {
+        EXPECT_TRUE(touches(ranges, at, at + 1)) << seed << " " << at;
+      }
+    }
+  }
+}
+
+TEST(SamplesTest, CoverAllOfALittleAndAFiftiethOfALot) {
+  EXPECT_EQ(sampleRanges({512 << 10, 9, 9}, 1), (Ranges{{0, 512 << 10}}));
+  const std::int64_t total = 1L << 36U;
+  const std::int64_t bytes = bytesIn(sampleRanges({total, 1 << 20, 1 << 20}, 1));
+  EXPECT_GE(bytes, total / 50);
+  EXPECT_LE(bytes, total / 50 + (1 << 20));
+}
+
+TEST(SamplesTest, DifferFromSeedToSeedAndBearTheLargestTotal) {
+  EXPECT_NE(sampleRanges({1L << 30U, 1, 1}, 1), sampleRanges({1L << 30U, 1, 1}, 2));
+  const std::int64_t most = std::numeric_limits<std::int64_t>::max();
+  EXPECT_EQ(sampleRanges({most, most, most}, 3).back().end, most);
+}
+
+// A source and a volume that was filled from it, both in folders of this machine.
+class ReadBackTest : public testing::Test {
+ protected:
+  using Item = test::TestItem;
+
+  void add(const std::string& name, const std::string& content) {
+    Item item;
+    item.bytes = static_cast<std::int64_t>(content.size());
+    item.from = source_.write(name, content);
+    volume_.write(name, content);
+    item.to = "/media/then/" + name;
+    items_.push_back(item);
+  }
+  void addFolder(const std::string& name) {
+    Item item;
+    item.folder = true;
+    item.from = source_.makeFolder(name);
+    volume_.makeFolder(name);
+    item.to = "/media/then/" + name + "/";
+    items_.push_back(item);
+  }
+  // Some folders, empty, small and large files, 1.5 MB in all, no block of which is like another.
+  void fill() {
+    addFolder("Book");
+    add("Book/1.mp3", noise(700'000));
+    add("Book/2.mp3", "");
+    addFolder("Book/Part");
+    for (int file = 0; file < 30; ++file) {
+      add("Book/Part/" + std::to_string(file) + ".mp3",
+          noise(16384U + static_cast<std::size_t>(file)));
+    }
+    add("last.mp3", noise(300'001));
+  }
+  std::string noise(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (auto& byte : bytes) {
+      byte = static_cast<char>(random_());
+    }
+    return bytes;
+  }
+  bool holds(std::uint64_t seed = 1) { return holdsInOrder(seed, false); }
+  bool holdsInOrder(std::uint64_t seed, bool keepsOrder) {
+    const FileHandle root(::open(volume_.path().c_str(), O_RDONLY | O_DIRECTORY));
+    ReadBack readBack(root.get(), "/media/then", since_, stop_, calls_);
+    return readBack.holds(test::itemsOf(items_), seed, DirectoryOrder(root.get(), keepsOrder));
+  }
+  // The names in a folder of the volume, in the order that this machine's file system has for them.
+  std::vector<std::string> entriesOf(const std::string& folder) const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(volume_.path(folder))) {
+      names.push_back(entry.path().filename());
+    }
+    return names;
+  }
+  // Lists what is in a folder in the order of the folder, behind these items.
+  void listInOrder(const std::string& folder) {
+    const auto names = entriesOf(folder);
+    const auto place = [&](const Item& item) {
+      return std::find_if(names.begin(), names.end(), [&](const std::string& name) {
+        return (item.to + "/").starts_with("/media/then/" + folder + "/" + name + "/");
+      });
+    };
+    std::sort(items_.begin() + 1, items_.end(),
+              [&](const Item& left, const Item& right) { return place(left) < place(right); });
+  }
+  // Has the function change each byte of a piece of everything that was written, in its order.
+  void damage(std::int64_t begin, std::int64_t end,
+              const std::function<char(char, std::int64_t)>& change) {
+    std::int64_t at = 0;
+    for (const auto& item : items_) {
+      if (item.folder || at + item.bytes <= begin || at >= end) {
+        at += item.folder ? 0 : item.bytes;
+        continue;
+      }
+      const std::string path = volume_.path() + item.to.substr(std::string("/media/then").size());
+      std::string content = test::contentOf(path);
+      for (auto& byte : content) {
+        if (at >= begin && at < end) {
+          byte = change(byte, at);
+        }
+        ++at;
+      }
+      std::ofstream(path, std::ios::binary) << content;
+    }
+  }
+  std::int64_t total() const {
+    std::int64_t bytes = 0;
+    for (const auto& item : items_) {
+      bytes += item.bytes;
+    }
+    return bytes;
+  }
+
+  test::TempFolder source_;
+  test::TempFolder volume_;
+  std::vector<Item> items_;
+  // Nothing has changed later than that, unless a test says so.
+  std::timespec since_{std::numeric_limits<std::int32_t>::max(), 0};
+  StopSource stop_;
+  test::FakeCalls calls_;
+  std::mt19937_64 random_{42};
+};
+
+TEST_F(ReadBackTest, SoundVolumeHoldsAtEverySeed) {
+  fill();
+  for (std::uint64_t seed = 0; seed < 100; ++seed) {
+    EXPECT_TRUE(holds(seed)) << seed;
+  }
+}
+
+TEST_F(ReadBackTest, NothingAtAllHolds) { EXPECT_TRUE(holds()); }
+
+TEST_F(ReadBackTest, PieceOfTwoPercentIsFoundWhereverItIsLost) {
+  fill();
+  const std::int64_t piece = total() / 50;
+  for (std::uint64_t seed = 0; seed < 60; ++seed) {
+    const auto begin =
+        static_cast<std::int64_t>(random_() % static_cast<std::uint64_t>(total() - piece));
+    const auto flip = [](char byte, std::int64_t at) {
+      return static_cast<char>(at % 512 == 0 ? byte ^ 1 : byte);
+    };
+    damage(begin, begin + piece, flip);
+    EXPECT_FALSE(holds(seed)) << seed << " at " << begin;
+    damage(begin, begin + piece, flip);
+  }
+  EXPECT_TRUE(holds());
+}
+
+TEST_F(ReadBackTest, LastByteOfEverythingIsLookedAt) {
+  fill();
+  damage(total() - 1, total(), [](char byte, std::int64_t) { return static_cast<char>(byte ^ 1); });
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, MissingNamesOtherKindsAndSizesAreFound) {
+  fill();
+  const auto changed = [this](const std::function<void(const std::string&)>& change,
+                              const std::string& name) {
+    const std::string path = volume_.path(name);
+    const test::TempFolder aside;
+    std::filesystem::copy(path, aside.path("kept"), std::filesystem::copy_options::recursive);
+    change(path);
+    const bool held = holds();
+    std::filesystem::remove_all(path);
+    std::filesystem::copy(aside.path("kept"), path, std::filesystem::copy_options::recursive);
+    return !held;
+  };
+  const auto remove = [](const std::string& path) { std::filesystem::remove_all(path); };
+  EXPECT_TRUE(changed(remove, "Book/2.mp3"));
+  EXPECT_TRUE(changed(remove, "Book/Part"));
+  EXPECT_TRUE(
+      changed([](const auto& path) { std::filesystem::resize_file(path, 1); }, "Book/2.mp3"));
+  EXPECT_TRUE(changed([](const auto& path) { std::filesystem::resize_file(path, 16384); },
+                      "Book/Part/3.mp3"));
+  EXPECT_TRUE(changed(
+      [&](const auto& path) {
+        remove(path);
+        std::filesystem::create_directory(path);
+      },
+      "Book/2.mp3"));
+  EXPECT_TRUE(changed(
+      [&](const auto& path) {
+        remove(path);
+        std::filesystem::create_symlink("/", path);
+      },
+      "Book/Part"));
+  EXPECT_TRUE(holds());
+}
+
+TEST_F(ReadBackTest, OtherEntriesDoNotCount) {
+  fill();
+  volume_.write("Book/of somebody else", "x");
+  EXPECT_TRUE(holds());
+}
+
+TEST_F(ReadBackTest, OrderCountsWhereItIsKept) {
+  addFolder("Book");
+  for (int file = 0; file < 300; ++file) {  // several reads of the directory
+    add("Book/" + std::to_string(file) + " has a name of some length", "x");
+  }
+  addFolder("Book/In between");
+  listInOrder("Book");
+  EXPECT_TRUE(holdsInOrder(1, true));
+  std::swap(items_[100], items_[101]);
+  EXPECT_FALSE(holdsInOrder(1, true));
+  EXPECT_TRUE(holdsInOrder(1, false));
+}
+
+TEST_F(ReadBackTest, FolderThatTwoChosenOnesShareMayComeBefore) {
+  addFolder("Book");
+  add("Book/1.mp3", "one");
+  add("Book/2.mp3", "two");
+  add("3.mp3", "three");
+  add("4.mp3", "four");
+  const auto items = items_;
+  items_.clear();
+  const auto append = [&](const std::string& name) {
+    items_.push_back(*std::find_if(items.begin(), items.end(), [&](const Item& item) {
+      return item.to.starts_with("/media/then/" + name);
+    }));
+  };
+  const auto top = entriesOf("");
+  const auto below = entriesOf("Book");
+  append(top[0]);
+  append("Book/");
+  append("Book/" + below[0]);
+  append("Book/");
+  append("Book/" + below[1]);
+  append(top[2]);
+  EXPECT_TRUE(holdsInOrder(1, true));
+}
+
+TEST_F(ReadBackTest, DotsAtTheEndOfANameMayBeMissing) {
+  add("What..x...", "");
+  std::filesystem::rename(volume_.path("What..x..."), volume_.path("What..x"));
+  EXPECT_TRUE(holdsInOrder(1, true));
+  std::filesystem::rename(volume_.path("What..x"), volume_.path("What.."));
+  EXPECT_FALSE(holdsInOrder(1, true));
+}
+
+TEST_F(ReadBackTest, SourceThatHasChangedSinceIsNotCompared) {
+  fill();
+  source_.write("Book/1.mp3", noise(700'000));
+  EXPECT_FALSE(holds());
+  since_ = {};
+  EXPECT_TRUE(holds());
+  source_.write("Book/1.mp3", "another size");
+  EXPECT_TRUE(holds());
+  std::filesystem::remove(source_.path("Book/1.mp3"));
+  EXPECT_TRUE(holds());
+  volume_.write("Book/Part/4.mp3", "");
+  EXPECT_TRUE(holds()) << "its source has changed as well";
+  std::filesystem::remove(volume_.path("Book/Part/4.mp3"));
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, SourceThatChangedBetweenChoosingAndCopyingIsCompared) {
+  fill();
+  const std::string longer = noise(800'000);
+  source_.write("Book/1.mp3", longer);
+  volume_.write("Book/1.mp3", longer);
+  EXPECT_TRUE(holds());
+  volume_.write("Book/1.mp3", longer.substr(0, 790'000));
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, ReadErrorIsAFailure) {
+  fill();
+  calls_.failing = "read at";
+  calls_.callsUntilFailure = 40;
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, WhatDiffersIsReadOnceMore) {
+  fill();
+  calls_.disturbed = 1;
+  EXPECT_TRUE(holds());
+  calls_.disturbed = 1000;
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, StopEndsIt) {
+  fill();
+  stop_.request();
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, ReadsLittleOfALotInSmallPieces) {
+  add("a.mp3", noise(60'000'000));
+  EXPECT_TRUE(holds());
+  EXPECT_LE(calls_.longestReadAt, 128U << 10U);
+  // Of the volume and of the source, in whole blocks.
+  EXPECT_LE(calls_.bytesReadAt, 2 * (60'000'000 / 50 + 132 * 2 * 4096));
+}
+
+}  // namespace
+}  // namespace fillstation
