@@ -113,11 +113,12 @@ void ScriptBoxTest::setPam(const std::string& lines) {
   writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
 }
 
-void ScriptBoxTest::slowPam() {
+void ScriptBoxTest::slowPam(const std::string& step) {
   writeFile("/run/box/slow",
             "#!/bin/sh\ntouch /run/box/asked\nuntil [ -e /run/box/go ]; do sleep 0.02; done\n");
   shell("chmod +x /run/box/slow");
-  setPam("auth requisite pam_unix.so\nauth required pam_exec.so quiet seteuid /run/box/slow");
+  setPam("auth requisite pam_unix.so\n" + step +
+         " required pam_exec.so quiet seteuid /run/box/slow");
 }
 
 }  // namespace fillstation::test

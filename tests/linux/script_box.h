@@ -62,8 +62,9 @@ class ScriptBoxTest : public testing::Test {
   static int processesWith(const std::string& word);
   // What polkit's helper asks of PAM, instead of the password alone.
   static void setPam(const std::string& lines);
-  // Has the check of a password tell in /run/box/asked that it was asked, and wait for /run/box/go.
-  static void slowPam();
+  // Has the check of a password, or another step of PAM, tell in /run/box/asked that it was asked,
+  // and wait for /run/box/go.
+  static void slowPam(const std::string& step = "auth");
 };
 
 // Why there is no box, empty when there is one.

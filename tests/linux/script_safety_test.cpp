@@ -125,6 +125,18 @@ TEST_F(ScriptSafetyTest, AWindowKilledDuringTheAuthenticationRunsNothing) {
   EXPECT_FALSE(exists("/run/box/ran"));
 }
 
+TEST_F(ScriptSafetyTest, AWindowKilledWhileTheSessionIsOpenedRunsNothing) {
+  slowPam("session");
+  Window window("tester", {bossCall("touch /run/box/ran")});
+  awaitFile("/run/box/asked");
+  window.kill();
+  await([] { return processesWith("/run/box/driver") == 0; }, "the window ends");
+  writeFile("/run/box/go", "");
+  await([] { return processesWith("/run/box/agent") == 0 && processesWith("pkexec") == 0; },
+        "the agent and pkexec end");
+  EXPECT_FALSE(exists("/run/box/ran"));
+}
+
 TEST_F(ScriptSafetyTest, ACommandGoesOnWhenTheWindowIsKilled) {
   Window window("tester", {bossCall("touch /run/box/began\n"
                                     "until [ -e /run/box/end ]; do sleep 0.02; done\n"

@@ -1,9 +1,11 @@
 #include "AgentCall.h"
 
 #include <glib-unix.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -13,6 +15,16 @@ namespace fillstation::agent {
 
 using Kind = AgentReply::Kind;
 using Answer = AuthenticationBus::Answer;
+
+namespace {
+
+// Whether the utility's end of the socket is still open.
+bool isOpen(int socket) {
+  char next = 0;
+  return ::recv(socket, &next, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
+}
+
+}  // namespace
 
 AgentCall::AgentCall(int socket, std::string userName, std::string password)
     : socket_(socket),
@@ -141,10 +153,15 @@ void AgentCall::onShellRuns() {
 }
 
 void AgentCall::sendCommand() {
-  if (command_ && shell_.wasRunning()) {
-    isSent_ = true;
-    shell_.send(*command_);
+  if (!command_ || !shell_.wasRunning()) {
+    return;
   }
+  // The system may have taken long to open the session.
+  if (!isOpen(socket_)) {
+    return cancel();
+  }
+  isSent_ = true;
+  shell_.send(*command_);
 }
 
 void AgentCall::onShellEnds() { end(shellReply()); }

@@ -36,7 +36,7 @@ class AgentCall {
   void onShellEnds();
   void cancel();
   void takeCommand();
-  // Both the command and the shell that is to run it are there.
+  // Once the command and the shell are both there: hands it over if anybody still waits for it.
   void sendCommand();
   // Keeps the first reason for which nothing runs, and answers the authority.
   void refuse(AgentReply::Kind kind, AuthenticationBus::Answer answer);
