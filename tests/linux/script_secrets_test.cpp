@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -16,7 +18,15 @@
 #include <mutex>
 #include <thread>
 
+#include "AgentProcess.h"
 #include "script_window.h"
+
+// A change of the user as on a system whose fs.suid_dumpable is 1: the process can be dumped again.
+extern "C" int setresuid(uid_t real, uid_t effective, uid_t saved) noexcept {
+  const auto result = static_cast<int>(::syscall(SYS_setresuid, real, effective, saved));
+  ::prctl(PR_SET_DUMPABLE, 1);
+  return result;
+}
 
 namespace fillstation::test {
 namespace {
@@ -211,6 +221,17 @@ TEST_F(ScriptPrivacyTest, AnotherProgramOfTheUsersIsAnOpenBook) {
       "/run/box/streams");
   await([&] { return processes("/run/box/plain").size() == 1; }, "the program runs");
   EXPECT_EQ(looksInto(plain.process()), 6);
+}
+
+TEST_F(ScriptPrivacyTest, TheAgentOfRootsWindowStaysClosedWhateverTheSystemsSetting) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    agent::harden();
+    ::_exit(agent::leaveRoot() ? ::prctl(PR_GET_DUMPABLE) : 99);
+  }
+  int status = 0;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {

@@ -56,10 +56,11 @@ bool leaveRoot() {
     return true;
   }
   const passwd* nobody = ::getpwnam("nobody");
-  // Afterwards the process can't be dumped either.
+  // A change of the user makes the process as dumpable as fs.suid_dumpable says.
   return nobody != nullptr && ::setgroups(0, nullptr) == 0 &&
          ::setresgid(nobody->pw_gid, nobody->pw_gid, nobody->pw_gid) == 0 &&
-         ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0;
+         ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0 &&
+         ::prctl(PR_SET_DUMPABLE, 0) == 0;
 }
 
 std::optional<uid_t> findUser(const std::string& name) {

@@ -13,7 +13,7 @@ namespace fillstation::agent {
 void harden();
 
 // Leaves root's rights for those of nobody, for whom the system asks for a password like for
-// anybody; does nothing for other users. False when that fails.
+// anybody, and stays closed to others; does nothing for other users. False when that fails.
 bool leaveRoot();
 
 // The user id of a user name, none when there is no such user. Before any thread is made.
