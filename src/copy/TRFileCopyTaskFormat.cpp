@@ -1,6 +1,7 @@
 #include "Platform.h"
 #include "TRFileCopyTask.h"
 #include "TRFileCopyTaskCollection.h"
+#include "WipeText.h"
 
 namespace fillstation {
 namespace {
@@ -109,12 +110,16 @@ bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
                                                std::optional<std::string>& output,
                                                std::optional<std::string>& errorDescription) {
   const std::string commandLine = formatText("%@ %@", scriptPath, joined(arguments));
-  const std::string source = formatText(
-      "do shell script \"%@\" user name \"%@\" password \"%@\" with administrator privileges",
-      commandLine, userName, userPass);
+  constexpr std::string_view kEnd = "\" with administrator privileges";
+  std::string source =
+      formatText("do shell script \"%@\" user name \"%@\" password \"", commandLine, userName);
+  // Before the password comes, so that it is in one place only, which is wiped.
+  source.reserve(source.size() + userPass.size() + kEnd.size());
+  source.append(userPass).append(kEnd);
   const auto target = player();
   const ScriptOutcome outcome =
       platform().scriptRunner->run(source, target ? target->identity() : DiskIdentity());
+  wipeText(source);
   if (outcome.result) {
     output = outcome.result;
     return true;

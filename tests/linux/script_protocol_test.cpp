@@ -12,6 +12,7 @@
 
 #include "AgentProtocol.h"
 #include "FileHandle.h"
+#include "WipeText.h"
 
 namespace fillstation::test {
 namespace {

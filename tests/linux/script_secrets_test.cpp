@@ -11,9 +11,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -147,6 +151,47 @@ TEST_F(ScriptSecretsTest, NothingShowsThePasswordAtAnyMomentOfARun) {
   EXPECT_NE(journal_->text().find("done\n"), std::string::npos);
   // pkexec tells the system's log who ran what.
   EXPECT_NE(syslog_->text().find("pkexec"), std::string::npos) << syslog_->text();
+}
+
+// How often the text is in the memory that a process can write to, as root sees it.
+int timesInMemory(pid_t process, const std::string& text) {
+  constexpr std::uint64_t kLargest = std::uint64_t{1} << 28;  // a sanitizer's own are larger
+  const std::string folder = "/proc/" + std::to_string(process);
+  const FileHandle memory(::open((folder + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_TRUE(memory);
+  std::ifstream maps(folder + "/maps");
+  int times = 0;
+  for (std::string line; std::getline(maps, line);) {
+    unsigned long long begin = 0;
+    unsigned long long end = 0;
+    char mode[5] = "";
+    if (std::sscanf(line.c_str(), "%llx-%llx %4s", &begin, &end, mode) != 3 || mode[1] != 'w' ||
+        end - begin > kLargest) {
+      continue;
+    }
+    std::string bytes(end - begin, '\0');
+    const ssize_t count =
+        ::pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(begin));
+    bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    for (std::size_t at = bytes.find(text); at != std::string::npos;
+         at = bytes.find(text, at + 1)) {
+      ++times;
+    }
+  }
+  return times;
+}
+
+TEST_F(ScriptSecretsTest, TheScriptTextIsNotInTheWindowsMemoryAfterItsCall) {
+  const auto person = openWindow();
+  type(*person, kBossPassword);
+  person->say({"ok"});
+  awaitFile("/run/box/asked");
+  const std::string part = "password \"" + kBossPassword;
+  EXPECT_EQ(timesInMemory(person->process(), part), 1);
+  writeFile("/run/box/go", "");
+  writeFile("/run/box/go-wiping", "");
+  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  EXPECT_EQ(timesInMemory(person->process(), part), 0);
 }
 
 // What the programs of a user may learn of his other ones.

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 
 namespace fillstation {
 
@@ -79,11 +78,6 @@ std::optional<AgentReply> receiveReply(int socket) {
   }
   return AgentReply{static_cast<AgentReply::Kind>(head[0]), head[1], *std::move(out),
                     *std::move(err)};
-}
-
-void wipeText(std::string& text) {
-  ::explicit_bzero(text.data(), text.size());
-  text.clear();
 }
 
 }  // namespace fillstation

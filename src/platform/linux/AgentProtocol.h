@@ -49,7 +49,4 @@ std::optional<std::string> receiveText(int socket);
 bool sendReply(int socket, const AgentReply& reply);
 std::optional<AgentReply> receiveReply(int socket);
 
-// Overwrites the text in memory in a way that no compiler leaves out, and empties it.
-void wipeText(std::string& text);
-
 }  // namespace fillstation

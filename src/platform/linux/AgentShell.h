@@ -10,8 +10,8 @@
 namespace fillstation {
 
 // Runs shell commands as root, each in an agent program of its own that authenticates by a typed
-// user name and password. Nothing of them is on a command line, in an environment, or in memory
-// of ours after the call. Any thread, several at once; outlives the calls.
+// user name and password. Nothing of them is on a command line or in an environment, and the
+// class keeps no copy. Any thread, several at once; outlives the calls.
 class AgentShell {
  public:
   // More would be taken for wrong passwords by the system that checks them.

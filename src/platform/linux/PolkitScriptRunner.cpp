@@ -7,6 +7,7 @@
 #include "Platform.h"
 #include "PlayerCommand.h"
 #include "ScriptCompiler.h"
+#include "WipeText.h"
 
 namespace fillstation {
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "AgentProcess.h"
+#include "WipeText.h"
 
 namespace fillstation::agent {
 
