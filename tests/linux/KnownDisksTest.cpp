@@ -85,6 +85,14 @@ TEST_F(KnownDisksTest, AWipeMakesTheFileSystemsOfThatDiskOldOnes) {
   EXPECT_FALSE(known.isWiped(102, fileSystem("1111-AAAA")));
 }
 
+TEST_F(KnownDisksTest, AfterAWipeNothingButFatIsFresh) {
+  plugInFound();
+  EXPECT_FALSE(known.isWiped(101, {"btrfs", "3333-CCCC", {}}));
+  known.willWipe({"/dev/sdb", kHandle});
+  EXPECT_TRUE(known.isWiped(101, {"btrfs", "3333-CCCC", {}}));
+  EXPECT_FALSE(known.isWiped(101, {"vfat", "3333-CCCC", {}}));
+}
+
 TEST_F(KnownDisksTest, ASecondWipeAddsToTheFirst) {
   plugInFound();
   known.willWipe({"/dev/sdb", kHandle});

@@ -86,6 +86,15 @@ TEST_F(MountRequestTest, AfterAWipeTheFreshFileSystemIsWaitedFor) {
   EXPECT_EQ(disk->copyDescription()->volumeName->description(), "<text>{contents = \"NO NAME\"}");
 }
 
+// A file system whose signature the wipe doesn't reach shows once what was before it has gone.
+TEST_F(MountRequestTest, AfterAWipeNothingButFatIsMounted) {
+  const auto identity = rig.plugIn("a");
+  rig.known.willWipe(identity);
+  rig.machine.setFileSystem(player(), MockFileSystem{"btrfs", "3333-CCCC", {}});
+  EXPECT_EQ(mount(identity), "No file system has been found.");
+  EXPECT_EQ(rig.udisks.members(), Members());
+}
+
 TEST_F(MountRequestTest, AnOldMountAfterAWipeIsNotTakenForTheFreshVolume) {
   const auto identity = rig.plugIn("a");
   rig.machine.mount(player().minor, "x");

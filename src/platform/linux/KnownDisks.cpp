@@ -77,7 +77,8 @@ bool KnownDisks::isWiped(std::uint64_t sequence, const FileSystemFacts& fileSyst
   const std::scoped_lock guard(lock_);
   const auto wiped = wiped_.find(sequence);
   return wiped != wiped_.end() && wiped->second.now &&
-         (fileSystem.identifier.empty() || wiped->second.now->contains(fileSystem.identifier));
+         (fileSystem.type != "vfat" || fileSystem.identifier.empty() ||
+          wiped->second.now->contains(fileSystem.identifier));
 }
 
 std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,

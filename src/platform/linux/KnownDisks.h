@@ -40,8 +40,8 @@ class KnownDisks {
   // The latest wipe that was announced for this player has not begun: what was on it still is.
   void spared(const DiskIdentity& identity);
 
-  // Whether the file system was there before a wipe of this very disk, or can't be told from one
-  // that was.
+  // Whether the file system was there before a wipe of this very disk, can't be told from one that
+  // was, or isn't what a format makes.
   bool isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const;
 
  private:
