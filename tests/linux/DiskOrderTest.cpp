@@ -11,7 +11,7 @@ namespace fillstation::test {
 
 class DiskOrderTest : public ::testing::Test {
  protected:
-  void add(const std::string& disk, const std::string& what) {
+  void add(const DiskOrder::Sequence& disk, const std::string& what) {
     order.add(disk, [this, what](DiskOrder::Ended ended) {
       begun.push_back(what);
       ends.push_back(std::move(ended));
@@ -26,15 +26,15 @@ class DiskOrderTest : public ::testing::Test {
 };
 
 TEST_F(DiskOrderTest, NothingBeginsInsideTheCall) {
-  add("sdb", "one");
+  add(101, "one");
   EXPECT_TRUE(begun.empty());
   runLoopDry();
   EXPECT_EQ(begun, std::vector<std::string>({"one"}));
 }
 
 TEST_F(DiskOrderTest, TheNextBeginsWhenTheOneBeforeHasEnded) {
-  add("sdb", "one");
-  add("sdb", "two");
+  add(101, "one");
+  add(101, "two");
   runLoopDry();
   EXPECT_EQ(begun, std::vector<std::string>({"one"}));
   ends[0]();
@@ -42,14 +42,14 @@ TEST_F(DiskOrderTest, TheNextBeginsWhenTheOneBeforeHasEnded) {
   runLoopDry();
   EXPECT_EQ(begun, std::vector<std::string>({"one", "two"}));
   ends[1]();
-  add("sdb", "three");
+  add(101, "three");
   runLoopDry();
   EXPECT_EQ(begun, std::vector<std::string>({"one", "two", "three"}));
 }
 
 TEST_F(DiskOrderTest, DisksDoNotWaitForEachOther) {
-  add("sdb", "b");
-  add("sdc", "c");
+  add(101, "b");
+  add(102, "c");
   runLoopDry();
   EXPECT_EQ(begun, std::vector<std::string>({"b", "c"}));
 }

@@ -40,6 +40,23 @@ TEST_F(UnmountRequestTest, ABusyVolumeIsADissenter) {
   EXPECT_EQ(rig.udisks.members(), Members({"Filesystem.Unmount"}));
 }
 
+TEST_F(UnmountRequestTest, APlayerDoesNotWaitForOneThatHadItsNameBefore) {
+  const auto before = rig.plugIn("a");
+  rig.machine.mount(player().minor, "x");
+  answer({silence()});
+  const auto stuck = send(&DiskSession::unmount, before);
+  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
+  rig.machine.unmount(player().minor);
+  rig.machine.pull("a");
+  rig.machine.isTaken = [](const std::string&) { return false; };
+  const auto now = rig.plugIn("b");
+  EXPECT_EQ(now.node, before.node);
+  const auto next = send(&DiskSession::unmount, now);
+  runLoopDry();
+  EXPECT_TRUE(next->completed);
+  EXPECT_FALSE(stuck->completed);
+}
+
 TEST_F(UnmountRequestTest, SomebodyElseMayHaveBeenFaster) {
   const auto identity = rig.plugIn("a");
   rig.machine.mount(player().minor, "x");

@@ -4,22 +4,24 @@
 
 namespace fillstation {
 
-void DiskOrder::add(const std::string& diskName, Work work) {
-  auto& works = waiting_[diskName];
+void DiskOrder::add(const Sequence& disk, Work work) {
+  auto& works = waiting_[disk];
   works.push_back(std::move(work));
   if (works.size() == 1) {
-    beginFirst(diskName);
+    beginFirst(disk);
   }
 }
 
-void DiskOrder::beginFirst(const std::string& diskName) {
-  mainThread_.post([this, diskName] {
-    const Work work = waiting_[diskName].front();
-    work([this, diskName] {
-      auto& works = waiting_[diskName];
+void DiskOrder::beginFirst(const Sequence& disk) {
+  mainThread_.post([this, disk] {
+    const Work work = waiting_[disk].front();
+    work([this, disk] {
+      auto& works = waiting_[disk];
       works.pop_front();
-      if (!works.empty()) {
-        beginFirst(diskName);
+      if (works.empty()) {
+        waiting_.erase(disk);
+      } else {
+        beginFirst(disk);
       }
     });
   });

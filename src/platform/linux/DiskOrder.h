@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
-#include <string>
+#include <optional>
 
 #include "QtMainThread.h"
 
@@ -16,17 +17,19 @@ class DiskOrder {
   // Called when the work has ended, once.
   using Ended = std::function<void()>;
   using Work = std::function<void(Ended)>;
+  // The kernel's sequence number, which no other disk gets; none for disks that have gone.
+  using Sequence = std::optional<std::uint64_t>;
 
   explicit DiskOrder(QtMainThread& mainThread) : mainThread_(mainThread) {}
 
   // Begins the work when what was added for this disk before has ended, never inside this call.
-  void add(const std::string& diskName, Work work);
+  void add(const Sequence& disk, Work work);
 
  private:
-  void beginFirst(const std::string& diskName);
+  void beginFirst(const Sequence& disk);
 
   QtMainThread& mainThread_;
-  std::map<std::string, std::deque<Work>> waiting_;  // the first of each has begun
+  std::map<Sequence, std::deque<Work>> waiting_;  // the first of each has begun
 };
 
 }  // namespace fillstation

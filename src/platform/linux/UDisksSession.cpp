@@ -58,13 +58,14 @@ void UDisksSession::request(const std::shared_ptr<Disk>& disk, const DiskIdentit
       complete(Dissenter{"There is no such disk."});
       return;
     }
-    order.add(ours->name(), [&services, ours, expected, complete](const DiskOrder::Ended& ended) {
-      const auto done = [complete, ended](const std::optional<Dissenter>& dissenter) {
-        complete(dissenter);
-        ended();
-      };
-      std::make_shared<Request>(services, ours, expected, done)->run();
-    });
+    order.add(ours->sequence(),
+              [&services, ours, expected, complete](const DiskOrder::Ended& ended) {
+                const auto done = [complete, ended](const std::optional<Dissenter>& dissenter) {
+                  complete(dissenter);
+                  ended();
+                };
+                std::make_shared<Request>(services, ours, expected, done)->run();
+              });
   });
 }
 
