@@ -9,6 +9,9 @@
 namespace fillstation {
 namespace {
 
+// Holds a hundred times any size.
+__extension__ using Wide = __int128;
+
 std::atomic<FileManager*> sharedFileManager{nullptr};
 
 Atomic<std::shared_ptr<std::mutex>>& lastLock() {
@@ -184,7 +187,7 @@ void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination
 void TRFileCopyTask::updateProgressWith(std::int64_t bytes) {
   currentSize_ += bytes;
   const std::int64_t total = totalSize_;
-  currentProgress_ = total == 0 ? 100 : currentSize_ * 100 / total;
+  currentProgress_ = total == 0 ? 100 : static_cast<std::int64_t>(Wide{currentSize_} * 100 / total);
   if (const auto group = taskGroup()) {
     group->updateProgress();
   }

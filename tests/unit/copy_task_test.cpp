@@ -128,7 +128,7 @@ TEST_F(TRFileCopyTaskTest, PercentageIsTruncated) {
 }
 
 TEST_F(TRFileCopyTaskTest, PercentageOfTheLargestSizesIsExact) {
-  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max() / 100;
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max() - 1;
   const auto task = std::make_shared<TRFileCopyTask>();
   task->setTotalSize(kLargest);
   task->updateProgressWith(kLargest / 2 - 1);
