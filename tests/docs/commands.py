@@ -35,6 +35,7 @@ HOW = {
         InBox("dd operation failed."),
     "journalctl -f -t fillstation": InBox("fillstation[", ends=False),  # whatever came last
     "sudo journalctl -b -t fillstation": InBox("dd operation failed."),
+    "journalctl -F FILLSTATION_MISSED": InBox(""),
     "journalctl -b -t pkexec -t polkitd -t polkit-agent-helper-1": InBox("authentication failure"),
     "journalctl -b -k": InBox("Product: HS USB FlashDisk"),
     "journalctl -b -u udisks2": InBox("udisks"),

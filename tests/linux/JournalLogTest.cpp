@@ -4,9 +4,13 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 
 #include "FileHandle.h"
 #include "TempFolder.h"
@@ -35,6 +39,41 @@ class JournalLogTest : public ::testing::Test {
     const ssize_t count = ::recv(journal.get(), buffer.data(), buffer.size(), 0);
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
   }
+  // How many entries the journal holds; it holds none afterwards.
+  int takeEntries() const {
+    int count = 0;
+    while (!entry().empty()) {
+      ++count;
+    }
+    return count;
+  }
+  // Writes that many texts, and says whether nothing had to be read for that.
+  bool writesAtOnce(JournalLog& log, int count, const std::string& text) const {
+    auto written = std::async(std::launch::async, [&] {
+      for (int number = 0; number < count; ++number) {
+        log.write(text);
+      }
+    });
+    if (written.wait_for(std::chrono::seconds(10)) == std::future_status::ready) {
+      return true;
+    }
+    std::array<char, 4096> buffer;
+    while (written.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+      takeEntries();
+      while (::recv(streamsEnd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT) > 0) {
+      }
+    }
+    return false;
+  }
+  // The stream leads to the journal, which holds its other end.
+  void connectStream() {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    streamsEnd = FileHandle(ends[0]);
+    const FileHandle ours(ends[1]);
+    ASSERT_NE(::dup2(ours.get(), ::fileno(stream)), -1);
+    sayStreamIsJournal();
+  }
   std::string streamed() const { return contentOf(folder.path("stream")); }
   void sayStreamIsJournal(unsigned int offset = 0) const {
     struct stat status {};
@@ -47,6 +86,7 @@ class JournalLogTest : public ::testing::Test {
   TempFolder folder;
   const std::string socketPath = folder.path("socket");
   FileHandle journal;
+  FileHandle streamsEnd;
   std::FILE* const stream = std::fopen(folder.path("stream").c_str(), "w");
 };
 
@@ -102,6 +142,35 @@ TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverything) {
   JournalLog connected(stream, socketPath);
   connected.write("two");
   EXPECT_EQ(streamed(), "one\ntwo\n");
+}
+
+TEST_F(JournalLogTest, AJournalThatDoesNotReadKeepsNobodyWaitingAndIsToldHowMuchItMissed) {
+  constexpr int kTexts = 2000;
+  listen();
+  JournalLog log(stream, socketPath);
+  EXPECT_TRUE(writesAtOnce(log, kTexts, "one"));
+  EXPECT_EQ(streamed().size(), kTexts * 4U);
+  const int taken = takeEntries();
+  EXPECT_GT(taken, 0);
+  log.write("two");
+  EXPECT_TRUE(entry().starts_with("SYSLOG_IDENTIFIER=fillstation\nFILLSTATION_MISSED=" +
+                                  std::to_string(kTexts - taken) + "\nMESSAGE\n\x03"));
+  log.write("three");
+  EXPECT_TRUE(entry().starts_with("SYSLOG_IDENTIFIER=fillstation\nMESSAGE\n\x05"));
+  EXPECT_EQ(entry(), "");
+}
+
+TEST_F(JournalLogTest, AStreamThatLeadsToTheJournalThatDoesNotReadIsNotWaitedForEither) {
+  constexpr int kTexts = 2000;
+  listen();
+  connectStream();
+  JournalLog log(stream, socketPath);
+  EXPECT_TRUE(writesAtOnce(log, kTexts, std::string(1000, 'x')));
+  char first = 0;
+  EXPECT_EQ(::recv(streamsEnd.get(), &first, 1, MSG_DONTWAIT), 1);
+  const int taken = takeEntries();
+  log.write("two");
+  EXPECT_NE(entry().find("MISSED=" + std::to_string(kTexts - taken) + "\n"), std::string::npos);
 }
 
 TEST_F(JournalLogTest, AJournalThatComesLaterIsUsed) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -11,8 +13,10 @@
 namespace fillstation {
 
 // The system log as the journal, in its native protocol, which keeps every byte; and on a stream as
-// well, unless that leads to the journal already. Without a journal the stream gets everything. Any
-// thread; the stream outlives it.
+// well, unless that leads to the journal already. Without a journal the stream gets everything. It
+// never waits for a journal that takes nothing: the stream then gets the text, unless it leads to
+// that journal and takes nothing either. The next record that the journal takes says how many it
+// has missed, in the field FILLSTATION_MISSED. Any thread; the stream outlives it.
 class JournalLog : public SystemLog {
  public:
   explicit JournalLog(std::FILE* stream = stderr,
@@ -21,13 +25,19 @@ class JournalLog : public SystemLog {
   void write(std::string_view text) override;
 
  private:
-  bool reachesJournal(std::string_view text) const;
+  enum class Sent { taken, full, failed };
+
+  // Never waits. `missed` is how many records before this one the journal did not take.
+  Sent send(std::string_view text, std::size_t missed) const;
+
+  std::FILE* const file_;
 
   StreamLog stream_;
   // Connected to nobody, so that it outlives a journal that is started anew.
   const FileHandle socket_;
   const std::string socketPath_;
   const bool streamIsJournal_;
+  std::atomic<std::size_t> missed_{0};
 };
 
 }  // namespace fillstation
