@@ -88,21 +88,28 @@ void MockKernel::removeUdevDatabase(const std::string& id) {
   std::filesystem::remove(mockUdevDatabase() + id);
 }
 
+std::string MockKernel::addUnit(const std::string& usbPath, int host, int unit,
+                                const std::string& vendor, const std::string& type) {
+  return add("scsi", std::to_string(host) + ":0:0:" + std::to_string(unit), usbPath,
+             {{"vendor", vendor + "\n"}, {"type", type + "\n"}}, {{"DEVTYPE", "scsi_device"}});
+}
+
+std::string MockKernel::addDisk(const std::string& unitPath, const std::string& name, int minor,
+                                std::uint64_t sectors, std::uint64_t sequence) {
+  return add("block", name, unitPath,
+             {{"size", std::to_string(sectors) + "\n"},
+              {"diskseq", std::to_string(sequence) + "\n"},
+              {"dev", "8:" + std::to_string(minor)}},
+             {{"DEVTYPE", "disk"},
+              {"DEVNAME", "/dev/" + name},
+              {"MAJOR", "8"},
+              {"MINOR", std::to_string(minor)}});
+}
+
 std::string MockKernel::addDisk(const std::string& usbPath, const std::string& name, int unit,
                                 int minor, const std::string& vendor, std::uint64_t sectors,
                                 std::uint64_t sequence) {
-  const std::string address = std::to_string(minor / 16) + ":0:0:" + std::to_string(unit);
-  const std::string unitPath =
-      add("scsi", address, usbPath, {{"vendor", vendor + "\n"}}, {{"DEVTYPE", "scsi_device"}});
-  const std::string path = add("block", name, unitPath,
-                               {{"size", std::to_string(sectors) + "\n"},
-                                {"diskseq", std::to_string(sequence) + "\n"},
-                                {"dev", "8:" + std::to_string(minor)}},
-                               {{"DEVTYPE", "disk"},
-                                {"DEVNAME", "/dev/" + name},
-                                {"MAJOR", "8"},
-                                {"MINOR", std::to_string(minor)}});
-  return path;
+  return addDisk(addUnit(usbPath, minor / 16, unit, vendor), name, minor, sectors, sequence);
 }
 
 std::string MockKernel::addPartition(const std::string& diskPath, const std::string& name,

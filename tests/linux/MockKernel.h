@@ -40,7 +40,13 @@ class MockKernel {
   // Marks it as one that udev has looked at, with what it has found.
   void setUdevDatabase(const std::string& id, const Properties& found);
   void removeUdevDatabase(const std::string& id);
-  // A disk below a USB device (or anything), unit by unit; its path in sysfs. Node number 8:minor.
+  // A SCSI unit below a USB device (or anything); its path in sysfs. Type 0 is a disk, 5 a CD-ROM.
+  std::string addUnit(const std::string& usbPath, int host, int unit, const std::string& vendor,
+                      const std::string& type = "0");
+  // The disk of a unit; its path in sysfs. Node number 8:minor.
+  std::string addDisk(const std::string& unitPath, const std::string& name, int minor,
+                      std::uint64_t sectors, std::uint64_t sequence);
+  // Both.
   std::string addDisk(const std::string& usbPath, const std::string& name, int unit, int minor,
                       const std::string& vendor, std::uint64_t sectors, std::uint64_t sequence);
   std::string addPartition(const std::string& diskPath, const std::string& name, int number,

@@ -217,6 +217,29 @@ TEST_F(UdevUsbBusTest, TheLowestUnitIsThePlayer) {
   EXPECT_EQ(device->searchDiskName(), "sdc");
 }
 
+TEST_F(UdevUsbBusTest, TheLowestUnitIsWaitedForWhileAnotherHasItsDiskAlready) {
+  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
+  const auto unit = machine.kernel.addUnit(usb, 5, 0, "ACTIONS ");
+  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS "), "sdb", 16, 100, 7);
+  machine.kernel.setUdevDatabase("b8:16", {});
+  const auto device = onlyDevice();
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_FALSE(known.remembers("sdb"));
+  machine.kernel.addDisk(unit, "sdc", 32, 100, 8);
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  machine.kernel.setUdevDatabase("b8:32", {});
+  EXPECT_EQ(device->searchDiskName(), "sdc");
+}
+
+TEST_F(UdevUsbBusTest, AUnitThatIsNoDiskIsNotThePlayer) {
+  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
+  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 0, "ACTIONS ", "5"), "sr0", 16, 100, 7);
+  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS "), "sdb", 32, 100, 8);
+  machine.kernel.setUdevDatabase("b8:16", {});
+  machine.kernel.setUdevDatabase("b8:32", {});
+  EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
+}
+
 TEST_F(UdevUsbBusTest, APartitionIsNoDisk) {
   auto& player = machine.plug("a");
   machine.kernel.addPartition(player.diskPath, "sdb1", 1, 17);

@@ -1,5 +1,6 @@
 #include "DiskFacts.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -11,6 +12,8 @@ namespace {
 
 // The unit of "size" in sysfs, whatever the medium's own sectors are.
 constexpr std::uint64_t kSector = 512;
+// What a SCSI unit says that it is: a disk. A CD-ROM drive is 5.
+constexpr const char* kDirectAccess = "0";
 
 bool isWholeDisk(udev_device* device) { return udevProperty(device, "DEVTYPE") == "disk"; }
 
@@ -44,16 +47,16 @@ std::optional<std::string> vendorOf(udev_device* disk) {
   return vendor;
 }
 
-std::vector<UdevDevice> blocksBelow(udev* context, udev_device* above) {
+std::vector<UdevDevice> devicesBelow(udev* context, udev_device* above, const char* subsystem) {
   const UdevEnumeration enumeration(::udev_enumerate_new(context));
-  ::udev_enumerate_add_match_subsystem(enumeration.get(), "block");
+  ::udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
   ::udev_enumerate_add_match_parent(enumeration.get(), above);
   return udevDevices(context, enumeration.get());
 }
 
 std::vector<BlockFacts> partitionsOf(udev* context, udev_device* disk) {
   std::map<std::uint64_t, BlockFacts> byNumber;
-  for (const auto& device : blocksBelow(context, disk)) {
+  for (const auto& device : devicesBelow(context, disk, "block")) {
     if (const auto number = udevNumber(udevAttribute(device.get(), "partition"))) {
       byNumber[*number] = blockFacts(device.get());
     }
@@ -66,9 +69,22 @@ std::vector<BlockFacts> partitionsOf(udev* context, udev_device* disk) {
 }
 
 // The last number of the unit's address "host:channel:target:unit".
-std::uint64_t unitOf(udev_device* disk) {
-  const std::string address = udevSysName(::udev_device_get_parent(disk));
+std::uint64_t numberOf(udev_device* unit) {
+  const std::string address = udevSysName(unit);
   return udevNumber(address.substr(address.rfind(':') + 1)).value_or(0);
+}
+
+// The direct-access unit of the USB device with the lowest number; null while there is none.
+UdevDevice lowestUnit(udev* context, udev_device* usb) {
+  UdevDevice lowest;
+  for (auto& unit : devicesBelow(context, usb, "scsi")) {
+    if (udevAttribute(unit.get(), "type") == kDirectAccess &&
+        udevSysPath(usbDeviceAbove(unit.get())) == udevSysPath(usb) &&
+        (!lowest || numberOf(unit.get()) < numberOf(lowest.get()))) {
+      lowest = std::move(unit);
+    }
+  }
+  return lowest;
 }
 
 }  // namespace
@@ -100,21 +116,15 @@ std::optional<DiskFacts> readDisk(std::string_view name) {
 std::optional<std::string> findDiskBelow(const std::string& usbSysPath) {
   const UdevContext context(::udev_new());
   const UdevDevice usb(::udev_device_new_from_syspath(context.get(), usbSysPath.c_str()));
-  if (!usb) {
+  const UdevDevice unit = usb ? lowestUnit(context.get(), usb.get()) : nullptr;
+  if (!unit) {
     return std::nullopt;
   }
-  const auto blocks = blocksBelow(context.get(), usb.get());
-  udev_device* lowest = nullptr;
-  for (const auto& device : blocks) {
-    if (isWholeDisk(device.get()) && udevSysPath(usbDeviceAbove(device.get())) == usbSysPath &&
-        (lowest == nullptr || unitOf(device.get()) < unitOf(lowest))) {
-      lowest = device.get();
-    }
-  }
-  if (lowest == nullptr || ::udev_device_get_is_initialized(lowest) == 0) {
-    return std::nullopt;
-  }
-  return udevSysName(lowest);
+  const auto blocks = devicesBelow(context.get(), unit.get(), "block");
+  const auto disk = std::find_if(blocks.begin(), blocks.end(), [](const UdevDevice& block) {
+    return isWholeDisk(block.get()) && ::udev_device_get_is_initialized(block.get()) != 0;
+  });
+  return disk != blocks.end() ? std::optional(udevSysName(disk->get())) : std::nullopt;
 }
 
 std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName) {

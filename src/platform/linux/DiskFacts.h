@@ -41,8 +41,9 @@ struct DiskFacts {
 // Reads them; none when there is no whole disk of that name ("sdb"). Any thread.
 std::optional<DiskFacts> readDisk(std::string_view name);
 
-// The disk of the lowest unit below a USB device, given by its path in sysfs and nearest above the
-// disk; none while there is none, or udev has not looked at that one yet. Any thread.
+// The disk of the lowest direct-access unit below a USB device, given by its path in sysfs and
+// nearest above the unit; none while that unit has no disk yet, or udev has not looked at it. Any
+// thread.
 std::optional<std::string> findDiskBelow(const std::string& usbSysPath);
 
 // The USB device that a block device of any kind lies below, as above. Any thread.
