@@ -293,6 +293,22 @@ TEST_P(UsbBusContract, ALeavingBeforeItIsWatchedForIsToldThen) {
   EXPECT_FALSE(notified);
 }
 
+TEST_P(UsbBusContract, ADeviceThatLeftBeforeItWasSearchedHasNoDiskName) {
+  watchBus();
+  backEnd->make("a", {});
+  bus().hold();
+  backEnd->plug("a");
+  backEnd->settle();
+  backEnd->unplug("a");
+  backEnd->settle();
+  bus().resume();
+  ASSERT_TRUE(backEnd->await([&] { return told.size() == 2; }));
+  EXPECT_TRUE(told[0].arrived);
+  EXPECT_EQ(told[0].diskName, std::nullopt);
+  EXPECT_FALSE(told[1].arrived);
+  EXPECT_EQ(told[1].diskName, std::nullopt);
+}
+
 TEST_P(UsbBusContract, ADeviceThatHasLeftCannotBeAsked) {
   const auto device = onlyDevice();
   backEnd->unplug("a");

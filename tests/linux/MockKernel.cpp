@@ -64,7 +64,9 @@ std::string MockKernel::add(const std::string& subsystem, const std::string& nam
 std::string MockKernel::addUsb(const std::string& portName, std::uint32_t bus, std::uint32_t number,
                                const Properties& attributes, const std::string& parent) {
   setUdevDatabase(usbDatabaseId(bus, number), {});
-  return add("usb", portName, parent, attributes,
+  Properties all = attributes;
+  all.insert({"bDeviceClass", "00\n"});
+  return add("usb", portName, parent, all,
              {{"DEVTYPE", "usb_device"},
               {"MAJOR", "189"},
               {"MINOR", std::to_string(minorOf(bus, number))},

@@ -29,8 +29,8 @@ class MockKernel {
   MockKernel(const MockKernel&) = delete;
   MockKernel& operator=(const MockKernel&) = delete;
 
-  // Adds a whole USB device; its path in sysfs. The parent is another one's path or empty. Its
-  // event follows, as for every other device.
+  // Adds a whole USB device, of no class of its own unless the attributes say one; its path in
+  // sysfs. The parent is another one's path or empty. Its event follows, as for every other device.
   std::string addUsb(const std::string& portName, std::uint32_t bus, std::uint32_t number,
                      const Properties& attributes, const std::string& parent = "");
   // Has udev tell of a device.

@@ -41,7 +41,6 @@ MockPlayer& MockMachine::plug(const std::string& name) {
   std::snprintf(release, sizeof(release), "%04x", static_cast<unsigned int>(player.release));
   MockKernel::Properties attributes{{"manufacturer", player.manufacturer + "\n"},
                                     {"serial", player.serial + "\n"},
-                                    {"bDeviceClass", "00\n"},
                                     {"bcdDevice", std::string(release) + "\n"}};
   if (player.product) {
     attributes["product"] = *player.product + "\n";

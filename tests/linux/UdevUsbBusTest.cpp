@@ -135,6 +135,15 @@ TEST_F(UdevUsbBusTest, ADeviceWithoutNumbersIsNone) {
   EXPECT_TRUE(arrived.empty());
 }
 
+TEST_F(UdevUsbBusTest, ADeviceThatHasGoneBeforeItWasReadIsNone) {
+  EXPECT_TRUE(watch().empty());
+  machine.plug("a");
+  machine.pull("a");
+  runLoopDry();
+  EXPECT_TRUE(arrived.empty());
+  EXPECT_TRUE(left.empty());
+}
+
 TEST_F(UdevUsbBusTest, AHubIsOfAnotherClass) {
   machine.kernel.addUsb("1-2", 1, 2, {{"bDeviceClass", "09\n"}});
   const auto hub = onlyDevice();

@@ -56,7 +56,7 @@ bool BenchPlayer::isReadOnly() const {
 bool BenchPlayer::searchDisk() {
   const std::int64_t needed = faults().diskAfterSearches;
   if (hasLeft()) {
-    return identity_.disk && (needed == 0 || searches_.load() > needed);
+    return identity_.disk && searches_.load() > needed;
   }
   return identity_.disk && searches_++ >= needed;
 }

@@ -112,6 +112,10 @@ void UdevUsbBus::arrive(udev_device* device) {
     return;
   }
   auto arrived = std::make_shared<UdevUsbDevice>(++attaches_, *handle, device, disks_);
+  // Without its name it would be waited for in vain, and so would its leaving.
+  if (!arrived->wasRead()) {
+    return;
+  }
   present_.push_back(arrived);
   if (attach_->isWatched()) {
     notify(*attach_, std::move(arrived));

@@ -24,14 +24,16 @@ UdevUsbDevice::UdevUsbDevice(std::size_t attach, std::uint32_t handle, udev_devi
       sysPath_(udevSysPath(device)),
       portName_(udevSysName(device)),
       product_(stringOf(device, "product")),
-      isHub_(stringOf(device, "bDeviceClass") == kUsbHub),
+      deviceClass_(udevAttribute(device, "bDeviceClass")),
       disks_(disks) {}
 
 bool UdevUsbDevice::conformsTo(std::string_view className) const {
   return className == kUsbDeviceClass;
 }
 
-std::string UdevUsbDevice::className() const { return isHub_ ? kHubClass : kUsbDeviceClass; }
+std::string UdevUsbDevice::className() const {
+  return deviceClass_ == kUsbHub ? kHubClass : kUsbDeviceClass;
+}
 
 std::string UdevUsbDevice::registryName() const {
   return product_.empty() ? kUsbDeviceClass : product_;

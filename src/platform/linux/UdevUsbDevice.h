@@ -28,6 +28,8 @@ class UdevUsbDevice : public UsbDevice {
   std::optional<std::string> searchDiskName() const override;
   std::shared_ptr<UsbDeviceInterface> openInterface() const override;
 
+  // False when the device had gone before it could be read: nothing is known of it then.
+  bool wasRead() const { return deviceClass_.has_value(); }
   // The number of the attach, the path in sysfs, and the port's name ("1-2.4").
   std::size_t attach() const { return attach_; }
   const std::string& sysPath() const { return sysPath_; }
@@ -41,7 +43,8 @@ class UdevUsbDevice : public UsbDevice {
   const std::string sysPath_;
   const std::string portName_;
   const std::string product_;
-  const bool isHub_;
+  // Read last: what comes before it was there too.
+  const std::optional<std::string> deviceClass_;
   KnownDisks& disks_;
   bool present_ = true;
 };
