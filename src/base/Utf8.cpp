@@ -84,6 +84,19 @@ std::optional<std::u32string> decodeUtf8(std::string_view text) {
   return points;
 }
 
+std::string withoutBadUtf8(std::string_view text) {
+  std::string good;
+  while (!text.empty()) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    const std::size_t length = std::max<std::size_t>(sequenceLength(lead), 1);
+    const auto sequence = text.substr(0, length);
+    const bool isGood = decodeUtf8(sequence).has_value();
+    good += isGood ? sequence : "_";
+    text.remove_prefix(isGood ? length : 1);
+  }
+  return good;
+}
+
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
   // What file types almost always are, without a detour.
   if (isAscii(left) && isAscii(right)) {

@@ -10,6 +10,9 @@ namespace fillstation {
 // values above U+10FFFF are not).
 std::optional<std::u32string> decodeUtf8(std::string_view text);
 
+// The text with "_" in place of each byte that belongs to no well-formed sequence.
+std::string withoutBadUtf8(std::string_view text);
+
 // True when both texts are UTF-8 and differ in nothing but case. Letters of every script count,
 // each code point by itself, whatever the user's locale is: "Ä" equals "ä", "ß" does not equal
 // "SS".

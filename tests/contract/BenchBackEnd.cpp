@@ -10,6 +10,7 @@
 #include "FileHandle.h"
 #include "MediumContent.h"
 #include "Tools.h"
+#include "Utf8.h"
 
 namespace fillstation::contract {
 
@@ -27,7 +28,9 @@ void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
   BenchPlayerPlan plan;
   plan.name = name;
   plan.sizeMiB = wish.sizeMiB;
-  plan.label = wish.label;
+  // mkfs.fat takes text only.
+  const std::string label = withoutBadUtf8(wish.label.value_or(""));
+  plan.label = wish.label ? std::optional(label) : std::nullopt;
   plan.blank = wish.blank;
   plan.identity.product = wish.product;
   plan.identity.manufacturer = wish.manufacturer;
@@ -36,6 +39,13 @@ void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
   plan.identity.vendor = wish.vendor;
   plan.identity.disk = wish.disk;
   make(plan);
+  if (wish.label && *wish.label != label) {
+    std::string bytes = head(name, 2 << 20);
+    for (auto at = bytes.find(label); at != std::string::npos; at = bytes.find(label, at)) {
+      bytes.replace(at, label.size(), *wish.label);
+    }
+    writeHead(name, bytes);
+  }
 }
 
 void BenchBackEnd::make(const BenchPlayerPlan& plan) {

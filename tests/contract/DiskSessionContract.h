@@ -53,6 +53,12 @@ TEST_P(DiskSessionContract, AVolumeWithoutALabelHasNoName) {
   EXPECT_EQ(volumeName(plugInMounted("a", wish)), "NO NAME");
 }
 
+TEST_P(DiskSessionContract, ALabelThatIsNotUtf8KeepsTheRestOfItsName) {
+  PlayerWish wish;
+  wish.label = "CAF\xC9 1";
+  EXPECT_EQ(volumeName(plugInMounted("a", wish)), "CAF_ 1");
+}
+
 TEST_P(DiskSessionContract, AMountPathsBlankIsEscaped) {
   PlayerWish wish;
   wish.label = "A B";

@@ -1,10 +1,27 @@
 #include "LinuxBackEnd.h"
 
 #include <QDeadlineTimer>
+#include <array>
+#include <cstdio>
 
 #include "MainLoop.h"
 
 namespace fillstation::contract {
+
+namespace {
+
+// What udev makes of a label's bytes that are not text.
+std::string encodedByUdev(const std::string& label) {
+  std::string text;
+  for (const char byte : label) {
+    std::array<char, 5> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned char>(byte));
+    text += static_cast<unsigned char>(byte) < 0x80 ? std::string(1, byte) : escape.data();
+  }
+  return text;
+}
+
+}  // namespace
 
 void LinuxBackEnd::make(const std::string& name, const PlayerWish& wish) {
   test::MockPlayer& player = rig.machine.player(name);
@@ -18,7 +35,7 @@ void LinuxBackEnd::make(const std::string& name, const PlayerWish& wish) {
   player.hasDisk = wish.disk;
   player.fileSystem = test::MockFileSystem();
   if (wish.label) {
-    player.fileSystem->label = *wish.label;
+    player.fileSystem->label = encodedByUdev(*wish.label);
   }
   if (wish.blank) {
     player.fileSystem.reset();

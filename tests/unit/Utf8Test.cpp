@@ -19,6 +19,16 @@ TEST(Utf8, DecodesEveryBitOfASequence) {
   EXPECT_EQ(decodeUtf8("\xF1\x95\x95\x95"), std::u32string({0x55555}));
 }
 
+TEST(Utf8, EveryBadByteIsReplacedAndNoOther) {
+  EXPECT_EQ(withoutBadUtf8(""), "");
+  EXPECT_EQ(withoutBadUtf8("a\xC3\xA4\xE5\x95\x95\xF0\x9F\x98\x80z"),
+            "a\xC3\xA4\xE5\x95\x95\xF0\x9F\x98\x80z");
+  EXPECT_EQ(withoutBadUtf8("caf\xE9 1"), "caf_ 1");
+  EXPECT_EQ(withoutBadUtf8("\xFF\xC3\xA4\x80"), "_\xC3\xA4_");
+  // A sequence that is cut short, by the next character or by the end.
+  EXPECT_EQ(withoutBadUtf8("\xE5\x95x\xF0\x9F"), "__x__");
+}
+
 TEST(Utf8, SurrogatesAreNoText) {
   EXPECT_TRUE(decodeUtf8("\xED\x9F\xBF"));
   EXPECT_FALSE(decodeUtf8("\xED\xA0\x80"));

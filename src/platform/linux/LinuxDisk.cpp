@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Url.h"
+#include "Utf8.h"
 
 namespace fillstation {
 
@@ -16,7 +17,8 @@ std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
   if (!fileSystem.label && fileSystem.type == "vfat") {
     return kNoLabel;
   }
-  return fileSystem.label;
+  // The bytes of another code page: a text that is not UTF-8 would be no name at all.
+  return fileSystem.label ? std::optional(withoutBadUtf8(*fileSystem.label)) : std::nullopt;
 }
 
 }  // namespace
