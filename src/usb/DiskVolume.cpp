@@ -68,12 +68,11 @@ bool findDiskVolume(Disk& disk, OwnedCString& volumeName, OwnedCString& volumePa
 }
 
 void getDiskVolume(Disk* disk, char** volumeName, char** volumePath) {
-  if (disk == nullptr) {
-    return;
-  }
   OwnedCString name;
   OwnedCString path;
-  findDiskVolume(*disk, name, path);
+  if (disk != nullptr) {
+    findDiskVolume(*disk, name, path);
+  }
   *volumeName = name.release();
   *volumePath = path.release();
 }

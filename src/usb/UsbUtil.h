@@ -59,8 +59,8 @@ const char* cfTypeToCString(const PlatformValue* v);
 
 // Waits for the name and the mount location (address text) of the disk's volume: up to 200 looks, 1
 // s apart while the system has no description, 10 ms apart while the description has neither. Sets
-// both outputs to null and then to what was found; the caller owns them (std::free). Leaves them
-// untouched without a disk. Any thread.
+// both outputs to null and then to what was found; the caller owns them (std::free). Returns at
+// once without a disk. Any thread.
 void getDiskVolume(Disk* disk, char** volumeName, char** volumePath);
 
 // The same for a disk's name or device node path, as new texts; an output stays untouched where

@@ -144,11 +144,11 @@ TEST(GetDiskVolume, DiskThatVanishesMeanwhileEndsAfterExactlyItsWaits) {
   EXPECT_EQ(lookup.printed, repeated("\nsleeping", 3) + repeated("\n no vol name", 197));
 }
 
-TEST(GetDiskVolume, WithoutADiskTheOutputsAreUntouchedAndNothingIsSaid) {
+TEST(GetDiskVolume, WithoutADiskTheOutputsAreNullAndNothingIsSaid) {
   UsbRig rig;
   const Lookup lookup = lookUp(nullptr);
-  EXPECT_EQ(lookup.name, "unset");
-  EXPECT_EQ(lookup.path, "unset");
+  EXPECT_EQ(lookup.name, std::nullopt);
+  EXPECT_EQ(lookup.path, std::nullopt);
   EXPECT_EQ(lookup.printed, "");
   EXPECT_TRUE(rig.ports.clock.sleeps().empty());
 }
