@@ -94,6 +94,14 @@ TEST_P(UsbBusContract, ADeviceWithoutAProductNameIsCalledByItsClass) {
   EXPECT_EQ(device->openInterface()->productStringIndex(), 0);
 }
 
+TEST_P(UsbBusContract, AnEmptyProductNameIsNone) {
+  PlayerWish wish;
+  wish.product = "";
+  const auto device = onlyDevice(wish);
+  EXPECT_EQ(device->registryName(), "IOUSBDevice");
+  EXPECT_EQ(device->openInterface()->productStringIndex(), 0);
+}
+
 TEST_P(UsbBusContract, ADeviceOfAnotherProductKeepsItsName) {
   PlayerWish wish;
   wish.product = "Card Reader";
@@ -144,6 +152,14 @@ TEST_P(UsbBusContract, ARequestThatTheDeviceDoesNotKnowFails) {
   EXPECT_EQ(interface->deviceRequest({0x80, 7, product, 1033, 128}, buffer), std::nullopt);
   EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x0F01, 1033, 128}, buffer), std::nullopt);
   EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x03F0, 1033, 128}, buffer), std::nullopt);
+}
+
+TEST_P(UsbBusContract, TheIndexOfAnAbsentStringHasNoDescriptor) {
+  PlayerWish wish;
+  wish.manufacturer = "";
+  const auto interface = onlyDevice(wish)->openInterface();
+  EXPECT_EQ(interface->manufacturerStringIndex(), 0);
+  EXPECT_EQ(descriptor(*interface, 0), std::nullopt);
 }
 
 TEST_P(UsbBusContract, TellsOfAnArrivalFromTheMainLoop) {

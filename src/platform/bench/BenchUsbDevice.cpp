@@ -16,14 +16,13 @@ constexpr std::uint8_t kGetDescriptor = 6;
 constexpr std::uint16_t kStringDescriptor = 0x0300;
 // A descriptor's length is one byte: the header and 126 code units.
 constexpr std::size_t kLongestString = 126;
-constexpr std::u16string_view kLanguages = u"\u0409";  // US English
 
 // What the device's descriptors say; the texts are copied.
 class BenchUsbInterface : public UsbDeviceInterface {
  public:
   explicit BenchUsbInterface(const BenchIdentity& identity)
-      : strings_{std::u16string(kLanguages), *utf16Of(identity.manufacturer),
-                 *utf16Of(identity.product.value_or("")), *utf16Of(identity.serial)},
+      : strings_{u"", *utf16Of(identity.manufacturer), *utf16Of(identity.product.value_or("")),
+                 *utf16Of(identity.serial)},
         release_(identity.release) {}
 
   std::uint8_t manufacturerStringIndex() const override { return indexOf(1); }
@@ -59,7 +58,7 @@ class BenchUsbInterface : public UsbDeviceInterface {
     return bytes;
   }
 
-  const std::array<std::u16string, 4> strings_;
+  const std::array<std::u16string, 4> strings_;  // 0 is the index of an absent one
   const std::uint16_t release_;
 };
 
@@ -72,7 +71,8 @@ bool BenchUsbDevice::conformsTo(std::string_view className) const {
 std::string BenchUsbDevice::className() const { return kUsbDeviceClass; }
 
 std::string BenchUsbDevice::registryName() const {
-  return player_->identity().product.value_or(kUsbDeviceClass);
+  const std::string product = player_->identity().product.value_or("");
+  return product.empty() ? kUsbDeviceClass : product;
 }
 
 std::optional<std::string> BenchUsbDevice::searchDiskName() const {

@@ -53,7 +53,7 @@ struct BenchFaults {
 
 // What a bench player says of itself, and how it behaves. A plain value, kept beside the image.
 struct BenchIdentity {
-  std::optional<std::string> product = "HS USB FlashDisk";  // none: a device without a name
+  std::optional<std::string> product = "HS USB FlashDisk";  // none or empty: it has no name
   std::string manufacturer = "Fillstation Bench";
   std::string serial = "0001";
   std::uint16_t release = 0x0100;  // binary coded decimal
