@@ -107,6 +107,23 @@ TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
   EXPECT_FALSE(readBack(items));
 }
 
+TEST_P(MediumContract, NamesThatFatKeepsInWaysOfItsOwnAreReadBack) {
+  openVolume();
+  std::vector<test::TestItem> items;
+  for (const std::string name :
+       {"UPPER.MP3", "lower.mp3", "Mixed.Mp3", "ÄÖÜ.mp3", "éàí.mp3", "ÁÉ.MP3", "ß.mp3",
+        "three dots...", " in front", "Дорога.mp3", "道.mp3", "🎵.mp3", "a+b,c;d=[e].mp3", "CON.mp3",
+        "a name that is longer than eight and three.mpeg", "lower.MP3x"}) {
+    EXPECT_TRUE(copy("x", name)) << name;
+    items.emplace_back();
+    items.back().from = sources.path("source-" + std::to_string(sourceNumber));
+    items.back().bytes = 1;
+    items.back().to = root + "/" + name;
+  }
+  EXPECT_TRUE(volume->flush());
+  EXPECT_TRUE(readBack(items));
+}
+
 TEST_P(MediumContract, IsOpenedForItsDiskOnly) {
   identity = plugInMounted("a");
   root = *mountPath(identity);

@@ -22,11 +22,12 @@ std::optional<Components> componentsBelow(std::string_view mountPath,
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find('/'), rest.size());
     const std::string_view component = rest.substr(0, end);
-    if (component == "." || component == "..") {
+    const std::size_t length = component.find_last_not_of('.') + 1;
+    if (length == 0 && end > 0) {
       return std::nullopt;
     }
-    if (!component.empty()) {
-      components.emplace_back(component);
+    if (length > 0) {
+      components.emplace_back(component.substr(0, length));
     }
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }

@@ -14,8 +14,9 @@ namespace fillstation {
 // The names on the way from a volume's root to a file or folder.
 using Components = std::vector<std::string>;
 
-// What follows the mount path (without a "/" at its end) in a destination; none when the
-// destination is not below it or holds ".", ".." or a zero byte.
+// What follows the mount path (without a "/" at its end) in a destination, without the dots at the
+// end of a name, which FAT doesn't keep; none when the destination is not below it or holds a zero
+// byte or a name of dots alone.
 std::optional<Components> componentsBelow(std::string_view mountPath, std::string_view destination);
 
 // The directory of that name below another, opened with these flags besides O_DIRECTORY; no handle

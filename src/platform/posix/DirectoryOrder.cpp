@@ -1,24 +1,13 @@
 #include "DirectoryOrder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include <string_view>
 #include <utility>
 
 namespace fillstation {
-
-namespace {
-
-std::string_view withoutEndingDots(std::string_view name) {
-  name.remove_suffix(name.size() - 1 - name.find_last_not_of('.'));
-  return name;
-}
-
-}  // namespace
 
 bool DirectoryOrder::keptOn(int root) {
   struct statfs status {};
@@ -30,19 +19,28 @@ std::optional<struct stat> DirectoryOrder::next(const Components& path, bool isD
     return std::nullopt;
   }
   Level& level = levels_.back();
-  const off_t before = level.position;
-  auto name = keepsOrder_ ? find(level, path.back()) : path.back();
-  if (!name && isDirectory) {
-    level.position = ::lseek(level.directory.get(), before, SEEK_SET);
-    level.at = level.size = 0;
-    name = path.back();
-  }
   struct stat status {};
-  if (!name || ::fstatat(level.directory.get(), name->c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-      (isDirectory ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode))) {
+  if (::fstatat(level.directory.get(), path.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+      (isDirectory ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode)) ||
+      (keepsOrder_ && !comesNext(level, path.back(), status.st_ino) && !isDirectory)) {
     return std::nullopt;
   }
   return status;
+}
+
+bool DirectoryOrder::comesNext(Level& level, const std::string& name, ino_t inode) {
+  const off_t before = level.position;
+  if (find(level, [&name](const dirent64& entry) { return name == entry.d_name; })) {
+    return true;
+  }
+  // A mount may spell names in its own way. The inode is the kernel's word, now that it was looked
+  // up.
+  restart(level, before);
+  if (find(level, [inode](const dirent64& entry) { return entry.d_ino == inode; })) {
+    return true;
+  }
+  restart(level, before);
+  return false;
 }
 
 bool DirectoryOrder::enter(const Components& path) {
@@ -74,28 +72,29 @@ bool DirectoryOrder::push(const std::string& name) {
   return true;
 }
 
-std::optional<std::string> DirectoryOrder::nextName(Level& level) {
-  if (level.at == level.size) {
-    const ssize_t size =
-        ::getdents64(level.directory.get(), level.entries.data(), level.entries.size());
-    if (size <= 0) {
-      return std::nullopt;
+bool DirectoryOrder::find(Level& level, const std::function<bool(const dirent64&)>& isWanted) {
+  while (true) {
+    if (level.at == level.size) {
+      const ssize_t size =
+          ::getdents64(level.directory.get(), level.entries.data(), level.entries.size());
+      if (size <= 0) {
+        return false;
+      }
+      level.at = 0;
+      level.size = static_cast<std::size_t>(size);
     }
-    level.at = 0;
-    level.size = static_cast<std::size_t>(size);
+    const auto* const entry = reinterpret_cast<const dirent64*>(level.entries.data() + level.at);
+    level.at += entry->d_reclen;
+    level.position = entry->d_off;
+    if (isWanted(*entry)) {
+      return true;
+    }
   }
-  const auto* const entry = reinterpret_cast<const dirent64*>(level.entries.data() + level.at);
-  level.at += entry->d_reclen;
-  level.position = entry->d_off;
-  return entry->d_name;
 }
 
-std::optional<std::string> DirectoryOrder::find(Level& level, const std::string& name) {
-  auto found = nextName(level);
-  while (found && *found != name && *found != withoutEndingDots(name)) {
-    found = nextName(level);
-  }
-  return found;
+void DirectoryOrder::restart(Level& level, off_t position) {
+  level.position = ::lseek(level.directory.get(), position, SEEK_SET);
+  level.at = level.size = 0;
 }
 
 }  // namespace fillstation

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,7 +26,7 @@ class DirectoryOrder {
 
   // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
   // lies before one that was asked for earlier. A folder may lie before: two chosen ones have it in
-  // common. FAT keeps no dots at the end of a name.
+  // common.
   std::optional<struct stat> next(const Components& path, bool isDirectory);
 
  private:
@@ -42,9 +44,11 @@ class DirectoryOrder {
 
   bool enter(const Components& path);
   bool push(const std::string& name);
-  static std::optional<std::string> nextName(Level& level);
-  // Reads on to the entry of that name and gives the name that it has there.
-  static std::optional<std::string> find(Level& level, const std::string& name);
+  // Whether the entry is behind the one before; the level is read up to it then, and no further
+  // than before otherwise.
+  static bool comesNext(Level& level, const std::string& name, ino_t inode);
+  static bool find(Level& level, const std::function<bool(const dirent64&)>& isWanted);
+  static void restart(Level& level, off_t position);
 
   const int root_;
   const bool keepsOrder_;
