@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,6 +58,8 @@ class PerfPorts {
     std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
     std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
     std::string portName(std::uint32_t handle) const override;
+    void watchMedia(std::function<void()> /*notification*/) override {}
+    std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override { return {}; }
     void hold() override {}
     void resume() override {}
   };

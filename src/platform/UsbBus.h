@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "DiskSession.h"
+
 namespace fillstation {
 
 // What a whole device says its class is.
@@ -72,8 +74,8 @@ class UsbDeviceIterator {
   virtual std::shared_ptr<UsbDevice> next() = 0;
 };
 
-// The USB bus: whole devices that are present, arrive and leave. Everything happens on the main
-// thread; lives as long as the program.
+// The USB bus: whole devices that are present, arrive and leave, and the media of their disks.
+// Everything happens on the main thread; lives as long as the program.
 class UsbBus {
  public:
   using Notification = std::function<void(UsbDeviceIterator&)>;
@@ -91,6 +93,15 @@ class UsbBus {
   // reported as leaving even if watchDetach() was called later.
   virtual std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) = 0;
   virtual std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) = 0;
+
+  // Registers for disks that may have got another medium, or one of another size; the notification
+  // is delivered like those of devices.
+  virtual void watchMedia(std::function<void()> notification) = 0;
+
+  // From now on the player's medium is the one that its disk has: the size in bytes. None when it
+  // has been before, or when the disk isn't that player's any more. No request for the player may
+  // be under way that was meant for the medium of before.
+  virtual std::optional<std::int64_t> takeMedium(const DiskIdentity& player) = 0;
 
   // The port that the device with this handle is plugged into, as the system names it ("1-2.4": bus
   // 1, its port 2, port 4 of the hub there); empty when no such device is present.

@@ -309,6 +309,13 @@ TEST_P(UsbBusContract, ALeavingBeforeItIsWatchedForIsToldThen) {
   EXPECT_FALSE(notified);
 }
 
+TEST_P(UsbBusContract, AMediumThatIsThePlayersAlreadyIsNotTaken) {
+  watchBus();
+  const DiskIdentity identity = plugIn("a");
+  EXPECT_EQ(bus().takeMedium(identity), std::nullopt);
+  EXPECT_EQ(bus().takeMedium({"/dev/other", identity.usbHandle}), std::nullopt);
+}
+
 TEST_P(UsbBusContract, ADeviceThatLeftBeforeItWasSearchedHasNoDiskName) {
   watchBus();
   backEnd->make("a", {});

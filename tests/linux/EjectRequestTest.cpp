@@ -54,7 +54,7 @@ TEST_F(EjectRequestTest, NoEjectFollowsWhenAnotherDiskHasTakenTheNameMeanwhile) 
     if (call.member != "Drive.PowerOff") {
       return UDisksAnswer();
     }
-    rig.machine.takeMedium(player());
+    rig.machine.changeMedium(player(), 0);
     return error(kFailed);
   };
   EXPECT_EQ(eject(identity), "Another disk has taken the name.");

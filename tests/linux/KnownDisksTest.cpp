@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <vector>
+
 #include "MockMachine.h"
 
 namespace fillstation::test {
@@ -14,10 +17,19 @@ class KnownDisksTest : public ::testing::Test {
     return {"vfat", identifier, std::nullopt};
   }
 
+  // A disk is found without a machine.
+  void find(std::size_t attach, std::uint32_t handle, const std::string& name,
+            std::uint64_t sequence) {
+    DiskFacts disk;
+    disk.disk.name = name;
+    disk.usbHandle = handle;
+    disk.sequence = sequence;
+    known.found(attach, disk);
+  }
   // The player "a" with a sequence number of 101 on the handle above, and found.
   void plugInFound() {
     machine.plug("a");
-    known.found(1, kHandle, "sdb", 101);
+    known.found(1, readDisk("sdb").value());
   }
   // What the guard has against a request.
   std::optional<std::string> objection(const DiskIdentity& expected = {"/dev/sdb", kHandle},
@@ -30,7 +42,7 @@ class KnownDisksTest : public ::testing::Test {
 };
 
 TEST_F(KnownDisksTest, ADiskIsRememberedUntilItIsForgotten) {
-  known.found(1, kHandle, "sdb", 7);
+  find(1, kHandle, "sdb", 7);
   EXPECT_EQ(known.diskName(1), "sdb");
   EXPECT_EQ(known.diskName(2), std::nullopt);
   EXPECT_TRUE(known.remembers("sdb"));
@@ -43,8 +55,8 @@ TEST_F(KnownDisksTest, ADiskIsRememberedUntilItIsForgotten) {
 }
 
 TEST_F(KnownDisksTest, TheSequenceIsThatOfNodeAndDevice) {
-  known.found(1, kHandle, "sdb", 7);
-  known.found(2, kHandle + 1, "sdc", 8);
+  find(1, kHandle, "sdb", 7);
+  find(2, kHandle + 1, "sdc", 8);
   EXPECT_EQ(known.sequenceOf({"/dev/sdb", kHandle}), 7U);
   EXPECT_EQ(known.sequenceOf({"/dev/sdc", kHandle + 1}), 8U);
   EXPECT_EQ(known.sequenceOf({"/dev/sdc", kHandle}), std::nullopt);
@@ -53,18 +65,60 @@ TEST_F(KnownDisksTest, TheSequenceIsThatOfNodeAndDevice) {
 }
 
 TEST_F(KnownDisksTest, ADeviceNumberThatIsUsedAgainMeansTheLatestDevice) {
-  known.found(1, kHandle, "sdb", 7);
-  known.found(2, kHandle, "sdb", 8);
+  find(1, kHandle, "sdb", 7);
+  find(2, kHandle, "sdb", 8);
   EXPECT_EQ(known.sequenceOf({"/dev/sdb", kHandle}), 8U);
   known.forget(1);
   EXPECT_EQ(known.sequenceOf({"/dev/sdb", kHandle}), 8U);
 }
 
 TEST_F(KnownDisksTest, ANewSearchCountsFromThenOn) {
-  known.found(1, kHandle, "sdb", 7);
-  known.found(1, kHandle, "sdc", 8);
+  find(1, kHandle, "sdb", 7);
+  find(1, kHandle, "sdc", 8);
   EXPECT_FALSE(known.remembers("sdb"));
   EXPECT_EQ(known.sequenceOf({"/dev/sdc", kHandle}), 8U);
+}
+
+TEST_F(KnownDisksTest, AnotherMediumIsOneOfAnotherSequenceNumberOrSize) {
+  plugInFound();
+  EXPECT_FALSE(known.newMedium(1).has_value());
+  EXPECT_FALSE(known.newMedium(2).has_value());
+  machine.changeMedium(machine.player("a"), 64);
+  EXPECT_EQ(known.newMedium(1).value().sequence, 102U);
+  known.found(1, known.newMedium(1).value());
+  EXPECT_FALSE(known.newMedium(1).has_value());
+  machine.kernel.setAttribute(machine.player("a").diskPath, "size", "2\n");
+  EXPECT_EQ(known.newMedium(1).value().size, 1024);
+}
+
+TEST_F(KnownDisksTest, AMediumIsNewInTheSameUnitOnly) {
+  plugInFound();
+  machine.changeMedium(machine.player("a"), 64);
+  for (const auto& differ : std::vector<std::function<void(DiskFacts&)>>{
+           [](DiskFacts& disk) { disk.unit = "1:0:0:1"; },
+           [](DiskFacts& disk) { ++*disk.usbHandle; },
+           [](DiskFacts& disk) { disk.vendor = "OTHER"; }}) {
+    DiskFacts found = readDisk("sdb").value();
+    found.sequence = 101;
+    known.found(1, found);
+    EXPECT_TRUE(known.newMedium(1).has_value());
+    differ(found);
+    known.found(1, found);
+    EXPECT_FALSE(known.newMedium(1).has_value());
+  }
+}
+
+TEST_F(KnownDisksTest, AMediumThatCantBeGuardedOrIsNotLookedAtYetIsNone) {
+  plugInFound();
+  machine.changeMedium(machine.player("a"), 64);
+  machine.kernel.removeUdevDatabase("b8:16");
+  EXPECT_FALSE(known.newMedium(1).has_value());
+  machine.kernel.setUdevDatabase("b8:16", {});
+  EXPECT_TRUE(known.newMedium(1).has_value());
+  machine.kernel.setAttribute(machine.player("a").diskPath, "diskseq", "none\n");
+  EXPECT_FALSE(known.newMedium(1).has_value());
+  machine.pull("a");
+  EXPECT_FALSE(known.newMedium(1).has_value());
 }
 
 TEST_F(KnownDisksTest, WithoutAWipeEveryFileSystemIsFresh) {
@@ -178,7 +232,7 @@ TEST_F(KnownDisksTest, TheGuardRefusesADiskThatWasNeverFound) {
 
 TEST_F(KnownDisksTest, TheGuardRefusesAnotherDiskOfTheName) {
   plugInFound();
-  known.found(1, kHandle, "sdb", 100);
+  find(1, kHandle, "sdb", 100);
   EXPECT_EQ(objection(), "Another disk has taken the name.");
 }
 

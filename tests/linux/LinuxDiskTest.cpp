@@ -113,7 +113,7 @@ TEST_F(LinuxDiskTest, AMountMadeLaterDoesNotMoveTheVolume) {
 TEST_F(LinuxDiskTest, AfterAWipeTheOldVolumeIsNoMore) {
   machine.plug("a");
   machine.mount(16, "old");
-  known.found(1, 0x10002, "sdb", 101);
+  known.found(1, readDisk("sdb").value());
   known.willWipe({"/dev/sdb", 0x10002});
   EXPECT_EQ(textOf(described().deviceVendor), "ACTIONS");
   EXPECT_FALSE(described().volumeName);

@@ -31,7 +31,7 @@ UDisksAnswer LinuxRig::obey(const UDisksCall& call) {
     return unmount(object);
   }
   if (call.member == "Drive.Eject") {
-    machine.takeMedium(machine.player(object));
+    machine.changeMedium(machine.player(object), 0);
   } else if (call.member == "Drive.PowerOff") {
     machine.pull(object);
   }
@@ -69,8 +69,7 @@ DiskIdentity LinuxRig::identityOf(const std::string& name) {
 DiskIdentity LinuxRig::plugIn(const std::string& name) {
   const MockPlayer& player = machine.plug(name);
   if (player.hasDisk) {
-    known.found(player.number, 0x10000U + player.number, player.diskName,
-                readDisk(player.diskName)->sequence.value());
+    known.found(player.number, readDisk(player.diskName).value());
     udisks.blocks.push_back({player.diskName, name});
     udisks.drives[name] = {true, false};
   }

@@ -147,6 +147,19 @@ TEST_F(LinuxSystemTest, ACommandCarriesWhatThePlayerIsRecognisedBy) {
                          "\n");
 }
 
+TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {
+  const DiskIdentity target{"/dev/sdb", 0x10002};
+  const auto sequence = [this] { return noted().substr(noted().rfind("sequence="), 12); };
+  machine.plug("a");
+  begin();
+  machine.changeMedium(machine.player("a"), 32);
+  wipe(target);
+  EXPECT_EQ(sequence(), "sequence=101");
+  EXPECT_EQ(platform().usbBus->takeMedium(target), 32 * 1024 * 1024);
+  wipe(target);
+  EXPECT_EQ(sequence(), "sequence=102");
+}
+
 TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
   auto& player = machine.plug("a");
   machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});

@@ -15,7 +15,7 @@ class LinuxVolumeOwnerTest : public ::testing::Test {
  protected:
   void SetUp() override {
     machine.plug("a");
-    known.found(1, identity.usbHandle, "sdb", 101);
+    known.found(1, readDisk("sdb").value());
     path = machine.mount(16, "volume");
     ports.disks.byName["sdb"] = std::make_shared<TestDisk>();
     ports.disks.complete = [](const auto& /*request*/, const auto& answer) { answer(); };
@@ -81,7 +81,7 @@ TEST_F(LinuxVolumeOwnerTest, AnotherUsbDeviceOrDiskIsNotTheOwner) {
 }
 
 TEST_F(LinuxVolumeOwnerTest, AnotherDiskOfTheNameIsNotTheOwner) {
-  machine.takeMedium(machine.player("a"));
+  machine.changeMedium(machine.player("a"), 0);
   EXPECT_FALSE(owns(path, identity));
 }
 

@@ -93,10 +93,11 @@ void MockMachine::setFileSystem(MockPlayer& player,
   kernel.setUdevDatabase(databaseId(player.minor), databaseOf(fileSystem));
 }
 
-void MockMachine::takeMedium(MockPlayer& player) {
+void MockMachine::changeMedium(MockPlayer& player, std::int64_t sizeMiB) {
   setFileSystem(player, std::nullopt);
   kernel.setAttribute(player.diskPath, "diskseq", std::to_string(++lastSequence_) + "\n");
-  kernel.setAttribute(player.diskPath, "size", "0\n");
+  kernel.setAttribute(player.diskPath, "size", std::to_string(sizeMiB * 2048) + "\n");
+  kernel.tell(player.diskPath, "change");
 }
 
 std::string MockMachine::mount(int minor, const std::string& folderName) {

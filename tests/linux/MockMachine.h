@@ -49,8 +49,8 @@ class MockMachine {
   MockPlayer* byBlock(const std::string& blockName);
 
   void setFileSystem(MockPlayer& player, const std::optional<MockFileSystem>& fileSystem);
-  // The disk becomes one without a medium.
-  void takeMedium(MockPlayer& player);
+  // The disk gets another medium, without a file system; one of no size is none.
+  void changeMedium(MockPlayer& player, std::int64_t sizeMiB);
 
   // Mounts a node (8:minor) at a new folder of that name and returns its path; takes its latest
   // mount away.

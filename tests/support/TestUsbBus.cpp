@@ -110,6 +110,21 @@ void TestUsbBus::unplug(std::shared_ptr<TestUsbDevice> device) {
   schedule();
 }
 
+void TestUsbBus::watchMedia(std::function<void()> notification) {
+  mediaNotification_ = std::move(notification);
+}
+
+std::optional<std::int64_t> TestUsbBus::takeMedium(const DiskIdentity& player) {
+  const auto medium = newMedia_.extract(player.node);
+  return medium.empty() ? std::nullopt : std::optional(medium.mapped());
+}
+
+void TestUsbBus::changeMedium(const std::string& node, std::int64_t size) {
+  newMedia_[node] = size;
+  events_.push_back({nullptr, false});
+  schedule();
+}
+
 std::shared_ptr<UsbDeviceIterator> TestUsbBus::watch(
     Watch& watch, Notification notification, std::deque<std::shared_ptr<TestUsbDevice>> devices) {
   auto iterator = std::make_shared<Iterator>(*this, std::move(devices));
@@ -125,15 +140,20 @@ void TestUsbBus::deliver() {
   if (delivering_ || holds_ > 0 || events_.empty()) {
     return;
   }
-  const auto iterator = readyIterator();
-  if (!iterator) {
+  const bool isMedium = events_.front().device == nullptr;
+  const auto iterator = isMedium ? nullptr : readyIterator();
+  if (!isMedium && !iterator) {
     return;
   }
   const Event event = std::move(events_.front());
   events_.pop_front();
-  iterator->add(event.device);
   delivering_ = true;
-  (event.inserted ? attach_ : detach_).notification(*iterator);
+  if (isMedium) {
+    mediaNotification_();
+  } else {
+    iterator->add(event.device);
+    (event.inserted ? attach_ : detach_).notification(*iterator);
+  }
   delivering_ = false;
   schedule();
 }

@@ -73,12 +73,16 @@ class TestUsbBus : public UsbBus {
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
   void hold() override;
   void resume() override;
+  void watchMedia(std::function<void()> notification) override;
+  std::optional<std::int64_t> takeMedium(const DiskIdentity& player) override;
   std::string portName(std::uint32_t handle) const override;
 
   // A device arrives: before watchAttach() it is simply present, afterwards it is notified.
   void plug(std::shared_ptr<TestUsbDevice> device);
   // A device leaves.
   void unplug(std::shared_ptr<TestUsbDevice> device);
+  // The disk of this node gets another medium, of so many bytes.
+  void changeMedium(const std::string& node, std::int64_t size);
 
   // Ports by handle.
   std::map<std::uint32_t, std::string> ports;
@@ -91,7 +95,7 @@ class TestUsbBus : public UsbBus {
  private:
   class Iterator;
   struct Event {
-    std::shared_ptr<TestUsbDevice> device;
+    std::shared_ptr<TestUsbDevice> device;  // null: a medium has changed
     bool inserted;
   };
   // One direction: the iterator that was handed out and who is to be told.
@@ -112,6 +116,8 @@ class TestUsbBus : public UsbBus {
   std::deque<Event> events_;
   Watch attach_;
   Watch detach_;
+  std::function<void()> mediaNotification_;
+  std::map<std::string, std::int64_t> newMedia_;  // sizes by node
   int holds_ = 0;
   bool attachWatched_ = false;
   bool delivering_ = false;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +26,11 @@ class BenchUsbBus : public UsbBus {
   bool open(std::string_view className) override;
   std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
+  // A player's image is its medium: another image is another player.
+  void watchMedia(std::function<void()> /*notification*/) override {}
+  std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
+    return std::nullopt;
+  }
   std::string portName(std::uint32_t handle) const override;
   void hold() override { queue_.hold(); }
   void resume() override { queue_.resume(); }

@@ -38,9 +38,8 @@ BlockFacts blockFacts(udev_device* device) {
   return {udevSysName(device), ::udev_device_get_devnum(device), fileSystemOn(device)};
 }
 
-std::optional<std::string> vendorOf(udev_device* disk) {
-  // The disk's parent is its unit.
-  auto vendor = udevAttribute(::udev_device_get_parent(disk), "vendor");
+std::optional<std::string> vendorOf(udev_device* unit) {
+  auto vendor = udevAttribute(unit, "vendor");
   if (vendor) {
     vendor->erase(vendor->find_last_not_of(' ') + 1);
   }
@@ -107,7 +106,10 @@ std::optional<DiskFacts> readDisk(std::string_view name) {
   facts.partitions = partitionsOf(context.get(), disk.get());
   facts.sequence = udevNumber(udevAttribute(disk.get(), "diskseq"));
   facts.usbHandle = usbHandleOf(usbDeviceAbove(disk.get()));
-  facts.vendor = vendorOf(disk.get());
+  // The disk's parent is its unit.
+  udev_device* const unit = ::udev_device_get_parent(disk.get());
+  facts.unit = udevSysName(unit);
+  facts.vendor = vendorOf(unit);
   facts.size = static_cast<std::int64_t>(udevNumber(udevAttribute(disk.get(), "size")).value_or(0) *
                                          kSector);
   return facts;

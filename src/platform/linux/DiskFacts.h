@@ -31,6 +31,7 @@ struct DiskFacts {
   std::vector<BlockFacts> partitions;      // by number
   std::optional<std::uint64_t> sequence;   // another one for every disk and medium of the name
   std::optional<std::uint32_t> usbHandle;  // of the nearest USB device above; none without one
+  std::string unit;                        // its address; empty for none
   std::optional<std::string> vendor;       // without padding
   std::int64_t size = 0;                   // bytes
 

@@ -11,10 +11,9 @@ constexpr std::string_view kPlayerVendor = "ACTIONS";
 
 }  // namespace
 
-void KnownDisks::found(std::size_t attach, std::uint32_t usbHandle, const std::string& diskName,
-                       std::uint64_t sequence) {
+void KnownDisks::found(std::size_t attach, const DiskFacts& disk) {
   const std::scoped_lock guard(lock_);
-  byAttach_[attach] = {usbHandle, diskName, sequence};
+  byAttach_[attach] = disk;
 }
 
 void KnownDisks::forget(std::size_t attach) {
@@ -22,16 +21,31 @@ void KnownDisks::forget(std::size_t attach) {
   byAttach_.erase(attach);
 }
 
+std::optional<DiskFacts> KnownDisks::newMedium(std::size_t attach) const {
+  const auto name = diskName(attach);
+  auto now = name ? readDisk(*name) : std::nullopt;
+  const std::scoped_lock guard(lock_);
+  const auto known = byAttach_.find(attach);
+  if (!now || known == byAttach_.end()) {
+    return std::nullopt;
+  }
+  const DiskFacts& before = known->second;
+  const bool isSameUnit = now->initialized && now->sequence && now->usbHandle == before.usbHandle &&
+                          now->unit == before.unit && now->vendor == before.vendor;
+  const bool isNew = now->sequence != before.sequence || now->size != before.size;
+  return isSameUnit && isNew ? now : std::nullopt;
+}
+
 std::optional<std::string> KnownDisks::diskName(std::size_t attach) const {
   const std::scoped_lock guard(lock_);
   const auto known = byAttach_.find(attach);
-  return known != byAttach_.end() ? std::optional(known->second.diskName) : std::nullopt;
+  return known != byAttach_.end() ? std::optional(known->second.disk.name) : std::nullopt;
 }
 
 bool KnownDisks::remembers(const std::string& diskName) const {
   const std::scoped_lock guard(lock_);
   return std::any_of(byAttach_.begin(), byAttach_.end(),
-                     [&diskName](const auto& known) { return known.second.diskName == diskName; });
+                     [&diskName](const auto& known) { return known.second.disk.name == diskName; });
 }
 
 std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity) const {
@@ -42,7 +56,7 @@ std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity
         return candidate.second.usbHandle == identity.usbHandle;
       });
   if (known == byAttach_.rend() ||
-      identity.node != std::string(kDeviceFolder) + known->second.diskName) {
+      identity.node != std::string(kDeviceFolder) + known->second.disk.name) {
     return std::nullopt;
   }
   return known->second.sequence;

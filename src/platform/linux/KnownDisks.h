@@ -19,18 +19,22 @@ namespace fillstation {
 // as long as the program.
 class KnownDisks {
  public:
-  // A disk of this name and sequence number is below the USB device of the attach event, which has
-  // a number of its own: handles are used again.
-  void found(std::size_t attach, std::uint32_t usbHandle, const std::string& diskName,
-             std::uint64_t sequence);
+  // This disk, which has a sequence number, is the one below the USB device of the attach event,
+  // which has a number of its own: handles are used again.
+  void found(std::size_t attach, const DiskFacts& disk);
   void forget(std::size_t attach);
+
+  // The disk that was found at an attach event as it is now, when its medium is another one or has
+  // another size; none when it is as it was found, or no longer the same unit of the same device
+  // and vendor.
+  std::optional<DiskFacts> newMedium(std::size_t attach) const;
 
   // The disk that was found at an attach event; whether some disk is remembered by this name.
   std::optional<std::string> diskName(std::size_t attach) const;
   bool remembers(const std::string& diskName) const;
 
-  // The kernel's sequence number of the very disk that was found for this node and USB device; none
-  // when there was none.
+  // The kernel's sequence number of the very disk and medium that were found for this node and USB
+  // device; none when there were none.
   std::optional<std::uint64_t> sequenceOf(const DiskIdentity& identity) const;
 
   // To be called right before a player is wiped: from now on the file systems that the system knows
@@ -45,14 +49,8 @@ class KnownDisks {
   bool isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const;
 
  private:
-  struct Known {
-    std::uint32_t usbHandle = 0;
-    std::string diskName;
-    std::uint64_t sequence = 0;
-  };
-
   mutable std::mutex lock_;
-  std::map<std::size_t, Known> byAttach_;
+  std::map<std::size_t, DiskFacts> byAttach_;
   // The identifiers of the file systems that are old ones; none before the first wipe.
   struct Wiped {
     std::optional<std::set<std::string>> now;

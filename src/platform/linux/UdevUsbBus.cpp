@@ -11,6 +11,8 @@ namespace {
 constexpr const char* kSubsystem = "usb";
 // Whole devices; their interfaces are of this subsystem too.
 constexpr const char* kDeviceType = "usb_device";
+constexpr const char* kBlockSubsystem = "block";
+constexpr const char* kDiskType = "disk";
 // What udev may send while the main loop is busy. Most users get less.
 constexpr int kReceiveBuffer = 16 * 1024 * 1024;
 
@@ -47,6 +49,8 @@ bool UdevUsbBus::listen() {
   if (!monitor_ ||
       ::udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), kSubsystem, kDeviceType) <
           0 ||
+      ::udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), kBlockSubsystem,
+                                                        kDiskType) < 0 ||
       ::udev_monitor_enable_receiving(monitor_.get()) < 0) {
     return false;
   }
@@ -94,21 +98,34 @@ void UdevUsbBus::takeEvents() {
   // After what had come before the loss.
   if (lost) {
     compareWithNow();
+    notifyOfMedia();
   }
 }
 
 void UdevUsbBus::take(udev_device* device) {
   const std::string_view action = ::udev_device_get_action(device);
-  if (action == "add") {
+  if (::udev_device_get_subsystem(device) == std::string_view(kBlockSubsystem)) {
+    if (action == "change") {
+      change(device);
+    }
+  } else if (action == "add") {
     arrive(device);
   } else if (action == "remove") {
     leave(usbHandleOf(device));
   }
 }
 
+void UdevUsbBus::change(udev_device* disk) {
+  const auto device = present(usbHandleOf(usbDeviceAbove(disk)));
+  // Most changes are others: every command that has written to a disk makes one.
+  if (device && disks_.newMedium(device->attach())) {
+    notifyOfMedia();
+  }
+}
+
 void UdevUsbBus::arrive(udev_device* device) {
   const auto handle = usbHandleOf(device);
-  if (!handle || !portName(*handle).empty()) {
+  if (!handle || present(handle)) {
     return;
   }
   auto arrived = std::make_shared<UdevUsbDevice>(++attaches_, *handle, device, disks_);
@@ -125,15 +142,13 @@ void UdevUsbBus::arrive(udev_device* device) {
 }
 
 void UdevUsbBus::leave(const std::optional<std::uint32_t>& handle) {
-  const auto left = std::find_if(present_.begin(), present_.end(), [&handle](const auto& present) {
-    return present->handle() == handle;
-  });
-  if (left == present_.end()) {
+  const auto left = present(handle);
+  if (!left) {
     return;
   }
-  (*left)->leave();
-  notify(*detach_, std::move(*left));
-  present_.erase(left);
+  left->leave();
+  std::erase(present_, left);
+  notify(*detach_, left);
 }
 
 void UdevUsbBus::notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device) {
@@ -161,11 +176,39 @@ std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watchDetach(Notification notifica
   return watch(detach_, std::move(notification));
 }
 
-std::string UdevUsbBus::portName(std::uint32_t handle) const {
-  const auto found = std::find_if(present_.begin(), present_.end(), [handle](const auto& present) {
-    return present->handle() == handle;
+void UdevUsbBus::watchMedia(std::function<void()> notification) {
+  mediaNotification_ = std::move(notification);
+}
+
+void UdevUsbBus::notifyOfMedia() {
+  queue_.post([this] {
+    if (mediaNotification_) {
+      mediaNotification_();
+    }
   });
-  return found != present_.end() ? (*found)->portName() : std::string();
+}
+
+std::optional<std::int64_t> UdevUsbBus::takeMedium(const DiskIdentity& player) {
+  const auto device = present(player.usbHandle);
+  const auto disk = device ? disks_.newMedium(device->attach()) : std::nullopt;
+  if (!disk || player.node != "/dev/" + disk->disk.name) {
+    return std::nullopt;
+  }
+  disks_.found(device->attach(), *disk);
+  return disk->size;
+}
+
+std::shared_ptr<UdevUsbDevice> UdevUsbBus::present(
+    const std::optional<std::uint32_t>& handle) const {
+  const auto found = std::find_if(present_.begin(), present_.end(), [&handle](const auto& device) {
+    return device->handle() == handle;
+  });
+  return found != present_.end() ? *found : nullptr;
+}
+
+std::string UdevUsbBus::portName(std::uint32_t handle) const {
+  const auto device = present(handle);
+  return device ? device->portName() : std::string();
 }
 
 void UdevUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }

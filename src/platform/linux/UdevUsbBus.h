@@ -3,6 +3,7 @@
 #include <QSocketNotifier>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,6 +33,8 @@ class UdevUsbBus : public UsbBus {
   bool open(std::string_view className) override;
   std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
+  void watchMedia(std::function<void()> notification) override;
+  std::optional<std::int64_t> takeMedium(const DiskIdentity& player) override;
   std::string portName(std::uint32_t handle) const override;
   void hold() override { queue_.hold(); }
   void resume() override { queue_.resume(); }
@@ -43,10 +46,14 @@ class UdevUsbBus : public UsbBus {
   std::vector<UdevDevice> devicesNow() const;
   void compareWithNow();
   void arrive(udev_device* device);
+  void change(udev_device* disk);
   void leave(const std::optional<std::uint32_t>& handle);
   std::shared_ptr<UsbDeviceIterator> watch(const std::shared_ptr<UsbArrivals>& side,
                                            Notification notification);
   void notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device);
+  void notifyOfMedia();
+  // The device that is present with this handle; null for none.
+  std::shared_ptr<UdevUsbDevice> present(const std::optional<std::uint32_t>& handle) const;
   void updateBusy();
 
   KnownDisks& disks_;
@@ -56,6 +63,7 @@ class UdevUsbBus : public UsbBus {
   std::unique_ptr<QSocketNotifier> wake_;
   UsbArrivals::Devices present_;
   std::size_t attaches_ = 0;
+  std::function<void()> mediaNotification_;
   std::shared_ptr<UsbArrivals> attach_ = std::make_shared<UsbArrivals>();
   std::shared_ptr<UsbArrivals> detach_ = std::make_shared<UsbArrivals>();
 };

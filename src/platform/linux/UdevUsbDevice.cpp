@@ -48,7 +48,7 @@ std::optional<std::string> UdevUsbDevice::searchDiskName() const {
   if (!facts || !facts->sequence || facts->usbHandle != handle_) {
     return std::nullopt;
   }
-  disks_.found(attach_, handle_, *name, *facts->sequence);
+  disks_.found(attach_, *facts);
   return name;
 }
 

@@ -39,6 +39,10 @@ class SilentBus : public UsbBus {
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification /*notification*/) override {
     return nullptr;
   }
+  void watchMedia(std::function<void()> /*notification*/) override {}
+  std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
+    return std::nullopt;
+  }
   std::string portName(std::uint32_t /*handle*/) const override { return {}; }
   void hold() override {}
   void resume() override {}
