@@ -11,9 +11,20 @@
 
 namespace fillstation {
 
+namespace {
+
+QString placeOf(const TRPlayer& player) {
+  const auto port = platform().usbBus->portName(static_cast<std::uint32_t>(player.IONumber()));
+  return QString::fromUtf8("%1 · USB %2")
+      .arg(displayText(player.diskName()), displayText(std::string_view(port)));
+}
+
+}  // namespace
+
 PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
     : QWidget(parent),
       player_(std::move(player)),
+      place_(placeOf(*player_)),
       tick_(new ElidedTick(this)),
       facts_(new ElidedLabel(this)) {
   auto* layout = new QVBoxLayout(this);
@@ -22,8 +33,6 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   layout->addWidget(tick_);
   layout->addWidget(facts_);
   facts_->setIndent(tick_->textIndent());
-  facts_->setWholeText(facts(*player_));
-  tick_->setAccessibleDescription(facts_->text());
   // Not its click: assistive programs toggle it.
   connect(tick_, &QAbstractButton::toggled, this, &PlayerItem::onToggled);
   refresh();
@@ -31,6 +40,9 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
 
 void PlayerItem::refresh() {
   const QString name = displayText(player_->name());
+  const QString size = QString::fromStdString(capacityText(player_->size().value()));
+  facts_->setWholeText(QString::fromUtf8("%1 · %2").arg(place_, size));
+  tick_->setAccessibleDescription(facts_->text());
   tick_->setWholeText(name);
   tick_->setAccessibleName(name.isEmpty() ? facts_->text() : name);
   tick_->setChecked(player_->selected().isTrue());
@@ -40,13 +52,6 @@ void PlayerItem::mousePressEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton) {
     tick_->click();
   }
-}
-
-QString PlayerItem::facts(const TRPlayer& player) {
-  const auto port = platform().usbBus->portName(static_cast<std::uint32_t>(player.IONumber()));
-  return QString::fromUtf8("%1 · USB %2 · %3")
-      .arg(displayText(player.diskName()), displayText(std::string_view(port)),
-           QString::fromStdString(capacityText(player.size().value())));
 }
 
 void PlayerItem::onToggled(bool checked) {

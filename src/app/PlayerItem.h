@@ -22,11 +22,8 @@ class PlayerItem : public QWidget {
   const std::shared_ptr<TRPlayer>& player() const { return player_; }
   ElidedTick* tick() const { return tick_; }
 
-  // Shows the player's name and tick as they are now; the rest never changes.
+  // Shows the player's name, size and tick as they are now; the rest never changes.
   void refresh();
-
-  // "/dev/sdb · USB 1-2.4 · 7580 MB": device node, USB port, size.
-  static QString facts(const TRPlayer& player);
 
  signals:
   // The operator ticked or unticked the player, whose `selected` has followed.
@@ -39,6 +36,8 @@ class PlayerItem : public QWidget {
   void onToggled(bool checked);
 
   std::shared_ptr<TRPlayer> player_;
+  // "/dev/sdb · USB 1-2.4": a device that is leaving has no port any more.
+  const QString place_;
   ElidedTick* tick_;
   ElidedLabel* facts_;
 };

@@ -2,6 +2,7 @@
 
 #include <QColor>
 
+#include "Platform.h"
 #include "UsbUtil.h"
 
 namespace fillstation {
@@ -36,6 +37,7 @@ void TRAppDelegate::applicationDidFinishLaunching() {
 
   cmbFileType()->setCurrentIndex(0);
   registerForUSBNotifications(this, updateUsbInfoCallBack);
+  platform().usbBus->watchMedia([this] { takeMedia(); });
   ::fillstation::fileView = std::dynamic_pointer_cast<FileTable>(songsTVC()->tblView());
 }
 

@@ -53,6 +53,10 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   // Adds or removes the player of the record, which is only read during the call.
   void updateUsbInfo(UsbDeviceInfo* record);
 
+  // Gives every listed player whose medium has changed the new one's size. Does nothing during a
+  // run, whose end calls it again.
+  void takeMedia();
+
   // Commands on the player list. The sender is ignored, here and below.
   void driveSelectionChanged(QObject* sender);
   void selectAllClicked(QObject* sender);

@@ -33,6 +33,25 @@ void TRAppDelegate::updateUsbInfo(UsbDeviceInfo* record) {
   updateFilesSize();
 }
 
+void TRAppDelegate::takeMedia() {
+  // A run is for the media that were there when it began.
+  if (pbCircle()->isAnimating()) {
+    return;
+  }
+  const auto controller = playerController();
+  bool isAnyNew = false;
+  for (const auto& player : controller->listed()) {
+    if (const auto size = platform().usbBus->takeMedium(player->identity())) {
+      player->setSize(Number(*size));
+      isAnyNew = true;
+    }
+  }
+  if (isAnyNew) {
+    controller->objectsChanged();
+    updateFilesSize();
+  }
+}
+
 void TRAppDelegate::driveSelectionChanged(QObject* /*sender*/) { updateFilesSize(); }
 
 void TRAppDelegate::selectAllClicked(QObject* /*sender*/) { selectAll(1); }

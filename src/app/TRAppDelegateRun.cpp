@@ -94,6 +94,7 @@ void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>
   Alert::run(window(), message);
   enableView(true);
   giveFocusBack();
+  takeMedia();
 }
 
 void TRAppDelegate::giveFocusBack() {

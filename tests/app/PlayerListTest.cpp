@@ -110,6 +110,33 @@ TEST_F(PlayerListTest, WithoutAMountPathItIsMountedAfterTheLengthOfTheFormattedT
   EXPECT_FALSE(players.at(1)->isMounted());
 }
 
+TEST_F(PlayerListTest, AnotherMediumGivesAListedPlayerItsSizeAndNothingElse) {
+  launch();
+  const auto player = addPlayer("sdb", 0, true);
+  player->setPath("file:///media/SONGS/");
+  addPlayer("sdc", 4096);
+  ports.log.clear();
+  bus.changeMedium("/dev/sdb", 2 * 1048576);
+  settle();
+  EXPECT_EQ(player->size().value(), 2 * 1048576);
+  EXPECT_EQ(player->name(), "/dev/sdb (SONGS)");
+  EXPECT_EQ(player->path(), "file:///media/SONGS/");
+  EXPECT_TRUE(tick(0)->isChecked());
+  EXPECT_EQ(listedDisks(), (Texts{"/dev/sdb", "/dev/sdc"}));
+  EXPECT_TRUE(tick(0)->accessibleDescription().endsWith(QStringLiteral(" 2 MB")));
+  EXPECT_EQ(logTexts(),
+            (Texts{"\nLog P Size 2097152\n", "\nLog P Size 4096\n", "\nLog xxxP Size 2097152\n"}));
+}
+
+TEST_F(PlayerListTest, AnotherMediumOfWhatIsNotListedChangesNothing) {
+  launch();
+  addPlayer("sdb", 4096);
+  ports.log.clear();
+  bus.changeMedium("/dev/sdz", 8192);
+  settle();
+  EXPECT_EQ(logTexts(), Texts());
+}
+
 TEST_F(PlayerListTest, ChangingATickUpdatesTheSizes) {
   addPlayer("sdb", 4096);
   ports.log.clear();

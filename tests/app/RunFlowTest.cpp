@@ -229,6 +229,18 @@ TEST_F(RunFlowTest, TheResultStopsTheIndicatorAndEnablesTheControlsAfterTheSumma
   EXPECT_TRUE(logTexts().empty());
 }
 
+TEST_F(RunFlowTest, AMediumThatChangesDuringARunIsTakenAtItsEnd) {
+  const auto player = addPlayer("sdb", 4096);
+  ui().pbCircle->startAnimation();
+  bus.changeMedium("/dev/sdb", 8192);
+  settle();
+  EXPECT_EQ(player->size().value(), 4096);
+  EXPECT_EQ(logTexts(), Texts());
+  summaryOf({"/dev/sdb"}, {"/dev/sdb"});
+  EXPECT_EQ(player->size().value(), 8192);
+  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 8192\n", "\nLog xxxP Size -1\n"}));
+}
+
 TEST_F(RunFlowTest, TheFieldsAreNotClearedBetweenRuns) {
   enter("admin", "secret");
   click(ui().btnStart);
