@@ -23,7 +23,19 @@ class QtWorkspaceTest : public testing::Test {
   QtWorkspaceTest() : path_(std::getenv("PATH")) {
     ::setenv("PATH", (folder_.path() + ":" + path_).c_str(), 1);
   }
-  ~QtWorkspaceTest() override { ::setenv("PATH", path_.c_str(), 1); }
+  ~QtWorkspaceTest() override {
+    ::setenv("PATH", path_.c_str(), 1);
+    awaitNoChild();
+  }
+
+  // Returns when the workspace has taken every child's end.
+  static void awaitNoChild() {
+    siginfo_t info{};
+    while (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(errno, ECHILD);
+  }
 
   void standIn(const std::string& script) {
     const std::string program = folder_.write("xdg-open", "#!/bin/sh\n" + script);
@@ -60,11 +72,7 @@ TEST_F(QtWorkspaceTest, DoesNotWaitAndLeavesNoZombie) {
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "still running";
   folder_.write("gate", "opened\n");
   EXPECT_EQ(answer(), "opened\n");
-  siginfo_t info{};
-  while (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  EXPECT_EQ(errno, ECHILD);
+  awaitNoChild();
 }
 
 TEST_F(QtWorkspaceTest, TheHelperSaysNothingOnOurStreamsAndHasItsOwnSession) {
