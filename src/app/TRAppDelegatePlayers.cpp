@@ -35,7 +35,8 @@ void TRAppDelegate::updateUsbInfo(UsbDeviceInfo* record) {
 
 void TRAppDelegate::takeMedia() {
   // A run is for the media that were there when it began.
-  if (pbCircle()->isAnimating()) {
+  const BusyIndicator* const busy = pbCircle();
+  if (busy != nullptr && busy->isAnimating()) {
     return;
   }
   const auto controller = playerController();
