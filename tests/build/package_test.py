@@ -9,7 +9,7 @@ ROOT = Path(__file__).resolve().parents[2]
 # What every Debian builds with, and what a build is only quicker with.
 NOT_NEEDED = {"g++", "ccache"}
 # Essential in Debian; and what a machine with a desktop has.
-NOT_DECLARED = {"util-linux", "fonts-dejavu-core"}
+NOT_DECLARED = {"util-linux", "perl-base", "fonts-dejavu-core"}
 # In every list of a build that is made as a package; not in that of a machine that builds by hand.
 COMPAT = {"debhelper-compat"}
 

@@ -223,6 +223,14 @@ TEST_F(ScriptGuardTest, FilesBesideThePartitionsAreNoPartitions) {
   expectAllowed();
 }
 
+TEST_F(ScriptGuardTest, ADiskThatSomebodyHasClaimedIsNotWiped) {
+  addTool("perl", "exit 1");
+  const auto result = run(kWipe);
+  EXPECT_EQ(result.exitStatus, kGuardRefusal);
+  EXPECT_EQ(result.err, "The disk is in use.\n");
+  EXPECT_EQ(content(), std::string(kNodeSize, 'x'));
+}
+
 TEST_F(ScriptGuardTest, ANodeSwappedBetweenCheckAndWipeDoesNotRedirectTheWrite) {
   addTool("dd", "mv '" + node() + "' '" + path("dev/old") + "'\nmv '" + path("dev/foreign") +
                     "' '" + node() + "'\nexec /usr/bin/dd \"$@\"");

@@ -111,6 +111,13 @@ check_swaps() {
   for_each_line check_swap "$swaps"
 }
 
+# The mount table lacks the mounts of other namespaces. But every mount claims its disk or partition,
+# and then nobody else can claim the disk. The claim ends at once.
+check_claims() {
+  LC_ALL=C perl -MFcntl -e 'exit !sysopen my $disk, shift, O_RDONLY | O_EXCL' "$held" ||
+    refuse 'The disk is in use.'
+}
+
 check() {
   check_disk
   check_usb_device
@@ -156,6 +163,7 @@ exec 9<"$node"
 check
 case $kind in
 wipe)
+  check_claims
   run dd if=/dev/zero of="$held" bs=4k count=10
   ;;
 format)
