@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 
 #include "LongPath.h"
@@ -44,6 +45,24 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
     return {};
   }
   return directory;
+}
+
+FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls) {
+  if (path.empty()) {
+    return {};
+  }
+  FileHandle parent = openFolderBelow(root, root, ".", O_PATH);
+  for (auto name = path.begin(); parent && name + 1 != path.end(); ++name) {
+    parent = openFolderBelow(root, parent.get(), *name, O_PATH);
+  }
+  const int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+  FileHandle file(::openat(parent.get(), path.back().c_str(), flags | O_DIRECT));
+  if (!file && errno == EINVAL) {
+    file = FileHandle(::openat(parent.get(), path.back().c_str(), flags));
+    calls.advise(file.get(), POSIX_FADV_DONTNEED);
+    calls.advise(file.get(), POSIX_FADV_RANDOM);
+  }
+  return file;
 }
 
 FileHandle openRegularFile(const std::string& path, struct stat& status) {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -131,21 +130,7 @@ bool ReadBack::pieceHolds(int file, int source, std::int64_t begin, std::size_t 
 
 FileHandle ReadBack::openFile(const CopiedItem& item) const {
   const auto path = componentsBelow(mountPath_, item.destination());
-  if (!path || path->empty()) {
-    return {};
-  }
-  FileHandle parent = openFolderBelow(root_, root_, ".", O_PATH);
-  for (auto name = path->begin(); parent && name + 1 != path->end(); ++name) {
-    parent = openFolderBelow(root_, parent.get(), *name, O_PATH);
-  }
-  const int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
-  FileHandle file(::openat(parent.get(), path->back().c_str(), flags | O_DIRECT));
-  if (!file && errno == EINVAL) {
-    file = FileHandle(::openat(parent.get(), path->back().c_str(), flags));
-    calls_.advise(file.get(), POSIX_FADV_DONTNEED);
-    calls_.advise(file.get(), POSIX_FADV_RANDOM);
-  }
-  return file;
+  return path ? openMediumFileBelow(root_, *path, calls_) : FileHandle();
 }
 
 }  // namespace fillstation
