@@ -25,7 +25,7 @@ class DirectoryOrder {
   static bool keptOn(int root);
 
   // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
-  // lies before one that was asked for earlier. A folder may lie before: two chosen ones have it in
+  // lies before one that was found earlier. A folder may lie before: two chosen ones have it in
   // common.
   std::optional<struct stat> next(const Components& path, bool isDirectory);
 
