@@ -7,58 +7,12 @@ import shutil
 import statistics
 import subprocess
 import tempfile
-import threading
 import time
 from typing import Callable, Optional
 
-from work import (Missing, Volumes, Wrong, image_files, make_set, need_program, need_root, run, say,
-                  slow_disks, together)
-
-MIB = 1 << 20
-SLOW = 5_000_000
-
-
-@dataclasses.dataclass
-class Setting:
-    programs: pathlib.Path
-    work: pathlib.Path
-    repeat: int
-    quick: bool
-
-    def pick(self, small, full):
-        return small if self.quick else full
-
-    def program(self, name):
-        path = self.programs / name
-        if not path.exists():
-            raise Missing(f"{path} is not built (cmake --preset perf; cmake --build --preset perf)")
-        return path
-
-    def folder(self, name):
-        path = self.work / name
-        shutil.rmtree(path, ignore_errors=True)
-        path.mkdir(parents=True)
-        return path
-
-
-@dataclasses.dataclass
-class Outcome:
-    ours: list = dataclasses.field(default_factory=list)
-    theirs: list = dataclasses.field(default_factory=list)
-    note: str = ""
-    also_met: bool = True
-    allowance: float = 0  # how much slower is not slower
-    problem: str = ""
-    missing: bool = False
-    curve: dict = dataclasses.field(default_factory=dict)
-
-    @property
-    def ratios(self):
-        return [ours / theirs for ours, theirs in zip(self.ours, self.theirs)]
-
-    @property
-    def figures(self):
-        return dataclasses.asdict(self)
+from outcome import Outcome, copy_plainly, environment, fill, last_line
+from slow import dirty_pages, players
+from work import MIB, Volumes, Wrong, image_files, make_set, need_program, need_root, say
 
 
 @dataclasses.dataclass
@@ -69,37 +23,6 @@ class Row:
     unit: str
     run: Callable
     is_quick: Callable = lambda: True
-
-
-def environment():
-    return {**os.environ, "QT_QPA_PLATFORM": "offscreen"}
-
-
-def last_line(command, log):
-    """The numbers in the last line of what a measuring program prints."""
-    with open(log, "wb") as file:
-        done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=file,
-                              env=environment(), check=False)
-    if done.returncode != 0:
-        raise Wrong(f"{command[0]} ended with status {done.returncode}")
-    return [float(word) for word in done.stdout.split(b"\n")[-2].split()]
-
-
-def fill(setting, source, paths):
-    """Seconds that ours takes to fill the volumes durably."""
-    seconds, failed = last_line([setting.program("perf_fill"), "mp3", source, *paths],
-                                setting.work / "fill.log")
-    if failed:
-        raise Wrong(f"{failed:.0f} players failed")
-    return seconds
-
-
-def copy_plainly(source, paths):
-    """Seconds of cp to all volumes in parallel, each made durable behind it."""
-    begin = time.monotonic()
-    together([("cp", "-r", "--preserve=timestamps", f"{source}/.", path) for path in paths])
-    together([("sync", "-f", path) for path in paths])
-    return time.monotonic() - begin
 
 
 def against_cp(setting, source, volumes, **check):
@@ -135,72 +58,6 @@ def large_files(setting):
 
 def small_files(setting):
     return many_volumes(setting, setting.pick(200, 5000), 16384, setting.pick(10, 100))
-
-
-def watch_dirty(volumes, done, peaks):
-    while not done.is_set():
-        for number, count in enumerate(volumes.dirty_bytes()):
-            peaks[number] = max(peaks[number], count)
-        done.wait(0.02)
-
-
-def slow_players(setting, count, watch=False):
-    """Seconds, the physical limit, and the most bytes of each player that were only in memory."""
-    speed = setting.pick(20_000_000, SLOW)
-    folder = setting.folder(f"slow{count}")
-    files = setting.pick(4, 40)
-    source = make_set(folder / "source", files, 5_000_000, 4)
-    with slow_disks(setting.programs, folder / "disks", count, files * 5_000_000 + 16 * MIB,
-                    speed) as disks:
-        volumes = Volumes(folder, disks, direct=False,
-                          make=("mkfs.ext4", "-q", "-F", "-m", "0", "-i", "65536", "-E",
-                                "lazy_itable_init=0,nodiscard", "-O", "^has_journal,^dir_index"))
-        with volumes:
-            paths = volumes.fresh()
-            os.sync()
-            peaks = [0] * count
-            done = threading.Event()
-            watcher = threading.Thread(target=watch_dirty, args=(volumes, done, peaks))
-            if watch:
-                watcher.start()
-            try:
-                seconds = fill(setting, source, paths)
-            finally:
-                done.set()
-                if watch:
-                    watcher.join()
-            volumes.check(source)
-    return seconds, files * 5_000_000 / speed, peaks
-
-
-def players(setting):
-    outcome = Outcome()
-    notes = []
-    for count in setting.pick((1, 2), (1, 4, 16, 64)):
-        turns = [slow_players(setting, count) for _ in range(min(setting.repeat, 3))]
-        seconds = [turn[0] for turn in turns]
-        limit = turns[0][1]
-        outcome.ours.append(statistics.median(seconds))
-        outcome.theirs.append(limit)
-        outcome.curve[count] = (statistics.median(seconds), limit)
-        notes.append(f"{count}: {statistics.median(seconds) / limit:.3f} "
-                     f"({min(seconds) / limit:.3f} to {max(seconds) / limit:.3f})")
-        say(f"  players {notes[-1]}")
-    outcome.note = "players " + ", ".join(notes)
-    outcome.also_met = max(outcome.ratios) <= 1.03
-    return outcome
-
-
-def dirty_pages(setting):
-    need_root()
-    if not os.path.isdir("/sys/kernel/debug/bdi"):
-        raise Missing("debugfs is not mounted (mount -t debugfs none /sys/kernel/debug)")
-    outcome = Outcome()
-    for _ in range(setting.pick(1, 2)):
-        peaks = slow_players(setting, setting.pick(2, 16), watch=True)[2]
-        outcome.ours.append(max(peaks) / MIB)
-        outcome.theirs.append(16)
-    return outcome
 
 
 def source_reads(setting):

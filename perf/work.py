@@ -9,6 +9,8 @@ import shutil
 import subprocess
 import time
 
+MIB = 1 << 20
+
 
 class Missing(Exception):
     """Something that a measurement needs is not there."""

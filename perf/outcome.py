@@ -1,0 +1,84 @@
+"""What all rows have in common: their setting, their outcome, and a run of either side."""
+
+import dataclasses
+import os
+import pathlib
+import shutil
+import subprocess
+import time
+
+from work import Missing, Wrong, together
+
+
+@dataclasses.dataclass
+class Setting:
+    programs: pathlib.Path
+    work: pathlib.Path
+    repeat: int
+    quick: bool
+
+    def pick(self, small, full):
+        return small if self.quick else full
+
+    def program(self, name):
+        path = self.programs / name
+        if not path.exists():
+            raise Missing(f"{path} is not built (cmake --preset perf; cmake --build --preset perf)")
+        return path
+
+    def folder(self, name):
+        path = self.work / name
+        shutil.rmtree(path, ignore_errors=True)
+        path.mkdir(parents=True)
+        return path
+
+
+@dataclasses.dataclass
+class Outcome:
+    ours: list = dataclasses.field(default_factory=list)
+    theirs: list = dataclasses.field(default_factory=list)
+    note: str = ""
+    also_met: bool = True
+    allowance: float = 0  # how much slower is not slower
+    problem: str = ""
+    missing: bool = False
+    curve: dict = dataclasses.field(default_factory=dict)
+
+    @property
+    def ratios(self):
+        return [ours / theirs for ours, theirs in zip(self.ours, self.theirs)]
+
+    @property
+    def figures(self):
+        return dataclasses.asdict(self)
+
+
+def environment():
+    return {**os.environ, "QT_QPA_PLATFORM": "offscreen"}
+
+
+def last_line(command, log):
+    """The numbers in the last line of what a measuring program prints."""
+    with open(log, "wb") as file:
+        done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=file,
+                              env=environment(), check=False)
+    if done.returncode != 0:
+        raise Wrong(f"{command[0]} ended with status {done.returncode}")
+    return [float(word) for word in done.stdout.split(b"\n")[-2].split()]
+
+
+def fill(setting, source, paths):
+    """Seconds that ours takes to fill the volumes durably."""
+    seconds, failed = last_line([setting.program("perf_fill"), "mp3", source, *paths],
+                                setting.work / "fill.log")
+    if failed:
+        raise Wrong(f"{failed:.0f} players failed")
+    return seconds
+
+
+def copy_plainly(source, paths):
+    """Seconds of cp to all volumes in parallel, each made durable behind it."""
+    begin = time.monotonic()
+    together([("cp", "-r", "--preserve=timestamps", f"{source}/.", path) for path in paths])
+    together([("sync", "-f", path) for path in paths])
+    return time.monotonic() - begin
