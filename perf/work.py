@@ -1,5 +1,6 @@
 """What the rows work with: source sets, volumes on loop devices, and the comparison of results."""
 
+import concurrent.futures
 import contextlib
 import os
 import pathlib
@@ -140,8 +141,8 @@ class Volumes:
         """Compares what is on the media, not what is still in memory."""
         self.unmount()
         self.mount()
-        for path in self.paths:
-            check_copy(source, path, **how)
+        with concurrent.futures.ThreadPoolExecutor(len(self.paths)) as pool:
+            list(pool.map(lambda path: check_copy(source, path, **how), self.paths))
 
     def dirty_bytes(self):
         """The bytes of each volume that are only in memory, as the kernel counts them."""
@@ -190,13 +191,13 @@ def image_files(folder, count, size):
 
 @contextlib.contextmanager
 def slow_disks(programs, folder, count, size, bytes_per_second):
-    """Files that take what is written at this speed; yields their paths."""
+    """Files that take what is written at this speed and are read at twice of it; their paths."""
     need_root()
     if not os.path.exists("/dev/fuse"):
         raise Missing("this machine has no /dev/fuse for the slow disks")
     folder.mkdir(parents=True, exist_ok=True)
     server = subprocess.Popen([programs / "perf_slowdisks", folder, str(count), str(size >> 20),
-                               str(bytes_per_second)])
+                               str(bytes_per_second), str(2 * bytes_per_second)])
     try:
         for _ in range(100):
             if os.path.ismount(folder):

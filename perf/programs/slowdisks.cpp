@@ -1,7 +1,8 @@
-// perf_slowdisks FOLDER COUNT MEBIBYTES BYTES_PER_SECOND: mounts on FOLDER the files disk0, disk1
-// and so on, each of which takes what is written to it at that speed, one write after the other,
-// as a disk of its own does; reading is free. Ends when FOLDER is unmounted. What is written stays
-// in memory, equal pieces once: players that are filled alike need no more than one.
+// perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ: mounts on FOLDER the files disk0, disk1 and
+// so on, each of which does one command after the other, as a USB disk does: WRITTEN bytes per
+// second, the commands included, or READ bytes per second and a millisecond for each command. Ends
+// when FOLDER is unmounted. The content stays in memory, equal pieces once: players that are filled
+// alike need no more than one.
 
 #define FUSE_USE_VERSION 35
 
@@ -25,6 +26,8 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+constexpr Seconds kReadCommand{0.001};
 constexpr std::size_t kPiece = 4096;
 using Piece = std::array<char, kPiece>;
 
@@ -64,13 +67,14 @@ class Pieces {
 // One disk. Any thread.
 class SlowDisk {
  public:
-  SlowDisk(Pieces& pieces, std::size_t bytes, double bytesPerSecond)
-      : pieces_(pieces), bytesPerSecond_(bytesPerSecond), numbers_(bytes / kPiece) {}
+  SlowDisk(Pieces& pieces, std::size_t bytes, double written, double read)
+      : pieces_(pieces), written_(written), read_(read), numbers_(bytes / kPiece) {}
 
   std::size_t size() const { return numbers_.size() * kPiece; }
 
+  // Both return when a disk of this speed would have done it.
   std::size_t read(char* buffer, std::size_t count, std::size_t offset) {
-    const std::scoped_lock guard(lock_);
+    std::unique_lock guard(lock_);
     std::size_t done = 0;
     while (done < count && offset + done < size()) {
       const std::size_t within = (offset + done) % kPiece;
@@ -79,10 +83,10 @@ class SlowDisk {
       std::memcpy(buffer + done, piece.data() + within, part);
       done += part;
     }
+    last(guard, kReadCommand + Seconds(static_cast<double>(done) / read_));
     return done;
   }
 
-  // Returns when a disk of this speed would have taken the bytes.
   std::size_t write(const char* buffer, std::size_t count, std::size_t offset) {
     std::unique_lock guard(lock_);
     std::size_t done = 0;
@@ -98,21 +102,25 @@ class SlowDisk {
       number = pieces_.numberOf(piece);
       done += part;
     }
-    free_ = std::max(free_, Clock::now()) +
-            std::chrono::duration_cast<Clock::duration>(
-                std::chrono::duration<double>(static_cast<double>(done) / bytesPerSecond_));
-    const auto until = free_;
-    guard.unlock();
-    std::this_thread::sleep_until(until);
+    last(guard, Seconds(static_cast<double>(done) / written_));
     return done;
   }
 
  private:
+  // Waits for the commands before and for as long as this one takes.
+  void last(std::unique_lock<std::mutex>& guard, Seconds time) {
+    free_ = std::max(free_, Clock::now()) + std::chrono::duration_cast<Clock::duration>(time);
+    const auto until = free_;
+    guard.unlock();
+    std::this_thread::sleep_until(until);
+  }
+
   std::mutex lock_;
   Pieces& pieces_;
-  const double bytesPerSecond_;
+  const double written_;  // bytes per second
+  const double read_;
   std::vector<std::uint32_t> numbers_;
-  Clock::time_point free_;  // when what was written before is done
+  Clock::time_point free_;  // when the commands before are done
 };
 
 std::vector<std::unique_ptr<SlowDisk>>& disks() {
@@ -140,7 +148,8 @@ int getAttributes(const char* path, struct stat* status, fuse_file_info* /*info*
   return 0;
 }
 
-int openDisk(const char* path, fuse_file_info* /*info*/) {
+int openDisk(const char* path, fuse_file_info* info) {
+  info->direct_io = 1;  // nothing is read from the kernel's memory
   return diskAt(path) != nullptr ? 0 : -ENOENT;
 }
 
@@ -161,24 +170,24 @@ int makeRoom(const char* /*path*/, int /*mode*/, off_t /*offset*/, off_t /*count
   return -EOPNOTSUPP;
 }
 
-void* begin(fuse_conn_info* connection, fuse_config* config) {
+void* begin(fuse_conn_info* connection, fuse_config* /*config*/) {
   connection->max_write = 1U << 20U;
   connection->max_background = 1024;
-  config->kernel_cache = 1;
   return nullptr;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 5) {
-    std::fputs("perf_slowdisks FOLDER COUNT MEBIBYTES BYTES_PER_SECOND\n", stderr);
+  if (argc != 6) {
+    std::fputs("perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ\n", stderr);
     return 2;
   }
   Pieces pieces;
   const std::size_t bytes = std::strtoull(argv[3], nullptr, 10) << 20U;
   for (long disk = std::strtol(argv[2], nullptr, 10); disk > 0; --disk) {
-    disks().push_back(std::make_unique<SlowDisk>(pieces, bytes, std::strtod(argv[4], nullptr)));
+    disks().push_back(std::make_unique<SlowDisk>(pieces, bytes, std::strtod(argv[4], nullptr),
+                                                 std::strtod(argv[5], nullptr)));
   }
   fuse_operations operations{};
   operations.getattr = getAttributes;
