@@ -88,7 +88,6 @@ def in_the_box(setting, row):
     for program in ("qemu-system-x86_64", "mmdebstrap"):
         need_program(program)
     import boxed  # which needs tests/vm
-    setting.program("perf_fill")
     build = setting.programs.parent.parent
     return boxed.measure(build, build / "box", min(setting.repeat, 3), [row])[row]
 
