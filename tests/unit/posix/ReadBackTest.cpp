@@ -9,6 +9,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FakeCalls.h"
@@ -112,6 +113,7 @@ class ReadBackTest : public testing::Test {
     addFolder("Book");
     add("Book/1.mp3", noise(700'000));
     add("Book/2.mp3", "");
+    addFolder("Book/Empty");
     addFolder("Book/Part");
     for (int file = 0; file < 30; ++file) {
       add("Book/Part/" + std::to_string(file) + ".mp3",
@@ -249,6 +251,12 @@ TEST_F(ReadBackTest, MissingNamesOtherKindsAndSizesAreFound) {
   EXPECT_TRUE(changed(
       [&](const auto& path) {
         remove(path);
+        std::ofstream(path).flush();
+      },
+      "Book/Empty"));
+  EXPECT_TRUE(changed(
+      [&](const auto& path) {
+        remove(path);
         std::filesystem::create_symlink("/", path);
       },
       "Book/Part"));
@@ -275,27 +283,38 @@ TEST_F(ReadBackTest, OrderCountsWhereItIsKept) {
 }
 
 TEST_F(ReadBackTest, FolderThatTwoChosenOnesShareMayComeBefore) {
-  addFolder("Book");
-  add("Book/1.mp3", "one");
-  add("Book/2.mp3", "two");
-  add("3.mp3", "three");
-  add("4.mp3", "four");
-  const auto items = items_;
-  items_.clear();
+  for (const std::string folder : {"A", "B", "C"}) {
+    addFolder(folder);
+    add(folder + "/1.mp3", "one");
+    add(folder + "/2.mp3", "two");
+  }
+  const auto all = std::exchange(items_, {});
   const auto append = [&](const std::string& name) {
-    items_.push_back(*std::find_if(items.begin(), items.end(), [&](const Item& item) {
-      return item.to.starts_with("/media/then/" + name);
+    items_.push_back(*std::find_if(all.begin(), all.end(), [&](const Item& item) {
+      return item.to == "/media/then/" + name;
     }));
   };
   const auto top = entriesOf("");
-  const auto below = entriesOf("Book");
-  append(top[0]);
-  append("Book/");
-  append("Book/" + below[0]);
-  append("Book/");
-  append("Book/" + below[1]);
-  append(top[2]);
+  const auto below = entriesOf(top[0]);
+  append(top[0] + "/");
+  append(top[0] + "/" + below[0]);
+  append(top[1] + "/");
+  append(top[0] + "/");
+  append(top[0] + "/" + below[1]);
+  append(top[2] + "/");
   EXPECT_TRUE(holdsInOrder(1, true));
+}
+
+TEST_F(ReadBackTest, SampleThatGoesOnInOtherFilesIsComparedInEach) {
+  for (const std::string name : {"a", "b", "c", "d"}) {
+    add(name, noise(1000));
+  }
+  for (std::int64_t file = 0; file < 4; ++file) {
+    const auto flip = [](char byte, std::int64_t /*at*/) { return static_cast<char>(byte ^ 1); };
+    damage(file * 1000 + 500, file * 1000 + 501, flip);
+    EXPECT_FALSE(holds()) << file;
+    damage(file * 1000 + 500, file * 1000 + 501, flip);
+  }
 }
 
 TEST_F(ReadBackTest, DotsAtTheEndOfANameAreMissing) {
