@@ -26,7 +26,7 @@ def ours(source, volume):
         done = subprocess.run([HERE / "perf_fill", "mp3", source, volume], check=True,
                               stdout=subprocess.PIPE, stderr=log,
                               env={"QT_QPA_PLATFORM": "offscreen"})
-    return float(done.stdout.split()[-2])
+    return float(done.stdout.splitlines()[-1].split()[0])
 
 
 def theirs(source, volume):

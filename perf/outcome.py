@@ -6,6 +6,7 @@ import pathlib
 import shutil
 import subprocess
 import time
+from typing import NamedTuple
 
 from work import Wrong, together
 
@@ -64,13 +65,20 @@ def last_line(command, log):
     return [float(word) for word in done.stdout.split(b"\n")[-2].split()]
 
 
-def fill(setting, source, paths):
-    """Seconds that ours takes to fill the volumes durably."""
-    seconds, failed = last_line([setting.program("perf_fill"), "mp3", source, *paths],
-                                setting.work / "fill.log")
-    if failed:
-        raise Wrong(f"{failed:.0f} players failed")
-    return seconds
+class Filled(NamedTuple):
+    """What perf_fill prints."""
+    seconds: float  # until the volumes are filled durably
+    failed: float
+    read_back: float  # seconds, of the player that took longest
+    memory: float  # KiB
+
+
+def fill(setting, source, paths, *options):
+    filled = Filled(*last_line([setting.program("perf_fill"), *options, "mp3", source, *paths],
+                               setting.work / "fill.log"))
+    if filled.failed:
+        raise Wrong(f"{filled.failed:.0f} players failed")
+    return filled
 
 
 def copy_plainly(source, paths):

@@ -1,6 +1,7 @@
 #include "PerfPorts.h"
 
 #include <QProcess>
+#include <algorithm>
 #include <charconv>
 #include <thread>
 #include <utility>
@@ -65,7 +66,28 @@ class PerfPorts::Session : public DiskSession {
   QtMainThread& mainThread_;
 };
 
-PerfPorts::PerfPorts(std::vector<std::string> mountPaths) : mountPaths_(std::move(mountPaths)) {
+// A volume that is read back as the file manager wants it.
+class PerfPorts::TimedVolume : public Volume {
+ public:
+  TimedVolume(Files& files, std::shared_ptr<Volume> volume)
+      : files_(files), volume_(std::move(volume)) {}
+
+  bool createDirectory(const std::string& destination) override {
+    return volume_->createDirectory(destination);
+  }
+  bool copyItem(const std::string& source, const std::string& destination) override {
+    return volume_->copyItem(source, destination);
+  }
+  bool flush() override { return volume_->flush(); }
+  bool readBack(const CopiedItems& items) override { return files_.readBack(*volume_, items); }
+
+ private:
+  Files& files_;
+  const std::shared_ptr<Volume> volume_;
+};
+
+PerfPorts::PerfPorts(std::vector<std::string> mountPaths, bool readsBack)
+    : mountPaths_(std::move(mountPaths)), fileManager_(owner_, stop_, readsBack) {
   Platform ports;
   ports.usbBus = &bus_;
   ports.createDiskSession = [this] { return std::make_shared<Session>(mountPaths_, mainThread_); };
@@ -101,6 +123,28 @@ std::optional<std::string> PerfPorts::Owner::remount(const DiskIdentity& /*owner
                           QString::fromStdString(PosixVolume::withoutEndingSlash(mountPath))});
   const bool done = shell.waitForFinished(-1) && shell.exitCode() == 0;
   return done ? std::optional(mountPath) : std::nullopt;
+}
+
+std::shared_ptr<Volume> PerfPorts::Files::openVolume(const std::string& mountPath,
+                                                     const DiskIdentity& owner) {
+  auto volume = PosixFileManager::openVolume(mountPath, owner);
+  return volume ? std::make_shared<TimedVolume>(*this, std::move(volume)) : nullptr;
+}
+
+bool PerfPorts::Files::readBack(Volume& volume, const CopiedItems& items) {
+  if (!readsBack_) {
+    return true;
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  const bool holds = volume.readBack(items);
+  const std::scoped_lock guard(lock_);
+  longest_ = std::max<Seconds>(longest_, std::chrono::steady_clock::now() - begin);
+  return holds;
+}
+
+PerfPorts::Seconds PerfPorts::Files::longest() const {
+  const std::scoped_lock guard(lock_);
+  return longest_;
 }
 
 bool PerfPorts::NoPause::sleep(std::chrono::microseconds /*duration*/) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,19 +24,26 @@ namespace fillstation::perf {
 // The ports of a measurement: folders that are mounted already stand for formatted players, so that
 // what is left of a run is the copying itself. Player n is "/dev/vp<n>" with the n-th folder as its
 // volume; commands succeed at once, nothing pauses. Files, threads, main thread and log are the
-// program's own. Made on the main thread when the application object exists.
+// program's own. What was copied is read back only where that is asked for. Made on the main thread
+// when the application object exists.
 class PerfPorts {
  public:
-  explicit PerfPorts(std::vector<std::string> mountPaths);
+  using Seconds = std::chrono::duration<double>;
+
+  explicit PerfPorts(std::vector<std::string> mountPaths, bool readsBack = false);
   ~PerfPorts();
   PerfPorts(const PerfPorts&) = delete;
   PerfPorts& operator=(const PerfPorts&) = delete;
 
   static std::string nodeOf(std::size_t player) { return "/dev/vp" + std::to_string(player); }
 
+  // How long the read back of one player took at most.
+  Seconds longestReadBack() const { return fileManager_.longest(); }
+
  private:
   class Session;
   class OneDisk;
+  class TimedVolume;
 
   // Disks are known by nodeOf() alone.
   class Owner : public VolumeOwner {
@@ -43,6 +52,22 @@ class PerfPorts {
                                            const DiskIdentity& owner) override;
     std::optional<std::string> remount(const DiskIdentity& owner,
                                        const std::string& mountPath) override;
+  };
+  // Skips the read back, or measures it.
+  class Files : public PosixFileManager {
+   public:
+    Files(VolumeOwner& owner, const StopSource& stop, bool readsBack)
+        : PosixFileManager(owner, stop), readsBack_(readsBack) {}
+
+    std::shared_ptr<Volume> openVolume(const std::string& mountPath,
+                                       const DiskIdentity& owner) override;
+    bool readBack(Volume& volume, const CopiedItems& items);
+    Seconds longest() const;
+
+   private:
+    const bool readsBack_;
+    mutable std::mutex lock_;
+    Seconds longest_{};
   };
   class NoPause : public Clock {
    public:
@@ -73,7 +98,7 @@ class PerfPorts {
   NoBus bus_;
   StreamLog log_{stderr};
   ThreadWorkers workers_{stop_};
-  PosixFileManager fileManager_{owner_, stop_};
+  Files fileManager_;
 };
 
 }  // namespace fillstation::perf

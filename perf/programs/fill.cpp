@@ -1,10 +1,13 @@
-// perf_fill TYPE SOURCE VOLUME…: chooses the folder SOURCE and copies it onto the volumes, one
-// player each, with the window shown. The log goes to standard error. The last line of standard
-// output is the number of seconds from choosing to the report of the result, and of failed players.
+// perf_fill [--read-back] TYPE SOURCE VOLUME…: chooses the folder SOURCE and copies it onto the
+// volumes, one player each, with the window shown, and reads it back if told so. The log goes to
+// standard error. The last line of standard output has four numbers: seconds from choosing to the
+// report of the result, failed players, seconds of the longest read back of a player, KiB of memory
+// at most.
 
 #include <QApplication>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,24 +60,35 @@ Outcome copy(WindowSet& windows, const std::shared_ptr<TRFileCopyTaskCollection>
   return outcome;
 }
 
+// KiB; what getrusage says begins with the memory of the program that started this one.
+long mostMemory() {
+  std::ifstream status("/proc/self/status");
+  long most = 0;
+  for (std::string line; std::getline(status, line);) {
+    std::sscanf(line.c_str(), "VmHWM: %ld", &most);
+  }
+  return most;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const QApplication application(argc, argv);
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  const bool readsBack = std::erase(arguments, "--read-back") > 0;
   if (arguments.size() < 3) {
-    std::fputs("perf_fill TYPE SOURCE VOLUME…\n", stderr);
+    std::fputs("perf_fill [--read-back] TYPE SOURCE VOLUME…\n", stderr);
     return 2;
   }
   const std::vector<std::string> volumes(arguments.begin() + 2, arguments.end());
-  const perf::PerfPorts ports(volumes);
+  const perf::PerfPorts ports(volumes, readsBack);
   WindowSet windows;
   windows.window().show();
   QApplication::processEvents();
   const auto begin = std::chrono::steady_clock::now();
   const auto run = prepareRun(windows, arguments[0], arguments[1], volumes.size());
   const Outcome outcome = copy(windows, run);
-  std::printf("\n%.6f %zu\n", std::chrono::duration<double>(outcome.end - begin).count(),
-              outcome.failed);
+  std::printf("\n%.6f %zu %.6f %ld\n", std::chrono::duration<double>(outcome.end - begin).count(),
+              outcome.failed, ports.longestReadBack().count(), mostMemory());
   return outcome.failed == 0 ? 0 : 1;
 }
