@@ -14,7 +14,7 @@ namespace fillstation {
 // absent.
 struct WalkEntry {
   std::string path;  // absolute, the walked folder's path as given and what lies below
-  std::optional<bool> isDirectory;   // a symbolic link counts as what it points to
+  std::optional<bool> isDirectory;   // a symbolic link to a file counts as the file
   std::optional<std::int64_t> size;  // bytes
 };
 
@@ -24,8 +24,8 @@ class DirectoryWalk {
   virtual ~DirectoryWalk() = default;
 
   // The next entry, none at the end: a folder before what it holds, the entries of a folder in name
-  // order, digits by value, hidden ones included. A folder that is already on the way down is
-  // yielded but not entered again; a dangling symbolic link is left out.
+  // order, digits by value, hidden ones included. A symbolic link to a folder is left out, as a
+  // dangling one is: links across a tree would multiply its paths.
   virtual std::optional<WalkEntry> next() = 0;
 };
 
@@ -84,7 +84,8 @@ class FileManager {
   // Size in bytes of what is at the path, symbolic links followed; none when it can't be read.
   virtual std::optional<std::int64_t> fileSize(const std::string& path) = 0;
 
-  // Begins a deep walk of what is below the folder; the folder itself is not yielded.
+  // Begins a deep walk of what is below the folder, which may be a symbolic link; the folder itself
+  // is not yielded.
   virtual std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
                                               WalkErrorHandler onError) = 0;
 

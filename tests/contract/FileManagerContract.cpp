@@ -131,31 +131,50 @@ TEST_P(FileManagerContract, EntriesComeWithTheirSizes) {
   }
 }
 
-TEST_P(FileManagerContract, SymbolicLinksCountAsWhatTheyPointTo) {
+TEST_P(FileManagerContract, ALinkToAFileCountsAsTheFileAndAnyOtherIsLeftOut) {
   const TempFolder elsewhere;
   elsewhere.write("in/file", "x");
   std::filesystem::create_symlink(elsewhere.path("in"), folder_.path("folder"));
   std::filesystem::create_symlink(elsewhere.path("in/file"), folder_.path("file"));
+  std::filesystem::create_symlink("file", folder_.path("link to a link"));
   std::filesystem::create_symlink("none", folder_.path("dangling"));
   std::filesystem::create_symlink("itself", folder_.path("itself"));
-  EXPECT_EQ(walked(folder_.path()), (Names{"file", "folder/", "folder/file"}));
+  EXPECT_EQ(walked(folder_.path()), (Names{"file", "link to a link"}));
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_P(FileManagerContract, AFolderOnTheWayDownIsNotEnteredAgain) {
-  folder_.write("a/b/file", "x");
-  std::filesystem::create_symlink("..", folder_.path("a/b/up"));
-  std::filesystem::create_symlink(folder_.path(), folder_.path("a/top"));
-  std::filesystem::create_symlink(".", folder_.path("here"));
-  EXPECT_EQ(walked(folder_.path()),
-            (Names{"a/", "a/b/", "a/b/file", "a/b/up/", "a/top/", "here/"}));
+// If links were followed: a path for every order of the folders.
+TEST_P(FileManagerContract, FoldersThatAreLinkedToEachOtherAreWalkedOnce) {
+  Names expected;
+  for (const std::string name : {"1", "2", "3"}) {
+    folder_.write(name + "/file", "x");
+    expected.insert(expected.end(), {name + "/", name + "/file"});
+    for (const std::string other : {"1", "2", "3", "."}) {
+      std::filesystem::create_symlink("../" + other, folder_.path(name + "/to" + other));
+    }
+  }
+  EXPECT_EQ(walked(folder_.path()), expected);
+  EXPECT_EQ(errors_, Names{});
 }
 
-TEST_P(FileManagerContract, AFolderBesideIsEnteredAgain) {
-  folder_.write("a/file", "x");
-  std::filesystem::create_symlink("a", folder_.path("b"));
-  std::filesystem::create_symlink("a", folder_.path("c"));
-  EXPECT_EQ(walked(folder_.path()), (Names{"a/", "a/file", "b/", "b/file", "c/", "c/file"}));
+TEST_P(FileManagerContract, TheWalkedFolderMayBeALink) {
+  folder_.write("a/b/file", "x");
+  std::filesystem::create_symlink("a", folder_.path("link"));
+  EXPECT_EQ(walked(folder_.path("link")), (Names{"b/", "b/file"}));
+}
+
+TEST_P(FileManagerContract, AFolderThatBecomesALinkDuringTheWalkIsNotEntered) {
+  folder_.write("a/in", "x");
+  folder_.write("b/in", "x");
+  const auto walk = files().walk(folder_.path(), [this](const std::string& path) {
+    errors_.push_back(path);
+    return true;
+  });
+  EXPECT_EQ(walk->next()->path, folder_.path("a"));
+  std::filesystem::remove_all(folder_.path("a"));
+  std::filesystem::create_symlink("b", folder_.path("a"));
+  EXPECT_EQ(walk->next()->path, folder_.path("b"));
+  EXPECT_EQ(errors_, Names{folder_.path("a")});
 }
 
 TEST_P(FileManagerContract, SpecialFilesAreYieldedUnopened) {

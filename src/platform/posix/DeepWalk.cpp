@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 #include "LongPath.h"
@@ -31,21 +30,21 @@ std::optional<WalkEntry> DeepWalk::next() {
   const Child& child = level.children.back();
   path_.resize(level.pathLength);
   path_ += level.nameOf(child);
-  enterNext_ = child.isDirectory == true && !isOnTheWayDown(child.identity);
+  enterNext_ = child.isDirectory == true;
   WalkEntry entry{path_, child.isDirectory, child.size};
   level.children.pop_back();
   return entry;
 }
 
 bool DeepWalk::enter() {
-  const FileHandle folder = openLongPath(path_, O_RDONLY | O_DIRECTORY);
-  struct stat status {};
-  if (!folder || ::fstat(folder.get(), &status) != 0) {
+  // The chosen folder may be a link; one below it that has become a link meanwhile is left out.
+  const int links = levels_.empty() ? 0 : O_NOFOLLOW;
+  const FileHandle folder = openLongPath(path_, O_RDONLY | O_DIRECTORY | links);
+  if (!folder) {
     return onError_(path_);
   }
   Level level = std::exchange(spare_, {});
   level.names.clear();
-  level.identity = {status.st_dev, status.st_ino};
   const bool whole = readFolder(folder, level);
   const std::string folderPath = path_;
   if (!path_.ends_with('/')) {
@@ -79,23 +78,19 @@ bool DeepWalk::readFolder(const FileHandle& folder, Level& level) {
 void DeepWalk::lookAt(int folder, const char* name, Level& level) {
   Child child;
   struct stat status {};
-  if (::fstatat(folder, name, &status, 0) == 0) {
+  const bool seen = ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  if (seen && S_ISLNK(status.st_mode) &&
+      (::fstatat(folder, name, &status, 0) != 0 || S_ISDIR(status.st_mode))) {
+    return;
+  }
+  if (seen) {
     child.isDirectory = S_ISDIR(status.st_mode);
     child.size = status.st_size;
-    child.identity = {status.st_dev, status.st_ino};
-  } else if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-             S_ISLNK(status.st_mode)) {
-    return;
   }
   child.nameBegin = level.names.size();
   level.names += name;
   child.nameLength = level.names.size() - child.nameBegin;
   level.children.push_back(child);
-}
-
-bool DeepWalk::isOnTheWayDown(const Identity& identity) const {
-  return std::any_of(levels_.begin(), levels_.end(),
-                     [&](const Level& level) { return level.identity == identity; });
 }
 
 }  // namespace fillstation

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -26,21 +24,14 @@ class DeepWalk : public DirectoryWalk {
   // Bytes of entries that are read at once.
   static constexpr std::size_t kEntries = 32768;
 
-  struct Identity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    bool operator==(const Identity&) const = default;
-  };
   struct Child {
     std::size_t nameBegin = 0;  // in the level's names
     std::size_t nameLength = 0;
     std::optional<bool> isDirectory;
     std::optional<std::int64_t> size;
-    Identity identity;
   };
   // One folder on the way down.
   struct Level {
-    Identity identity;
     std::size_t pathLength = 0;   // of path_ with the folder's name and a "/"
     std::string names;            // of all children, one behind the other
     std::vector<Child> children;  // what is still to come, the next one last
@@ -54,9 +45,8 @@ class DeepWalk : public DirectoryWalk {
   bool enter();
   // Fills in what the folder holds; false when that can't be read to its end.
   bool readFolder(const FileHandle& folder, Level& level);
-  // Appends the entry of that name, unless it is a link to nothing.
+  // Appends the entry of that name, unless it is a link to nothing or to a folder.
   static void lookAt(int folder, const char* name, Level& level);
-  bool isOnTheWayDown(const Identity& identity) const;
 
   std::string path_;  // of the entry that was yielded last
   FileManager::WalkErrorHandler onError_;
