@@ -69,12 +69,16 @@ void fileTypeOfAPath(benchmark::State& state) {
 }
 BENCHMARK(fileTypeOfAPath);
 
-void orderOfTwoNames(benchmark::State& state) {
+void sortKeyOfAName(benchmark::State& state) {
+  const std::string name = state.range(0) == 0 ? "014 Chapter twelve.mp3" : "014 Über Grün.mp3";
+  std::string key;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(namesInOrder("014 Chapter twelve.mp3", "014 Chapter thirteen.mp3"));
+    key.clear();
+    appendSortKey(name, key);
+    benchmark::DoNotOptimize(key);
   }
 }
-BENCHMARK(orderOfTwoNames);
+BENCHMARK(sortKeyOfAName)->Arg(0)->Arg(1);
 
 void fieldsOfANode(benchmark::State& state) {
   const auto node = TRFile().CreateTRFileAsFolder(Url::fromPath(kPath, true), Url::withString("a"));

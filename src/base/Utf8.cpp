@@ -42,15 +42,10 @@ std::optional<std::u32string> foldCase(std::string_view text) {
   auto points = decodeUtf8(text);
   if (points) {
     for (char32_t& point : *points) {
-      point = ::towlower_l(point, unicodeLocale());
+      point = lowerCase(point);
     }
   }
   return points;
-}
-
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
 char lowerAscii(char byte) {
@@ -61,6 +56,7 @@ char lowerAscii(char byte) {
 
 std::optional<std::u32string> decodeUtf8(std::string_view text) {
   std::u32string points;
+  points.reserve(text.size());
   while (!text.empty()) {
     const auto lead = static_cast<unsigned char>(text.front());
     const std::size_t length = sequenceLength(lead);
@@ -96,6 +92,13 @@ std::string withoutBadUtf8(std::string_view text) {
   }
   return good;
 }
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+char32_t lowerCase(char32_t point) { return ::towlower_l(point, unicodeLocale()); }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
   // What file types almost always are, without a detour.

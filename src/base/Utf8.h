@@ -13,6 +13,13 @@ std::optional<std::u32string> decodeUtf8(std::string_view text);
 // The text with "_" in place of each byte that belongs to no well-formed sequence.
 std::string withoutBadUtf8(std::string_view text);
 
+// True when the text holds nothing but ASCII.
+bool isAscii(std::string_view text);
+
+// The small letter of a capital one, in every script and whatever the user's locale is; anything
+// else as it is.
+char32_t lowerCase(char32_t point);
+
 // True when both texts are UTF-8 and differ in nothing but case. Letters of every script count,
 // each code point by itself, whatever the user's locale is: "Ä" equals "ä", "ß" does not equal
 // "SS".

@@ -23,8 +23,9 @@ class DirectoryWalk {
  public:
   virtual ~DirectoryWalk() = default;
 
-  // The next entry, none at the end: a folder before what it holds, the entries of a folder in name
-  // order, digits by value, hidden ones included. A symbolic link to a folder is left out, as a
+  // The next entry, none at the end: a folder before what it holds, the entries of a folder by
+  // name: case and accents don't count, runs of digits count by value, bytes decide between what is
+  // then alike; hidden ones included. A symbolic link to a folder is left out, as a
   // dangling one is: links across a tree would multiply its paths.
   virtual std::optional<WalkEntry> next() = 0;
 };

@@ -188,8 +188,8 @@ TEST_F(BenchRunTest, ARunWithOnePlayerWritesTheseTextsToTheThreeSinks) {
   const std::string address = Url::fromPath(book.path("Book"), true).absoluteString();
   EXPECT_EQ(log.ofMain(),
             Texts({"on update!", "\nLog P Size 67108864\n", "\nLog xxxP Size -1\n", "Is directory",
-                   "Is directory", address + "1.mp3", address + "Sub/", address + "Sub/2%20x.mp3",
-                   address + "note.txt", "\nLog P Size 67108864\n", "\nLog xxxP Size -1\n",
+                   "Is directory", address + "1.mp3", address + "note.txt", address + "Sub/",
+                   address + "Sub/2%20x.mp3", "\nLog P Size 67108864\n", "\nLog xxxP Size -1\n",
                    "\nLog P Size 67108864\n", "\nLog xxxP Size 67108864\n",
                    "\nafter task call!!!!\n", "\nDevice /dev/vp0 unmounted\n",
                    "\nDevice /dev/vp0 mounted\n", "\nLog xxxP Size 0\n", "\nDevice Ejected\n"}));

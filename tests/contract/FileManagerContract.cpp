@@ -85,7 +85,7 @@ TEST_P(FileManagerContract, WalksAFolderBeforeWhatItHoldsInNameOrder) {
   }
   folder_.makeFolder("empty");
   EXPECT_EQ(walked(folder_.path()),
-            (Names{".hidden", "9", "10", "B", "a", "b/", "b/.01.mp3", "b/1/", "b/1/z", "b/2.mp3",
+            (Names{".hidden", "9", "10", "a", "B", "b/", "b/.01.mp3", "b/1/", "b/1/z", "b/2.mp3",
                    "b/10.mp3", "b.mp3", "c", "empty/"}));
   EXPECT_EQ(errors_, Names{});
 }
@@ -110,8 +110,8 @@ TEST_P(FileManagerContract, NamesAreBytes) {
                  "line\nfeed",
                  "quote\"\\",
                  "umlaut \xc3\xa4",
-                 "\xf0\x9f\x8e\xb5",
-                 "\xff\xfe"};
+                 "\xff\xfe",
+                 "\xf0\x9f\x8e\xb5"};
   for (const auto& name : names) {
     folder_.write(name, "x");
   }

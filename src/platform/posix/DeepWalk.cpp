@@ -44,7 +44,7 @@ bool DeepWalk::enter() {
     return onError_(path_);
   }
   Level level = std::exchange(spare_, {});
-  level.names.clear();
+  level.keys.clear();
   const bool whole = readFolder(folder, level);
   const std::string folderPath = path_;
   if (!path_.ends_with('/')) {
@@ -63,33 +63,34 @@ bool DeepWalk::readFolder(const FileHandle& folder, Level& level) {
       const auto* const entry = reinterpret_cast<const dirent64*>(entries_.data() + at);
       const std::string_view name = entry->d_name;
       if (name != "." && name != "..") {
-        lookAt(folder.get(), entry->d_name, level);
+        lookAt(folder.get(), name, level);
       }
       at += entry->d_reclen;
     }
   }
   std::sort(level.children.begin(), level.children.end(),
             [&level](const Child& left, const Child& right) {
-              return namesInOrder(level.nameOf(right), level.nameOf(left));
+              return level.keyOf(left) > level.keyOf(right);
             });
   return size == 0;
 }
 
-void DeepWalk::lookAt(int folder, const char* name, Level& level) {
+void DeepWalk::lookAt(int folder, std::string_view name, Level& level) {
   Child child;
   struct stat status {};
-  const bool seen = ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  const bool seen = ::fstatat(folder, name.data(), &status, AT_SYMLINK_NOFOLLOW) == 0;
   if (seen && S_ISLNK(status.st_mode) &&
-      (::fstatat(folder, name, &status, 0) != 0 || S_ISDIR(status.st_mode))) {
+      (::fstatat(folder, name.data(), &status, 0) != 0 || S_ISDIR(status.st_mode))) {
     return;
   }
   if (seen) {
     child.isDirectory = S_ISDIR(status.st_mode);
     child.size = status.st_size;
   }
-  child.nameBegin = level.names.size();
-  level.names += name;
-  child.nameLength = level.names.size() - child.nameBegin;
+  child.key = level.keys.size();
+  appendSortKey(name, level.keys);
+  child.end = level.keys.size();
+  child.name = child.end - name.size();
   level.children.push_back(child);
 }
 

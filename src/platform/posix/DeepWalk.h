@@ -25,19 +25,23 @@ class DeepWalk : public DirectoryWalk {
   static constexpr std::size_t kEntries = 32768;
 
   struct Child {
-    std::size_t nameBegin = 0;  // in the level's names
-    std::size_t nameLength = 0;
+    std::size_t key = 0;   // begins in the level's keys
+    std::size_t name = 0;  // the key's end is the name itself
+    std::size_t end = 0;
     std::optional<bool> isDirectory;
     std::optional<std::int64_t> size;
   };
   // One folder on the way down.
   struct Level {
     std::size_t pathLength = 0;   // of path_ with the folder's name and a "/"
-    std::string names;            // of all children, one behind the other
+    std::string keys;             // of all children, one behind the other
     std::vector<Child> children;  // what is still to come, the next one last
 
+    std::string_view keyOf(const Child& child) const {
+      return std::string_view(keys).substr(child.key, child.end - child.key);
+    }
     std::string_view nameOf(const Child& child) const {
-      return std::string_view(names).substr(child.nameBegin, child.nameLength);
+      return std::string_view(keys).substr(child.name, child.end - child.name);
     }
   };
 
@@ -45,8 +49,9 @@ class DeepWalk : public DirectoryWalk {
   bool enter();
   // Fills in what the folder holds; false when that can't be read to its end.
   bool readFolder(const FileHandle& folder, Level& level);
-  // Appends the entry of that name, unless it is a link to nothing or to a folder.
-  static void lookAt(int folder, const char* name, Level& level);
+  // Appends the entry of that name (a null byte is behind it), unless it is a link to nothing or to
+  // a folder.
+  static void lookAt(int folder, std::string_view name, Level& level);
 
   std::string path_;  // of the entry that was yielded last
   FileManager::WalkErrorHandler onError_;

@@ -4,17 +4,24 @@
 
 #include <algorithm>
 #include <clocale>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace fillstation {
 namespace {
 
+std::string keyOf(const std::string& name) {
+  std::string key;
+  appendSortKey(name, key);
+  return key;
+}
+
 // Each name comes before all that follow it, and none before itself.
 void expectOrder(const std::vector<std::string>& names) {
   for (std::size_t left = 0; left < names.size(); ++left) {
     for (std::size_t right = 0; right < names.size(); ++right) {
-      EXPECT_EQ(namesInOrder(names[left], names[right]), left < right)
+      EXPECT_EQ(keyOf(names[left]) < keyOf(names[right]), left < right)
           << names[left] << " and " << names[right];
     }
   }
@@ -43,14 +50,62 @@ TEST(NameOrder, AShorterNameComesFirst) {
   expectOrder({"a", "a ", "a0", "a00b", "a0b", "aa", "ab"});
 }
 
-TEST(NameOrder, BytesAreUnsignedAndNeedNotBeText) {
-  expectOrder({"Z", "a", "\x7f", "\x80", "\xc3\xa4", "\xff"});
+TEST(NameOrder, CaseCountsOnlyBetweenNamesThatAreAlikeOtherwise) {
+  expectOrder({"TRACK 1", "Track 1", "track 1", "Track 2", "track 10"});
+  expectOrder({"a.mp3", "B.mp3", "b.mp3", "C.mp3"});
+  expectOrder({"Мир", "мир", "Песня", "песня"});
+}
+
+TEST(NameOrder, AccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
+  expectOrder({"Ubar", "Über", "Uhr"});
+  expectOrder({"Elan", "elan", "Élan", "élan", "Elba"});
+  expectOrder({"Ngo", "Nguyễn", "Nha"});
+  expectOrder({"Łódź", "Log", "Lotus"});
+  expectOrder({"Άλφα", "αλφα", "Βήτα"});
+  expectOrder({"еж", "ёж", "ель", "иод", "йод"});
+}
+
+TEST(NameOrder, AnAccentMayStandBehindItsLetter) {
+  expectOrder({"Ubar", "U\u0308ber 1", "Über 1", "U\u0308ber 2", "Über 2", "Uhr"});
+}
+
+TEST(NameOrder, NumbersCountBehindOtherScriptsToo) {
+  expectOrder({"Übung 2", "übung 2", "Übung 10"});
+  expectOrder({"第2回", "第10回", "第10部"});
+}
+
+TEST(NameOrder, OtherScriptsComeBehindAsciiByTheirNumbers) {
+  expectOrder({"~", "א", "あ", "ア", "音", "\U0001F3B5"});
+}
+
+TEST(NameOrder, WhatIsNotUtf8IsTakenForLatin1) {
+  expectOrder({"Ubar", "Über", "\xDC\x62\x65r", "Uhr", "\x80"});
+  expectOrder({"\xf0\x9f\x8e", "\xff\xfe", "Z"});
 }
 
 TEST(NameOrder, NoLocaleChangesIt) {
-  std::setlocale(LC_ALL, "C.UTF-8");
-  expectOrder({"B", "a", "b", "\xc3\xa4"});
-  std::setlocale(LC_ALL, "C");
+  for (const char* locale : {"C.UTF-8", "C"}) {
+    std::setlocale(LC_ALL, locale);
+    expectOrder({"a", "ä", "B", "b"});
+  }
+}
+
+// Keys are compared as texts, so all that is left to show is that no two names share one.
+TEST(NameOrder, NoTwoNamesHaveTheSameKey) {
+  const std::vector<std::string> pieces = {"a",  "A",    "ä",    "a\u0308", "1",  "01", "10",
+                                           "00", "\xe4", "\xff", "б",       "ア", ".",  "\x01"};
+  std::vector<std::string> names = {""};
+  for (int length = 1; length <= 2; ++length) {
+    for (std::size_t index = 0, end = names.size(); index < end; ++index) {
+      for (const auto& piece : pieces) {
+        names.push_back(names[index] + piece);
+      }
+    }
+  }
+  std::map<std::string, std::string> nameOf;
+  for (const auto& name : names) {
+    EXPECT_EQ(nameOf.emplace(keyOf(name), name).first->second, name);
+  }
 }
 
 }  // namespace
