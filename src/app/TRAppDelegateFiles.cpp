@@ -1,4 +1,5 @@
 #include "TRAppDelegate.h"
+#include "UsbHold.h"
 
 namespace fillstation {
 
@@ -15,6 +16,7 @@ void TRAppDelegate::addRoots(const std::vector<Url>& urls) {
 }
 
 void TRAppDelegate::addRoot(const Url& url) {
+  const UsbHold hold;
   const auto root = TRFile::CreateTRFilesFromURL(url, cmbFileType()->currentText().toStdString());
   if (root && !filesController()->contains(*root)) {
     filesController()->addObject(root);

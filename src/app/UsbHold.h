@@ -5,7 +5,7 @@
 namespace fillstation {
 
 // Makes USB events wait for as long as it lives, so that none of their pauses begins inside a
-// dialog's loop. Main thread.
+// dialog's loop or the walk of a chosen folder. Main thread.
 class UsbHold {
  public:
   UsbHold() { platform().usbBus->hold(); }

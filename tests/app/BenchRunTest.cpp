@@ -230,5 +230,16 @@ TEST_F(BenchRunTest, AFileIsSkippedWhereItsAddressTextIsThePathOfSomething) {
   EXPECT_EQ(log.ofOthers(), std::vector<Texts>{expected});
 }
 
+TEST_F(BenchRunTest, WalksKeepTheWindowAlive) {
+  bool seen = false;
+  QMetaObject::invokeMethod(
+      &windows->window(), [&] { seen = true; }, Qt::QueuedConnection);
+  // As many short ones as make a long one.
+  for (int turn = 0; turn < 100'000 && !seen; ++turn) {
+    bench.fileManager().walk(book.path(), [](const std::string&) { return true; })->next();
+  }
+  EXPECT_TRUE(seen);
+}
+
 }  // namespace
 }  // namespace fillstation::test

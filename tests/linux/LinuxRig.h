@@ -42,7 +42,7 @@ class LinuxRig {
   PrivateBus bus;
   StandInUDisks udisks{bus.connect("stand-in")};
   StopSource stop;
-  QtMainThread mainThread{stop};
+  QtMainThread mainThread{stop, std::chrono::milliseconds(0)};
   TestLog log;
   ThreadWorkers workers{stop};
   KnownDisks known;

@@ -55,7 +55,7 @@ class LinuxSystemTest : public FakeAgentTest {
   StandInUDisks udisks{bus.connect("stand-in")};
   TempFolder folder;
   StopSource stop;
-  QtMainThread mainThread{stop};
+  QtMainThread mainThread{stop, std::chrono::milliseconds(0)};
   ThreadWorkers workers{stop};
   TestLog log;
   LinuxPlaces places;
@@ -80,6 +80,16 @@ TEST_F(LinuxSystemTest, WhatAMachineLacksIsInTheLog) {
   EXPECT_EQ(texts[1], folder.path("no-pkexec") + " is missing: no player can be formatted.\n");
   EXPECT_EQ(texts[2], folder.path("no-agent") + " is missing: no player can be formatted.\n");
   EXPECT_TRUE(texts[3].starts_with("UDisks2 can't be reached: "));
+}
+
+TEST_F(LinuxSystemTest, AWalkKeepsTheWindowAlive) {
+  begin();
+  QObject window;
+  bool seen = false;
+  QMetaObject::invokeMethod(
+      &window, [&] { seen = true; }, Qt::QueuedConnection);
+  platform().fileManager->walk(folder.path(), [](const std::string&) { return true; })->next();
+  EXPECT_TRUE(seen);
 }
 
 TEST_F(LinuxSystemTest, TheLogIsThePorts) {

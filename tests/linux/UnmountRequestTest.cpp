@@ -89,6 +89,25 @@ TEST_F(UnmountRequestTest, TwoDisksAreUnmountedAtTheSameTime) {
   EXPECT_FALSE(waiting->completed || behind->completed);
 }
 
+TEST_F(UnmountRequestTest, ACompletionWaitsForTheMainLoop) {
+  const auto identity = rig.plugIn("a");
+  rig.machine.mount(player().minor, "x");
+  rig.udisks.handler = [this](const UDisksCall&) {
+    rig.machine.unmount(player().minor);
+    return UDisksAnswer();
+  };
+  const auto request = send(&DiskSession::unmount, identity);
+  while (rig.udisks.calls.empty()) {
+    QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents);
+  }
+  // More often than any answer takes to come.
+  for (int turn = 0; turn < 2000; ++turn) {
+    rig.mainThread.keepWindowAlive();
+  }
+  EXPECT_FALSE(request->completed);
+  runLoopUntil([&] { return request->completed; });
+}
+
 TEST_F(UnmountRequestTest, ARequestWithoutADiskSaysSo) {
   EXPECT_EQ(unmount({"/dev/sdb", 0x10002}), "There is no such disk.");
 }

@@ -20,7 +20,8 @@ Bench::Bench(const std::string& folder, BenchServices services, BenchCredentials
       volumes_(withoutEndingSlash(folder), players_, services),
       bus_(withoutEndingSlash(folder), players_, volumes_, services),
       scriptRunner_(players_, volumes_, std::move(credentials)),
-      fileManager_(volumes_, services.stop) {}
+      fileManager_(volumes_, services.stop,
+                   [&mainThread = services_.mainThread] { mainThread.keepWindowAlive(); }) {}
 
 std::shared_ptr<DiskSession> Bench::createDiskSession() {
   return std::make_shared<BenchDiskSession>(players_, volumes_, services_);

@@ -25,7 +25,8 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
       owner_(known_, mounts_,
              [this] { return std::make_shared<UDisksSession>(diskServices_, order_); },
              services.stop, {}),
-      fileManager_(owner_, services.stop),
+      fileManager_(owner_, services.stop,
+                   [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
       wakefulness_(places.connect, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {

@@ -58,14 +58,16 @@ void UDisksSession::request(const std::shared_ptr<Disk>& disk, const DiskIdentit
       complete(Dissenter{"There is no such disk."});
       return;
     }
-    order.add(ours->sequence(),
-              [&services, ours, expected, complete](const DiskOrder::Ended& ended) {
-                const auto done = [complete, ended](const std::optional<Dissenter>& dissenter) {
-                  complete(dissenter);
-                  ended();
-                };
-                std::make_shared<Request>(services, ours, expected, done)->run();
-              });
+    order.add(ours->sequence(), [&services, ours, expected,
+                                 complete](const DiskOrder::Ended& ended) {
+      const auto done = [&services, complete, ended](const std::optional<Dissenter>& dissenter) {
+        services.mainThread.post([complete, ended, dissenter] {
+          complete(dissenter);
+          ended();
+        });
+      };
+      std::make_shared<Request>(services, ours, expected, done)->run();
+    });
   });
 }
 

@@ -12,10 +12,14 @@
 
 namespace fillstation {
 
-DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError)
-    : path_(std::move(folder)), onError_(std::move(onError)) {}
+DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,
+                   std::function<void()> onStep)
+    : path_(std::move(folder)), onError_(std::move(onError)), onStep_(std::move(onStep)) {}
 
 std::optional<WalkEntry> DeepWalk::next() {
+  if (onStep_) {
+    onStep_();
+  }
   if (std::exchange(enterNext_, false) && !enter()) {
     levels_.clear();
   }
@@ -76,6 +80,9 @@ bool DeepWalk::readFolder(const FileHandle& folder, Level& level) {
 }
 
 void DeepWalk::lookAt(int folder, std::string_view name, Level& level) {
+  if (onStep_) {
+    onStep_();
+  }
   Child child;
   struct stat status {};
   const bool seen = ::fstatat(folder, name.data(), &status, AT_SYMLINK_NOFOLLOW) == 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,7 +17,9 @@ namespace fillstation {
 // once. One thread.
 class DeepWalk : public DirectoryWalk {
  public:
-  DeepWalk(std::string folder, FileManager::WalkErrorHandler onError);
+  // onStep, if there is one, is called for each entry when it is looked at and when it is yielded.
+  DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,
+           std::function<void()> onStep = {});
 
   std::optional<WalkEntry> next() override;
 
@@ -51,10 +54,11 @@ class DeepWalk : public DirectoryWalk {
   bool readFolder(const FileHandle& folder, Level& level);
   // Appends the entry of that name (a null byte is behind it), unless it is a link to nothing or to
   // a folder.
-  static void lookAt(int folder, std::string_view name, Level& level);
+  void lookAt(int folder, std::string_view name, Level& level);
 
   std::string path_;  // of the entry that was yielded last
   FileManager::WalkErrorHandler onError_;
+  std::function<void()> onStep_;
   std::vector<Level> levels_;
   std::vector<char> entries_ = std::vector<char>(kEntries);  // as the kernel gives them
   Level spare_;            // a level that is done with, for its memory

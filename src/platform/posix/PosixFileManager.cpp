@@ -25,7 +25,7 @@ std::optional<std::int64_t> PosixFileManager::fileSize(const std::string& path) 
 
 std::unique_ptr<DirectoryWalk> PosixFileManager::walk(const std::string& folder,
                                                       WalkErrorHandler onError) {
-  return std::make_unique<DeepWalk>(folder, std::move(onError));
+  return std::make_unique<DeepWalk>(folder, std::move(onError), onStep_);
 }
 
 std::shared_ptr<Volume> PosixFileManager::openVolume(const std::string& mountPath,

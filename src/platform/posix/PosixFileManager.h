@@ -1,8 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "FileManager.h"
 #include "PosixVolume.h"
@@ -15,8 +17,10 @@ namespace fillstation {
 // thread; owner and stop source outlive it and the volumes that it opened.
 class PosixFileManager : public FileManager {
  public:
-  // A copy in progress fails when the stop is requested.
-  PosixFileManager(VolumeOwner& owner, const StopSource& stop) : owner_(owner), stop_(stop) {}
+  // A copy in progress fails when the stop is requested. A walk calls onStep, if there is one,
+  // again and again: it may take long.
+  PosixFileManager(VolumeOwner& owner, const StopSource& stop, std::function<void()> onStep = {})
+      : owner_(owner), stop_(stop), onStep_(std::move(onStep)) {}
 
   bool fileExists(const std::string& path, bool* isDirectory = nullptr) override;
   std::optional<std::int64_t> fileSize(const std::string& path) override;
@@ -31,6 +35,7 @@ class PosixFileManager : public FileManager {
 
   VolumeOwner& owner_;
   const StopSource& stop_;
+  const std::function<void()> onStep_;
 };
 
 }  // namespace fillstation

@@ -21,6 +21,10 @@ class MainLoopQueue {
 
   void add(std::function<void()> callable);
 
+  // In between no callable is begun. Main thread.
+  void hold() { notifier_.setEnabled(false); }
+  void resume() { notifier_.setEnabled(true); }
+
  private:
   // Runs what is in the queue now; a callable's nested loop may have run some of it already.
   void runPresent();

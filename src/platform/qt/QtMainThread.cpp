@@ -78,4 +78,15 @@ void QtMainThread::post(std::function<void()> callable) {
   });
 }
 
+void QtMainThread::keepWindowAlive() {
+  if (!isHere()) {
+    return;
+  }
+  if (!longWork_) {
+    longWork_ = std::make_unique<LongWork>(queue_, pace_);
+    queue_.add([this] { longWork_ = nullptr; });
+  }
+  longWork_->step();
+}
+
 }  // namespace fillstation

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <thread>
 
+#include "LongWork.h"
 #include "MainLoopQueue.h"
 #include "MainThread.h"
 #include "StopSource.h"
@@ -14,7 +17,10 @@ namespace fillstation {
 // it.
 class QtMainThread : public MainThread {
  public:
-  explicit QtMainThread(StopSource& stop) : stop_(stop) {}
+  // The pace of keepWindowAlive().
+  explicit QtMainThread(StopSource& stop,
+                        std::chrono::milliseconds pace = std::chrono::milliseconds(50))
+      : stop_(stop), pace_(pace) {}
 
   // A callable that has begun is waited for even when the stop is requested meanwhile (and the
   // answer is true); one that has not begun by then never begins.
@@ -25,6 +31,11 @@ class QtMainThread : public MainThread {
   // dropped once the stop is requested. Any thread.
   void post(std::function<void()> callable);
 
+  // For work that keeps the main thread, to be called again and again: once per pace, and not
+  // before the work has lasted as long, the window is repainted and obeys closing (see LongWork).
+  // Everything else waits for the main loop. Does nothing on another thread.
+  void keepWindowAlive();
+
   // True on the main thread.
   bool isHere() const { return std::this_thread::get_id() == main_; }
 
@@ -33,7 +44,9 @@ class QtMainThread : public MainThread {
 
   const std::thread::id main_ = std::this_thread::get_id();
   StopSource& stop_;
+  const std::chrono::milliseconds pace_;
   MainLoopQueue queue_;
+  std::unique_ptr<LongWork> longWork_;  // until the loop is back
 };
 
 }  // namespace fillstation

@@ -95,6 +95,22 @@ TEST_F(PosixFileManagerTest, TheVolumeIsKnownByItsPathWithOrWithoutSlash) {
   EXPECT_EQ(test::contentOf(mount + "/a"), "abc");
 }
 
+TEST_F(PosixFileManagerTest, AWalkTellsOfEachStep) {
+  for (int number = 0; number < 100; ++number) {
+    folder_.write(std::to_string(number), "x");
+  }
+  int steps = 0;
+  PosixFileManager files(owner_, stop_, [&] { ++steps; });
+  const auto walk = files.walk(folder_.path(), [](const std::string&) { return true; });
+  EXPECT_TRUE(walk->next());
+  // While the folder is read,
+  EXPECT_EQ(steps, 101);
+  while (walk->next()) {
+  }
+  // and afterwards.
+  EXPECT_EQ(steps, 201);
+}
+
 TEST_F(PosixFileManagerTest, AStopReachesItsVolumes) {
   const std::string source = folder_.write("source", "abc");
   const std::string mount = folder_.makeFolder("mount");

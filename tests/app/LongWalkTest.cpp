@@ -1,0 +1,157 @@
+#include <QWindow>
+
+#include "QtMainThread.h"
+#include "TempFolder.h"
+#include "WindowTest.h"
+
+namespace fillstation::test {
+namespace {
+
+// A folder is chosen whose walk takes so long, by its own measure, that each entry is a pause.
+class LongWalkTest : public WindowTest {
+ protected:
+  LongWalkTest() {
+    platform().fileManager = &walkedFiles;
+    for (const char* name : {"1.mp3", "2.mp3", "3.mp3", "4.mp3"}) {
+      album.write(name, "x");
+    }
+    launch();
+  }
+
+  // Chooses the folder and does this in the middle of its walk.
+  void choose(const std::function<void()>& act) {
+    controller().setOpenPanel([this, act](const std::string&) {
+      if (++choices > 1) {
+        return std::vector<Url>();
+      }
+      QMetaObject::invokeMethod(
+          &windows->window(),
+          [this, act] {
+            EXPECT_TRUE(windows->songs()->list()->empty());
+            act();
+          },
+          Qt::QueuedConnection);
+      return std::vector{Url::fromPath(album.path(), true)};
+    });
+    click(ui().btnBrowse);
+    EXPECT_EQ(choices, 1);
+    EXPECT_EQ(windows->songs()->list()->size(), 1U);
+  }
+  QWindow* screenWindow() const { return windows->window().windowHandle(); }
+  QPoint centerOf(const QWidget* widget) const {
+    return widget->mapTo(&windows->window(), widget->rect().center());
+  }
+
+  TempFolder album;
+  StopSource stop;
+  QtMainThread mainThread{stop, std::chrono::milliseconds(0)};
+  MachineFiles::NoOwner nobody;
+  PosixFileManager walkedFiles{nobody, stop, [this] { mainThread.keepWindowAlive(); }};
+  int choices = 0;
+};
+
+// Counts what is painted.
+class PaintCount : public QObject {
+ public:
+  explicit PaintCount(QObject* painted) { painted->installEventFilter(this); }
+  bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
+    paints += event->type() == QEvent::Paint ? 1 : 0;
+    return false;
+  }
+  int paints = 0;
+};
+
+TEST_F(LongWalkTest, TheWindowIsRepaintedUnderAWaitCursor) {
+  settle();
+  const PaintCount count(ui().btnStart);
+  choose([&] {
+    ASSERT_NE(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    ui().btnStart->update();
+  });
+  EXPECT_GT(count.paints, 0);
+  settle();
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(LongWalkTest, TheWindowObeysClosing) {
+  choose([this] {
+    EXPECT_EQ(endings, 0);
+    QCoreApplication::postEvent(screenWindow(), new QCloseEvent);
+  });
+  EXPECT_EQ(endings, 1);
+}
+
+TEST_F(LongWalkTest, ClicksAndKeysWait) {
+  addPlayer("sdb");
+  const QString type = ui().cmbFileType->currentText();
+  choose([&] {
+    ui().cmbFileType->setFocus();
+    QTest::keyClick(screenWindow(), Qt::Key_X);
+    QTest::mouseClick(screenWindow(), Qt::LeftButton, {}, centerOf(ui().btnAll));
+  });
+  EXPECT_FALSE(tick(0)->isChecked());
+  EXPECT_EQ(ui().cmbFileType->currentText(), type);
+  settle();
+  EXPECT_TRUE(tick(0)->isChecked());
+  EXPECT_NE(ui().cmbFileType->currentText(), type);
+}
+
+TEST_F(LongWalkTest, AShortcutWaits) {
+  choose([this] { QTest::keyClick(screenWindow(), Qt::Key_O, Qt::ControlModifier); });
+  settle();
+  EXPECT_EQ(choices, 2);
+}
+
+TEST_F(LongWalkTest, WhatIsDraggedHereIsRefused) {
+  QMimeData things;
+  things.setUrls({QUrl::fromLocalFile(QStringLiteral("/tmp"))});
+  const auto isTaken = [&] {
+    QDragEnterEvent enter(centerOf(ui().lstFiles), Qt::CopyAction, &things, Qt::LeftButton,
+                          Qt::NoModifier);
+    QCoreApplication::sendEvent(screenWindow(), &enter);
+    return enter.isAccepted();
+  };
+  EXPECT_TRUE(isTaken());
+  choose([&] { EXPECT_FALSE(isTaken()); });
+  settle();
+  EXPECT_TRUE(isTaken());
+}
+
+TEST_F(LongWalkTest, CompletionsAndTimersWait) {
+  bool completed = false;
+  bool timedOut = false;
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, [&] { timedOut = true; });
+  choose([&] {
+    mainThread.post([&] { completed = true; });
+    timer.start(0);
+  });
+  EXPECT_FALSE(completed || timedOut);
+  runUntil([&] { return completed && timedOut; });
+}
+
+TEST_F(LongWalkTest, UsbEventsWait) {
+  bus.calls.clear();
+  choose([this] { EXPECT_EQ(bus.calls, Texts{"hold"}); });
+  EXPECT_EQ(bus.calls, (Texts{"hold", "resume"}));
+}
+
+TEST_F(LongWalkTest, AShortWalkIsNotInterrupted) {
+  QtMainThread hurried(stop, std::chrono::hours(1));
+  PosixFileManager quick(nobody, stop, [&] { hurried.keepWindowAlive(); });
+  platform().fileManager = &quick;
+  bool acted = false;
+  controller().setOpenPanel([&](const std::string&) {
+    QMetaObject::invokeMethod(
+        &windows->window(), [&] { acted = true; }, Qt::QueuedConnection);
+    return std::vector{Url::fromPath(album.path(), true)};
+  });
+  click(ui().btnBrowse);
+  EXPECT_FALSE(acted);
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+  settle();
+}
+
+}  // namespace
+}  // namespace fillstation::test
