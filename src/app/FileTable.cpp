@@ -10,6 +10,8 @@
 #include <QMimeData>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
 
 #include "DisplayText.h"
 #include "FileTableModel.h"
@@ -94,7 +96,8 @@ FileTable::FileTable(QWidget* parent)
 }
 
 void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
-  rows_ = new FileTableModel(std::move(songs), this);
+  songs_ = std::move(songs);
+  rows_ = new FileTableModel(songs_, this);
   setModel(rows_);
   horizontalHeader()->setSectionResizeMode(FileTableModel::kPath, QHeaderView::Stretch);
   horizontalHeader()->setSectionResizeMode(FileTableModel::kName, QHeaderView::Stretch);
@@ -103,8 +106,30 @@ void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
 
 void FileTable::reloadData() {
   clickedRow_ = -1;
+  const TRFileList before = std::exchange(shown_, *songs_->list());
+  const auto selected = selectedRowIndexes();
+  const int current = currentIndex().row();
   rows_->reload();
+  auto from = before.begin();
+  for (int row = 0; row < rows_->rowCount(); ++row) {
+    const auto found = std::find(from, before.end(), shown_[static_cast<std::size_t>(row)]);
+    if (found != before.end()) {
+      const auto rowBefore = found - before.begin();
+      takeOver(row, selected.contains(static_cast<std::size_t>(rowBefore)), rowBefore == current);
+      from = found + 1;
+    }
+  }
   hint_->setVisible(rows_->rowCount() == 0);
+}
+
+void FileTable::takeOver(int row, bool isSelected, bool isCurrent) {
+  const QModelIndex index = rows_->index(row, 0);
+  if (isSelected) {
+    selectionModel()->select(index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+  }
+  if (isCurrent) {
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+  }
 }
 
 bool FileTable::isRowSelected(long row) const {
@@ -115,8 +140,11 @@ std::size_t FileTable::numberOfSelectedRows() const { return selectedRowIndexes(
 
 std::set<std::size_t> FileTable::selectedRowIndexes() const {
   std::set<std::size_t> rows;
-  for (const QModelIndex& index : selectionModel()->selectedRows()) {
-    rows.insert(static_cast<std::size_t>(index.row()));
+  // Not by selectedRows(), which leaves out those that the list, but not the table yet, has lost.
+  for (const QItemSelectionRange& range : selectionModel()->selection()) {
+    for (int row = range.top(); row <= range.bottom(); ++row) {
+      rows.insert(static_cast<std::size_t>(row));
+    }
   }
   return rows;
 }

@@ -32,6 +32,7 @@ class FileTable : public QTableView, public TableView {
   // The menu of right clicks and of the keyboard's menu key.
   void setContextMenu(QMenu* menu) { menu_ = menu; }
 
+  // Selection and current row stay with the roots that are still listed.
   void reloadData() override;
 
   // The row under the pointer when the context menu was last asked for (with the keyboard: the
@@ -56,6 +57,11 @@ class FileTable : public QTableView, public TableView {
   void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
+  // What a reload has found out of this row.
+  void takeOver(int row, bool isSelected, bool isCurrent);
+
+  std::shared_ptr<TRSongsTVC> songs_;
+  TRFileList shown_;  // the roots of the rows, as of the last reload
   FileTableModel* rows_ = nullptr;
   QMenu* menu_ = nullptr;
   QLabel* hint_;

@@ -163,6 +163,37 @@ TEST_F(FileTableTest, SelectsWholeRowsAndEditsNothing) {
   EXPECT_EQ(table().editTriggers(), QAbstractItemView::NoEditTriggers);
 }
 
+TEST_F(FileTableTest, AChangeOfTheListKeepsSelectionAndCurrentRowOfWhatRemains) {
+  for (const char* path : {"/a", "/b", "/c", "/d"}) {
+    addRoot(path, 1);
+  }
+  const auto select = [this](int row) {
+    table().selectionModel()->select(model().index(row, 0),
+                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
+  };
+  select(1);
+  select(3);
+  table().selectionModel()->setCurrentIndex(model().index(2, 0), QItemSelectionModel::NoUpdate);
+  addRoot("/e", 1);
+  EXPECT_EQ(table().selectedRowIndexes(), (std::set<std::size_t>{1, 3}));
+  EXPECT_EQ(table().currentIndex().row(), 2);
+  windows->songs()->removeTRFiles({0, 1});
+  EXPECT_EQ(cell(1, 2), QStringLiteral("/d"));
+  EXPECT_EQ(table().selectedRowIndexes(), std::set<std::size_t>{1});
+  EXPECT_EQ(table().currentIndex().row(), 0);
+  windows->songs()->removeAllTRFiles();
+  EXPECT_EQ(table().numberOfSelectedRows(), 0U);
+}
+
+TEST_F(FileTableTest, AfterARemovalOfTheSelectedRowsNothingIsSelected) {
+  addRoot("/a", 1);
+  addRoot("/b", 1);
+  table().selectRow(0);
+  QTest::keyClick(&table(), Qt::Key_Delete);
+  QTest::keyClick(&table(), Qt::Key_Delete);
+  EXPECT_EQ(model().rowCount(), 1);
+}
+
 TEST_F(FileTableTest, ColumnsFillTheTableAndLongTextsAreCutInTheMiddle) {
   windows->window().resize(720, 480);
   addRoot("/" + std::string(200, 'x'), 7948206080);
