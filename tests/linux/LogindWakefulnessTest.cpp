@@ -74,12 +74,12 @@ class LogindWakefulnessTest : public ::testing::Test {
   LogindWakefulness wakefulness{[this](const QString& name) { return bus.connect(name); }, log};
 };
 
-TEST_F(LogindWakefulnessTest, SleepIsBlockedUntilThePointerGoes) {
+TEST_F(LogindWakefulnessTest, SleepAndTheLidAreBlockedUntilThePointerGoes) {
   auto awake = wakefulness.keepAwake("Players are being filled");
   runUntil([&] { return static_cast<bool>(logind.watched); });
   EXPECT_EQ(logind.called, QStringLiteral("org.freedesktop.login1.Manager.Inhibit"));
-  EXPECT_EQ(logind.arguments,
-            (QVariantList{"sleep", "Fillstation", "Players are being filled", "block"}));
+  EXPECT_EQ(logind.arguments, (QVariantList{"sleep:handle-lid-switch", "Fillstation",
+                                            "Players are being filled", "block"}));
   settle();
   EXPECT_FALSE(logind.isReleased());
   awake = nullptr;

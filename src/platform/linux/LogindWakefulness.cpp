@@ -17,8 +17,8 @@ std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
   auto message = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
       QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("Inhibit"));
-  message << QStringLiteral("sleep") << QStringLiteral("Fillstation") << QString::fromStdString(why)
-          << QStringLiteral("block");
+  message << QStringLiteral("sleep:handle-lid-switch") << QStringLiteral("Fillstation")
+          << QString::fromStdString(why) << QStringLiteral("block");
   const auto inhibitor = std::make_shared<std::optional<QDBusUnixFileDescriptor>>();
   auto* const watcher = new QDBusPendingCallWatcher(connect_(name).asyncCall(message), &calls_);
   const auto answered = [this, watcher, waiting = std::weak_ptr(inhibitor)] {

@@ -8,9 +8,10 @@
 
 namespace fillstation {
 
-// Wakefulness by an inhibitor of systemd's login manager on the system bus: a descriptor that the
-// manager watches, so that it ends with the process in any case. A machine without that manager, or
-// one that refuses, gets a line in the log. Main thread; the log outlives it.
+// Wakefulness, with the lid closed too, by an inhibitor of systemd's login manager on the system
+// bus: a descriptor that the manager watches, so that it ends with the process in any case. A
+// machine without that manager, or one that refuses, gets a line in the log. Main thread; the log
+// outlives it.
 class LogindWakefulness : public Wakefulness {
  public:
   LogindWakefulness(BusConnector connect, SystemLog& log)
