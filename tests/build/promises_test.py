@@ -11,9 +11,10 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 NAME = re.compile(r"`([A-Z]\w+\.[A-Z]\w+|(?:scenario|fuzzer|test):[^`]+)`")
-CASE = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)")
+CASE = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", re.MULTILINE)
 SCENARIO = re.compile(r"^@(scenario|short_scenario)\ndef (\w+)", re.MULTILINE)
-TYPED = re.compile(r"\bTYPED_TEST(?:_P)?\(\s*(\w+),\s*(\w+)\)")
+TYPED = re.compile(r"^TYPED_TEST(?:_P)?\(\s*(\w+),\s*(\w+)\)", re.MULTILINE)
+COMMENT = re.compile(r"#.*")
 
 
 def scenarios(root):
@@ -26,13 +27,22 @@ def known(root):
     """The names of all tests in the tree."""
     names = set()
     for source in (root / "tests").rglob("*.[ch]*"):
-        text = source.read_text(encoding="utf-8", errors="replace")
-        names.update(".".join(match) for match in CASE.findall(text) + TYPED.findall(text))
+        names.update(cases(source.read_text(encoding="utf-8", errors="replace")))
     names.update(f"scenario:{name}" for _, name in scenarios(root))
     names.update(f"fuzzer:{folder.name}" for folder in (root / "tests/fuzz/corpus").glob("*"))
     for lists in (root / "tests").rglob("CMakeLists.txt"):
-        names.update(f"test:{name}" for name in re.findall(r'NAME "([^"]+)"', lists.read_text()))
+        names.update(ctests(lists.read_text()))
     return names
+
+
+def cases(text):
+    """The names of GoogleTest's cases in a source; what stands in a comment is none."""
+    return [".".join(match) for match in CASE.findall(text) + TYPED.findall(text)]
+
+
+def ctests(text):
+    """The names of ctest's tests in a CMakeLists.txt."""
+    return [f"test:{name}" for name in re.findall(r'NAME "([^"]+)"', COMMENT.sub("", text))]
 
 
 def missing(document, names):
@@ -66,6 +76,9 @@ def main():
     late = {"scenario:a", "scenario:b"}
     assert unguarded("- x:\n  `scenario:a`, `scenario:b`.\n- y: `scenario:a`, `test:c`.\n- z.", late) == [
         ["scenario:a", "scenario:b"]], "the check lets a promise pass that nothing holds"
+    # A name in a comment is no test's.
+    assert cases("TEST_F(A, B) {\n  // TEST_F(A, C) was here\n// TEST(A, D) {\n") == ["A.B"]
+    assert ctests('add_test(NAME "a"\n# add_test(NAME "b"\n') == ["test:a"]
 
 
 if __name__ == "__main__":
