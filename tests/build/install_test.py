@@ -8,11 +8,13 @@ from pathlib import Path
 
 EXPECTED = {
     "bin/fillstation",
+    "bin/fillstation-check",
     "lib/udev/rules.d/60-fillstation.rules",
     "libexec/fillstation/fillstation-agent",
     "share/applications/fillstation.desktop",
     "share/icons/hicolor/scalable/apps/fillstation.svg",
     "share/icons/hicolor/symbolic/apps/fillstation-symbolic.svg",
+    "share/man/man1/fillstation-check.1",
     "share/man/man1/fillstation.1",
     "share/metainfo/example.fillstation.fillstation.metainfo.xml",
 }

@@ -17,7 +17,7 @@ echo "$*" >>../seen
 '''
 EXTRACT = '''
 mkdir -p "$3"/usr/share/{applications,metainfo,man/man1}
-touch "$3"/usr/share/{applications/a.desktop,metainfo/a.xml,man/man1/fillstation.1.gz}
+touch "$3"/usr/share/{applications/a.desktop,metainfo/a.xml,man/man1/fillstation{,-check}.1.gz}
 '''
 
 
@@ -112,7 +112,7 @@ class PackageScript(unittest.TestCase):
 
     def test_a_package_with_faults_is_not_handed_out(self):
         for tool, body in (("lintian", "exit 2"), ("desktop-file-validate", "exit 1"),
-                           ("appstreamcli", "exit 3"), ("man", "echo warning >&2"),
+                           ("appstreamcli", "exit 3"), ("man", '[[ "$*" != *-check.1.gz* ]] || echo warning >&2'),
                            ("dpkg-buildpackage", "exit 1")):
             with self.subTest(tool=tool):
                 whole = (self.bin / tool).read_text()

@@ -43,7 +43,8 @@ class Package(unittest.TestCase):
         version = first(r"^project\(fillstation VERSION ([\d.]+)", "CMakeLists.txt")
         self.assertEqual(first(r"^fillstation \((.*?)\)", "debian/changelog"), version)
         self.assertEqual(self.metainfo.find("releases/release").get("version"), version)
-        self.assertEqual(first(r'^\.TH .* "Fillstation ([\d.]+)"', "data/fillstation.1"), version)
+        for page in ("data/fillstation.1", "data/fillstation-check.1"):
+            self.assertEqual(first(r'^\.TH .* "Fillstation ([\d.]+)"', page), version)
 
     def test_there_is_one_name(self):
         name = first(r'setDesktopFileName\(QStringLiteral\("(\w+)"\)', "src/app/AppRunner.cpp")

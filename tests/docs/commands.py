@@ -5,7 +5,8 @@ import re
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-DOCUMENTS = ("README.md", "docs/troubleshooting.md", "data/fillstation.1")
+DOCUMENTS = ("README.md", "docs/troubleshooting.md", "data/fillstation.1",
+             "data/fillstation-check.1")
 
 # In .ci/run, by this command, which has to be one of its steps.
 InCI = collections.namedtuple("InCI", "step")
@@ -26,6 +27,7 @@ HOW = {
     "./test": InCI("./test --werror"),
     "tests/vm/run": InCI("tests/vm/run --short"),
     "fillstation": InBox("end event", ends=False),
+    "fillstation-check Audio -- /media/*/????-????": InBox(": equal, "),
     "sudo apt install ./fillstation_*.deb": InScenario(),
     "sudo apt install --reinstall ./fillstation_*.deb": InScenario(),
     "sudo apt purge fillstation": InScenario(),
