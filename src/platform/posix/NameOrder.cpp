@@ -76,7 +76,7 @@ constexpr auto kPlain = [] {
   return plain;
 }();
 
-// Written behind their letter, as macOS does.
+// Behind their letter, as some file systems write names.
 bool isCombiningAccent(char32_t point) { return point >= 0x300 && point <= 0x36F; }
 
 std::u32string pointsOf(std::string_view name) {
@@ -135,10 +135,12 @@ void appendText(const Text& text, std::string& keys) {
   const auto* at = text.data();
   const auto* const end = at + text.size();
   while (at != end) {
-    if (isDigit(*at)) {
+    const auto sign = static_cast<char32_t>(*at);
+    if (isDigit(sign)) {
       at = appendNumber(at, end, keys);
     } else {
-      appendSign(*at++, keys);
+      appendSign(sign, keys);
+      ++at;
     }
   }
 }
