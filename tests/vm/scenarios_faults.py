@@ -23,6 +23,16 @@ FAILING = {
     "back": SLOW,
 }
 SOUND = {"auto": BLANK, "twin1": TWIN, "twin2": TWIN, "whole": SLOW}
+SMALLER = "that claim to be 1 GiB; what is behind them"
+# Where each lie begins and ends, in KiB. The long scenario writes 70 MiB, 2 of them tables.
+LESS = {"drops": (["drops", 8 << 10], f"8 MiB {SMALLER} is dropped")}
+LIES = {
+    "drops": (["drops", 64 << 10], f"64 MiB {SMALLER} is dropped"),
+    "wraps": (["wraps", 64 << 10], f"64 MiB {SMALLER} goes to the beginning"),
+    "tables": (["wraps", 69 << 10], f"69 MiB {SMALLER} overwrites boot sector and tables, no file"),
+    "wears": (["wears", 36000, 37400], "a worn piece of 2 % reads as noise"),
+    "fails": (["fails", 36000, 37400], "a piece of 2 % can't be read"),
+}
 MOUNT_RULE = "/etc/polkit-1/rules.d/10-refused.rules"
 REFUSE_MOUNT = """polkit.addRule(function(action, subject) {
     if (action.id == "org.freedesktop.udisks2.filesystem-mount" &&
@@ -192,6 +202,34 @@ def media_that_fail(box):
         expect_equal(box.user(f"cat '{place}/kept.txt'")["out"], "kept\n", "the open file")
         box.session("stop", "reader")
         run.eject(staying=("twin1", "twin2"))
+
+
+@scenario
+def media_that_lie(box):
+    _fill_liars(box, LIES, chapters=2, tracks=17, track_kb=2048)
+
+
+@short_scenario
+def medium_that_holds_less_than_it_claims(box):
+    _fill_liars(box, LESS, chapters=2, tracks=3, track_kb=2048)
+
+
+def _fill_liars(box, lies, **shape):
+    """Fills players that take everything and hold something else, and a sound one like them."""
+    book = make_book(box, **shape)
+    media = {**{name: lie for name, (lie, _) in lies.items()}, "whole": ["drops", 1024 << 10]}
+    _plug(box, {name: {"content": {"size_mb": 1024, "shelf": {"kind": "lying", "lie": lie}}}
+                for name, lie in media.items()})
+    with operator(box) as person:
+        _prepare(person, len(media))
+        run = FaultRun(box, person, book, media, ["foreign"])
+        person.ask()
+        for name, (_, text) in lies.items():
+            run.case(name, text)
+        run.begin()
+        run.end(600)
+        expect_equal(person.journal().count("copy Done!!!\n"), len(media), "how many copies have ended")
+        run.eject()
 
 
 def _arrives(box, person, run):

@@ -1,21 +1,26 @@
-"""Places of their own for media that are to fail: a small one, or one that can be made to stall."""
+"""Places of their own for media that are to fail: a small one, one that can be made to stall, or one
+that lies."""
 
 import pathlib
 import subprocess
+import sys
 
 PLACES = pathlib.Path("/run/box-shelves")
 PATIENCE = "600"  # seconds until the kernel gives up a medium that doesn't answer
 KEPT = pathlib.Path("/box/out")  # a folder of the machine outside
+LIAR = pathlib.Path(__file__).with_name("liar.py")
 
 
-def make(name, kind, size_mb):
+def make(name, kind, size_mb=0, lie=()):
     """A file system for one medium; on "tmpfs" its writes fail once that much has been written, on
-    "ext4" they can be stalled, and on "kept", too, which outlives the box. Returns the path of the
-    medium on it."""
+    "ext4" they can be stalled, and on "kept", too, which outlives the box; on "lying" it lies as it
+    is told, see liar.py. Returns the path of the medium on it."""
     place = PLACES / name
     place.mkdir(parents=True)
     if kind == "tmpfs":
         subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size_mb}m", "none", place], check=True)
+    elif kind == "lying":
+        subprocess.run([sys.executable, "-B", LIAR, place, _image(name), *map(str, lie)], check=True)
     else:
         image = _image(name)
         if kind == "kept":
