@@ -57,9 +57,9 @@ def texts_of(name, source, indirect=None):
 
 
 def sources():
-    """Everything that the program is made of. The virtual bench isn't in it."""
+    """Everything that the window is made of; the virtual bench and other commands are not in it."""
     return [path for path in sorted((ROOT / "src").rglob("*"))
-            if path.suffix in (".h", ".cpp") and "bench" not in path.parts]
+            if path.suffix in (".h", ".cpp") and not {"bench", "check"} & set(path.parts)]
 
 
 def texts_of_the_program():

@@ -46,10 +46,12 @@ TEST_F(PosixVolumeTest, RefusesDestinationsThatAreNotOnTheVolume) {
   EXPECT_EQ(entries(), 0U);
 }
 
-TEST_F(PosixVolumeTest, NamesWithDotsAreNamesLikeOthers) {
-  EXPECT_TRUE(volume_.createDirectory(at("...")));
-  EXPECT_TRUE(volume_.copyItem(source_, at(".../..a")));
+TEST_F(PosixVolumeTest, DotsAtTheEndOfANameAreLeftOut) {
+  EXPECT_TRUE(volume_.createDirectory(at("A...")));
+  EXPECT_TRUE(volume_.copyItem(source_, at("A.../..a.")));
+  EXPECT_TRUE(exists(at("A/..a")));
   EXPECT_TRUE(volume_.copyItem(source_, at(".hidden")));
+  EXPECT_FALSE(volume_.createDirectory(at("...")));
 }
 
 TEST_F(PosixVolumeTest, TheMountPathItselfExistsAlready) {
