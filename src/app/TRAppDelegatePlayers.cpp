@@ -34,9 +34,9 @@ void TRAppDelegate::updateUsbInfo(UsbDeviceInfo* record) {
 }
 
 void TRAppDelegate::takeMedia() {
-  // A run is for the media that were there when it began.
-  const BusyIndicator* const busy = pbCircle();
-  if (busy != nullptr && busy->isAnimating()) {
+  // From Start to the summary the players are those that were ticked then, media included.
+  const QWidget* const start = btnStart();
+  if (start == nullptr || !start->isEnabled()) {
     return;
   }
   const auto controller = playerController();

@@ -23,6 +23,7 @@ void TRAppDelegate::btnPassCancel(QObject* /*sender*/) {
   enableView(true);
   giveFocusBack();
   logText("\nSelection !\n");
+  takeMedia();
 }
 
 void TRAppDelegate::btnPassOk(QObject* /*sender*/) {
@@ -39,6 +40,7 @@ void TRAppDelegate::btnPassOk(QObject* /*sender*/) {
     Alert::run(window(), "You'v entered invalid password.");
     enableView(true);
     giveFocusBack();
+    takeMedia();
     return;
   }
   startRun(players, files, userName, userPass);

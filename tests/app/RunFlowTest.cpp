@@ -229,9 +229,26 @@ TEST_F(RunFlowTest, TheResultStopsTheIndicatorAndEnablesTheControlsAfterTheSumma
   EXPECT_TRUE(logTexts().empty());
 }
 
+TEST_F(RunFlowTest, AMediumThatChangesBehindThePanelIsTakenWhenItCloses) {
+  const auto player = addPlayer("sdb", 4096);
+  click(ui().btnStart);
+  bus.changeMedium("/dev/sdb", 8192);
+  settle();
+  EXPECT_EQ(player->size().value(), 4096);
+  click(panelUi().btnPassCancel);
+  EXPECT_EQ(player->size().value(), 8192);
+  click(ui().btnStart);
+  bus.changeMedium("/dev/sdb", 4096);
+  settle();
+  EXPECT_EQ(player->size().value(), 8192);
+  answerAlert();
+  click(panelUi().btnPassOk);
+  EXPECT_EQ(player->size().value(), 4096);
+}
+
 TEST_F(RunFlowTest, AMediumThatChangesDuringARunIsTakenAtItsEnd) {
   const auto player = addPlayer("sdb", 4096);
-  ui().pbCircle->startAnimation();
+  click(ui().btnStart);
   bus.changeMedium("/dev/sdb", 8192);
   settle();
   EXPECT_EQ(player->size().value(), 4096);
