@@ -10,7 +10,9 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <future>
+#include <thread>
 
 #include "FileHandle.h"
 #include "TempFolder.h"
@@ -46,6 +48,23 @@ class JournalLogTest : public ::testing::Test {
       ++count;
     }
     return count;
+  }
+  // Has the journal hold as many entries as it can.
+  void fill() const {
+    const FileHandle other(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    while (::sendto(other.get(), "other", 5, 0, reinterpret_cast<const sockaddr*>(&address),
+                    sizeof(address)) >= 0) {
+    }
+  }
+  // Whether a thread of ours has something to do: it waits for nothing and has not ended.
+  static bool isRunning(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string words;
+    std::getline(status, words);
+    return words.find(") R ") != std::string::npos;
   }
   // Writes that many texts, and says whether nothing had to be read for that.
   bool writesAtOnce(JournalLog& log, int count, const std::string& text) const {
@@ -147,7 +166,7 @@ TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverything) {
 TEST_F(JournalLogTest, AJournalThatDoesNotReadKeepsNobodyWaitingAndIsToldHowMuchItMissed) {
   constexpr int kTexts = 2000;
   listen();
-  JournalLog log(stream, socketPath);
+  JournalLog log(stream, socketPath, std::chrono::milliseconds(1));
   EXPECT_TRUE(writesAtOnce(log, kTexts, "one"));
   EXPECT_EQ(streamed().size(), kTexts * 4U);
   const int taken = takeEntries();
@@ -164,13 +183,35 @@ TEST_F(JournalLogTest, AStreamThatLeadsToTheJournalThatDoesNotReadIsNotWaitedFor
   constexpr int kTexts = 2000;
   listen();
   connectStream();
-  JournalLog log(stream, socketPath);
+  JournalLog log(stream, socketPath, std::chrono::milliseconds(1));
   EXPECT_TRUE(writesAtOnce(log, kTexts, std::string(1000, 'x')));
   char first = 0;
   EXPECT_EQ(::recv(streamsEnd.get(), &first, 1, MSG_DONTWAIT), 1);
   const int taken = takeEntries();
   log.write("two");
   EXPECT_NE(entry().find("MISSED=" + std::to_string(kTexts - taken) + "\n"), std::string::npos);
+}
+
+TEST_F(JournalLogTest, AJournalThatIsSlowerThanWeAreGetsEverything) {
+  listen();
+  JournalLog log(stream, socketPath, std::chrono::minutes(1));
+  fill();
+  std::promise<pid_t> started;
+  auto written = std::async(std::launch::async, [&] {
+    started.set_value(::gettid());
+    log.write("late");
+  });
+  const pid_t writer = started.get_future().get();
+  while (isRunning(writer) &&
+         written.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+    std::this_thread::yield();
+  }
+  std::string last;
+  for (std::string next = entry(); !next.empty(); next = entry()) {
+    last = next;
+  }
+  written.get();
+  EXPECT_TRUE((last.ends_with("late\n") ? last : entry()).ends_with("late\n"));
 }
 
 TEST_F(JournalLogTest, AJournalThatComesLaterIsUsed) {

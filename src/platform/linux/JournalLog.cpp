@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 #include <cerrno>
@@ -51,12 +52,16 @@ bool takesMore(std::FILE* stream) {
 
 }  // namespace
 
-JournalLog::JournalLog(std::FILE* stream, std::string socketPath)
+JournalLog::JournalLog(std::FILE* stream, std::string socketPath,
+                       std::chrono::milliseconds patience)
     : file_(stream),
       stream_(stream),
       socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
       socketPath_(std::move(socketPath)),
-      streamIsJournal_(isJournal(stream)) {}
+      streamIsJournal_(isJournal(stream)) {
+  const timeval limit{patience.count() / 1000, patience.count() % 1000 * 1000};
+  ::setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+}
 
 void JournalLog::write(std::string_view text) {
   const std::size_t missed = missed_.exchange(0);
@@ -70,16 +75,17 @@ void JournalLog::write(std::string_view text) {
   }
 }
 
-JournalLog::Sent JournalLog::send(std::string_view text, std::size_t missed) const {
+JournalLog::Sent JournalLog::send(std::string_view text, std::size_t missed) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   socketPath_.copy(address.sun_path, sizeof(address.sun_path) - 1);
   const std::string entry = entryOf(text, missed);
-  if (::sendto(socket_.get(), entry.data(), entry.size(), MSG_DONTWAIT,
-               reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0) {
-    return Sent::taken;
-  }
-  return errno == EAGAIN ? Sent::full : Sent::failed;
+  const bool taken =
+      ::sendto(socket_.get(), entry.data(), entry.size(), givenUp_ ? MSG_DONTWAIT : 0,
+               reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0;
+  const Sent sent = taken ? Sent::taken : errno == EAGAIN ? Sent::full : Sent::failed;
+  givenUp_ = sent == Sent::full;
+  return sent;
 }
 
 }  // namespace fillstation
