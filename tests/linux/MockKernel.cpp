@@ -91,9 +91,11 @@ void MockKernel::removeUdevDatabase(const std::string& id) {
 }
 
 std::string MockKernel::addUnit(const std::string& usbPath, int host, int unit,
-                                const std::string& vendor, const std::string& type) {
+                                const std::string& vendor, const std::string& type,
+                                const std::string& inquiry) {
   return add("scsi", std::to_string(host) + ":0:0:" + std::to_string(unit), usbPath,
-             {{"vendor", vendor + "\n"}, {"type", type + "\n"}}, {{"DEVTYPE", "scsi_device"}});
+             {{"vendor", vendor + "\n"}, {"type", type + "\n"}, {"inquiry", inquiry}},
+             {{"DEVTYPE", "scsi_device"}});
 }
 
 std::string MockKernel::addDisk(const std::string& unitPath, const std::string& name, int minor,

@@ -42,7 +42,7 @@ class MockKernel {
   void removeUdevDatabase(const std::string& id);
   // A SCSI unit below a USB device (or anything); its path in sysfs. Type 0 is a disk, 5 a CD-ROM.
   std::string addUnit(const std::string& usbPath, int host, int unit, const std::string& vendor,
-                      const std::string& type = "0");
+                      const std::string& type = "0", const std::string& inquiry = "");
   // The disk of a unit; its path in sysfs. Node number 8:minor.
   std::string addDisk(const std::string& unitPath, const std::string& name, int minor,
                       std::uint64_t sectors, std::uint64_t sequence);

@@ -249,6 +249,14 @@ TEST_F(UdevUsbBusTest, AUnitThatIsNoDiskIsNotThePlayer) {
   EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
 }
 
+TEST_F(UdevUsbBusTest, AUnitThatNothingIsConnectedToIsNotWaitedFor) {
+  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
+  machine.kernel.addUnit(usb, 5, 0, "ACTIONS ", "0", " not connected");
+  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS ", "14"), "sdb", 32, 100, 8);
+  machine.kernel.setUdevDatabase("b8:32", {});
+  EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
+}
+
 TEST_F(UdevUsbBusTest, APartitionIsNoDisk) {
   auto& player = machine.plug("a");
   machine.kernel.addPartition(player.diskPath, "sdb1", 1, 17);

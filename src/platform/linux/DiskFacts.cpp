@@ -1,6 +1,7 @@
 #include "DiskFacts.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <utility>
 
@@ -12,8 +13,8 @@ namespace {
 
 // The unit of "size" in sysfs, whatever the medium's own sectors are.
 constexpr std::uint64_t kSector = 512;
-// What a SCSI unit says that it is: a disk. A CD-ROM drive is 5.
-constexpr const char* kDirectAccess = "0";
+// What a SCSI unit says that it is: a disk, or a simple one. A CD-ROM drive is 5.
+constexpr std::array<std::string_view, 2> kDirectAccess{"0", "14"};
 
 bool isWholeDisk(udev_device* device) { return udevProperty(device, "DEVTYPE") == "disk"; }
 
@@ -73,12 +74,21 @@ std::uint64_t numberOf(udev_device* unit) {
   return udevNumber(address.substr(address.rfind(':') + 1)).value_or(0);
 }
 
+// Whether a disk is to be expected there. The kernel makes none for a unit that says, in the upper
+// bits of its inquiry's first byte, that nothing is connected to it.
+bool isDirectAccess(udev_device* unit) {
+  const auto type = udevAttribute(unit, "type");
+  const std::string inquiry = udevAttribute(unit, "inquiry").value_or("");
+  const bool isConnected = inquiry.empty() || static_cast<unsigned char>(inquiry[0]) >> 5U == 0;
+  return type && isConnected &&
+         std::find(kDirectAccess.begin(), kDirectAccess.end(), *type) != kDirectAccess.end();
+}
+
 // The direct-access unit of the USB device with the lowest number; null while there is none.
 UdevDevice lowestUnit(udev* context, udev_device* usb) {
   UdevDevice lowest;
   for (auto& unit : devicesBelow(context, usb, "scsi")) {
-    if (udevAttribute(unit.get(), "type") == kDirectAccess &&
-        udevSysPath(usbDeviceAbove(unit.get())) == udevSysPath(usb) &&
+    if (isDirectAccess(unit.get()) && udevSysPath(usbDeviceAbove(unit.get())) == udevSysPath(usb) &&
         (!lowest || numberOf(unit.get()) < numberOf(lowest.get()))) {
       lowest = std::move(unit);
     }
