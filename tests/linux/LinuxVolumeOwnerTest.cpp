@@ -107,8 +107,14 @@ TEST_F(LinuxVolumeOwnerTest, RemountUnmountsMountsAndSaysWhereTheVolumeIs) {
 
 TEST_F(LinuxVolumeOwnerTest, RemountOfAVolumeThatStaysInUseLeavesItWhereItIs) {
   refuse("unmount");
-  EXPECT_EQ(owner_.remount(identity, "/media/busy"), "/media/busy");
+  EXPECT_EQ(owner_.remount(identity, path), path);
   EXPECT_EQ(asked(), (std::vector<std::string>(3, "unmount")));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountLooksAtAnotherMountThatStays) {
+  refuse("unmount");
+  EXPECT_EQ(owner_.remount(identity, "/media/gone"), path);
+  EXPECT_EQ(asked().back(), "mount");
 }
 
 TEST_F(LinuxVolumeOwnerTest, RemountAsksAgainForAVolumeThatIsInUse) {

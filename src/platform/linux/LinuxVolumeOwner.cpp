@@ -54,16 +54,23 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
     }
     unmounted = carriedOut(&DiskSession::unmount, *session, disk, owner);
   }
-  if (!unmounted) {
+  // Of several mounts one may have been busy, and this one not.
+  const auto points = mountPoints(owner);
+  if (!unmounted && std::find(points.begin(), points.end(),
+                              PosixVolume::withoutEndingSlash(mountPath)) != points.end()) {
     return mountPath;
   }
   if (!carriedOut(&DiskSession::mount, *session, disk, owner)) {
     return std::nullopt;
   }
+  const auto now = mountPoints(owner);
+  return now.empty() ? std::nullopt : std::optional(now.front());
+}
+
+std::vector<std::string> LinuxVolumeOwner::mountPoints(const DiskIdentity& owner) const {
   const auto facts = readDisk(nameOf(owner));
   const auto volume = facts ? volumeOn(*facts, known_) : std::nullopt;
-  const auto points = volume ? mounts_.mountPoints(volume->number) : std::vector<std::string>();
-  return points.empty() ? std::nullopt : std::optional(points.front());
+  return volume ? mounts_.mountPoints(volume->number) : std::vector<std::string>();
 }
 
 bool LinuxVolumeOwner::carriedOut(Request request, DiskSession& session,

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <utility>
+#include <vector>
 
 #include "DiskSession.h"
 #include "KnownDisks.h"
@@ -42,6 +43,8 @@ class LinuxVolumeOwner : public VolumeOwner {
   using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
                                         DiskSession::Completion);
 
+  // Where the disk's volume is mounted.
+  std::vector<std::string> mountPoints(const DiskIdentity& owner) const;
   // Makes the request and waits for its end; false when it failed or the stop was requested.
   bool carriedOut(Request request, DiskSession& session, const std::shared_ptr<Disk>& disk,
                   const DiskIdentity& owner) const;
