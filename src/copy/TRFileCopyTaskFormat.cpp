@@ -95,12 +95,17 @@ bool TRFileCopyTask::runOnDisk(const std::string& command, const std::string& fi
                                std::string_view diskArgument) {
   const auto group = taskGroup();
   const auto userName = group ? group->userName() : std::nullopt;
-  const auto userPass = group ? group->userPass() : std::nullopt;
+  auto userPass = group ? group->userPass() : std::nullopt;
+  if (!userPass) {
+    userPass = textOf(userPass);
+  }
   std::optional<std::string> output;
   std::optional<std::string> errorDescription;
-  return runProcessAsAdministrator(textOf(userName), textOf(userPass), command,
-                                   {firstArgument, formatText(diskArgument, player()->diskName())},
-                                   output, errorDescription);
+  const bool done = runProcessAsAdministrator(
+      textOf(userName), *userPass, command,
+      {firstArgument, formatText(diskArgument, player()->diskName())}, output, errorDescription);
+  wipeText(*userPass);
+  return done;
 }
 
 bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
