@@ -9,7 +9,7 @@ namespace fillstation {
 VolumeCheck::VolumeCheck(FileHandle root, std::string path)
     : root_(std::move(root)),
       path_(std::move(path)),
-      inOrder_(root_.get(), DirectoryOrder::keptOn(root_.get())),
+      inOrder_(root_.get(), DirectoryOrder::keptOn(root_.get()), false),
       anywhere_(root_.get(), false) {}
 
 std::string VolumeCheck::compareWith(const FileSet& set, const OnBytes& onBytes) {

@@ -134,6 +134,15 @@ class Check(unittest.TestCase):
         self.expect([wrong, "--", wrong], 1, f"{wrong}: different, 1 of 2 files and folders; "
                     f"the first: {last} is out of order", program=ON_FAT)
 
+    def test_the_order_of_folders_counts_on_fat(self):
+        made = {f"{number}/a.mp3": b"" for number in (5, 1, 8, 3, 7, 2, 9, 4, 6)}
+        pairs = list(itertools.combinations(os.listdir(self.folder("all", made)), 2))
+        wrong = self.folder("wrong", {f"{name}/a.mp3": b"" for name in
+                                      next(pair for pair in pairs if pair[0] > pair[1])})
+        last = max(os.listdir(wrong))
+        self.expect([wrong, "--", wrong], 1, f"{wrong}: different, 1 of 4 files and folders; "
+                    f"the first: {last} is out of order", program=ON_FAT)
+
     def test_the_type_chooses_the_files(self):
         self.expect(["--type", "JPG", self.book, "--", self.player], 1,
                     f"{self.player}: different, 1 of 3 files and folders; the first: "

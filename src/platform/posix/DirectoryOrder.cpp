@@ -22,7 +22,8 @@ std::optional<struct stat> DirectoryOrder::next(const Components& path, bool isD
   struct stat status {};
   if (::fstatat(level.directory.get(), path.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
       (isDirectory ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode)) ||
-      (keepsOrder_ && !comesNext(level, path.back(), status.st_ino) && !isDirectory)) {
+      (keepsOrder_ && !comesNext(level, path.back(), status.st_ino) &&
+       !(isDirectory && comesAgain_))) {
     return std::nullopt;
   }
   return status;

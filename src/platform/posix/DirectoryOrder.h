@@ -18,8 +18,10 @@ namespace fillstation {
 // passed over. One thread; the descriptor of the root outlives it.
 class DirectoryOrder {
  public:
-  // Whether the file system keeps the order of creation, as FAT does.
-  DirectoryOrder(int root, bool keepsOrder) : root_(root), keepsOrder_(keepsOrder) {}
+  // Whether the file system keeps the order of creation, as FAT does; whether a folder may come
+  // again in the list, as when two chosen ones have it in common.
+  explicit DirectoryOrder(int root, bool keepsOrder, bool comesAgain = true)
+      : root_(root), keepsOrder_(keepsOrder), comesAgain_(comesAgain) {}
 
   // As above, for the volume with that root.
   static bool keptOn(int root);
@@ -52,6 +54,7 @@ class DirectoryOrder {
 
   const int root_;
   const bool keepsOrder_;
+  const bool comesAgain_;
   std::vector<Level> levels_;
 };
 
