@@ -33,17 +33,20 @@ ReadBack::ReadBack(int root, std::string mountPath, const std::timespec& since,
       fromSource_(kPiece) {}
 
 bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed) {
-  return holds(items, seed, DirectoryOrder(root_, DirectoryOrder::keptOn(root_)));
+  return holds(items, seed, DirectoryOrder::keptOn(root_));
 }
 
-bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed, DirectoryOrder order) {
+bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder) {
   WrittenSizes sizes;
-  return namesHold(items, order, sizes) && samplesHold(items, sampleRanges(sizes, seed)) &&
-         !stop_.requested();
+  // A disturbance on the way is no fault of the medium: what differs is read once more.
+  return (namesHold(items, keepsOrder, sizes) || namesHold(items, keepsOrder, sizes)) &&
+         samplesHold(items, sampleRanges(sizes, seed)) && !stop_.requested();
 }
 
-bool ReadBack::namesHold(const CopiedItems& items, DirectoryOrder& order, WrittenSizes& sizes) {
-  bool hold = true;
+bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes& sizes) {
+  DirectoryOrder order(root_, keepsOrder);
+  sizes = {};
+  bool hold = !stop_.requested();
   items([&](const CopiedItem& item) {
     const auto path = componentsBelow(mountPath_, item.destination());
     const auto status = path ? order.next(*path, item.isDirectory()) : std::nullopt;
@@ -68,7 +71,13 @@ bool ReadBack::sizeHolds(const CopiedItem& item, std::int64_t size) const {
 }
 
 bool ReadBack::hasChanged(const struct stat& source) const {
-  return isLater(source.st_mtim, since_) || isLater(source.st_ctim, since_);
+  // A time to come is not that of a change: somebody has set it, or a clock is wrong.
+  std::timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const auto isSince = [&](const std::timespec& time) {
+    return isLater(time, since_) && !isLater(time, now);
+  };
+  return isSince(source.st_mtim) || isSince(source.st_ctim);
 }
 
 bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges) {
@@ -108,9 +117,12 @@ bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
   bool hold = true;
   for (std::int64_t at = range.begin / kSampleBlock * kSampleBlock; at < end && hold;) {
     const auto count = static_cast<std::size_t>(std::min<std::int64_t>(kPiece, end - at));
-    // A disturbance on the way is no fault of the medium: what differs is read once more.
-    hold = !stop_.requested() && (pieceHolds(file.get(), source.get(), at, count) ||
-                                  pieceHolds(file.get(), source.get(), at, count));
+    const auto hasChangedNow = [&] {
+      return ::fstat(source.get(), &status) != 0 || hasChanged(status);
+    };
+    hold =
+        !stop_.requested() && (pieceHolds(file.get(), source.get(), at, count) ||
+                               pieceHolds(file.get(), source.get(), at, count) || hasChangedNow());
     at += static_cast<std::int64_t>(count);
   }
   return hold;
@@ -121,10 +133,13 @@ bool ReadBack::pieceHolds(int file, int source, std::int64_t begin, std::size_t 
   std::size_t room = fromFile_.size();
   std::align(kSampleBlock, kPiece, place, room);
   const ssize_t got = calls_.readAt(file, place, count, begin);
-  if (source < 0) {
+  const ssize_t wanted =
+      source < 0 || got < 0 ? -1 : calls_.readAt(source, fromSource_.data(), count, begin);
+  // A source that can't be read is no fault of the player's.
+  if (got < 0 || wanted < 0) {
     return got >= 0;
   }
-  return got >= 0 && calls_.readAt(source, fromSource_.data(), count, begin) == got &&
+  return wanted == got &&
          std::memcmp(place, fromSource_.data(), static_cast<std::size_t>(got)) == 0;
 }
 

@@ -30,10 +30,10 @@ class ReadBack {
   // of their sources, and the samples that the seed chooses have their content. False as well when
   // the stop is requested.
   bool holds(const CopiedItems& items, std::uint64_t seed);
-  bool holds(const CopiedItems& items, std::uint64_t seed, DirectoryOrder order);
+  bool holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder);
 
  private:
-  bool namesHold(const CopiedItems& items, DirectoryOrder& order, WrittenSizes& sizes);
+  bool namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes& sizes);
   bool samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges);
   bool sizeHolds(const CopiedItem& item, std::int64_t size) const;
   bool hasChanged(const struct stat& source) const;

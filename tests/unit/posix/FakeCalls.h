@@ -35,6 +35,9 @@ class FakeCalls : public KernelCalls {
     if (failing == "read at" && --callsUntilFailure < 0) {
       return fail();
     }
+    if (onReadAt) {
+      onReadAt();
+    }
     longestReadAt = std::max(longestReadAt, count);
     bytesReadAt += static_cast<std::int64_t>(count);
     const ssize_t got = KernelCalls::readAt(descriptor, buffer, count, offset);
@@ -84,6 +87,7 @@ class FakeCalls : public KernelCalls {
   int sendsRefused = 0;
   int callsUntilFailure = 0;
   std::size_t longestWrite = SIZE_MAX;
+  std::function<void()> onReadAt;
   std::size_t longestReadAt = 0;
   std::int64_t bytesReadAt = 0;
   int disturbed = 0;  // so many reads bring a wrong first byte

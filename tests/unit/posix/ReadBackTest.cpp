@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -132,7 +134,7 @@ class ReadBackTest : public testing::Test {
   bool holdsInOrder(std::uint64_t seed, bool keepsOrder) {
     const FileHandle root(::open(volume_.path().c_str(), O_RDONLY | O_DIRECTORY));
     ReadBack readBack(root.get(), "/media/then", since_, stop_, calls_);
-    return readBack.holds(test::itemsOf(items_), seed, DirectoryOrder(root.get(), keepsOrder));
+    return readBack.holds(test::itemsOf(items_), seed, keepsOrder);
   }
   // The names in a folder of the volume, in the order that this machine's file system has for them.
   std::vector<std::string> entriesOf(const std::string& folder) const {
@@ -337,6 +339,38 @@ TEST_F(ReadBackTest, SourceThatHasChangedSinceIsNotCompared) {
   EXPECT_TRUE(holds()) << "its source has changed as well";
   std::filesystem::remove(volume_.path("Book/Part/4.mp3"));
   EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, SourceOfATimeToComeIsCompared) {
+  fill();
+  const auto later = std::filesystem::file_time_type::clock::now() + std::chrono::hours(9);
+  std::filesystem::last_write_time(source_.path("Book/1.mp3"), later);
+  ::clock_gettime(CLOCK_REALTIME, &since_);
+  EXPECT_TRUE(holds());
+  damage(0, 700'000, [](char byte, std::int64_t) { return static_cast<char>(byte ^ 1); });
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(ReadBackTest, SourceThatChangesWhileItIsComparedIsNoFaultOfThePlayer) {
+  fill();
+  ::clock_gettime(CLOCK_REALTIME, &since_);
+  volume_.write("Book/1.mp3", noise(700'000));
+  EXPECT_FALSE(holds());
+  calls_.onReadAt = [this, done = false]() mutable {
+    if (!std::exchange(done, true)) {
+      source_.write("Book/1.mp3", noise(700'000));
+    }
+  };
+  EXPECT_TRUE(holds());
+}
+
+TEST_F(ReadBackTest, SourceThatCannotBeReadIsNoFaultOfThePlayer) {
+  add("a.mp3", noise(1000));
+  volume_.write("a.mp3", noise(1000));
+  EXPECT_FALSE(holds());
+  calls_.failing = "read at";
+  calls_.callsUntilFailure = 1;  // the player's own content is read first
+  EXPECT_TRUE(holds());
 }
 
 TEST_F(ReadBackTest, SourceThatChangedBetweenChoosingAndCopyingIsCompared) {
