@@ -212,3 +212,19 @@ def _swap_before_eject(box, swap):
         Outcome("swapped before Eject, unnoticed", "had ended before", said, "there is none", changed))
     expect(there, "the foreign disk has not been ejected")
     expect_equal(changed, 0, "the bytes of foreign disks that have changed")
+
+
+@scenario
+def a_medium_that_comes_again(box):
+    book = make_book(box, chapters=1)
+    with operator(box) as person:
+        swap = Swap(box, person, book)
+        before = box.root(f"cat /sys/block/{swap.disk}/diskseq")
+        box.call("insert", "victim", "/box/players/victim")
+        until(lambda: box.root(f"cat /sys/block/{swap.disk}/diskseq") != before, 30, "the new medium")
+        box.root("udevadm settle")
+        expect_equal(person.ticked(), [swap.disk], "the ticked players")
+        person.ask()
+        swap.run.begin()
+        swap.end("the medium comes again while its player is ticked", 2, summary=False,
+                 formats=1, copied=4, done=1)
