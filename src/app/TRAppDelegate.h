@@ -53,8 +53,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   // Adds or removes the player of the record, which is only read during the call.
   void updateUsbInfo(UsbDeviceInfo* record);
 
-  // Gives every listed player whose medium has changed the new one's size. Does nothing during a
-  // run, whose end calls it again.
+  // Gives every listed player whose medium has changed the new one's size. Does nothing from Start
+  // until the controls are back, and is called again then.
   void takeMedia();
 
   // Commands on the player list. The sender is ignored, here and below.

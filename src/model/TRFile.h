@@ -47,8 +47,8 @@ class TRFile : public Object {
   // The root for a chosen item: a folder with everything below it that matches the file type, or a
   // file that matches; null for a file of another type or one whose size can't be read. fileType is
   // a bare extension compared without regard to case; absent accepts every file, empty only files
-  // without an extension. Walks the whole folder before it returns; the window may
-  // be repainted and closed meanwhile. Main thread.
+  // without an extension. Walks the whole folder before it returns; the window may be repainted and
+  // closed meanwhile. Main thread.
   static std::shared_ptr<TRFile> CreateTRFilesFromURL(const Url& url,
                                                       const std::optional<std::string>& fileType);
 

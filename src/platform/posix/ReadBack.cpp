@@ -117,30 +117,35 @@ bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
   bool hold = true;
   for (std::int64_t at = range.begin / kSampleBlock * kSampleBlock; at < end && hold;) {
     const auto count = static_cast<std::size_t>(std::min<std::int64_t>(kPiece, end - at));
-    const auto hasChangedNow = [&] {
-      return ::fstat(source.get(), &status) != 0 || hasChanged(status);
-    };
-    hold =
-        !stop_.requested() && (pieceHolds(file.get(), source.get(), at, count) ||
-                               pieceHolds(file.get(), source.get(), at, count) || hasChangedNow());
+    Piece piece = compare(file.get(), source.get(), at, count);
+    if (piece != Piece::kSame) {
+      piece = compare(file.get(), source.get(), at, count);
+    }
+    // A source that is being changed is no fault of the player's.
+    const bool isSourcesFault =
+        piece == Piece::kOther && (::fstat(source.get(), &status) != 0 || hasChanged(status));
+    hold = (piece == Piece::kSame || isSourcesFault) && !stop_.requested();
     at += static_cast<std::int64_t>(count);
   }
   return hold;
 }
 
-bool ReadBack::pieceHolds(int file, int source, std::int64_t begin, std::size_t count) {
+ReadBack::Piece ReadBack::compare(int file, int source, std::int64_t begin, std::size_t count) {
   void* place = fromFile_.data();
   std::size_t room = fromFile_.size();
   std::align(kSampleBlock, kPiece, place, room);
   const ssize_t got = calls_.readAt(file, place, count, begin);
-  const ssize_t wanted =
-      source < 0 || got < 0 ? -1 : calls_.readAt(source, fromSource_.data(), count, begin);
-  // A source that can't be read is no fault of the player's.
-  if (got < 0 || wanted < 0) {
-    return got >= 0;
+  if (got < 0) {
+    return Piece::kUnreadable;
   }
-  return wanted == got &&
-         std::memcmp(place, fromSource_.data(), static_cast<std::size_t>(got)) == 0;
+  const ssize_t wanted = source < 0 ? -1 : calls_.readAt(source, fromSource_.data(), count, begin);
+  // There is nothing to compare with, or that can't be read.
+  if (wanted < 0) {
+    return Piece::kSame;
+  }
+  const bool isSame =
+      wanted == got && std::memcmp(place, fromSource_.data(), static_cast<std::size_t>(got)) == 0;
+  return isSame ? Piece::kSame : Piece::kOther;
 }
 
 FileHandle ReadBack::openFile(const CopiedItem& item) const {

@@ -33,13 +33,16 @@ class ReadBack {
   bool holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder);
 
  private:
+  enum class Piece { kSame, kOther, kUnreadable };
+
   bool namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes& sizes);
   bool samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges);
   bool sizeHolds(const CopiedItem& item, std::int64_t size) const;
   bool hasChanged(const struct stat& source) const;
   // Whether these bytes of the file have the source's content.
   bool contentHolds(const CopiedItem& item, const SampleRange& range);
-  bool pieceHolds(int file, int source, std::int64_t begin, std::size_t count);
+  // The next bytes of a file beside those of its source, -1 for none.
+  Piece compare(int file, int source, std::int64_t begin, std::size_t count);
   // The file on the volume, past the page cache where the file system can.
   FileHandle openFile(const CopiedItem& item) const;
 

@@ -322,6 +322,14 @@ TEST_F(ReadBackTest, ReadErrorIsAFailure) {
   EXPECT_FALSE(holds());
 }
 
+TEST_F(ReadBackTest, ReadErrorIsAFailureWithoutItsSourceToo) {
+  add("a.mp3", noise(1000));
+  std::filesystem::remove(source_.path("a.mp3"));
+  EXPECT_TRUE(holds());
+  calls_.failing = "read at";
+  EXPECT_FALSE(holds());
+}
+
 TEST_F(ReadBackTest, WhatDiffersIsReadOnceMore) {
   fill();
   calls_.disturbed = 1;
