@@ -81,7 +81,7 @@ def main():
 
 
 def in_own_mounts():
-    """Starts anew where no other program's mounts follow ours and keep devices in use."""
+    """Starts again in mounts of its own: another program's copy of ours would keep devices in use."""
     if os.geteuid() == 0 and "FILLSTATION_PERF_MOUNTS" not in os.environ and may_mount():
         os.environ["FILLSTATION_PERF_MOUNTS"] = "own"
         os.execvp("unshare", ["unshare", "--mount", "--propagation", "private", sys.executable, "-B",

@@ -16,8 +16,8 @@ std::string withoutBadUtf8(std::string_view text);
 // True when the text holds nothing but ASCII.
 bool isAscii(std::string_view text);
 
-// The small letter of a capital one, in every script and whatever the user's locale is; anything
-// else as it is.
+// The lower-case form of a capital letter of any script, the same in every locale; any other code
+// point unchanged.
 char32_t lowerCase(char32_t point);
 
 // True when both texts are UTF-8 and differ in nothing but case. Letters of every script count,

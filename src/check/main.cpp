@@ -58,7 +58,7 @@ struct Arguments {
   std::vector<std::string> mountPoints;
 };
 
-// The line as a terminal may get it, whatever is in the name of a file.
+// The line without characters that act on a terminal; the name of a file may hold any.
 std::string printable(const std::string& line) {
   static const QRegularExpression kActing(QStringLiteral("[\\p{Cc}\\p{Cf}\\p{Zl}\\p{Zp}]"));
   return QString::fromStdString(line).replace(kActing, QChar(0xFFFD)).toStdString() + '\n';

@@ -16,10 +16,9 @@
 namespace fillstation {
 
 // Compares what a volume holds with what was copied onto it. A source that has changed since is
-// not compared; what was copied of it must still be there and be readable. Needs memory for two
-// pieces of 128 KiB and a directory level of 8 KiB, whatever the number of files. One thread; the
-// descriptor of the volume's root, which was mounted after the copy, the stop and the calls outlive
-// it.
+// not compared; what was copied of it must still be there and be readable. Takes 256 KiB of memory
+// and 8 KiB for each level of folders, however many files there are. One thread; the descriptor of
+// the volume's root, which was mounted after the copy, the stop and the calls outlive it.
 class ReadBack {
  public:
   // What the destinations begin with, without a "/" at the end; when the copy began.
