@@ -58,8 +58,9 @@ def texts_of(name, source, indirect=None):
 
 def sources():
     """Everything that the window is made of; the virtual bench and other commands are not in it."""
-    return [path for path in sorted((ROOT / "src").rglob("*"))
-            if path.suffix in (".h", ".cpp") and not {"bench", "check"} & set(path.parts)]
+    root = ROOT / "src"
+    return [path for path in sorted(root.rglob("*")) if path.suffix in (".h", ".cpp")
+            and not {"bench", "check"} & set(path.relative_to(root).parts)]
 
 
 def texts_of_the_program():
