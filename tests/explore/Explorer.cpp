@@ -1,11 +1,19 @@
 #include "Explorer.h"
 
+#include <unistd.h>
+
 #include <QApplication>
 #include <QTimer>
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
 #include <utility>
 
-#include "Alert.h"
+#include "OpenPanel.h"
+#include "TempFolder.h"
 #include "UsbUtil.h"
+#include "WindowStyle.h"
 
 namespace fillstation::explore {
 
@@ -56,9 +64,9 @@ void Explorer::launch() {
   isLaunching_ = true;
   rules_.relaunch();
   logged_.clear();
-  machine_.beginAnew();
+  machine_.setEnding(false);
   machine_.beginRun({}, {}, true);
-  makePorts();
+  hookLaunch();
   windows_ = std::make_unique<WindowSet>();
   windows_->delegate()->setOpenPanel([this](const std::string&) {
     const bool isFolder = !chosen_.ends_with(".mp3") && !chosen_.ends_with(".txt");
@@ -74,46 +82,45 @@ void Explorer::launch() {
   isClosed_ = false;
   endings_ = 0;
   ++explored_.launches;
-  ports_->settle();
+  launch_->settle();
 }
 
-void Explorer::makePorts() {
-  ports_ = std::make_unique<MachinePorts>(machine_, audio_);
+void Explorer::hookLaunch() {
+  launch_ = std::make_unique<Launch>(machine_);
   platform().endProgram = [this] {
     ++endings_;
     isClosed_ = true;
-    machine_.beginEnding();
-    ports_->stop();
+    machine_.setEnding(true);
+    launch_->stop();
   };
-  ports_->onLog = [this](const std::string& text) {
+  launch_->onLog = [this](const std::string& text) {
     ++logged_[text.starts_with("\nLog xxxP Size") ? "labels" : text];
   };
-  ports_->onPause = [this] { stepInPause(); };
-  ports_->onTold = [this](const Told& told) {
+  launch_->onPause = [this] { stepInPause(); };
+  launch_->onTold = [this](const std::shared_ptr<Device>& device, bool inserted) {
     expect(!rules_.hasAlert(), "no event of the bus while an alert is open");
-    rules_.told(told.device, told.inserted);
+    rules_.told(device, inserted);
   };
   for (const auto& device : machine_.present()) {
     device->firstLook.reset();
-    ports_->plug(device, true);
+    launch_->plug(device);
   }
 }
 
 void Explorer::endLaunch() {
   explored_.runs += rules_.runs;
   explored_.summaries += rules_.summaries;
-  machine_.beginEnding();
-  ports_->end();
+  machine_.setEnding(true);
+  launch_->end();
   // The process keeps the last run's report targets: leave none that belong to this window.
   std::make_shared<TRFileCopyTaskCollection>(std::make_shared<TRFileList>(), "", "")
       ->startAsyncCopyWithCallBack(nullptr, nullptr, nullptr, nullptr);
-  ports_->end();
+  launch_->end();
   windows_.reset();
   session.reset();
   clickedRow = -1;
-  ports_.reset();
+  launch_.reset();
   machine_.forgetLeft();
-  platform() = Platform();
 }
 
 bool Explorer::goesOn() const { return stepsToGo_ > 0 && !explored_.broken; }
@@ -165,7 +172,7 @@ void Explorer::step() {
   }
   if (!isClosed_) {
     ++depth_;  // what settles may pause
-    ports_->settle();
+    launch_->settle();
     --depth_;
   }
   if (!isClosed_) {
@@ -199,4 +206,79 @@ void Explorer::stepsUnderAlert() {
   --depth_;
 }
 
+namespace {
+
+struct Options {
+  std::uint64_t seed = 1;
+  std::uint64_t steps = 1000;
+  bool isVerbose = false;
+};
+
+Options readArguments(int argc, char** argv) {
+  Options options;
+  for (int at = 1; at < argc; ++at) {
+    const std::string word = argv[at];
+    if (word == "--verbose") {
+      options.isVerbose = true;
+    } else if (word == "--seed" && at + 1 < argc) {
+      options.seed = std::stoull(argv[++at]);
+    } else if (word == "--steps" && at + 1 < argc) {
+      options.steps = std::stoull(argv[++at]);
+    } else {
+      throw std::invalid_argument("unknown: " + word);
+    }
+  }
+  return options;
+}
+
+int exploreAndPrint(const Options& options, std::FILE* out) {
+  const auto begin = std::chrono::steady_clock::now();
+  Explorer explorer(options.seed);
+  explorer.steps = options.isVerbose ? out : nullptr;
+  const auto seen = explorer.explore(options.steps);
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+  std::fprintf(out,
+               "seed %llu: %llu steps in %.1f s, %zu launches, %zu runs, %zu summaries, "
+               "%zu players filled, %zu failed\n",
+               static_cast<unsigned long long>(options.seed),
+               static_cast<unsigned long long>(seen.steps), seconds.count(), seen.launches,
+               seen.runs, seen.summaries, seen.filledPlayers, seen.failedPlayers);
+  if (seen.broken) {
+    std::fprintf(out, "BROKEN at %s\nAgain: tests/explore/explorer --seed %llu --steps %llu\n",
+                 seen.broken->c_str(), static_cast<unsigned long long>(options.seed),
+                 static_cast<unsigned long long>(seen.steps));
+  }
+  std::fflush(out);
+  return seen.broken ? 1 : 0;
+}
+
+}  // namespace
+
 }  // namespace fillstation::explore
+
+// explorer [--seed N] [--steps N] [--verbose]: one exploration. The exit status is 1 when a rule
+// was broken; what is printed then shows it again. Verbose, each step is a line.
+int main(int argc, char** argv) {
+  using namespace fillstation;
+  const test::TempFolder home;
+  ::setenv("HOME", home.path().c_str(), 1);
+  ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  OpenPanel::keepSettingsAway();
+  // The program's own lines would be millions. A sanitizer's report goes to the descriptor.
+  std::FILE* const out = ::fdopen(::dup(STDOUT_FILENO), "w");
+  std::FILE* const nowhere = std::fopen("/dev/null", "w");
+  if (out == nullptr || nowhere == nullptr) {
+    return 2;
+  }
+  stdout = nowhere;
+  stderr = nowhere;
+  QApplication application(argc, argv);
+  QApplication::setStyle(new WindowStyle);
+  QApplication::setQuitOnLastWindowClosed(false);
+  try {
+    return explore::exploreAndPrint(explore::readArguments(argc, argv), out);
+  } catch (const std::exception& problem) {
+    std::fprintf(out, "%s\n", problem.what());
+    return 2;
+  }
+}

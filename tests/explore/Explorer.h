@@ -11,13 +11,15 @@
 #include <string>
 #include <vector>
 
-#include "Audio.h"
-#include "Machine.h"
-#include "MachinePorts.h"
+#include "Launch.h"
 #include "Rules.h"
 #include "WindowSet.h"
 
 class QAbstractButton;
+
+namespace fillstation {
+class Alert;
+}
 
 namespace fillstation::explore {
 
@@ -59,7 +61,7 @@ class Explorer {
   static const std::vector<Choice>& choices();
 
   void launch();
-  void makePorts();
+  void hookLaunch();
   void endLaunch();
   void step();
   // A step inside something that the main thread waits in.
@@ -94,6 +96,7 @@ class Explorer {
   void link();
   void close();
 
+  static Alert* openAlert();  // null: none is
   void ok(const std::string& userName, const std::string& password);
   void click(QAbstractButton* button);
   void rightClick(int row);
@@ -117,9 +120,8 @@ class Explorer {
   std::vector<std::shared_ptr<Medium>> media_;
   std::vector<std::string> products_;
   Machine machine_;
-  Audio audio_;
   Rules rules_;
-  std::unique_ptr<MachinePorts> ports_;
+  std::unique_ptr<Launch> launch_;
   std::unique_ptr<WindowSet> windows_;
   std::string chosen_;  // in the open panel; empty: cancelled
   std::map<std::string, std::size_t> logged_;

@@ -20,15 +20,6 @@ std::string label(std::int64_t bytes) {
   return std::to_string(static_cast<std::uint64_t>(shown)) + (megabytes != 0 ? " MB" : " KB");
 }
 
-QString textOfAlert() {
-  for (QWidget* widget : QApplication::topLevelWidgets()) {
-    if (auto* const alert = qobject_cast<Alert*>(widget); alert != nullptr && alert->isVisible()) {
-      return alert->text();
-    }
-  }
-  return {};
-}
-
 }  // namespace
 
 void Explorer::expect(bool holds, const std::string& rule) {
@@ -123,7 +114,8 @@ void Explorer::checkControls() {
          "the panel is open while asking");
   expect(ui.pbCircle->isAnimating() == (rules_.state == Rules::State::kRunning),
          "the busy indicator turns while running");
-  const std::string alert = textOfAlert().toStdString();
+  const Alert* const opened = openAlert();
+  const std::string alert = opened != nullptr ? opened->text().toStdString() : "";
   expect(alert == (rules_.hasAlert() ? rules_.alertText : ""),
          "the alert says \"" + (rules_.hasAlert() ? rules_.alertText : "") + "\", not \"" + alert +
              "\"");

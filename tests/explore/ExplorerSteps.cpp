@@ -17,7 +17,9 @@ namespace {
 constexpr std::size_t kMostDevices = 8;
 constexpr std::size_t kMostTurns = 40;
 
-Alert* openAlert() {
+}  // namespace
+
+Alert* Explorer::openAlert() {
   for (QWidget* widget : QApplication::topLevelWidgets()) {
     if (auto* const alert = qobject_cast<Alert*>(widget); alert != nullptr && alert->isVisible()) {
       return alert;
@@ -25,8 +27,6 @@ Alert* openAlert() {
   }
   return nullptr;
 }
-
-}  // namespace
 
 const std::vector<Explorer::Choice>& Explorer::choices() {
   static const std::vector<Choice> all{
@@ -78,12 +78,12 @@ void Explorer::plug() {
   }
   const auto device = machine_.attach(media_[which], products_[which], mounted);
   device->searchesInVain = searches;
-  ports_->plug(device);
+  launch_->plug(device);
 }
 
 void Explorer::unplug() {
   if (const auto device = anyDevice()) {
-    ports_->unplug(device);
+    launch_->unplug(device);
   }
 }
 
@@ -104,24 +104,16 @@ void Explorer::tellAgain() {
 
 void Explorer::trouble() {
   const auto device = anyDevice();
-  const std::size_t what = pick(12);
-  if (!device) {
-    return;
+  const auto what = static_cast<int>(pick(12));
+  if (device) {
+    device->trouble =
+        what < static_cast<int>(Trouble::kNone) ? static_cast<Trouble>(what) : Trouble::kNone;
   }
-  Troubles troubles;
-  troubles.wipeFails = what == 0;
-  troubles.formatFails = what == 1;
-  troubles.mountRefused = what == 2;
-  troubles.unmountRefused = what == 3;
-  troubles.copyFails = what == 4;
-  troubles.flushFails = what == 5;
-  troubles.lies = what == 6;
-  device->troubles = troubles;
 }
 
 void Explorer::automount() {
   if (const auto device = anyDevice()) {
-    machine_.mount(*device, {device->node, device->handle});
+    machine_.mount(*device);
   }
 }
 
@@ -152,7 +144,7 @@ void Explorer::eject() {
 }
 
 void Explorer::browse() {
-  const auto& choices = Audio::choices();
+  const auto& choices = audioChoices();
   chosen_ = oneOf(6) ? std::string() : choices[pick(choices.size())];
   rules_.browse(chosen_);
   click(windows_->window().ui().btnBrowse);
@@ -257,11 +249,10 @@ void Explorer::ok(const std::string& userName, const std::string& password) {
     std::map<std::string, std::string> content;
     const bool completable = rules_.contentOfRun(content);
     machine_.beginRun(rules_.inRun, content, completable);
-    ports_->turns().expectWorkers(rules_.inRun.size());
   }
   click(panel.btnPassOk);
   if (rules_.state == Rules::State::kRunning) {
-    ports_->turns().begin();
+    launch_->turns.begin(rules_.inRun.size());
   }
 }
 
@@ -272,24 +263,24 @@ void Explorer::okWrong() { ok(Machine::kUser, "guess"); }
 void Explorer::okRight() { ok(Machine::kUser, Machine::kPassword); }
 
 void Explorer::answer() {
-  const auto waiting = ports_->waitingRequests();
+  const auto waiting = launch_->waitingRequests();
   if (!waiting.empty()) {
-    ports_->answerNext(waiting[pick(waiting.size())]);
+    launch_->answerNext(waiting[pick(waiting.size())]);
   }
 }
 
 void Explorer::turns() {
   for (std::size_t left = 1 + pick(kMostTurns); left > 0; --left) {
-    const auto waiting = ports_->turns().waiting();
+    const auto waiting = launch_->turns.waiting();
     if (waiting.empty() || isClosed_) {
       return;
     }
-    ports_->turns().turn(*std::next(waiting.begin(), static_cast<int>(pick(waiting.size()))));
+    launch_->turns.turn(*std::next(waiting.begin(), static_cast<int>(pick(waiting.size()))));
   }
 }
 
 void Explorer::result() {
-  if (rules_.state != Rules::State::kRunning || !ports_->turns().isResultDue()) {
+  if (rules_.state != Rules::State::kRunning || !launch_->turns.isResultDue()) {
     return;
   }
   rules_.report(machine_);
@@ -299,7 +290,7 @@ void Explorer::result() {
   explored_.filledPlayers += rules_.inRun.size() - failed;
   machine_.beginRun({}, {}, true);
   expectAlert();
-  ports_->turns().deliverResult();
+  launch_->deliverResult();
 }
 
 void Explorer::dismiss() {

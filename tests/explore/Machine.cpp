@@ -12,11 +12,13 @@ namespace fillstation::explore {
 
 namespace {
 
-const Dissenter kOther{"The disk is not the expected one."};
-
 ScriptOutcome failure(std::int64_t number) { return {std::nullopt, number, "no"}; }
 
 }  // namespace
+
+std::string Device::mountPath() const {
+  return "/media/" + medium->label + std::to_string(medium->number);
+}
 
 std::shared_ptr<Device> Machine::attach(std::shared_ptr<Medium> medium, std::string product,
                                         bool mounted) {
@@ -27,15 +29,25 @@ std::shared_ptr<Device> Machine::attach(std::shared_ptr<Medium> medium, std::str
   device->node = freeNode();
   device->handle = ++lastHandle_;
   device->mounted = mounted && device->medium->formatted;
+  device->disk = std::make_shared<test::TestDisk>();
+  device->disk->describe = [this, weak = std::weak_ptr(device)](std::size_t /*look*/) {
+    const std::scoped_lock looking(lock_);
+    const auto looked = weak.lock();
+    const auto description = looked ? describe(*looked) : DiskDescription();
+    if (looked && !looked->firstLook && std::this_thread::get_id() == main_) {
+      looked->firstLook = description;
+    }
+    return description;
+  };
   devices_.push_back(device);
   return device;
 }
 
-void Machine::detach(const std::shared_ptr<Device>& device) {
+void Machine::detach(Device& device) {
   const std::scoped_lock guard(lock_);
-  device->present = false;
-  device->mounted = false;
-  device->medium->unwritten.clear();
+  device.present = false;
+  device.mounted = false;
+  device.medium->unwritten.clear();
 }
 
 void Machine::forget(const std::shared_ptr<Device>& device) {
@@ -56,8 +68,13 @@ std::vector<std::shared_ptr<Device>> Machine::present() const {
   return all;
 }
 
-std::shared_ptr<Device> Machine::byNode(const std::string& node) const {
+std::shared_ptr<Device> Machine::of(const test::TestUsbDevice& stick) const {
   const std::scoped_lock guard(lock_);
+  return *std::find_if(devices_.begin(), devices_.end(),
+                       [&](const auto& device) { return device->stick.get() == &stick; });
+}
+
+std::shared_ptr<Device> Machine::byNode(const std::string& node) const {
   const auto found = std::find_if(devices_.begin(), devices_.end(),
                                   [&](const auto& device) { return device->node == node; });
   return found != devices_.end() ? *found : nullptr;
@@ -72,56 +89,53 @@ std::string Machine::freeNode() const {
   }
 }
 
-bool Machine::is(const Device& device, const DiskIdentity& expected) const {
-  return device.present && device.node == expected.node && device.handle == expected.usbHandle;
-}
-
 std::shared_ptr<Device> Machine::find(const DiskIdentity& wanted) const {
-  const auto device = byNode(wanted.node);
-  return device && is(*device, wanted) ? device : nullptr;
+  auto device = byNode(wanted.node);
+  return device && device->present && device->handle == wanted.usbHandle ? device : nullptr;
 }
 
 DiskDescription Machine::describe(const Device& device) const {
-  const std::scoped_lock guard(lock_);
-  DiskDescription description;
   if (!device.present || device.ejected) {
-    return description;
+    return {};
   }
-  description.deviceVendor = PlatformValue::text(device.medium->vendor);
-  description.mediaSize = PlatformValue::number(device.medium->size);
-  if (device.known && device.medium->formatted) {
-    description.volumeName = PlatformValue::text(device.medium->label);
-    if (device.mounted) {
-      description.volumePath =
-          PlatformValue::url(Url::fromPath(mountPath(device), true).absoluteString());
-    }
-  }
-  return description;
+  const bool isKnown = device.known && device.medium->formatted;
+  const auto path = Url::fromPath(device.mountPath(), true).absoluteString();
+  return test::describedAs(isKnown ? std::optional(device.medium->label) : std::nullopt,
+                           isKnown && device.mounted ? std::optional(path) : std::nullopt,
+                           device.medium->vendor, device.medium->size);
 }
 
-std::string Machine::mountPath(const Device& device) {
-  return "/media/" + device.medium->label + std::to_string(device.medium->number);
-}
-
-std::optional<Dissenter> Machine::mount(Device& device, const DiskIdentity& expected) {
+std::optional<Dissenter> Machine::carryOut(const test::TestDisks::Request& request) {
   const std::scoped_lock guard(lock_);
-  if (!is(device, expected) || device.ejected) {
-    return kOther;
+  const auto device = find(request.expected);
+  if (!device || device->disk != request.disk) {
+    return Dissenter{"The disk is not the expected one."};
+  }
+  if (request.kind == "mount") {
+    return mount(*device);
+  }
+  if (request.kind == "unmount") {
+    return unmount(*device);
+  }
+  device->ejected = device->ejected || !device->mounted;
+  return device->mounted ? std::optional(Dissenter{"The volume is in use."}) : std::nullopt;
+}
+
+std::optional<Dissenter> Machine::mount(Device& device) {
+  const std::scoped_lock guard(lock_);
+  if (!device.present || device.ejected) {
+    return Dissenter{"There is no medium."};
   }
   device.known = true;
-  if (device.troubles.mountRefused || !device.medium->formatted) {
+  if (device.trouble == Trouble::kMount || !device.medium->formatted) {
     return Dissenter{"There is no file system."};
   }
   device.mounted = true;
   return std::nullopt;
 }
 
-std::optional<Dissenter> Machine::unmount(Device& device, const DiskIdentity& expected) {
-  const std::scoped_lock guard(lock_);
-  if (!is(device, expected)) {
-    return kOther;
-  }
-  if (device.mounted && device.troubles.unmountRefused) {
+std::optional<Dissenter> Machine::unmount(Device& device) {
+  if (device.mounted && device.trouble == Trouble::kUnmount) {
     return Dissenter{"The volume is in use."};
   }
   device.medium->written.merge(device.medium->unwritten);
@@ -130,23 +144,11 @@ std::optional<Dissenter> Machine::unmount(Device& device, const DiskIdentity& ex
   return std::nullopt;
 }
 
-std::optional<Dissenter> Machine::eject(Device& device, const DiskIdentity& expected) {
+ScriptOutcome Machine::runScript(const test::TestScriptRunner::Call& call) {
   const std::scoped_lock guard(lock_);
-  if (!is(device, expected)) {
-    return kOther;
-  }
-  if (device.mounted) {
-    return Dissenter{"The volume is in use."};
-  }
-  device.ejected = true;
-  return std::nullopt;
-}
-
-ScriptOutcome Machine::runScript(std::string_view source, const DiskIdentity& target) {
-  const std::scoped_lock guard(lock_);
-  const auto compiled = compileScript(source);
+  const auto compiled = compileScript(call.source);
   if (const auto* error = std::get_if<ScriptOutcome>(&compiled)) {
-    violations_.push_back("a script that is none: " + std::string(source));
+    violations_.push_back("a script that is none: " + call.source);
     return *error;
   }
   const Script& script = std::get<Script>(compiled);
@@ -154,16 +156,16 @@ ScriptOutcome Machine::runScript(std::string_view source, const DiskIdentity& ta
     return failure(-1002);
   }
   const auto command = parsePlayerCommand(script.command);
-  if (!command || command->node != target.node) {
+  if (!command || command->node != call.target.node) {
     violations_.push_back("a command for another disk: " + script.command);
     return failure(-1003);
   }
-  const auto device = find(target);
+  const auto device = find(call.target);
   if (!device || device->ejected || device->mounted || device->medium->vendor != "ACTIONS") {
     return failure(-1004);
   }
   const bool isWipe = command->kind == PlayerCommand::wipe;
-  if (isWipe ? device->troubles.wipeFails : device->troubles.formatFails) {
+  if (device->trouble == (isWipe ? Trouble::kWipe : Trouble::kFormat)) {
     return failure(1);
   }
   noteChange(*device, script.command);
@@ -174,12 +176,11 @@ ScriptOutcome Machine::runScript(std::string_view source, const DiskIdentity& ta
   return {"", {}, {}};
 }
 
-std::shared_ptr<Device> Machine::open(const std::string& mountPathAsked,
-                                      const DiskIdentity& owner) {
+std::shared_ptr<Device> Machine::open(const std::string& mountPath, const DiskIdentity& owner) {
   const std::scoped_lock guard(lock_);
   facts_[owner.node].openAsked = true;
   const auto device = find(owner);
-  const bool isThere = device && device->mounted && mountPath(*device) == mountPathAsked;
+  const bool isThere = device && device->mounted && device->mountPath() == mountPath;
   facts_[owner.node].opened = isThere;
   return isThere ? device : nullptr;
 }
@@ -188,7 +189,7 @@ bool Machine::create(Device& device, const std::string& path, const std::string&
   const std::scoped_lock guard(lock_);
   auto& medium = *device.medium;
   if (!device.present || !device.mounted || path.empty() ||
-      (device.troubles.copyFails && !source.empty())) {
+      (device.trouble == Trouble::kCopy && !source.empty())) {
     return false;
   }
   noteChange(device, path);
@@ -201,11 +202,11 @@ bool Machine::create(Device& device, const std::string& path, const std::string&
 
 bool Machine::flush(Device& device) {
   const std::scoped_lock guard(lock_);
-  if (!device.present || !device.mounted || device.troubles.flushFails) {
+  if (!device.present || !device.mounted || device.trouble == Trouble::kFlush) {
     return false;
   }
   auto& medium = *device.medium;
-  if (device.troubles.lies && !medium.unwritten.empty()) {
+  if (device.trouble == Trouble::kLies && !medium.unwritten.empty()) {
     medium.unwritten.erase(std::prev(medium.unwritten.end()));
   }
   medium.written.merge(medium.unwritten);
@@ -242,14 +243,9 @@ void Machine::noteChange(const Device& device, const std::string& what) {
   }
 }
 
-void Machine::beginEnding() {
+void Machine::setEnding(bool ending) {
   const std::scoped_lock guard(lock_);
-  ending_ = true;
-}
-
-void Machine::beginAnew() {
-  const std::scoped_lock guard(lock_);
-  ending_ = false;
+  ending_ = ending;
 }
 
 void Machine::noteBeginning(const std::string& what) {

@@ -1,7 +1,9 @@
 #include "Rules.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
+#include <utility>
 
 namespace fillstation::explore {
 
@@ -9,6 +11,58 @@ namespace {
 
 // A device is looked for a hundred times.
 constexpr std::size_t kSearches = 100;
+
+constexpr std::int64_t kFolder = -1;
+
+// Path and size, in the order of the walks.
+const std::vector<std::pair<std::string, std::int64_t>>& everything() {
+  static const std::vector<std::pair<std::string, std::int64_t>> all{
+      {"/audio/Book", kFolder},        {"/audio/Book/1.mp3", 1000},
+      {"/audio/Book/Part 2", kFolder}, {"/audio/Book/Part 2/1.mp3", 70'000'000},
+      {"/audio/Book/Part 2/2.txt", 5}, {"/audio/Book/note.txt", 77},
+      {"/audio/Empty", kFolder},       {"/audio/Other", kFolder},
+      {"/audio/Other/2.mp3", 0},       {"/audio/Other/3%20x.MP3", 3'000'000'000},
+      {"/audio/Same", kFolder},        {"/audio/Same/1.mp3", 12345},
+      {"/audio/single.mp3", 500},      {"/audio/single.txt", 600},
+  };
+  return all;
+}
+
+std::string extensionOf(const std::string& path) {
+  std::string extension = path.substr(path.rfind('.') + 1);
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  return extension;
+}
+
+std::optional<std::int64_t> sizeOf(const std::string& path) {
+  const auto& all = everything();
+  const auto found =
+      std::find_if(all.begin(), all.end(), [&](const auto& entry) { return entry.first == path; });
+  return found != all.end() ? std::optional(found->second) : std::nullopt;
+}
+
+// What choosing it must give with this file type; none for a file of another type.
+std::optional<Root> rootOf(const std::string& path, const std::string& fileType) {
+  Root root{path, path.substr(path.rfind('/') + 1), 0, sizeOf(path) == kFolder, {}};
+  if (!root.isFolder) {
+    root.size = sizeOf(path).value_or(0);
+    return extensionOf(path) == fileType ? std::optional(root) : std::nullopt;
+  }
+  for (const auto& [below, size] : everything()) {
+    if (!below.starts_with(path + "/")) {
+      continue;
+    }
+    const std::string relative = below.substr(path.size() + 1);
+    if (size == kFolder) {
+      root.content[relative] = "";
+    } else if (extensionOf(below) == fileType) {
+      root.content[relative] = below;
+      root.size += size;
+    }
+  }
+  return root;
+}
 
 bool isNamedAsPlayer(const Device& device) {
   return device.product == "HS USB FlashDisk" || device.product == "IOUSBDevice";
@@ -22,6 +76,29 @@ bool isPlayer(const Device& device) {
 }
 
 }  // namespace
+
+const std::vector<std::string>& audioChoices() {
+  static const std::vector<std::string> all{"/audio/Book",       "/audio/Empty",
+                                            "/audio/Other",      "/audio/Same",
+                                            "/audio/single.mp3", "/audio/single.txt"};
+  return all;
+}
+
+void addAudio(test::TestFileManager& files) {
+  for (const auto& [path, size] : everything()) {
+    if (size != kFolder) {
+      files.addFile(path, size);
+      continue;
+    }
+    std::vector<test::WalkStep> steps;
+    for (const auto& [below, bytes] : everything()) {
+      if (below.starts_with(path + "/")) {
+        steps.push_back(bytes == kFolder ? test::folderStep(below) : test::fileStep(below, bytes));
+      }
+    }
+    files.addFolder(path, std::move(steps));
+  }
+}
 
 void Rules::told(const std::shared_ptr<Device>& device, bool inserted) {
   const auto hasNode = [&](const Player& player) { return player.device->node == device->node; };
@@ -68,7 +145,7 @@ void Rules::browse(const std::string& path) {
     return;
   }
   ++refreshes;
-  const auto root = path.empty() ? std::nullopt : Audio::rootOf(path, fileType);
+  const auto root = path.empty() ? std::nullopt : rootOf(path, fileType);
   if (root && everAdded_.insert(path).second) {
     roots.push_back(*root);
   }

@@ -7,10 +7,23 @@
 #include <string>
 #include <vector>
 
-#include "Audio.h"
 #include "Machine.h"
+#include "TestFileManager.h"
 
 namespace fillstation::explore {
+
+// One chosen root as the rules see it. A plain value.
+struct Root {
+  std::string path;
+  std::string name;
+  std::int64_t size = 0;
+  bool isFolder = true;
+  std::map<std::string, std::string> content;  // below the root: path and source, "" for a folder
+};
+
+// Everything that can be chosen; puts the audio of the machine there.
+const std::vector<std::string>& audioChoices();
+void addAudio(test::TestFileManager& files);
 
 // The rules of the window, as a model that is a page long. What it says of the window must hold
 // after every step of the explorer.

@@ -35,8 +35,13 @@ class ScriptedWalk : public DirectoryWalk {
 
 }  // namespace
 
+void TestFileManager::note(const std::string& call) {
+  const std::scoped_lock guard(lock_);
+  calls.push_back(call);
+}
+
 bool TestFileManager::fileExists(const std::string& path, bool* isDirectory) {
-  calls.push_back("exists " + path);
+  note("exists " + path);
   const bool isFolder = folders.contains(path);
   if (isDirectory != nullptr) {
     *isDirectory = isFolder;
@@ -45,20 +50,20 @@ bool TestFileManager::fileExists(const std::string& path, bool* isDirectory) {
 }
 
 std::optional<std::int64_t> TestFileManager::fileSize(const std::string& path) {
-  calls.push_back("size " + path);
+  note("size " + path);
   const auto found = files.find(path);
   return found == files.end() ? std::nullopt : found->second;
 }
 
 std::unique_ptr<DirectoryWalk> TestFileManager::walk(const std::string& folder,
                                                      WalkErrorHandler onError) {
-  calls.push_back("walk " + folder);
+  note("walk " + folder);
   return std::make_unique<ScriptedWalk>(folders[folder], std::move(onError), errorAnswers);
 }
 
 std::shared_ptr<Volume> TestFileManager::openVolume(const std::string& mountPath,
                                                     const DiskIdentity& owner) {
-  calls.push_back("open " + mountPath);
+  note("open " + mountPath);
   return open ? open(mountPath, owner) : nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <variant>
@@ -20,6 +21,7 @@ struct WalkError {
 using WalkStep = std::variant<WalkEntry, WalkError>;
 
 // A file system by hand: what exists, and what each walk yields, in the order that the test says.
+// Workers may ask what exists and open volumes.
 class TestFileManager : public FileManager {
  public:
   bool fileExists(const std::string& path, bool* isDirectory) override;
@@ -41,6 +43,11 @@ class TestFileManager : public FileManager {
   std::vector<bool> errorAnswers;
   // Null volumes by default.
   std::function<std::shared_ptr<Volume>(const std::string&, const DiskIdentity&)> open;
+
+ private:
+  void note(const std::string& call);
+
+  std::mutex lock_;
 };
 
 // Steps of a walk.

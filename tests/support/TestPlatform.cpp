@@ -118,11 +118,10 @@ bool TestClock::sleep(std::chrono::microseconds duration) {
   if (ended) {
     return false;
   }
-  if (mainThread_.isHere()) {
-    mainThread_.runPending();
-  } else {
-    mainThread_.runAndWait([] {});
+  if (!mainThread_.isHere()) {
+    return mainThread_.runAndWait([] {});
   }
+  mainThread_.runPending();
   return true;
 }
 
@@ -137,8 +136,13 @@ void TestClock::end() {
 }
 
 void TestLog::write(std::string_view text) {
-  const std::scoped_lock guard(lock_);
-  texts_.emplace_back(text);
+  {
+    const std::scoped_lock guard(lock_);
+    texts_.emplace_back(text);
+  }
+  if (onText) {
+    onText(std::string(text));
+  }
 }
 
 std::vector<std::string> TestLog::texts() const {
@@ -148,7 +152,7 @@ std::vector<std::string> TestLog::texts() const {
 
 void TestLog::clear() {
   const std::scoped_lock guard(lock_);
-  texts_.clear();
+  texts_ = {};  // with the room that they took
 }
 
 void TestWorkers::spawn(std::function<void()> body) {
@@ -184,8 +188,8 @@ std::size_t TestWorkers::spawned() const {
 }
 
 std::optional<DiskDescription> TestDisk::copyDescription() {
-  ++looks_;
-  return describe ? describe(looks_) : std::optional<DiskDescription>(DiskDescription{});
+  const std::size_t look = ++looks_;
+  return describe ? describe(look) : std::optional<DiskDescription>(DiskDescription{});
 }
 
 std::vector<std::string> TestDisks::kinds() const {
@@ -199,12 +203,13 @@ std::vector<std::string> TestDisks::kinds() const {
 
 std::shared_ptr<Disk> TestDiskSession::diskFromName(std::string_view name) {
   constexpr std::string_view kFolder = "/dev/";
+  const std::string bare(name.starts_with(kFolder) ? name.substr(kFolder.size()) : name);
+  if (disks_.onName) {
+    disks_.onName(bare);
+  }
   const std::scoped_lock guard(disks_.lock);
   disks_.namesAsked.emplace_back(name);
-  if (name.starts_with(kFolder)) {
-    name.remove_prefix(kFolder.size());
-  }
-  const auto found = disks_.byName.find(std::string(name));
+  const auto found = disks_.byName.find(bare);
   return found == disks_.byName.end() ? nullptr : found->second;
 }
 
@@ -230,8 +235,11 @@ void TestDiskSession::request(std::string kind, std::shared_ptr<Disk> disk,
     const std::scoped_lock guard(disks_.lock);
     disks_.requests.push_back(asked);
   }
-  auto answer = [asked, completion = std::move(completion),
-                 refusal = disks_.refuse ? disks_.refuse(asked) : std::nullopt] {
+  auto answer = [asked, completion = std::move(completion), carryOut = disks_.carryOut,
+                 refusal = disks_.refuse ? disks_.refuse(asked) : std::nullopt]() mutable {
+    if (carryOut) {
+      refusal = carryOut(asked);
+    }
     if (completion) {
       completion(asked.disk, refusal ? &*refusal : nullptr);
     }

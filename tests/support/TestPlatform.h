@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -71,6 +72,8 @@ class TestClock : public Clock {
 class TestLog : public SystemLog {
  public:
   void write(std::string_view text) override;
+  // Told of each text, on the thread that writes it.
+  std::function<void(const std::string&)> onText;
   std::vector<std::string> texts() const;
   void clear();
 
@@ -106,7 +109,7 @@ class TestDisk : public Disk {
   std::size_t looks() const { return looks_; }
 
  private:
-  std::size_t looks_ = 0;
+  std::atomic<std::size_t> looks_ = 0;
 };
 
 // The disks behind every session that the platform opens, and what was asked of them.
@@ -121,8 +124,12 @@ struct TestDisks {
   std::vector<Request> requests;
   std::vector<std::string> namesAsked;
   std::size_t sessionsOpened = 0;
-  // The dissenter of a request's completion, none by default.
+  // Told of each disk that is asked for ("sdb"), before it is looked up.
+  std::function<void(const std::string&)> onName;
+  // The dissenter of a request's completion, none by default; the second is asked when the
+  // completion runs.
   std::function<std::optional<Dissenter>(const Request&)> refuse;
+  std::function<std::optional<Dissenter>(const Request&)> carryOut;
   // Called in place of queueing the completion when set: the test runs it when it likes.
   std::function<void(const Request&, std::function<void()>)> complete;
   mutable std::mutex lock;

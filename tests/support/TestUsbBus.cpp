@@ -153,6 +153,9 @@ void TestUsbBus::deliver() {
   } else {
     iterator->add(event.device);
     (event.inserted ? attach_ : detach_).notification(*iterator);
+    if (onHandled) {
+      onHandled(*event.device, event.inserted);
+    }
   }
   delivering_ = false;
   schedule();

@@ -84,6 +84,8 @@ class TestUsbBus : public UsbBus {
   // The disk of this node gets another medium, of so many bytes.
   void changeMedium(const std::string& node, std::int64_t size);
 
+  // Told of each device when its coming (true) or leaving has been handled.
+  std::function<void(const TestUsbDevice&, bool)> onHandled;
   // Ports by handle.
   std::map<std::uint32_t, std::string> ports;
   bool opens = true;
