@@ -16,21 +16,20 @@ inline constexpr const char* kHitNode = "/dev/vp0";
 
 // One thing that goes wrong with one of three players that are prepared. A plain value.
 struct FaultCase {
-  std::string name;
+  std::string name = {};
   // How the player behaves that it happens to, and the two others.
-  BenchFaults faults;
+  BenchFaults faults = {};
   std::string otherSerials = "0002";
   std::int64_t otherMiB = 64;
   // More audio than the book's own.
   std::int64_t audioMiB = 0;
   // What is done by hand: before the run's steps begin, when all are ticked, while the panel is
-  // open, right after OK.
-  std::function<void(FaultRig&)> prepare;
-  std::function<void(FaultRig&)> ticked;
-  std::function<void(FaultRig&)> asked;
-  std::function<void(FaultRig&)> started;
+  // open.
+  std::function<void(FaultRig&)> prepare = {};
+  std::function<void(FaultRig&)> ticked = {};
+  std::function<void(FaultRig&)> asked = {};
   // What must hold besides when the run is over: the problems.
-  std::function<std::vector<std::string>(FaultRig&)> ended;
+  std::function<std::vector<std::string>(FaultRig&)> ended = {};
   // It is complete when it fails, and nobody knows yet.
   bool unproven = false;
   // The run waits for good, as long as this player does.

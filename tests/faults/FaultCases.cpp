@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <iterator>
 #include <memory>
+#include <optional>
+#include <utility>
 
-#include "Book.h"
 #include "FaultCase.h"
 
 namespace fillstation::faults {
@@ -9,30 +11,24 @@ namespace fillstation::faults {
 namespace {
 
 constexpr int kTenths = 10;
+constexpr std::int64_t kHalf = 5 * kTrackBytes;
 
-FaultCase named(std::string name) {
-  FaultCase made;
-  made.name = std::move(name);
-  return made;
-}
-
-FaultCase withFaults(std::string name, const BenchFaults& faults) {
-  FaultCase made = named(std::move(name));
-  made.faults = faults;
-  return made;
-}
-
-FaultCase pulledAt(std::string name, PullMoment moment) {
+template <class Value>
+BenchFaults with(Value BenchFaults::*fault, const Value& value) {
   BenchFaults faults;
-  faults.pull = moment;
-  return withFaults("pulled " + std::move(name), faults);
+  faults.*fault = value;
+  return faults;
+}
+
+FaultCase pulledAt(const std::string& name, PullMoment moment) {
+  return {.name = "pulled " + name, .faults = with(&BenchFaults::pull, moment)};
 }
 
 FaultCase pulledInTenth(int tenth) {
-  BenchFaults faults;
-  faults.pull = PullMoment::kAfterBytes;
-  faults.pullAfterBytes = std::max<std::int64_t>(1, tenth * kTrackBytes);
-  return withFaults("pulled in the copy, " + std::to_string(tenth) + " tenths done", faults);
+  FaultCase made{.name = "pulled in the copy, " + std::to_string(tenth) + " tenths done"};
+  made.faults.pull = PullMoment::kAfterBytes;
+  made.faults.pullAfterBytes = std::max<std::int64_t>(1, tenth * kTrackBytes);
+  return made;
 }
 
 void pullHit(FaultRig& rig) { rig.pull(kHit, kHitNode); }
@@ -69,19 +65,27 @@ std::vector<std::string> listedUnticked(FaultRig& rig, const std::string& node) 
   return problems;
 }
 
+std::vector<std::string> hitIsListedUnticked(FaultRig& rig) {
+  return listedUnticked(rig, kHitNode);
+}
+
+FaultCase backBefore(const std::string& what, Step::Kind step) {
+  return {.name = "pulled and back under the same name before the " + what,
+          .prepare = before(step, replugHit),
+          .ended = hitIsListedUnticked};
+}
+
 std::vector<FaultCase> pulls() {
-  std::vector<FaultCase> cases{named("pulled when it is ticked, before Start"),
-                               named("pulled while the panel is open")};
-  cases[0].ticked = pullHit;
-  cases[1].asked = pullHit;
-  cases.push_back(pulledAt("before it is unmounted", PullMoment::kBeforeUnmount));
-  cases.push_back(named("pulled between unmount and wipe"));
-  cases.back().prepare = before(Step::Kind::kWipe, pullHit);
-  cases.push_back(pulledAt("during the wipe", PullMoment::kDuringWipe));
-  cases.push_back(pulledAt("between wipe and format", PullMoment::kBeforeFormat));
-  cases.push_back(pulledAt("during the format", PullMoment::kDuringFormat));
-  cases.push_back(pulledAt("before it is mounted", PullMoment::kBeforeMount));
-  cases.push_back(pulledAt("during the mount", PullMoment::kDuringMount));
+  std::vector<FaultCase> cases{
+      {.name = "pulled when it is ticked, before Start", .ticked = pullHit},
+      {.name = "pulled while the panel is open", .asked = pullHit},
+      pulledAt("before it is unmounted", PullMoment::kBeforeUnmount),
+      {.name = "pulled between unmount and wipe", .prepare = before(Step::Kind::kWipe, pullHit)},
+      pulledAt("during the wipe", PullMoment::kDuringWipe),
+      pulledAt("between wipe and format", PullMoment::kBeforeFormat),
+      pulledAt("during the format", PullMoment::kDuringFormat),
+      pulledAt("before it is mounted", PullMoment::kBeforeMount),
+      pulledAt("during the mount", PullMoment::kDuringMount)};
   for (int tenth = 0; tenth < kTenths; ++tenth) {
     cases.push_back(pulledInTenth(tenth));
   }
@@ -91,81 +95,60 @@ std::vector<FaultCase> pulls() {
   return cases;
 }
 
-// Media that take everything and have something else. The book's tracks lie one behind the other,
-// after the two tables.
-std::vector<FaultCase> lies() {
-  const auto lying = [](std::string name, Lie lie, std::int64_t from, std::int64_t bytes) {
-    BenchFaults faults;
-    faults.lie = lie;
-    faults.lieFrom = from;
-    faults.lieBytes = bytes;
-    return withFaults(std::move(name), faults);
-  };
-  constexpr std::int64_t kBegin = 257 * 4096;
-  return {lying("drops what is beyond half of the copy", Lie::kDrops, kBegin + 24 * 4096, 0),
-          lying("wraps at half of the copy", Lie::kWraps, kBegin + 24 * 4096, 0),
-          lying("wraps right before the end of the copy", Lie::kWraps, kBegin + 196'608, 0),
-          lying("has a worn piece of 2 %", Lie::kDrops, kBegin + 24 * 4096, 4096),
-          lying("changes a bit in each block", Lie::kFlips, kBegin, 10 * kTrackBytes)};
-}
-
 std::vector<FaultCase> media() {
-  std::vector<FaultCase> cases{named("too small for the audio")};
-  cases[0].audioMiB = 70;
-  cases[0].otherMiB = 96;
-  BenchFaults faults;
-  faults.failAfterBytes = 5 * kTrackBytes;
-  cases.push_back(withFaults("every write fails after half of the copy", faults));
-  faults = {};
-  faults.readOnlyAfterBytes = 5 * kTrackBytes;
-  cases.push_back(withFaults("turns read-only after half of the copy", faults));
-  faults.readOnlyAfterBytes = 0;
-  cases.push_back(withFaults("is read-only from the beginning", faults));
-  faults = {};
-  faults.refuseUnmount = true;
-  cases.push_back(withFaults("refuses the unmount (a file on it is open)", faults));
-  faults = {};
-  faults.refuseFormat = true;
-  cases.push_back(withFaults("the format fails", faults));
-  faults = {};
-  faults.refuseMount = true;
-  cases.push_back(withFaults("refuses the mount", faults));
-  for (FaultCase& lying : lies()) {
-    cases.push_back(std::move(lying));
-  }
-  faults = {};
-  faults.remount = RemountMoment::kAfterUnmount;
-  cases.push_back(withFaults("an automounter mounts it before the wipe", faults));
-  faults.remount = RemountMoment::kAfterFormat;
-  cases.push_back(withFaults("an automounter mounts it before we do", faults));
-  return cases;
+  // The book's tracks lie one behind the other, after the two tables.
+  constexpr std::int64_t kBegin = 257 * 4096;
+  constexpr std::int64_t kMiddle = kBegin + 24 * 4096;
+  const auto lying = [](const char* name, Lie lie, std::int64_t from, std::int64_t bytes = 0) {
+    FaultCase made{.name = name};
+    made.faults.lie = lie;
+    made.faults.lieFrom = from;
+    made.faults.lieBytes = bytes;
+    return made;
+  };
+  return {{.name = "too small for the audio", .otherMiB = 96, .audioMiB = 70},
+          {.name = "every write fails after half of the copy",
+           .faults = with(&BenchFaults::failAfterBytes, std::optional(kHalf))},
+          {.name = "turns read-only after half of the copy",
+           .faults = with(&BenchFaults::readOnlyAfterBytes, std::optional(kHalf))},
+          {.name = "is read-only from the beginning",
+           .faults = with(&BenchFaults::readOnlyAfterBytes, std::optional<std::int64_t>(0))},
+          {.name = "refuses the unmount (a file on it is open)",
+           .faults = with(&BenchFaults::refuseUnmount, true)},
+          {.name = "the format fails", .faults = with(&BenchFaults::refuseFormat, true)},
+          {.name = "refuses the mount", .faults = with(&BenchFaults::refuseMount, true)},
+          // Media that take everything and have something else.
+          lying("drops what is beyond half of the copy", Lie::kDrops, kMiddle),
+          lying("wraps at half of the copy", Lie::kWraps, kMiddle),
+          lying("wraps right before the end of the copy", Lie::kWraps, kBegin + 196'608),
+          lying("has a worn piece of 2 %", Lie::kDrops, kMiddle, 4096),
+          lying("changes a bit in each block", Lie::kFlips, kBegin, 10 * kTrackBytes),
+          {.name = "an automounter mounts it before the wipe",
+           .faults = with(&BenchFaults::remount, RemountMoment::kAfterUnmount)},
+          {.name = "an automounter mounts it before we do",
+           .faults = with(&BenchFaults::remount, RemountMoment::kAfterFormat)}};
 }
 
 std::vector<FaultCase> comings() {
-  std::vector<FaultCase> cases{named("a fourth player arrives during the run"),
-                               named("pulled and back as before, while the panel is open"),
-                               named("pulled and back under the same name before the wipe"),
-                               named("pulled and back under the same name before the format"),
-                               named("pulled and back under the same name before the copy")};
-  cases[0].prepare = [](FaultRig& rig) {
+  const auto prepareLate = [](FaultRig& rig) {
     BenchPlayerPlan late;
     late.name = "late";
     rig.make(late);
     before(Step::Kind::kFormat, [](FaultRig& r) { r.plug("late", "/dev/vp3"); })(rig);
   };
-  cases[0].ended = [](FaultRig& rig) { return listedUnticked(rig, "/dev/vp3"); };
-  cases[1].asked = replugHit;
-  cases[2].prepare = before(Step::Kind::kWipe, replugHit);
-  cases[3].prepare = before(Step::Kind::kFormat, replugHit);
-  cases[4].prepare = before(Step::Kind::kOpen, replugHit);
-  for (std::size_t index = 1; index < cases.size(); ++index) {
-    cases[index].ended = [](FaultRig& rig) { return listedUnticked(rig, kHitNode); };
-  }
-  return cases;
+  return {{.name = "a fourth player arrives during the run",
+           .prepare = prepareLate,
+           .ended = [](FaultRig& rig) { return listedUnticked(rig, "/dev/vp3"); }},
+          {.name = "pulled and back as before, while the panel is open",
+           .asked = replugHit,
+           .ended = hitIsListedUnticked},
+          backBefore("wipe", Step::Kind::kWipe),
+          backBefore("format", Step::Kind::kFormat),
+          backBefore("copy", Step::Kind::kOpen)};
 }
 
 std::vector<FaultCase> twins() {
-  std::vector<FaultCase> cases{named("has the same serial and label as the others"),
+  std::vector<FaultCase> cases{{.name = "has the same serial and label as the others"},
                                pulledInTenth(5)};
   cases[1].name = "has the same serial and label as the others, and is pulled";
   for (auto& twin : cases) {
@@ -174,29 +157,26 @@ std::vector<FaultCase> twins() {
   return cases;
 }
 
-FaultCase neverAnswered(std::string name, Step::Kind kind) {
-  FaultCase made = named(std::move(name));
-  made.waits = true;
-  made.prepare = [kind](FaultRig& rig) {
-    rig.hooks.isLost = [kind](const Step& step) { return step == Step{kind, kHitNode}; };
-  };
-  return made;
-}
-
-void append(std::vector<FaultCase>& cases, const std::vector<FaultCase>& more) {
-  cases.insert(cases.end(), more.begin(), more.end());
+FaultCase neverAnswered(const std::string& what, Step::Kind kind) {
+  return {.name = "its " + what + " is never answered",
+          .prepare =
+              [kind](FaultRig& rig) {
+                rig.hooks.isLost = [kind](const Step& step) {
+                  return step == Step{kind, kHitNode};
+                };
+              },
+          .waits = true};
 }
 
 }  // namespace
 
 std::vector<FaultCase> faultCases() {
-  std::vector<FaultCase> cases{named("nothing")};
-  append(cases, pulls());
-  append(cases, media());
-  append(cases, comings());
-  append(cases, twins());
-  cases.push_back(neverAnswered("its unmount is never answered", Step::Kind::kUnmount));
-  cases.push_back(neverAnswered("its mount is never answered", Step::Kind::kMount));
+  std::vector<FaultCase> cases{{.name = "nothing"}};
+  for (auto& group : {pulls(), media(), comings(), twins()}) {
+    std::copy(group.begin(), group.end(), std::back_inserter(cases));
+  }
+  cases.push_back(neverAnswered("unmount", Step::Kind::kUnmount));
+  cases.push_back(neverAnswered("mount", Step::Kind::kMount));
   return cases;
 }
 

@@ -3,11 +3,15 @@
 #include <QEventLoop>
 #include <QTest>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <random>
+#include <sstream>
 #include <stdexcept>
 
 #include "Alert.h"
+#include "RealSourceFiles.h"
 #include "TRFileCopyTaskCollection.h"
 #include "UsbUtil.h"
 #include "ui_CredentialsPanel.h"
@@ -18,6 +22,112 @@ namespace fillstation::faults {
 namespace {
 
 constexpr std::chrono::seconds kLongestWait(60);
+
+void tell(const StepHooks& hooks, const Step& step) {
+  if (hooks.before) {
+    hooks.before(step);
+  }
+}
+
+class HookedScripts : public ScriptRunner {
+ public:
+  HookedScripts(ScriptRunner& real, const StepHooks& hooks) : real_(real), hooks_(hooks) {}
+
+  ScriptOutcome run(std::string_view source, const DiskIdentity& target) override {
+    const bool isWipe = source.find("dd if=/dev/zero") != std::string_view::npos;
+    tell(hooks_, {isWipe ? Step::Kind::kWipe : Step::Kind::kFormat, target.node});
+    return real_.run(source, target);
+  }
+
+ private:
+  ScriptRunner& real_;
+  const StepHooks& hooks_;
+};
+
+class HookedSession : public DiskSession {
+ public:
+  HookedSession(std::shared_ptr<DiskSession> real, const StepHooks& hooks)
+      : real_(std::move(real)), hooks_(hooks) {}
+
+  std::shared_ptr<Disk> diskFromName(std::string_view name) override {
+    return real_->diskFromName(name);
+  }
+  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+             Completion completion) override {
+    if (isAsked({Step::Kind::kMount, expected.node})) {
+      real_->mount(std::move(disk), expected, std::move(completion));
+    }
+  }
+  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+               Completion completion) override {
+    if (isAsked({Step::Kind::kUnmount, expected.node})) {
+      real_->unmount(std::move(disk), expected, std::move(completion));
+    }
+  }
+  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+             Completion completion) override {
+    if (isAsked({Step::Kind::kEject, expected.node})) {
+      real_->eject(std::move(disk), expected, std::move(completion));
+    }
+  }
+
+ private:
+  bool isAsked(const Step& step) const {
+    tell(hooks_, step);
+    return !hooks_.isLost || !hooks_.isLost(step);
+  }
+
+  std::shared_ptr<DiskSession> real_;
+  const StepHooks& hooks_;
+};
+
+class HookedFiles : public test::RealSourceFiles {
+ public:
+  HookedFiles(FileManager& files, const StepHooks& hooks) : RealSourceFiles(files), hooks_(hooks) {}
+
+  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
+                                     const DiskIdentity& owner) override {
+    tell(hooks_, {Step::Kind::kOpen, owner.node});
+    return real().openVolume(mountPath, owner);
+  }
+
+ private:
+  const StepHooks& hooks_;
+};
+
+struct HookedPorts {
+  HookedScripts scripts;
+  HookedFiles files;
+};
+
+// Puts the hooks between the program and the installed platform, for as long as the result is held.
+std::shared_ptr<void> installHooks(const StepHooks& hooks, Platform& installed) {
+  const auto ports = std::make_shared<HookedPorts>(HookedPorts{
+      HookedScripts(*installed.scriptRunner, hooks), HookedFiles(*installed.fileManager, hooks)});
+  installed.scriptRunner = &ports->scripts;
+  installed.fileManager = &ports->files;
+  installed.createDiskSession = [real = installed.createDiskSession, &hooks] {
+    return std::make_shared<HookedSession>(real(), hooks);
+  };
+  return ports;
+}
+
+// Bytes that no other seed gives and nobody would write by chance; no two blocks are alike.
+std::string noise(std::uint32_t seed, std::int64_t count) {
+  constexpr std::int64_t kBlock = 64 * 1024;
+  std::mt19937 random(seed);
+  std::string block(static_cast<std::size_t>(std::min(count, kBlock)), '\0');
+  for (auto& byte : block) {
+    byte = static_cast<char>(random() & 0xFFU);
+  }
+  std::string bytes;
+  while (static_cast<std::int64_t>(bytes.size()) < count) {
+    bytes += block;
+    bytes[bytes.size() - block.size()] = static_cast<char>(random() & 0xFFU);
+  }
+  bytes.resize(static_cast<std::size_t>(count));
+  return bytes;
+}
 
 void require(bool done, const std::string& what) {
   if (!done) {
@@ -116,7 +226,23 @@ bool FaultRig::await(const std::function<bool()>& seen) {
 
 void FaultRig::click(QAbstractButton* button) const { QTest::mouseClick(button, Qt::LeftButton); }
 
-void FaultRig::addBook() { click(windows->window().ui().btnBrowse); }
+void FaultRig::addBook(std::int64_t moreMiB) {
+  constexpr int kTracks = 10;
+  constexpr int kTracksOfAPart = 4;
+  constexpr std::int64_t kLongMiB = 5;
+  std::uint32_t seed = 1;
+  for (int track = 0; track < kTracks; ++track) {
+    folder.write("book/Part " + std::to_string(track / kTracksOfAPart + 1) + "/" +
+                     std::to_string(track + 1) + " Überfahrt.mp3",
+                 noise(seed++, kTrackBytes));
+  }
+  folder.write("book/note.txt", "no audio");
+  for (std::int64_t number = 0; number < moreMiB; number += kLongMiB) {
+    folder.write("book/Long/" + std::to_string(number) + ".mp3",
+                 noise(seed++, kLongMiB * 1024 * 1024));
+  }
+  click(windows->window().ui().btnBrowse);
+}
 
 void FaultRig::tickAll() { click(windows->window().ui().btnAll); }
 
@@ -124,10 +250,8 @@ void FaultRig::ask() { click(windows->window().ui().btnStart); }
 
 void FaultRig::confirm(const char* password) {
   const auto& panel = windows->panel().ui();
-  panel.userNameField->clear();
-  panel.passwordField->clear();
-  QTest::keyClicks(panel.userNameField, QStringLiteral("bench"));
-  QTest::keyClicks(panel.passwordField, QString::fromLatin1(password));
+  panel.userNameField->setText(QStringLiteral("bench"));
+  panel.passwordField->setText(QString::fromLatin1(password));
   click(panel.btnPassOk);
 }
 
@@ -143,6 +267,21 @@ std::string FaultRig::readSummary() {
   person.start(1);
   await([&] { return !summary.empty() && windows->window().ui().btnStart->isEnabled(); });
   return summary;
+}
+
+std::optional<std::vector<std::string>> FaultRig::namedIn(const std::string& summary) {
+  const std::string before = "Player ";
+  const std::string behind = " Failed in process";
+  std::istringstream lines(summary);
+  std::string line;
+  std::getline(lines, line);
+  bool isSummary = line == "Process Completed.";
+  std::vector<std::string> nodes;
+  while (std::getline(lines, line)) {
+    isSummary = isSummary && line.starts_with(before) && line.ends_with(behind);
+    nodes.push_back(line.substr(before.size(), line.find(behind) - before.size()));
+  }
+  return isSummary ? std::optional(nodes) : std::nullopt;
 }
 
 void FaultRig::ejectTicked() { click(windows->window().ui().btnEject); }
@@ -169,6 +308,14 @@ bool FaultRig::isRunning() const {
   const auto& ui = windows->window().ui();
   return !ui.btnStart->isEnabled() && ui.pbCircle->isAnimating() && shownAlert() == nullptr &&
          !windows->panel().isVisible();
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const auto& text : texts) {
+    all += (all.empty() ? "" : ", ") + text;
+  }
+  return all;
 }
 
 }  // namespace fillstation::faults

@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,14 +11,34 @@
 #include "BenchFolder.h"
 #include "HurriedClock.h"
 #include "QtMainThread.h"
-#include "StdCapture.h"
-#include "StepHooks.h"
 #include "TempFolder.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"
 #include "WindowSet.h"
 
 namespace fillstation::faults {
+
+// Bytes of one of the book's ten tracks, so that a track is a tenth of the copy.
+inline constexpr std::int64_t kTrackBytes = 20'000;
+
+// One thing that the program asks of the machine for one player. A plain value.
+struct Step {
+  enum class Kind { kUnmount, kWipe, kFormat, kMount, kOpen, kEject };
+
+  Kind kind;
+  std::string node;
+
+  bool operator==(const Step&) const = default;
+};
+
+// What a case does at the steps of a run, on the thread that makes the step: a worker, but for the
+// eject and the unmount before it. Each may be absent. Set before the first step and not changed
+// while there are any.
+struct StepHooks {
+  std::function<void(const Step&)> before;
+  // Of a request: true if it is never answered, and never carried out.
+  std::function<bool(const Step&)> isLost;
+};
 
 // The whole program over a bench in a folder of its own, and the hands of the person at the window.
 // Everything is real but the players, the time and the password's check. Main thread, unless a
@@ -42,8 +63,9 @@ class FaultRig {
   // false when that takes a minute, or when the program ends. Any thread.
   bool await(const std::function<bool()>& seen);
 
-  // Adds the folder `book`.
-  void addBook();
+  // Writes the folder `book` and adds it: ten tracks of equal size with contents of their own, in
+  // folders, beside a file of another type; and more audio on demand.
+  void addBook(std::int64_t moreMiB = 0);
   void tickAll();
   // Start; the credentials and OK.
   void ask();
@@ -51,6 +73,8 @@ class FaultRig {
   // Waits for the summary, clicks it away and returns its text; empty when there is none within a
   // minute.
   std::string readSummary();
+  // The nodes that a summary names; none when the text isn't one.
+  static std::optional<std::vector<std::string>> namedIn(const std::string& summary);
   void ejectTicked();
 
   std::vector<std::string> listed() const;
@@ -71,7 +95,6 @@ class FaultRig {
  private:
   void click(QAbstractButton* button) const;
 
-  test::StdCapture out_{stdout};
   ThreadWorkers workers_{stop};
   Bench bench_{benchFolder, BenchServices{stop, mainThread, clock, workers_, log}};
   std::shared_ptr<void> hooked_;
@@ -79,5 +102,8 @@ class FaultRig {
  public:
   std::unique_ptr<WindowSet> windows;
 };
+
+// The texts with commas between them.
+std::string joined(const std::vector<std::string>& texts);
 
 }  // namespace fillstation::faults
