@@ -68,6 +68,10 @@ class BackEnd {
   virtual void settle() = 0;
 };
 
+// Everything in the FAT32 file system of an image, in directory order, a directory before what it
+// holds.
+std::vector<OnMedium> contentOfImage(int descriptor);
+
 struct BackEndKind {
   const char* name;
   // Null where it can't be had.

@@ -8,7 +8,6 @@
 #include <filesystem>
 
 #include "FileHandle.h"
-#include "MediumContent.h"
 #include "Tools.h"
 #include "Utf8.h"
 

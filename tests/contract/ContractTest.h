@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -15,12 +13,6 @@
 #include "Url.h"
 
 namespace fillstation::contract {
-
-inline std::string contentOfFile(const std::string& path) {
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  return content.str();
-}
 
 // What the suites have in common: a back end whose bus is watched the way the program does it, and
 // requests that are waited for.

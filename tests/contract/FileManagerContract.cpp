@@ -10,11 +10,44 @@
 #include <filesystem>
 
 #include "DeepTempFolder.h"
-#include "Unprivileged.h"
 
 namespace fillstation::test {
 
 using Names = std::vector<std::string>;
+
+namespace {
+
+// Gives up root's rights for its lifetime, so that permissions mean something to a test whoever
+// runs it.
+class Unprivileged {
+ public:
+  Unprivileged() : before_(::geteuid()) {
+    if (before_ == 0 && ::seteuid(kNobody) != 0) {
+      ::_exit(97);
+    }
+  }
+  ~Unprivileged() {
+    if (before_ == 0 && ::seteuid(0) != 0) {
+      ::_exit(97);
+    }
+  }
+  Unprivileged(const Unprivileged&) = delete;
+  Unprivileged& operator=(const Unprivileged&) = delete;
+
+ private:
+  static constexpr uid_t kNobody = 65534;
+  uid_t before_;
+};
+
+rlim_t highestDescriptor() {
+  rlim_t highest = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    highest = std::max<rlim_t>(highest, std::stoul(entry.path().filename().string()));
+  }
+  return highest;
+}
+
+}  // namespace
 
 std::vector<std::string> FileManagerContract::walked(const std::string& folder) {
   const auto walk = files().walk(folder, [this](const std::string& path) {
@@ -49,6 +82,7 @@ TEST_P(FileManagerContract, ToldWhatExists) {
   EXPECT_TRUE(files().fileExists(folder_.path("a/")));
   EXPECT_TRUE(files().fileExists(file));
   EXPECT_FALSE(files().fileExists(file + "/"));
+  EXPECT_FALSE(files().fileExists("file://" + file));
   EXPECT_FALSE(files().fileExists(""));
 }
 
@@ -60,11 +94,6 @@ TEST_P(FileManagerContract, ExistenceFollowsSymbolicLinks) {
   EXPECT_TRUE(files().fileExists(folder_.path("toFolder"), &isDirectory));
   EXPECT_TRUE(isDirectory);
   EXPECT_FALSE(files().fileExists(folder_.path("dangling")));
-}
-
-TEST_P(FileManagerContract, AnAddressIsNotAPath) {
-  const std::string file = folder_.write("a", "abc");
-  EXPECT_FALSE(files().fileExists("file://" + file));
 }
 
 TEST_P(FileManagerContract, ToldSizes) {
@@ -93,11 +122,6 @@ TEST_P(FileManagerContract, WalksAFolderBeforeWhatItHoldsInNameOrder) {
 TEST_P(FileManagerContract, AFolderMayBeGivenWithASlash) {
   folder_.write("a/b", "x");
   EXPECT_EQ(walked(folder_.path() + "/"), (Names{"a/", "a/b"}));
-}
-
-TEST_P(FileManagerContract, AnEmptyFolderHasNoEntries) {
-  EXPECT_EQ(walked(folder_.path()), Names{});
-  EXPECT_EQ(errors_, Names{});
 }
 
 TEST_P(FileManagerContract, NamesAreBytes) {
@@ -182,7 +206,7 @@ TEST_P(FileManagerContract, SpecialFilesAreYieldedUnopened) {
   EXPECT_EQ(walked(folder_.path()), Names{"fifo.mp3"});
 }
 
-TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOn) {
+TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOnOrEnds) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
   ::chmod(folder_.path().c_str(), 0755);
@@ -190,17 +214,9 @@ TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOn) {
   const Unprivileged unprivileged;
   EXPECT_EQ(walked(folder_.path()), (Names{"a/", "b"}));
   EXPECT_EQ(errors_, Names{folder_.path("a")});
-}
-
-TEST_P(FileManagerContract, AnUnreadableFolderEndsTheWalkWhenTold) {
-  folder_.write("a/in", "x");
-  folder_.write("b", "x");
-  ::chmod(folder_.path().c_str(), 0755);
-  ::chmod(folder_.path("a").c_str(), 0);
-  const Unprivileged unprivileged;
   goOn_ = false;
   EXPECT_EQ(walked(folder_.path()), Names{"a/"});
-  EXPECT_EQ(errors_, Names{folder_.path("a")});
+  EXPECT_EQ(errors_, Names(2, folder_.path("a")));
 }
 
 TEST_P(FileManagerContract, AnEntryThatCannotBeLookedAtHasNoValues) {
@@ -237,18 +253,6 @@ TEST_P(FileManagerContract, WhatIsNoFolderHasNoEntries) {
     EXPECT_EQ(errors_, (Names{file, folder_.path("none")}));
   }
 }
-
-namespace {
-
-rlim_t highestDescriptor() {
-  rlim_t highest = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    highest = std::max<rlim_t>(highest, std::stoul(entry.path().filename().string()));
-  }
-  return highest;
-}
-
-}  // namespace
 
 TEST_P(FileManagerContract, ThousandsOfLevelsNeedFewDescriptors) {
   const DeepTempFolder top;

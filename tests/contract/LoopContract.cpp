@@ -1,10 +1,18 @@
-#include "LoopContract.h"
+#include <gtest/gtest.h>
 
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <atomic>
 #include <chrono>
 #include <string>
 #include <thread>
-#include <utility>
+
+#include "QtClock.h"
+#include "QtMainThread.h"
+#include "StopSource.h"
+#include "ThreadWorkers.h"
+
+// The ports that have to do with threads and waiting, which all back ends share.
 
 namespace fillstation::test {
 
@@ -23,22 +31,46 @@ void waitUntil(const std::atomic<bool>& flag) {
 // Long enough for another thread to be where it is going, most of the time.
 void giveTime() { std::this_thread::sleep_for(milliseconds(10)); }
 
-}  // namespace
+// The thread that makes it is the main thread. Its end ends the program and waits for the workers.
+class LoopContract : public testing::Test {
+ protected:
+  ~LoopContract() override { stop.request(); }
 
-void LoopContract::onWorker(std::function<void()> body) {
-  std::atomic<bool> returned{false};
-  workers().spawn([&returned, body = std::move(body)] {
-    body();
-    returned = true;
-  });
-  backEnd_->runLoopUntil([&] { return returned.load(); });
-}
+  // Runs the main loop until the condition holds.
+  static void runLoopUntil(const std::function<bool()>& condition) {
+    while (!condition()) {
+      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    }
+  }
+  static void runLoopDry() {
+    while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
+    }
+  }
 
-TEST_P(MainThreadContract, RunsThereAndReturnsAfterwards) {
+  // Runs the body on a worker and the main loop meanwhile; returns when the body has returned.
+  void onWorker(const std::function<void()>& body) {
+    std::atomic<bool> returned{false};
+    workers.spawn([&] {
+      body();
+      returned = true;
+    });
+    runLoopUntil([&] { return returned.load(); });
+  }
+
+  StopSource stop;
+  QtMainThread mainThread{stop};
+  QtClock clock{stop};
+  ThreadWorkers workers{stop};
+};
+class MainThreadContract : public LoopContract {};
+class ClockContract : public LoopContract {};
+class WorkersContract : public LoopContract {};
+
+TEST_F(MainThreadContract, RunsThereAndReturnsAfterwards) {
   const auto main = std::this_thread::get_id();
   onWorker([&] {
     std::thread::id ranOn;
-    EXPECT_TRUE(mainThread().runAndWait([&] {
+    EXPECT_TRUE(mainThread.runAndWait([&] {
       giveTime();
       ranOn = std::this_thread::get_id();
     }));
@@ -47,52 +79,52 @@ TEST_P(MainThreadContract, RunsThereAndReturnsAfterwards) {
   });
 }
 
-TEST_P(MainThreadContract, OnTheMainThreadTheCallableSimplyRuns) {
+TEST_F(MainThreadContract, OnTheMainThreadTheCallableSimplyRuns) {
   bool ran = false;
-  EXPECT_TRUE(mainThread().runAndWait([&] { ran = true; }));
+  EXPECT_TRUE(mainThread.runAndWait([&] { ran = true; }));
   EXPECT_TRUE(ran);
 }
 
-TEST_P(MainThreadContract, OnTheMainThreadItRunsEvenAtTheEnd) {
-  backEnd_->requestStop();
+TEST_F(MainThreadContract, OnTheMainThreadItRunsEvenAtTheEnd) {
+  stop.request();
   bool ran = false;
-  EXPECT_TRUE(mainThread().runAndWait([&] { ran = true; }));
+  EXPECT_TRUE(mainThread.runAndWait([&] { ran = true; }));
   EXPECT_TRUE(ran);
 }
 
-TEST_P(MainThreadContract, CallsOfOneThreadRunInOrder) {
+TEST_F(MainThreadContract, CallsOfOneThreadRunInOrder) {
   std::string order;
   onWorker([&] {
     for (char name = 'a'; name <= 'z'; ++name) {
-      EXPECT_TRUE(mainThread().runAndWait([&] { order += name; }));
+      EXPECT_TRUE(mainThread.runAndWait([&] { order += name; }));
     }
   });
   EXPECT_EQ(order, "abcdefghijklmnopqrstuvwxyz");
 }
 
-TEST_P(MainThreadContract, AnswersManyThreads) {
+TEST_F(MainThreadContract, AnswersManyThreads) {
   int runs = 0;
   std::atomic<int> answers{0};
   for (int worker = 0; worker < 16; ++worker) {
-    workers().spawn([&] { answers += mainThread().runAndWait([&] { ++runs; }) ? 1 : 0; });
+    workers.spawn([&] { answers += mainThread.runAndWait([&] { ++runs; }) ? 1 : 0; });
   }
-  backEnd_->runLoopUntil([&] { return answers == 16; });
+  runLoopUntil([&] { return answers == 16; });
   EXPECT_EQ(runs, 16);
 }
 
-TEST_P(MainThreadContract, RunsInNestedLoops) {
+TEST_F(MainThreadContract, RunsInNestedLoops) {
   std::string order;
   std::atomic<bool> outerBegan{false};
-  workers().spawn([&] {
+  workers.spawn([&] {
     waitUntil(outerBegan);
-    mainThread().runAndWait([&] { order += "b"; });
+    mainThread.runAndWait([&] { order += "b"; });
   });
   onWorker([&] {
-    mainThread().runAndWait([&] {
+    mainThread.runAndWait([&] {
       order += "a";
       outerBegan = true;
       while (order == "a") {
-        clock().sleep(milliseconds(1));
+        clock.sleep(milliseconds(1));
       }
       order += "c";
     });
@@ -100,51 +132,49 @@ TEST_P(MainThreadContract, RunsInNestedLoops) {
   EXPECT_EQ(order, "abc");
 }
 
-TEST_P(MainThreadContract, OnePassRunsWhatIsPending) {
+TEST_F(MainThreadContract, OnePassRunsWhatIsPending) {
   std::atomic<bool> answered{false};
-  workers().spawn([&] { answered = mainThread().runAndWait([] {}); });
+  workers.spawn([&] { answered = mainThread.runAndWait([] {}); });
   while (!answered) {
-    mainThread().runPending();
+    mainThread.runPending();
   }
 }
 
-TEST_P(MainThreadContract, OnePassDoesNotWait) { mainThread().runPending(); }
-
-TEST_P(MainThreadContract, WhatHasNotBegunAtTheEndNeverRuns) {
+TEST_F(MainThreadContract, WhatHasNotBegunAtTheEndNeverRuns) {
   bool ran = false;
   std::atomic<bool> begun{false};
   std::atomic<bool> answered{false};
-  workers().spawn([&] {
+  workers.spawn([&] {
     begun = true;
-    EXPECT_FALSE(mainThread().runAndWait([&] { ran = true; }));
+    EXPECT_FALSE(mainThread.runAndWait([&] { ran = true; }));
     answered = true;
   });
   waitUntil(begun);
   giveTime();
-  backEnd_->requestStop();
+  stop.request();
   waitUntil(answered);
-  backEnd_->runLoopDry();
+  runLoopDry();
   EXPECT_FALSE(ran);
 }
 
-TEST_P(MainThreadContract, AfterTheEndNothingIsRun) {
-  backEnd_->requestStop();
+TEST_F(MainThreadContract, AfterTheEndNothingIsRun) {
+  stop.request();
   bool ran = false;
   std::atomic<bool> answered{false};
-  workers().spawn([&] {
-    EXPECT_FALSE(mainThread().runAndWait([&] { ran = true; }));
+  workers.spawn([&] {
+    EXPECT_FALSE(mainThread.runAndWait([&] { ran = true; }));
     answered = true;
   });
   waitUntil(answered);
-  backEnd_->runLoopDry();
+  runLoopDry();
   EXPECT_FALSE(ran);
 }
 
-TEST_P(MainThreadContract, WhatHasBegunAtTheEndIsWaitedFor) {
+TEST_F(MainThreadContract, WhatHasBegunAtTheEndIsWaitedFor) {
   onWorker([&] {
     bool finished = false;
-    EXPECT_TRUE(mainThread().runAndWait([&] {
-      backEnd_->requestStop();
+    EXPECT_TRUE(mainThread.runAndWait([&] {
+      stop.request();
       giveTime();
       finished = true;
     }));
@@ -152,143 +182,138 @@ TEST_P(MainThreadContract, WhatHasBegunAtTheEndIsWaitedFor) {
   });
 }
 
-TEST_P(ClockContract, AWorkerWaitsForTheWholeDuration) {
+TEST_F(ClockContract, AWorkerWaitsForTheWholeDuration) {
   onWorker([&] {
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_TRUE(clock().sleep(microseconds(1500)));
+    EXPECT_TRUE(clock.sleep(microseconds(1500)));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, microseconds(1500));
   });
 }
 
-TEST_P(ClockContract, TheMainThreadWaitsForTheWholeDuration) {
+TEST_F(ClockContract, TheMainThreadWaitsForTheWholeDuration) {
   const auto begin = std::chrono::steady_clock::now();
-  EXPECT_TRUE(clock().sleep(microseconds(1500)));
+  EXPECT_TRUE(clock.sleep(microseconds(1500)));
   EXPECT_GE(std::chrono::steady_clock::now() - begin, microseconds(1500));
 }
 
-TEST_P(ClockContract, ZeroOrLessIsNoPause) {
+TEST_F(ClockContract, ZeroOrLessIsNoPause) {
   std::atomic<bool> begun{false};
   std::atomic<bool> ran{false};
-  workers().spawn([&] {
+  workers.spawn([&] {
     begun = true;
-    mainThread().runAndWait([&] { ran = true; });
+    mainThread.runAndWait([&] { ran = true; });
   });
   waitUntil(begun);
   giveTime();
-  EXPECT_TRUE(clock().sleep(microseconds(0)));
-  EXPECT_TRUE(clock().sleep(microseconds(-1)));
-  EXPECT_TRUE(clock().sleep(-hours(1)));
+  EXPECT_TRUE(clock.sleep(microseconds(0)));
+  EXPECT_TRUE(clock.sleep(microseconds(-1)));
+  EXPECT_TRUE(clock.sleep(-hours(1)));
   EXPECT_FALSE(ran);
-  backEnd_->runLoopUntil([&] { return ran.load(); });
+  runLoopUntil([&] { return ran.load(); });
   onWorker([&] {
-    EXPECT_TRUE(clock().sleep(microseconds(0)));
-    EXPECT_TRUE(clock().sleep(-hours(1)));
+    EXPECT_TRUE(clock.sleep(microseconds(0)));
+    EXPECT_TRUE(clock.sleep(-hours(1)));
   });
 }
 
-TEST_P(ClockContract, APauseKeepsTheMainLoopRunning) {
+TEST_F(ClockContract, APauseKeepsTheMainLoopRunning) {
   std::atomic<bool> ran{false};
-  workers().spawn([&] { mainThread().runAndWait([&] { ran = true; }); });
+  workers.spawn([&] { mainThread.runAndWait([&] { ran = true; }); });
   while (!ran) {
-    EXPECT_TRUE(clock().sleep(microseconds(100)));
+    EXPECT_TRUE(clock.sleep(microseconds(100)));
   }
 }
 
-TEST_P(ClockContract, TheEndEndsThePausesOfTheMainThreadNestedOnesIncluded) {
+TEST_F(ClockContract, TheEndEndsThePausesOfTheMainThreadNestedOnesIncluded) {
   std::atomic<bool> pausing{false};
   bool inner = true;
-  workers().spawn([&] {
-    mainThread().runAndWait([&] {
+  workers.spawn([&] {
+    mainThread.runAndWait([&] {
       pausing = true;
-      inner = clock().sleep(hours(1));
+      inner = clock.sleep(hours(1));
     });
   });
-  workers().spawn([&] {
+  workers.spawn([&] {
     waitUntil(pausing);
     giveTime();
-    backEnd_->requestStop();
+    stop.request();
   });
-  EXPECT_FALSE(clock().sleep(hours(1)));
+  EXPECT_FALSE(clock.sleep(hours(1)));
   EXPECT_TRUE(pausing);
   EXPECT_FALSE(inner);
 }
 
-TEST_P(ClockContract, TheEndRequestedInsideAPauseEndsIt) {
-  workers().spawn([&] { mainThread().runAndWait([&] { backEnd_->requestStop(); }); });
-  EXPECT_FALSE(clock().sleep(hours(1)));
-}
-
-TEST_P(ClockContract, PausesMayNestAndEachLastsItsTime) {
+TEST_F(ClockContract, PausesMayNestAndEachLastsItsTime) {
   bool inner = false;
-  workers().spawn(
-      [&] { mainThread().runAndWait([&] { inner = clock().sleep(milliseconds(2)); }); });
+  workers.spawn([&] { mainThread.runAndWait([&] { inner = clock.sleep(milliseconds(2)); }); });
   while (!inner) {
-    EXPECT_TRUE(clock().sleep(milliseconds(1)));
+    EXPECT_TRUE(clock.sleep(milliseconds(1)));
   }
 }
 
-TEST_P(ClockContract, TheEndComesAfterPausesThatAreOver) {
-  EXPECT_TRUE(clock().sleep(milliseconds(1)));
-  EXPECT_TRUE(clock().sleep(milliseconds(1)));
-  workers().spawn([&] { mainThread().runAndWait([&] { backEnd_->requestStop(); }); });
-  EXPECT_FALSE(clock().sleep(hours(1)));
+TEST_F(ClockContract, TheEndComesAfterPausesThatAreOver) {
+  EXPECT_TRUE(clock.sleep(milliseconds(1)));
+  EXPECT_TRUE(clock.sleep(milliseconds(1)));
+  workers.spawn([&] { mainThread.runAndWait([&] { stop.request(); }); });
+  EXPECT_FALSE(clock.sleep(hours(1)));
 }
 
-TEST_P(ClockContract, TheEndEndsAWorkersPause) {
+TEST_F(ClockContract, TheEndEndsAWorkersPause) {
   std::atomic<bool> pausing{false};
   std::atomic<bool> ended{false};
-  workers().spawn([&] {
+  workers.spawn([&] {
     pausing = true;
-    EXPECT_FALSE(clock().sleep(hours(1)));
+    EXPECT_FALSE(clock.sleep(hours(1)));
     ended = true;
   });
   waitUntil(pausing);
   giveTime();
-  backEnd_->requestStop();
+  stop.request();
   waitUntil(ended);
 }
 
-TEST_P(ClockContract, AfterTheEndThereIsNoPause) {
-  backEnd_->requestStop();
-  EXPECT_FALSE(clock().sleep(hours(1)));
-  EXPECT_FALSE(clock().sleep(microseconds(0)));
+TEST_F(ClockContract, AfterTheEndThereIsNoPause) {
+  stop.request();
+  EXPECT_FALSE(clock.sleep(hours(1)));
+  EXPECT_FALSE(clock.sleep(microseconds(0)));
   onWorker([&] {
-    EXPECT_FALSE(clock().sleep(hours(1)));
-    EXPECT_FALSE(clock().sleep(microseconds(0)));
+    EXPECT_FALSE(clock.sleep(hours(1)));
+    EXPECT_FALSE(clock.sleep(microseconds(0)));
   });
 }
 
-TEST_P(WorkersContract, RunEachBodyOnAThreadOfItsOwnAndReturnAtOnce) {
+TEST_F(WorkersContract, RunEachBodyOnAThreadOfItsOwnAndReturnAtOnce) {
   std::atomic<bool> go{false};
   std::atomic<int> ended{0};
   std::thread::id first;
   std::thread::id second;
-  workers().spawn([&] {
+  workers.spawn([&] {
     first = std::this_thread::get_id();
     waitUntil(go);
     ++ended;
   });
-  workers().spawn([&] {
+  workers.spawn([&] {
     second = std::this_thread::get_id();
     go = true;
     ++ended;
   });
-  backEnd_->runLoopUntil([&] { return ended == 2; });
+  runLoopUntil([&] { return ended == 2; });
   EXPECT_NE(first, second);
   EXPECT_NE(first, std::this_thread::get_id());
   EXPECT_NE(second, std::this_thread::get_id());
 }
 
-TEST_P(WorkersContract, AWorkerMayStartOthers) {
+TEST_F(WorkersContract, AWorkerMayStartOthers) {
   std::atomic<bool> ran{false};
-  workers().spawn([&] { workers().spawn([&] { ran = true; }); });
-  backEnd_->runLoopUntil([&] { return ran.load(); });
+  workers.spawn([&] { workers.spawn([&] { ran = true; }); });
+  runLoopUntil([&] { return ran.load(); });
 }
 
-TEST_P(WorkersContract, KnowWhenTheProgramEnds) {
-  EXPECT_FALSE(workers().stopping());
-  backEnd_->requestStop();
-  EXPECT_TRUE(workers().stopping());
+TEST_F(WorkersContract, KnowWhenTheProgramEnds) {
+  EXPECT_FALSE(workers.stopping());
+  stop.request();
+  EXPECT_TRUE(workers.stopping());
 }
 
+}  // namespace
 }  // namespace fillstation::test

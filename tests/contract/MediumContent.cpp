@@ -1,9 +1,8 @@
-#include "MediumContent.h"
-
 #include <unistd.h>
 
 #include <cstdio>
 
+#include "BackEnd.h"
 #include "FatImage.h"
 #include "FatText.h"
 

@@ -35,10 +35,6 @@ class Cases(unittest.TestCase):
         self.assertEqual(errors, "not against every back end: UsbBusContract.Opens\n")
         self.assertEqual(self.run_over(BENCH, check=False)[0], 0)
 
-    def test_what_serves_both_is_of_both(self):
-        self.assertEqual(self.run_over("Qt/ClockContract.\n  Sleeps/0\n")[:2],
-                         (0, ["bench, Linux  ClockContract.Sleeps", "1 cases"]))
-
     def test_another_instance_is_no_back_end(self):
         self.assertEqual(self.run_over("Posix/FileManagerContract.\n  Walks/0\n")[0], 1)
 

@@ -11,7 +11,6 @@
 #include "AgentPath.h"
 #include "FileHandle.h"
 #include "MainLoop.h"
-#include "MediumContent.h"
 #include "RootsHand.h"
 
 namespace fillstation::contract {
