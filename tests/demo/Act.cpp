@@ -1,14 +1,34 @@
 #include "Act.h"
 
-#include <QTest>
+#include <unistd.h>
+
+#include <QDir>
 #include <algorithm>
-#include <cstdio>
 
 #include "BenchFolder.h"
-#include "Console.h"
 #include "ui_MainWindow.h"
 
 namespace fillstation::demo {
+namespace {
+
+std::FILE* person = stdout;
+
+void sendTo(std::FILE* stream, const QString& file) {
+  if (std::freopen(file.toLocal8Bit().constData(), "w", stream) == nullptr) {
+    std::fprintf(person, "%s can't be written\n", qUtf8Printable(file));
+  }
+}
+
+}  // namespace
+
+std::FILE* console() { return person; }
+
+void useConsole(const QString& logFolder) {
+  QDir().mkpath(logFolder);
+  person = ::fdopen(::dup(STDOUT_FILENO), "w");
+  sendTo(stdout, logFolder + "/stdout.log");
+  sendTo(stderr, logFolder + "/stderr.log");
+}
 
 Act::Act(ActPlan plan, WindowSet& windows, Operator& person)
     : plan_(std::move(plan)), windows_(windows), person_(person) {}

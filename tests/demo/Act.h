@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,6 +13,12 @@
 #include "Scenario.h"
 
 namespace fillstation::demo {
+
+// The terminal of the person who watches. The program under the demonstration writes to the
+// standard streams as it always does; useConsole() sends those to "stdout.log" and "stderr.log" in
+// a folder, so that its lines and the demonstration's table don't mix.
+std::FILE* console();
+void useConsole(const QString& logFolder);
 
 // One performance at the window with the players of a scenario, and what came of it.
 struct ActPlan {

@@ -13,7 +13,6 @@
 #include "AppRunner.h"
 #include "Bench.h"
 #include "BenchFolder.h"
-#include "Console.h"
 #include "DarkColours.h"
 #include "WindowSet.h"
 
