@@ -27,13 +27,13 @@ class Checks(unittest.TestCase):
         (self.root / "commands.json").write_text(json.dumps([entry]))
 
     def include(self, header):
-        script = [sys.executable, HERE / "forbidden_include.py"]
+        script = [sys.executable, HERE / "layers.py", "cannot"]
         arguments = [self.root / "commands.json", "low", header]
         return subprocess.run([*script, *arguments], capture_output=True, text=True)
 
     def scan(self, text):
         (self.root / "low" / "Low.cpp").write_text(text)
-        script = [sys.executable, HERE / "scan_includes.py", self.root / "low"]
+        script = [sys.executable, HERE / "layers.py", "only", self.root / "low"]
         return subprocess.run(script, capture_output=True, text=True).returncode
 
     def test_a_header_out_of_reach_passes(self):
@@ -63,7 +63,7 @@ class Checks(unittest.TestCase):
     def test_a_folder_without_sources_is_found(self):
         (self.root / "low" / "Low.h").unlink()
         (self.root / "low" / "Low.cpp").unlink()
-        script = [sys.executable, HERE / "scan_includes.py", self.root / "low"]
+        script = [sys.executable, HERE / "layers.py", "only", self.root / "low"]
         self.assertEqual(subprocess.run(script, capture_output=True).returncode, 1)
 
 
