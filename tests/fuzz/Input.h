@@ -3,10 +3,18 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace fillstation::fuzz {
+
+// What must hold for every input; in force in every build.
+inline void require(bool holds) {
+  if (!holds) {
+    std::abort();
+  }
+}
 
 // The bytes of one input, taken from the front. A plain value over memory of the caller's.
 class Input {

@@ -7,7 +7,6 @@
 #include "AgentProtocol.h"
 #include "FileHandle.h"
 #include "Input.h"
-#include "Require.h"
 
 using namespace fillstation;
 

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "Input.h"
-#include "Require.h"
 #include "Url.h"
 #include "UsbText.h"
 #include "UsbUtil.h"

@@ -6,7 +6,6 @@
 
 #include "DiskVolume.h"
 #include "Input.h"
-#include "Require.h"
 #include "StringDescriptors.h"
 #include "UsbUtil.h"
 

@@ -2,7 +2,6 @@
 
 #include "Scenario.h"
 #include "Input.h"
-#include "Require.h"
 
 using namespace fillstation;
 

@@ -2,7 +2,6 @@
 
 #include "Input.h"
 #include "PlayerCommand.h"
-#include "Require.h"
 #include "ScriptCompiler.h"
 
 using namespace fillstation;

@@ -7,7 +7,6 @@
 #include "FileHandle.h"
 #include "Input.h"
 #include "MountTable.h"
-#include "Require.h"
 #include "Udev.h"
 
 using namespace fillstation;

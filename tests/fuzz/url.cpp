@@ -2,7 +2,6 @@
 
 #include "Url.h"
 #include "Input.h"
-#include "Require.h"
 #include "Utf8.h"
 
 using namespace fillstation;

@@ -12,7 +12,7 @@ HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
 from points import Finder  # noqa: E402
-from processes import marked, run  # noqa: E402
+from workshop import marked, run  # noqa: E402
 
 
 def found(source, kind=None):
