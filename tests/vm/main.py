@@ -20,14 +20,12 @@ from scenario import SCENARIOS
 import scenarios_package  # noqa: F401
 import scenarios_exits  # noqa: F401
 import scenarios_contract  # noqa: F401
-import scenarios_credentials  # noqa: F401
 import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
 import scenarios_access  # noqa: F401
 import scenarios_runs  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_arrivals  # noqa: F401
-import scenarios_views  # noqa: F401
 
 OUT = image.CACHE / "out"
 Row = collections.namedtuple("Row", "name outcome seconds seen")

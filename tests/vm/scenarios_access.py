@@ -1,20 +1,122 @@
 """The whole job without a mouse: through the accessibility tree alone, and by the keyboard alone."""
 
 import contextlib
+import itertools
 
-from assistant import PASSWORD_TEXT, Assistant
 from box import ADMIN, ADMIN_PASSWORD
-from flows import COMPLETED, TICK
+from flows import COMPLETED, TICK, Operator
 from scenario import BOOK, make_book, operator, scenario
-from typist import Typist
 from waiting import expect, expect_equal, until
-from window import BUTTON, PROGRAM, Window
+from window import BUTTON, PROGRAM, Window, walk
 
 INTERACTIVE = (BUTTON, TICK, "combo box", "text", "table", "tree", "list")
 WORKING = ("All", "None", "Eject", "File type:", "Browse…", "Files", "Home page", "Start")
 EMPTY = "/home/player/Empty"
 BAR, BUSY = "Progress of all players", "Players are being filled"
 SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
+PASSWORD_TEXT = 40  # the role of a field that hides its text
+LONGEST_ROUND = 50  # more stops than any window has
+
+
+class Assistant(Operator):
+    """An operator without mouse and keys, who finds everything by role and name."""
+
+    def details(self, node):
+        """What more is told of a thing: see accessibility.details."""
+        return self._box.session("details", [node["id"]])[0]
+
+    def click_at(self, node, button=1):
+        """Has the thing do what it is there for."""
+        action = {"check box": "Toggle"}.get(node["role"], "Press")
+        done = self._box.session("act", node["id"], action)
+        expect(done, f"the {node['role']} {node['name']!r} offers {action}")
+
+    def fill_in(self, node, text):
+        done = self._box.session("put_text", node["id"], text)
+        expect(done, f"the {node['role']} {node['name']!r} takes a text")
+
+    def choose_type(self, file_type):
+        """Chooses the file type; the box is found by its label."""
+        self.fill_in(self.find("text", "File type"), file_type)
+
+    def controls(self, *roles):
+        """The things of these roles in the window that is in front, each with its details."""
+        front = [window for window in self.windows() if "active" in window["states"]]
+        found = [node for window in front for node in walk(window)
+                 if node["role"] in roles and "showing" in node["states"]]
+        told = self._box.session("details", [node["id"] for node in found])
+        return [each | node for node, each in zip(found, told)]
+
+    def browse(self):
+        self.click("Browse…")
+        until(lambda: self.has_focus("text", "File name:"), 60, "the open panel")
+
+    def choose(self, path):
+        """Takes a folder in the open panel."""
+        self.fill_in(self.find("text", "File name:"), path)
+        until(lambda: self.is_enabled("Open"), 60, "the folder can be opened")
+        self.click("Open")
+        until(lambda: path in self.files(), 60, f"{path} in the file table")
+
+    def _hands(self, action):
+        raise AssertionError(f"An assistive program has no hands: {action}")
+
+
+def _focused(node):
+    """The things with the focus, but not what merely holds such a thing.
+
+    A table is one thing: its current cell is said to have the focus wherever that is."""
+    inside = node["children"] if node["role"] != "table" else ()
+    below = [found for child in inside for found in _focused(child)]
+    return below or ([node] if "focused" in node["states"] else [])
+
+
+class Typist(Operator):
+    """An operator without a mouse."""
+
+    def focus(self):
+        """What has the focus, if one thing has that shows and can be used."""
+        found = [node for window in self.windows() for node in _focused(window)]
+        usable = [node for node in found if {"showing", "enabled"} <= set(node["states"])]
+        return usable[0] if len(found) == 1 and usable else None
+
+    def await_focus(self, role, name, seconds=60):
+        def look():
+            node = self.focus()
+            return node and (node["role"], node["name"]) == (role, name)
+
+        until(look, seconds, f"the focus is on the {role} {name}")
+
+    def stops(self):
+        """Where Tab leads, one stop after the other: what has the focus now, and what gets it then."""
+        node = until(self.focus, 20, "something has the focus")
+        while True:
+            yield node["role"], node["name"]
+            self.key("Tab")
+            node = until(lambda: self._other_than(node), 20, f"Tab leads away from {node}")
+
+    def round(self):
+        """The stops on the way from what has the focus until that has it again."""
+        seen = []
+        for stop in self.stops():
+            if seen and stop == seen[0]:
+                return seen
+            expect(len(seen) < LONGEST_ROUND, f"Tab comes back: {seen}")
+            seen.append(stop)
+
+    def tab_to(self, role, name):
+        stops = itertools.islice(self.stops(), LONGEST_ROUND)
+        expect(any(stop == (role, name) for stop in stops), f"Tab leads to the {role} {name}")
+
+    def name_of(self, disk):
+        return next(player.name for player in self.players() if player.disk == disk)
+
+    def click_at(self, node, button=1):
+        raise AssertionError(f"There is no mouse to click at {node}")
+
+    def _other_than(self, before):
+        node = self.focus()
+        return node if node and node["id"] != before["id"] else None
 
 
 def _expect_told(person, names, described=()):
