@@ -11,7 +11,6 @@
 #include <stdexcept>
 
 #include "Alert.h"
-#include "RealSourceFiles.h"
 #include "TRFileCopyTaskCollection.h"
 #include "UsbUtil.h"
 #include "ui_CredentialsPanel.h"
@@ -22,95 +21,6 @@ namespace fillstation::faults {
 namespace {
 
 constexpr std::chrono::seconds kLongestWait(60);
-
-void tell(const StepHooks& hooks, const Step& step) {
-  if (hooks.before) {
-    hooks.before(step);
-  }
-}
-
-class HookedScripts : public ScriptRunner {
- public:
-  HookedScripts(ScriptRunner& real, const StepHooks& hooks) : real_(real), hooks_(hooks) {}
-
-  ScriptOutcome run(std::string_view source, const DiskIdentity& target) override {
-    const bool isWipe = source.find("dd if=/dev/zero") != std::string_view::npos;
-    tell(hooks_, {isWipe ? Step::Kind::kWipe : Step::Kind::kFormat, target.node});
-    return real_.run(source, target);
-  }
-
- private:
-  ScriptRunner& real_;
-  const StepHooks& hooks_;
-};
-
-class HookedSession : public DiskSession {
- public:
-  HookedSession(std::shared_ptr<DiskSession> real, const StepHooks& hooks)
-      : real_(std::move(real)), hooks_(hooks) {}
-
-  std::shared_ptr<Disk> diskFromName(std::string_view name) override {
-    return real_->diskFromName(name);
-  }
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    if (isAsked({Step::Kind::kMount, expected.node})) {
-      real_->mount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-               Completion completion) override {
-    if (isAsked({Step::Kind::kUnmount, expected.node})) {
-      real_->unmount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    if (isAsked({Step::Kind::kEject, expected.node})) {
-      real_->eject(std::move(disk), expected, std::move(completion));
-    }
-  }
-
- private:
-  bool isAsked(const Step& step) const {
-    tell(hooks_, step);
-    return !hooks_.isLost || !hooks_.isLost(step);
-  }
-
-  std::shared_ptr<DiskSession> real_;
-  const StepHooks& hooks_;
-};
-
-class HookedFiles : public test::RealSourceFiles {
- public:
-  HookedFiles(FileManager& files, const StepHooks& hooks) : RealSourceFiles(files), hooks_(hooks) {}
-
-  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
-                                     const DiskIdentity& owner) override {
-    tell(hooks_, {Step::Kind::kOpen, owner.node});
-    return real().openVolume(mountPath, owner);
-  }
-
- private:
-  const StepHooks& hooks_;
-};
-
-struct HookedPorts {
-  HookedScripts scripts;
-  HookedFiles files;
-};
-
-// Puts the hooks between the program and the installed platform, for as long as the result is held.
-std::shared_ptr<void> installHooks(const StepHooks& hooks, Platform& installed) {
-  const auto ports = std::make_shared<HookedPorts>(HookedPorts{
-      HookedScripts(*installed.scriptRunner, hooks), HookedFiles(*installed.fileManager, hooks)});
-  installed.scriptRunner = &ports->scripts;
-  installed.fileManager = &ports->files;
-  installed.createDiskSession = [real = installed.createDiskSession, &hooks] {
-    return std::make_shared<HookedSession>(real(), hooks);
-  };
-  return ports;
-}
 
 // Bytes that no other seed gives and nobody would write by chance; no two blocks are alike.
 std::string noise(std::uint32_t seed, std::int64_t count) {
@@ -152,7 +62,7 @@ FaultRig::FaultRig(const std::vector<BenchPlayerPlan>& players) {
   bench_.installInto(platform());
   platform().workspace = &workspace;
   platform().endProgram = [this] { stop.request(); };
-  hooked_ = installHooks(hooks, platform());
+  hooked_ = test::installHooks(hooks, platform());
   windows = std::make_unique<WindowSet>();
   windows->delegate()->setOpenPanel(
       [this](const std::string&) { return std::vector{Url::fromPath(folder.path("book"), true)}; });

@@ -11,6 +11,7 @@
 #include "BenchFolder.h"
 #include "HurriedClock.h"
 #include "QtMainThread.h"
+#include "StepHooks.h"
 #include "TempFolder.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"
@@ -21,24 +22,7 @@ namespace fillstation::faults {
 // Bytes of one of the book's ten tracks, so that a track is a tenth of the copy.
 inline constexpr std::int64_t kTrackBytes = 20'000;
 
-// One thing that the program asks of the machine for one player. A plain value.
-struct Step {
-  enum class Kind { kUnmount, kWipe, kFormat, kMount, kOpen, kEject };
-
-  Kind kind;
-  std::string node;
-
-  bool operator==(const Step&) const = default;
-};
-
-// What a case does at the steps of a run, on the thread that makes the step: a worker, but for the
-// eject and the unmount before it. Each may be absent. Set before the first step and not changed
-// while there are any.
-struct StepHooks {
-  std::function<void(const Step&)> before;
-  // Of a request: true if it is never answered, and never carried out.
-  std::function<bool(const Step&)> isLost;
-};
+using test::Step;
 
 // The whole program over a bench in a folder of its own, and the hands of the person at the window.
 // Everything is real but the players, the time and the password's check. Main thread, unless a
@@ -85,7 +69,7 @@ class FaultRig {
 
   test::TempFolder folder;  // with `bench`, `book` and whatever a case puts beside them
   const std::string benchFolder = folder.makeFolder("bench");
-  StepHooks hooks;
+  test::StepHooks hooks;
   test::TestLog log;
   test::TestWorkspace workspace;
   StopSource stop;
