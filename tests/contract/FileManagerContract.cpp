@@ -295,4 +295,57 @@ TEST_P(FileManagerContract, AWalkLeavesNoDescriptorBehind) {
   EXPECT_EQ(count(), before);
 }
 
+TEST_P(FileManagerContract, OpensTheOwnersVolumeAlone) {
+  EXPECT_NE(openVolume(), nullptr);
+  DiskIdentity other = backEnd_->owner();
+  other.node += "x";
+  EXPECT_EQ(files().openVolume(backEnd_->mountPath(), other), nullptr);
+  EXPECT_EQ(files().openVolume(folder_.path(), backEnd_->owner()), nullptr);
+}
+
+TEST_P(FileManagerContract, ACopyNeverOverwrites) {
+  const auto volume = openVolume();
+  const std::string first = folder_.write("first", "first");
+  const std::string second = folder_.write("second", "second");
+  ASSERT_TRUE(volume->createDirectory(onVolume("A")));
+  ASSERT_TRUE(volume->copyItem(first, onVolume("a.mp3")));
+  EXPECT_FALSE(volume->copyItem(second, onVolume("a.mp3")));
+  EXPECT_EQ(contentOf(onVolume("a.mp3")), "first");
+  EXPECT_FALSE(volume->copyItem(second, onVolume("A")));
+  EXPECT_TRUE(std::filesystem::is_directory(onVolume("A")));
+  EXPECT_FALSE(volume->copyItem(second, backEnd_->mountPath()));
+}
+
+TEST_P(FileManagerContract, ASymbolicLinkToAFileIsCopiedAsTheFile) {
+  const auto volume = openVolume();
+  folder_.write("file", "content");
+  std::filesystem::create_symlink("file", folder_.path("link"));
+  EXPECT_TRUE(volume->copyItem(folder_.path("link"), onVolume("a")));
+  EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(onVolume("a"))));
+  EXPECT_EQ(contentOf(onVolume("a")), "content");
+}
+
+TEST_P(FileManagerContract, WhatIsNoRegularFileIsNotCopiedNorOpened) {
+  const auto volume = openVolume();
+  ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0600), 0);
+  std::filesystem::create_symlink("fifo", folder_.path("link"));
+  for (const std::string& source :
+       {folder_.path("fifo"), folder_.path("link"), folder_.path("none"),
+        folder_.makeFolder("folder"), std::string("/dev/zero"), std::string()}) {
+    EXPECT_FALSE(volume->copyItem(source, onVolume("a"))) << source;
+    EXPECT_FALSE(std::filesystem::exists(onVolume("a"))) << source;
+  }
+}
+
+TEST_P(FileManagerContract, AVolumeThatVanishesTakesNothingAndNothingLandsBeneath) {
+  const auto volume = openVolume();
+  const std::string source = folder_.write("source", "x");
+  backEnd_->vanish();
+  EXPECT_FALSE(volume->createDirectory(onVolume("A")));
+  EXPECT_FALSE(volume->copyItem(source, onVolume("a")));
+  EXPECT_FALSE(std::filesystem::exists(onVolume("A")));
+  EXPECT_FALSE(std::filesystem::exists(onVolume("a")));
+  EXPECT_EQ(openVolume(), nullptr);
+}
+
 }  // namespace fillstation::test
