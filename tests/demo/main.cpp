@@ -91,22 +91,21 @@ Scenario scenarioOf(const Options& options, const char* name) {
 
 bool performActs(const Options& options, const QString& folder, WindowSet& windows) {
   Operator first(windows, options.visible, options.pictures + "/act1");
-  Act four({"Act 1: four players",
-            folder,
-            options.audio,
-            scenarioOf(options, "four-players.json"),
-            {},
-            true},
-           windows, first);
+  const ActPlan four{"Act 1: four players",
+                     folder,
+                     options.audio,
+                     scenarioOf(options, "four-players.json"),
+                     {},
+                     true};
   Operator second(windows, options.visible, options.pictures + "/act2");
-  Act five({"Act 2: five players, one pulled out while it is filled, one that refuses its format",
-            folder,
-            options.audio,
-            scenarioOf(options, "five-players.json"),
-            {"pulled", "stubborn"},
-            false},
-           windows, second);
-  const bool both = four.perform() && five.perform();
+  const ActPlan five{
+      "Act 2: five players, one pulled out while it is filled, one that refuses its format",
+      folder,
+      options.audio,
+      scenarioOf(options, "five-players.json"),
+      {"pulled", "stubborn"},
+      false};
+  const bool both = perform(four, windows, first) && perform(five, windows, second);
   std::fprintf(console(), "\n%s. The screenshots are in %s.\n",
                both ? "Everything went as planned" : "SOMETHING WENT DIFFERENTLY",
                qUtf8Printable(options.pictures));
