@@ -79,17 +79,11 @@ void TestMainThread::awaitQueued() {
 
 void TestMainThread::runUntil(const std::function<bool()>& done) {
   while (!done()) {
-    std::function<void()> callable;
     {
       std::unique_lock guard(lock_);
       changed_.wait_for(guard, std::chrono::milliseconds(5), [&] { return !queue_.empty(); });
-      if (queue_.empty()) {
-        continue;
-      }
-      callable = std::move(queue_.front());
-      queue_.pop_front();
     }
-    callable();
+    runNext();
   }
 }
 
