@@ -30,7 +30,4 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<Ui::MainWindow> ui_;
 };
 
-// Hides every window of the program.
-void hideAllWindows();
-
 }  // namespace fillstation

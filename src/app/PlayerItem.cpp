@@ -5,8 +5,7 @@
 
 #include "Capacity.h"
 #include "DisplayText.h"
-#include "ElidedLabel.h"
-#include "ElidedTick.h"
+#include "Elided.h"
 #include "Platform.h"
 
 namespace fillstation {

@@ -4,7 +4,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "ElidedTick.h"
+#include "Elided.h"
 #include "PlayerItem.h"
 
 namespace fillstation {

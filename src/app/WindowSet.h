@@ -29,9 +29,8 @@ class WindowSet {
  private:
   void makeContextMenu();
   void fillFields();
-  void connectPlayers();
+  void connectButtons();
   void connectFiles();
-  void connectRun();
 
   std::unique_ptr<MainWindow> window_;
   CredentialsPanel* panel_;  // belongs to the window

@@ -9,7 +9,7 @@
 #include <QTimer>
 
 #include "Alert.h"
-#include "ElidedTick.h"
+#include "Elided.h"
 #include "OpenPanel.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"

@@ -2,7 +2,7 @@
 #include <sstream>
 
 #include "Alert.h"
-#include "ElidedTick.h"
+#include "Elided.h"
 #include "Explorer.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "Alert.h"
-#include "ElidedTick.h"
+#include "Elided.h"
 #include "Explorer.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"
