@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "Elided.h"
 #include "PlayerItem.h"
 #include "PosixFileManager.h"
 #include "RealSourceFiles.h"
