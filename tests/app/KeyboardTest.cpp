@@ -177,24 +177,15 @@ TEST_P(VisibleFocusTest, InTheWindowDuringARun) {
   expectAllVisible(windows->window());
 }
 
-TEST_P(VisibleFocusTest, InTheCredentialsPanel) {
-  click(ui().btnStart);
-  waitForActive(windows->panel());
-  expectAllVisible(windows->panel());
-}
-
-TEST_P(VisibleFocusTest, InTheOpenPanel) {
+TEST_P(VisibleFocusTest, InEveryDialog) {
   OpenPanel panel(&windows->window(), "mp3", QDir::tempPath());
-  panel.show();
-  waitForActive(panel);
-  expectAllVisible(panel);
-}
-
-TEST_P(VisibleFocusTest, InAnAlert) {
   Alert alert(&windows->window(), QStringLiteral("Text"));
-  alert.show();
-  waitForActive(alert);
-  expectAllVisible(alert);
+  for (QDialog* dialog : std::initializer_list<QDialog*>{&windows->panel(), &panel, &alert}) {
+    dialog->show();
+    waitForActive(*dialog);
+    expectAllVisible(*dialog);
+    dialog->hide();
+  }
 }
 
 TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {

@@ -274,12 +274,7 @@ TEST_F(RunFlowTest, ThePanelOpensInTheFieldThatIsToBeFilledIn) {
   waitForActive(windows->panel());
   EXPECT_EQ(QApplication::focusWidget(), panelUi().passwordField);
   EXPECT_EQ(panelUi().passwordField->selectedText().size(), 6);
-}
-
-TEST_F(RunFlowTest, ThePanelComesBackFromTheTaskBarAsItWasLeft) {
-  enter("admin", "secret");
-  click(ui().btnStart);
-  waitForActive(windows->panel());
+  // It comes back from the task bar as it was left.
   panelUi().userNameField->setFocus();
   QShowEvent shown;
   QSpontaneKeyEvent::setSpontaneous(&shown);
