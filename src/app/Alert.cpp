@@ -45,7 +45,7 @@ Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
 void Alert::run(QWidget* parent, const std::string& message) {
   Alert alert(parent, linesOf(message));
   QApplication::alert(parent);  // asks for attention unless it has it
-  ModalSession::run(alert);
+  runModalSession(alert);
 }
 
 void Alert::keyPressEvent(QKeyEvent* event) {

@@ -24,7 +24,10 @@ class ArrayController {
   // The list as it is now, null while there is none. It never changes: every change makes a new
   // one, so a walk over it may add and remove.
   std::shared_ptr<const List> arrangedObjects() const { return arrangedObjects_; }
-  void setArrangedObjects(List list) { replace(std::move(list)); }
+  void setArrangedObjects(List list) {
+    arrangedObjects_ = std::make_shared<const List>(std::move(list));
+    objectsChanged();
+  }
 
   // A copy of the list, empty while there is none.
   List listed() const { return arrangedObjects_ ? *arrangedObjects_ : List(); }
@@ -33,14 +36,14 @@ class ArrayController {
   void addObject(std::shared_ptr<T> object) {
     List list = listed();
     list.push_back(std::move(object));
-    replace(std::move(list));
+    setArrangedObjects(std::move(list));
   }
 
   // Removes every object that is equal to this one. There must be a list.
   void removeObject(const T& object) {
     List list = *arrangedObjects_;
     std::erase_if(list, [&object](const auto& listed) { return listed->isEqual(object); });
-    replace(std::move(list));
+    setArrangedObjects(std::move(list));
   }
 
   // True when there is a list and it has an object that is equal to this one.
@@ -61,11 +64,6 @@ class ArrayController {
   }
 
  private:
-  void replace(List list) {
-    arrangedObjects_ = std::make_shared<const List>(std::move(list));
-    objectsChanged();
-  }
-
   std::shared_ptr<const List> arrangedObjects_;
   Observer observer_;
 };

@@ -45,12 +45,11 @@ BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
   policy.setRetainSizeWhenHidden(true);
   setSizePolicy(policy);
   timer_.setInterval(kMillisecondsPerStep);
-  connect(&timer_, &QTimer::timeout, this, &BusyIndicator::advance);
+  connect(&timer_, &QTimer::timeout, this, [this] {
+    step_ = (step_ + 1) % kDots;
+    update();
+  });
 }
-
-void BusyIndicator::startAnimation() { turn(true); }
-
-void BusyIndicator::stopAnimation() { turn(false); }
 
 void BusyIndicator::turn(bool animating) {
   animating_ = animating;
@@ -68,11 +67,6 @@ void BusyIndicator::setDisplayedWhenStopped(bool displayed) {
 }
 
 QSize BusyIndicator::sizeHint() const { return {kSide, kSide}; }
-
-void BusyIndicator::advance() {
-  step_ = (step_ + 1) % kDots;
-  update();
-}
 
 void BusyIndicator::showEvent(QShowEvent* /*event*/) {
   if (animating_) {

@@ -14,8 +14,8 @@ class BusyIndicator : public QWidget {
  public:
   explicit BusyIndicator(QWidget* parent = nullptr);
 
-  void startAnimation();
-  void stopAnimation();
+  void startAnimation() { turn(true); }
+  void stopAnimation() { turn(false); }
   bool isAnimating() const { return animating_; }
 
   // Whether it shows (at rest) while it is stopped; true at first.
@@ -33,7 +33,6 @@ class BusyIndicator : public QWidget {
   void hideEvent(QHideEvent* event) override;
 
  private:
-  void advance();
   void turn(bool animating);
   void updateVisibility();
 

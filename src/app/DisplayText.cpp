@@ -1,5 +1,8 @@
 #include "DisplayText.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 namespace fillstation {
 namespace {
 
@@ -9,14 +12,13 @@ constexpr char16_t kFirstStrongIsolate = 0x2068;
 constexpr char16_t kEndOfIsolate = 0x2069;
 constexpr int kLongestPiece = 40;
 
-bool turnsDirection(char16_t unit) {
-  return unit == 0x061C || unit == 0x200E || unit == 0x200F || (unit >= 0x202A && unit <= 0x202E) ||
+bool isControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
+
+// The separators of lines are the two before the marks that turn the direction.
+bool breaksLineOrTurns(char16_t unit) {
+  return unit == 0x061C || unit == 0x200E || unit == 0x200F || (unit >= 0x2028 && unit <= 0x202E) ||
          (unit >= 0x2066 && unit <= 0x2069);
 }
-
-bool breaksLine(char16_t unit) { return unit == 0x2028 || unit == 0x2029; }
-
-bool isControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
 QString breakable(const QString& text) {
   QString pieces;
@@ -42,7 +44,7 @@ QString displayText(std::string_view bytes) {
   QString text = QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
   for (QChar& unit : text) {
     const char16_t code = unit.unicode();
-    if (isControl(code) || turnsDirection(code) || breaksLine(code)) {
+    if (isControl(code) || breaksLineOrTurns(code)) {
       unit = QChar(kReplacement);
     }
   }
@@ -64,6 +66,10 @@ QString isolated(const QString& text) {
 QString toolTipText(const QString& text) {
   return QLatin1String("<p style='white-space:pre-wrap'>") + breakable(text).toHtmlEscaped() +
          QLatin1String("</p>");
+}
+
+Url urlOfPath(const QString& path) {
+  return Url::fromPath(QFile::encodeName(path).toStdString(), QFileInfo(path).isDir());
 }
 
 }  // namespace fillstation

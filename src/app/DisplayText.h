@@ -5,10 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "Url.h"
+
 namespace fillstation {
 
 // Texts of devices and file names on their way to the window, where they must stay plain text
-// whatever they hold. Main thread.
+// whatever they hold, and paths on their way back. Main thread.
 
 // The bytes as a text of one line: what is not UTF-8, control characters, line separators and
 // everything that turns the direction of writing show as U+FFFD.
@@ -27,5 +29,9 @@ QString isolated(const QString& text);
 // The text for a tool tip, which would otherwise guess whether it is rich text. Lines may break
 // after every "/" and after 40 characters without one, since a tool tip is as wide as its words.
 QString toolTipText(const QString& text);
+
+// The address of what a person has chosen or dropped, by its path on this machine; a symbolic link
+// to a folder is a folder.
+Url urlOfPath(const QString& path);
 
 }  // namespace fillstation

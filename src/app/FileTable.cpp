@@ -1,5 +1,6 @@
 #include "FileTable.h"
 
+#include <QAbstractTableModel>
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QDropEvent>
@@ -11,11 +12,11 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "Capacity.h"
 #include "DisplayText.h"
-#include "FileTableModel.h"
-#include "PathUrl.h"
 #include "WindowStyle.h"
 
 namespace fillstation {
@@ -24,6 +25,24 @@ namespace {
 constexpr int kRowSpacing = 8;
 constexpr int kSizeWidth = 92;
 constexpr int kCellPadding = 4;
+
+enum Column { kName, kSize, kPath };
+
+struct ColumnText {
+  const char* identifier;
+  const char* title;
+};
+
+constexpr std::array kColumns{
+    ColumnText{"name", QT_TRANSLATE_NOOP("fillstation::FileTable", "Name")},
+    ColumnText{"size", QT_TRANSLATE_NOOP("fillstation::FileTable", "Size")},
+    ColumnText{"path", QT_TRANSLATE_NOOP("fillstation::FileTable", "Path")},
+};
+
+QVariant alignmentOf(int column) {
+  return QVariant::fromValue<Qt::Alignment>((column == kSize ? Qt::AlignRight : Qt::AlignLeft) |
+                                            Qt::AlignVCenter);
+}
 
 // Room at both sides of headers and cells, so that a right-aligned column does not touch the next.
 class RoomyStyle : public WindowStyle {
@@ -65,6 +84,85 @@ std::vector<Url> localUrls(const QMimeData& dragged) {
 
 }  // namespace
 
+// The file list as rows and columns: name, size, path. Texts are plain and of one line.
+class FileRows : public QAbstractTableModel {
+ public:
+  FileRows(std::shared_ptr<TRSongsTVC> songs, QObject* parent)
+      : QAbstractTableModel(parent), songs_(std::move(songs)) {}
+
+  int rowCount(const QModelIndex& parent = QModelIndex()) const override {
+    return parent.isValid() ? 0 : static_cast<int>(songs_->numberOfRowsInTableView(nullptr));
+  }
+  int columnCount(const QModelIndex& parent) const override {
+    return parent.isValid() ? 0 : static_cast<int>(kColumns.size());
+  }
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+  // To be called when the list has changed.
+  void reload() {
+    beginResetModel();
+    endResetModel();
+  }
+
+ private:
+  QString cellText(const QModelIndex& index) const;
+  // It says of a file root that it can't be copied.
+  QString tip(const QModelIndex& index) const;
+
+  std::shared_ptr<TRSongsTVC> songs_;
+};
+
+QVariant FileRows::data(const QModelIndex& index, int role) const {
+  if (index.row() >= rowCount()) {
+    return {};  // the list was changed behind the table's back and not reloaded yet
+  }
+  switch (role) {
+    case Qt::DisplayRole:
+      return cellText(index);
+    case Qt::ToolTipRole:
+      return toolTipText(tip(index));
+    case Qt::TextAlignmentRole:
+      return alignmentOf(index.column());
+    default:
+      return {};
+  }
+}
+
+QVariant FileRows::headerData(int section, Qt::Orientation orientation, int role) const {
+  if (orientation != Qt::Horizontal) {
+    return {};
+  }
+  switch (role) {
+    case Qt::DisplayRole:
+      return FileTable::tr(kColumns.at(static_cast<std::size_t>(section)).title);
+    case Qt::TextAlignmentRole:
+      return alignmentOf(section);
+    default:
+      return {};
+  }
+}
+
+QString FileRows::cellText(const QModelIndex& index) const {
+  const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
+  const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
+  if (const auto* number = std::get_if<Number>(&value)) {
+    return QString::fromStdString(fileSizeText(number->value()));
+  }
+  const auto* text = std::get_if<std::string>(&value);
+  return text != nullptr ? displayText(std::string_view(*text)) : QString();
+}
+
+QString FileRows::tip(const QModelIndex& index) const {
+  const TRFile& root = *songs_->list()->at(static_cast<std::size_t>(index.row()));
+  QString text = cellText(index);
+  if (!root.isDir()) {
+    text += QLatin1Char('\n') +
+            FileTable::tr("A single file always fails to copy: add its folder instead.");
+  }
+  return text;
+}
+
 FileTable::FileTable(QWidget* parent)
     : QTableView(parent),
       hint_(new QLabel(tr("Drop folders of audio here,\nor choose Browse"), viewport())) {
@@ -97,11 +195,11 @@ FileTable::FileTable(QWidget* parent)
 
 void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
   songs_ = std::move(songs);
-  rows_ = new FileTableModel(songs_, this);
+  rows_ = new FileRows(songs_, this);
   setModel(rows_);
-  horizontalHeader()->setSectionResizeMode(FileTableModel::kPath, QHeaderView::Stretch);
-  horizontalHeader()->setSectionResizeMode(FileTableModel::kName, QHeaderView::Stretch);
-  setColumnWidth(FileTableModel::kSize, kSizeWidth);
+  horizontalHeader()->setSectionResizeMode(kPath, QHeaderView::Stretch);
+  horizontalHeader()->setSectionResizeMode(kName, QHeaderView::Stretch);
+  setColumnWidth(kSize, kSizeWidth);
 }
 
 void FileTable::reloadData() {
@@ -115,21 +213,17 @@ void FileTable::reloadData() {
     const auto found = std::find(from, before.end(), shown_[static_cast<std::size_t>(row)]);
     if (found != before.end()) {
       const auto rowBefore = found - before.begin();
-      takeOver(row, selected.contains(static_cast<std::size_t>(rowBefore)), rowBefore == current);
+      const QModelIndex index = rows_->index(row, 0);
+      if (selected.contains(static_cast<std::size_t>(rowBefore))) {
+        selectionModel()->select(index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+      }
+      if (rowBefore == current) {
+        selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+      }
       from = found + 1;
     }
   }
   hint_->setVisible(rows_->rowCount() == 0);
-}
-
-void FileTable::takeOver(int row, bool isSelected, bool isCurrent) {
-  const QModelIndex index = rows_->index(row, 0);
-  if (isSelected) {
-    selectionModel()->select(index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
-  }
-  if (isCurrent) {
-    selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
-  }
 }
 
 bool FileTable::isRowSelected(long row) const {

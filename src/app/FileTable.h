@@ -15,7 +15,7 @@ class QMenu;
 
 namespace fillstation {
 
-class FileTableModel;
+class FileRows;
 
 // The table of the file list. A right click doesn't touch the selection; it remembers the row under
 // the pointer and opens the context menu. Files and folders of this machine can be dropped on it.
@@ -57,12 +57,9 @@ class FileTable : public QTableView, public TableView {
   void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
-  // What a reload has found out of this row.
-  void takeOver(int row, bool isSelected, bool isCurrent);
-
   std::shared_ptr<TRSongsTVC> songs_;
   TRFileList shown_;  // the roots of the rows, as of the last reload
-  FileTableModel* rows_ = nullptr;
+  FileRows* rows_ = nullptr;
   QMenu* menu_ = nullptr;
   QLabel* hint_;
   long clickedRow_ = -1;

@@ -3,8 +3,9 @@
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
+#include <QTextLayout>
 
-#include "Contrast.h"
+#include "WindowStyle.h"
 
 namespace fillstation {
 namespace {
@@ -19,13 +20,9 @@ LinkButton::LinkButton(QWidget* parent) : QPushButton(parent) {
   setFocusPolicy(Qt::TabFocus);  // after a click the Space bar belongs to whatever it worked before
 }
 
-TRAttributedString LinkButton::attributedTitle() const {
-  return title_.length() > 0 ? title_ : TRAttributedString(text());
-}
-
 void LinkButton::setAttributedTitle(const TRAttributedString& title) {
-  title_ = title;
-  setText(title.text());
+  attributes_ = title.attributes;
+  setText(title.text);
   update();
 }
 
@@ -34,29 +31,20 @@ QSize LinkButton::sizeHint() const {
   return {metrics.horizontalAdvance(text()) + 2 * kMargin, metrics.height() + 2 * kMargin};
 }
 
-QList<QTextLayout::FormatRange> LinkButton::formats() const {
-  const TRAttributedString title = attributedTitle();
-  QList<QTextLayout::FormatRange> ranges;
-  for (qsizetype at = 0; at < title.length(); ++at) {
-    const auto& attributes = title.attributesAt(at);
-    if (at > 0 && attributes == title.attributesAt(at - 1)) {
-      ++ranges.back().length;
-      continue;
-    }
-    QTextCharFormat format;
-    format.setFontUnderline(attributes.value(TRAttributedString::kUnderlineStyle).toInt() != 0);
-    const auto color = attributes.value(TRAttributedString::kForegroundColor).value<QColor>();
-    format.setForeground(color.isValid() ? readable(color, palette().color(QPalette::Window))
-                                         : palette().color(QPalette::ButtonText));
-    ranges.append({static_cast<int>(at), 1, format});
-  }
-  return ranges;
+QTextCharFormat LinkButton::paintedFormat() const {
+  QTextCharFormat format;
+  format.setFontUnderline(attributes_.fontUnderline());
+  format.setForeground(
+      attributes_.hasProperty(QTextFormat::ForegroundBrush)
+          ? readable(attributes_.foreground().color(), palette().color(QPalette::Window))
+          : palette().color(QPalette::ButtonText));
+  return format;
 }
 
 void LinkButton::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   QTextLayout layout(text(), font());
-  layout.setFormats(formats());
+  layout.setFormats({{0, static_cast<int>(text().size()), paintedFormat()}});
   layout.beginLayout();
   layout.createLine();
   layout.endLayout();

@@ -10,20 +10,48 @@
 #include <QListView>
 #include <QPushButton>
 #include <QSettings>
+#include <QSortFilterProxyModel>
 #include <QStandardPaths>
 #include <QTreeView>
 
 #include "DisplayText.h"
-#include "FileTypeProxy.h"
 #include "ModalSession.h"
-#include "PathUrl.h"
 #include "TRFile.h"
 
 namespace fillstation {
 namespace {
 
 // Wide enough for the names beside their sizes, types and times.
-constexpr QSize kSize(820, 520);
+constexpr QSize kPanelSize(820, 520);
+
+// Of a file system model, every folder and the files of one type: an extension, compared as the
+// file list compares it. Leaves sorting to the model.
+class FileTypeProxy : public QSortFilterProxyModel {
+ public:
+  FileTypeProxy(std::string fileType, QObject* parent)
+      : QSortFilterProxyModel(parent), fileType_(std::move(fileType)) {}
+
+  // The names as plain text of one line; their other roles are true.
+  QVariant data(const QModelIndex& index, int role) const override {
+    const QVariant value = QSortFilterProxyModel::data(index, role);
+    return role == Qt::DisplayRole && index.column() == 0
+               ? displayText(std::string_view(value.toString().toStdString()))
+               : value;
+  }
+
+  void sort(int column, Qt::SortOrder order) override { sourceModel()->sort(column, order); }
+
+ protected:
+  bool filterAcceptsRow(int row, const QModelIndex& parent) const override {
+    const auto* files = qobject_cast<const QFileSystemModel*>(sourceModel());
+    const QModelIndex index = files->index(row, 0, parent);
+    return files->isDir(index) ||
+           matchesFileType(QFile::encodeName(files->filePath(index)).toStdString(), fileType_);
+  }
+
+ private:
+  const std::string fileType_;
+};
 
 QLineEdit* nameEdit(const QFileDialog& dialog) {
   return dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
@@ -42,7 +70,7 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   setFileMode(ExistingFile);
   setProxyModel(new FileTypeProxy(fileType, this));
   setDirectory(folder);
-  resize(kSize);
+  resize(kPanelSize);
   setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
   hideTypeChoice();
   auto* const lookIn = findChild<QComboBox*>(QStringLiteral("lookInCombo"));
@@ -67,7 +95,7 @@ OpenPanelFunction OpenPanel::runner(QWidget* parent) {
   return [parent, folder = QString()](
              const std::string& fileType) mutable -> std::optional<std::vector<Url>> {
     OpenPanel panel(parent, fileType, folder.isEmpty() ? startFolder() : folder);
-    ModalSession::run(panel);
+    runModalSession(panel);
     const QString path = panel.chosenPath();
     if (path.isEmpty()) {
       return std::nullopt;

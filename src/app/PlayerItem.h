@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QCheckBox>
+#include <QLabel>
 #include <QWidget>
 #include <memory>
 
@@ -7,8 +9,52 @@
 
 namespace fillstation {
 
-class ElidedLabel;
-class ElidedTick;
+// A label with one line of plain text that is cut in the middle when there is no room, with the
+// whole text in its tool tip. Main thread; belongs to its window.
+class ElidedLabel : public QLabel {
+  Q_OBJECT
+
+ public:
+  explicit ElidedLabel(QWidget* parent = nullptr);
+
+  void setWholeText(const QString& text);
+
+  // As much of the text as is painted.
+  QString shownText() const;
+
+  // Where it is painted: behind the indent, which is at the right in a mirrored window.
+  QRect textRect() const;
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+// A tick box with such a text. Main thread; belongs to its window.
+class ElidedTick : public QCheckBox {
+  Q_OBJECT
+
+ public:
+  explicit ElidedTick(QWidget* parent = nullptr);
+
+  QString wholeText() const { return wholeText_; }
+  void setWholeText(const QString& text);
+
+  // As much of the text as is painted.
+  QString shownText() const;
+
+  // Pixels from the edge with the tick to where the text begins.
+  int textIndent() const;
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  QString wholeText_;
+};
 
 // One player in the player view: a tick box with its name, and a second line by which a person
 // finds the device (device node, USB port, size); a click on either ticks it. Main thread; belongs

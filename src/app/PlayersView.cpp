@@ -4,7 +4,6 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "ElidedTick.h"
 #include "PlayerItem.h"
 
 namespace fillstation {

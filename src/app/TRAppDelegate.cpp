@@ -1,11 +1,27 @@
 #include "TRAppDelegate.h"
 
-#include <QColor>
-
+#include "Capacity.h"
+#include "Format.h"
+#include "ModalSession.h"
 #include "Platform.h"
 #include "UsbUtil.h"
 
 namespace fillstation {
+namespace {
+
+std::shared_ptr<TRPlayer> playerOf(const UsbDeviceInfo& record) {
+  auto player = std::make_shared<TRPlayer>();
+  player->setName(formatText("%s (%s)", record.diskName, record.volumeName));
+  player->setIONumber(static_cast<std::int32_t>(record.ioService));
+  player->setSize(Number(record.size));
+  player->setDiskName(formatText("%s", record.diskName));
+  player->setPath(formatText("%s", record.mountPath));
+  player->setIsMounted(!player->path()->empty());
+  player->setSelected(Number(0));
+  return player;
+}
+
+}  // namespace
 
 std::shared_ptr<FileTable> fileView;
 long clickedRow = -1;
@@ -14,24 +30,13 @@ void updateUsbInfoCallBack(void* receiver, UsbDeviceInfo* record) {
   static_cast<TRAppDelegate*>(receiver)->updateUsbInfo(record);
 }
 
-std::shared_ptr<ArrayController<TRPlayer>> TRAppDelegate::playerController() const {
-  return playerController_.get().lock();
-}
-
-std::shared_ptr<ArrayController<TRFile>> TRAppDelegate::filesController() const {
-  return filesController_.get().lock();
-}
-
-std::shared_ptr<TRSongsTVC> TRAppDelegate::songsTVC() const { return songsTVC_.get().lock(); }
-
 void TRAppDelegate::applicationDidFinishLaunching() {
   pbCircle()->setDisplayedWhenStopped(false);
   deviceScrollbar()->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
 
   TRAttributedString title = tirellLinkBtn()->attributedTitle();
-  title.addAttribute(TRAttributedString::kForegroundColor, QColor(Qt::blue), 0, title.length());
-  title.addAttribute(TRAttributedString::kUnderlineStyle, TRAttributedString::kUnderlineSingle, 0,
-                     title.length());
+  title.attributes.setForeground(QColor(Qt::blue));
+  title.attributes.setFontUnderline(true);
   tirellLinkBtn()->setAttributedTitle(title);
   tirellLinkBtn()->setEnabled(true);
 
@@ -39,6 +44,165 @@ void TRAppDelegate::applicationDidFinishLaunching() {
   registerForUSBNotifications(this, updateUsbInfoCallBack);
   platform().usbBus->watchMedia([this] { takeMedia(); });
   ::fillstation::fileView = std::dynamic_pointer_cast<FileTable>(songsTVC()->tblView());
+}
+
+void TRAppDelegate::updateUsbInfo(UsbDeviceInfo* record) {
+  logText("on update!");
+  const auto player = playerOf(*record);
+  const auto controller = playerController();
+  if (record->inserted == 1) {
+    if (!controller->contains(*player)) {
+      controller->addObject(player);
+    }
+  } else if (record->inserted == 0 && controller->arrangedObjects()) {
+    controller->removeObject(*player);
+  }
+  updateFilesSize();
+}
+
+void TRAppDelegate::takeMedia() {
+  // From Start to the summary the players are those that were ticked then, media included.
+  const QWidget* const start = btnStart();
+  if (start == nullptr || !start->isEnabled()) {
+    return;
+  }
+  const auto controller = playerController();
+  bool isAnyNew = false;
+  for (const auto& player : controller->listed()) {
+    if (const auto size = platform().usbBus->takeMedium(player->identity())) {
+      player->setSize(Number(*size));
+      isAnyNew = true;
+    }
+  }
+  if (isAnyNew) {
+    controller->objectsChanged();
+    updateFilesSize();
+  }
+}
+
+void TRAppDelegate::driveSelectionChanged(QObject* /*sender*/) { updateFilesSize(); }
+
+void TRAppDelegate::selectAllClicked(QObject* /*sender*/) { selectAll(1); }
+
+void TRAppDelegate::selectNoneClicked(QObject* /*sender*/) { selectAll(0); }
+
+void TRAppDelegate::selectAll(int selected) {
+  const auto controller = playerController();
+  for (const auto& player : controller->listed()) {
+    player->setSelected(Number(selected));
+  }
+  controller->objectsChanged();
+  updateFilesSize();
+}
+
+void TRAppDelegate::ejectSelectedPlayers(QObject* /*sender*/) {
+  const auto controller = playerController();
+  for (const auto& player : controller->listed()) {
+    if (player->selected().isTrue()) {
+      player->eject();
+      controller->removeObject(*player);
+    }
+  }
+  updateFilesSize();
+}
+
+void TRAppDelegate::updateFilesSize() {
+  const auto players = playerController()->listed();
+  minPlayerSize.set(Number(players.empty() ? 0 : -1));
+  for (const auto& player : players) {
+    const Number size = player->size();
+    logText("\nLog P Size %@\n", size);
+    if (!player->selected().isTrue()) {
+      continue;
+    }
+    // The boxes are ordered by identity, on purpose: which of several players is kept has never
+    // meant the smallest one.
+    if (minPlayerSize().ordersAbove(size) || minPlayerSize().value() == -1) {
+      minPlayerSize.set(size);
+    }
+  }
+  logText("\nLog xxxP Size %@\n", minPlayerSize());
+
+  const std::int64_t capacity = minPlayerSize().value();
+  lblMaxCapSize()->setText(QString::fromStdString(capacityText(capacity)));
+  const auto songs = songsTVC();
+  const std::int64_t used = songs ? songs->totalFileSize().value() : 0;
+  const std::int64_t free = capacity >= 0 ? spaceLeft(capacity, used) : 0;
+  lblFreeDiskSpaceLeft()->setText(QString::fromStdString(spaceLeftText(free)));
+}
+
+void TRAppDelegate::btnBrowseFileClicked(QObject* /*sender*/) {
+  const auto chosen = openPanel_(cmbFileType()->currentText().toStdString());
+  addRoots(chosen.value_or(std::vector<Url>()));
+}
+
+void TRAppDelegate::addRoots(const std::vector<Url>& urls) {
+  for (const Url& url : urls) {
+    addRoot(url);
+  }
+  updateFilesSize();
+}
+
+void TRAppDelegate::addRoot(const Url& url) {
+  const UsbHold hold;
+  const auto root = TRFile::CreateTRFilesFromURL(url, cmbFileType()->currentText().toStdString());
+  if (root && !filesController()->contains(*root)) {
+    filesController()->addObject(root);
+    songsTVC()->addTRFile(root);
+  }
+}
+
+void TRAppDelegate::menuNeedsUpdate(QMenu* menu) {
+  const auto& table = ::fillstation::fileView;
+  clickedRow = table ? table->clickedRow() : -1;
+  fileMenuDelete()->setVisible(false);
+  fileMenuDeleteSelected()->setVisible(false);
+  fileMenuDeleteAll()->setVisible(false);
+
+  std::shared_ptr<TRFile> clickedFile;
+  bool isInsideSelection = false;
+  if (clickedRow != -1) {
+    clickedFile = songsTVC()->list()->at(static_cast<std::size_t>(clickedRow));
+    isInsideSelection = table->isRowSelected(clickedRow) && table->numberOfSelectedRows() > 1;
+  }
+  if (menu != songsTVCContextMenu()) {
+    return;
+  }
+  QAction* first = menu->actions().at(0);
+  if (clickedFile) {
+    fileMenuDelete()->setVisible(true);
+    fileMenuDeleteAll()->setVisible(true);
+    fileMenuDeleteSelected()->setVisible(isInsideSelection);
+  }
+  first->setEnabled(clickedFile != nullptr);
+}
+
+void TRAppDelegate::menuFileDeleteCurrent(QObject* /*sender*/) {
+  songsTVC()->removeTRFileAt(static_cast<std::size_t>(clickedRow));
+  updateFilesSize();
+}
+
+void TRAppDelegate::menuFileDeleteSelection(QObject* /*sender*/) {
+  songsTVC()->removeTRFiles(::fillstation::fileView->selectedRowIndexes());
+  updateFilesSize();
+}
+
+void TRAppDelegate::removeSelectedRows() {
+  const auto rows = lstFiles()->selectedRowIndexes();
+  if (!rows.empty()) {
+    songsTVC()->removeTRFiles(rows);
+    updateFilesSize();
+  }
+}
+
+void TRAppDelegate::menuFileDeleteAll(QObject* /*sender*/) {
+  songsTVC()->removeAllTRFiles();
+  updateFilesSize();
+}
+
+void TRAppDelegate::tirellLinkClicked(QObject* /*sender*/) {
+  const Url address = Url::withString(kHomePage);
+  platform().workspace->openUrl(address.absoluteString());
 }
 
 }  // namespace fillstation

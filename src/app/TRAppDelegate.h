@@ -36,6 +36,29 @@ namespace fillstation {
 extern std::shared_ptr<FileTable> fileView;
 extern long clickedRow;
 
+// The project's home page, which the link button opens.
+inline constexpr char kHomePage[] = "https://fillstation.example/";
+
+// A property of the controller; p() is what was set last, null when that was held weakly and has
+// gone. Any thread.
+template <class Stored>
+class Property {
+ public:
+  auto operator()() const {
+    if constexpr (requires(Stored stored) { stored.lock(); }) {
+      return stored_.get().lock();
+    } else if constexpr (requires(Stored stored) { stored.data(); }) {
+      return stored_.get().data();
+    } else {
+      return stored_.get();
+    }
+  }
+  void set(Stored value) { stored_.set(std::move(value)); }
+
+ private:
+  Atomic<Stored> stored_;
+};
+
 // The controller of the main window: turns device records into players, carries out the operator's
 // commands, keeps the capacity labels and drives a run. Main thread, but every property may be read
 // and set on any thread. Always held by std::shared_ptr (a run in progress holds it); owns none of
@@ -44,8 +67,6 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   Q_OBJECT
 
  public:
-  TRAppDelegate() = default;
-
   // Styles a few controls and registers for USB events, which reports the players that are plugged
   // in already. Once, from inside the main loop, when the window is shown.
   void applicationDidFinishLaunching();
@@ -96,74 +117,42 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void setOpenPanel(OpenPanelFunction openPanel) { openPanel_ = std::move(openPanel); }
 
   // Holds the player list.
-  std::shared_ptr<ArrayController<TRPlayer>> playerController() const;
-  void setPlayerController(const std::shared_ptr<ArrayController<TRPlayer>>& value) {
-    playerController_.set(value);
-  }
+  Property<std::weak_ptr<ArrayController<TRPlayer>>> playerController;
   // Every root that was ever added; a path in it is refused when it is chosen again.
-  std::shared_ptr<ArrayController<TRFile>> filesController() const;
-  void setFilesController(const std::shared_ptr<ArrayController<TRFile>>& value) {
-    filesController_.set(value);
-  }
+  Property<std::weak_ptr<ArrayController<TRFile>>> filesController;
   // Combined progress of a run.
-  QProgressBar* pbProgressBar() const { return pbProgressBar_.get(); }
-  void setPbProgressBar(QProgressBar* value) { pbProgressBar_.set(value); }
-  CredentialsPanel* wndPasswordDialog() const { return wndPasswordDialog_.get(); }
-  void setWndPasswordDialog(CredentialsPanel* value) { wndPasswordDialog_.set(value); }
-  QLineEdit* passwordField() const { return passwordField_.get(); }
-  void setPasswordField(QLineEdit* value) { passwordField_.set(value); }
-  QLineEdit* userNameField() const { return userNameField_.get(); }
-  void setUserNameField(QLineEdit* value) { userNameField_.set(value); }
+  Property<QPointer<QProgressBar>> pbProgressBar;
+  Property<CredentialsPanel*> wndPasswordDialog;
+  Property<QPointer<QLineEdit>> passwordField;
+  Property<QPointer<QLineEdit>> userNameField;
   // Around the player view.
-  QScrollArea* deviceScrollbar() const { return deviceScrollbar_.get(); }
-  void setDeviceScrollbar(QScrollArea* value) { deviceScrollbar_.set(value); }
-  QMainWindow* window() const { return window_.get(); }
-  void setWindow(QMainWindow* value) { window_.set(value); }
+  Property<QPointer<QScrollArea>> deviceScrollbar;
+  Property<QMainWindow*> window;
   // Its text is the file type, a bare extension.
-  QComboBox* cmbFileType() const { return cmbFileType_.get(); }
-  void setCmbFileType(QComboBox* value) { cmbFileType_.set(value); }
+  Property<QPointer<QComboBox>> cmbFileType;
   // The size of the ticked player that updateFilesSize() kept, the very box; -1 without a
   // ticked player, 0 without any.
-  Number minPlayerSize() const { return minPlayerSize_.get(); }
-  void setMinPlayerSize(Number value) { minPlayerSize_.set(std::move(value)); }
-  QLabel* lblFreeDiskSpaceLeft() const { return lblFreeDiskSpaceLeft_.get(); }
-  void setLblFreeDiskSpaceLeft(QLabel* value) { lblFreeDiskSpaceLeft_.set(value); }
-  QLabel* lblMaxCapSize() const { return lblMaxCapSize_.get(); }
-  void setLblMaxCapSize(QLabel* value) { lblMaxCapSize_.set(value); }
+  Property<Number> minPlayerSize;
+  Property<QPointer<QLabel>> lblFreeDiskSpaceLeft;
+  Property<QPointer<QLabel>> lblMaxCapSize;
   // The file list.
-  std::shared_ptr<TRSongsTVC> songsTVC() const;
-  void setSongsTVC(const std::shared_ptr<TRSongsTVC>& value) { songsTVC_.set(value); }
+  Property<std::weak_ptr<TRSongsTVC>> songsTVC;
   // An outlet that nothing reads; not the module-wide one.
-  QWidget* fileView() const { return fileView_.get(); }
-  void setFileView(QWidget* value) { fileView_.set(value); }
-  LinkButton* tirellLinkBtn() const { return tirellLinkBtn_.get(); }
-  void setTirellLinkBtn(LinkButton* value) { tirellLinkBtn_.set(value); }
-  QGroupBox* playersSelectionBox() const { return playersSelectionBox_.get(); }
-  void setPlayersSelectionBox(QGroupBox* value) { playersSelectionBox_.set(value); }
-  FileTable* lstFiles() const { return lstFiles_.get(); }
-  void setLstFiles(FileTable* value) { lstFiles_.set(value); }
-  QPushButton* btnBrowse() const { return btnBrowse_.get(); }
-  void setBtnBrowse(QPushButton* value) { btnBrowse_.set(value); }
-  QPushButton* btnStart() const { return btnStart_.get(); }
-  void setBtnStart(QPushButton* value) { btnStart_.set(value); }
-  PlayersView* viewPlayers() const { return viewPlayers_.get(); }
-  void setViewPlayers(PlayersView* value) { viewPlayers_.set(value); }
-  QPushButton* btnAll() const { return btnAll_.get(); }
-  void setBtnAll(QPushButton* value) { btnAll_.set(value); }
-  BusyIndicator* pbCircle() const { return pbCircle_.get(); }
-  void setPbCircle(BusyIndicator* value) { pbCircle_.set(value); }
-  QPushButton* btnNone() const { return btnNone_.get(); }
-  void setBtnNone(QPushButton* value) { btnNone_.set(value); }
-  QPushButton* btnEject() const { return btnEject_.get(); }
-  void setBtnEject(QPushButton* value) { btnEject_.set(value); }
-  QMenu* songsTVCContextMenu() const { return songsTVCContextMenu_.get(); }
-  void setSongsTVCContextMenu(QMenu* value) { songsTVCContextMenu_.set(value); }
-  QAction* fileMenuDelete() const { return fileMenuDelete_.get(); }
-  void setFileMenuDelete(QAction* value) { fileMenuDelete_.set(value); }
-  QAction* fileMenuDeleteSelected() const { return fileMenuDeleteSelected_.get(); }
-  void setFileMenuDeleteSelected(QAction* value) { fileMenuDeleteSelected_.set(value); }
-  QAction* fileMenuDeleteAll() const { return fileMenuDeleteAll_.get(); }
-  void setFileMenuDeleteAll(QAction* value) { fileMenuDeleteAll_.set(value); }
+  Property<QPointer<QWidget>> fileView;
+  Property<QPointer<LinkButton>> tirellLinkBtn;
+  Property<QPointer<QGroupBox>> playersSelectionBox;
+  Property<QPointer<FileTable>> lstFiles;
+  Property<QPointer<QPushButton>> btnBrowse;
+  Property<QPointer<QPushButton>> btnStart;
+  Property<QPointer<PlayersView>> viewPlayers;
+  Property<QPointer<QPushButton>> btnAll;
+  Property<QPointer<BusyIndicator>> pbCircle;
+  Property<QPointer<QPushButton>> btnNone;
+  Property<QPointer<QPushButton>> btnEject;
+  Property<QPointer<QMenu>> songsTVCContextMenu;
+  Property<QPointer<QAction>> fileMenuDelete;
+  Property<QPointer<QAction>> fileMenuDeleteSelected;
+  Property<QPointer<QAction>> fileMenuDeleteAll;
 
  private:
   void addRoot(const Url& url);
@@ -173,34 +162,6 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
                 const std::string& userPass);
   void giveFocusBack();
 
-  Atomic<std::weak_ptr<ArrayController<TRPlayer>>> playerController_;
-  Atomic<std::weak_ptr<ArrayController<TRFile>>> filesController_;
-  Atomic<QPointer<QProgressBar>> pbProgressBar_;
-  Atomic<CredentialsPanel*> wndPasswordDialog_{nullptr};
-  Atomic<QPointer<QLineEdit>> passwordField_;
-  Atomic<QPointer<QLineEdit>> userNameField_;
-  Atomic<QPointer<QScrollArea>> deviceScrollbar_;
-  Atomic<QMainWindow*> window_{nullptr};
-  Atomic<QPointer<QComboBox>> cmbFileType_;
-  Atomic<Number> minPlayerSize_;
-  Atomic<QPointer<QLabel>> lblFreeDiskSpaceLeft_;
-  Atomic<QPointer<QLabel>> lblMaxCapSize_;
-  Atomic<std::weak_ptr<TRSongsTVC>> songsTVC_;
-  Atomic<QPointer<QWidget>> fileView_;
-  Atomic<QPointer<LinkButton>> tirellLinkBtn_;
-  Atomic<QPointer<QGroupBox>> playersSelectionBox_;
-  Atomic<QPointer<FileTable>> lstFiles_;
-  Atomic<QPointer<QPushButton>> btnBrowse_;
-  Atomic<QPointer<QPushButton>> btnStart_;
-  Atomic<QPointer<PlayersView>> viewPlayers_;
-  Atomic<QPointer<QPushButton>> btnAll_;
-  Atomic<QPointer<BusyIndicator>> pbCircle_;
-  Atomic<QPointer<QPushButton>> btnNone_;
-  Atomic<QPointer<QPushButton>> btnEject_;
-  Atomic<QPointer<QMenu>> songsTVCContextMenu_;
-  Atomic<QPointer<QAction>> fileMenuDelete_;
-  Atomic<QPointer<QAction>> fileMenuDeleteSelected_;
-  Atomic<QPointer<QAction>> fileMenuDeleteAll_;
   OpenPanelFunction openPanel_;
   std::shared_ptr<void> awake_;    // while a run lasts
   QPointer<QWidget> focusBefore_;  // where the keyboard was when Start was pressed

@@ -1,13 +1,38 @@
 #pragma once
 
+#include <QMainWindow>
 #include <memory>
 
 #include "ArrayController.h"
 #include "CredentialsPanel.h"
-#include "MainWindow.h"
 #include "TRAppDelegate.h"
 
+namespace Ui {
+class MainWindow;
+}
+
 namespace fillstation {
+
+// The main window. Closing it ends the program, at any time and without a question. Main thread.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  MainWindow();
+  ~MainWindow() override;
+
+  const Ui::MainWindow& ui() const { return *ui_; }
+
+  // Asks the desktop to show the window above the others, back from the task bar if it is there,
+  // and to give the keyboard to it, or to the dialog that it shows.
+  void comeToFront();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  std::unique_ptr<Ui::MainWindow> ui_;
+};
 
 // The main window, the credentials panel, the lists behind them and the controller, connected with
 // one another. Made when the platform is installed; nothing is shown yet. Main thread; one at a
@@ -29,9 +54,8 @@ class WindowSet {
  private:
   void makeContextMenu();
   void fillFields();
-  void connectPlayers();
+  void connectButtons();
   void connectFiles();
-  void connectRun();
 
   std::unique_ptr<MainWindow> window_;
   CredentialsPanel* panel_;  // belongs to the window

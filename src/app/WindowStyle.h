@@ -1,11 +1,24 @@
 #pragma once
 
+#include <QColor>
 #include <QPalette>
 #include <QProxyStyle>
 #include <deque>
 #include <utility>
 
 namespace fillstation {
+
+// How well colours can be told apart, by the formula of the web's accessibility guidelines (WCAG 2,
+// "contrast ratio"): 1 for equal colours to 21 for black and white. Any thread.
+double contrast(const QColor& one, const QColor& other);
+
+// The guidelines' least for texts, and for the outlines of controls.
+inline constexpr double kReadableText = 4.5;
+inline constexpr double kVisibleOutline = 3.0;
+
+// The colour itself when it stands out from the ground that much, else a lighter or darker shade of
+// it that does. Any thread.
+QColor readable(const QColor& color, const QColor& ground, double least = kReadableText);
 
 // The look of all windows: Qt's Fusion, whatever the desktop's colours are. It draws the outlines
 // of controls in a shade of the window's colour, which on dark grounds nobody sees; here they stand

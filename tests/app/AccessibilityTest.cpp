@@ -2,7 +2,6 @@
 #include <QLineEdit>
 
 #include "Alert.h"
-#include "ElidedLabel.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -88,33 +87,26 @@ TEST_F(AccessibilityTest, EveryControlHasANameAndItsRole) {
 }
 
 // A box is called by the label beside it; its own name is what stands in it.
-TEST_F(AccessibilityTest, TheFileTypeIsLabelled) {
+TEST_F(AccessibilityTest, TheFileTypeAndTheFiguresAreLabelled) {
   EXPECT_EQ(of(ui().cmbFileType).role(), QAccessible::ComboBox);
   EXPECT_EQ(name(ui().cmbFileType), "mp3");
   // The label, and the box around them.
   EXPECT_EQ(labels(of(ui().cmbFileType)), (Texts{"File type:", "Files"}));
+  EXPECT_EQ(labels(of(ui().lblMaxCapSize)), (Texts{"Capacity:", "Files"}));
+  EXPECT_EQ(labels(of(ui().lblFreeDiskSpaceLeft)), (Texts{"Space left:", "Files"}));
 }
 
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheWindowHasAName) {
+TEST_F(AccessibilityTest, WhateverTakesTheKeyboardHasAName) {
   addPlayer("sdb");
   addRoot("/a", 1);
   expectNames(windows->window(), 16);
-}
-
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheCredentialsPanelHasAName) {
   expectNames(windows->panel(), 4);
-}
-
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInTheOpenPanelHasAName) {
+  expectNames(Alert(nullptr, QStringLiteral("Text")), 2);
+  expectNames(Alert(nullptr, QStringLiteral("Line\n").repeated(20)), 2);
   OpenPanel panel(&windows->window(), "mp3", QDir::rootPath());
   panel.show();
   waitForActive(panel);
   expectNames(panel, 14);
-}
-
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardInAnAlertHasAName) {
-  expectNames(Alert(nullptr, QStringLiteral("Text")), 2);
-  expectNames(Alert(nullptr, QStringLiteral("Line\n").repeated(20)), 2);
 }
 
 TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
@@ -131,11 +123,6 @@ TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
   }
 }
 
-TEST_F(AccessibilityTest, AFigureIsLabelled) {
-  EXPECT_EQ(labels(of(ui().lblMaxCapSize)), (Texts{"Capacity:", "Files"}));
-  EXPECT_EQ(labels(of(ui().lblFreeDiskSpaceLeft)), (Texts{"Space left:", "Files"}));
-}
-
 TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   const auto player = addPlayer("sdb", 7948206080, true);
   EXPECT_EQ(name(tick(0)), "/dev/sdb (SONGS)");
@@ -144,8 +131,10 @@ TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   EXPECT_EQ(description(ui().viewPlayers->findChild<ElidedLabel*>()), description(tick(0)));
   EXPECT_TRUE(of(tick(0)).state().checked);
   player->setSelected(Number(0));
+  player->setName(std::nullopt);
   windows->players()->objectsChanged();
   EXPECT_FALSE(of(tick(0)).state().checked);
+  EXPECT_EQ(name(tick(0)), description(tick(0)));
 }
 
 // Such a program doesn't click: it has the tick box do what it offers.
@@ -159,26 +148,6 @@ TEST_F(AccessibilityTest, ATickThatAnAssistiveProgramTogglesIsThePlayers) {
     EXPECT_EQ(logTexts().size(), 2U);
     EXPECT_EQ(ui().lblMaxCapSize->text(), QLatin1String(selected == 1 ? "7580 MB" : "0 KB"));
   }
-}
-
-TEST_F(AccessibilityTest, ALongNameIsAnnouncedWhole) {
-  const auto player = addPlayer("sdb");
-  player->setName(std::string(200, 'n'));
-  windows->players()->objectsChanged();
-  EXPECT_EQ(name(tick(0)), std::string(200, 'n'));
-}
-
-TEST_F(AccessibilityTest, APlayerWithoutANameIsAnnouncedByItsPlace) {
-  const auto player = addPlayer("sdb");
-  player->setName(std::nullopt);
-  windows->players()->objectsChanged();
-  EXPECT_NE(name(tick(0)).find("/dev/sdb"), std::string::npos) << name(tick(0));
-}
-
-TEST_F(AccessibilityTest, TheProgressHasItsValue) {
-  ui().pbProgressBar->setValue(42);
-  EXPECT_EQ(of(ui().pbProgressBar).valueInterface()->currentValue().toInt(), 42);
-  EXPECT_EQ(of(ui().pbProgressBar).valueInterface()->maximumValue().toInt(), 100);
 }
 
 TEST_F(AccessibilityTest, TheIndicatorIsBusyAsLongAsItTurns) {

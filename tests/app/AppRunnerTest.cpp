@@ -37,13 +37,15 @@ class AppRunnerTest : public ::testing::Test {
   int status = -1;
 };
 
-TEST_F(AppRunnerTest, ClosingTheWindowLeavesTheProcessAtOnce) {
-  endBy("close");
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
-  EXPECT_NE(out.find("stop\n"), std::string::npos);
-  EXPECT_EQ(out.find("back end gone"), std::string::npos);
-  EXPECT_EQ(out.find("returned"), std::string::npos);
+TEST_F(AppRunnerTest, ClosingTheWindowAndASignalLeaveTheProcessAtOnce) {
+  for (const char* how : {"close", "signal"}) {
+    endBy(how);
+    EXPECT_EQ(status, 0) << how;
+    EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
+    EXPECT_NE(out.find("stop\n"), std::string::npos);
+    EXPECT_EQ(out.find("back end gone"), std::string::npos);
+    EXPECT_EQ(out.find("returned"), std::string::npos);
+  }
 }
 
 TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
@@ -52,13 +54,7 @@ TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
   EXPECT_EQ(out, "returned 0\n");
 }
 
-TEST_F(AppRunnerTest, ASignalLeavesTheProcessAtOnce) {
-  endBy("signal");
-  EXPECT_EQ(status, 0);
-  EXPECT_NE(out.find("stop\n"), std::string::npos);
-  EXPECT_EQ(out.find("returned"), std::string::npos);
-}
-
+// The system log is standard error, and the home folder stays as it was.
 TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
   endBy("exit");
   EXPECT_EQ(status, 7);
@@ -68,21 +64,13 @@ TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
   const std::string after = "back end gone\nreturned 7\n";
   EXPECT_TRUE(end == "stop\nworker ended\n" + after || end == "worker ended\nstop\n" + after)
       << end;
+  EXPECT_NE(err.find("a log text\n"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::is_empty(home.path()));
 }
 
 TEST_F(AppRunnerTest, NobodyHasToBeToldThatTheWindowIsShown) {
   endBy("bare");
   EXPECT_EQ(status, 3);
-}
-
-TEST_F(AppRunnerTest, TheSystemLogIsStandardError) {
-  endBy("exit");
-  EXPECT_NE(err.find("a log text\n"), std::string::npos);
-}
-
-TEST_F(AppRunnerTest, TheHomeFolderStaysAsItWas) {
-  endBy("exit");
-  EXPECT_TRUE(std::filesystem::is_empty(home.path()));
 }
 
 }  // namespace

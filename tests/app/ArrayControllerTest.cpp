@@ -15,53 +15,37 @@ std::shared_ptr<TRFile> file(const std::string& path) {
 
 using Controller = ArrayController<TRFile>;
 
-TEST(ArrayController, HasNoListAtFirst) {
-  const Controller controller;
+TEST(ArrayController, HasNoListAtFirstAndMakesItWhenSomethingIsAdded) {
+  Controller controller;
   EXPECT_EQ(controller.arrangedObjects(), nullptr);
   EXPECT_TRUE(controller.listed().empty());
   EXPECT_FALSE(controller.contains(*file("/a")));
-}
-
-TEST(ArrayController, MakesTheListWhenSomethingIsAdded) {
-  Controller controller;
+  controller.objectsChanged();  // without an observer
   const auto a = file("/a");
   controller.addObject(a);
   ASSERT_NE(controller.arrangedObjects(), nullptr);
   EXPECT_EQ(*controller.arrangedObjects(), Controller::List{a});
 }
 
-TEST(ArrayController, AppendsAlsoWhatIsEqual) {
+TEST(ArrayController, ComparesByEqualityAndAppendsAlsoWhatIsEqual) {
   Controller controller;
   const auto first = file("/a");
   const auto second = file("/a");
   controller.setArrangedObjects({first});
   controller.addObject(second);
   EXPECT_EQ(controller.listed(), (Controller::List{first, second}));
-}
-
-TEST(ArrayController, ComparesByEquality) {
-  Controller controller;
-  controller.addObject(file("/a"));
   EXPECT_TRUE(controller.contains(*file("/a")));
   EXPECT_FALSE(controller.contains(*file("/b")));
 }
 
-TEST(ArrayController, RemovesEveryEqualObjectAndNoOther) {
+TEST(ArrayController, RemovesEveryEqualObjectAndLeavesAListThatWasTaken) {
   Controller controller;
   const auto b = file("/b");
   controller.setArrangedObjects({file("/a"), b, file("/a")});
+  const auto taken = controller.arrangedObjects();
   controller.removeObject(*file("/a"));
   EXPECT_EQ(controller.listed(), Controller::List{b});
-}
-
-TEST(ArrayController, LeavesAListThatWasTakenAsItWas) {
-  Controller controller;
-  const auto a = file("/a");
-  controller.addObject(a);
-  const auto taken = controller.arrangedObjects();
-  controller.removeObject(*a);
-  controller.addObject(file("/b"));
-  EXPECT_EQ(*taken, Controller::List{a});
+  EXPECT_EQ(taken->size(), 3U);
 }
 
 TEST(ArrayController, TellsItsObserverOfEachChangeAfterwards) {
@@ -73,11 +57,6 @@ TEST(ArrayController, TellsItsObserverOfEachChangeAfterwards) {
   controller.objectsChanged();
   controller.removeObject(*file("/a"));
   EXPECT_EQ(sizes, (std::vector<std::size_t>{0, 1, 1, 0}));
-}
-
-TEST(ArrayController, NeedsNoObserver) {
-  const Controller controller;
-  controller.objectsChanged();
 }
 
 }  // namespace

@@ -13,27 +13,16 @@ QString text(std::u16string_view units) {
   return QString::fromUtf16(units.data(), static_cast<qsizetype>(units.size()));
 }
 
-TEST(DisplayText, RunsInItsOwnDirectionWhereItIsPainted) {
-  EXPECT_EQ(isolated(text(u"/dev/sdb")), text(u"\u2068/dev/sdb\u2069"));
-}
-
-TEST(DisplayText, KeepsOrdinaryText) {
+TEST(DisplayText, KeepsOrdinaryTextAndShowsTheRestAsReplacements) {
   EXPECT_EQ(displayText("M\xC3\xA4rchen <b>& \xF0\x9F\x8E\xB5"sv), text(u"Märchen <b>& 🎵"));
-}
-
-TEST(DisplayText, ShowsBytesThatAreNotUtf8AsReplacements) {
   EXPECT_EQ(displayText("a\xFF"
                         "b"sv),
             text(u"a\uFFFDb"));
-}
-
-TEST(DisplayText, ShowsControlCharactersAsReplacements) {
   EXPECT_EQ(displayText("\0a\n\t\x1F b\x7F\xC2\x80\xC2\x9F\xC2\xA0~"sv),
             text(u"\uFFFDa\uFFFD\uFFFD\uFFFD b\uFFFD\uFFFD\uFFFD\u00A0~"));
-}
-
-TEST(DisplayText, ShowsLineSeparatorsAsReplacements) {
   EXPECT_EQ(displayText("\xE2\x80\xA8\xE2\x80\xA9"sv), text(u"\uFFFD\uFFFD"));
+  EXPECT_EQ(displayText(std::optional<std::string>()), QString());
+  EXPECT_EQ(displayText(std::optional<std::string>("a")), text(u"a"));
 }
 
 TEST(DisplayText, DisarmsEverythingThatTurnsTheDirection) {
@@ -53,12 +42,8 @@ TEST(DisplayText, LeavesTheNeighboursOfDirectionMarksAlone) {
   }
 }
 
-TEST(DisplayText, ShowsAnAbsentTextEmpty) {
-  EXPECT_EQ(displayText(std::optional<std::string>()), QString());
-  EXPECT_EQ(displayText(std::optional<std::string>("a")), text(u"a"));
-}
-
-TEST(DisplayText, DoublesTheMarkOfMnemonics) {
+TEST(DisplayText, IsPaintedInItsOwnDirectionAndWithoutMnemonics) {
+  EXPECT_EQ(isolated(text(u"/dev/sdb")), text(u"\u2068/dev/sdb\u2069"));
   EXPECT_EQ(withoutMnemonics(text(u"&A && B")), text(u"&&A &&&& B"));
 }
 

@@ -1,3 +1,7 @@
+#include <QDir>
+#include <QDropEvent>
+#include <QMimeData>
+
 #include "TempFolder.h"
 #include "WindowTest.h"
 
@@ -19,13 +23,6 @@ class FileCommandsTest : public WindowTest {
     choice = std::vector{Url::fromPath(path, isDirectory)};
     click(ui().btnBrowse);
   }
-  Texts listed() const {
-    Texts paths;
-    for (const auto& root : *windows->songs()->list()) {
-      paths.push_back(root->path().value_or("(none)"));
-    }
-    return paths;
-  }
   std::string lastLog() const { return logTexts().empty() ? "" : logTexts().back(); }
 
   TempFolder temp;
@@ -42,7 +39,7 @@ TEST_F(FileCommandsTest, ThePanelIsRestrictedToTheTypeOfTheBox) {
 TEST_F(FileCommandsTest, ACancelledPanelOnlyUpdatesTheSizes) {
   click(ui().btnBrowse);
   EXPECT_EQ(asked.size(), 1U);
-  EXPECT_TRUE(listed().empty());
+  EXPECT_TRUE(listedPaths().empty());
   EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
 }
 
@@ -51,7 +48,7 @@ TEST_F(FileCommandsTest, AFolderBecomesARootOfItsSubfoldersAndMatchingFilesWhate
   temp.write("album/sub/02.MP3", "1");
   temp.write("album/cover.jpg", "123");
   choose(temp.path("album"));
-  ASSERT_EQ(listed(), Texts{temp.path("album")});
+  ASSERT_EQ(listedPaths(), Texts{temp.path("album")});
   Texts names;
   for (const auto& node : *windows->songs()->list()->at(0)->files()) {
     names.push_back(node->name().value_or(""));
@@ -72,31 +69,30 @@ TEST_F(FileCommandsTest, TheTypeIsReadAgainForTheChosenItem) {
   EXPECT_EQ(windows->songs()->totalFileSize().value(), 5);
 }
 
-TEST_F(FileCommandsTest, ChoosingTheSameFolderTwiceAddsItOnce) {
-  temp.makeFolder("album");
+TEST_F(FileCommandsTest, AFolderThatWasChosenIsRefusedUntilTheNextLaunch) {
+  choose(temp.makeFolder("album"));
   choose(temp.path("album"));
+  EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+  controller().menuFileDeleteAll(nullptr);
   choose(temp.path("album"));
-  EXPECT_EQ(listed(), Texts{temp.path("album")});
+  EXPECT_TRUE(listedPaths().empty());
   EXPECT_EQ(windows->roots()->listed().size(), 1U);
 }
 
 TEST_F(FileCommandsTest, AFolderWithoutAMatchingFileIsAddedWithSizeZero) {
   temp.write("album/a.txt", "123");
   choose(temp.path("album"));
-  ASSERT_EQ(listed().size(), 1U);
+  ASSERT_EQ(listedPaths().size(), 1U);
   EXPECT_EQ(windows->songs()->list()->at(0)->size().value(), 0);
 }
 
-TEST_F(FileCommandsTest, AFileOfAnotherTypeIsSkippedSilently) {
+TEST_F(FileCommandsTest, AFileIsAddedWhenItIsOfTheType) {
   choose(temp.write("a.txt", "123"), false);
-  EXPECT_TRUE(listed().empty());
+  EXPECT_TRUE(listedPaths().empty());
   EXPECT_TRUE(windows->roots()->listed().empty());
   EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
-}
-
-TEST_F(FileCommandsTest, AFileOfTheTypeIsAdded) {
   choose(temp.write("a.mp3", "123"), false);
-  EXPECT_EQ(listed(), Texts{temp.path("a.mp3")});
+  EXPECT_EQ(listedPaths(), Texts{temp.path("a.mp3")});
 }
 
 TEST_F(FileCommandsTest, EveryAddressThatThePanelReturnsIsTaken) {
@@ -104,75 +100,141 @@ TEST_F(FileCommandsTest, EveryAddressThatThePanelReturnsIsTaken) {
                        Url::fromPath(temp.path("missing.mp3"), false),
                        Url::fromPath(temp.makeFolder("b"), true)};
   click(ui().btnBrowse);
-  EXPECT_EQ(listed(), (Texts{temp.path("a"), temp.path("b")}));
+  EXPECT_EQ(listedPaths(), (Texts{temp.path("a"), temp.path("b")}));
 }
 
-TEST_F(FileCommandsTest, ADeletedFolderIsRefusedUntilTheNextLaunch) {
-  choose(temp.makeFolder("album"));
-  controller().menuFileDeleteAll(nullptr);
-  choose(temp.path("album"));
-  EXPECT_TRUE(listed().empty());
-}
-
-TEST_F(FileCommandsTest, DeleteRemovesTheClickedRowAlone) {
-  for (const char* path : {"/a", "/b", "/c"}) {
-    addRoot(path, 1024);
-  }
-  ui().lstFiles->selectRow(0);
-  rightClickRow(1);
-  ports.log.clear();
-  controller().fileMenuDelete()->trigger();
-  EXPECT_EQ(listed(), (Texts{"/a", "/c"}));
-  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
-}
-
-TEST_F(FileCommandsTest, DeleteOfARowOutsideAMultipleSelectionLeavesTheSelectedOnes) {
-  for (const char* path : {"/a", "/b", "/c"}) {
-    addRoot(path, 1024);
-  }
+TEST_F(FileCommandsTest, TheMenuRemovesTheClickedRowTheSelectedOnesOrAll) {
+  struct Case {
+    std::set<int> selected;
+    int clicked;
+    QAction* command;
+    Texts left;
+  };
+  QAction* const clickedOne = controller().fileMenuDelete();
+  QAction* const selectedOnes = controller().fileMenuDeleteSelected();
   ui().lstFiles->setSelectionMode(QAbstractItemView::MultiSelection);
-  ui().lstFiles->selectRow(0);
-  ui().lstFiles->selectRow(1);
-  rightClickRow(2);
-  EXPECT_EQ(menuTexts(), (Texts{"Remove from List", "Remove All"}));
-  controller().fileMenuDelete()->trigger();
-  EXPECT_EQ(listed(), (Texts{"/a", "/b"}));
-}
-
-TEST_F(FileCommandsTest, DeleteSelectedRemovesAllThreeSelectedRows) {
-  for (const char* path : {"/a", "/b", "/c", "/d"}) {
-    addRoot(path, 1024);
+  for (const auto& [selected, clicked, command, left] : {
+           Case{{0}, 1, clickedOne, {"/a", "/c", "/d"}},
+           Case{{0, 1}, 2, clickedOne, {"/a", "/b", "/d"}},
+           Case{{0, 1, 3}, 1, selectedOnes, {"/c"}},
+           Case{{}, 0, controller().fileMenuDeleteAll(), {}},
+       }) {
+    windows->songs()->removeAllTRFiles();
+    for (const char* path : {"/a", "/b", "/c", "/d"}) {
+      addRoot(path, 1024);
+    }
+    for (const int row : selected) {
+      ui().lstFiles->selectRow(row);
+    }
+    settle();
+    rightClickRow(clicked);
+    ports.log.clear();
+    command->trigger();
+    controller().songsTVCContextMenu()->close();
+    EXPECT_EQ(listedPaths(), left);
+    EXPECT_EQ(ui().lstFiles->model()->rowCount(), static_cast<int>(left.size()));
+    EXPECT_EQ(windows->songs()->totalFileSize().value(), 1024 * static_cast<int>(left.size()));
+    EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
   }
-  ui().lstFiles->setSelectionMode(QAbstractItemView::MultiSelection);
-  for (const int row : {0, 1, 3}) {
-    ui().lstFiles->selectRow(row);
+}
+
+class DropTest : public WindowTest {
+ protected:
+  DropTest() { launch(); }
+
+  static QList<QUrl> local(const Texts& paths) {
+    QList<QUrl> urls;
+    for (const auto& path : paths) {
+      urls.append(QUrl::fromLocalFile(QString::fromStdString(path)));
+    }
+    return urls;
   }
-  rightClickRow(1);
-  EXPECT_EQ(menuTexts(), (Texts{"Remove from List", "Remove Selected", "Remove All"}));
-  ports.log.clear();
-  controller().fileMenuDeleteSelected()->trigger();
-  EXPECT_EQ(listed(), Texts{"/c"});
-  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
-}
+  // Drags the things over the table and drops them there if it takes them; whether it does.
+  bool drop(const QList<QUrl>& urls) { return dragOver(urls) && letGo(); }
+  // The two steps of it.
+  bool dragOver(const QList<QUrl>& urls) {
+    things.setUrls(urls);
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction | Qt::MoveAction, &things, Qt::LeftButton,
+                          Qt::NoModifier);
+    QCoreApplication::sendEvent(ui().lstFiles->viewport(), &enter);
+    return enter.isAccepted();
+  }
+  bool letGo() {
+    QWidget* const target = ui().lstFiles->viewport();
+    QDragMoveEvent move(QPoint(6, 6), Qt::CopyAction | Qt::MoveAction, &things, Qt::LeftButton,
+                        Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &move);
+    QDropEvent drop(QPointF(6, 6), Qt::CopyAction | Qt::MoveAction, &things, Qt::LeftButton,
+                    Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &drop);
+    // Whoever lent the things keeps them: a move would have them deleted.
+    EXPECT_EQ(move.dropAction(), Qt::CopyAction);
+    EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
+    return move.isAccepted() && drop.isAccepted();
+  }
 
-TEST_F(FileCommandsTest, DeleteAllEmptiesTheList) {
-  addRoot("/a", 1024);
-  addRoot("/b", 1024);
-  rightClickRow(0);
-  ports.log.clear();
-  controller().fileMenuDeleteAll()->trigger();
-  EXPECT_TRUE(listed().empty());
-  EXPECT_EQ(windows->songs()->totalFileSize().value(), 0);
-  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
-  EXPECT_EQ(ui().lstFiles->model()->rowCount(), 0);
-}
+  TempFolder temp;
+  QMimeData things;
+};
 
-TEST_F(FileCommandsTest, DeletingLeavesTheRememberedRootsAsTheyAre) {
-  choose(temp.makeFolder("a"));
-  choose(temp.makeFolder("b"));
-  rightClickRow(0);
-  controller().fileMenuDelete()->trigger();
+TEST_F(DropTest, FoldersAndFilesAreAddedAsIfChosen) {
+  temp.write("album/01.mp3", "12345");
+  temp.write("single.mp3", "1");
+  ports.log.clear();
+  EXPECT_TRUE(drop(local({temp.path("album"), temp.path("single.mp3")})));
+  EXPECT_EQ(listedPaths(), (Texts{temp.path("album"), temp.path("single.mp3")}));
+  EXPECT_EQ(windows->songs()->list()->at(0)->files()->size(), 1U);
   EXPECT_EQ(windows->roots()->listed().size(), 2U);
+  EXPECT_EQ(logTexts().back(), "\nLog xxxP Size 0\n");
+}
+
+TEST_F(DropTest, FilesOfAnotherTypeAndWhatIsListedAlreadyAreLeftOut) {
+  temp.makeFolder("album");
+  temp.write("cover.jpg", "1");
+  drop(local({temp.path("album"), temp.path("cover.jpg")}));
+  drop(local({temp.path("album")}));
+  EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, AFoldersAddressEndsWhereItsNameDoes) {
+  temp.makeFolder("album");
+  drop({QUrl(QStringLiteral("file://") + QString::fromStdString(temp.path("album")) +
+             QStringLiteral("/"))});
+  EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, WhatIsNotOnThisMachineIsRefused) {
+  const QString path = QString::fromStdString(temp.makeFolder("album"));
+  const QString before = QDir::currentPath();
+  ASSERT_TRUE(QDir::setCurrent(QString::fromStdString(temp.path())));
+  for (const QString& elsewhere :
+       {QStringLiteral("https://fillstation.example/a.mp3"),
+        QStringLiteral("file://fillstation.example") + path, QStringLiteral("file:album")}) {
+    EXPECT_FALSE(drop({QUrl(elsewhere)})) << elsewhere.toStdString();
+  }
+  EXPECT_TRUE(QDir::setCurrent(before));
+  EXPECT_FALSE(drop({}));
+  EXPECT_TRUE(listedPaths().empty());
+  EXPECT_TRUE(drop({QUrl(QStringLiteral("file://localhost") + path)}));
+  EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, NothingIsTakenWhileTheControlsAreOff) {
+  temp.makeFolder("album");
+  controller().enableView(false);
+  EXPECT_FALSE(drop(local({temp.path("album")})));
+  EXPECT_TRUE(listedPaths().empty());
+  controller().enableView(true);
+  EXPECT_TRUE(drop(local({temp.path("album")})));
+  EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, ADragOverTheTableIsNotTakenOnceTheControlsAreOff) {
+  temp.makeFolder("album");
+  EXPECT_TRUE(dragOver(local({temp.path("album")})));
+  controller().enableView(false);
+  EXPECT_FALSE(letGo());
+  EXPECT_TRUE(listedPaths().empty());
 }
 
 }  // namespace

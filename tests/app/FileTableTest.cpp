@@ -3,7 +3,6 @@
 #include <QStyledItemDelegate>
 
 #include "DisplayText.h"
-#include "FileTableModel.h"
 #include "WindowStyle.h"
 #include "WindowTest.h"
 
@@ -36,20 +35,18 @@ TEST_F(FileTableTest, TheModelKeepsTheRulesOfModels) {
   EXPECT_EQ(model().rowCount(), 0);
 }
 
-TEST_F(FileTableTest, ARowShowsNameSizeAndPath) {
-  addRoot("/music/album", 4404020);
-  ASSERT_EQ(model().rowCount(), 1);
-  ASSERT_EQ(model().columnCount(), 3);
-  EXPECT_EQ(cell(0, 0), QStringLiteral("album"));
-  EXPECT_EQ(cell(0, 1), QStringLiteral("4.2 MB"));
-  EXPECT_EQ(cell(0, 2), QStringLiteral("/music/album"));
-}
-
-TEST_F(FileTableTest, RowsFollowTheOrderOfTheList) {
-  addRoot("/b", 1);
+TEST_F(FileTableTest, ARowShowsNameSizeAndPathInTheOrderOfTheList) {
+  addRoot("/music/b", 4404020);
   addRoot("/a", 1);
-  EXPECT_EQ(cell(0, 2), QStringLiteral("/b"));
+  ASSERT_EQ(model().rowCount(), 2);
+  ASSERT_EQ(model().columnCount(), 3);
+  EXPECT_EQ(cell(0, 0), QStringLiteral("b"));
+  EXPECT_EQ(cell(0, 1), QStringLiteral("4.2 MB"));
+  EXPECT_EQ(cell(0, 2), QStringLiteral("/music/b"));
   EXPECT_EQ(cell(1, 2), QStringLiteral("/a"));
+  EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());
+  EXPECT_EQ(model().rowCount(model().index(0, 0)), 0);
+  EXPECT_EQ(model().columnCount(model().index(0, 0)), 0);
 }
 
 TEST_F(FileTableTest, AnAbsentFieldShowsEmpty) {
@@ -59,12 +56,6 @@ TEST_F(FileTableTest, AnAbsentFieldShowsEmpty) {
   EXPECT_EQ(cell(0, 0), QString());
   EXPECT_EQ(cell(0, 1), QString());
   EXPECT_EQ(cell(0, 2), QStringLiteral("Empty"));
-}
-
-TEST_F(FileTableTest, TheModelIsFlat) {
-  addRoot("/a", 1);
-  EXPECT_EQ(model().rowCount(model().index(0, 0)), 0);
-  EXPECT_EQ(model().columnCount(model().index(0, 0)), 0);
 }
 
 TEST_F(FileTableTest, TheHeadersNameTheColumns) {
@@ -104,18 +95,6 @@ TEST_F(FileTableTest, NoColumnTouchesTheNext) {
   // In all other things the table looks like the rest of the window.
   EXPECT_NE(dynamic_cast<WindowStyle*>(table().style()), nullptr);
   EXPECT_EQ(table().horizontalHeader()->style(), table().style());
-}
-
-TEST_F(FileTableTest, OtherRolesAreEmpty) {
-  addRoot("/a", 1);
-  EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());
-}
-
-TEST_F(FileTableTest, NamesArePlainTextWhateverTheyHold) {
-  addRoot("/m/<b>a</b>\n\xFF", 1);
-  EXPECT_EQ(cell(0, 0), QString::fromUtf8("b>\uFFFD\uFFFD"));
-  EXPECT_EQ(cell(0, 2), QString::fromUtf8("/m/<b>a</b>\uFFFD\uFFFD"));
-  EXPECT_TRUE(tip(0, 2).contains(QStringLiteral("/m/&lt;b&gt;a")));
 }
 
 TEST_F(FileTableTest, AFilesToolTipSaysToAddItsFolder) {
@@ -185,15 +164,6 @@ TEST_F(FileTableTest, AChangeOfTheListKeepsSelectionAndCurrentRowOfWhatRemains) 
   EXPECT_EQ(table().numberOfSelectedRows(), 0U);
 }
 
-TEST_F(FileTableTest, AfterARemovalOfTheSelectedRowsNothingIsSelected) {
-  addRoot("/a", 1);
-  addRoot("/b", 1);
-  table().selectRow(0);
-  QTest::keyClick(&table(), Qt::Key_Delete);
-  QTest::keyClick(&table(), Qt::Key_Delete);
-  EXPECT_EQ(model().rowCount(), 1);
-}
-
 TEST_F(FileTableTest, ColumnsFillTheTableAndLongTextsAreCutInTheMiddle) {
   windows->window().resize(720, 480);
   addRoot("/" + std::string(200, 'x'), 7948206080);
@@ -210,6 +180,97 @@ TEST_F(FileTableTest, ColumnsFillTheTableAndLongTextsAreCutInTheMiddle) {
   EXPECT_FALSE(table().showGrid());
   EXPECT_TRUE(table().alternatingRowColors());
   EXPECT_FALSE(header.highlightSections());
+}
+
+class ContextMenuTest : public WindowTest {
+ protected:
+  ContextMenuTest() {
+    launch();
+    menu_ = controller().songsTVCContextMenu();
+    for (const char* path : {"/a", "/b", "/c"}) {
+      addRoot(path, 1);
+    }
+    settle();
+  }
+  ~ContextMenuTest() override { menu_->close(); }
+
+  QMenu& menu() const { return *menu_; }
+  // Whether the first item is enabled, apart from being hidden.
+  bool isFirstEnabled() const {
+    controller().fileMenuDelete()->setVisible(true);
+    return controller().fileMenuDelete()->isEnabled();
+  }
+  std::set<std::size_t> selected() const { return ui().lstFiles->selectedRowIndexes(); }
+
+ private:
+  QMenu* menu_ = nullptr;
+};
+
+TEST_F(ContextMenuTest, OffersWhatFitsTheClickedRowAndTheSelection) {
+  EXPECT_EQ(menu().actions().at(0), controller().fileMenuDelete());
+  EXPECT_EQ(menu().actions().size(), 3);
+  const Texts two{"Remove from List", "Remove All"};
+  const auto offered = [this](int row) {
+    rightClickRow(row);
+    const Texts texts = menuTexts();
+    EXPECT_EQ(clickedRow, row);
+    EXPECT_TRUE(isFirstEnabled());
+    EXPECT_TRUE(menu().isVisible());
+    menu().close();
+    return texts;
+  };
+  EXPECT_EQ(offered(1), two);
+  ui().lstFiles->selectRow(1);
+  EXPECT_EQ(offered(1), two);
+  EXPECT_EQ(offered(2), two);
+  EXPECT_EQ(selected(), std::set<std::size_t>{1});  // as before the right clicks
+  ui().lstFiles->selectAll();
+  EXPECT_EQ(offered(2), (Texts{"Remove from List", "Remove Selected", "Remove All"}));
+  ui().lstFiles->clearSelection();
+  EXPECT_EQ(offered(2), two);
+  rightClick({20, ui().lstFiles->viewport()->height() - 5});
+  EXPECT_EQ(clickedRow, -1);
+  EXPECT_EQ(menuTexts(), Texts{});
+  EXPECT_FALSE(isFirstEnabled());
+  EXPECT_FALSE(menu().isVisible());
+}
+
+TEST_F(ContextMenuTest, TheKeyboardOpensItForTheCurrentRow) {
+  ui().lstFiles->selectRow(1);
+  QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(2, 2), QPoint(2, 2));
+  QApplication::sendEvent(ui().lstFiles->viewport(), &event);
+  EXPECT_EQ(clickedRow, 1);
+  const QRect row = ui().lstFiles->visualRect(ui().lstFiles->model()->index(1, 0));
+  EXPECT_EQ(menu().pos(), ui().lstFiles->viewport()->mapToGlobal(row.bottomLeft()));
+}
+
+TEST_F(ContextMenuTest, TheMouseOpensItAtThePointerAndTheRowIsForgottenWhenTheListChanges) {
+  rightClickRow(2);
+  const QRect row = ui().lstFiles->visualRect(ui().lstFiles->model()->index(2, 0));
+  EXPECT_EQ(menu().pos(), ui().lstFiles->viewport()->mapToGlobal(row.center()));
+  EXPECT_EQ(ui().lstFiles->clickedRow(), 2);
+  windows->songs()->removeTRFileAt(0);
+  EXPECT_EQ(ui().lstFiles->clickedRow(), -1);
+}
+
+TEST_F(ContextMenuTest, AnotherMenuLeavesTheItemsHidden) {
+  rightClickRow(1);
+  menu().close();
+  QMenu other;
+  QAction* own = other.addAction(QStringLiteral("own"));
+  own->setEnabled(false);
+  controller().menuNeedsUpdate(&other);
+  EXPECT_EQ(clickedRow, 1);
+  EXPECT_EQ(menuTexts(), Texts{});
+  EXPECT_FALSE(own->isEnabled());
+  EXPECT_TRUE(isFirstEnabled());
+}
+
+TEST_F(ContextMenuTest, ADisabledTableOpensNone) {
+  controller().enableView(false);
+  rightClickRow(1);
+  EXPECT_FALSE(menu().isVisible());
+  EXPECT_EQ(clickedRow, -1);
 }
 
 }  // namespace

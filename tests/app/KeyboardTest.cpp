@@ -1,3 +1,5 @@
+#include "Alert.h"
+#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -40,14 +42,13 @@ TEST_F(KeyboardTest, TabReachesThePlayersInListOrderBeforeTheirButtons) {
   EXPECT_EQ(round.at(10), tick(2));
 }
 
-TEST_F(KeyboardTest, MnemonicsPressTheButtons) {
+TEST_F(KeyboardTest, MnemonicsAndControlOPressTheButtons) {
   const auto player = addPlayer("sdb");
   alt(Qt::Key_A);
   runUntil([&] { return player->selected().isTrue(); });
   alt(Qt::Key_N);
   runUntil([&] { return !player->selected().isTrue(); });
-  alt(Qt::Key_A);
-  runUntil([&] { return player->selected().isTrue(); });
+  player->setSelected(Number(1));
   alt(Qt::Key_E);
   runUntil([&] { return listedDisks().empty(); });
   int browsed = 0;
@@ -57,24 +58,18 @@ TEST_F(KeyboardTest, MnemonicsPressTheButtons) {
   });
   alt(Qt::Key_B);
   runUntil([&] { return browsed == 1; });
+  QTest::keyClick(&windows->window(), Qt::Key_O, Qt::ControlModifier);
+  runUntil([&] { return browsed == 2; });
   alt(Qt::Key_T);
   EXPECT_EQ(QApplication::focusWidget(), ui().cmbFileType);
   alt(Qt::Key_S);
   runUntil([&] { return windows->panel().isVisible(); });
-}
-
-TEST_F(KeyboardTest, ControlOBrowsesAsLongAsTheButtonIsOn) {
-  int browsed = 0;
-  controller().setOpenPanel([&](const std::string&) {
-    ++browsed;
-    return std::nullopt;
-  });
-  QTest::keyClick(&windows->window(), Qt::Key_O, Qt::ControlModifier);
-  runUntil([&] { return browsed == 1; });
-  controller().enableView(false);
+  windows->panel().hide();  // the button stays off
+  windows->window().activateWindow();
+  waitForActive(windows->window());
   QTest::keyClick(&windows->window(), Qt::Key_O, Qt::ControlModifier);
   settle();
-  EXPECT_EQ(browsed, 1);
+  EXPECT_EQ(browsed, 2);
 }
 
 TEST_F(KeyboardTest, DeleteRemovesTheSelectedRows) {
@@ -86,31 +81,9 @@ TEST_F(KeyboardTest, DeleteRemovesTheSelectedRows) {
                                           QItemSelectionModel::Select | QItemSelectionModel::Rows);
   ports.log.clear();
   QTest::keyClick(ui().lstFiles, Qt::Key_Delete);
-  ASSERT_EQ(windows->songs()->list()->size(), 1U);
-  EXPECT_EQ(windows->songs()->list()->at(0)->path(), "/b");
+  QTest::keyClick(ui().lstFiles, Qt::Key_Delete);  // now there is none
+  EXPECT_EQ(listedPaths(), Texts{"/b"});
   EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
-}
-
-TEST_F(KeyboardTest, DeleteWithoutASelectionDoesNothing) {
-  addRoot("/a", 1);
-  ports.log.clear();
-  QTest::keyClick(ui().lstFiles, Qt::Key_Delete);
-  EXPECT_EQ(windows->songs()->list()->size(), 1U);
-  EXPECT_EQ(logTexts(), Texts{});
-}
-
-TEST_F(KeyboardTest, ControlASelectsEveryRowAndOtherKeysMoveAsUsual) {
-  for (const char* path : {"/a", "/b", "/c"}) {
-    addRoot(path, 1);
-  }
-  QTest::keyClick(ui().lstFiles, Qt::Key_A, Qt::ControlModifier);
-  EXPECT_EQ(ui().lstFiles->numberOfSelectedRows(), 3U);
-  QTest::mouseClick(ui().lstFiles->viewport(), Qt::LeftButton, {},
-                    ui().lstFiles->visualRect(ui().lstFiles->model()->index(1, 0)).center());
-  QTest::keyClick(ui().lstFiles, Qt::Key_Down, Qt::ShiftModifier);
-  EXPECT_EQ(ui().lstFiles->selectedRowIndexes(), (std::set<std::size_t>{1, 2}));
-  QTest::keyClick(ui().lstFiles, Qt::Key_Up);
-  EXPECT_EQ(ui().lstFiles->selectedRowIndexes(), std::set<std::size_t>{1});
 }
 
 TEST_F(KeyboardTest, ThePanelsMnemonicsReachItsFields) {
@@ -131,15 +104,135 @@ TEST_F(KeyboardTest, ThePanelsMnemonicsReachItsFields) {
   runUntil([&] { return !windows->panel().isVisible(); });
 }
 
-TEST_F(KeyboardTest, TheSmallestWindowHoldsEverythingWithoutCutting) {
-  windows->window().resize(1, 1);
-  settle();
-  EXPECT_EQ(windows->window().size(), QSize(720, 480));
-  for (const auto* button : windows->window().findChildren<QPushButton*>()) {
-    EXPECT_GE(button->width(), button->fontMetrics().horizontalAdvance(button->text()));
-    EXPECT_TRUE(windows->window().rect().contains(
-        QRect(button->mapTo(&windows->window(), QPoint()), button->size())));
+// The focus as a person sees it, in light and dark colours.
+class VisibleFocusTest : public WindowTest, public ::testing::WithParamInterface<bool> {
+ protected:
+  VisibleFocusTest() {
+    QApplication::setPalette(GetParam() ? QPalette(QColor(66, 66, 66), QColor(53, 53, 53))
+                                        : QPalette(QColor(239, 239, 239)));
+    QApplication::setCursorFlashTime(0);  // a cursor that stands still
+    launch();
   }
+  ~VisibleFocusTest() override {
+    QApplication::setPalette(before_);
+    QApplication::setCursorFlashTime(flashTime_);
+  }
+
+  // The controls that Tab reaches in the window.
+  static QList<QWidget*> controls(const QWidget& window) {
+    QList<QWidget*> found;
+    for (auto* widget : window.findChildren<QWidget*>()) {
+      if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisible() &&
+          widget->isEnabled() && widget->focusProxy() == nullptr) {
+        found.append(widget);
+      }
+    }
+    return found;
+  }
+
+  // What is painted of the control and just around it, with the focus given there or elsewhere.
+  QImage painted(QWidget& control, QWidget& focus) {
+    QWidget& window = *control.window();
+    focus.setFocus();
+    settle();
+    const QRect place(control.mapTo(&window, QPoint()), control.size());
+    return window.grab(place.adjusted(-3, -3, 3, 3)).toImage();
+  }
+
+  void expectAllVisible(QWidget& window) {
+    const auto all = controls(window);
+    EXPECT_FALSE(all.isEmpty());
+    for (QWidget* control : all) {
+      const QImage without = painted(*control, window);
+      EXPECT_NE(painted(*control, *control), without)
+          << control->metaObject()->className() << ' ' << control->objectName().toStdString();
+    }
+  }
+
+ private:
+  const QPalette before_ = QApplication::palette();
+  const int flashTime_ = QApplication::cursorFlashTime();
+};
+
+INSTANTIATE_TEST_SUITE_P(Colours, VisibleFocusTest, ::testing::Bool(),
+                         [](const auto& colours) { return colours.param ? "Dark" : "Light"; });
+
+TEST_P(VisibleFocusTest, InTheWindowWithoutPlayersAndFiles) { expectAllVisible(windows->window()); }
+
+TEST_P(VisibleFocusTest, InTheWindowWithPlayersAndFiles) {
+  addPlayer("sdb");
+  addPlayer("sdc");
+  addRoot("/a", 1);
+  expectAllVisible(windows->window());
+}
+
+TEST_P(VisibleFocusTest, InTheWindowDuringARun) {
+  addPlayer("sdb");
+  controller().btnStartClick(nullptr);
+  windows->panel().hide();
+  windows->window().activateWindow();
+  waitForActive(windows->window());
+  EXPECT_EQ(QApplication::focusWidget(), ui().pbProgressBar);
+  EXPECT_TRUE(controls(windows->window()).contains(ui().pbProgressBar));
+  expectAllVisible(windows->window());
+}
+
+TEST_P(VisibleFocusTest, InEveryDialog) {
+  OpenPanel panel(&windows->window(), "mp3", QDir::tempPath());
+  Alert alert(&windows->window(), QStringLiteral("Text"));
+  for (QDialog* dialog : std::initializer_list<QDialog*>{&windows->panel(), &panel, &alert}) {
+    dialog->show();
+    waitForActive(*dialog);
+    expectAllVisible(*dialog);
+    dialog->hide();
+  }
+}
+
+TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {
+  QPalette pale = QApplication::palette();
+  pale.setColor(QPalette::Highlight, pale.color(QPalette::Window));
+  QApplication::setPalette(pale);
+  const QImage ring = painted(*ui().btnAll, *ui().btnAll);
+  // The grab begins three points beyond the control, and the ring two.
+  const QColor color = ring.pixelColor(ring.width() / 2, 2);
+  EXPECT_GE(contrast(color, pale.color(QPalette::Window)), kVisibleOutline)
+      << color.name().toStdString();
+}
+
+// The button fills the box that it lies in.
+TEST_P(VisibleFocusTest, AllAroundAControlThatHasNoRoomAroundIt) {
+  Alert alert(&windows->window(), QStringLiteral("Text"));
+  alert.show();
+  waitForActive(alert);
+  QWidget& button = *alert.button(QMessageBox::Ok);
+  const QImage with = painted(button, button);
+  const QImage without = painted(button, alert);
+  const int right = with.width() - 1;
+  const int bottom = with.height() - 1;
+  for (const QPoint edge : {QPoint(2, bottom / 2), QPoint(right - 2, bottom / 2),
+                            QPoint(right / 2, 2), QPoint(right / 2, bottom - 2)}) {
+    EXPECT_NE(with.pixelColor(edge), without.pixelColor(edge)) << edge.x() << ' ' << edge.y();
+  }
+}
+
+using FocusTest = WindowTest;
+
+TEST_F(FocusTest, IsOnAControlFromTheBeginning) {
+  launch();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnAll);
+}
+
+TEST_F(FocusTest, OfAPlayerThatLeavesGoesOn) {
+  launch();
+  const auto first = addPlayer("sdb");
+  const auto second = addPlayer("sdc");
+  tick(0)->setFocus();
+  windows->players()->removeObject(*first);
+  settle();
+  EXPECT_EQ(QApplication::focusWidget(), tick(0));
+  windows->players()->removeObject(*second);
+  settle();
+  EXPECT_EQ(QApplication::focusWidget(), ui().btnAll);
 }
 
 }  // namespace

@@ -82,25 +82,21 @@ TEST_F(LongWalkTest, TheWindowObeysClosing) {
   EXPECT_EQ(endings, 1);
 }
 
-TEST_F(LongWalkTest, ClicksAndKeysWait) {
+TEST_F(LongWalkTest, ClicksKeysAndShortcutsWait) {
   addPlayer("sdb");
   const QString type = ui().cmbFileType->currentText();
   choose([&] {
     ui().cmbFileType->setFocus();
     QTest::keyClick(screenWindow(), Qt::Key_X);
     QTest::mouseClick(screenWindow(), Qt::LeftButton, {}, centerOf(ui().btnAll));
+    QTest::keyClick(screenWindow(), Qt::Key_O, Qt::ControlModifier);
   });
   EXPECT_FALSE(tick(0)->isChecked());
   EXPECT_EQ(ui().cmbFileType->currentText(), type);
   settle();
+  EXPECT_EQ(choices, 2);
   EXPECT_TRUE(tick(0)->isChecked());
   EXPECT_NE(ui().cmbFileType->currentText(), type);
-}
-
-TEST_F(LongWalkTest, AShortcutWaits) {
-  choose([this] { QTest::keyClick(screenWindow(), Qt::Key_O, Qt::ControlModifier); });
-  settle();
-  EXPECT_EQ(choices, 2);
 }
 
 TEST_F(LongWalkTest, WhatIsDraggedHereIsRefused) {
@@ -129,12 +125,6 @@ TEST_F(LongWalkTest, CompletionsAndTimersWait) {
   });
   EXPECT_FALSE(completed || timedOut);
   runUntil([&] { return completed && timedOut; });
-}
-
-TEST_F(LongWalkTest, UsbEventsWait) {
-  bus.calls.clear();
-  choose([this] { EXPECT_EQ(bus.calls, Texts{"hold"}); });
-  EXPECT_EQ(bus.calls, (Texts{"hold", "resume"}));
 }
 
 TEST_F(LongWalkTest, AShortWalkIsNotInterrupted) {

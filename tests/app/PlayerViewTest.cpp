@@ -1,6 +1,6 @@
 #include <QStyleOptionButton>
 
-#include "ElidedLabel.h"
+#include "ProbeWidget.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -31,13 +31,17 @@ TEST_F(PlayerViewTest, AnEmptyListSaysWhatToDo) {
 TEST_F(PlayerViewTest, ThereIsOneItemPerPlayerInListOrder) {
   const auto b = addPlayer("sdb");
   const auto c = addPlayer("sdc");
-  const auto d = addPlayer("sdd");
+  const auto d = addPlayer("sdd", 4096, true);
+  const PlayerItem* const itemOfD = items().at(2);
   windows->players()->removeObject(*c);
   const auto e = addPlayer("sde");
   settle();
   ASSERT_EQ(items().size(), 3);
   EXPECT_EQ(items().at(0)->player(), b);
   EXPECT_EQ(items().at(1)->player(), d);
+  EXPECT_EQ(items().at(1), itemOfD);
+  EXPECT_TRUE(tick(1)->isChecked());
+  EXPECT_FALSE(tick(2)->isChecked());
   EXPECT_EQ(items().at(2)->player(), e);
   EXPECT_TRUE(items().at(2)->isVisible());
   EXPECT_LT(items().at(0)->y(), items().at(1)->y());
@@ -45,35 +49,16 @@ TEST_F(PlayerViewTest, ThereIsOneItemPerPlayerInListOrder) {
   EXPECT_EQ(ui().viewPlayers->findChildren<PlayerItem*>().size(), 3);
 }
 
-TEST_F(PlayerViewTest, AnItemStaysThatOfItsPlayer) {
-  addPlayer("sdb");
-  addPlayer("sdc");
-  const PlayerItem* second = items().at(1);
-  windows->players()->removeObject(*windows->players()->listed().at(0));
-  EXPECT_EQ(items().at(0), second);
-}
-
-TEST_F(PlayerViewTest, AnItemShowsNameAndTick) {
-  addPlayer("sdb", 4096, true);
-  addPlayer("sdc", 4096);
-  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
-  EXPECT_TRUE(tick(0)->isChecked());
-  EXPECT_FALSE(tick(1)->isChecked());
-}
-
 TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
   bus.ports = {{0x10002, "1-2.4"}, {0xFFFF007FU, "<b>\n"}};
   addPlayer("sdb");
+  settle();
+  EXPECT_EQ(tick(0)->shownText(), QStringLiteral("/dev/sdb (SONGS)"));
+  EXPECT_EQ(facts(0)->shownText(), facts(0)->text());
   EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 1-2.4 · 7580 MB"));
+  EXPECT_EQ(facts(0)->textFormat(), Qt::PlainText);
   deliver("/dev/sdc", true, "SONGS", "x", 1024, 0xFFFF007FU);
   EXPECT_EQ(facts(1)->text(), QString::fromUtf8("/dev/sdc · USB <b>\uFFFD · 1 KB"));
-}
-
-TEST_F(PlayerViewTest, ANullNameShowsEmpty) {
-  const auto player = addPlayer("sdb");
-  player->setName(std::nullopt);
-  windows->players()->objectsChanged();
-  EXPECT_EQ(tick(0)->wholeText(), QString());
 }
 
 TEST_F(PlayerViewTest, ClickingATickSelectsThePlayerAndUpdatesTheSizes) {
@@ -104,13 +89,6 @@ TEST_F(PlayerViewTest, AClickOnTheSecondLineTicks) {
   EXPECT_TRUE(player->selected().isTrue());
 }
 
-TEST_F(PlayerViewTest, TheSpaceBarTicks) {
-  const auto player = addPlayer("sdb");
-  tick(0)->setFocus();
-  QTest::keyClick(tick(0), Qt::Key_Space);
-  EXPECT_TRUE(player->selected().isTrue());
-}
-
 TEST_F(PlayerViewTest, ShowingATickFromTheListChangesNothing) {
   const auto player = addPlayer("sdb");
   ports.log.clear();
@@ -133,22 +111,6 @@ TEST_F(PlayerViewTest, AnItemMadeWhileTheControlsAreOffStartsOff) {
   EXPECT_TRUE(tick(2)->isEnabled());
 }
 
-TEST_F(PlayerViewTest, ANameIsPlainTextWhateverItHolds) {
-  const auto player = addPlayer("sdb");
-  player->setName(
-      "<b>A&B</b>\n\xE2\x80\xAE"
-      "cba\xFF");
-  windows->players()->objectsChanged();
-  EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("<b>A&B</b>\uFFFD\uFFFDcba\uFFFD"));
-  EXPECT_EQ(tick(0)->text(), QString::fromUtf8("<b>A&&B</b>\uFFFD\uFFFDcba\uFFFD"));
-  EXPECT_TRUE(tick(0)->shortcut().isEmpty());
-  EXPECT_TRUE(tip(tick(0)).contains(QStringLiteral("&lt;b&gt;A&amp;B")));
-  addPlayer("<i>x</i>");
-  EXPECT_EQ(facts(1)->textFormat(), Qt::PlainText);
-  EXPECT_TRUE(facts(1)->text().startsWith(QStringLiteral("/dev/<i>x</i> ")));
-  EXPECT_TRUE(tip(facts(1)).contains(QStringLiteral("/dev/&lt;i&gt;x")));
-}
-
 TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
   windows->window().resize(720, 480);
   const std::string name(200, 'W');
@@ -166,13 +128,6 @@ TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
   EXPECT_TRUE(tip(tick(0)).contains(QString::fromStdString(name)));
   EXPECT_TRUE(tip(facts(0)).contains(QString::fromStdString(name)));
   EXPECT_EQ(windows->window().size(), QSize(720, 480));
-}
-
-TEST_F(PlayerViewTest, AShortNameIsShownWhole) {
-  addPlayer("sdb");
-  settle();
-  EXPECT_EQ(tick(0)->shownText(), QStringLiteral("/dev/sdb (SONGS)"));
-  EXPECT_EQ(facts(0)->shownText(), facts(0)->text());
 }
 
 TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText) {
@@ -195,22 +150,6 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   windows->players()->objectsChanged();
   settle();
   EXPECT_NE(named, items().at(1)->grab().toImage());
-}
-
-// A mirrored window has the tick at the right, and the texts as they are written.
-TEST_F(PlayerViewTest, AMirroredPlayerIsTheSameFromTheOtherSide) {
-  addPlayer("sdb");
-  settle();
-  const int width = facts(0)->width();
-  EXPECT_EQ(facts(0)->textRect(),
-            QRect(QPoint(tick(0)->textIndent(), 0), QPoint(width - 1, facts(0)->height() - 1)));
-  const int indent = tick(0)->textIndent();
-  const QString shown = facts(0)->shownText();
-  items().at(0)->setLayoutDirection(Qt::RightToLeft);
-  EXPECT_EQ(tick(0)->textIndent(), indent);
-  EXPECT_EQ(facts(0)->textRect(),
-            QRect(QPoint(0, 0), QPoint(width - indent - 1, facts(0)->height() - 1)));
-  EXPECT_EQ(facts(0)->shownText(), shown);
 }
 
 // What is written in that part of the picture, without the empty space around it.
@@ -268,6 +207,57 @@ TEST_F(PlayerViewTest, SixtyPlayersScrollInsteadOfGrowingTheWindow) {
   ui().deviceScrollbar->ensureWidgetVisible(tick(59));
   QTest::mouseClick(tick(59), Qt::LeftButton, {}, QPoint(8, tick(59)->height() / 2));
   EXPECT_FALSE(windows->players()->listed().at(59)->selected().isTrue());
+}
+
+class EnableViewTest : public WindowTest {
+ protected:
+  // Writes down which control changes its enabled state, in order.
+  struct Watcher : QObject {
+    bool eventFilter(QObject* receiver, QEvent* event) override {
+      const QString name = receiver->objectName();
+      const bool isOurs = name.startsWith(QStringLiteral("btn")) ||
+                          name == QStringLiteral("lstFiles") || name == QStringLiteral("tick");
+      if (event->type() == QEvent::EnabledChange && isOurs) {
+        changes.append(name);
+      }
+      return false;
+    }
+    QStringList changes;
+  };
+
+  QString changesOf(bool enabled) {
+    Watcher watcher;
+    qApp->installEventFilter(&watcher);
+    controller().enableView(enabled);
+    qApp->removeEventFilter(&watcher);
+    return watcher.changes.join(QLatin1Char(' '));
+  }
+};
+
+TEST_F(EnableViewTest, SwitchesInTheGivenOrderAndTheViewLast) {
+  launch();
+  addPlayer("sdb");
+  tick(0)->setObjectName(QStringLiteral("tick"));
+  const QString order = QStringLiteral("btnStart btnBrowse lstFiles btnAll btnNone btnEject tick");
+  EXPECT_EQ(changesOf(false), order);
+  EXPECT_EQ(changesOf(true), order);
+}
+
+TEST_F(EnableViewTest, DrillsChildrenBeforeTheirParentInTheirOrderAndNotTheViewItself) {
+  QStringList calls;
+  ProbeWidget view(QStringLiteral("view"), calls, nullptr);
+  const QObject notAView(&view);
+  ProbeWidget first(QStringLiteral("first"), calls, &view);
+  ProbeWidget firstChild(QStringLiteral("first.child"), calls, &first);
+  ProbeWidget grandChild(QStringLiteral("first.child.child"), calls, &firstChild);
+  ProbeWidget second(QStringLiteral("second"), calls, &view);
+  for (const char* state : {"off", "on"}) {
+    calls.clear();
+    controller().drillSubViews(&view, state == std::string("on"));
+    EXPECT_EQ(calls.join(QLatin1Char(' ')),
+              QStringLiteral("first.child.child %1 first.child %1 first %1 second %1")
+                  .arg(QLatin1String(state)));
+  }
 }
 
 }  // namespace

@@ -14,23 +14,12 @@ class RunFlowTest : public WindowTest {
     ports.log.clear();
   }
 
-  void enter(const char* userName, const char* password) {
-    panelUi().userNameField->setText(QString::fromLatin1(userName));
-    panelUi().passwordField->setText(QString::fromLatin1(password));
-  }
-  // Clicks the alert away and keeps its text.
-  void answerAlert() {
-    whenever([this] {
-      QMessageBox* box = alert();
-      if (box == nullptr) {
-        return false;
-      }
-      message = box->text().toStdString();
+  // Clicks the alert away and keeps what was to be seen under it.
+  void answerAlertAndLook() {
+    answerAlert([this](QMessageBox&) {
       enabledUnderAlert = ui().btnStart->isEnabled();
       panelUnderAlert = windows->panel().isVisible();
       animatingUnderAlert = ui().pbCircle->isAnimating();
-      click(box->button(QMessageBox::Ok));
-      return true;
     });
   }
   std::shared_ptr<TRFileCopyTaskCollection> collectionOf(const Texts& disks, const Texts& failing) {
@@ -50,15 +39,14 @@ class RunFlowTest : public WindowTest {
     waitForActive(windows->window());
   }
   std::string summaryOf(const Texts& disks, const Texts& failing) {
-    answerAlert();
+    answerAlertAndLook();
     controller().onCopyResult(collectionOf(disks, failing));
     return message;
   }
-  std::vector<QWidget*> workingControls() const {
-    return {ui().btnStart, ui().btnBrowse, ui().lstFiles, ui().btnAll, ui().btnNone, ui().btnEject};
-  }
   void expectWorkingControls(bool enabled) const {
-    for (const QWidget* control : workingControls()) {
+    for (const QWidget* control :
+         std::initializer_list<QWidget*>{ui().btnStart, ui().btnBrowse, ui().lstFiles, ui().btnAll,
+                                         ui().btnNone, ui().btnEject}) {
       EXPECT_EQ(control->isEnabled(), enabled) << control->objectName().toStdString();
     }
     for (const PlayerItem* item : ui().viewPlayers->items()) {
@@ -69,7 +57,6 @@ class RunFlowTest : public WindowTest {
     EXPECT_TRUE(ui().viewPlayers->isEnabled());
   }
 
-  std::string message;
   bool enabledUnderAlert = true;
   bool panelUnderAlert = true;
   bool animatingUnderAlert = true;
@@ -86,71 +73,44 @@ TEST_F(RunFlowTest, StartDisablesTheWorkingControlsAndShowsThePanel) {
   EXPECT_TRUE(logTexts().empty());
 }
 
-TEST_F(RunFlowTest, StartWorksWithoutPlayersAndFiles) {
-  click(ui().btnStart);
-  EXPECT_TRUE(windows->panel().isVisible());
-}
-
-TEST_F(RunFlowTest, CancelEnablesExactlyWhatStartDisabledAndSaysSo) {
+TEST_F(RunFlowTest, CancelEscapeAndTheCloseButtonEnableExactlyWhatStartDisabledAndSaySo) {
   addPlayer("sdb");
-  click(ui().btnStart);
-  click(panelUi().btnPassCancel);
-  expectWorkingControls(true);
-  EXPECT_FALSE(windows->panel().isVisible());
-  EXPECT_EQ(logTexts(), Texts{"\nSelection !\n"});
-}
-
-TEST_F(RunFlowTest, EscapeInThePanelIsCancel) {
-  click(ui().btnStart);
-  QTest::keyClick(panelUi().userNameField, Qt::Key_Escape);
-  expectWorkingControls(true);
-  EXPECT_FALSE(windows->panel().isVisible());
-  EXPECT_EQ(logTexts(), Texts{"\nSelection !\n"});
-}
-
-TEST_F(RunFlowTest, ThePanelsCloseButtonIsCancel) {
-  click(ui().btnStart);
-  windows->panel().close();
-  expectWorkingControls(true);
-  EXPECT_FALSE(windows->panel().isVisible());
-  EXPECT_EQ(logTexts(), Texts{"\nSelection !\n"});
+  const std::vector<std::function<void()>> ways = {
+      [this] { click(panelUi().btnPassCancel); },
+      [this] { QTest::keyClick(panelUi().userNameField, Qt::Key_Escape); },
+      [this] { windows->panel().close(); }};
+  for (const auto& leave : ways) {
+    ports.log.clear();
+    click(ui().btnStart);
+    expectWorkingControls(false);
+    leave();
+    expectWorkingControls(true);
+    EXPECT_FALSE(windows->panel().isVisible());
+    EXPECT_EQ(logTexts(), Texts{"\nSelection !\n"});
+  }
   EXPECT_EQ(endings, 0);
 }
 
-TEST_F(RunFlowTest, AnEmptyPasswordIsRefused) {
-  click(ui().btnStart);
-  enter("admin", "");
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_EQ(message, "You'v entered invalid password.");
-  EXPECT_FALSE(enabledUnderAlert);
-  EXPECT_FALSE(panelUnderAlert);
-  EXPECT_FALSE(ui().pbCircle->isAnimating());
-  EXPECT_EQ(ports.workers.spawned(), 0U);
-  EXPECT_TRUE(logTexts().empty());
-  expectWorkingControls(true);
-}
-
-TEST_F(RunFlowTest, AnEmptyUserNameIsRefusedWithTheSameWords) {
-  click(ui().btnStart);
-  enter("", "secret");
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_EQ(message, "You'v entered invalid password.");
-  EXPECT_EQ(ports.workers.spawned(), 0U);
-  expectWorkingControls(true);
-}
-
-TEST_F(RunFlowTest, TheBarIsResetWhenOkIsPressedAndNotBefore) {
-  ui().pbProgressBar->setRange(0, 7);
-  ui().pbProgressBar->setValue(5);
-  click(ui().btnStart);
-  EXPECT_EQ(ui().pbProgressBar->value(), 5);
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_EQ(ui().pbProgressBar->minimum(), 0);
-  EXPECT_EQ(ui().pbProgressBar->maximum(), 100);
-  EXPECT_EQ(ui().pbProgressBar->value(), 0);
+TEST_F(RunFlowTest, AnEmptyNameOrPasswordIsRefusedAndTheBarReset) {
+  for (const auto& [name, password] : {std::pair("admin", ""), {"", "secret"}}) {
+    ui().pbProgressBar->setRange(0, 7);
+    ui().pbProgressBar->setValue(5);
+    click(ui().btnStart);
+    EXPECT_EQ(ui().pbProgressBar->value(), 5);
+    enter(name, password);
+    answerAlertAndLook();
+    QTest::keyClick(panelUi().passwordField, Qt::Key_Return);
+    EXPECT_EQ(message, "You'v entered invalid password.");
+    EXPECT_FALSE(enabledUnderAlert);
+    EXPECT_FALSE(panelUnderAlert);
+    EXPECT_FALSE(ui().pbCircle->isAnimating());
+    EXPECT_EQ(ports.workers.spawned(), 0U);
+    EXPECT_TRUE(logTexts().empty());
+    expectWorkingControls(true);
+    EXPECT_EQ(ui().pbProgressBar->minimum(), 0);
+    EXPECT_EQ(ui().pbProgressBar->maximum(), 100);
+    EXPECT_EQ(ui().pbProgressBar->value(), 0);
+  }
 }
 
 TEST_F(RunFlowTest, TheBarIsDrawnAnewEvenWhenItsFigureIsTheSame) {
@@ -174,21 +134,12 @@ TEST_F(RunFlowTest, TheBarIsDrawnAnewEvenWhenItsFigureIsTheSame) {
   EXPECT_GE(counter.paints, 1);
 }
 
-TEST_F(RunFlowTest, ProgressMovesTheBarAndReadsTheNamesAnew) {
+TEST_F(RunFlowTest, AReportMovesTheBarAndReadsTheNamesAnewWhenTheFigureChanges) {
   const auto player = addPlayer("sdb");
   const auto collection = collectionOf({}, {});
   collection->setProgress(Number(37));
-  player->setName("PLAYER");
   controller().updateProgress(collection);
   EXPECT_EQ(ui().pbProgressBar->value(), 37);
-  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("PLAYER"));
-}
-
-TEST_F(RunFlowTest, AReportOfTheFigureThatIsShownTouchesNothing) {
-  const auto player = addPlayer("sdb");
-  const auto collection = collectionOf({}, {});
-  collection->setProgress(Number(37));
-  controller().updateProgress(collection);
   player->setName("PLAYER");
   controller().updateProgress(collection);
   EXPECT_NE(tick(0)->wholeText(), QStringLiteral("PLAYER"));
@@ -198,19 +149,11 @@ TEST_F(RunFlowTest, AReportOfTheFigureThatIsShownTouchesNothing) {
   EXPECT_EQ(ui().pbProgressBar->value(), 38);
 }
 
-TEST_F(RunFlowTest, TwoOfThreeFailedAreNamedInTaskOrder) {
+TEST_F(RunFlowTest, TheSummaryNamesThoseThatFailedInTaskOrder) {
   EXPECT_EQ(summaryOf({"/dev/sdd", "/dev/sdb", "/dev/sdc"}, {"/dev/sdc", "/dev/sdd"}),
             "Process Completed.\nPlayer /dev/sdd Failed in process\n"
             "Player /dev/sdc Failed in process");
-}
-
-TEST_F(RunFlowTest, WhenAllSucceedTheOpeningLineStandsAlone) {
   EXPECT_EQ(summaryOf({"/dev/sdb", "/dev/sdc"}, {}), "Process Completed.");
-}
-
-TEST_F(RunFlowTest, WhenAllFailTheOpeningLineStays) {
-  EXPECT_EQ(summaryOf({"/dev/sdb"}, {"/dev/sdb"}),
-            "Process Completed.\nPlayer /dev/sdb Failed in process");
 }
 
 TEST_F(RunFlowTest, TheResultStopsTheIndicatorAndEnablesTheControlsAfterTheSummary) {
@@ -249,73 +192,48 @@ TEST_F(RunFlowTest, AMediumThatChangesAfterStartIsTakenWhenTheControlsAreBack) {
   EXPECT_EQ(player->size().value(), 1024);
 }
 
-TEST_F(RunFlowTest, TheFieldsAreNotClearedBetweenRuns) {
-  enter("admin", "secret");
-  click(ui().btnStart);
-  answerAlert();
-  click(panelUi().btnPassOk);
-  runUntil([&] { return ui().btnStart->isEnabled(); });
-  EXPECT_EQ(panelUi().userNameField->text(), QStringLiteral("admin"));
-  EXPECT_EQ(panelUi().passwordField->text(), QStringLiteral("secret"));
-  ui().pbProgressBar->setValue(55);
-  click(ui().btnStart);
-  EXPECT_EQ(ui().pbProgressBar->value(), 55);
-  message.clear();
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_EQ(ui().pbProgressBar->value(), 0);
-  runUntil([&] { return ui().btnStart->isEnabled(); });
-  EXPECT_EQ(message, "Process Completed.");
-}
-
-TEST_F(RunFlowTest, WithoutATickedPlayerTheRunCompletesAtOnce) {
+TEST_F(RunFlowTest, WithoutATickedPlayerTheRunCompletesAtOnceAndTheFieldsAreKept) {
   addPlayer("sdb");
   enter("admin", "secret");
-  click(ui().btnStart);
-  answerAlert();
-  click(panelUi().btnPassOk);
-  EXPECT_TRUE(ui().pbCircle->isAnimating());
-  EXPECT_EQ(logTexts(), Texts{"\nafter task call!!!!\n"});
-  expectWorkingControls(false);
-  runUntil([&] { return ui().btnStart->isEnabled(); });
-  EXPECT_EQ(message, "Process Completed.");
-  EXPECT_TRUE(ports.disks.kinds().empty());
+  for (int time = 0; time < 2; ++time) {
+    ui().pbProgressBar->setValue(55);
+    ports.log.clear();
+    click(ui().btnStart);
+    EXPECT_EQ(ui().pbProgressBar->value(), 55);
+    answerAlert();
+    click(panelUi().btnPassOk);
+    EXPECT_EQ(ui().pbProgressBar->value(), 0);
+    EXPECT_TRUE(ui().pbCircle->isAnimating());
+    EXPECT_EQ(logTexts(), Texts{"\nafter task call!!!!\n"});
+    expectWorkingControls(false);
+    runUntil([&] { return ui().btnStart->isEnabled(); });
+    EXPECT_EQ(message, "Process Completed.");
+    EXPECT_TRUE(ports.disks.kinds().empty());
+  }
+  EXPECT_EQ(panelUi().userNameField->text(), QStringLiteral("admin"));
+  EXPECT_EQ(panelUi().passwordField->text(), QStringLiteral("secret"));
 }
 
-TEST_F(RunFlowTest, ReturnInThePanelIsOk) {
-  click(ui().btnStart);
-  answerAlert();
-  QTest::keyClick(panelUi().passwordField, Qt::Key_Return);
-  EXPECT_EQ(message, "You'v entered invalid password.");
-}
-
-TEST_F(RunFlowTest, CancelGivesTheFocusBack) {
-  ui().btnStart->setFocus();
-  QTest::keyClick(ui().btnStart, Qt::Key_Space);
-  click(panelUi().btnPassCancel);
-  bringWindowToFront();
-  EXPECT_EQ(QApplication::focusWidget(), ui().btnStart);
-  ui().cmbFileType->setFocus();
-  click(ui().btnStart);
-  EXPECT_EQ(windows->window().focusWidget(), ui().pbProgressBar);
-}
-
-TEST_F(RunFlowTest, RefusedCredentialsGiveTheFocusBackToWhereItWas) {
-  ui().cmbFileType->setFocus();
-  controller().btnStartClick(nullptr);
-  answerAlert();
-  click(panelUi().btnPassOk);
-  bringWindowToFront();
-  EXPECT_EQ(QApplication::focusWidget(), ui().cmbFileType);
-}
-
-TEST_F(RunFlowTest, TheSummaryGivesTheFocusBack) {
-  ui().lstFiles->setFocus();
-  controller().btnStartClick(nullptr);
-  windows->panel().hide();
-  summaryOf({}, {});
-  bringWindowToFront();
-  EXPECT_EQ(QApplication::focusWidget(), ui().lstFiles);
+TEST_F(RunFlowTest, TheFocusComesBackToWhereItWas) {
+  const std::vector<std::function<void()>> ways = {[this] { click(panelUi().btnPassCancel); },
+                                                   [this] {
+                                                     answerAlert();
+                                                     click(panelUi().btnPassOk);
+                                                   },
+                                                   [this] {
+                                                     windows->panel().hide();
+                                                     summaryOf({}, {});
+                                                   }};
+  for (const auto& leave : ways) {
+    for (QWidget* before : std::initializer_list<QWidget*>{ui().cmbFileType, ui().btnStart}) {
+      before->setFocus();
+      controller().btnStartClick(nullptr);
+      EXPECT_EQ(windows->window().focusWidget(), ui().pbProgressBar);
+      leave();
+      bringWindowToFront();
+      EXPECT_EQ(QApplication::focusWidget(), before);
+    }
+  }
 }
 
 TEST_F(RunFlowTest, StartGetsTheFocusOfAPlayerThatIsGone) {
@@ -343,6 +261,8 @@ TEST_F(RunFlowTest, TheProgressBarHasTheFocusWhileTheControlsAreOff) {
 }
 
 TEST_F(RunFlowTest, ThePanelOpensInTheFieldThatIsToBeFilledIn) {
+  EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Password);
+  EXPECT_EQ(panelUi().userNameField->echoMode(), QLineEdit::Normal);
   click(ui().btnStart);
   waitForActive(windows->panel());
   EXPECT_EQ(QApplication::focusWidget(), panelUi().userNameField);
@@ -354,12 +274,7 @@ TEST_F(RunFlowTest, ThePanelOpensInTheFieldThatIsToBeFilledIn) {
   waitForActive(windows->panel());
   EXPECT_EQ(QApplication::focusWidget(), panelUi().passwordField);
   EXPECT_EQ(panelUi().passwordField->selectedText().size(), 6);
-}
-
-TEST_F(RunFlowTest, ThePanelComesBackFromTheTaskBarAsItWasLeft) {
-  enter("admin", "secret");
-  click(ui().btnStart);
-  waitForActive(windows->panel());
+  // It comes back from the task bar as it was left.
   panelUi().userNameField->setFocus();
   QShowEvent shown;
   QSpontaneKeyEvent::setSpontaneous(&shown);
@@ -389,11 +304,6 @@ TEST_F(RunFlowTest, ThePanelTakesTheKeyboardBackAndTheWindowStillGetsClicks) {
   bringWindowToFront();
   settle();
   EXPECT_EQ(QApplication::activeWindow(), &windows->window());
-}
-
-TEST_F(RunFlowTest, ThePasswordIsHidden) {
-  EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Password);
-  EXPECT_EQ(panelUi().userNameField->echoMode(), QLineEdit::Normal);
 }
 
 }  // namespace

@@ -1,17 +1,20 @@
+#include <QDir>
+#include <QFile>
 #include <QImage>
+#include <tuple>
 
-#include "Contrast.h"
+#include "ProgramIcon.h"
+#include "TempFolder.h"
+#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
 namespace {
 
-using Text = TRAttributedString;
-
 TRAttributedString blueTitle(const QString& text) {
-  TRAttributedString title(text);
-  title.addAttribute(Text::kForegroundColor, QColor(Qt::blue), 0, title.length());
-  title.addAttribute(Text::kUnderlineStyle, Text::kUnderlineSingle, 0, title.length());
+  TRAttributedString title{text, {}};
+  title.attributes.setForeground(QColor(Qt::blue));
+  title.attributes.setFontUnderline(true);
   return title;
 }
 
@@ -32,54 +35,36 @@ QPalette paletteOn(const QColor& window) {
   return palette;
 }
 
-TEST(LinkButtonTest, ItsTitleIsThePlainTextUntilOneIsSet) {
+TEST(TRAttributedStringTest, DressesALinkOverItsWholeLength) {
+  const auto link = TRAttributedString::hyperlinkFromString(
+      QStringLiteral("Home page"), Url::withString("https://a.example/%20b"));
+  TRAttributedString expected = blueTitle(QStringLiteral("Home page"));
+  expected.attributes.setAnchorHref(QStringLiteral("https://a.example/%20b"));
+  EXPECT_EQ(link.text, expected.text);
+  EXPECT_EQ(link.attributes.properties(), expected.attributes.properties());
+  EXPECT_EQ(TRAttributedString::hyperlinkFromString({}, Url::withString("https://a.example/")).text,
+            QString());
+}
+
+TEST(LinkButtonTest, IsPaintedInTheColoursOfItsTitle) {
   LinkButton button;
   button.setText(QStringLiteral("Home"));
-  EXPECT_EQ(button.attributedTitle(), Text(QStringLiteral("Home")));
+  button.setPalette(paletteOn(Qt::white));
+  EXPECT_EQ(button.attributedTitle(), (TRAttributedString{QStringLiteral("Home"), {}}));
+  EXPECT_FALSE(button.paintedFormat().fontUnderline());
+  EXPECT_EQ(button.paintedFormat().foreground().color(),
+            button.palette().color(QPalette::ButtonText));
   button.setAttributedTitle(blueTitle(QStringLiteral("Other")));
   EXPECT_EQ(button.attributedTitle(), blueTitle(QStringLiteral("Other")));
   EXPECT_EQ(button.text(), QStringLiteral("Other"));
-}
-
-TEST(LinkButtonTest, IsPaintedInItsColourAndUnderlined) {
-  LinkButton button;
-  button.setAttributedTitle(blueTitle(QStringLiteral("Home")));
-  button.setPalette(paletteOn(Qt::white));
-  const auto formats = button.formats();
-  ASSERT_EQ(formats.size(), 1);
-  EXPECT_EQ(formats.at(0).start, 0);
-  EXPECT_EQ(formats.at(0).length, 4);
-  EXPECT_TRUE(formats.at(0).format.fontUnderline());
-  EXPECT_EQ(formats.at(0).format.foreground().color(), QColor(Qt::blue));
+  EXPECT_TRUE(button.paintedFormat().fontUnderline());
+  EXPECT_EQ(button.paintedFormat().foreground().color(), QColor(Qt::blue));
+  const QFontMetrics metrics(button.font());
+  EXPECT_EQ(button.sizeHint(),
+            QSize(metrics.horizontalAdvance(button.text()) + 8, metrics.height() + 8));
+  EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
   button.resize(button.sizeHint());
   EXPECT_TRUE(holds(button.grab().toImage(), Qt::blue));
-}
-
-TEST(LinkButtonTest, RunsOfOneLookAreOnePiece) {
-  LinkButton button;
-  Text title(QStringLiteral("abcd"));
-  title.addAttribute(Text::kUnderlineStyle, 1, 1, 2);
-  button.setAttributedTitle(title);
-  const auto formats = button.formats();
-  ASSERT_EQ(formats.size(), 3);
-  EXPECT_EQ(formats.at(1).start, 1);
-  EXPECT_EQ(formats.at(1).length, 2);
-  EXPECT_FALSE(formats.at(0).format.fontUnderline());
-  EXPECT_TRUE(formats.at(1).format.fontUnderline());
-  EXPECT_FALSE(formats.at(2).format.fontUnderline());
-  EXPECT_EQ(formats.at(0).format.foreground().color(),
-            button.palette().color(QPalette::ButtonText));
-}
-
-TEST(LinkButtonTest, IsPaintedLighterOnADarkBackground) {
-  LinkButton button;
-  button.setAttributedTitle(blueTitle(QStringLiteral("Home")));
-  button.setPalette(paletteOn(QColor(40, 40, 40)));
-  const QColor painted = button.formats().at(0).format.foreground().color();
-  EXPECT_GT(painted.lightnessF(), QColor(Qt::blue).lightnessF());
-  EXPECT_GT(painted.blueF(), painted.redF());
-  EXPECT_EQ(button.attributedTitle().attributesAt(0).value(Text::kForegroundColor),
-            QVariant(QColor(Qt::blue)));
 }
 
 TEST(LinkButtonTest, CanBeReadOnEveryGroundAlsoOnOneThatChanges) {
@@ -89,10 +74,12 @@ TEST(LinkButtonTest, CanBeReadOnEveryGroundAlsoOnOneThatChanges) {
   for (int shade = 0; shade < 256; shade += 5) {
     const QColor ground(shade, shade, shade);
     button.setPalette(paletteOn(ground));
-    const QColor painted = button.formats().at(0).format.foreground().color();
+    const QColor painted = button.paintedFormat().foreground().color();
     EXPECT_GE(contrast(painted, ground), 4.5) << shade;
+    EXPECT_GE(painted.blueF(), painted.redF()) << shade;
     EXPECT_TRUE(holds(button.grab().toImage(), painted)) << shade;
   }
+  EXPECT_EQ(button.attributedTitle(), blueTitle(QStringLiteral("Home")));
 }
 
 TEST(LinkButtonTest, ShowsThatItHasTheFocus) {
@@ -110,19 +97,12 @@ TEST(LinkButtonTest, ShowsThatItHasTheFocus) {
   EXPECT_NE(button.grab().toImage(), without);
 }
 
-TEST(LinkButtonTest, IsAsLargeAsItsTitle) {
-  LinkButton button;
-  button.setText(QStringLiteral("Home page"));
-  const QFontMetrics metrics(button.font());
-  EXPECT_EQ(button.sizeHint(), QSize(metrics.horizontalAdvance(QStringLiteral("Home page")) + 8,
-                                     metrics.height() + 8));
-  EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
-}
-
 TEST(BusyIndicatorTest, IsShownWhileItMovesAndAfterwardsIfItMay) {
   QWidget window;
   BusyIndicator indicator(&window);
   window.show();
+  EXPECT_TRUE(indicator.sizePolicy().retainSizeWhenHidden());
+  EXPECT_EQ(indicator.sizeHint(), QSize(24, 24));
   EXPECT_TRUE(indicator.isDisplayedWhenStopped());
   EXPECT_TRUE(indicator.isVisible());
   indicator.setDisplayedWhenStopped(false);
@@ -137,16 +117,12 @@ TEST(BusyIndicatorTest, IsShownWhileItMovesAndAfterwardsIfItMay) {
   EXPECT_TRUE(indicator.isVisible());
 }
 
-TEST(BusyIndicatorTest, KeepsItsPlaceWhileItIsHidden) {
-  const BusyIndicator indicator;
-  EXPECT_TRUE(indicator.sizePolicy().retainSizeWhenHidden());
-  EXPECT_EQ(indicator.sizeHint(), QSize(24, 24));
-}
-
 TEST(BusyIndicatorTest, TheBrightDotWalksRound) {
   BusyIndicator indicator;
   indicator.show();
+  const QImage resting = indicator.grab().toImage();
   indicator.startAnimation();
+  EXPECT_NE(indicator.grab().toImage(), resting);
   std::set<int> steps;
   std::set<QByteArray> pictures;
   ASSERT_TRUE(QTest::qWaitFor([&] {
@@ -196,12 +172,70 @@ TEST(BusyIndicatorTest, StandsStillWhileNobodySeesIt) {
   EXPECT_FALSE(turns());
 }
 
-TEST(BusyIndicatorTest, AtRestNoDotIsBright) {
-  BusyIndicator indicator;
-  indicator.resize(indicator.sizeHint());
-  const QImage resting = indicator.grab().toImage();
-  indicator.startAnimation();
-  EXPECT_NE(indicator.grab().toImage(), resting);
+class ProgramIconTest : public ::testing::Test {
+ protected:
+  ProgramIconTest() : paths_(QIcon::themeSearchPaths()), name_(QIcon::themeName()) {
+    QIcon::setThemeSearchPaths({QString::fromStdString(theme.path())});
+    QIcon::setThemeName(QStringLiteral("hicolor"));
+  }
+  ~ProgramIconTest() override {
+    QIcon::setThemeSearchPaths(paths_);
+    QIcon::setThemeName(name_);
+  }
+
+  static QImage picture(int size) { return programIcon().pixmap(size).toImage(); }
+
+  // Three bodies side by side, with gaps between them.
+  static void expectDrawing(const QImage& drawn, int size) {
+    ASSERT_EQ(drawn.size(), QSize(size, size));
+    const auto across = [&](int sixteenth) {
+      return drawn.pixelColor((2 * sixteenth + 1) * size / 32, size / 2).alpha();
+    };
+    for (const int body : {2, 3, 7, 8, 12, 13}) {
+      EXPECT_EQ(across(body), 255) << size << " " << body;
+    }
+    for (const int gap : {0, 5, 10, 15}) {
+      EXPECT_EQ(across(gap), 0) << size << " " << gap;
+    }
+  }
+
+  TempFolder theme;
+
+ private:
+  QStringList paths_;
+  QString name_;
+};
+
+TEST_F(ProgramIconTest, WithoutAThemeThePicturesWithinTheProgramAreTaken) {
+  QList<QSize> sizes;
+  for (const int size : {16, 24, 32, 48, 64}) {
+    sizes.append({size, size});
+    expectDrawing(picture(size), size);
+  }
+  EXPECT_EQ(programIcon().availableSizes(), sizes);
+}
+
+TEST_F(ProgramIconTest, APictureHasThePixelsOfItsScreen) {
+  for (const auto& [side, density, pixels] :
+       {std::tuple(48, 1.0, 48), {48, 3.0, 144}, {37, 1.5, 56}}) {
+    const QPixmap drawn = programPicture(side, density);
+    EXPECT_EQ(drawn.devicePixelRatio(), density);
+    expectDrawing(drawn.toImage(), pixels);
+  }
+}
+
+TEST_F(ProgramIconTest, TheIconOfTheThemeComesFirst) {
+  QDir folder(QString::fromStdString(theme.path()));
+  ASSERT_TRUE(folder.mkpath(QStringLiteral("hicolor/64x64/apps")));
+  QFile index(folder.filePath(QStringLiteral("hicolor/index.theme")));
+  ASSERT_TRUE(index.open(QIODevice::WriteOnly));
+  index.write("[Icon Theme]\nName=hicolor\nDirectories=64x64/apps\n[64x64/apps]\nSize=64\n");
+  index.close();
+  QImage red(64, 64, QImage::Format_ARGB32);
+  red.fill(Qt::red);
+  ASSERT_TRUE(red.save(folder.filePath(QStringLiteral("hicolor/64x64/apps/fillstation.png"))));
+  QIcon::setThemeSearchPaths({folder.path()});
+  EXPECT_EQ(picture(64).pixelColor(0, 0), QColor(Qt::red));
 }
 
 }  // namespace

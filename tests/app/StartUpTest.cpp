@@ -1,4 +1,3 @@
-#include "HomePage.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -17,41 +16,31 @@ class StartUpTest : public WindowTest {
   }
 };
 
-TEST_F(StartUpTest, TheBusyIndicatorIsHiddenWhileItIsStopped) {
-  EXPECT_TRUE(ui().pbCircle->isDisplayedWhenStopped());
-  launch();
-  EXPECT_FALSE(ui().pbCircle->isDisplayedWhenStopped());
-  EXPECT_FALSE(ui().pbCircle->isVisible());
-}
-
-TEST_F(StartUpTest, TheScrollBarIsAlwaysShown) {
-  EXPECT_NE(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
-  launch();
-  EXPECT_EQ(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
-}
-
-TEST_F(StartUpTest, TheLinkKeepsItsTextAndAttributesAndGetsColourAndUnderline) {
+TEST_F(StartUpTest, TheControlsAreSetUpBeforeTheRegistrationPauses) {
   TRAttributedString title = ui().tirellLinkBtn->attributedTitle();
-  EXPECT_EQ(title.text(), QStringLiteral("Home page"));
-  title.addAttribute(QStringLiteral("own"), 7, 1, 2);
+  EXPECT_EQ(title.text, QStringLiteral("Home page"));
+  title.attributes.setProperty(QTextFormat::UserProperty, 7);
   ui().tirellLinkBtn->setAttributedTitle(title);
-  launch();
-  title.addAttribute(TRAttributedString::kForegroundColor, QColor(Qt::blue), 0, 9);
-  title.addAttribute(TRAttributedString::kUnderlineStyle, 1, 0, 9);
-  EXPECT_EQ(ui().tirellLinkBtn->attributedTitle(), title);
-}
-
-TEST_F(StartUpTest, TheLinkIsEnabled) {
+  title.attributes.setForeground(QColor(Qt::blue));
+  title.attributes.setFontUnderline(true);
+  EXPECT_TRUE(ui().pbCircle->isDisplayedWhenStopped());
+  EXPECT_NE(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
   EXPECT_FALSE(ui().tirellLinkBtn->isEnabled());
-  launch();
-  EXPECT_TRUE(ui().tirellLinkBtn->isEnabled());
-}
-
-TEST_F(StartUpTest, TheFirstFileTypeIsSelected) {
   EXPECT_EQ(ui().cmbFileType->currentIndex(), -1);
+  std::size_t pauses = 0;
+  ports.clock.onSleep = [&](std::size_t) {
+    ++pauses;
+    EXPECT_FALSE(ui().pbCircle->isDisplayedWhenStopped());
+    EXPECT_FALSE(ui().pbCircle->isVisible());
+    EXPECT_EQ(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+    EXPECT_EQ(ui().tirellLinkBtn->attributedTitle(), title);
+    EXPECT_TRUE(ui().tirellLinkBtn->isEnabled());
+    EXPECT_EQ(ui().cmbFileType->currentIndex(), 0);
+    EXPECT_EQ(ui().cmbFileType->currentText(), QStringLiteral("mp3"));
+  };
+  plugSlowStick();
   launch();
-  EXPECT_EQ(ui().cmbFileType->currentIndex(), 0);
-  EXPECT_EQ(ui().cmbFileType->currentText(), QStringLiteral("mp3"));
+  EXPECT_EQ(pauses, 2U);
 }
 
 TEST_F(StartUpTest, TheFileTypesAreOfferedInTheirOrder) {
@@ -64,20 +53,16 @@ TEST_F(StartUpTest, TheFileTypesAreOfferedInTheirOrder) {
   EXPECT_EQ(ui().cmbFileType->completer(), nullptr);
 }
 
-TEST_F(StartUpTest, PlayersThatAreThereAlreadyAreListedByTheLaunch) {
+TEST_F(StartUpTest, PlayersAreListedFromTheLaunchUntilTheyGo) {
   bus.plug(makeStick("sdb", 0x10005));
   bus.plug(makeStick("sdc", 0x10006));
   launch();
   EXPECT_EQ(listedDisks(), (Texts{"/dev/sdb", "/dev/sdc"}));
-}
-
-TEST_F(StartUpTest, PlayersThatComeLaterAreListedAndLeaveWhenTheyGo) {
-  launch();
-  const auto stick = plugStick("sdb");
-  EXPECT_EQ(listedDisks(), Texts{"/dev/sdb"});
+  const auto stick = plugStick("sdd");
+  EXPECT_EQ(listedDisks(), (Texts{"/dev/sdb", "/dev/sdc", "/dev/sdd"}));
   const StdCapture out(stdout);
   bus.unplug(stick);
-  runUntil([&] { return listedDisks().empty(); });
+  runUntil([&] { return listedDisks().size() == 2; });
 }
 
 TEST_F(StartUpTest, TheModulesFileViewIsTheTableOfTheFileList) {
@@ -89,7 +74,7 @@ TEST_F(StartUpTest, TheModulesFileViewIsTheTableOfTheFileList) {
   EXPECT_EQ(fileView, nullptr);
 }
 
-TEST_F(StartUpTest, ARightClickDuringTheFirstPauseFindsNoRow) {
+TEST_F(StartUpTest, TheWindowIsAliveDuringAPauseAndARightClickFindsNoRow) {
   addRoot("/music/a", 5);
   showWindow();
   std::size_t clicks = 0;
@@ -100,40 +85,16 @@ TEST_F(StartUpTest, ARightClickDuringTheFirstPauseFindsNoRow) {
       rightClickRow(0);
       shown = menuTexts();
     }
+    click(ui().tirellLinkBtn);
   };
   plugSlowStick();
   launchQuietly();
   EXPECT_EQ(clicks, 1U);
   EXPECT_EQ(clickedRow, -1);
   EXPECT_EQ(shown, Texts{});
+  EXPECT_EQ(ports.workspace.opened.size(), ports.clock.sleeps().size());
   rightClickRow(0);
   EXPECT_EQ(clickedRow, 0);
-}
-
-TEST_F(StartUpTest, TheWindowIsAliveDuringAPauseOfTheRegistration) {
-  showWindow();
-  ports.clock.onSleep = [&](std::size_t) { click(ui().tirellLinkBtn); };
-  plugSlowStick();
-  launchQuietly();
-  EXPECT_EQ(ports.workspace.opened.size(), ports.clock.sleeps().size());
-}
-
-TEST_F(StartUpTest, TheControlsAreSetUpBeforeTheRegistrationPauses) {
-  TRAttributedString title = ui().tirellLinkBtn->attributedTitle();
-  title.addAttribute(TRAttributedString::kForegroundColor, QColor(Qt::blue), 0, title.length());
-  title.addAttribute(TRAttributedString::kUnderlineStyle, 1, 0, title.length());
-  std::size_t pauses = 0;
-  ports.clock.onSleep = [&](std::size_t) {
-    ++pauses;
-    EXPECT_FALSE(ui().pbCircle->isDisplayedWhenStopped());
-    EXPECT_EQ(ui().deviceScrollbar->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
-    EXPECT_EQ(ui().tirellLinkBtn->attributedTitle(), title);
-    EXPECT_TRUE(ui().tirellLinkBtn->isEnabled());
-    EXPECT_EQ(ui().cmbFileType->currentIndex(), 0);
-  };
-  plugSlowStick();
-  launch();
-  EXPECT_EQ(pauses, 2U);
 }
 
 TEST_F(StartUpTest, ADetachDuringTheLookupOfTheSamePlayerIsHandledAfterwards) {
@@ -173,14 +134,6 @@ TEST_F(StartUpTest, TheLinkOpensTheHomePage) {
   EXPECT_EQ(std::string(kHomePage).substr(0, 8), "https://");
 }
 
-TEST_F(StartUpTest, TheLinkWorksDuringARun) {
-  launch();
-  controller().enableView(false);
-  click(ui().tirellLinkBtn);
-  EXPECT_EQ(ports.workspace.opened, Texts{kHomePage});
-  EXPECT_FALSE(ui().btnStart->isEnabled());
-}
-
 TEST_F(StartUpTest, EveryOutletIsConnected) {
   const TRAppDelegate& fields = controller();
   EXPECT_EQ(fields.playerController(), windows->players());
@@ -198,16 +151,14 @@ TEST_F(StartUpTest, EveryOutletIsConnected) {
   EXPECT_FALSE(fields.minPlayerSize());
   EXPECT_NE(windows->players()->arrangedObjects(), nullptr);
   EXPECT_NE(windows->roots()->arrangedObjects(), nullptr);
-}
-
-TEST_F(StartUpTest, TheOutletsDontHoldTheWindow) {
-  const auto fields = windows->delegate();
+  // They don't hold the window.
+  const auto kept = windows->delegate();
   windows.reset();
-  EXPECT_EQ(fields->playerController(), nullptr);
-  EXPECT_EQ(fields->filesController(), nullptr);
-  EXPECT_EQ(fields->songsTVC(), nullptr);
-  EXPECT_EQ(fields->btnStart(), nullptr);
-  EXPECT_EQ(fields->songsTVCContextMenu(), nullptr);
+  EXPECT_EQ(kept->playerController(), nullptr);
+  EXPECT_EQ(kept->filesController(), nullptr);
+  EXPECT_EQ(kept->songsTVC(), nullptr);
+  EXPECT_EQ(kept->btnStart(), nullptr);
+  EXPECT_EQ(kept->songsTVCContextMenu(), nullptr);
 }
 
 }  // namespace

@@ -25,21 +25,11 @@ class WholeRunTest : public WindowTest {
     file->setSize(Number(4));
     root->files()->push_back(file);
   }
-  void run() {
+  void run(const char* userName = "admin", const char* password = "secret") {
     click(ui().btnAll);
     click(ui().btnStart);
-    QTest::keyClicks(panelUi().userNameField, userName);
-    QTest::keyClicks(panelUi().passwordField, password);
-    whenever([this] {
-      QMessageBox* box = alert();
-      if (box == nullptr) {
-        return false;
-      }
-      message = box->text().toStdString();
-      barUnderAlert = ui().pbProgressBar->value();
-      click(box->button(QMessageBox::Ok));
-      return true;
-    });
+    enter(userName, password);
+    answerAlert([this](QMessageBox&) { barUnderAlert = ui().pbProgressBar->value(); });
     ports.log.clear();
     click(panelUi().btnPassOk);
     runUntil([&] { return ui().btnStart->isEnabled(); });
@@ -51,25 +41,25 @@ class WholeRunTest : public WindowTest {
     return texts;
   }
 
-  QString userName = QStringLiteral("admin");
-  QString password = QStringLiteral("secret");
   std::mutex lock;
   Texts requests;
-  std::string message;
   int barUnderAlert = -1;
 };
 
 TEST_F(WholeRunTest, OnePlayerIsFormattedAndFilled) {
   plugStick("sdb");
   addFolderWithOneFile();
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
+  QString during;
+  QObject::connect(ui().pbProgressBar, &QProgressBar::valueChanged, ui().pbProgressBar, [&](int) {
+    QTimer::singleShot(0, ui().pbProgressBar, [&] { during = tick(0)->wholeText(); });
+  });
   run();
+  EXPECT_EQ(during, QStringLiteral("SONGS"));
   EXPECT_EQ(message, "Process Completed.");
   EXPECT_EQ(barUnderAlert, 100);
   EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "mount"}));
   ASSERT_EQ(ports.scripts.calls().size(), 2U);
-  EXPECT_EQ(ports.scripts.calls().at(0).source.find("user name \"admin\" password \"secret\"") !=
-                std::string::npos,
-            true);
   EXPECT_NE(std::find(requests.begin(), requests.end(), "copy /music/01.mp3 -> /media/sdb/01.mp3"),
             requests.end());
   EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("SONGS"));
@@ -115,74 +105,67 @@ TEST_F(WholeRunTest, OnlyTickedPlayersAreTouched) {
   }
 }
 
-TEST_F(WholeRunTest, APlayerThatFailsIsNamed) {
-  plugStick("sdb", 0x10002);
-  plugStick("sdc", 0x10003);
-  addFolderWithOneFile();
-  ports.scripts.answer = [](std::size_t, const TestScriptRunner::Call& call) {
-    return call.target.node == "/dev/sdb" ? ScriptOutcome{{}, 1, "no"} : ScriptOutcome{"", {}, {}};
-  };
-  run();
-  EXPECT_EQ(message, "Process Completed.\nPlayer /dev/sdb Failed in process");
-}
-
-TEST_F(WholeRunTest, PlayersAreTakenInDisplayOrder) {
+TEST_F(WholeRunTest, PlayersThatFailAreNamedInDisplayOrder) {
   plugStick("sdd", 0x10002);
   plugStick("sdb", 0x10003);
   plugStick("sdc", 0x10004);
-  ports.scripts.answer = [](std::size_t, const TestScriptRunner::Call&) {
-    return ScriptOutcome{{}, 1, "no"};
+  addFolderWithOneFile();
+  ports.scripts.answer = [](std::size_t, const TestScriptRunner::Call& call) {
+    return call.target.node != "/dev/sdb" ? ScriptOutcome{{}, 1, "no"} : ScriptOutcome{"", {}, {}};
   };
   run();
   EXPECT_EQ(message,
             "Process Completed.\nPlayer /dev/sdd Failed in process\n"
-            "Player /dev/sdb Failed in process\nPlayer /dev/sdc Failed in process");
+            "Player /dev/sdc Failed in process");
 }
 
 TEST_F(WholeRunTest, BlanksInTheCredentialsReachTheScriptRunner) {
   plugStick("sdb");
-  userName = QStringLiteral("  the  boss ");
-  password = QStringLiteral(" pass  word  ");
-  run();
-  ASSERT_EQ(ports.scripts.calls().size(), 2U);
-  EXPECT_EQ(ports.scripts.calls().at(0).source,
-            "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name "
-            "\"  the  boss \" password \" pass  word  \" with administrator privileges");
-}
-
-TEST_F(WholeRunTest, ALoneBlankIsNotEmpty) {
-  plugStick("sdb");
-  userName = QStringLiteral(" ");
-  password = QStringLiteral(" ");
-  run();
-  EXPECT_EQ(message, "Process Completed.");
-  ASSERT_EQ(ports.scripts.calls().size(), 2U);
-  EXPECT_NE(ports.scripts.calls().at(1).source.find("user name \" \" password \" \" with"),
-            std::string::npos);
-}
-
-TEST_F(WholeRunTest, TheNamesAreReadAnewDuringTheRun) {
-  plugStick("sdb");
-  addFolderWithOneFile();
-  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
-  QString during;
-  QObject::connect(ui().pbProgressBar, &QProgressBar::valueChanged, ui().pbProgressBar, [&](int) {
-    QTimer::singleShot(0, ui().pbProgressBar, [&] { during = tick(0)->wholeText(); });
-  });
-  run();
-  EXPECT_EQ(during, QStringLiteral("SONGS"));
-}
-
-TEST_F(WholeRunTest, ASecondRunFollowsWithTheSameFields) {
-  plugStick("sdb");
-  addFolderWithOneFile();
-  run();
-  message.clear();
-  panelUi().userNameField->clear();
-  panelUi().passwordField->clear();
-  run();
-  EXPECT_EQ(message, "Process Completed.");
+  for (const auto& [userName, password] :
+       {std::pair("  the  boss ", " pass  word  "), {" ", " "}}) {
+    const std::size_t before = ports.scripts.calls().size();
+    run(userName, password);
+    EXPECT_EQ(message, "Process Completed.");
+    ASSERT_EQ(ports.scripts.calls().size(), before + 2);
+    EXPECT_EQ(ports.scripts.calls().at(before).source,
+              "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name \"" +
+                  std::string(userName) + "\" password \"" + password +
+                  "\" with administrator privileges");
+  }
   EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "mount", "unmount", "mount"}));
+}
+
+// Counts those that are kept awake.
+class TestWakefulness : public Wakefulness {
+ public:
+  std::shared_ptr<void> keepAwake(const std::string& why) override {
+    reasons.push_back(why);
+    ++held;
+    return {nullptr, [this](void*) { --held; }};
+  }
+
+  Texts reasons;
+  int held = 0;
+};
+
+TEST_F(WholeRunTest, TheMachineIsKeptAwakeForAsLongAsItLasts) {
+  TestWakefulness wakefulness;
+  platform().wakefulness = &wakefulness;
+  int heldInSummary = -1;
+  const auto answer = [&](const char* userName) {
+    click(ui().btnStart);
+    enter(userName, "secret");
+    answerAlert([&](QMessageBox&) { heldInSummary = wakefulness.held; });
+    EXPECT_EQ(wakefulness.held, 0);
+    click(panelUi().btnPassOk);
+  };
+  answer("");
+  EXPECT_TRUE(wakefulness.reasons.empty());
+  answer("admin");
+  EXPECT_EQ(wakefulness.held, 1);
+  EXPECT_EQ(wakefulness.reasons, Texts{"Players are being filled"});
+  runUntil([&] { return ui().btnStart->isEnabled(); });
+  EXPECT_EQ(heldInSummary, 0);
 }
 
 }  // namespace

@@ -5,11 +5,40 @@
 #include <QScrollBar>
 #include <QStyleOption>
 
-#include "Contrast.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
 namespace {
+
+TEST(ContrastTest, IsThatOfTheWebsGuidelines) {
+  EXPECT_DOUBLE_EQ(contrast(Qt::black, Qt::white), 21);
+  EXPECT_DOUBLE_EQ(contrast(Qt::white, Qt::black), 21);
+  EXPECT_DOUBLE_EQ(contrast(Qt::red, Qt::red), 1);
+  EXPECT_NEAR(contrast(QColor(0x77, 0x77, 0x77), Qt::white), 4.48, 0.005);
+  EXPECT_NEAR(contrast(Qt::blue, Qt::white), 8.59, 0.005);
+  EXPECT_NEAR(contrast(Qt::red, Qt::white), 4.0, 0.005);
+  EXPECT_NEAR(contrast(Qt::green, Qt::black), 15.3, 0.005);
+  EXPECT_NEAR(contrast(QColor(10, 10, 10), Qt::black), 1.06, 0.005);
+}
+
+TEST(ContrastTest, AColourIsMixedUntilItCanBeRead) {
+  EXPECT_EQ(readable(Qt::blue, Qt::white), QColor(Qt::blue));
+  EXPECT_EQ(readable(Qt::yellow, Qt::black), QColor(Qt::yellow));
+  EXPECT_EQ(readable(Qt::blue, Qt::black).name(), QStringLiteral("#6666ff"));
+  EXPECT_EQ(readable(Qt::yellow, Qt::white).name(), QStringLiteral("#737300"));
+  EXPECT_EQ(readable(Qt::black, Qt::black).name(), QStringLiteral("#808080"));
+}
+
+TEST(ContrastTest, AsMuchAsIsAskedForAndLittleMore) {
+  for (int shade = 0; shade < 256; ++shade) {
+    const QColor ground(shade, shade, shade);
+    for (const double least : {kVisibleOutline, kReadableText}) {
+      const double reached = contrast(readable(ground, ground, least), ground);
+      EXPECT_GE(reached, least) << shade;
+      EXPECT_LT(reached, 1.4 * least) << shade;
+    }
+  }
+}
 
 // Grounds of windows and of lists: light, dark, black.
 const std::vector<std::pair<QColor, QColor>> kGrounds = {{QColor(239, 239, 239), Qt::white},
@@ -73,36 +102,21 @@ class OutlineTest : public ::testing::TestWithParam<std::pair<QColor, QColor>> {
   const QPalette palette = paletteOf(window, base);
 };
 
-TEST_P(OutlineTest, ATickBoxCanBeSeenWithoutATick) {
+TEST_P(OutlineTest, ControlsCanBeSeen) {
   QCheckBox box;
   const int side = box.style()->pixelMetric(QStyle::PM_IndicatorWidth);
   expectOutlined(box, base, side, side);
-}
-
-TEST_P(OutlineTest, AFieldCanBeSeen) {
   QLineEdit field;
   expectOutlined(field, window, 100, 24);
-}
-
-TEST_P(OutlineTest, AFieldWithAListCanBeSeen) {
-  QComboBox box;
-  box.setEditable(true);
-  expectOutlined(box, window, 100, 24);
-}
-
-TEST_P(OutlineTest, AButtonCanBeSeen) {
+  QComboBox choice;
+  choice.setEditable(true);
+  expectOutlined(choice, window, 100, 24);
   QPushButton button;
   expectOutlined(button, window, 80, 24);
-}
-
-TEST_P(OutlineTest, AnEmptyProgressBarCanBeSeen) {
   QProgressBar bar;
   bar.setValue(0);
   bar.setTextVisible(false);
   expectOutlined(bar, window, 100, 24);
-}
-
-TEST_P(OutlineTest, AListCanBeSeen) {
   QScrollArea area;
   expectOutlined(area, window, 100, 100);
 }

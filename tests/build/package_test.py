@@ -37,7 +37,7 @@ class Package(unittest.TestCase):
     def setUp(self):
         self.metainfo = ElementTree.fromstring(text_of("data/fillstation.metainfo.xml"))
         self.desktop = dict(re.findall(r"^(\w+)=(.*)$", text_of("data/fillstation.desktop"), re.M))
-        self.home_page = first(r'kHomePage\[\] = "(.*)"', "src/app/HomePage.h")
+        self.home_page = first(r'kHomePage\[\] = "(.*)"', "src/app/TRAppDelegate.h")
 
     def test_there_is_one_version(self):
         version = first(r"^project\(fillstation VERSION ([\d.]+)", "CMakeLists.txt")

@@ -9,7 +9,6 @@
 #include <QTimer>
 
 #include "Alert.h"
-#include "ElidedTick.h"
 #include "OpenPanel.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"

@@ -2,7 +2,6 @@
 #include <sstream>
 
 #include "Alert.h"
-#include "ElidedTick.h"
 #include "Explorer.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"

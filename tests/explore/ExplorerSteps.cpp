@@ -4,7 +4,6 @@
 #include <set>
 
 #include "Alert.h"
-#include "ElidedTick.h"
 #include "Explorer.h"
 #include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"

@@ -11,6 +11,7 @@
 
 #include "AppRunner.h"
 #include "OpenPanel.h"
+#include "TestUsbBus.h"
 #include "WindowSet.h"
 
 // A program on runApplication() that says on standard output what happens when. Its argument is how
@@ -20,32 +21,22 @@
 namespace fillstation {
 namespace {
 
+using test::TestMainThread;
+using test::TestUsbBus;
+
 WindowSet* windowsShown = nullptr;
 
-class SilentBus : public UsbBus {
+class SilentBus : public TestUsbBus {
  public:
+  using TestUsbBus::TestUsbBus;
   bool open(std::string_view className) override {
-    if (windowsShown == nullptr) {
-      return false;
+    if (windowsShown != nullptr) {
+      std::printf("registering for %s, visible %d, in the loop %d\n",
+                  std::string(className).c_str(), windowsShown->window().isVisible() ? 1 : 0,
+                  QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
     }
-    std::printf("registering for %s, visible %d, in the loop %d\n", std::string(className).c_str(),
-                windowsShown->window().isVisible() ? 1 : 0,
-                QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
     return false;
   }
-  std::shared_ptr<UsbDeviceIterator> watchAttach(Notification /*notification*/) override {
-    return nullptr;
-  }
-  std::shared_ptr<UsbDeviceIterator> watchDetach(Notification /*notification*/) override {
-    return nullptr;
-  }
-  void watchMedia(std::function<void()> /*notification*/) override {}
-  std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
-    return std::nullopt;
-  }
-  std::string portName(std::uint32_t /*handle*/) const override { return {}; }
-  void hold() override {}
-  void resume() override {}
 };
 
 struct Owner {
@@ -53,7 +44,8 @@ struct Owner {
   ~Owner() { std::puts("back end gone"); }
   Owner(const Owner&) = delete;
   Owner& operator=(const Owner&) = delete;
-  SilentBus bus;
+  TestMainThread nobody;
+  SilentBus bus{nobody};
 };
 
 std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& mainThread) {
@@ -66,13 +58,9 @@ std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& m
   return owner;
 }
 
-std::shared_ptr<void> installAndExit(Platform& ports, StopSource& /*stop*/,
-                                     QtMainThread& mainThread) {
-  auto owner = std::make_shared<Owner>();
-  ports.usbBus = &owner->bus;
-  ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
+std::shared_ptr<void> installAndExit(Platform& ports, StopSource& stop, QtMainThread& mainThread) {
   mainThread.post([] { QApplication::exit(3); });
-  return owner;
+  return install(ports, stop, mainThread);
 }
 
 void end(const std::string& how) {

@@ -152,12 +152,20 @@ void WindowTest::whenever(std::function<bool()> act) {
   timer->start(1);
 }
 
-std::vector<std::string> WindowTest::listedDisks() const {
-  std::vector<std::string> disks;
+Texts WindowTest::listedDisks() const {
+  Texts disks;
   for (const auto& player : windows->players()->listed()) {
     disks.push_back(player->diskName().value_or("(none)"));
   }
   return disks;
+}
+
+Texts WindowTest::listedPaths() const {
+  Texts paths;
+  for (const auto& root : *windows->songs()->list()) {
+    paths.push_back(root->path().value_or("(none)"));
+  }
+  return paths;
 }
 
 void WindowTest::rightClick(const QPoint& at) {
@@ -171,14 +179,34 @@ void WindowTest::rightClickRow(int row) {
   rightClick(ui().lstFiles->visualRect(index).center());
 }
 
-std::vector<std::string> WindowTest::menuTexts() const {
-  std::vector<std::string> texts;
+Texts WindowTest::menuTexts() const {
+  Texts texts;
   for (const QAction* action : controller().songsTVCContextMenu()->actions()) {
     if (action->isVisible()) {
       texts.push_back(action->text().remove(QLatin1Char('&')).toStdString());
     }
   }
   return texts;
+}
+
+void WindowTest::enter(const char* userName, const char* password) {
+  panelUi().userNameField->setText(QString::fromLatin1(userName));
+  panelUi().passwordField->setText(QString::fromLatin1(password));
+}
+
+void WindowTest::answerAlert(std::function<void(QMessageBox&)> look) {
+  whenever([this, look = std::move(look)] {
+    QMessageBox* const box = alert();
+    if (box == nullptr) {
+      return false;
+    }
+    message = box->text().toStdString();
+    if (look) {
+      look(*box);
+    }
+    click(box->button(QMessageBox::Ok));
+    return true;
+  });
 }
 
 QMessageBox* WindowTest::alert() {

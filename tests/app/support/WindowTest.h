@@ -11,18 +11,57 @@
 #include <string>
 #include <vector>
 
-#include "ElidedTick.h"
 #include "PlayerItem.h"
+#include "PosixFileManager.h"
+#include "RealSourceFiles.h"
 #include "StdCapture.h"
 #include "TestPlatform.h"
 #include "TestUsbBus.h"
+#include "TestVolumes.h"
 #include "UsbUtil.h"
-#include "WindowFiles.h"
 #include "WindowSet.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
 namespace fillstation::test {
+
+using Texts = std::vector<std::string>;
+
+inline Texts operator+(Texts left, const Texts& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// The file manager of the machine, without any player's volume.
+struct MachineFiles {
+  class NoOwner : public VolumeOwner {
+    std::shared_ptr<VolumeMedium> mediumOf(int /*rootDescriptor*/, const std::string& /*mountPath*/,
+                                           const DiskIdentity& /*owner*/) override {
+      return nullptr;
+    }
+    std::optional<std::string> remount(const DiskIdentity& /*owner*/,
+                                       const std::string& /*mountPath*/) override {
+      return std::nullopt;
+    }
+  };
+
+  StopSource stop;
+  NoOwner nobody;
+  PosixFileManager files{nobody, stop};
+};
+
+// The real files of the machine and the volumes of the test.
+class WindowFiles : private MachineFiles, public RealSourceFiles {
+ public:
+  WindowFiles() : RealSourceFiles(files) {}
+
+  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
+                                     const DiskIdentity& owner) override {
+    return volumes.openVolume(mountPath, owner);
+  }
+
+  TestVolumes volumes;
+};
 
 // The whole window over the in-memory platform, whose main-thread queue is worked off by Qt's event
 // loop, nested ones included.
@@ -67,33 +106,32 @@ class WindowTest : public ::testing::Test {
   const Ui::CredentialsPanel& panelUi() const { return windows->panel().ui(); }
   TRAppDelegate& controller() const { return *windows->delegate(); }
   void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
-  std::vector<std::string> logTexts() const { return ports.log.texts(); }
-  std::vector<std::string> listedDisks() const;
+  Texts logTexts() const { return ports.log.texts(); }
+  Texts listedDisks() const;
+  Texts listedPaths() const;
   ElidedTick* tick(int row) const { return ui().viewPlayers->items().at(row)->tick(); }
   // A right click as the desktop sends it; the point is relative to the table's cells.
   void rightClick(const QPoint& at);
   void rightClickRow(int row);
-  std::vector<std::string> menuTexts() const;
+  Texts menuTexts() const;
+  // Types the credentials, whether or not their panel is up.
+  void enter(const char* userName, const char* password);
   // The alert that is up, null without one.
   static QMessageBox* alert();
+  // Clicks the next alert away when it has been looked at; its text is the message then.
+  void answerAlert(std::function<void(QMessageBox&)> look = nullptr);
 
   TestPlatform ports;
   TestUsbBus bus{ports.mainThread};
   WindowFiles files;
   std::unique_ptr<WindowSet> windows;
   int endings = 0;  // calls of endProgram()
+  std::string message;
 
  private:
   void pump();
 
   QTimer pump_;
 };
-
-using Texts = std::vector<std::string>;
-
-inline Texts operator+(Texts left, const Texts& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
 
 }  // namespace fillstation::test
