@@ -23,7 +23,7 @@ std::shared_ptr<BenchPlayer> first(const std::vector<std::shared_ptr<BenchPlayer
   return found != players.end() ? *found : nullptr;
 }
 
-std::variant<BenchIdentity, ScenarioError> identityOf(const std::string& file) {
+std::variant<BenchIdentity, std::string> identityOf(const std::string& file) {
   if (::access(file.c_str(), F_OK) != 0) {
     return BenchIdentity{};
   }
@@ -35,8 +35,8 @@ std::variant<BenchIdentity, ScenarioError> identityOf(const std::string& file) {
 std::variant<std::shared_ptr<BenchPlayer>, std::string> BenchPlayers::attach(
     const std::string& benchFolder, const std::string& name) {
   auto identity = identityOf(identityFile(benchFolder, name));
-  if (const auto* error = std::get_if<ScenarioError>(&identity)) {
-    return error->text();
+  if (const auto* error = std::get_if<std::string>(&identity)) {
+    return *error;
   }
   const std::string path = pluggedImage(benchFolder, name);
   FileHandle image(::open(path.c_str(), O_RDWR | O_CLOEXEC));

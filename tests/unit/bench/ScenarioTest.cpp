@@ -10,25 +10,21 @@ namespace {
 
 Scenario good(std::string_view content) {
   const auto parsed = parseScenario(content, "file");
-  if (const auto* error = std::get_if<ScenarioError>(&parsed)) {
-    ADD_FAILURE() << error->text();
+  if (const auto* error = std::get_if<std::string>(&parsed)) {
+    ADD_FAILURE() << *error;
     return {};
   }
   return std::get<Scenario>(parsed);
 }
 
-// The error's text without the file's name.
+// The error without the file's name.
 std::string bad(std::string_view content) {
   const auto parsed = parseScenario(content, "s.json");
-  const auto* error = std::get_if<ScenarioError>(&parsed);
-  if (error == nullptr) {
-    return "no error";
-  }
-  EXPECT_EQ(error->file, "s.json");
-  return error->text().substr(7);
+  const auto* error = std::get_if<std::string>(&parsed);
+  return error != nullptr && error->starts_with("s.json:") ? error->substr(7) : "no error";
 }
 
-// The error of a scenario with one player of these keys, on line 1.
+// The error of a scenario with one player of these keys.
 std::string badPlayer(const std::string& keys) { return bad("{\"players\": [{" + keys + "}]}"); }
 
 BenchPlayerPlan goodPlayer(const std::string& keys) {
@@ -109,13 +105,13 @@ TEST(ScenarioTest, EveryMomentOfARemountHasItsName) {
   EXPECT_EQ(moment("after-unmount"), RemountMoment::kAfterUnmount);
   EXPECT_EQ(moment("after-format"), RemountMoment::kAfterFormat);
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"remount": "later"})"),
-            "1: players[0].faults.remount: must be one of after-unmount, after-format");
+            " players[0].faults.remount: must be one of after-unmount, after-format");
 }
 
 TEST(ScenarioTest, SizesLieBetween64And8192MiB) {
   EXPECT_EQ(goodPlayer(", \"sizeMiB\": 64").sizeMiB, 64);
   EXPECT_EQ(goodPlayer(", \"sizeMiB\": 8192").sizeMiB, 8192);
-  const std::string reason = "1: players[0].sizeMiB: must be a whole number from 64 to 8192";
+  const std::string reason = " players[0].sizeMiB: must be a whole number from 64 to 8192";
   for (const std::string size : {"63", "8193", "64.5", "\"64\"", "-1", "18446744073709551615"}) {
     EXPECT_EQ(badPlayer("\"name\": \"a\", \"sizeMiB\": " + size), reason) << size;
   }
@@ -126,14 +122,14 @@ TEST(ScenarioTest, ADeviceWithoutADiskHasAnySize) {
 }
 
 TEST(ScenarioTest, LabelsHaveOneToElevenCharacters) {
-  const std::string reason = "1: players[0].label: must have 1 to 11 characters";
+  const std::string reason = " players[0].label: must have 1 to 11 characters";
   EXPECT_EQ(badPlayer(R"("name": "a", "label": "")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "label": "TWELVECHARS!")"), reason);
-  EXPECT_EQ(badPlayer(R"("name": "a", "label": 1)"), "1: players[0].label: must be a text or null");
+  EXPECT_EQ(badPlayer(R"("name": "a", "label": 1)"), " players[0].label: must be a text or null");
 }
 
 TEST(ScenarioTest, NamesAreFileNames) {
-  const std::string reason = "1: players[0].name: must be made of letters, digits, \"-\" and \"_\"";
+  const std::string reason = " players[0].name: must be made of letters, digits, \"-\" and \"_\"";
   EXPECT_EQ(badPlayer(""), reason);
   EXPECT_EQ(badPlayer(R"("name": "")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a/b")"), reason);
@@ -142,12 +138,12 @@ TEST(ScenarioTest, NamesAreFileNames) {
 
 TEST(ScenarioTest, NamesAreUnique) {
   EXPECT_EQ(bad("{\"players\": [\n{\"name\": \"a\"},\n{\"name\": \"b\"},\n{\"name\": \"a\"}]}"),
-            "4: players[2]: there is a player of this name already");
+            " players[2]: there is a player of this name already");
 }
 
 TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
   EXPECT_EQ(goodPlayer(", \"release\": \"0219\"").identity.release, 0x0219);
-  const std::string reason = "1: players[0].release: must be four decimal digits";
+  const std::string reason = " players[0].release: must be four decimal digits";
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "123")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "12345")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "12a4")"), reason);
@@ -155,7 +151,7 @@ TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
 
 TEST(ScenarioTest, APullIsOneOfTheKnownMoments) {
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "later"})"),
-            "1: players[0].faults.pull: must be one of before-unmount, during-wipe, "
+            " players[0].faults.pull: must be one of before-unmount, during-wipe, "
             "before-format, during-format, before-mount, during-mount, after-bytes, during-flush, "
             "during-read-back");
 }
@@ -168,15 +164,15 @@ TEST(ScenarioTest, ALieHasAKindAndABeginning) {
   EXPECT_EQ(kind("wraps"), Lie::kWraps);
   EXPECT_EQ(kind("flips"), Lie::kFlips);
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "white", "lieFrom": 1})"),
-            "1: players[0].faults.lie: must be one of drops, wraps, flips");
-  const std::string reason = "1: players[0].faults.lie: lie and lieFrom go together";
+            " players[0].faults.lie: must be one of drops, wraps, flips");
+  const std::string reason = " players[0].faults.lie: lie and lieFrom go together";
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "drops"})"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lieFrom": 5})"), reason);
 }
 
 TEST(ScenarioTest, APullAfterBytesSaysHowMany) {
   const std::string reason =
-      "1: players[0].faults.pull: after-bytes and pullAfterBytes go together";
+      " players[0].faults.pull: after-bytes and pullAfterBytes go together";
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "after-bytes"})"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pullAfterBytes": 5})"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "before-mount", "pullAfterBytes": 5})"),
@@ -188,7 +184,7 @@ TEST(ScenarioTest, NumbersOfFaultsHaveBounds) {
     return badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": " + value + "}");
   };
   EXPECT_EQ(reason("bytesPerSecond", "0"),
-            "1: players[0].faults.bytesPerSecond: must be a whole number from 1 to "
+            " players[0].faults.bytesPerSecond: must be a whole number from 1 to "
             "9223372036854775807");
   EXPECT_NE(reason("pullAfterBytes", "0").find("from 1 to"), std::string::npos);
   EXPECT_NE(reason("failAfterBytes", "-1").find("from 0 to"), std::string::npos);
@@ -198,47 +194,47 @@ TEST(ScenarioTest, NumbersOfFaultsHaveBounds) {
 }
 
 TEST(ScenarioTest, UnknownKeysAreErrorsEverywhere) {
-  EXPECT_EQ(bad("{\"players\": [],\n\n\"player\": 1}"), "3: player: is not a known key");
+  EXPECT_EQ(bad("{\"players\": [],\n\n\"player\": 1}"), " player: is not a known key");
   EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\n\"name\": \"a\"}}"),
-            "2: credentials.name: is not a known key");
+            " credentials.name: is not a known key");
   EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\",\n\"colour\": \"red\"}]}"),
-            "2: players[0].colour: is not a known key");
+            " players[0].colour: is not a known key");
   EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\", \"faults\": {\n\n\"pulled\": true}}]}"),
-            "3: players[0].faults.pulled: is not a known key");
+            " players[0].faults.pulled: is not a known key");
 }
 
 TEST(ScenarioTest, WrongTypesAreErrorsEverywhere) {
-  EXPECT_EQ(bad("[]"), "1: must be an object");
-  EXPECT_EQ(bad("{}"), "1: players: must be a list");
-  EXPECT_EQ(bad("{\"players\": {}}"), "1: players: must be a list");
-  EXPECT_EQ(bad("{\"players\": [1]}"), "1: players[0]: must be an object");
-  EXPECT_EQ(bad("{\"players\": [], \"credentials\": 1}"), "1: credentials: must be an object");
+  EXPECT_EQ(bad("[]"), " must be an object");
+  EXPECT_EQ(bad("{}"), " players: must be a list");
+  EXPECT_EQ(bad("{\"players\": {}}"), " players: must be a list");
+  EXPECT_EQ(bad("{\"players\": [1]}"), " players[0]: must be an object");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": 1}"), " credentials: must be an object");
   EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"user\": 1}}"),
-            "1: credentials.user: must be a text");
+            " credentials.user: must be a text");
   EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"password\": 1}}"),
-            "1: credentials.password: must be a text");
-  EXPECT_EQ(badPlayer("\"name\": 1"), "1: players[0].name: must be a text");
+            " credentials.password: must be a text");
+  EXPECT_EQ(badPlayer("\"name\": 1"), " players[0].name: must be a text");
   for (const std::string key : {"manufacturer", "serial", "release", "vendor", "port"}) {
     EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
-              "1: players[0]." + key + ": must be a text");
+              " players[0]." + key + ": must be a text");
   }
   EXPECT_EQ(badPlayer("\"name\": \"a\", \"product\": 1"),
-            "1: players[0].product: must be a text or null");
+            " players[0].product: must be a text or null");
   for (const std::string key : {"disk", "automount", "blank"}) {
     EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
-              "1: players[0]." + key + ": must be true or false");
+              " players[0]." + key + ": must be true or false");
   }
   EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": []"),
-            "1: players[0].faults: must be an object");
+            " players[0].faults: must be an object");
   for (const std::string key : {"refuseMount", "refuseUnmount", "refuseFormat"}) {
     EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": 1}"),
-              "1: players[0].faults." + key + ": must be true or false");
+              " players[0].faults." + key + ": must be true or false");
   }
 }
 
 TEST(ScenarioTest, TheFirstMistakeIsReported) {
   EXPECT_EQ(bad("{\"players\": [\n{\"name\": 1},\n{\"name\": 2}]}"),
-            "2: players[0].name: must be a text");
+            " players[0].name: must be a text");
 }
 
 TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
@@ -249,15 +245,14 @@ TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
 }
 
 TEST(ScenarioTest, ANumberThatNoNumberHoldsIsAnError) {
-  const std::string error = bad("{\"players\": [], \"sizeMiB\": 1e999}");
-  EXPECT_NE(error.find("'1e999'"), std::string::npos) << error;
+  EXPECT_TRUE(bad("{\n\"players\": [], \"sizeMiB\": 1e999}").starts_with("2: "));
 }
 
 TEST(ScenarioTest, AFileThatIsNotThereIsAnErrorWithoutALine) {
   const auto scenario = readScenario("/nowhere/s.json");
-  EXPECT_EQ(std::get<ScenarioError>(scenario).text(), "/nowhere/s.json: can't be read");
+  EXPECT_EQ(std::get<std::string>(scenario), "/nowhere/s.json: can't be read");
   const auto identity = readIdentity("/nowhere/i.json");
-  EXPECT_EQ(std::get<ScenarioError>(identity).text(), "/nowhere/i.json: can't be read");
+  EXPECT_EQ(std::get<std::string>(identity), "/nowhere/i.json: can't be read");
 }
 
 TEST(ScenarioTest, FilesAreReadFromTheDisk) {
@@ -265,14 +260,14 @@ TEST(ScenarioTest, FilesAreReadFromTheDisk) {
   const std::string scenario = folder.write("s.json", "{\"players\": [{\"name\": \"a\"}]}");
   EXPECT_EQ(std::get<Scenario>(readScenario(scenario)).players.size(), 1U);
   const std::string identity = folder.write("i.json", "{\n\"vendor\": 1}");
-  EXPECT_EQ(std::get<ScenarioError>(readIdentity(identity)).text(),
-            identity + ":2: vendor: must be a text");
+  EXPECT_EQ(std::get<std::string>(readIdentity(identity)),
+            identity + ": vendor: must be a text");
 }
 
 TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
   for (const std::string key : {"name", "sizeMiB", "label", "blank"}) {
     const auto parsed = parseIdentity("{\"" + key + "\": 1}", "i");
-    EXPECT_EQ(std::get<ScenarioError>(parsed).text(), "i:1: " + key + ": is not a known key");
+    EXPECT_EQ(std::get<std::string>(parsed), "i: " + key + ": is not a known key");
   }
 }
 
@@ -287,7 +282,7 @@ TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   for (const auto& identity : {plain, odd, pulled}) {
     const auto parsed = parseIdentity(identityText(identity), "i");
     ASSERT_TRUE(std::holds_alternative<BenchIdentity>(parsed))
-        << std::get<ScenarioError>(parsed).text();
+        << std::get<std::string>(parsed);
     EXPECT_EQ(std::get<BenchIdentity>(parsed), identity);
   }
 }
