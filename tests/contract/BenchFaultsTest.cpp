@@ -1,9 +1,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <chrono>
+#include <cerrno>
+#include <fstream>
 
-#include "BenchMedium.h"
+#include "BenchDisks.h"
 #include "BenchScriptRunner.h"
 #include "BenchTest.h"
 #include "BenchVolume.h"
@@ -18,6 +19,16 @@ class BenchFaultsTest : public BenchTest {
   bool unmounts() {
     volume.reset();
     return succeeds(&DiskSession::unmount, identity);
+  }
+
+  // Whether a step of a run succeeds.
+  bool does(const std::string& step) {
+    if (step == "unmount" || step == "mount") {
+      return succeeds(step == "mount" ? &DiskSession::mount : &DiskSession::unmount, identity);
+    }
+    const std::string command =
+        step == "wipe" ? wipeCommand(identity.node) : formatCommand(identity.node);
+    return runAsAdministrator(command, identity).result.has_value();
   }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
@@ -53,13 +64,28 @@ TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage
   EXPECT_EQ(bench->mediumSize("a"), 64 * 1024 * 1024);
 }
 
-TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
-  plan.identity.faults.pull = PullMoment::kBeforeUnmount;
-  plugPlanMounted();
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(unmounts());
-  EXPECT_TRUE(isPulled());
-  EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
+TEST_P(BenchFaultsTest, APlayerIsPulledAtItsMomentAndNotBefore) {
+  const std::vector<std::pair<PullMoment, std::string>> moments{
+      {PullMoment::kBeforeUnmount, "unmount"}, {PullMoment::kDuringWipe, "wipe"},
+      {PullMoment::kBeforeFormat, "format"},   {PullMoment::kDuringFormat, "format"},
+      {PullMoment::kBeforeMount, "mount"},     {PullMoment::kDuringMount, "mount"}};
+  for (const auto& [moment, step] : moments) {
+    SCOPED_TRACE(step);
+    SetUp();
+    plan.identity.faults.pull = moment;
+    plugPlanMounted();
+    volume.reset();
+    for (const std::string each : {"unmount", "wipe", "format", "mount"}) {
+      EXPECT_FALSE(isPulled());
+      EXPECT_EQ(does(each), each != step);
+      if (each == step) {
+        break;
+      }
+    }
+    EXPECT_TRUE(isPulled());
+    EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
+    told.clear();
+  }
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
@@ -73,47 +99,6 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   EXPECT_EQ(outcome.errorMessage, "The device has gone.");
   EXPECT_TRUE(isPulled());
   EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));
-}
-
-TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
-  plan.identity.faults.pull = PullMoment::kDuringFormat;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
-            "The device has gone.");
-  EXPECT_TRUE(isPulled());
-}
-
-TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) {
-  plan.identity.faults.pull = PullMoment::kBeforeMount;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(isPulled());
-}
-
-TEST_P(BenchFaultsTest, PulledBetweenWipeAndFormat) {
-  plan.identity.faults.pull = PullMoment::kBeforeFormat;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
-            "The device has gone.");
-  EXPECT_TRUE(isPulled());
-  EXPECT_EQ(bench->head("a", 40960), std::string(40960, '\0'));
-}
-
-TEST_P(BenchFaultsTest, PulledDuringTheMountThatIsAskedForNotDuringTheFirstOne) {
-  plan.identity.faults.pull = PullMoment::kDuringMount;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(isPulled());
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
@@ -207,18 +192,6 @@ TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
 }
 
-TEST_P(BenchFaultsTest, ADiskThatIsSlowToAppear) {
-  plan.identity.faults.diskAfterSearches = 2;
-  bench->make(plan);
-  bench->plug("a");
-  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
-  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-}
-
 TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
   plan.identity.faults.diskAfterSearches = 1;
   plugPlan();
@@ -228,12 +201,14 @@ TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
 }
 
 TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
-  plan.identity.faults.diskAfterSearches = 1;
+  plan.identity.faults.diskAfterSearches = 2;
   bench->make(plan);
   bench->plug("a");
   ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
   const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), "vp0");
   EXPECT_EQ(device->searchDiskName(), "vp0");
   bench->unplug("a");
   bench->settle();
@@ -250,45 +225,49 @@ TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
   EXPECT_TRUE(mountPath(identity));
 }
 
-// The bench's medium over a clock that notes the pauses.
-TEST_P(BenchFaultsTest, TheSpeedLimitIsAPauseOfTheClock) {
+// The medium of a mounted player, over a clock that notes the pauses.
+class BenchMediumTest : public BenchFaultsTest {
+ protected:
+  std::shared_ptr<VolumeMedium> medium() {
+    bench->make(plan);
+    bench->plug("a");
+    const auto attached = players.attach(bench->folder.path(), "a");
+    const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
+    identity = {player->node(), player->place().handle};
+    root = disks.remount(identity, "").value();
+    const FileHandle folder(::open(root.c_str(), O_RDONLY | O_CLOEXEC));
+    return disks.mediumOf(folder.get(), root, identity);
+  }
+
+  BenchBackEnd other;
   test::TestMainThread testThread;
-  test::TestClock testClock(testThread);
+  test::TestClock clock{testThread};
+  BenchPlayers players;
+  BenchDisks disks{other.folder.path(), players,
+                   BenchServices{other.stop, other.mainThread, clock, other.workers, other.log}};
+};
+INSTANTIATE_TEST_SUITE_P(Bench, BenchMediumTest, ::testing::Values(kBench), nameOfKind);
+
+TEST_P(BenchMediumTest, TheSpeedLimitIsAPauseOfTheClock) {
   plan.identity.faults.bytesPerSecond = 2'000'000;
-  bench->make(plan);
-  bench->plug("a");
-  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
-  const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
-  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
-  BenchMedium medium(player, std::get<std::shared_ptr<BenchVolume>>(mounted), testClock);
-  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
-  EXPECT_EQ(medium.admitBytes(1), 0);
-  EXPECT_EQ(testClock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
+  const auto limited = medium();
+  EXPECT_EQ(limited->admitBytes(1'000'000), 0);
+  EXPECT_EQ(limited->admitBytes(1), 0);
+  EXPECT_EQ(clock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
 }
 
-TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
-  test::TestMainThread testThread;
-  test::TestClock testClock(testThread);
-  bench->make(plan);
-  bench->plug("a");
-  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
-  const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
-  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
-  const auto volumeOfPlayer = std::get<std::shared_ptr<BenchVolume>>(mounted);
-  BenchMedium medium(player, volumeOfPlayer, testClock);
-  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
-  EXPECT_TRUE(testClock.sleeps().empty());
-  // What is created on a player that has been pulled meanwhile does not reach its image.
-  bench->folder.write("volumes/BOOKS/late.mp3", "");
-  std::filesystem::resize_file(bench->folder.path("volumes/BOOKS/late.mp3"), 17 << 20);
+TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
+  const auto left = medium();
+  EXPECT_EQ(left->admitBytes(1'000'000), 0);
+  EXPECT_TRUE(clock.sleeps().empty());
+  std::ofstream(root + "/late.mp3").close();
+  std::filesystem::resize_file(root + "/late.mp3", 17 << 20);
   bench->unplug("a");
-  medium.created("late.mp3", false);
+  left->created("late.mp3", false);
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>());
-  EXPECT_EQ(medium.admitBytes(1), ENODEV);
-  EXPECT_EQ(medium.admitFile("x", 1), ENODEV);
-  EXPECT_EQ(medium.admitDirectory("x"), ENODEV);
+  EXPECT_EQ(left->admitBytes(1), ENODEV);
+  EXPECT_EQ(left->admitFile("x", 1), ENODEV);
+  EXPECT_EQ(left->admitDirectory("x"), ENODEV);
 }
 
 TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {

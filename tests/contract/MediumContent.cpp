@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "FatImage.h"
-#include "FatText.h"
 
 namespace fillstation::contract {
 
@@ -26,7 +25,7 @@ void collect(const FatImage& image, std::uint32_t cluster, const std::string& pr
   const auto directory = image.list(cluster);
   ASSERT_TRUE(directory);
   for (const auto& entry : directory->entries) {
-    const std::string path = prefix + utf8Of(entry.name);
+    const std::string path = prefix + entry.name;
     if (entry.isDirectory) {
       all.push_back({path + "/", ""});
       collect(image, entry.firstCluster, path + "/", all);

@@ -42,10 +42,8 @@ bool RootsHand::isThere() { return ::access(kSocket.c_str(), R_OK | W_OK) == 0; 
 
 QJsonValue RootsHand::ask(const std::string& operation, const QJsonArray& arguments,
                           const QJsonObject& named) {
-  const QJsonObject request{{"id", 0},
-                            {"op", QString::fromStdString(operation)},
-                            {"args", arguments},
-                            {"named", named}};
+  const QJsonObject request{
+      {"id", 0}, {"op", QString::fromStdString(operation)}, {"args", arguments}, {"named", named}};
   const QByteArray line = QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n';
   const std::string answer = answerTo(line.toStdString());
   const QJsonObject read = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();

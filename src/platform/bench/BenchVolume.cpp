@@ -11,7 +11,6 @@
 #include <set>
 #include <utility>
 
-#include "FatText.h"
 #include "FileHandle.h"
 
 namespace fillstation {
@@ -62,7 +61,7 @@ class Extraction {
 
  private:
   bool extractEntry(const std::string& parent, const FatEntry& entry) {
-    const std::string name = utf8Of(entry.name);
+    const std::string& name = entry.name;
     if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
       return false;
     }
@@ -110,13 +109,6 @@ std::variant<std::shared_ptr<BenchVolume>, Dissenter> BenchVolume::mount(
 
 BenchVolume::BenchVolume(int image, std::string folder, FatLedger ledger)
     : folder_(std::move(folder)), ledger_(std::move(ledger)), writer_(image, folder_) {}
-
-bool BenchVolume::isRoot(int descriptor) const {
-  struct stat open {};
-  struct stat there {};
-  return ::fstat(descriptor, &open) == 0 && ::stat(folder_.c_str(), &there) == 0 &&
-         open.st_dev == there.st_dev && open.st_ino == there.st_ino;
-}
 
 int BenchVolume::admitDirectory(const std::string& path) {
   const std::scoped_lock guard(lock_);

@@ -30,8 +30,6 @@ class BenchVolume {
 
   // Absolute, without a "/" at the end.
   const std::string& folder() const { return folder_; }
-  // True when the descriptor is open on the folder.
-  bool isRoot(int descriptor) const;
 
   // Counts those that have it open.
   void opened() { ++openings_; }

@@ -287,14 +287,16 @@ std::variant<Value, std::string> parse(std::string_view content, const std::stri
   return value;
 }
 
-std::optional<std::string> contentOf(const std::string& file) {
+// What a parser gives of a file's content.
+template <class Parser>
+auto parsedFile(const std::string& file, Parser parser) -> decltype(parser("", file)) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) {
-    return std::nullopt;
+    return file + ": can't be read";
   }
   std::ostringstream content;
   content << stream.rdbuf();
-  return content.str();
+  return parser(content.str(), file);
 }
 
 }  // namespace
@@ -306,25 +308,17 @@ std::variant<Scenario, std::string> parseScenario(std::string_view content,
 
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file) {
-  return parse<BenchIdentity>(
-      content, file,
-      [](Keys& keys, BenchIdentity& identity, std::string&) { readIdentityKeys(keys, identity); });
+  return parse<BenchIdentity>(content, file, [](Keys& keys, BenchIdentity& identity, std::string&) {
+    readIdentityKeys(keys, identity);
+  });
 }
 
 std::variant<Scenario, std::string> readScenario(const std::string& file) {
-  const auto content = contentOf(file);
-  if (!content) {
-    return file + ": can't be read";
-  }
-  return parseScenario(*content, file);
+  return parsedFile(file, parseScenario);
 }
 
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file) {
-  const auto content = contentOf(file);
-  if (!content) {
-    return file + ": can't be read";
-  }
-  return parseIdentity(*content, file);
+  return parsedFile(file, parseIdentity);
 }
 
 std::string identityText(const BenchIdentity& identity) {

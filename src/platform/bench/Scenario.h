@@ -93,8 +93,9 @@ struct Scenario {
   bool operator==(const Scenario&) const = default;
 };
 
-// Reads a scenario, or says what is wrong with it first: "FILE: KEY: REASON", or "FILE:LINE: REASON"
-// of a text that is no JSON. The file's name stands in the error only. Nothing is thrown. Any thread.
+// Reads a scenario, or says what is wrong with it first: "FILE: KEY: REASON", or "FILE:LINE:
+// REASON" of a text that is no JSON. The file's name stands in the error only. Nothing is thrown.
+// Any thread.
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file);
 std::variant<Scenario, std::string> readScenario(const std::string& file);

@@ -100,11 +100,62 @@ TEST(FatLedgerTest, AFileIsSmallerThanFourGiB) {
 
 TEST(FatLedgerTest, AParentMustBeThere) { EXPECT_EQ(volumeOf(9).admitFile("d/x", 1), ENOENT); }
 
+std::string times(std::string_view text, int count) {
+  std::string all;
+  for (int time = 0; time < count; ++time) {
+    all += text;
+  }
+  return all;
+}
+
+TEST(FatLedgerTest, OnlyNamesThatFatHoldsAreAdmitted) {
+  for (const std::string name :
+       {"a", "a.mp3", " a", "a b", "ü", "😀", "a+,;=[]b", "-", "~!@#$%^&()'`{}"}) {
+    EXPECT_EQ(volumeOf(9).admitFile(name, 1), 0) << name;
+  }
+  for (const char letter : std::string(":?*<>|\"\\\x01\x1f\n")) {
+    EXPECT_EQ(volumeOf(9).admitFile(std::string("a") + letter + "b", 1), EINVAL) << letter;
+  }
+  for (const std::string name : {"a\xff", "a\xc3", "a ", "a .."}) {
+    EXPECT_EQ(volumeOf(9).admitFile(name, 1), EINVAL) << name;
+  }
+  for (const std::string name : {"...", ""}) {
+    EXPECT_EQ(volumeOf(9).admitFile(name, 1), ENOENT) << name;
+  }
+}
+
+TEST(FatLedgerTest, NamesHaveAtMost255Units) {
+  for (const std::string& name :
+       {times("a", 255), times("ü", 255), times("😀", 127), times("a", 255) + "."}) {
+    EXPECT_EQ(volumeOf(9).admitFile(name, 1), 0) << name;
+  }
+  for (const std::string& name : {times("a", 256), times("😀", 128)}) {
+    EXPECT_EQ(volumeOf(9).admitFile(name, 1), ENAMETOOLONG) << name;
+  }
+}
+
 TEST(FatLedgerTest, ABadNameIsRefusedByItsLastComponent) {
   FatLedger ledger = volumeOf(9);
   ledger.haveDirectory("a:b", 2);
-  EXPECT_EQ(ledger.admitFile("x:y", 1), EINVAL);
   EXPECT_EQ(ledger.admitFile("a:b/x", 1), 0);
+}
+
+TEST(FatLedgerTest, CaseCountsBeyondAsciiAlone) {
+  FatLedger ledger = volumeOf(9);
+  ledger.addFile("AZ@[Ü", 1);
+  EXPECT_EQ(ledger.admitFile("az@[Ü", 1), EEXIST);
+  for (const std::string name : {"az`[Ü", "az@{Ü", "az@[ü"}) {
+    EXPECT_EQ(ledger.admitFile(name, 1), 0) << name;
+  }
+}
+
+TEST(FatLedgerTest, ASlotTakesThirteenUnits) {
+  FatLedger ledger = volumeOf(0);
+  ledger.haveDirectory("", 14);
+  for (const std::string& name : {std::string("a"), times("a", 13), times("a", 13) + "."}) {
+    EXPECT_EQ(ledger.admitFile(name, 0), 0) << name;
+  }
+  EXPECT_EQ(ledger.admitFile(times("a", 14), 0), ENOSPC);
 }
 
 }  // namespace
