@@ -30,12 +30,12 @@ class BenchMedium : public VolumeMedium {
 
   int admitDirectory(const std::string& relativePath) override {
     const int refused = refusal();
-    return refused != 0 ? refused : volume_->admitDirectory(relativePath);
+    return refused != 0 ? refused : volume_->admit(relativePath, std::nullopt);
   }
 
   int admitFile(const std::string& relativePath, std::int64_t size) override {
     const int refused = refusal();
-    return refused != 0 ? refused : volume_->admitFile(relativePath, size);
+    return refused != 0 ? refused : volume_->admit(relativePath, size);
   }
 
   int admitBytes(std::int64_t count) override {
@@ -66,7 +66,7 @@ class BenchMedium : public VolumeMedium {
 
   bool flush(int /*rootDescriptor*/) override {
     if (player_->faults().pull == PullMoment::kDuringFlush) {
-      volume_->flushHalf();
+      volume_->flush(true);
       player_->pull();
     }
     return refusal() == 0 && volume_->flush() && player_->isPresent();

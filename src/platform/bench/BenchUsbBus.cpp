@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -148,12 +149,11 @@ void BenchUsbBus::readEvents() {
 }
 
 void BenchUsbBus::scan() {
-  std::vector<std::string> names;
+  std::set<std::string> names;
   std::error_code failed;
   for (const auto& entry : std::filesystem::directory_iterator(folder_, failed)) {
-    names.push_back(entry.path().filename());
+    names.insert(entry.path().filename());
   }
-  std::sort(names.begin(), names.end());
   for (const auto& name : names) {
     fileChanged(name, true);
   }

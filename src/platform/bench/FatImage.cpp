@@ -70,8 +70,7 @@ struct SlotReader {
 
   void takeLongName(const std::uint8_t* slot, std::int64_t offset) {
     if ((slot[0] & 0x40) != 0) {
-      longName.clear();
-      longNameSlots.clear();
+      forgetLongName();
     }
     std::u16string part;
     for (const std::size_t at : kLongNameUnits) {
@@ -203,32 +202,21 @@ std::string FatImage::label() const {
   return label.empty() ? "NO NAME" : label;
 }
 
-bool FatImage::isDataCluster(std::uint32_t cluster) const {
-  return cluster >= 2 && cluster - 2 < clusters_;
-}
-
 std::int64_t FatImage::offsetOf(std::uint32_t cluster) const {
   return dataOffset_ + (static_cast<std::int64_t>(cluster) - 2) * clusterBytes_;
-}
-
-std::optional<std::uint32_t> FatImage::nextCluster(std::uint32_t cluster) const {
-  std::array<std::uint8_t, 4> entry{};
-  if (!readAt(descriptor_, fatOffset_ + static_cast<std::int64_t>(cluster) * 4, entry.data(), 4)) {
-    return std::nullopt;
-  }
-  return doubleWord(entry.data()) & kClusterMask;
 }
 
 std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) const {
   std::vector<std::uint32_t> clusters;
   for (std::uint32_t cluster = first; cluster < kEndOfChain;) {
-    const auto next = nextCluster(cluster);
+    std::array<std::uint8_t, 4> next{};
     // A chain longer than the file system runs in a circle.
-    if (!isDataCluster(cluster) || !next || clusters.size() == clusters_) {
+    if (cluster < 2 || cluster - 2 >= clusters_ || clusters.size() == clusters_ ||
+        !readAt(descriptor_, fatOffset_ + std::int64_t{cluster} * 4, next.data(), next.size())) {
       return std::nullopt;
     }
     clusters.push_back(cluster);
-    cluster = *next;
+    cluster = doubleWord(next.data()) & kClusterMask;
   }
   return clusters;
 }

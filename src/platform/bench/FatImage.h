@@ -64,9 +64,7 @@ class FatImage {
 
   FatImage(int descriptor, std::int64_t start) : descriptor_(descriptor), start_(start) {}
   bool readBootSector();
-  bool isDataCluster(std::uint32_t cluster) const;
   std::int64_t offsetOf(std::uint32_t cluster) const;
-  std::optional<std::uint32_t> nextCluster(std::uint32_t cluster) const;
   std::optional<std::vector<std::uint32_t>> chain(std::uint32_t first) const;
 
   int descriptor_;

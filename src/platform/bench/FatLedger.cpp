@@ -78,7 +78,7 @@ std::int64_t FatLedger::growth(const Directory& directory, const std::string& na
          clustersOf(directory.slotCount * kSlotBytes);
 }
 
-int FatLedger::admit(const std::string& path, std::int64_t size) const {
+int FatLedger::admit(const std::string& path, std::optional<std::int64_t> size) const {
   const auto [parent, name] = split(path);
   if (const int error = nameError(name); error != 0) {
     return error;
@@ -91,29 +91,25 @@ int FatLedger::admit(const std::string& path, std::int64_t size) const {
   if (directory.names.contains(folded(name))) {
     return EEXIST;
   }
-  if (size > kLargestFile) {
+  if (size.value_or(0) > kLargestFile) {
     return EFBIG;
   }
   if (directory.slotCount + slotsOf(name) > kMostSlots ||
-      clustersOf(size) + growth(directory, name) > freeClusters_) {
+      clustersOf(size.value_or(clusterBytes_)) + growth(directory, name) > freeClusters_) {
     return ENOSPC;
   }
   return 0;
 }
 
-void FatLedger::add(const std::string& path, std::int64_t size) {
+void FatLedger::add(const std::string& path, std::optional<std::int64_t> size) {
   const auto [parent, name] = split(path);
   Directory& directory = directories_[parent];
-  freeClusters_ -= clustersOf(size) + growth(directory, name);
+  freeClusters_ -= clustersOf(size.value_or(clusterBytes_)) + growth(directory, name);
   directory.slotCount += slotsOf(name);
   directory.names.insert(folded(name));
+  if (!size) {
+    haveDirectory(path, kDotSlots);
+  }
 }
-
-void FatLedger::addDirectory(const std::string& path) {
-  add(path, clusterBytes_);
-  haveDirectory(path, kDotSlots);
-}
-
-void FatLedger::addFile(const std::string& path, std::int64_t size) { add(path, size); }
 
 }  // namespace fillstation

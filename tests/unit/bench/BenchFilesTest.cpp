@@ -105,8 +105,6 @@ TEST_F(BenchFolderUnitTest, UnpluggingMakesThePulledFolder) {
 }
 
 TEST(ToolsTest, WordsReachTheToolUnchanged) {
-  EXPECT_EQ(shellQuoted("a b"), "'a b'");
-  EXPECT_EQ(shellQuoted("it's"), "'it'\\''s'");
   EXPECT_EQ(runTool({"test", "$HOME `a` \"'\\\n", "=", "$HOME `a` \"'\\\n"}, 0), std::nullopt);
 }
 
