@@ -1,7 +1,13 @@
+#include <cstdio>
+
 #include "BenchBackEnd.h"
 #include "DiskSessionContract.h"
+#include "FileManagerContract.h"
 #include "MediumContract.h"
 #include "ScriptRunnerContract.h"
+#include "StreamLog.h"
+#include "SystemLogContract.h"
+#include "TempFolder.h"
 #include "UsbBusContract.h"
 
 namespace fillstation::contract {
@@ -12,3 +18,64 @@ INSTANTIATE_TEST_SUITE_P(Bench, ScriptRunnerContract, ::testing::Values(kBench),
 INSTANTIATE_TEST_SUITE_P(Bench, MediumContract, ::testing::Values(kBench), nameOfKind);
 
 }  // namespace fillstation::contract
+
+namespace fillstation::test {
+namespace {
+
+// The bench with one mounted player.
+class BenchFiles : public FileManagerBackEnd {
+ public:
+  BenchFiles() {
+    bench_.make("a", contract::PlayerWish{});
+    bench_.plug("a");
+    EXPECT_TRUE(bench_.usbBus().open("IOUSBDevice"));
+    const auto device = bench_.usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
+    owner_ = {"/dev/vp0", device->handle()};
+    const auto disk = bench_.createDiskSession()->diskFromName("vp0");
+    EXPECT_TRUE(bench_.await([&] { return disk->copyDescription()->volumePath.has_value(); }));
+  }
+
+  FileManager& files() override { return bench_.fileManager(); }
+  std::string mountPath() override { return bench_.folder.path("volumes/BOOKS"); }
+  DiskIdentity owner() override { return owner_; }
+  void vanish() override { bench_.unplug("a"); }
+
+ private:
+  contract::BenchBackEnd bench_;
+  DiskIdentity owner_;
+};
+
+std::unique_ptr<FileManagerBackEnd> makeBenchFiles() { return std::make_unique<BenchFiles>(); }
+
+INSTANTIATE_TEST_SUITE_P(Bench, FileManagerContract,
+                         testing::Values(FileManagerBackEndMaker{"bench", &makeBenchFiles}));
+
+// The log of a program on the bench: a standard stream, here a file.
+class StreamBackEnd : public SystemLogBackEnd {
+ public:
+  ~StreamBackEnd() override { std::fclose(stream_); }
+
+  SystemLog& log() override { return log_; }
+  std::string recorded() override { return contentOf(folder_.path("stream")); }
+  std::string formOf(const std::vector<std::string>& texts) override {
+    std::string all;
+    for (const auto& text : texts) {
+      all += text + "\n";
+    }
+    return all;
+  }
+  void lose() override { stream_ = std::freopen("/dev/full", "w", stream_); }
+
+ private:
+  TempFolder folder_;
+  std::FILE* stream_ = std::fopen(folder_.path("stream").c_str(), "w");
+  StreamLog log_{stream_};
+};
+
+std::unique_ptr<SystemLogBackEnd> makeStream() { return std::make_unique<StreamBackEnd>(); }
+
+INSTANTIATE_TEST_SUITE_P(Bench, SystemLogContract,
+                         testing::Values(SystemLogBackEndMaker{"stream", &makeStream}));
+
+}  // namespace
+}  // namespace fillstation::test

@@ -1,9 +1,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <chrono>
+#include <cerrno>
+#include <fstream>
 
-#include "BenchMedium.h"
+#include "BenchDisks.h"
 #include "BenchScriptRunner.h"
 #include "BenchTest.h"
 #include "BenchVolume.h"
@@ -12,6 +13,7 @@ namespace fillstation::contract {
 
 namespace {
 
+// What the table of tests/faults doesn't show of the same faults.
 class BenchFaultsTest : public BenchTest {
  protected:
   // Whether the volume, which nobody has open any more, can be unmounted.
@@ -30,15 +32,6 @@ TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
   EXPECT_EQ(mountPath(identity), std::nullopt);
 }
 
-TEST_P(BenchFaultsTest, ARefusedUnmountKeepsTheVolumeAndTheCommandsAway) {
-  plan.identity.faults.refuseUnmount = true;
-  plugPlanMounted();
-  EXPECT_FALSE(unmounts());
-  EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
-  EXPECT_EQ(mountPath(identity), root);
-  EXPECT_FALSE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-}
-
 TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage) {
   plan.identity.faults.refuseFormat = true;
   plugPlanMounted();
@@ -51,15 +44,6 @@ TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage
   EXPECT_EQ(outcome.errorMessage->find("/proc/"), std::string::npos);
   EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
   EXPECT_EQ(bench->mediumSize("a"), 64 * 1024 * 1024);
-}
-
-TEST_P(BenchFaultsTest, PulledBeforeTheUnmount) {
-  plan.identity.faults.pull = PullMoment::kBeforeUnmount;
-  plugPlanMounted();
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(unmounts());
-  EXPECT_TRUE(isPulled());
-  EXPECT_TRUE(bench->await([&] { return told.size() == 2; }));
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
@@ -75,47 +59,6 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));
 }
 
-TEST_P(BenchFaultsTest, PulledDuringTheFormat) {
-  plan.identity.faults.pull = PullMoment::kDuringFormat;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
-            "The device has gone.");
-  EXPECT_TRUE(isPulled());
-}
-
-TEST_P(BenchFaultsTest, PulledBeforeTheMountThatIsAskedForNotBeforeTheFirstOne) {
-  plan.identity.faults.pull = PullMoment::kBeforeMount;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(isPulled());
-}
-
-TEST_P(BenchFaultsTest, PulledBetweenWipeAndFormat) {
-  plan.identity.faults.pull = PullMoment::kBeforeFormat;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(runAsAdministrator(formatCommand(identity.node), identity).errorMessage,
-            "The device has gone.");
-  EXPECT_TRUE(isPulled());
-  EXPECT_EQ(bench->head("a", 40960), std::string(40960, '\0'));
-}
-
-TEST_P(BenchFaultsTest, PulledDuringTheMountThatIsAskedForNotDuringTheFirstOne) {
-  plan.identity.faults.pull = PullMoment::kDuringMount;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(isPulled());
-}
-
 TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
   plan.identity.faults.pull = PullMoment::kDuringFlush;
   plugPlanMounted();
@@ -125,29 +68,6 @@ TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
   EXPECT_FALSE(volume->flush());
   EXPECT_TRUE(isPulled());
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1"}}));
-}
-
-TEST_P(BenchFaultsTest, MountedAgainAfterTheUnmountItRefusesTheCommands) {
-  plan.identity.faults.remount = RemountMoment::kAfterUnmount;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_TRUE(mountPath(identity));
-  EXPECT_EQ(runAsAdministrator(wipeCommand(identity.node), identity).errorMessage,
-            "The disk is mounted.");
-}
-
-TEST_P(BenchFaultsTest, MountedAgainAfterTheFormatAMountIsASuccess) {
-  plan.identity.faults.remount = RemountMoment::kAfterFormat;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  EXPECT_EQ(mountPath(identity), std::nullopt);
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_EQ(mountPath(identity), std::nullopt);
-  EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
-  const auto mounted = mountPath(identity);
-  EXPECT_TRUE(mounted);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
-  EXPECT_EQ(mountPath(identity), mounted);
 }
 
 TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
@@ -164,20 +84,6 @@ TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
   EXPECT_FALSE(isPulled());
   EXPECT_TRUE(unmounts());
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "123456789"}}));
-}
-
-TEST_P(BenchFaultsTest, AMediumThatIsReadOnlyRefusesBothCommands) {
-  plan.identity.faults.readOnlyAfterBytes = 0;
-  plugPlanMounted();
-  EXPECT_TRUE(unmounts());
-  bench->writeHead("a", "mm");
-  for (const auto& command : {wipeCommand(identity.node), formatCommand(identity.node)}) {
-    const ScriptOutcome outcome = runAsAdministrator(command, identity);
-    EXPECT_FALSE(outcome.result);
-    EXPECT_EQ(outcome.errorNumber, 1);
-    EXPECT_EQ(outcome.errorMessage, "Read-only file system");
-  }
-  EXPECT_EQ(bench->head("a", 2), "mm");
 }
 
 TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
@@ -207,18 +113,6 @@ TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
 }
 
-TEST_P(BenchFaultsTest, ADiskThatIsSlowToAppear) {
-  plan.identity.faults.diskAfterSearches = 2;
-  bench->make(plan);
-  bench->plug("a");
-  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
-  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-}
-
 TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
   plan.identity.faults.diskAfterSearches = 1;
   plugPlan();
@@ -228,12 +122,14 @@ TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
 }
 
 TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
-  plan.identity.faults.diskAfterSearches = 1;
+  plan.identity.faults.diskAfterSearches = 2;
   bench->make(plan);
   bench->plug("a");
   ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
   const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  EXPECT_EQ(device->searchDiskName(), "vp0");
   EXPECT_EQ(device->searchDiskName(), "vp0");
   bench->unplug("a");
   bench->settle();
@@ -250,45 +146,49 @@ TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
   EXPECT_TRUE(mountPath(identity));
 }
 
-// The bench's medium over a clock that notes the pauses.
-TEST_P(BenchFaultsTest, TheSpeedLimitIsAPauseOfTheClock) {
+// The medium of a mounted player, over a clock that notes the pauses.
+class BenchMediumTest : public BenchFaultsTest {
+ protected:
+  std::shared_ptr<VolumeMedium> medium() {
+    bench->make(plan);
+    bench->plug("a");
+    const auto attached = players.attach(bench->folder.path(), "a");
+    const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
+    identity = {player->node(), player->place().handle};
+    root = disks.remount(identity, "").value();
+    const FileHandle folder(::open(root.c_str(), O_RDONLY | O_CLOEXEC));
+    return disks.mediumOf(folder.get(), root, identity);
+  }
+
+  BenchBackEnd other;
   test::TestMainThread testThread;
-  test::TestClock testClock(testThread);
+  test::TestClock clock{testThread};
+  BenchPlayers players;
+  BenchDisks disks{other.folder.path(), players,
+                   BenchServices{other.stop, other.mainThread, clock, other.workers, other.log}};
+};
+INSTANTIATE_TEST_SUITE_P(Bench, BenchMediumTest, ::testing::Values(kBench), nameOfKind);
+
+TEST_P(BenchMediumTest, TheSpeedLimitIsAPauseOfTheClock) {
   plan.identity.faults.bytesPerSecond = 2'000'000;
-  bench->make(plan);
-  bench->plug("a");
-  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
-  const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
-  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
-  BenchMedium medium(player, std::get<std::shared_ptr<BenchVolume>>(mounted), testClock);
-  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
-  EXPECT_EQ(medium.admitBytes(1), 0);
-  EXPECT_EQ(testClock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
+  const auto limited = medium();
+  EXPECT_EQ(limited->admitBytes(1'000'000), 0);
+  EXPECT_EQ(limited->admitBytes(1), 0);
+  EXPECT_EQ(clock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
 }
 
-TEST_P(BenchFaultsTest, WithoutASpeedLimitNothingPauses) {
-  test::TestMainThread testThread;
-  test::TestClock testClock(testThread);
-  bench->make(plan);
-  bench->plug("a");
-  FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
-  const auto player = std::make_shared<BenchPlayer>(
-      bench->image("a"), std::move(image), plan.identity, BenchPlayer::Place{}, bench->workers);
-  auto mounted = BenchVolume::mount(player->image(), bench->folder.path("volumes"));
-  const auto volumeOfPlayer = std::get<std::shared_ptr<BenchVolume>>(mounted);
-  BenchMedium medium(player, volumeOfPlayer, testClock);
-  EXPECT_EQ(medium.admitBytes(1'000'000), 0);
-  EXPECT_TRUE(testClock.sleeps().empty());
-  // What is created on a player that has been pulled meanwhile does not reach its image.
-  bench->folder.write("volumes/BOOKS/late.mp3", "");
-  std::filesystem::resize_file(bench->folder.path("volumes/BOOKS/late.mp3"), 17 << 20);
+TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
+  const auto left = medium();
+  EXPECT_EQ(left->admitBytes(1'000'000), 0);
+  EXPECT_TRUE(clock.sleeps().empty());
+  std::ofstream(root + "/late.mp3").close();
+  std::filesystem::resize_file(root + "/late.mp3", 17 << 20);
   bench->unplug("a");
-  medium.created("late.mp3", false);
+  left->created("late.mp3", false);
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>());
-  EXPECT_EQ(medium.admitBytes(1), ENODEV);
-  EXPECT_EQ(medium.admitFile("x", 1), ENODEV);
-  EXPECT_EQ(medium.admitDirectory("x"), ENODEV);
+  EXPECT_EQ(left->admitBytes(1), ENODEV);
+  EXPECT_EQ(left->admitFile("x", 1), ENODEV);
+  EXPECT_EQ(left->admitDirectory("x"), ENODEV);
 }
 
 TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
@@ -296,10 +196,10 @@ TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
   const FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
   const auto mounted = BenchVolume::mount(image.get(), bench->folder.path("volumes"));
   const auto closed = std::get<std::shared_ptr<BenchVolume>>(mounted);
-  EXPECT_EQ(closed->admitFile("x", 1), 0);
+  EXPECT_EQ(closed->admit("x", 1), 0);
   closed->close();
-  EXPECT_EQ(closed->admitFile("x", 1), ENODEV);
-  EXPECT_EQ(closed->admitDirectory("d"), ENODEV);
+  EXPECT_EQ(closed->admit("x", 1), ENODEV);
+  EXPECT_EQ(closed->admit("d", std::nullopt), ENODEV);
   EXPECT_FALSE(closed->flush());
 }
 

@@ -4,7 +4,6 @@
 
 #include "BackEnd.h"
 #include "FatImage.h"
-#include "FatText.h"
 
 namespace fillstation::contract {
 
@@ -25,7 +24,7 @@ void collect(const FatImage& image, std::uint32_t cluster, const std::string& pr
   const auto directory = image.list(cluster);
   ASSERT_TRUE(directory);
   for (const auto& entry : directory->entries) {
-    const std::string path = prefix + utf8Of(entry.name);
+    const std::string path = prefix + entry.name;
     if (entry.isDirectory) {
       all.push_back({path + "/", ""});
       collect(image, entry.firstCluster, path + "/", all);

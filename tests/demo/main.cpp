@@ -83,8 +83,8 @@ bool makeAudioBook(const Options& options) {
 
 Scenario scenarioOf(const Options& options, const char* name) {
   const auto read = readScenario((options.sources + "/" + name).toStdString());
-  if (const auto* problem = std::get_if<ScenarioError>(&read)) {
-    throw NotSeen(problem->text());
+  if (const auto* problem = std::get_if<std::string>(&read)) {
+    throw NotSeen(*problem);
   }
   return std::get<Scenario>(read);
 }

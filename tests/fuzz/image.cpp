@@ -34,7 +34,7 @@ void visit(const FatImage& image, std::uint32_t cluster, int sink, int depth) {
       fuzz::require(::lseek(sink, 0, SEEK_SET) == 0);
     }
     if (!entry.longNameSlots.empty()) {
-      fuzz::require(entry.name.size() <= entry.longNameSlots.size() * 13);
+      fuzz::require(entry.name.size() <= entry.longNameSlots.size() * 13 * 3);
       fuzz::require(image.rename(entry, entry.name));
     }
   }

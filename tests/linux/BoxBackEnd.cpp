@@ -10,7 +10,6 @@
 #include <filesystem>
 
 #include "FatImage.h"
-#include "FatText.h"
 #include "script_box.h"
 
 namespace fillstation::contract {
@@ -110,7 +109,7 @@ std::vector<OnMedium> BoxBackEnd::content(const std::string& name) {
   EXPECT_TRUE(root);
   std::vector<OnMedium> all;
   for (const auto& entry : root ? root->entries : std::vector<FatEntry>()) {
-    all.push_back({utf8Of(entry.name), {}});
+    all.push_back({entry.name, {}});
   }
   return all;
 }

@@ -48,7 +48,7 @@ MountedBackEnd::MountedBackEnd() : system_({stop_, mainThread_, workers_, log_},
 }
 
 MountedBackEnd::~MountedBackEnd() {
-  RootsHand::ask("remove_all", nlohmann::json::array());
+  RootsHand::ask("remove_all", {});
   for (const auto& [name, disk] : disks_) {
     EXPECT_TRUE(holdsSoon([&disk = disk] { return isGone(disk); })) << disk;
   }
@@ -58,23 +58,26 @@ MountedBackEnd::~MountedBackEnd() {
 }
 
 void MountedBackEnd::make(const std::string& name, const PlayerWish& wish) {
-  RootsHand::ask("fill", {name},
-                 {{"size_mb", wish.sizeMiB}, {"system", "fat32"}, {"label", wish.label.value()}});
-  RootsHand::ask("add", {name});
+  const QString disk = QString::fromStdString(name);
+  RootsHand::ask("fill", {disk},
+                 {{"size_mb", static_cast<qint64>(wish.sizeMiB)},
+                  {"system", "fat32"},
+                  {"label", QString::fromStdString(wish.label.value())}});
+  RootsHand::ask("add", {disk});
 }
 
 void MountedBackEnd::plug(const std::string& name) {
-  RootsHand::ask("plug", {name});
-  const auto disk = RootsHand::ask("disk", {name, 60});
-  ASSERT_TRUE(disk.is_string());
-  disks_[name] = disk.get<std::string>();
+  RootsHand::ask("plug", {QString::fromStdString(name)});
+  const QJsonValue disk = RootsHand::ask("disk", {QString::fromStdString(name), 60});
+  ASSERT_TRUE(disk.isString());
+  disks_[name] = disk.toString().toStdString();
   const std::string command =
       "udisksctl mount --no-user-interaction -b /dev/" + disks_[name] + " >/dev/null 2>&1";
   EXPECT_TRUE(holdsSoon([&command] { return std::system(command.c_str()) == 0; })) << command;
 }
 
 void MountedBackEnd::unplug(const std::string& name) {
-  RootsHand::ask("pull", {name});
+  RootsHand::ask("pull", {QString::fromStdString(name)});
   EXPECT_TRUE(holdsSoon([&] { return isGone(disks_[name]); }));
 }
 

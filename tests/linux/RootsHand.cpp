@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <QJsonDocument>
 #include <array>
 
 #include "FileHandle.h"
@@ -39,15 +40,17 @@ std::string answerTo(const std::string& request) {
 
 bool RootsHand::isThere() { return ::access(kSocket.c_str(), R_OK | W_OK) == 0; }
 
-nlohmann::json RootsHand::ask(const std::string& operation, const nlohmann::json& arguments,
-                              const nlohmann::json& named) {
-  const nlohmann::json request{{"id", 0}, {"op", operation}, {"args", arguments}, {"named", named}};
-  const auto answer = nlohmann::json::parse(answerTo(request.dump() + "\n"), nullptr, false);
-  if (!answer.is_object() || !answer.contains("result")) {
-    ADD_FAILURE() << operation << ": " << answer.dump();
-    return nullptr;
+QJsonValue RootsHand::ask(const std::string& operation, const QJsonArray& arguments,
+                          const QJsonObject& named) {
+  const QJsonObject request{
+      {"id", 0}, {"op", QString::fromStdString(operation)}, {"args", arguments}, {"named", named}};
+  const QByteArray line = QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n';
+  const std::string answer = answerTo(line.toStdString());
+  const QJsonObject read = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();
+  if (!read.contains("result")) {
+    ADD_FAILURE() << operation << ": " << answer;
   }
-  return answer["result"];
+  return read["result"];
 }
 
 }  // namespace fillstation::contract

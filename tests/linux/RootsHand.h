@@ -1,6 +1,7 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <string>
 
 namespace fillstation::contract {
@@ -13,8 +14,8 @@ class RootsHand {
 
   // Asks for one of the helper's operations and waits; null, and the test has failed, when it could
   // not be done.
-  static nlohmann::json ask(const std::string& operation, const nlohmann::json& arguments,
-                            const nlohmann::json& named = nlohmann::json::object());
+  static QJsonValue ask(const std::string& operation, const QJsonArray& arguments,
+                        const QJsonObject& named = {});
 };
 
 }  // namespace fillstation::contract

@@ -15,7 +15,6 @@
 
 #include "BenchFolder.h"
 #include "FatImage.h"
-#include "FatText.h"
 #include "Person.h"
 #include "TempFolder.h"
 
@@ -165,7 +164,7 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
     const std::function<void(std::uint32_t)> collect = [&](std::uint32_t cluster) {
       const auto directory = fat->list(cluster);
       for (const auto& entry : directory ? directory->entries : std::vector<FatEntry>()) {
-        names.push_back(utf8Of(entry.name) + (entry.isDirectory ? "/" : ""));
+        names.push_back(entry.name + (entry.isDirectory ? "/" : ""));
         if (entry.isDirectory) {
           collect(entry.firstCluster);
         }

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "BenchDiskSession.h"
-
 namespace fillstation {
 
 namespace {
@@ -16,15 +14,15 @@ std::string withoutEndingSlash(const std::string& folder) {
 
 Bench::Bench(const std::string& folder, BenchServices services, BenchCredentials credentials)
     : services_(services),
-      players_(services.workers),
-      volumes_(withoutEndingSlash(folder), players_, services),
-      bus_(withoutEndingSlash(folder), players_, volumes_, services),
-      scriptRunner_(players_, volumes_, std::move(credentials)),
-      fileManager_(volumes_, services.stop,
+      disks_(withoutEndingSlash(folder), players_, services),
+      bus_(withoutEndingSlash(folder), players_, disks_, services),
+      scriptRunner_(players_, disks_, std::move(credentials)),
+      fileManager_(disks_, services.stop,
                    [&mainThread = services_.mainThread] { mainThread.keepWindowAlive(); }) {}
 
 std::shared_ptr<DiskSession> Bench::createDiskSession() {
-  return std::make_shared<BenchDiskSession>(players_, volumes_, services_);
+  // The bench outlives its sessions, which are all the same.
+  return {std::shared_ptr<void>(), &disks_};
 }
 
 void Bench::installInto(Platform& installed) {

@@ -1,15 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 
+#include "BenchDisks.h"
 #include "BenchPlayers.h"
 #include "BenchScriptRunner.h"
-#include "BenchServices.h"
 #include "BenchUsbBus.h"
-#include "BenchVolumes.h"
 #include "Platform.h"
 #include "PosixFileManager.h"
 #include "Scenario.h"
@@ -34,7 +31,7 @@ class Bench {
  private:
   BenchServices services_;
   BenchPlayers players_;
-  BenchVolumes volumes_;
+  BenchDisks disks_;
   BenchUsbBus bus_;
   BenchScriptRunner scriptRunner_;
   PosixFileManager fileManager_;

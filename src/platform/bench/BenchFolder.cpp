@@ -1,6 +1,7 @@
 #include "BenchFolder.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -79,6 +80,13 @@ bool unplugImage(const std::string& imagePath) {
   std::error_code failed;
   std::filesystem::create_directories(pulled, failed);
   return std::rename(image.c_str(), (pulled / image.filename()).c_str()) == 0;
+}
+
+bool isOpenOn(int descriptor, const std::string& path) {
+  struct stat open {};
+  struct stat there {};
+  return ::fstat(descriptor, &open) == 0 && ::stat(path.c_str(), &there) == 0 &&
+         open.st_dev == there.st_dev && open.st_ino == there.st_ino;
 }
 
 }  // namespace fillstation

@@ -28,4 +28,7 @@ std::string identityFile(const std::string& benchFolder, const std::string& name
 // Pulls the player out whose image lies at this path.
 bool unplugImage(const std::string& imagePath);
 
+// True when the descriptor is open on what lies at the path.
+bool isOpenOn(int descriptor, const std::string& path);
+
 }  // namespace fillstation

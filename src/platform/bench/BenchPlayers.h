@@ -1,26 +1,106 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
 
-#include "BenchPlayer.h"
+#include "Atomic.h"
 #include "DiskSession.h"
-#include "Workers.h"
+#include "FileHandle.h"
+#include "Scenario.h"
 
 namespace fillstation {
 
-// The players that are plugged in, and those whose leaving is still to be handled. Any thread; the
-// workers outlive it.
+class BenchVolume;
+
+// One player from its plugging in to its leaving: its image, which is the disk, and everything that
+// is known of it. A player that comes back is another one. Any thread; always held by
+// std::shared_ptr.
+class BenchPlayer : public Disk {
+ public:
+  // What the bus assigns to an attach.
+  struct Place {
+    std::string diskName;      // "vp0", empty for a device without a disk
+    std::uint32_t handle = 0;  // UsbDevice::handle()
+    std::string port;          // of the USB bus
+  };
+
+  // The image's path and the descriptor that is open on it.
+  BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity identity, Place place);
+
+  const std::string& imagePath() const { return imagePath_; }
+  const BenchIdentity& identity() const { return identity_; }
+  const BenchFaults& faults() const { return identity_.faults; }
+  const Place& place() const { return place_; }
+  // The device node path.
+  std::string node() const { return "/dev/" + place_.diskName; }
+  int image() const { return image_.get(); }
+
+  // Volume facts are read from the image: none while the file system that is there now has not been
+  // looked at, no path while nothing is mounted. An ejected player says nothing. The size is that
+  // of the medium when it was plugged in.
+  std::optional<DiskDescription> copyDescription() override;
+
+  // True while the image lies where it was plugged in.
+  bool isPresent() const;
+  // True while it is present and the identity names it.
+  bool is(const DiskIdentity& expected) const;
+
+  // Ends the presence for good; whether that has happened.
+  void leave() { gone_.store(true); }
+  bool hasLeft() const { return gone_.load(); }
+  // Takes the image out of the bench folder, into the folder "pulled" in it.
+  void pull() const;
+  // Pulls when this is the moment for it.
+  void pullAt(PullMoment moment) const;
+
+  // Counts a search for the disk; true when it is found. Once the player has left: whether it was.
+  bool searchDisk();
+
+  // What keeps a request and a command apart.
+  std::mutex& access() { return access_; }
+
+  // The mounted volume, null for none.
+  std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
+  void setVolume(std::shared_ptr<BenchVolume> volume) { volume_.set(std::move(volume)); }
+  // Whether the system has looked at the file system that the medium has now.
+  bool isKnown() const { return known_.load(); }
+  void setKnown(bool known) { known_.store(known); }
+  // Whether the player was ejected: it has no medium then until it is plugged in anew.
+  bool isEjected() const { return ejected_.load(); }
+  void setEjected() { ejected_.store(true); }
+
+  // Counts bytes copied onto the player; how many there are now.
+  std::int64_t addCopied(std::int64_t bytes) { return copied_ += bytes; }
+  // Whether the medium refuses every change by now.
+  bool isReadOnly() const;
+  // Makes the image what a medium that lies really holds of what was copied; false when the image
+  // can't be changed.
+  bool applyLie() const;
+
+ private:
+  const std::string imagePath_;
+  const FileHandle image_;
+  const BenchIdentity identity_;
+  const Place place_;
+  const std::int64_t mediaSize_;
+  std::mutex access_;
+  Atomic<std::shared_ptr<BenchVolume>> volume_;
+  std::atomic<bool> gone_ = false;
+  std::atomic<bool> known_ = false;
+  std::atomic<bool> ejected_ = false;
+  std::atomic<std::int64_t> searches_ = 0;
+  std::atomic<std::int64_t> copied_ = 0;
+};
+
+// The players that are plugged in, and those whose leaving is still to be handled. Any thread.
 class BenchPlayers {
  public:
-  explicit BenchPlayers(Workers& workers) : workers_(workers) {}
-
   // Takes in the player NAME of a bench folder: its image is opened, its identity read (a standard
   // player's when there is none), and it gets the lowest free disk name and the next device number.
   // The reason when that can't be.
@@ -30,20 +110,15 @@ class BenchPlayers {
   // Forgets a player; its disk name is free then.
   void forget(const std::shared_ptr<BenchPlayer>& player);
 
-  // The player whose image lay or lies at this path and that has not left; null when there is none.
-  std::shared_ptr<BenchPlayer> byImage(const std::string& imagePath) const;
-  // The player with this handle, or with this disk name ("vp0"), the remembered ones included; null
-  // when there is none.
-  std::shared_ptr<BenchPlayer> byHandle(std::uint32_t handle) const;
-  std::shared_ptr<BenchPlayer> byDiskName(std::string_view diskName) const;
+  // The first player that passes the test, the remembered ones included; null when none does.
+  std::shared_ptr<BenchPlayer> first(const std::function<bool(const BenchPlayer&)>& test) const;
   // The player that is meant, null when it isn't there any more.
   std::shared_ptr<BenchPlayer> find(const DiskIdentity& expected) const;
 
  private:
-  std::string freeDiskName() const;
-  std::uint32_t freeDeviceNumber();
+  // The lock is held.
+  BenchPlayer::Place freePlace(const BenchIdentity& identity);
 
-  Workers& workers_;
   mutable std::mutex lock_;
   std::vector<std::shared_ptr<BenchPlayer>> players_;
   std::uint32_t lastDeviceNumber_ = 1;

@@ -23,10 +23,7 @@ ScriptOutcome failure(std::int64_t number, std::string message) {
   return ScriptOutcome{std::nullopt, number, std::move(message)};
 }
 
-const ScriptOutcome& gone() {
-  static const ScriptOutcome outcome = failure(kNotThePlayerNumber, "The device has gone.");
-  return outcome;
-}
+ScriptOutcome gone() { return failure(kNotThePlayerNumber, "The device has gone."); }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos;
@@ -35,9 +32,6 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   }
   return text;
 }
-
-// What every tool says of a medium that it can't open for writing.
-ScriptOutcome readOnly() { return failure(1, "Read-only file system"); }
 
 // Why the command must not run on this player, none when it may.
 std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdentity& target) {
@@ -85,9 +79,6 @@ bool putOnMedium(int scratch, const BenchPlayer& player) {
 // dd begins by cutting its target, which a file suffers and a medium doesn't: it writes into a
 // scratch file, and what it has written goes to the image's head.
 ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
-  if (player.isReadOnly()) {
-    return readOnly();
-  }
   const FileHandle scratch(::memfd_create("wipe", MFD_CLOEXEC));
   ScriptOutcome outcome = runOn(scratch.get(), command, player.node());
   if (outcome.result && !putOnMedium(scratch.get(), player)) {
@@ -97,9 +88,6 @@ ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
 }
 
 ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
-  if (player.isReadOnly()) {
-    return readOnly();
-  }
   // A medium without room is what the tool really refuses.
   const FileHandle tooSmall(player.faults().refuseFormat ? ::memfd_create("format", MFD_CLOEXEC)
                                                          : -1);
@@ -110,9 +98,9 @@ ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
 
 }  // namespace
 
-BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchVolumes& volumes,
+BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchDisks& disks,
                                      BenchCredentials credentials)
-    : players_(players), volumes_(volumes), credentials_(std::move(credentials)) {}
+    : players_(players), disks_(disks), credentials_(std::move(credentials)) {}
 
 ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity& target) {
   const auto compiled = compileScript(source);
@@ -139,10 +127,14 @@ ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity
     return *refused;
   }
   player->setKnown(false);
+  if (player->isReadOnly()) {
+    // What every tool says of a medium that it can't open for writing.
+    return failure(1, "Read-only file system");
+  }
   ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)
                                                                : format(*player, script.command);
   if (command->kind == PlayerCommand::format && outcome.result) {
-    volumes_.remountAt(*player, RemountMoment::kAfterFormat);
+    disks_.remountAt(*player, RemountMoment::kAfterFormat);
   }
   return player->isPresent() ? outcome : gone();
 }

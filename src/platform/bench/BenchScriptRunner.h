@@ -6,8 +6,8 @@
 #include <string_view>
 #include <variant>
 
+#include "BenchDisks.h"
 #include "BenchPlayers.h"
-#include "BenchVolumes.h"
 #include "PlayerCommand.h"
 #include "Scenario.h"
 #include "ScriptRunner.h"
@@ -21,16 +21,16 @@ inline constexpr std::int64_t kNotThePlayerNumber = -1004;
 inline constexpr std::int64_t kNotStartedNumber = -1005;
 
 // Runs the two commands on the image of a bench player, by the system's real tools in a real shell.
-// Any thread, several at once; players and volumes outlive it.
+// Any thread, several at once; players and disks outlive it.
 class BenchScriptRunner : public ScriptRunner {
  public:
-  BenchScriptRunner(BenchPlayers& players, BenchVolumes& volumes, BenchCredentials credentials);
+  BenchScriptRunner(BenchPlayers& players, BenchDisks& disks, BenchCredentials credentials);
 
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) override;
 
  private:
   BenchPlayers& players_;
-  BenchVolumes& volumes_;
+  BenchDisks& disks_;
   const BenchCredentials credentials_;
 };
 

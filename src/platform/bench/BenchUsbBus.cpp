@@ -1,15 +1,19 @@
 #include "BenchUsbBus.h"
 
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <QString>
 #include <algorithm>
-#include <deque>
+#include <array>
+#include <cstring>
 #include <filesystem>
-#include <functional>
+#include <set>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "BenchFolder.h"
-#include "BenchUsbDevice.h"
 
 namespace fillstation {
 
@@ -17,82 +21,139 @@ namespace {
 
 constexpr std::string_view kImageEnding = ".img";
 
-}  // namespace
+// The standard request for a string descriptor.
+constexpr std::uint8_t kDeviceToHost = 0x80;
+constexpr std::uint8_t kGetDescriptor = 6;
+constexpr std::uint16_t kStringDescriptor = 0x0300;
+// A descriptor's length is one byte: the header and 126 code units.
+constexpr std::size_t kLongestString = 126;
 
-// Arrivals or leavings: the iterator that yields them and the notification that tells of them.
-class BenchUsbBus::Side : public UsbDeviceIterator {
+// What the device's descriptors say; the texts are copied.
+class BenchUsbInterface : public UsbDeviceInterface {
  public:
-  std::shared_ptr<UsbDevice> next() override {
-    if (waiting_.empty()) {
-      walked_ = true;
-      const auto handled = std::exchange(yielded_, {});
-      if (onWalked) {
-        onWalked(handled);
-      }
-      return nullptr;
+  explicit BenchUsbInterface(const BenchIdentity& identity)
+      : strings_{u"", unitsOf(identity.manufacturer), unitsOf(identity.product.value_or("")),
+                 unitsOf(identity.serial)},
+        release_(identity.release) {}
+
+  std::uint8_t manufacturerStringIndex() const override { return indexOf(1); }
+  std::uint8_t productStringIndex() const override { return indexOf(2); }
+  std::uint8_t serialNumberStringIndex() const override { return indexOf(3); }
+  std::uint16_t releaseNumber() const override { return release_; }
+
+  std::optional<std::uint32_t> deviceRequest(const UsbRequest& request,
+                                             std::span<std::uint8_t> buffer) override {
+    const std::size_t index = request.value & 0xFF;
+    if (request.requestType != kDeviceToHost || request.request != kGetDescriptor ||
+        (request.value & 0xFF00) != kStringDescriptor || index >= strings_.size() ||
+        strings_[index].empty()) {
+      return std::nullopt;
     }
-    yielded_.push_back(waiting_.front());
-    waiting_.pop_front();
-    return std::make_shared<BenchUsbDevice>(yielded_.back());
+    const std::vector<std::uint8_t> bytes = descriptor(strings_[index]);
+    const std::size_t count = std::min({std::size_t{request.length}, buffer.size(), bytes.size()});
+    std::copy_n(bytes.begin(), count, buffer.begin());
+    return static_cast<std::uint32_t>(count);
   }
-
-  void add(std::shared_ptr<BenchPlayer> player) { waiting_.push_back(std::move(player)); }
-  // From now on the iterator has to be walked.
-  void begin() { walked_ = false; }
-  bool isWalked() const { return walked_; }
-
-  Notification notification;
-  // Called at the end of each walk with what it has yielded.
-  std::function<void(const std::vector<std::shared_ptr<BenchPlayer>>&)> onWalked;
 
  private:
-  std::deque<std::shared_ptr<BenchPlayer>> waiting_;
-  std::vector<std::shared_ptr<BenchPlayer>> yielded_;
-  bool walked_ = true;
+  static std::u16string unitsOf(const std::string& text) {
+    return QString::fromStdString(text).toStdU16String();
+  }
+
+  // An empty text has no descriptor.
+  std::uint8_t indexOf(std::uint8_t index) const { return strings_[index].empty() ? 0 : index; }
+
+  static std::vector<std::uint8_t> descriptor(const std::u16string& text) {
+    std::vector<std::uint8_t> bytes{0, 3};
+    for (const char16_t unit : text.substr(0, kLongestString)) {
+      bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+      bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+    }
+    bytes[0] = static_cast<std::uint8_t>(bytes.size());
+    return bytes;
+  }
+
+  const std::array<std::u16string, 4> strings_;  // 0 is the index of an absent one
+  const std::uint16_t release_;
 };
 
-BenchUsbBus::BenchUsbBus(std::string benchFolder, BenchPlayers& players, BenchVolumes& volumes,
-                         BenchServices services)
-    : folder_(std::move(benchFolder)),
-      players_(players),
-      volumes_(volumes),
-      services_(services),
-      queue_(services.stop),
-      folderWatch_(folder_,
-                   [this](const std::string& name, bool come) { fileChanged(name, come); }),
-      attach_(std::make_shared<Side>()),
-      detach_(std::make_shared<Side>()) {
-  attach_->onWalked = [this](const auto&) { updateBusy(); };
-  // A player whose leaving has been handled is remembered no longer.
-  detach_->onWalked = [this](const auto& handled) {
-    for (const auto& player : handled) {
-      players_.forget(player);
-    }
-    updateBusy();
-  };
-}
+// A bench player as a device on the bus.
+class BenchUsbDevice : public UsbDevice {
+ public:
+  explicit BenchUsbDevice(std::shared_ptr<BenchPlayer> player) : player_(std::move(player)) {}
 
-BenchUsbBus::~BenchUsbBus() {
-  attach_->onWalked = nullptr;
-  detach_->onWalked = nullptr;
-}
+  bool conformsTo(std::string_view className) const override {
+    return className == kUsbDeviceClass;
+  }
+  std::string className() const override { return kUsbDeviceClass; }
+  std::string registryName() const override {
+    const std::string product = player_->identity().product.value_or("");
+    return product.empty() ? kUsbDeviceClass : product;
+  }
+  std::uint32_t handle() const override { return player_->place().handle; }
+  std::optional<std::string> searchDiskName() const override {
+    return player_->searchDisk() ? std::optional(player_->place().diskName) : std::nullopt;
+  }
+  std::shared_ptr<UsbDeviceInterface> openInterface() const override {
+    return player_->isPresent() ? std::make_shared<BenchUsbInterface>(player_->identity())
+                                : nullptr;
+  }
+
+ private:
+  std::shared_ptr<BenchPlayer> player_;
+};
+
+}  // namespace
+
+BenchUsbBus::BenchUsbBus(std::string benchFolder, BenchPlayers& players, BenchDisks& disks,
+                         BenchServices services)
+    : QtUsbBus(services.stop),
+      folder_(std::move(benchFolder)),
+      players_(players),
+      disks_(disks),
+      services_(services) {}
 
 bool BenchUsbBus::open(std::string_view className) {
-  if (className != kUsbDeviceClass || !folderWatch_.open()) {
+  if (className != kUsbDeviceClass || !watchFolder()) {
     return false;
   }
-  volumes_.clear();
+  disks_.clear();
   scan();
   return true;
 }
 
+bool BenchUsbBus::watchFolder() {
+  events_ = FileHandle(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (::inotify_add_watch(events_.get(), folder_.c_str(),
+                          IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR) <
+      0) {
+    return false;
+  }
+  notifier_ = std::make_unique<QSocketNotifier>(events_.get(), QSocketNotifier::Read);
+  QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                   [this] { readEvents(); });
+  return true;
+}
+
+void BenchUsbBus::readEvents() {
+  std::array<char, 16384> buffer{};
+  const ssize_t count = ::read(events_.get(), buffer.data(), buffer.size());
+  for (ssize_t at = 0; at < count;) {
+    inotify_event event{};
+    std::memcpy(&event, &buffer[static_cast<std::size_t>(at)], sizeof(event));
+    at += static_cast<ssize_t>(sizeof(event));
+    const std::string name(event.len > 0 ? &buffer[static_cast<std::size_t>(at)] : "");
+    at += event.len;
+    fileChanged(name, (event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0);
+  }
+}
+
 void BenchUsbBus::scan() {
-  std::vector<std::string> names;
+  std::set<std::string> names;
   std::error_code failed;
   for (const auto& entry : std::filesystem::directory_iterator(folder_, failed)) {
-    names.push_back(entry.path().filename());
+    names.insert(entry.path().filename());
   }
-  std::sort(names.begin(), names.end());
   for (const auto& name : names) {
     fileChanged(name, true);
   }
@@ -104,7 +165,9 @@ void BenchUsbBus::fileChanged(const std::string& fileName, bool come) {
   }
   const std::string name = fileName.substr(0, fileName.size() - kImageEnding.size());
   const std::string image = pluggedImage(folder_, name);
-  const auto known = players_.byImage(image);
+  const auto known = players_.first([&image](const BenchPlayer& player) {
+    return player.imagePath() == image && !player.hasLeft();
+  });
   const bool isNews = !come || !known || !known->isPresent();
   // What came may be gone by now: its going is told next.
   if (!isNews || (come && !std::filesystem::exists(image))) {
@@ -125,53 +188,22 @@ void BenchUsbBus::arrive(const std::string& name) {
     return;
   }
   const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
-  volumes_.arrived(player);
-  if (!attach_->notification) {
-    attach_->add(player);
-    return;
-  }
-  queue_.post([this, player] {
-    attach_->add(player);
-    attach_->begin();
-    attach_->notification(*attach_);
-    updateBusy();
-  });
+  disks_.arrived(player);
+  handOutArrival(std::make_shared<BenchUsbDevice>(player));
 }
 
 void BenchUsbBus::leave(const std::shared_ptr<BenchPlayer>& player) {
   player->leave();
-  volumes_.left(player);
-  queue_.post([this, player] {
-    detach_->add(player);
-    if (detach_->notification) {
-      detach_->begin();
-      detach_->notification(*detach_);
-      updateBusy();
-    }
-  });
-}
-
-std::shared_ptr<UsbDeviceIterator> BenchUsbBus::watch(const std::shared_ptr<Side>& side,
-                                                      Notification notification) {
-  side->notification = std::move(notification);
-  side->begin();
-  updateBusy();
-  return side;
-}
-
-std::shared_ptr<UsbDeviceIterator> BenchUsbBus::watchAttach(Notification notification) {
-  return watch(attach_, std::move(notification));
-}
-
-std::shared_ptr<UsbDeviceIterator> BenchUsbBus::watchDetach(Notification notification) {
-  return watch(detach_, std::move(notification));
+  disks_.left(player);
+  // A player whose leaving has been handled is remembered no longer.
+  handOutLeaving(std::make_shared<BenchUsbDevice>(player),
+                 [&players = players_, player] { players.forget(player); });
 }
 
 std::string BenchUsbBus::portName(std::uint32_t handle) const {
-  const auto player = players_.byHandle(handle);
+  const auto player =
+      players_.first([handle](const BenchPlayer& each) { return each.place().handle == handle; });
   return player && !player->hasLeft() ? player->place().port : std::string();
 }
-
-void BenchUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }
 
 }  // namespace fillstation

@@ -1,59 +1,50 @@
 #pragma once
 
+#include <QSocketNotifier>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "BenchDisks.h"
 #include "BenchPlayers.h"
-#include "BenchServices.h"
-#include "BenchVolumes.h"
-#include "FolderWatch.h"
-#include "UsbBus.h"
-#include "UsbEventQueue.h"
+#include "FileHandle.h"
+#include "QtUsbBus.h"
 
 namespace fillstation {
 
 // The bench folder as a USB bus: an image that comes is a player plugged in, one that goes a player
-// pulled out. Main thread; players, volumes and services outlive it.
-class BenchUsbBus : public UsbBus {
+// pulled out. A file that is being written there comes when its writer has closed it; one that is
+// moved in comes at once. Main thread; players, disks and services outlive it.
+class BenchUsbBus : public QtUsbBus {
  public:
-  BenchUsbBus(std::string benchFolder, BenchPlayers& players, BenchVolumes& volumes,
+  BenchUsbBus(std::string benchFolder, BenchPlayers& players, BenchDisks& disks,
               BenchServices services);
-  ~BenchUsbBus() override;
 
+  // Once.
   bool open(std::string_view className) override;
-  std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
-  std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
   // A player's image is its medium: another image is another player.
   void watchMedia(std::function<void()> /*notification*/) override {}
   std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
     return std::nullopt;
   }
   std::string portName(std::uint32_t handle) const override;
-  void hold() override { queue_.hold(); }
-  void resume() override { queue_.resume(); }
 
  private:
-  class Side;
-
+  bool watchFolder();
+  void readEvents();
   void scan();
   void fileChanged(const std::string& fileName, bool come);
   void arrive(const std::string& name);
   void leave(const std::shared_ptr<BenchPlayer>& player);
-  std::shared_ptr<UsbDeviceIterator> watch(const std::shared_ptr<Side>& side,
-                                           Notification notification);
-  void updateBusy();
 
   const std::string folder_;
   BenchPlayers& players_;
-  BenchVolumes& volumes_;
+  BenchDisks& disks_;
   BenchServices services_;
-  UsbEventQueue queue_;
-  FolderWatch folderWatch_;
-  std::shared_ptr<Side> attach_;
-  std::shared_ptr<Side> detach_;
+  FileHandle events_;
+  std::unique_ptr<QSocketNotifier> notifier_;
 };
 
 }  // namespace fillstation

@@ -11,7 +11,6 @@
 #include <set>
 #include <utility>
 
-#include "FatText.h"
 #include "FileHandle.h"
 
 namespace fillstation {
@@ -62,7 +61,7 @@ class Extraction {
 
  private:
   bool extractEntry(const std::string& parent, const FatEntry& entry) {
-    const std::string name = utf8Of(entry.name);
+    const std::string& name = entry.name;
     if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
       return false;
     }
@@ -111,41 +110,32 @@ std::variant<std::shared_ptr<BenchVolume>, Dissenter> BenchVolume::mount(
 BenchVolume::BenchVolume(int image, std::string folder, FatLedger ledger)
     : folder_(std::move(folder)), ledger_(std::move(ledger)), writer_(image, folder_) {}
 
-bool BenchVolume::isRoot(int descriptor) const {
-  struct stat open {};
-  struct stat there {};
-  return ::fstat(descriptor, &open) == 0 && ::stat(folder_.c_str(), &there) == 0 &&
-         open.st_dev == there.st_dev && open.st_ino == there.st_ino;
-}
-
-int BenchVolume::admitDirectory(const std::string& path) {
+int BenchVolume::admit(const std::string& path, std::optional<std::int64_t> size) {
   const std::scoped_lock guard(lock_);
-  return closed_ ? ENODEV : ledger_.admitDirectory(path);
-}
-
-int BenchVolume::admitFile(const std::string& path, std::int64_t size) {
-  const std::scoped_lock guard(lock_);
-  return closed_ ? ENODEV : ledger_.admitFile(path, size);
+  return closed_ ? ENODEV : ledger_.admit(path, size);
 }
 
 void BenchVolume::created(const std::string& path, bool isDirectory) {
   const std::scoped_lock guard(lock_);
   unwritten_.push_back({path, isDirectory});
   if (isDirectory) {
-    ledger_.addDirectory(path);
+    ledger_.add(path, std::nullopt);
     return;
   }
   struct stat status {};
   ::stat((folder_ + "/" + path).c_str(), &status);
-  ledger_.addFile(path, status.st_size);
+  ledger_.add(path, status.st_size);
   unwrittenBytes_ += status.st_size;
   if (unwrittenBytes_ > kMostUnwritten) {
     flushLocked();
   }
 }
 
-bool BenchVolume::flush() {
+bool BenchVolume::flush(bool isCutShort) {
   const std::scoped_lock guard(lock_);
+  if (isCutShort) {
+    unwritten_.resize(unwritten_.size() / 2);
+  }
   return flushLocked();
 }
 
@@ -157,12 +147,6 @@ bool BenchVolume::flushLocked() {
   }
   unwritten_.clear();
   return true;
-}
-
-void BenchVolume::flushHalf() {
-  const std::scoped_lock guard(lock_);
-  unwritten_.resize(unwritten_.size() / 2);
-  flushLocked();
 }
 
 void BenchVolume::close() {

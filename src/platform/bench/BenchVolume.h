@@ -30,26 +30,21 @@ class BenchVolume {
 
   // Absolute, without a "/" at the end.
   const std::string& folder() const { return folder_; }
-  // True when the descriptor is open on the folder.
-  bool isRoot(int descriptor) const;
 
   // Counts those that have it open.
   void opened() { ++openings_; }
   void released() { --openings_; }
   bool isOpen() const { return openings_.load() > 0; }
 
-  // What the file system says to a new entry: 0 or an errno.
-  int admitDirectory(const std::string& path);
-  int admitFile(const std::string& path, std::int64_t size);
+  // What the file system says to a new entry of so many bytes, none for a directory: 0 or an errno.
+  int admit(const std::string& path, std::optional<std::int64_t> size);
 
   // Enters what has been created. Writes to the image as soon as there is a lot to write.
   void created(const std::string& path, bool isDirectory);
 
-  // Writes everything that has been created into the image; false when that fails, and then always.
-  bool flush();
-
-  // Writes half of what waits to be written, for a flush that is cut short.
-  void flushHalf();
+  // Writes everything that has been created into the image, or half of what waits when it is cut
+  // short; false when that fails, and then always.
+  bool flush(bool isCutShort = false);
 
   // Removes the folder; nothing is admitted afterwards.
   void close();

@@ -3,12 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QString>
+#include <QStringDecoder>
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
-
-#include "FatText.h"
 
 namespace fillstation {
 
@@ -70,8 +70,7 @@ struct SlotReader {
 
   void takeLongName(const std::uint8_t* slot, std::int64_t offset) {
     if ((slot[0] & 0x40) != 0) {
-      longName.clear();
-      longNameSlots.clear();
+      forgetLongName();
     }
     std::u16string part;
     for (const std::size_t at : kLongNameUnits) {
@@ -87,11 +86,9 @@ struct SlotReader {
     if (base != "." && base != "..") {
       FatEntry entry;
       entry.shortName = joined(base, extension);
-      entry.name = longName;
-      if (longNameSlots.empty()) {
-        entry.name = *utf16Of(joined(lowered(base, (slot[12] & 0x08) != 0),
-                                     lowered(extension, (slot[12] & 0x10) != 0)));
-      }
+      entry.name = longNameSlots.empty() ? joined(lowered(base, (slot[12] & 0x08) != 0),
+                                                  lowered(extension, (slot[12] & 0x10) != 0))
+                                         : utf8Of(longName);
       entry.isDirectory = (slot[11] & kDirectory) != 0;
       entry.firstCluster = (static_cast<std::uint32_t>(word(slot + 20)) << 16) | word(slot + 26);
       entry.size = entry.isDirectory ? 0 : doubleWord(slot + 28);
@@ -127,6 +124,24 @@ struct SlotReader {
 };
 
 }  // namespace
+
+std::optional<std::u16string> utf16Of(std::string_view text) {
+  QStringDecoder decoder(QStringDecoder::Utf8,
+                         QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+  const QString decoded = decoder(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
+  if (decoder.hasError()) {
+    return std::nullopt;
+  }
+  return decoded.toStdU16String();
+}
+
+std::string utf8Of(std::u16string_view units) {
+  return QString::fromUtf16(units.data(), static_cast<qsizetype>(units.size())).toStdString();
+}
+
+std::string_view fatName(std::string_view name) {
+  return name.substr(0, name.find_last_not_of('.') + 1);
+}
 
 std::optional<FatImage> FatImage::open(int descriptor) {
   FatImage whole(descriptor, 0);
@@ -187,32 +202,21 @@ std::string FatImage::label() const {
   return label.empty() ? "NO NAME" : label;
 }
 
-bool FatImage::isDataCluster(std::uint32_t cluster) const {
-  return cluster >= 2 && cluster - 2 < clusters_;
-}
-
 std::int64_t FatImage::offsetOf(std::uint32_t cluster) const {
   return dataOffset_ + (static_cast<std::int64_t>(cluster) - 2) * clusterBytes_;
-}
-
-std::optional<std::uint32_t> FatImage::nextCluster(std::uint32_t cluster) const {
-  std::array<std::uint8_t, 4> entry{};
-  if (!readAt(descriptor_, fatOffset_ + static_cast<std::int64_t>(cluster) * 4, entry.data(), 4)) {
-    return std::nullopt;
-  }
-  return doubleWord(entry.data()) & kClusterMask;
 }
 
 std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) const {
   std::vector<std::uint32_t> clusters;
   for (std::uint32_t cluster = first; cluster < kEndOfChain;) {
-    const auto next = nextCluster(cluster);
+    std::array<std::uint8_t, 4> next{};
     // A chain longer than the file system runs in a circle.
-    if (!isDataCluster(cluster) || !next || clusters.size() == clusters_) {
+    if (cluster < 2 || cluster - 2 >= clusters_ || clusters.size() == clusters_ ||
+        !readAt(descriptor_, fatOffset_ + std::int64_t{cluster} * 4, next.data(), next.size())) {
       return std::nullopt;
     }
     clusters.push_back(cluster);
-    cluster = *next;
+    cluster = doubleWord(next.data()) & kClusterMask;
   }
   return clusters;
 }
@@ -270,15 +274,16 @@ bool FatImage::copyContent(const FatEntry& entry, int target) const {
   return left == 0;
 }
 
-bool FatImage::rename(const FatEntry& entry, const std::u16string& name) const {
-  if (name.size() != entry.name.size() || entry.longNameSlots.empty()) {
+bool FatImage::rename(const FatEntry& entry, const std::string& name) const {
+  const std::u16string units = utf16Of(name).value_or(u"");
+  if (units.size() != utf16Of(entry.name).value_or(u"").size() || entry.longNameSlots.empty()) {
     return false;
   }
-  for (std::size_t at = 0; at < name.size(); ++at) {
+  for (std::size_t at = 0; at < units.size(); ++at) {
     const std::int64_t unit = entry.longNameSlots[at / kLongNameUnits.size()] +
                               static_cast<std::int64_t>(kLongNameUnits[at % kLongNameUnits.size()]);
-    const std::array<std::uint8_t, 2> bytes{static_cast<std::uint8_t>(name[at] & 0xFF),
-                                            static_cast<std::uint8_t>(name[at] >> 8)};
+    const std::array<std::uint8_t, 2> bytes{static_cast<std::uint8_t>(units[at] & 0xFF),
+                                            static_cast<std::uint8_t>(units[at] >> 8)};
     if (::pwrite(descriptor_, bytes.data(), bytes.size(), unit) != 2) {
       return false;
     }

@@ -3,13 +3,23 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fillstation {
 
+// The UTF-16 code units of a UTF-8 text, none when it is not valid UTF-8.
+std::optional<std::u16string> utf16Of(std::string_view text);
+
+// The UTF-8 text of UTF-16 code units; a surrogate without its partner becomes a question mark.
+std::string utf8Of(std::u16string_view units);
+
+// What the file system calls a name: without the dots at its end.
+std::string_view fatName(std::string_view name);
+
 // One file or directory of a FAT32 file system. A plain value.
 struct FatEntry {
-  std::u16string name;    // as a person sees it
+  std::string name;       // as a person sees it, in UTF-8
   std::string shortName;  // "NAME.EXT", the bytes of the 8.3 name
   bool isDirectory = false;
   std::uint32_t firstCluster = 0;
@@ -47,16 +57,14 @@ class FatImage {
   bool copyContent(const FatEntry& entry, int target) const;
 
   // Replaces the long name of an entry by another of as many code units. False when that fails.
-  bool rename(const FatEntry& entry, const std::u16string& name) const;
+  bool rename(const FatEntry& entry, const std::string& name) const;
 
  private:
   using Bytes = std::vector<std::uint8_t>;
 
   FatImage(int descriptor, std::int64_t start) : descriptor_(descriptor), start_(start) {}
   bool readBootSector();
-  bool isDataCluster(std::uint32_t cluster) const;
   std::int64_t offsetOf(std::uint32_t cluster) const;
-  std::optional<std::uint32_t> nextCluster(std::uint32_t cluster) const;
   std::optional<std::vector<std::uint32_t>> chain(std::uint32_t first) const;
 
   int descriptor_;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -20,13 +21,11 @@ class FatLedger {
   void haveDirectory(const std::string& path, std::int64_t usedSlots);
   void haveName(const std::string& path);
 
-  // 0 when it would fit, or the errno of its creation.
-  int admitDirectory(const std::string& path) const { return admit(path, clusterBytes_); }
-  int admitFile(const std::string& path, std::int64_t size) const { return admit(path, size); }
+  // 0 when a new entry would fit, or the errno of its creation; bytes, none for a directory.
+  int admit(const std::string& path, std::optional<std::int64_t> size) const;
 
   // Enters what was created.
-  void addDirectory(const std::string& path);
-  void addFile(const std::string& path, std::int64_t size);
+  void add(const std::string& path, std::optional<std::int64_t> size);
 
  private:
   struct Directory {
@@ -34,11 +33,9 @@ class FatLedger {
     std::set<std::string> names;  // folded
   };
 
-  int admit(const std::string& path, std::int64_t size) const;
   std::int64_t clustersOf(std::int64_t bytes) const;
   // Clusters by which a directory grows for a name.
   std::int64_t growth(const Directory& directory, const std::string& name) const;
-  void add(const std::string& path, std::int64_t size);
 
   std::int64_t clusterBytes_ = 1;
   std::int64_t freeClusters_ = 0;

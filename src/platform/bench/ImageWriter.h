@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "FatImage.h"
@@ -20,9 +20,8 @@ struct NewEntry {
 // order, which thereby becomes the directory order. One thread; the descriptor stays the caller's.
 //
 // mtools takes some letters for patterns, refuses some names that FAT can hold and cuts characters
-// beyond the first 65,536 short. Such a name is therefore written as a stand-in of as many code
-// units, which is then replaced in the directory itself. Directories on the way are named to mtools
-// by their short names.
+// beyond the first 65,536 short. So it gets plain names of as many code units, which are then
+// replaced in the directory itself. Directories on the way are named to it by their short names.
 class ImageWriter {
  public:
   ImageWriter(int image, std::string folder);
@@ -37,22 +36,16 @@ class ImageWriter {
     std::string toolPath;  // "::/", short names, with a "/" at the end
     std::uint32_t cluster = 0;
   };
-  // An entry under the name that mtools gets, and the name that replaces it then.
-  struct Named {
-    std::string path;
-    std::u16string standIn;
-    std::u16string name;
-  };
   struct Group;
 
   bool writeGroup(const Group& group);
-  bool writeDirectories(const Place& parent, const std::vector<Named>& entries) const;
-  bool writeFiles(const Place& parent, const std::vector<Named>& entries) const;
-  bool replaceStandIns(const Place& parent, const std::vector<Named>& entries) const;
+  // False when an entry is not there, or not all of it.
+  bool replaceStandIns(const FatImage& image, const std::optional<FatDirectory>& written,
+                       const Group& group, const std::vector<std::string>& standIns) const;
+  // The place of a directory, null when the image has none.
   const Place* place(const std::string& directory);
-  Named named(const std::string& path);
-  // The words that begin a command of mtools on this image.
-  std::vector<std::string> command(const char* tool) const;
+  // Another name of as many code units, which a short name can't hold.
+  std::string nextStandIn(const std::string& name);
 
   int image_;
   std::string folder_;

@@ -1,15 +1,15 @@
 #include "Scenario.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <algorithm>
 #include <array>
 #include <fstream>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <utility>
-
-#include "JsonObject.h"
 
 namespace fillstation {
 
@@ -20,8 +20,8 @@ constexpr std::int64_t kSmallestMiB = 64;  // below it FAT32 has too few cluster
 constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
-template <class Moment>
-using Named = std::pair<const char*, Moment>;
+template <class Value>
+using Named = std::pair<const char*, Value>;
 
 constexpr std::array<Named<PullMoment>, 9> kPullMoments{{
     {"before-unmount", PullMoment::kBeforeUnmount},
@@ -46,85 +46,179 @@ constexpr std::array<Named<Lie>, 3> kLies{{
     {"flips", Lie::kFlips},
 }};
 
-// Reads a moment by its name; an absent one leaves the target untouched.
-template <class Moment, std::size_t kCount>
-void readMoment(JsonObject& object, const std::string& key,
-                const std::array<Named<Moment>, kCount>& moments, Moment& target) {
-  std::string given;
-  object.read(key, given);
-  std::string names;
-  for (const auto& [name, value] : moments) {
-    if (given == name) {
-      target = value;
-      return;
+// One object of a JSON text, read key by key. A value of the wrong kind is a problem, and an absent
+// one leaves its target untouched. What the targets hold then is the content: so an object is
+// written by reading an empty one.
+class Keys {
+ public:
+  // The first problem is kept; the text is empty while there is none, and outlives the keys.
+  Keys(const QJsonValue& value, std::string path, std::string& problem)
+      : given_(value.toObject()), path_(std::move(path)), problem_(problem) {
+    if (!value.isObject()) {
+      reportAt(path_, "must be an object");
     }
-    names += (names.empty() ? "" : ", ") + std::string(name);
   }
-  if (!given.empty()) {
-    object.report(key, "must be one of " + names);
+
+  // The value of a key, undefined when there is none.
+  QJsonValue take(const QString& key) {
+    const QJsonValue value = given_.value(key);
+    content_.insert(key, value);
+    return value;
   }
+
+  void read(const QString& key, std::string& target) {
+    const QJsonValue value = given_.value(key);
+    if (value.isString()) {
+      target = value.toString().toStdString();
+    } else if (!value.isUndefined()) {
+      report(key, "must be a text");
+    }
+    content_.insert(key, QString::fromStdString(target));
+  }
+
+  // null gives none.
+  void read(const QString& key, std::optional<std::string>& target) {
+    const QJsonValue value = given_.value(key);
+    if (value.isString()) {
+      target = value.toString().toStdString();
+    } else if (value.isNull()) {
+      target.reset();
+    } else if (!value.isUndefined()) {
+      report(key, "must be a text or null");
+    }
+    content_.insert(key, target ? QJsonValue(QString::fromStdString(*target)) : QJsonValue());
+  }
+
+  void read(const QString& key, bool& target) {
+    const QJsonValue value = given_.value(key);
+    if (!value.isBool() && !value.isUndefined()) {
+      report(key, "must be true or false");
+    }
+    target = value.toBool(target);
+    content_.insert(key, target);
+  }
+
+  // Whole numbers within both bounds only; a target below them is one that is not set.
+  void read(const QString& key, std::int64_t lowest, std::int64_t highest, std::int64_t& target) {
+    const QJsonValue value = given_.value(key);
+    if (!value.isUndefined()) {
+      target = value.toInteger(lowest - 1);
+      if (target < lowest || target > highest) {
+        report(key, "must be a whole number from " + std::to_string(lowest) + " to " +
+                        std::to_string(highest));
+      }
+    }
+    if (target >= lowest) {
+      content_.insert(key, static_cast<qint64>(target));
+    }
+  }
+
+  void read(const QString& key, std::optional<std::int64_t>& target) {
+    std::int64_t number = target.value_or(-1);
+    read(key, 0, kAnyNumber, number);
+    target = number < 0 ? std::nullopt : std::optional(number);
+  }
+
+  // One of the names, or no text for the target that has none.
+  template <class Value, std::size_t kCount>
+  void read(const QString& key, const std::array<Named<Value>, kCount>& names, Value& target) {
+    std::string name;
+    std::string all;
+    for (const auto& [each, value] : names) {
+      name = value == target ? each : name;
+      all += (all.empty() ? "" : ", ") + std::string(each);
+    }
+    read(key, name);
+    const auto found = std::find_if(names.begin(), names.end(),
+                                    [&name](const auto& each) { return each.first == name; });
+    if (found != names.end()) {
+      target = found->second;
+    } else if (!name.empty()) {
+      report(key, "must be one of " + all);
+    }
+  }
+
+  // Has the object of a key read, an empty one when there is none.
+  template <class Reader>
+  void readObject(const QString& key, Reader reader) {
+    const QJsonValue value = given_.value(key);
+    Keys keys(value.isUndefined() ? QJsonValue(QJsonObject()) : value, pathOf(key), problem_);
+    reader(keys);
+    content_.insert(key, keys.content());
+  }
+
+  // Reports what is wrong with a key's value.
+  void report(const QString& key, const std::string& what) { reportAt(pathOf(key), what); }
+
+  // The whole object; reports the first key that nobody asked for.
+  const QJsonObject& content() {
+    for (const QString& key : given_.keys()) {
+      if (!content_.contains(key)) {
+        report(key, "is not a known key");
+      }
+    }
+    return content_;
+  }
+
+ private:
+  std::string pathOf(const QString& key) const {
+    return (path_.empty() ? "" : path_ + ".") + key.toStdString();
+  }
+
+  void reportAt(const std::string& path, const std::string& what) {
+    if (problem_.empty()) {
+      problem_ = path.empty() ? what : path + ": " + what;
+    }
+  }
+
+  const QJsonObject given_;
+  QJsonObject content_;
+  const std::string path_;
+  std::string& problem_;
+};
+
+void readFaults(Keys& keys, BenchFaults& faults) {
+  keys.read("bytesPerSecond", 1, kAnyNumber, faults.bytesPerSecond);
+  keys.read("pull", kPullMoments, faults.pull);
+  keys.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
+  if ((faults.pullAfterBytes > 0) != (faults.pull == PullMoment::kAfterBytes)) {
+    keys.report("pull", "after-bytes and pullAfterBytes go together");
+  }
+  keys.read("failAfterBytes", faults.failAfterBytes);
+  keys.read("refuseMount", faults.refuseMount);
+  keys.read("refuseUnmount", faults.refuseUnmount);
+  keys.read("refuseFormat", faults.refuseFormat);
+  keys.read("diskAfterSearches", 0, 1'000, faults.diskAfterSearches);
+  keys.read("remount", kRemountMoments, faults.remount);
+  keys.read("readOnlyAfterBytes", faults.readOnlyAfterBytes);
+  keys.read("lie", kLies, faults.lie);
+  keys.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
+  if ((faults.lieFrom > 0) != (faults.lie != Lie::kNone)) {
+    keys.report("lie", "lie and lieFrom go together");
+  }
+  keys.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
 }
 
-void readPull(JsonObject& object, BenchFaults& faults) {
-  readMoment(object, "pull", kPullMoments, faults.pull);
-  const bool counted = object.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
-  if (counted != (faults.pull == PullMoment::kAfterBytes)) {
-    object.report("pull", "after-bytes and pullAfterBytes go together");
-  }
-}
-
-BenchFaults readFaults(const nlohmann::json& value, JsonPath path, JsonProblem& problem) {
-  JsonObject object(value, std::move(path), problem);
-  BenchFaults faults;
-  object.read("bytesPerSecond", 1, kAnyNumber, faults.bytesPerSecond);
-  readPull(object, faults);
-  std::int64_t failAfter = 0;
-  if (object.read("failAfterBytes", 0, kAnyNumber, failAfter)) {
-    faults.failAfterBytes = failAfter;
-  }
-  object.read("refuseMount", faults.refuseMount);
-  object.read("refuseUnmount", faults.refuseUnmount);
-  object.read("refuseFormat", faults.refuseFormat);
-  object.read("diskAfterSearches", 0, 1'000, faults.diskAfterSearches);
-  readMoment(object, "remount", kRemountMoments, faults.remount);
-  std::int64_t readOnlyAfter = 0;
-  if (object.read("readOnlyAfterBytes", 0, kAnyNumber, readOnlyAfter)) {
-    faults.readOnlyAfterBytes = readOnlyAfter;
-  }
-  readMoment(object, "lie", kLies, faults.lie);
-  const bool begins = object.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
-  if (begins != (faults.lie != Lie::kNone)) {
-    object.report("lie", "lie and lieFrom go together");
-  }
-  object.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
-  object.refuseOtherKeys();
-  return faults;
-}
-
-void readRelease(JsonObject& object, std::uint16_t& release) {
-  std::string digits = "0100";
-  object.read("release", digits);
+void readRelease(Keys& keys, std::uint16_t& release) {
+  std::string digits = QString("%1").arg(release, 4, 16, QChar('0')).toStdString();
+  keys.read("release", digits);
   if (digits.size() != 4 || digits.find_first_not_of("0123456789") != std::string::npos) {
-    object.report("release", "must be four decimal digits");
+    keys.report("release", "must be four decimal digits");
     return;
   }
   release = static_cast<std::uint16_t>(std::stoul(digits, nullptr, 16));
 }
 
-BenchIdentity readIdentityKeys(JsonObject& object, JsonProblem& problem) {
-  BenchIdentity identity;
-  object.read("product", identity.product);
-  object.read("manufacturer", identity.manufacturer);
-  object.read("serial", identity.serial);
-  readRelease(object, identity.release);
-  object.read("vendor", identity.vendor);
-  object.read("port", identity.port);
-  object.read("disk", identity.disk);
-  object.read("automount", identity.automount);
-  if (const auto* faults = object.find("faults")) {
-    identity.faults = readFaults(*faults, object.pathOf("faults"), problem);
-  }
-  return identity;
+void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
+  keys.read("product", identity.product);
+  keys.read("manufacturer", identity.manufacturer);
+  keys.read("serial", identity.serial);
+  readRelease(keys, identity.release);
+  keys.read("vendor", identity.vendor);
+  keys.read("port", identity.port);
+  keys.read("disk", identity.disk);
+  keys.read("automount", identity.automount);
+  keys.readObject("faults", [&identity](Keys& faults) { readFaults(faults, identity.faults); });
 }
 
 bool isPlayerName(const std::string& name) {
@@ -133,187 +227,106 @@ bool isPlayerName(const std::string& name) {
                               std::string::npos;
 }
 
-BenchPlayerPlan readPlayer(const nlohmann::json& value, JsonPath path, JsonProblem& problem) {
-  JsonObject object(value, std::move(path), problem);
-  BenchPlayerPlan plan;
-  object.read("name", plan.name);
+void readPlayer(Keys& keys, BenchPlayerPlan& plan) {
+  keys.read("name", plan.name);
   if (!isPlayerName(plan.name)) {
-    object.report("name", "must be made of letters, digits, \"-\" and \"_\"");
+    keys.report("name", "must be made of letters, digits, \"-\" and \"_\"");
   }
-  plan.identity = readIdentityKeys(object, problem);
-  object.read("sizeMiB", plan.identity.disk ? kSmallestMiB : 0, kLargestMiB, plan.sizeMiB);
-  object.read("label", plan.label);
+  readIdentityKeys(keys, plan.identity);
+  keys.read("sizeMiB", plan.identity.disk ? kSmallestMiB : 0, kLargestMiB, plan.sizeMiB);
+  keys.read("label", plan.label);
   if (plan.label && (plan.label->empty() || plan.label->size() > kLongestLabel)) {
-    object.report("label", "must have 1 to 11 characters");
+    keys.report("label", "must have 1 to 11 characters");
   }
-  object.read("blank", plan.blank);
-  object.refuseOtherKeys();
-  return plan;
+  keys.read("blank", plan.blank);
 }
 
-Scenario readKeys(const nlohmann::json& root, JsonProblem& problem) {
-  JsonObject object(root, {}, problem);
-  Scenario scenario;
-  if (const auto* value = object.find("credentials")) {
-    JsonObject credentials(*value, {"credentials"}, problem);
+void readScenarioKeys(Keys& keys, Scenario& scenario, std::string& problem) {
+  keys.readObject("credentials", [&scenario](Keys& credentials) {
     credentials.read("user", scenario.credentials.user);
     credentials.read("password", scenario.credentials.password);
-    credentials.refuseOtherKeys();
-  }
-  const auto* players = object.find("players");
-  if (players == nullptr || !players->is_array()) {
-    object.report("players", "must be a list");
-    return scenario;
+  });
+  const QJsonValue players = keys.take("players");
+  if (!players.isArray()) {
+    keys.report("players", "must be a list");
   }
   std::set<std::string> names;
-  for (std::size_t index = 0; index < players->size(); ++index) {
-    const JsonPath path{"players", std::to_string(index)};
-    scenario.players.push_back(readPlayer((*players)[index], path, problem));
-    if (!names.insert(scenario.players.back().name).second) {
-      problem.report(path, "there is a player of this name already");
+  const QJsonArray list = players.toArray();
+  for (const auto& value : list) {
+    const std::string key = "players[" + std::to_string(scenario.players.size()) + "]";
+    BenchPlayerPlan& plan = scenario.players.emplace_back();
+    Keys player(value, key, problem);
+    readPlayer(player, plan);
+    player.content();
+    if (!names.insert(plan.name).second) {
+      keys.report(QString::fromStdString(key), "there is a player of this name already");
     }
   }
-  object.refuseOtherKeys();
-  return scenario;
 }
 
 // Parses the text, has the reader read it, and gives what it read or the first problem.
 template <class Value, class Reader>
-std::variant<Value, ScenarioError> parse(std::string_view content, const std::string& file,
-                                         Reader reader) {
-  try {
-    const nlohmann::json root = nlohmann::json::parse(content);
-    JsonProblem problem;
-    Value value = reader(root, problem);
-    if (problem.found) {
-      return ScenarioError{file, lineOfPath(content, problem.path), problem.reason};
-    }
-    return value;
-  } catch (const nlohmann::json::parse_error& error) {
-    return ScenarioError{file, lineOfByte(content, error.byte > 0 ? error.byte - 1 : 0),
-                         error.what()};
-  } catch (const nlohmann::json::out_of_range& error) {
-    return ScenarioError{file, 0, error.what()};  // a number that no number holds
+std::variant<Value, std::string> parse(std::string_view content, const std::string& file,
+                                       Reader reader) {
+  QJsonParseError error;
+  const auto size = static_cast<qsizetype>(content.size());
+  const auto document = QJsonDocument::fromJson(QByteArray(content.data(), size), &error);
+  if (error.error != QJsonParseError::NoError) {
+    const auto end = content.begin() + std::min<qsizetype>(error.offset, size);
+    const auto line = 1 + std::count(content.begin(), end, '\n');
+    return file + ":" + std::to_string(line) + ": " + error.errorString().toStdString();
   }
+  std::string problem;
+  Value value;
+  Keys keys(document.isObject() ? QJsonValue(document.object()) : QJsonValue(), "", problem);
+  reader(keys, value, problem);
+  keys.content();
+  if (!problem.empty()) {
+    return file + ": " + problem;
+  }
+  return value;
 }
 
-std::optional<std::string> contentOf(const std::string& file) {
+// What a parser gives of a file's content.
+template <class Parser>
+auto parsedFile(const std::string& file, Parser parser) -> decltype(parser("", file)) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) {
-    return std::nullopt;
+    return file + ": can't be read";
   }
   std::ostringstream content;
   content << stream.rdbuf();
-  return content.str();
-}
-
-ScenarioError unreadable(const std::string& file) {
-  return ScenarioError{file, 0, "can't be read"};
-}
-
-template <class Moment, std::size_t kCount>
-const char* nameOf(Moment moment, const std::array<Named<Moment>, kCount>& moments) {
-  return std::find_if(moments.begin(), moments.end(),
-                      [&](const auto& entry) { return entry.second == moment; })
-      ->first;
-}
-
-nlohmann::ordered_json jsonOf(const BenchFaults& faults) {
-  nlohmann::ordered_json json = nlohmann::ordered_json::object();
-  if (faults.bytesPerSecond != 0) {
-    json["bytesPerSecond"] = faults.bytesPerSecond;
-  }
-  if (faults.pull != PullMoment::kNever) {
-    json["pull"] = nameOf(faults.pull, kPullMoments);
-  }
-  if (faults.pull == PullMoment::kAfterBytes) {
-    json["pullAfterBytes"] = faults.pullAfterBytes;
-  }
-  if (faults.failAfterBytes) {
-    json["failAfterBytes"] = *faults.failAfterBytes;
-  }
-  json["refuseMount"] = faults.refuseMount;
-  json["refuseUnmount"] = faults.refuseUnmount;
-  json["refuseFormat"] = faults.refuseFormat;
-  json["diskAfterSearches"] = faults.diskAfterSearches;
-  if (faults.remount != RemountMoment::kNever) {
-    json["remount"] = nameOf(faults.remount, kRemountMoments);
-  }
-  if (faults.readOnlyAfterBytes) {
-    json["readOnlyAfterBytes"] = *faults.readOnlyAfterBytes;
-  }
-  if (faults.lie != Lie::kNone) {
-    json["lie"] = nameOf(faults.lie, kLies);
-  }
-  if (faults.lieFrom != 0) {
-    json["lieFrom"] = faults.lieFrom;
-  }
-  if (faults.lieBytes != 0) {
-    json["lieBytes"] = faults.lieBytes;
-  }
-  return json;
-}
-
-std::string releaseDigits(std::uint16_t release) {
-  std::string digits;
-  for (int shift = 12; shift >= 0; shift -= 4) {
-    digits += static_cast<char>('0' + ((release >> shift) & 0xF));
-  }
-  return digits;
+  return parser(content.str(), file);
 }
 
 }  // namespace
 
-std::string ScenarioError::text() const {
-  return file + ":" + (line > 0 ? std::to_string(line) + ":" : "") + " " + reason;
+std::variant<Scenario, std::string> parseScenario(std::string_view content,
+                                                  const std::string& file) {
+  return parse<Scenario>(content, file, readScenarioKeys);
 }
 
-std::variant<Scenario, ScenarioError> parseScenario(std::string_view content,
-                                                    const std::string& file) {
-  return parse<Scenario>(content, file, readKeys);
-}
-
-std::variant<BenchIdentity, ScenarioError> parseIdentity(std::string_view content,
-                                                         const std::string& file) {
-  return parse<BenchIdentity>(content, file, [](const nlohmann::json& root, JsonProblem& problem) {
-    JsonObject object(root, {}, problem);
-    BenchIdentity identity = readIdentityKeys(object, problem);
-    object.refuseOtherKeys();
-    return identity;
+std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
+                                                       const std::string& file) {
+  return parse<BenchIdentity>(content, file, [](Keys& keys, BenchIdentity& identity, std::string&) {
+    readIdentityKeys(keys, identity);
   });
 }
 
-std::variant<Scenario, ScenarioError> readScenario(const std::string& file) {
-  const auto content = contentOf(file);
-  if (!content) {
-    return unreadable(file);
-  }
-  return parseScenario(*content, file);
+std::variant<Scenario, std::string> readScenario(const std::string& file) {
+  return parsedFile(file, parseScenario);
 }
 
-std::variant<BenchIdentity, ScenarioError> readIdentity(const std::string& file) {
-  const auto content = contentOf(file);
-  if (!content) {
-    return unreadable(file);
-  }
-  return parseIdentity(*content, file);
+std::variant<BenchIdentity, std::string> readIdentity(const std::string& file) {
+  return parsedFile(file, parseIdentity);
 }
 
 std::string identityText(const BenchIdentity& identity) {
-  nlohmann::ordered_json json = nlohmann::ordered_json::object();
-  json["product"] = nullptr;
-  if (identity.product) {
-    json["product"] = *identity.product;
-  }
-  json["manufacturer"] = identity.manufacturer;
-  json["serial"] = identity.serial;
-  json["release"] = releaseDigits(identity.release);
-  json["vendor"] = identity.vendor;
-  json["port"] = identity.port;
-  json["disk"] = identity.disk;
-  json["automount"] = identity.automount;
-  json["faults"] = jsonOf(identity.faults);
-  return json.dump(2) + "\n";
+  BenchIdentity written = identity;
+  std::string problem;
+  Keys keys(QJsonObject(), "", problem);
+  readIdentityKeys(keys, written);
+  return QJsonDocument(keys.content()).toJson().toStdString();
 }
 
 }  // namespace fillstation

@@ -93,26 +93,17 @@ struct Scenario {
   bool operator==(const Scenario&) const = default;
 };
 
-// Why a file could not be read. A plain value.
-struct ScenarioError {
-  std::string file;
-  int line = 0;  // the first is 1; 0 when it isn't known
-  std::string reason;
-
-  // "FILE:LINE: REASON", without the line when there is none.
-  std::string text() const;
-};
-
-// Reads a scenario, or says what is wrong with it first. The file's name stands in the error only.
-// Nothing is thrown. Any thread.
-std::variant<Scenario, ScenarioError> parseScenario(std::string_view content,
-                                                    const std::string& file);
-std::variant<Scenario, ScenarioError> readScenario(const std::string& file);
+// Reads a scenario, or says what is wrong with it first: "FILE: KEY: REASON", or "FILE:LINE:
+// REASON" of a text that is no JSON. The file's name stands in the error only. Nothing is thrown.
+// Any thread.
+std::variant<Scenario, std::string> parseScenario(std::string_view content,
+                                                  const std::string& file);
+std::variant<Scenario, std::string> readScenario(const std::string& file);
 
 // The same for the identity beside an image: one player's keys without those that make the image.
-std::variant<BenchIdentity, ScenarioError> parseIdentity(std::string_view content,
-                                                         const std::string& file);
-std::variant<BenchIdentity, ScenarioError> readIdentity(const std::string& file);
+std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
+                                                       const std::string& file);
+std::variant<BenchIdentity, std::string> readIdentity(const std::string& file);
 
 // The text of an identity file that reads back as this identity.
 std::string identityText(const BenchIdentity& identity);

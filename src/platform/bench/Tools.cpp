@@ -6,6 +6,9 @@
 
 namespace fillstation {
 
+namespace {
+
+// The word as a shell takes it back.
 std::string shellQuoted(const std::string& word) {
   std::string quoted = "'";
   for (const char letter : word) {
@@ -13,6 +16,8 @@ std::string shellQuoted(const std::string& word) {
   }
   return quoted + "'";
 }
+
+}  // namespace
 
 std::optional<std::string> runTool(const std::vector<std::string>& words, int image) {
   std::string line =

@@ -9,9 +9,6 @@ namespace fillstation {
 // How a tool that is run by runTool() names the image.
 inline constexpr const char* kHandedImage = "/proc/self/fd/3";
 
-// The word as a shell takes it back.
-std::string shellQuoted(const std::string& word);
-
 // Runs a tool of the system, found in the system's own folders, on an image: with nothing of our
 // environment, texts in UTF-8, no standard input. None when it succeeded, or what it said. Any
 // thread; the words together have at most 100,000 bytes.

@@ -18,21 +18,7 @@ constexpr int kReceiveBuffer = 16 * 1024 * 1024;
 
 }  // namespace
 
-UdevUsbBus::UdevUsbBus(KnownDisks& disks, const StopSource& stop) : disks_(disks), queue_(stop) {
-  attach_->onWalked = [this](const auto&) { updateBusy(); };
-  detach_->onWalked = [this](const UsbArrivals::Devices& handled) {
-    for (const auto& device : handled) {
-      disks_.forget(device->attach());
-    }
-    updateBusy();
-  };
-}
-
-// Whoever keeps an iterator may still walk it.
-UdevUsbBus::~UdevUsbBus() {
-  attach_->onWalked = [](const auto&) {};
-  detach_->onWalked = [](const auto&) {};
-}
+UdevUsbBus::UdevUsbBus(KnownDisks& disks, const StopSource& stop) : QtUsbBus(stop), disks_(disks) {}
 
 bool UdevUsbBus::open(std::string_view className) {
   if (className != kUsbDeviceClass || !listen()) {
@@ -72,7 +58,7 @@ std::vector<UdevDevice> UdevUsbBus::devicesNow() const {
 
 void UdevUsbBus::compareWithNow() {
   const auto now = devicesNow();
-  for (const auto& known : UsbArrivals::Devices(present_)) {
+  for (const auto& known : std::vector(present_)) {
     if (std::none_of(now.begin(), now.end(), [&known](const UdevDevice& device) {
           return usbHandleOf(device.get()) == known->handle();
         })) {
@@ -134,11 +120,7 @@ void UdevUsbBus::arrive(udev_device* device) {
     return;
   }
   present_.push_back(arrived);
-  if (attach_->isWatched()) {
-    notify(*attach_, std::move(arrived));
-  } else {
-    attach_->add(std::move(arrived));
-  }
+  handOutArrival(std::move(arrived));
 }
 
 void UdevUsbBus::leave(const std::optional<std::uint32_t>& handle) {
@@ -148,32 +130,7 @@ void UdevUsbBus::leave(const std::optional<std::uint32_t>& handle) {
   }
   left->leave();
   std::erase(present_, left);
-  notify(*detach_, left);
-}
-
-void UdevUsbBus::notify(UsbArrivals& side, std::shared_ptr<UdevUsbDevice> device) {
-  queue_.post([this, &side, device = std::move(device)] {
-    side.add(device);
-    if (side.isWatched()) {
-      side.notify();
-      updateBusy();
-    }
-  });
-}
-
-std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watch(const std::shared_ptr<UsbArrivals>& side,
-                                                     Notification notification) {
-  side->watch(std::move(notification));
-  updateBusy();
-  return side;
-}
-
-std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watchAttach(Notification notification) {
-  return watch(attach_, std::move(notification));
-}
-
-std::shared_ptr<UsbDeviceIterator> UdevUsbBus::watchDetach(Notification notification) {
-  return watch(detach_, std::move(notification));
+  handOutLeaving(left, [&disks = disks_, left] { disks.forget(left->attach()); });
 }
 
 void UdevUsbBus::watchMedia(std::function<void()> notification) {
@@ -181,7 +138,7 @@ void UdevUsbBus::watchMedia(std::function<void()> notification) {
 }
 
 void UdevUsbBus::notifyOfMedia() {
-  queue_.post([this] {
+  post([this] {
     if (mediaNotification_) {
       mediaNotification_();
     }
@@ -210,7 +167,5 @@ std::string UdevUsbBus::portName(std::uint32_t handle) const {
   const auto device = present(handle);
   return device ? device->portName() : std::string();
 }
-
-void UdevUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked() || !detach_->isWalked()); }
 
 }  // namespace fillstation

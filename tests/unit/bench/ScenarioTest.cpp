@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "TempFolder.h"
 
 namespace fillstation {
@@ -10,25 +12,21 @@ namespace {
 
 Scenario good(std::string_view content) {
   const auto parsed = parseScenario(content, "file");
-  if (const auto* error = std::get_if<ScenarioError>(&parsed)) {
-    ADD_FAILURE() << error->text();
+  if (const auto* error = std::get_if<std::string>(&parsed)) {
+    ADD_FAILURE() << *error;
     return {};
   }
   return std::get<Scenario>(parsed);
 }
 
-// The error's text without the file's name.
+// The error without the file's name.
 std::string bad(std::string_view content) {
   const auto parsed = parseScenario(content, "s.json");
-  const auto* error = std::get_if<ScenarioError>(&parsed);
-  if (error == nullptr) {
-    return "no error";
-  }
-  EXPECT_EQ(error->file, "s.json");
-  return error->text().substr(7);
+  const auto* error = std::get_if<std::string>(&parsed);
+  return error != nullptr && error->starts_with("s.json:") ? error->substr(7) : "no error";
 }
 
-// The error of a scenario with one player of these keys, on line 1.
+// The error of a scenario with one player of these keys.
 std::string badPlayer(const std::string& keys) { return bad("{\"players\": [{" + keys + "}]}"); }
 
 BenchPlayerPlan goodPlayer(const std::string& keys) {
@@ -87,35 +85,10 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   EXPECT_EQ(scenario, expected);
 }
 
-TEST(ScenarioTest, EveryMomentOfAPullHasItsName) {
-  const auto moment = [](const std::string& name) {
-    return goodPlayer(R"(, "faults": {"pull": ")" + name + "\"}").identity.faults.pull;
-  };
-  EXPECT_EQ(moment("before-unmount"), PullMoment::kBeforeUnmount);
-  EXPECT_EQ(moment("during-wipe"), PullMoment::kDuringWipe);
-  EXPECT_EQ(moment("during-format"), PullMoment::kDuringFormat);
-  EXPECT_EQ(moment("before-format"), PullMoment::kBeforeFormat);
-  EXPECT_EQ(moment("before-mount"), PullMoment::kBeforeMount);
-  EXPECT_EQ(moment("during-mount"), PullMoment::kDuringMount);
-  EXPECT_EQ(moment("during-flush"), PullMoment::kDuringFlush);
-  EXPECT_EQ(moment("during-read-back"), PullMoment::kDuringReadBack);
-  EXPECT_EQ(moment("during-flush"), PullMoment::kDuringFlush);
-}
-
-TEST(ScenarioTest, EveryMomentOfARemountHasItsName) {
-  const auto moment = [](const std::string& name) {
-    return goodPlayer(R"(, "faults": {"remount": ")" + name + "\"}").identity.faults.remount;
-  };
-  EXPECT_EQ(moment("after-unmount"), RemountMoment::kAfterUnmount);
-  EXPECT_EQ(moment("after-format"), RemountMoment::kAfterFormat);
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"remount": "later"})"),
-            "1: players[0].faults.remount: must be one of after-unmount, after-format");
-}
-
 TEST(ScenarioTest, SizesLieBetween64And8192MiB) {
   EXPECT_EQ(goodPlayer(", \"sizeMiB\": 64").sizeMiB, 64);
   EXPECT_EQ(goodPlayer(", \"sizeMiB\": 8192").sizeMiB, 8192);
-  const std::string reason = "1: players[0].sizeMiB: must be a whole number from 64 to 8192";
+  const std::string reason = " players[0].sizeMiB: must be a whole number from 64 to 8192";
   for (const std::string size : {"63", "8193", "64.5", "\"64\"", "-1", "18446744073709551615"}) {
     EXPECT_EQ(badPlayer("\"name\": \"a\", \"sizeMiB\": " + size), reason) << size;
   }
@@ -126,14 +99,14 @@ TEST(ScenarioTest, ADeviceWithoutADiskHasAnySize) {
 }
 
 TEST(ScenarioTest, LabelsHaveOneToElevenCharacters) {
-  const std::string reason = "1: players[0].label: must have 1 to 11 characters";
+  const std::string reason = " players[0].label: must have 1 to 11 characters";
   EXPECT_EQ(badPlayer(R"("name": "a", "label": "")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "label": "TWELVECHARS!")"), reason);
-  EXPECT_EQ(badPlayer(R"("name": "a", "label": 1)"), "1: players[0].label: must be a text or null");
+  EXPECT_EQ(badPlayer(R"("name": "a", "label": 1)"), " players[0].label: must be a text or null");
 }
 
 TEST(ScenarioTest, NamesAreFileNames) {
-  const std::string reason = "1: players[0].name: must be made of letters, digits, \"-\" and \"_\"";
+  const std::string reason = " players[0].name: must be made of letters, digits, \"-\" and \"_\"";
   EXPECT_EQ(badPlayer(""), reason);
   EXPECT_EQ(badPlayer(R"("name": "")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a/b")"), reason);
@@ -142,103 +115,115 @@ TEST(ScenarioTest, NamesAreFileNames) {
 
 TEST(ScenarioTest, NamesAreUnique) {
   EXPECT_EQ(bad("{\"players\": [\n{\"name\": \"a\"},\n{\"name\": \"b\"},\n{\"name\": \"a\"}]}"),
-            "4: players[2]: there is a player of this name already");
+            " players[2]: there is a player of this name already");
 }
 
 TEST(ScenarioTest, AReleaseHasFourDecimalDigits) {
   EXPECT_EQ(goodPlayer(", \"release\": \"0219\"").identity.release, 0x0219);
-  const std::string reason = "1: players[0].release: must be four decimal digits";
+  const std::string reason = " players[0].release: must be four decimal digits";
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "123")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "12345")"), reason);
   EXPECT_EQ(badPlayer(R"("name": "a", "release": "12a4")"), reason);
 }
 
-TEST(ScenarioTest, APullIsOneOfTheKnownMoments) {
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "later"})"),
-            "1: players[0].faults.pull: must be one of before-unmount, during-wipe, "
-            "before-format, during-format, before-mount, during-mount, after-bytes, during-flush, "
-            "during-read-back");
+BenchFaults goodFaults(const std::string& keys) {
+  return goodPlayer(", \"faults\": {" + keys + "}").identity.faults;
 }
 
-TEST(ScenarioTest, ALieHasAKindAndABeginning) {
-  const auto kind = [](const std::string& name) {
-    return goodPlayer(R"(, "faults": {"lieFrom": 1, "lie": ")" + name + "\"}").identity.faults.lie;
+// The error of one player's faults, without their place.
+std::string badFaults(const std::string& keys) {
+  const std::string error = badPlayer(R"("name": "a", "faults": {)" + keys + "}");
+  const std::string place = " players[0].faults.";
+  return error.starts_with(place) ? error.substr(place.size()) : error;
+}
+
+TEST(ScenarioTest, EveryMomentAndEveryLieHasItsName) {
+  const auto pull = [](const std::string& name) {
+    return goodFaults("\"pull\": \"" + name + "\"").pull;
   };
-  EXPECT_EQ(kind("drops"), Lie::kDrops);
-  EXPECT_EQ(kind("wraps"), Lie::kWraps);
-  EXPECT_EQ(kind("flips"), Lie::kFlips);
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "white", "lieFrom": 1})"),
-            "1: players[0].faults.lie: must be one of drops, wraps, flips");
-  const std::string reason = "1: players[0].faults.lie: lie and lieFrom go together";
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lie": "drops"})"), reason);
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"lieFrom": 5})"), reason);
+  EXPECT_EQ(pull("before-unmount"), PullMoment::kBeforeUnmount);
+  EXPECT_EQ(pull("during-wipe"), PullMoment::kDuringWipe);
+  EXPECT_EQ(pull("during-format"), PullMoment::kDuringFormat);
+  EXPECT_EQ(pull("before-format"), PullMoment::kBeforeFormat);
+  EXPECT_EQ(pull("before-mount"), PullMoment::kBeforeMount);
+  EXPECT_EQ(pull("during-mount"), PullMoment::kDuringMount);
+  EXPECT_EQ(pull("during-flush"), PullMoment::kDuringFlush);
+  EXPECT_EQ(pull("during-read-back"), PullMoment::kDuringReadBack);
+  EXPECT_EQ(badFaults(R"("pull": "later")"),
+            "pull: must be one of before-unmount, during-wipe, before-format, during-format, "
+            "before-mount, during-mount, after-bytes, during-flush, during-read-back");
+  EXPECT_EQ(goodFaults(R"("remount": "after-unmount")").remount, RemountMoment::kAfterUnmount);
+  EXPECT_EQ(goodFaults(R"("remount": "after-format")").remount, RemountMoment::kAfterFormat);
+  EXPECT_EQ(badFaults(R"("remount": "later")"),
+            "remount: must be one of after-unmount, after-format");
+  EXPECT_EQ(goodFaults(R"("lieFrom": 1, "lie": "drops")").lie, Lie::kDrops);
+  EXPECT_EQ(goodFaults(R"("lieFrom": 1, "lie": "wraps")").lie, Lie::kWraps);
+  EXPECT_EQ(goodFaults(R"("lieFrom": 1, "lie": "flips")").lie, Lie::kFlips);
+  EXPECT_EQ(badFaults(R"("lie": "white", "lieFrom": 1)"),
+            "lie: must be one of drops, wraps, flips");
 }
 
-TEST(ScenarioTest, APullAfterBytesSaysHowMany) {
-  const std::string reason =
-      "1: players[0].faults.pull: after-bytes and pullAfterBytes go together";
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "after-bytes"})"), reason);
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pullAfterBytes": 5})"), reason);
-  EXPECT_EQ(badPlayer(R"("name": "a", "faults": {"pull": "before-mount", "pullAfterBytes": 5})"),
-            reason);
+TEST(ScenarioTest, ALieHasABeginningAndAPullAfterBytesSaysHowMany) {
+  for (const std::string keys : {R"("lie": "drops")", R"("lieFrom": 5)"}) {
+    EXPECT_EQ(badFaults(keys), "lie: lie and lieFrom go together");
+  }
+  for (const std::string keys : {R"("pull": "after-bytes")", R"("pullAfterBytes": 5)",
+                                 R"("pull": "before-mount", "pullAfterBytes": 5)"}) {
+    EXPECT_EQ(badFaults(keys), "pull: after-bytes and pullAfterBytes go together");
+  }
 }
 
 TEST(ScenarioTest, NumbersOfFaultsHaveBounds) {
-  const auto reason = [](const std::string& key, const std::string& value) {
-    return badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": " + value + "}");
-  };
-  EXPECT_EQ(reason("bytesPerSecond", "0"),
-            "1: players[0].faults.bytesPerSecond: must be a whole number from 1 to "
-            "9223372036854775807");
-  EXPECT_NE(reason("pullAfterBytes", "0").find("from 1 to"), std::string::npos);
-  EXPECT_NE(reason("failAfterBytes", "-1").find("from 0 to"), std::string::npos);
-  EXPECT_NE(reason("readOnlyAfterBytes", "-1").find("from 0 to"), std::string::npos);
-  EXPECT_NE(reason("diskAfterSearches", "1001").find("from 0 to 1000"), std::string::npos);
-  EXPECT_NE(reason("diskAfterSearches", "-1").find("from 0 to 1000"), std::string::npos);
+  EXPECT_EQ(badFaults("\"bytesPerSecond\": 0"),
+            "bytesPerSecond: must be a whole number from 1 to 9223372036854775807");
+  EXPECT_NE(badFaults("\"pullAfterBytes\": 0").find("from 1 to"), std::string::npos);
+  EXPECT_NE(badFaults("\"failAfterBytes\": -1").find("from 0 to"), std::string::npos);
+  EXPECT_NE(badFaults("\"readOnlyAfterBytes\": -1").find("from 0 to"), std::string::npos);
+  EXPECT_NE(badFaults("\"diskAfterSearches\": 1001").find("from 0 to 1000"), std::string::npos);
+  EXPECT_NE(badFaults("\"diskAfterSearches\": -1").find("from 0 to 1000"), std::string::npos);
 }
 
 TEST(ScenarioTest, UnknownKeysAreErrorsEverywhere) {
-  EXPECT_EQ(bad("{\"players\": [],\n\n\"player\": 1}"), "3: player: is not a known key");
+  EXPECT_EQ(bad("{\"players\": [],\n\n\"player\": 1}"), " player: is not a known key");
   EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\n\"name\": \"a\"}}"),
-            "2: credentials.name: is not a known key");
+            " credentials.name: is not a known key");
   EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\",\n\"colour\": \"red\"}]}"),
-            "2: players[0].colour: is not a known key");
+            " players[0].colour: is not a known key");
   EXPECT_EQ(bad("{\"players\": [{\"name\": \"a\", \"faults\": {\n\n\"pulled\": true}}]}"),
-            "3: players[0].faults.pulled: is not a known key");
+            " players[0].faults.pulled: is not a known key");
 }
 
 TEST(ScenarioTest, WrongTypesAreErrorsEverywhere) {
-  EXPECT_EQ(bad("[]"), "1: must be an object");
-  EXPECT_EQ(bad("{}"), "1: players: must be a list");
-  EXPECT_EQ(bad("{\"players\": {}}"), "1: players: must be a list");
-  EXPECT_EQ(bad("{\"players\": [1]}"), "1: players[0]: must be an object");
-  EXPECT_EQ(bad("{\"players\": [], \"credentials\": 1}"), "1: credentials: must be an object");
-  EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"user\": 1}}"),
-            "1: credentials.user: must be a text");
-  EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"password\": 1}}"),
-            "1: credentials.password: must be a text");
-  EXPECT_EQ(badPlayer("\"name\": 1"), "1: players[0].name: must be a text");
+  EXPECT_EQ(bad("[]"), " must be an object");
+  EXPECT_EQ(bad("{}"), " players: must be a list");
+  EXPECT_EQ(bad("{\"players\": {}}"), " players: must be a list");
+  EXPECT_EQ(bad("{\"players\": [1]}"), " players[0]: must be an object");
+  EXPECT_EQ(bad("{\"players\": [], \"credentials\": 1}"), " credentials: must be an object");
+  for (const std::string key : {"user", "password"}) {
+    EXPECT_EQ(bad("{\"players\": [], \"credentials\": {\"" + key + "\": 1}}"),
+              " credentials." + key + ": must be a text");
+  }
+  const auto reason = [](const std::string& key) {
+    const std::string error = badPlayer("\"name\": \"a\", \"" + key + "\": 1");
+    return error.substr(std::min(error.size(), std::string(" players[0].").size() + key.size()));
+  };
+  EXPECT_EQ(badPlayer("\"name\": 1"), " players[0].name: must be a text");
+  EXPECT_EQ(reason("product"), ": must be a text or null");
+  EXPECT_EQ(reason("faults"), ": must be an object");
   for (const std::string key : {"manufacturer", "serial", "release", "vendor", "port"}) {
-    EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
-              "1: players[0]." + key + ": must be a text");
+    EXPECT_EQ(reason(key), ": must be a text") << key;
   }
-  EXPECT_EQ(badPlayer("\"name\": \"a\", \"product\": 1"),
-            "1: players[0].product: must be a text or null");
   for (const std::string key : {"disk", "automount", "blank"}) {
-    EXPECT_EQ(badPlayer("\"name\": \"a\", \"" + key + "\": 1"),
-              "1: players[0]." + key + ": must be true or false");
+    EXPECT_EQ(reason(key), ": must be true or false") << key;
   }
-  EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": []"),
-            "1: players[0].faults: must be an object");
   for (const std::string key : {"refuseMount", "refuseUnmount", "refuseFormat"}) {
-    EXPECT_EQ(badPlayer("\"name\": \"a\", \"faults\": {\"" + key + "\": 1}"),
-              "1: players[0].faults." + key + ": must be true or false");
+    EXPECT_EQ(badFaults("\"" + key + "\": 1"), key + ": must be true or false");
   }
 }
 
 TEST(ScenarioTest, TheFirstMistakeIsReported) {
   EXPECT_EQ(bad("{\"players\": [\n{\"name\": 1},\n{\"name\": 2}]}"),
-            "2: players[0].name: must be a text");
+            " players[0].name: must be a text");
 }
 
 TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
@@ -249,15 +234,14 @@ TEST(ScenarioTest, ASyntaxErrorHasItsLine) {
 }
 
 TEST(ScenarioTest, ANumberThatNoNumberHoldsIsAnError) {
-  const std::string error = bad("{\"players\": [], \"sizeMiB\": 1e999}");
-  EXPECT_NE(error.find("'1e999'"), std::string::npos) << error;
+  EXPECT_TRUE(bad("{\n\"players\": [], \"sizeMiB\": 1e999}").starts_with("2: "));
 }
 
 TEST(ScenarioTest, AFileThatIsNotThereIsAnErrorWithoutALine) {
   const auto scenario = readScenario("/nowhere/s.json");
-  EXPECT_EQ(std::get<ScenarioError>(scenario).text(), "/nowhere/s.json: can't be read");
+  EXPECT_EQ(std::get<std::string>(scenario), "/nowhere/s.json: can't be read");
   const auto identity = readIdentity("/nowhere/i.json");
-  EXPECT_EQ(std::get<ScenarioError>(identity).text(), "/nowhere/i.json: can't be read");
+  EXPECT_EQ(std::get<std::string>(identity), "/nowhere/i.json: can't be read");
 }
 
 TEST(ScenarioTest, FilesAreReadFromTheDisk) {
@@ -265,14 +249,13 @@ TEST(ScenarioTest, FilesAreReadFromTheDisk) {
   const std::string scenario = folder.write("s.json", "{\"players\": [{\"name\": \"a\"}]}");
   EXPECT_EQ(std::get<Scenario>(readScenario(scenario)).players.size(), 1U);
   const std::string identity = folder.write("i.json", "{\n\"vendor\": 1}");
-  EXPECT_EQ(std::get<ScenarioError>(readIdentity(identity)).text(),
-            identity + ":2: vendor: must be a text");
+  EXPECT_EQ(std::get<std::string>(readIdentity(identity)), identity + ": vendor: must be a text");
 }
 
 TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
   for (const std::string key : {"name", "sizeMiB", "label", "blank"}) {
     const auto parsed = parseIdentity("{\"" + key + "\": 1}", "i");
-    EXPECT_EQ(std::get<ScenarioError>(parsed).text(), "i:1: " + key + ": is not a known key");
+    EXPECT_EQ(std::get<std::string>(parsed), "i: " + key + ": is not a known key");
   }
 }
 
@@ -286,8 +269,7 @@ TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   pulled.faults.remount = RemountMoment::kAfterUnmount;
   for (const auto& identity : {plain, odd, pulled}) {
     const auto parsed = parseIdentity(identityText(identity), "i");
-    ASSERT_TRUE(std::holds_alternative<BenchIdentity>(parsed))
-        << std::get<ScenarioError>(parsed).text();
+    ASSERT_TRUE(std::holds_alternative<BenchIdentity>(parsed)) << std::get<std::string>(parsed);
     EXPECT_EQ(std::get<BenchIdentity>(parsed), identity);
   }
 }

@@ -1,0 +1,278 @@
+#include "BenchDisks.h"
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <utility>
+#include <variant>
+
+#include "BenchFolder.h"
+#include "BenchVolume.h"
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::string_view kDeviceFolder = "/dev/";
+
+const Dissenter kGone{"The device has gone."};
+
+// One opening of a bench player's volume: the volume's rules, the player's speed and its faults.
+// The clock outlives it.
+class BenchMedium : public VolumeMedium {
+ public:
+  BenchMedium(std::shared_ptr<BenchPlayer> player, std::shared_ptr<BenchVolume> volume,
+              Clock& clock)
+      : player_(std::move(player)), volume_(std::move(volume)), clock_(clock) {
+    volume_->opened();
+  }
+  ~BenchMedium() override { volume_->released(); }
+
+  int admitDirectory(const std::string& relativePath) override {
+    const int refused = refusal();
+    return refused != 0 ? refused : volume_->admit(relativePath, std::nullopt);
+  }
+
+  int admitFile(const std::string& relativePath, std::int64_t size) override {
+    const int refused = refusal();
+    return refused != 0 ? refused : volume_->admit(relativePath, size);
+  }
+
+  int admitBytes(std::int64_t count) override {
+    const BenchFaults& faults = player_->faults();
+    if (faults.bytesPerSecond > 0) {
+      const std::chrono::duration<double> pause(static_cast<double>(count) /
+                                                static_cast<double>(faults.bytesPerSecond));
+      clock_.sleep(std::chrono::duration_cast<std::chrono::microseconds>(pause));
+    }
+    if (player_->isReadOnly()) {
+      return EROFS;
+    }
+    const std::int64_t copied = player_->addCopied(count);
+    if (faults.pull == PullMoment::kAfterBytes && copied > faults.pullAfterBytes) {
+      player_->pull();
+    }
+    if (!player_->isPresent()) {
+      return ENODEV;
+    }
+    return faults.failAfterBytes && copied > *faults.failAfterBytes ? EIO : 0;
+  }
+
+  void created(const std::string& relativePath, bool isDirectory) override {
+    if (refusal() == 0) {
+      volume_->created(relativePath, isDirectory);
+    }
+  }
+
+  bool flush(int /*rootDescriptor*/) override {
+    if (player_->faults().pull == PullMoment::kDuringFlush) {
+      volume_->flush(true);
+      player_->pull();
+    }
+    return refusal() == 0 && volume_->flush() && player_->isPresent();
+  }
+
+ private:
+  // Why the medium takes nothing any more: 0 or an errno.
+  int refusal() const {
+    if (!player_->isPresent()) {
+      return ENODEV;
+    }
+    return player_->isReadOnly() ? EROFS : 0;
+  }
+
+  std::shared_ptr<BenchPlayer> player_;
+  std::shared_ptr<BenchVolume> volume_;
+  Clock& clock_;
+};
+
+}  // namespace
+
+BenchDisks::BenchDisks(std::string benchFolder, BenchPlayers& players, BenchServices services)
+    : folder_(std::move(benchFolder) + "/volumes"),
+      players_(players),
+      services_(services),
+      order_(services.mainThread) {}
+
+void BenchDisks::clear() {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+void BenchDisks::arrived(const std::shared_ptr<BenchPlayer>& player) {
+  if (player->identity().automount) {
+    add(player, [this](BenchPlayer& known) { return mountNow(known); });
+  }
+}
+
+void BenchDisks::left(const std::shared_ptr<BenchPlayer>& player) {
+  add(player, [](BenchPlayer& known) -> Refusal {
+    const std::scoped_lock guard(known.access());
+    if (const auto volume = known.volume()) {
+      volume->close();
+    }
+    return std::nullopt;
+  });
+}
+
+std::shared_ptr<Disk> BenchDisks::diskFromName(std::string_view name) {
+  if (name.starts_with(kDeviceFolder)) {
+    name.remove_prefix(kDeviceFolder.size());
+  }
+  return players_.first([name](const BenchPlayer& player) {
+    return player.identity().disk && player.place().diskName == name;
+  });
+}
+
+void BenchDisks::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                       Completion completion) {
+  request([this](BenchPlayer& player) { return mountAsAsked(player); }, disk, expected, completion);
+}
+
+void BenchDisks::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                         Completion completion) {
+  request([this](BenchPlayer& player) { return unmountNow(player); }, disk, expected, completion);
+}
+
+void BenchDisks::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+                       Completion completion) {
+  request([this](BenchPlayer& player) { return ejectNow(player); }, disk, expected, completion);
+}
+
+void BenchDisks::request(Work work, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
+                         const Completion& completion) {
+  const auto complete = [disk, completion](const Refusal& refused) {
+    if (completion) {
+      completion(disk, refused ? &*refused : nullptr);
+    }
+  };
+  const auto player = std::dynamic_pointer_cast<BenchPlayer>(disk);
+  if (!player) {
+    services_.mainThread.post([complete] { complete(Dissenter{"There is no such disk."}); });
+    return;
+  }
+  const auto checked = [work = std::move(work), expected](BenchPlayer& known) {
+    return known.is(expected) ? work(known) : Dissenter{"The disk is not the expected one."};
+  };
+  add(player, checked, complete);
+}
+
+void BenchDisks::add(const std::shared_ptr<BenchPlayer>& player, Work work,
+                     std::function<void(const Refusal&)> told) {
+  const auto begin = [this, player, work = std::move(work),
+                      told = std::move(told)](const DiskOrder::Ended& ended) {
+    services_.workers.spawn([this, player, work, told, ended] {
+      services_.mainThread.post([told, ended, refused = work(*player)] {
+        if (told) {
+          told(refused);
+        }
+        ended();
+      });
+    });
+  };
+  services_.mainThread.post([this, player, begin] { order_.add(player->place().handle, begin); });
+}
+
+BenchDisks::Refusal BenchDisks::mountAsAsked(BenchPlayer& player) {
+  player.pullAt(PullMoment::kBeforeMount);
+  auto refused = mountNow(player);
+  player.pullAt(PullMoment::kDuringMount);
+  return player.isPresent() ? refused : kGone;
+}
+
+BenchDisks::Refusal BenchDisks::mountNow(BenchPlayer& player) {
+  const std::scoped_lock guard(player.access());
+  return mountLocked(player);
+}
+
+BenchDisks::Refusal BenchDisks::mountLocked(BenchPlayer& player) {
+  if (!player.isPresent()) {
+    return kGone;
+  }
+  if (player.isEjected()) {
+    return Dissenter{"There is no medium."};
+  }
+  if (player.volume()) {
+    return std::nullopt;
+  }
+  Refusal refused;
+  if (player.faults().refuseMount) {
+    refused = Dissenter{"The volume refuses to be mounted."};
+  } else {
+    auto mounted = BenchVolume::mount(player.image(), folder_);
+    if (auto* volume = std::get_if<std::shared_ptr<BenchVolume>>(&mounted)) {
+      player.setVolume(std::move(*volume));
+    } else {
+      refused = std::get<Dissenter>(mounted);
+    }
+  }
+  player.setKnown(true);
+  return refused;
+}
+
+BenchDisks::Refusal BenchDisks::unmountNow(BenchPlayer& player) {
+  const std::scoped_lock guard(player.access());
+  player.pullAt(PullMoment::kBeforeUnmount);
+  if (!player.isPresent()) {
+    return kGone;
+  }
+  const auto volume = player.volume();
+  if (!volume) {
+    return std::nullopt;
+  }
+  if (player.faults().refuseUnmount || volume->isOpen()) {
+    return Dissenter{"The volume is in use."};
+  }
+  // What a medium that has turned read-only lacks is lost.
+  if (!player.isReadOnly() && !volume->flush()) {
+    return Dissenter{"What was copied can't be written."};
+  }
+  if (!player.applyLie()) {
+    return Dissenter{"What was copied can't be changed."};
+  }
+  player.setVolume(nullptr);
+  volume->close();
+  remountAt(player, RemountMoment::kAfterUnmount);
+  return std::nullopt;
+}
+
+BenchDisks::Refusal BenchDisks::ejectNow(BenchPlayer& player) {
+  auto refused = unmountNow(player);
+  if (!refused) {
+    player.setEjected();
+  }
+  return refused;
+}
+
+void BenchDisks::remountAt(BenchPlayer& player, RemountMoment moment) {
+  if (player.faults().remount == moment) {
+    mountLocked(player);
+  }
+}
+
+std::optional<std::string> BenchDisks::remount(const DiskIdentity& owner,
+                                               const std::string& mountPath) {
+  const auto player = players_.find(owner);
+  if (!player) {
+    return std::nullopt;
+  }
+  player->pullAt(PullMoment::kDuringReadBack);
+  if (unmountNow(*player)) {
+    return mountPath;
+  }
+  const auto volume = mountNow(*player) ? nullptr : player->volume();
+  return volume ? std::optional(volume->folder()) : std::nullopt;
+}
+
+std::shared_ptr<VolumeMedium> BenchDisks::mediumOf(int rootDescriptor,
+                                                   const std::string& /*mountPath*/,
+                                                   const DiskIdentity& owner) {
+  const auto player = players_.find(owner);
+  const auto volume = player ? player->volume() : nullptr;
+  if (!volume || !isOpenOn(rootDescriptor, volume->folder())) {
+    return nullptr;
+  }
+  return std::make_shared<BenchMedium>(player, volume, services_.clock);
+}
+
+}  // namespace fillstation
