@@ -1,4 +1,4 @@
-#include "copy_support.h"
+#include "CopyRig.h"
 
 // What a task does to a volume.
 

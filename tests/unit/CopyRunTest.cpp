@@ -1,4 +1,4 @@
-#include "copy_support.h"
+#include "CopyRig.h"
 
 // What one player's whole run writes to the system log, text by text.
 

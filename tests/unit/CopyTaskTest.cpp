@@ -1,4 +1,4 @@
-#include "copy_support.h"
+#include "CopyRig.h"
 
 #include <limits>
 

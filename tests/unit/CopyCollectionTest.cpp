@@ -1,4 +1,4 @@
-#include "copy_support.h"
+#include "CopyRig.h"
 
 #include <condition_variable>
 #include <limits>
