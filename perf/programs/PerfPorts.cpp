@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "Platform.h"
-#include "RealMedium.h"
 #include "Url.h"
 #include "UsbUtil.h"
 
@@ -110,7 +109,7 @@ PerfPorts::~PerfPorts() {
 std::shared_ptr<VolumeMedium> PerfPorts::Owner::mediumOf(int /*rootDescriptor*/,
                                                          const std::string& /*mountPath*/,
                                                          const DiskIdentity& /*owner*/) {
-  return std::make_shared<RealMedium>();
+  return std::make_shared<VolumeMedium>();
 }
 
 std::optional<std::string> PerfPorts::Owner::remount(const DiskIdentity& /*owner*/,

@@ -6,8 +6,8 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "FileHandle.h"
 #include "LeaveProcess.h"
-#include "OpenFiles.h"
 #include "OpenPanel.h"
 #include "ProgramIcon.h"
 #include "QtClock.h"

@@ -72,12 +72,10 @@ class Check(unittest.TestCase):
         before = [(path, path.stat().st_mtime_ns) for path in sorted(self.player.rglob("*"))]
         self.expect([self.book, "--", self.player], 0,
                     f"{self.player}: equal, 5 files and folders")
-        after = [(path, path.stat().st_mtime_ns) for path in sorted(self.player.rglob("*"))]
-        self.assertEqual(after, before)
-
-    def test_a_path_may_be_relative(self):
         self.expect(["book/", "--", "player/"], 0, "player/: equal, 5 files and folders",
                     cwd=self.root)
+        after = [(path, path.stat().st_mtime_ns) for path in sorted(self.player.rglob("*"))]
+        self.assertEqual(after, before)
 
     def test_the_last_byte_counts(self):
         content = bytearray(BOOK["Part 1/2.mp3"])
@@ -85,11 +83,9 @@ class Check(unittest.TestCase):
         fill(self.player, {"Part 1/2.mp3": content})
         self.expect_difference("Part 1/2.mp3 has different content")
 
-    def test_a_missing_file_is_one_difference(self):
+    def test_a_missing_file_is_one_difference_and_a_folder_is_all_below_it(self):
         (self.player / "Part 1/1.mp3").unlink()
         self.expect_difference("Part 1/1.mp3 is missing")
-
-    def test_everything_below_a_missing_folder_is_missing(self):
         shutil.rmtree(self.player / "Part 1")
         self.expect_difference("Part 1 is missing", 4)
 

@@ -2,7 +2,6 @@
 
 #include "FileManagerContract.h"
 #include "PosixFileManager.h"
-#include "RealMedium.h"
 
 namespace fillstation::test {
 namespace {
@@ -21,7 +20,7 @@ class PosixBackEnd : public FileManagerBackEnd, private VolumeOwner {
     const DiskIdentity known = owner();
     const bool isOurs =
         mountPath == mount_ && asked.node == known.node && asked.usbHandle == known.usbHandle;
-    return isOurs ? std::make_shared<RealMedium>() : nullptr;
+    return isOurs ? std::make_shared<VolumeMedium>() : nullptr;
   }
   std::optional<std::string> remount(const DiskIdentity& /*owner*/,
                                      const std::string& mountPath) override {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-// What a task is made of, and how it counts.
+// What a task is made of, how it counts, and who keeps whom alive.
 
 namespace fillstation::test {
 namespace {
@@ -29,49 +29,35 @@ TEST_F(TRFileCopyTaskTest, NewTaskTakesItsArgumentsAndSumsTheRoots) {
   EXPECT_EQ(TRFileCopyTask::sharedLocker(), lock);
 }
 
-TEST_F(TRFileCopyTaskTest, ListOfATaskIsItsOwn) {
-  const auto list = roots({fileRoot("/a.mp3", 300)});
-  const auto task = std::make_shared<TRFileCopyTask>(player, list, nullptr, nullptr);
-  list->clear();
-  EXPECT_EQ(task->files()->size(), 1U);
-}
-
-TEST_F(TRFileCopyTaskTest, RootWithoutASizeCountsAsZero) {
+TEST_F(TRFileCopyTaskTest, ListOfATaskIsItsOwnAndARootWithoutASizeCountsAsZero) {
   const auto unknown = fileRoot("/a.mp3", 0);
   unknown->setSize(Number());
-  const TRFileCopyTask task(player, roots({unknown, fileRoot("/b.mp3", 7)}), nullptr, nullptr);
-  EXPECT_EQ(task.totalSize(), 7);
+  const auto list = roots({unknown, fileRoot("/b.mp3", 7)});
+  const auto task = std::make_shared<TRFileCopyTask>(player, list, nullptr, nullptr);
+  list->clear();
+  EXPECT_EQ(task->files()->size(), 2U);
+  EXPECT_EQ(task->totalSize(), 7);
 }
 
-TEST_F(TRFileCopyTaskTest, WithoutAPlayerNothingOfTheTaskIsSet) {
+TEST_F(TRFileCopyTaskTest, WithoutAPlayerOrAListNothingOfTheTaskIsSet) {
   const auto list = roots({fileRoot("/a.mp3", 300)});
   const auto lock = std::make_shared<std::mutex>();
-  const TRFileCopyTask task(nullptr, list, lock, collectionFor(list, {}));
-  EXPECT_EQ(task.files(), nullptr);
-  EXPECT_EQ(task.totalSize(), 0);
-  EXPECT_EQ(task.taskGroup(), nullptr);
+  const auto group = collectionFor(list, {});
+  const std::vector<std::shared_ptr<TRFileCopyTask>> tasks{
+      std::make_shared<TRFileCopyTask>(nullptr, list, lock, group),
+      std::make_shared<TRFileCopyTask>(player, nullptr, lock, group),
+      std::make_shared<TRFileCopyTask>()};
+  for (const auto& task : tasks) {
+    EXPECT_FALSE(task->error());
+    EXPECT_EQ(task->player(), nullptr);
+    EXPECT_EQ(task->files(), nullptr);
+    EXPECT_EQ(task->totalSize(), 0);
+    EXPECT_EQ(task->currentSize(), 0);
+    EXPECT_EQ(task->currentProgress(), 0);
+    EXPECT_EQ(task->authRef(), nullptr);
+    EXPECT_EQ(task->taskGroup(), nullptr);
+  }
   EXPECT_NE(TRFileCopyTask::sharedLocker(), lock);
-}
-
-TEST_F(TRFileCopyTaskTest, WithoutAListNothingOfTheTaskIsSet) {
-  const auto lock = std::make_shared<std::mutex>();
-  const TRFileCopyTask task(player, nullptr, lock, collectionFor(roots(), {}));
-  EXPECT_EQ(task.player(), nullptr);
-  EXPECT_EQ(task.files(), nullptr);
-  EXPECT_EQ(task.taskGroup(), nullptr);
-  EXPECT_NE(TRFileCopyTask::sharedLocker(), lock);
-}
-
-TEST_F(TRFileCopyTaskTest, TaskMadeWithoutArgumentsHasNothing) {
-  const TRFileCopyTask task;
-  EXPECT_FALSE(task.error());
-  EXPECT_EQ(task.player(), nullptr);
-  EXPECT_EQ(task.files(), nullptr);
-  EXPECT_EQ(task.totalSize(), 0);
-  EXPECT_EQ(task.currentSize(), 0);
-  EXPECT_EQ(task.currentProgress(), 0);
-  EXPECT_EQ(task.authRef(), nullptr);
-  EXPECT_EQ(task.taskGroup(), nullptr);
 }
 
 TEST_F(TRFileCopyTaskTest, EveryCreationAssignsTheFileManagerAgain) {
@@ -120,39 +106,124 @@ TEST_F(TRFileCopyTaskTest, TwoFileRootsOf300And700BytesReport30And100) {
   EXPECT_EQ(group->progress().value(), 100);
 }
 
-TEST_F(TRFileCopyTaskTest, PercentageIsTruncated) {
-  const auto task = std::make_shared<TRFileCopyTask>();
-  task->setTotalSize(1000);
-  task->updateProgressWith(999);
-  EXPECT_EQ(task->currentProgress(), 99);
-}
-
-TEST_F(TRFileCopyTaskTest, PercentageOfTheLargestSizesIsExact) {
+TEST_F(TRFileCopyTaskTest, PercentageIsExactAndTruncatedAndOfNothingAHundred) {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max() - 1;
-  const auto task = std::make_shared<TRFileCopyTask>();
-  task->setTotalSize(kLargest);
-  task->updateProgressWith(kLargest / 2 - 1);
-  EXPECT_EQ(task->currentProgress(), 49);
-  task->updateProgressWith(1);
-  EXPECT_EQ(task->currentProgress(), 50);
-  task->updateProgressWith(kLargest / 2);
-  EXPECT_EQ(task->currentProgress(), 100);
+  struct Case {
+    std::int64_t total;
+    std::int64_t done;
+    std::int64_t percent;
+  };
+  for (const auto& each :
+       {Case{1000, 999, 99}, Case{kLargest, kLargest / 2 - 1, 49}, Case{kLargest, kLargest / 2, 50},
+        Case{kLargest, kLargest, 100}, Case{1, 0, 0}, Case{0, 0, 100}}) {
+    TRFileCopyTask task;
+    task.setTotalSize(each.total);
+    task.updateProgressWith(each.done);
+    EXPECT_EQ(task.currentSize(), each.done);
+    EXPECT_EQ(task.currentProgress(), each.percent) << each.total;
+  }
 }
 
-TEST_F(TRFileCopyTaskTest, TotalOfZeroIsAHundredPercent) {
-  const auto group = collectionFor(roots({fileRoot("/empty", 0)}), {player});
-  const auto task = group->tasks().at(0);
-  task->updateProgressWith(0);
-  EXPECT_EQ(task->currentSize(), 0);
-  EXPECT_EQ(task->currentProgress(), 100);
-  EXPECT_EQ(group->progress().value(), 100);
+// Who keeps whom alive.
+class CopyOwnershipTest : public CopyTest {
+ protected:
+  std::shared_ptr<TRFileCopyTask> alone(const std::shared_ptr<TRFileCopyTaskCollection>& group) {
+    return std::make_shared<TRFileCopyTask>(player, roots(), nullptr, group);
+  }
+
+  std::shared_ptr<TRPlayer> player = addDisk("sdb", "/media/p");
+  std::shared_ptr<TRFileCopyTaskCollection> collection = collectionFor(roots(), {});
+  std::weak_ptr<TRFileCopyTaskCollection> watched = collection;
+};
+
+TEST_F(CopyOwnershipTest, TaskThatIsHeldKeepsItsCollectionAlive) {
+  collection->addPlayer(player);
+  auto task = collection->tasks().at(0);
+  collection.reset();
+  ASSERT_NE(task->taskGroup(), nullptr);
+  EXPECT_EQ(task->taskGroup()->userName(), "admin");
+  EXPECT_EQ(task->taskGroup()->tasks().at(0), task);
+  task.reset();
+  EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(TRFileCopyTaskTest, TotalOfOneByteIsCounted) {
-  const auto task = std::make_shared<TRFileCopyTask>();
-  task->setTotalSize(1);
-  task->updateProgressWith(0);
-  EXPECT_EQ(task->currentProgress(), 0);
+TEST_F(CopyOwnershipTest, CollectionKeepsATaskThatNobodyElseHolds) {
+  collection->addPlayer(player);
+  collection->tasks().at(0)->setTotalSize(5);
+  EXPECT_EQ(collection->tasks().at(0)->totalSize(), 5);
+  const std::weak_ptr<TRPlayer> watchedPlayer = player;
+  player.reset();
+  EXPECT_FALSE(watchedPlayer.expired());
+  collection.reset();
+  EXPECT_TRUE(watched.expired());
+  EXPECT_TRUE(watchedPlayer.expired());
+}
+
+TEST_F(CopyOwnershipTest, CollectionSetToItsOwnTasksIsNoCycle) {
+  collection->addPlayer(player);
+  collection->addPlayer(nullptr);
+  auto before = collection->tasks();
+  collection->setTasks(before);
+  EXPECT_EQ(collection->tasks(), before);
+  before.clear();
+  collection.reset();
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CopyOwnershipTest, TaskOutlivesItsRemovalFromTheListTogetherWithTheCollection) {
+  collection->addPlayer(player);
+  auto task = collection->tasks().at(0);
+  collection->setTasks({});
+  EXPECT_TRUE(collection->tasks().empty());
+  collection.reset();
+  EXPECT_EQ(task->player(), player);
+  EXPECT_EQ(task->taskGroup(), watched.lock());
+  EXPECT_NE(task->taskGroup(), nullptr);
+  task.reset();
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CopyOwnershipTest, TaskMadeAloneHoldsItsCollectionAndListedThenIsNoCycle) {
+  auto task = alone(collection);
+  collection.reset();
+  ASSERT_NE(task->taskGroup(), nullptr);
+  task->taskGroup()->setTasks({task});
+  EXPECT_EQ(watched.lock(), nullptr) << "the task itself no longer holds it";
+}
+
+TEST_F(CopyOwnershipTest, ListedTaskThatGetsItsCollectionLaterIsNoCycle) {
+  auto task = alone(nullptr);
+  collection->setTasks({alone(nullptr), task});
+  task->setTaskGroup(collection);
+  EXPECT_EQ(task->taskGroup(), collection);
+  task.reset();
+  collection.reset();
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CopyOwnershipTest, UnlistedTaskHoldsTheCollectionThatItIsGivenUntilAnotherIsSet) {
+  const auto task = alone(nullptr);
+  collection->addPlayer(player);
+  EXPECT_EQ(task->taskGroup(), nullptr);
+  task->setTaskGroup(collection);
+  collection.reset();
+  EXPECT_NE(task->taskGroup(), nullptr);
+  task->setTaskGroup(nullptr);
+  EXPECT_EQ(task->taskGroup(), nullptr);
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CopyOwnershipTest, TaskOfAnotherCollectionKeepsThatOneAlive) {
+  collection->addPlayer(player);
+  auto other = collectionFor(roots(), {});
+  const std::weak_ptr<TRFileCopyTaskCollection> watchedOther = other;
+  other->setTasks(collection->tasks());
+  collection.reset();
+  EXPECT_EQ(other->tasks().at(0)->taskGroup(), watched.lock());
+  EXPECT_FALSE(watched.expired());
+  other.reset();
+  EXPECT_TRUE(watched.expired());
+  EXPECT_TRUE(watchedOther.expired());
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "ReportLine.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,92 +10,38 @@
 #include <string>
 #include <thread>
 
-#include "Platform.h"
-#include "ReportLine.h"
+#include "TestPlatform.h"
 
 namespace fillstation::test {
 namespace {
 
-// A main thread that lets each hand-over wait for a permit; it runs them where they come from.
-class SlowMainThread : public MainThread {
- public:
-  bool runAndWait(const std::function<void()>& callable) override {
-    std::unique_lock guard(lock_);
-    ++handOvers_;
-    changed_.notify_all();
-    changed_.wait(guard, [this] { return permits_ > 0; });
-    --permits_;
-    const bool ends = ends_;
-    guard.unlock();
-    if (!ends) {
-      callable();
-    }
-    guard.lock();
-    ++returned_;
-    changed_.notify_all();
-    return !ends;
-  }
-  void runPending() override {}
-
-  void permit(int count = 1) {
-    const std::scoped_lock guard(lock_);
-    permits_ += count;
-    changed_.notify_all();
-  }
-  void end() {
-    const std::scoped_lock guard(lock_);
-    ends_ = true;
-  }
-  void awaitHandOver(int number) {
-    std::unique_lock guard(lock_);
-    changed_.wait(guard, [this, number] { return handOvers_ >= number; });
-  }
-  void awaitReturn(int number) {
-    std::unique_lock guard(lock_);
-    changed_.wait(guard, [this, number] { return returned_ >= number; });
-  }
-  int handOvers() {
-    const std::scoped_lock guard(lock_);
-    return handOvers_;
-  }
-
- private:
-  std::mutex lock_;
-  std::condition_variable changed_;
-  int permits_ = 0;
-  int handOvers_ = 0;
-  int returned_ = 0;
-  bool ends_ = false;
-};
-
 class ReportLineTest : public ::testing::Test {
  protected:
-  void SetUp() override { platform().mainThread = &mainThread; }
-  void TearDown() override { platform() = {}; }
-
-  // Passes reports on a thread of their own, one after the other, which write their names.
-  void pass(const std::string& names) {
-    workers.push_back(std::async(std::launch::async, [this, names] {
-      for (const char name : names) {
-        line.pass([this, name] { shown += name; });
-      }
-    }));
+  // Passes a report on a thread of its own, which writes its name.
+  void pass(char name) {
+    workers.push_back(std::async(std::launch::async,
+                                 [this, name] { line.pass([this, name] { shown += name; }); }));
   }
-  // The same, and returns when the first of them waits behind the others.
-  void passBehind(const std::string& names, std::size_t waiting) {
-    pass(names);
+  // The same, and returns when it waits behind the others.
+  void passBehind(char name, std::size_t waiting) {
+    pass(name);
     while (line.waiting() != waiting) {
       std::this_thread::yield();
     }
   }
-  void joinWorkers() {
-    for (auto& worker : workers) {
-      worker.get();
-    }
+  // Lets the next hand-over happen.
+  void handOver() {
+    ports.mainThread.awaitQueued();
+    EXPECT_TRUE(ports.mainThread.runNext());
+  }
+  // What was shown when all have returned and no other hand-over is left.
+  std::string shownInAll() {
     workers.clear();
+    EXPECT_FALSE(ports.mainThread.runNext());
+    return shown;
   }
 
-  SlowMainThread mainThread;
+  TestPlatform ports;
   std::mutex lock;
   ReportLine line{lock, 0};
   std::string shown;
@@ -101,47 +49,37 @@ class ReportLineTest : public ::testing::Test {
 };
 
 TEST_F(ReportLineTest, ReportThatComesAfterAHandOverIsHandedOverAnew) {
-  mainThread.permit(2);
-  pass("a");
-  joinWorkers();
-  mainThread.awaitReturn(1);
-  pass("b");
-  joinWorkers();
-  mainThread.awaitReturn(2);
-  EXPECT_EQ(shown, "ab");
-  EXPECT_EQ(mainThread.handOvers(), 2);
+  pass('a');
+  handOver();
+  EXPECT_EQ(shownInAll(), "a");
+  pass('b');
+  handOver();
+  EXPECT_EQ(shownInAll(), "ab");
   EXPECT_EQ(line.waiting(), 0U);
 }
 
 TEST_F(ReportLineTest, ReportsThatWaitAreHandedOverTogetherInTheirOrder) {
-  pass("a");
-  mainThread.awaitHandOver(1);
-  passBehind("b", 2);
-  passBehind("c", 3);
-  passBehind("d", 4);
+  pass('a');
+  ports.mainThread.awaitQueued();
+  passBehind('b', 2);
+  passBehind('c', 3);
+  passBehind('d', 4);
   EXPECT_EQ(shown, "");
-  mainThread.permit();
-  joinWorkers();
-  mainThread.awaitReturn(1);
-  EXPECT_EQ(shown, "abcd");
-  EXPECT_EQ(mainThread.handOvers(), 1);
+  handOver();
+  EXPECT_EQ(shownInAll(), "abcd");
 }
 
 TEST_F(ReportLineTest, HandOverShowsWhatComesWhileItLasts) {
-  mainThread.permit();
   line.pass([this] {
-    passBehind("b", 1);
+    passBehind('b', 1);
     shown += 'a';
   });
-  joinWorkers();
-  EXPECT_EQ(shown, "ab");
-  EXPECT_EQ(mainThread.handOvers(), 1);
+  EXPECT_EQ(shownInAll(), "ab");
 }
 
 TEST_F(ReportLineTest, HandOverEndsAfterSomeReportsThoughMoreAreWaiting) {
   ReportLine brief(lock, 0, 2);
   std::array<std::future<void>, 3> passing;
-  mainThread.permit(2);
   // Each report but the last returns when the next one is waiting.
   std::function<void(std::size_t)> passFrom = [&](std::size_t number) {
     passing.at(number) = std::async(std::launch::async, [&, number] {
@@ -157,56 +95,57 @@ TEST_F(ReportLineTest, HandOverEndsAfterSomeReportsThoughMoreAreWaiting) {
     });
   };
   passFrom(0);
-  mainThread.awaitReturn(2);
+  handOver();
+  EXPECT_EQ(shown, "ab");
+  handOver();
   for (auto& each : passing) {
     each.get();
   }
-  EXPECT_EQ(shown, "abc");
-  EXPECT_EQ(mainThread.handOvers(), 2);
+  EXPECT_EQ(shownInAll(), "abc");
 }
 
 TEST_F(ReportLineTest, HandOverAwaitsTheNextReportWithPatience) {
   ReportLine patient(lock, std::numeric_limits<int>::max(), 2);
-  mainThread.permit();
-  workers.push_back(
-      std::async(std::launch::async, [&] { patient.pass([this] { shown += 'a'; }); }));
-  mainThread.awaitHandOver(1);
-  workers.push_back(
-      std::async(std::launch::async, [&] { patient.pass([this] { shown += 'b'; }); }));
-  joinWorkers();
-  EXPECT_EQ(shown, "ab");
-  EXPECT_EQ(mainThread.handOvers(), 1);
+  const auto passPatiently = [&](const ReportLine::Report& report) {
+    workers.push_back(std::async(std::launch::async, [&patient, report] { patient.pass(report); }));
+  };
+  passPatiently([&] {
+    shown += 'a';
+    passPatiently([this] { shown += 'b'; });
+  });
+  handOver();
+  EXPECT_EQ(shownInAll(), "ab");
 }
 
 TEST_F(ReportLineTest, EachReturnsWhenItsOwnReportHasReturned) {
-  pass("a");
-  mainThread.awaitHandOver(1);
-  passBehind("b", 2);
-  passBehind("c", 3);
+  pass('a');
+  ports.mainThread.awaitQueued();
+  passBehind('b', 2);
   std::promise<void> returned;
-  // The third one's report ends only when the second one's thread goes on.
+  // This report ends only when the thread of the one before goes on.
   auto last =
       std::async(std::launch::async, [&] { line.pass([&] { returned.get_future().wait(); }); });
-  while (line.waiting() != 4) {
+  while (line.waiting() != 3) {
     std::this_thread::yield();
   }
-  mainThread.permit();
-  workers.back().get();
-  workers.pop_back();
-  returned.set_value();
+  auto release = std::async(std::launch::async, [&] {
+    workers.back().wait();
+    returned.set_value();
+  });
+  handOver();
   last.get();
-  joinWorkers();
-  EXPECT_EQ(shown, "abc");
+  release.get();
+  EXPECT_EQ(shownInAll(), "ab");
 }
 
 TEST_F(ReportLineTest, AllReturnWithoutTheirReportsWhenTheProgramEnds) {
-  pass("a");
-  mainThread.awaitHandOver(1);
-  passBehind("b", 2);
-  passBehind("c", 3);
-  mainThread.end();
-  mainThread.permit();
-  joinWorkers();
+  pass('a');
+  ports.mainThread.awaitQueued();
+  passBehind('b', 2);
+  passBehind('c', 3);
+  ports.end();
+  workers.clear();
+  ports.mainThread.runPending();
   EXPECT_EQ(shown, "");
 }
 
@@ -217,7 +156,6 @@ TEST_F(ReportLineTest, LockIsHeldWhileAReportIsShownAndFreeAfterwards) {
         .get();
   };
   bool freeMeanwhile = true;
-  mainThread.permit();
   line.pass([&] { freeMeanwhile = isFree(); });
   EXPECT_FALSE(freeMeanwhile);
   EXPECT_TRUE(isFree());

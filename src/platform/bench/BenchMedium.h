@@ -5,7 +5,7 @@
 #include "BenchPlayer.h"
 #include "BenchVolume.h"
 #include "Clock.h"
-#include "VolumeMedium.h"
+#include "VolumeOwner.h"
 
 namespace fillstation {
 

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <mutex>
-#include <thread>
+#include <future>
 #include <vector>
 
 #include "FileHandle.h"
@@ -15,8 +13,8 @@ namespace fillstation {
 // Closes finished files behind a copy's back: on a FAT volume mounted with the option `flush` the
 // kernel sleeps up to a tenth of a second in each close of a written file, and many such sleeps
 // pass at the same time as well as one. Each such close also starts writing the volume's tables, so
-// that several files are closed together, after which those are written once. A thread is started
-// when no other is free. For one thread; closes everything when it goes. The calls outlive it.
+// that several files are closed together, after which those are written once. For one thread;
+// closes everything when it goes. The calls outlive it.
 class Closers {
  public:
   // Files that are still open at most, and threads.
@@ -25,7 +23,7 @@ class Closers {
   static constexpr std::size_t kTogether = 16;
 
   explicit Closers(KernelCalls& calls) : calls_(calls) {}
-  ~Closers();
+  ~Closers() { finish(); }
   Closers(const Closers&) = delete;
   Closers& operator=(const Closers&) = delete;
 
@@ -34,25 +32,18 @@ class Closers {
   void close(FileHandle file) noexcept;
 
   // Waits until every file is closed; false when a close has ever failed.
-  bool finish();
+  bool finish() noexcept;
 
  private:
-  // Lets the closes of the held files begin; the lock is held.
+  // Lets the closes of the held files begin.
   void begin();
-  void work();
-  // Closes the file that has waited longest, without the lock.
-  void closeFirst(std::unique_lock<std::mutex>& guard);
+  // Waits for the close that began first.
+  void awaitFirst();
 
   KernelCalls& calls_;
-  std::mutex lock_;
-  std::condition_variable arrived_;
-  std::condition_variable closed_;
   std::vector<FileHandle> held_;
-  std::deque<FileHandle> waiting_;  // for a thread
-  std::size_t open_ = 0;            // all of these and those that are being closed
+  std::deque<std::future<bool>> closing_;  // whether each succeeded
   bool failed_ = false;
-  bool ending_ = false;
-  std::vector<std::thread> threads_;
 };
 
 }  // namespace fillstation

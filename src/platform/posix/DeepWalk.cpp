@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "LongPath.h"
 #include "NameOrder.h"
 
 namespace fillstation {

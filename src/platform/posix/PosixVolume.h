@@ -14,7 +14,7 @@
 #include "FileManager.h"
 #include "KernelCalls.h"
 #include "StopSource.h"
-#include "VolumeMedium.h"
+#include "VolumeOwner.h"
 #include "WriteWindow.h"
 
 namespace fillstation {

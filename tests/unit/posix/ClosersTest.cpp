@@ -7,10 +7,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <thread>
-
-#include "KernelCalls.h"
 
 namespace fillstation {
 namespace {
@@ -20,9 +17,7 @@ class HeldCalls : public KernelCalls {
  public:
   int close(int descriptor) override {
     std::unique_lock guard(lock_);
-    ++inside_;
-    most_ = std::max(most_, inside_);
-    threads_.insert(std::this_thread::get_id());
+    most_ = std::max(most_, ++inside_);
     changed_.notify_all();
     changed_.wait(guard, [this] { return allowed_ > 0; });
     --allowed_;
@@ -42,13 +37,10 @@ class HeldCalls : public KernelCalls {
     std::unique_lock guard(lock_);
     changed_.wait(guard, [&] { return inside_ == count; });
   }
+  // How many lasted at the same time at most.
   int most() {
     const std::scoped_lock guard(lock_);
     return most_;
-  }
-  std::size_t threads() {
-    const std::scoped_lock guard(lock_);
-    return threads_.size();
   }
 
   bool failing = false;
@@ -59,100 +51,69 @@ class HeldCalls : public KernelCalls {
   int allowed_ = 0;
   int inside_ = 0;
   int most_ = 0;
-  std::set<std::thread::id> threads_;
 };
 
-FileHandle someFile() { return FileHandle(::open("/dev/null", O_RDONLY | O_CLOEXEC)); }
-
-void closeMore(Closers& closers, int count) {
-  for (int file = 0; file < count; ++file) {
-    closers.close(someFile());
+class ClosersTest : public testing::Test {
+ protected:
+  // The descriptor of the last one.
+  int close(int count) {
+    int descriptor = -1;
+    for (int file = 0; file < count; ++file) {
+      descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+      closers->close(FileHandle(descriptor));
+    }
+    return descriptor;
   }
-}
+  static bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) != -1; }
 
-TEST(Closers, ClosesBeginSixteenAtATime) {
   HeldCalls calls;
-  Closers closers(calls);
+  std::unique_ptr<Closers> closers = std::make_unique<Closers>(calls);
+};
+
+TEST_F(ClosersTest, ClosesBeginSixteenAtATimeAndElsewhere) {
   EXPECT_EQ(Closers::kTogether, 16U);
-  closeMore(closers, 15);
-  EXPECT_EQ(calls.threads(), 0U);
-  closeMore(closers, 1);
+  close(15);
+  EXPECT_EQ(calls.most(), 0);
+  const int descriptor = close(1);
   calls.waitFor(16);
-  closeMore(closers, 15);
+  close(15);
   EXPECT_EQ(calls.most(), 16);
+  EXPECT_TRUE(isOpen(descriptor));
   calls.allow(31);
-  EXPECT_TRUE(closers.finish());
+  EXPECT_TRUE(closers->finish());
+  EXPECT_FALSE(isOpen(descriptor));
 }
 
-TEST(Closers, CloseElsewhereAndReturnAtOnce) {
-  HeldCalls calls;
-  Closers closers(calls);
-  FileHandle file = someFile();
-  const int descriptor = file.get();
-  closers.close(std::move(file));
-  closeMore(closers, 15);
-  calls.waitFor(16);
-  EXPECT_NE(::fcntl(descriptor, F_GETFD), -1);
-  calls.allow(16);
-  EXPECT_TRUE(closers.finish());
-  EXPECT_EQ(::fcntl(descriptor, F_GETFD), -1);
-}
-
-TEST(Closers, ClosesLastAtTheSameTimeUpToTheLimit) {
-  HeldCalls calls;
-  Closers closers(calls);
+TEST_F(ClosersTest, ClosesLastAtTheSameTimeUpToTheLimit) {
   EXPECT_EQ(Closers::kMost, 32U);
-  closeMore(closers, 32);
+  close(32);
   calls.waitFor(32);
-  std::thread oneMore([&] { closers.close(someFile()); });
-  calls.allow(1);
-  oneMore.join();
-  calls.allow(32);
-  EXPECT_TRUE(closers.finish());
+  std::thread more([this] { close(16); });
+  calls.allow(48);
+  more.join();
+  EXPECT_TRUE(closers->finish());
   EXPECT_EQ(calls.most(), 32);
-  EXPECT_EQ(calls.threads(), 32U);
 }
 
-TEST(Closers, AFreeThreadIsUsedAgain) {
-  HeldCalls calls;
-  Closers closers(calls);
-  calls.allow(100);
-  for (int file = 0; file < 100; ++file) {
-    closers.close(someFile());
-    EXPECT_TRUE(closers.finish());
-  }
-  EXPECT_EQ(calls.threads(), 1U);
-}
-
-TEST(Closers, AFailureIsToldAlwaysAfterwards) {
-  HeldCalls calls;
-  Closers closers(calls);
+TEST_F(ClosersTest, AFailureIsToldAlwaysAfterwards) {
+  EXPECT_TRUE(closers->finish());
   calls.allow(3);
-  closers.close(someFile());
-  EXPECT_TRUE(closers.finish());
+  close(1);
+  EXPECT_TRUE(closers->finish());
   calls.failing = true;
-  closers.close(someFile());
-  EXPECT_FALSE(closers.finish());
+  close(1);
+  EXPECT_FALSE(closers->finish());
   calls.failing = false;
-  closers.close(someFile());
-  EXPECT_FALSE(closers.finish());
+  close(1);
+  EXPECT_FALSE(closers->finish());
 }
 
-TEST(Closers, WithoutFilesThereIsNothingToWaitFor) {
-  Closers closers(KernelCalls::real());
-  EXPECT_TRUE(closers.finish());
-}
-
-TEST(Closers, GoWhenEverythingIsClosed) {
-  HeldCalls calls;
-  auto closers = std::make_unique<Closers>(calls);
-  FileHandle file = someFile();
-  const int descriptor = file.get();
-  closers->close(std::move(file));
-  std::thread later([&] { calls.allow(1); });
+TEST_F(ClosersTest, GoWhenEverythingIsClosed) {
+  const int descriptor = close(1);
+  std::thread later([this] { calls.allow(1); });
   closers.reset();
   later.join();
-  EXPECT_EQ(::fcntl(descriptor, F_GETFD), -1);
+  EXPECT_FALSE(isOpen(descriptor));
 }
 
 }  // namespace

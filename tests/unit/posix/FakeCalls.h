@@ -26,10 +26,11 @@ class FakeCalls : public KernelCalls {
       ++sendsRefused;
       return -1;
     }
-    return KernelCalls::sendFile(target, source, std::min(count, longestWrite));
+    return KernelCalls::sendFile(target, source, std::min(count, longest));
   }
   ssize_t read(int descriptor, void* buffer, std::size_t count) override {
-    return failing == "read" ? fail() : KernelCalls::read(descriptor, buffer, count);
+    return failing == "read" ? fail()
+                             : KernelCalls::read(descriptor, buffer, std::min(count, longest));
   }
   ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) override {
     if (failing == "read at" && --callsUntilFailure < 0) {
@@ -51,7 +52,7 @@ class FakeCalls : public KernelCalls {
     if (failing == "write" && --callsUntilFailure < 0) {
       return fail();
     }
-    return KernelCalls::write(descriptor, buffer, std::min(count, longestWrite));
+    return KernelCalls::write(descriptor, buffer, std::min(count, longest));
   }
   int close(int descriptor) override {
     const int result = KernelCalls::close(descriptor);
@@ -86,7 +87,7 @@ class FakeCalls : public KernelCalls {
   int sendError = 0;  // what the kernel says to every sendfile, 0 when it can
   int sendsRefused = 0;
   int callsUntilFailure = 0;
-  std::size_t longestWrite = SIZE_MAX;
+  std::size_t longest = SIZE_MAX;  // bytes that one call moves at most
   std::function<void()> onReadAt;
   std::size_t longestReadAt = 0;
   std::int64_t bytesReadAt = 0;
