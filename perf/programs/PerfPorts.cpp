@@ -19,8 +19,8 @@ class PerfPorts::OneDisk : public Disk {
 
   std::optional<DiskDescription> copyDescription() override {
     DiskDescription description;
-    description.volumeName = PlatformValue::text("PLAYER");
-    description.volumePath = PlatformValue::url(Url::fromPath(mountPath_, true).absoluteString());
+    description.volumeName = "PLAYER";
+    description.volumePath = Url::fromPath(mountPath_, true).absoluteString();
     return description;
   }
 

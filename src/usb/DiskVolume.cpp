@@ -1,12 +1,8 @@
-#include "DiskVolume.h"
-
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 
 #include "Platform.h"
-#include "UsbText.h"
 #include "UsbUtil.h"
 
 namespace fillstation {
@@ -16,35 +12,31 @@ constexpr int kAttempts = 200;
 constexpr std::chrono::microseconds kPauseWithoutDescription(1'000'000);
 constexpr std::chrono::microseconds kPauseWithoutVolume(10'000);
 
-template <class Value>
-const Value* pointerTo(const std::optional<Value>& value) {
-  return value ? &*value : nullptr;
+// True when there was something to be stored.
+bool store(const char* found, std::optional<std::string>& output) {
+  if (*found == '\0') {
+    return false;
+  }
+  output = found;
+  return true;
 }
 
-void readName(const DiskDescription& description, OwnedCString& volumeName) {
-  const char* const name = cfTypeToCString(pointerTo(description.volumeName));
-  if (name != nullptr && *name != '\0') {
-    volumeName.reset(::strdup(name));
+void readFacts(const DiskDescription& description, std::optional<std::string>& volumeName,
+               std::optional<std::string>& volumePath) {
+  const std::string name = '"' + description.volumeName.value_or("") + '"';
+  if (store(cfTypeToCString(&name), volumeName)) {
     std::fputs("\n got vol name", stdout);
   }
-}
-
-void readPath(const DiskDescription& description, OwnedCString& volumePath) {
-  if (!description.volumePath) {
-    return;
-  }
-  std::array<char, kConversionLimit> buffer;
-  convertToCString(description.volumePath->description(), buffer.data());
-  const std::string path(addressIn(buffer.data()));
-  if (!path.empty()) {
-    volumePath.reset(::strdup(path.c_str()));
+  const std::string path = description.volumePath.value_or("");
+  if (store(cfStringRefToCString(&path), volumePath)) {
     std::fputs("\n got vol path", stdout);
   }
 }
 
 }  // namespace
 
-bool findDiskVolume(Disk& disk, OwnedCString& volumeName, OwnedCString& volumePath) {
+bool findDiskVolume(Disk& disk, std::optional<std::string>& volumeName,
+                    std::optional<std::string>& volumePath) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const auto description = disk.copyDescription();
     if (!description) {
@@ -54,8 +46,7 @@ bool findDiskVolume(Disk& disk, OwnedCString& volumeName, OwnedCString& volumePa
       std::fputs("\nsleeping", stdout);
       continue;
     }
-    readName(*description, volumeName);
-    readPath(*description, volumePath);
+    readFacts(*description, volumeName, volumePath);
     if (volumeName || volumePath) {
       return true;
     }
@@ -68,29 +59,29 @@ bool findDiskVolume(Disk& disk, OwnedCString& volumeName, OwnedCString& volumePa
 }
 
 void getDiskVolume(Disk* disk, char** volumeName, char** volumePath) {
-  OwnedCString name;
-  OwnedCString path;
+  std::optional<std::string> name;
+  std::optional<std::string> path;
   if (disk != nullptr) {
     findDiskVolume(*disk, name, path);
   }
-  *volumeName = name.release();
-  *volumePath = path.release();
+  *volumeName = name ? ::strdup(name->c_str()) : nullptr;
+  *volumePath = path ? ::strdup(path->c_str()) : nullptr;
 }
 
 void getDiskVolumeFromDriveName(const char* driveName, std::optional<std::string>& volumeName,
                                 std::optional<std::string>& volumePath) {
   const auto ownSession = platform().createDiskSession();
   const auto disk = driveName != nullptr ? ownSession->diskFromName(driveName) : nullptr;
-  char* name = nullptr;
-  char* path = nullptr;
-  getDiskVolume(disk.get(), &name, &path);
-  const OwnedCString ownedName(name);
-  const OwnedCString ownedPath(path);
-  if (name != nullptr) {
-    volumeName = name;
+  std::optional<std::string> name;
+  std::optional<std::string> path;
+  if (disk) {
+    findDiskVolume(*disk, name, path);
   }
-  if (path != nullptr) {
-    volumePath = path;
+  if (name) {
+    volumeName = std::move(name);
+  }
+  if (path) {
+    volumePath = std::move(path);
   }
 }
 

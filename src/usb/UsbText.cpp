@@ -1,7 +1,9 @@
-#include "UsbText.h"
-
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <set>
 
 #include "UsbUtil.h"
 #include "Utf8.h"
@@ -11,38 +13,52 @@ namespace {
 
 using TextBuffer = std::array<char, 2048>;
 
-}  // namespace
-
-void convertToCString(std::string_view text, char* buffer) {
+// A text that is too long or not UTF-8 leaves the empty string.
+void convert(std::string_view text, TextBuffer& buffer) {
   buffer[0] = '\0';
   if (text.size() < kConversionLimit && decodeUtf8(text)) {
-    buffer[text.copy(buffer, kConversionLimit)] = '\0';
+    buffer[text.copy(buffer.data(), kConversionLimit)] = '\0';
   }
 }
 
-std::string_view addressIn(std::string_view description) {
-  constexpr auto kNowhere = std::string_view::npos;
-  const auto equals = description.find('=', description.find('{'));
-  const auto comma = equals == kNowhere ? kNowhere : description.find(',', equals + 2);
-  return comma == kNowhere ? std::string_view()
-                           : description.substr(equals + 2, comma - equals - 2);
+constexpr std::uint16_t kDescriptorSize = 128;
+constexpr std::uint16_t kHeaderSize = 2;
+constexpr std::uint16_t kUsEnglish = 1033;
+
+// In force in every build: nothing sensible can follow.
+void requireUsbDevice(const UsbDeviceInterface* usbDevice) {
+  if (usbDevice == nullptr) {
+    std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
+    std::abort();
+  }
 }
+
+// A receiver may look at a record's descriptor strings at any time, so they are never freed. Equal
+// texts are kept once: players of one make don't add up.
+const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
+  static std::set<std::string> texts;
+  const std::unique_ptr<char, decltype(&std::free)> text(getUSBStringDescriptor(&usbDevice, index),
+                                                         &std::free);
+  return text ? texts.insert(text.get()).first->c_str() : nullptr;
+}
+
+}  // namespace
 
 const char* cfStringRefToCString(const std::string* s) {
   thread_local TextBuffer buffer;
   if (s == nullptr) {
     return nullptr;
   }
-  convertToCString(*s, buffer.data());
+  convert(*s, buffer);
   return buffer.data();
 }
 
-const char* cfTypeToCString(const PlatformValue* v) {
+const char* cfTypeToCString(const std::string* v) {
   thread_local TextBuffer buffer;
   if (v == nullptr) {
     return nullptr;
   }
-  convertToCString(v->description(), buffer.data());
+  convert(*v, buffer);
   // An older result may lie behind the terminator; strchr() stops in front of it.
   char* const open = std::strchr(buffer.data(), '"');
   char* const close = open != nullptr ? std::strchr(open + 1, '"') : nullptr;
@@ -56,6 +72,43 @@ const char* cfTypeToCString(const PlatformValue* v) {
     *result = 'x';
   }
   return result;
+}
+
+void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
+  const auto usbDevice = device.openInterface();
+  if (!usbDevice) {
+    return;
+  }
+  const auto manufacturer = usbDevice->manufacturerStringIndex();
+  const auto product = usbDevice->productStringIndex();
+  const auto serialNumber = usbDevice->serialNumberStringIndex();
+  const auto release = usbDevice->releaseNumber();
+  record.setVid(descriptor(*usbDevice, manufacturer));
+  record.setPid(descriptor(*usbDevice, product));
+  record.setSerialNumber(descriptor(*usbDevice, serialNumber));
+  record.setRev(release);
+}
+
+char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {
+  requireUsbDevice(usbDevice);
+  const UsbRequest request{.requestType = 0x80,
+                           .request = 6,
+                           .value = static_cast<std::uint16_t>(0x300U | index),
+                           .index = kUsEnglish,
+                           .length = kDescriptorSize};
+  std::array<std::uint8_t, kDescriptorSize> buffer{};
+  const auto transferred = usbDevice->deviceRequest(request, buffer);
+  if (!transferred) {
+    return nullptr;
+  }
+  // Nothing transferred wraps to an enormous count, which the end of the buffer bounds.
+  const std::uint32_t count = (*transferred - 1) >> 1U;
+  auto* const text = static_cast<char*>(std::calloc(kDescriptorSize, 1));
+  std::size_t from = kHeaderSize;
+  for (std::uint32_t unit = 0; unit < count && from < buffer.size(); ++unit, from += 2) {
+    text[unit] = static_cast<char>(buffer[from]);
+  }
+  return text;
 }
 
 }  // namespace fillstation

@@ -87,13 +87,12 @@ DiskDescription Machine::describe(const Device& device) const {
   if (!device.present || device.ejected) {
     return description;
   }
-  description.deviceVendor = PlatformValue::text(device.medium->vendor);
-  description.mediaSize = PlatformValue::number(device.medium->size);
+  description.deviceVendor = device.medium->vendor;
+  description.mediaSize = device.medium->size;
   if (device.known && device.medium->formatted) {
-    description.volumeName = PlatformValue::text(device.medium->label);
+    description.volumeName = device.medium->label;
     if (device.mounted) {
-      description.volumePath =
-          PlatformValue::url(Url::fromPath(mountPath(device), true).absoluteString());
+      description.volumePath = Url::fromPath(mountPath(device), true).absoluteString();
     }
   }
   return description;

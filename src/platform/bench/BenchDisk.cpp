@@ -11,16 +11,15 @@ std::optional<DiskDescription> BenchDisk::copyDescription() {
   if (!player_->isPresent() || player_->isEjected()) {
     return description;
   }
-  description.deviceVendor = PlatformValue::text(player_->identity().vendor);
-  description.mediaSize = PlatformValue::number(player_->mediaSize());
+  description.deviceVendor = player_->identity().vendor;
+  description.mediaSize = player_->mediaSize();
   const auto fat = player_->isKnown() ? FatImage::open(player_->image()) : std::nullopt;
   if (!fat) {
     return description;
   }
-  description.volumeName = PlatformValue::text(fat->label());
+  description.volumeName = fat->label();
   if (const auto volume = player_->volume()) {
-    description.volumePath =
-        PlatformValue::url(Url::fromPath(volume->folder(), true).absoluteString());
+    description.volumePath = Url::fromPath(volume->folder(), true).absoluteString();
   }
   return description;
 }
