@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "LogBatch.h"
 #include "Platform.h"
 #include "Utf8.h"
 
@@ -24,10 +23,9 @@ TRFile::TRFile() : content_(std::make_unique<Fields>()) {
 
 TRFile::TRFile(Place place, Number size) : content_(std::move(place)), size_(std::move(size)) {}
 
-bool TRFile::isEqual(const Object& other) const {
-  const auto* const file = dynamic_cast<const TRFile*>(&other);
+bool TRFile::isEqual(const TRFile& other) const {
   const auto own = path();
-  return file != nullptr && own && own == file->path();
+  return own && own == other.path();
 }
 
 std::size_t TRFile::hash() const { return std::hash<std::optional<std::string>>{}(path()); }
@@ -69,7 +67,7 @@ std::shared_ptr<TRFileList> TRFile::AddDir(const Url& url,
   if (!isDir(url.path())) {
     return files;
   }
-  LogBatch log;
+  LogBatch log(*platform().systemLog);
   const auto walk = platform().fileManager->walk(url.path(), [&log](const std::string& /*path*/) {
     log.add("error not dir!");
     return true;

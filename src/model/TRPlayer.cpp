@@ -16,10 +16,9 @@ std::shared_ptr<Disk> diskOf(const TRPlayer& player) {
 
 TRPlayer::TRPlayer() : name_("Empty"), path_("Empty"), selected_(Number(0)) {}
 
-bool TRPlayer::isEqual(const Object& other) const {
-  const auto* const player = dynamic_cast<const TRPlayer*>(&other);
+bool TRPlayer::isEqual(const TRPlayer& other) const {
   const auto own = diskName();
-  return player != nullptr && own && own == player->diskName();
+  return own && own == other.diskName();
 }
 
 std::size_t TRPlayer::hash() const { return std::hash<std::optional<std::string>>{}(diskName()); }

@@ -1,12 +1,45 @@
 #include "QtMainThread.h"
 
-#include <QCoreApplication>
+#include <time.h>
+
+#include <QCursor>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPointer>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <utility>
 
 namespace fillstation {
+namespace {
+
+// Of a clock that is cheap to ask for each of a million files.
+std::chrono::nanoseconds coarseNow() {
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+// Input on its way to a window, or what the system has already made of it.
+bool isInput(const QObject* receiver, const QEvent* event) {
+  switch (event->type()) {
+    case QEvent::Shortcut:
+    case QEvent::InputMethod:
+      return true;
+    case QEvent::ShortcutOverride:  // a question, which can't wait
+    case QEvent::Enter:
+      return false;
+    default:
+      return receiver->isWindowType() && event->isInputEvent();
+  }
+}
+
+bool isDrag(QEvent::Type type) {
+  return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::Drop;
+}
+
+}  // namespace
 
 // One callable on its way, shared by the thread that waits and the event that runs it. Whoever
 // takes the lock first decides whether it begins.
@@ -48,6 +81,68 @@ struct QtMainThread::HandOver {
   std::condition_variable changed;
   State state = State::waiting;
 };
+
+// Work that keeps the main thread from its loop, for as long as the loop is not back. Now and then
+// it lets the window be repainted, under a wait cursor, and be closed. Everything else waits:
+// the queue's callables, timers, and input, which the queue delivers afterwards in its order. What
+// is dragged here meanwhile is refused. Main thread; the queue outlives it.
+class QtMainThread::LongWork : public QObject {
+ public:
+  LongWork(MainLoopQueue& queue, std::chrono::milliseconds pace)
+      : queue_(queue), pace_(pace), nextLook_(coarseNow() + pace) {}
+  ~LongWork() override {
+    if (cursorIsSet_) {
+      QGuiApplication::restoreOverrideCursor();
+    }
+  }
+
+  // To be called again and again during the work; looks at the window once per pace.
+  void step() {
+    if (isLooking_ || coarseNow() < nextLook_) {
+      return;
+    }
+    // A program without a window has no cursor.
+    if (!cursorIsSet_ && qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr) {
+      QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+      QCoreApplication::instance()->installEventFilter(this);
+      cursorIsSet_ = true;
+    }
+    isLooking_ = true;
+    queue_.hold();
+    QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
+    queue_.resume();
+    isLooking_ = false;
+    nextLook_ = coarseNow() + pace_;
+  }
+
+  bool eventFilter(QObject* receiver, QEvent* event) override {
+    if (isDrag(event->type())) {
+      event->ignore();
+      return true;
+    }
+    if (!isInput(receiver, event)) {
+      return false;
+    }
+    queue_.add([receiver = QPointer(receiver), copy = std::shared_ptr<QEvent>(event->clone())] {
+      if (receiver) {
+        QCoreApplication::sendEvent(receiver, copy.get());
+      }
+    });
+    return true;
+  }
+
+ private:
+  MainLoopQueue& queue_;
+  const std::chrono::milliseconds pace_;
+  std::chrono::nanoseconds nextLook_;
+  bool cursorIsSet_ = false;
+  bool isLooking_ = false;  // what runs then may be long work too
+};
+
+QtMainThread::QtMainThread(StopSource& stop, std::chrono::milliseconds pace)
+    : stop_(stop), pace_(pace) {}
+
+QtMainThread::~QtMainThread() = default;
 
 bool QtMainThread::runAndWait(const std::function<void()>& callable) {
   if (isHere()) {

@@ -5,7 +5,6 @@
 #include <memory>
 #include <thread>
 
-#include "LongWork.h"
 #include "MainLoopQueue.h"
 #include "MainThread.h"
 #include "StopSource.h"
@@ -19,8 +18,8 @@ class QtMainThread : public MainThread {
  public:
   // The pace of keepWindowAlive().
   explicit QtMainThread(StopSource& stop,
-                        std::chrono::milliseconds pace = std::chrono::milliseconds(50))
-      : stop_(stop), pace_(pace) {}
+                        std::chrono::milliseconds pace = std::chrono::milliseconds(50));
+  ~QtMainThread() override;
 
   // A callable that has begun is waited for even when the stop is requested meanwhile (and the
   // answer is true); one that has not begun by then never begins.
@@ -32,8 +31,8 @@ class QtMainThread : public MainThread {
   void post(std::function<void()> callable);
 
   // For work that keeps the main thread, to be called again and again: once per pace, and not
-  // before the work has lasted as long, the window is repainted and obeys closing (see LongWork).
-  // Everything else waits for the main loop. Does nothing on another thread.
+  // before the work has lasted as long, the window is repainted and obeys closing. Everything else
+  // waits for the main loop. Does nothing on another thread.
   void keepWindowAlive();
 
   // True on the main thread.
@@ -41,6 +40,7 @@ class QtMainThread : public MainThread {
 
  private:
   struct HandOver;
+  class LongWork;
 
   const std::thread::id main_ = std::this_thread::get_id();
   StopSource& stop_;
