@@ -10,7 +10,7 @@
 #include "LeaveProcess.h"
 #include "OpenPanel.h"
 #include "ProgramIcon.h"
-#include "QtClock.h"
+#include "QtMainThread.h"
 #include "QtWorkspace.h"
 #include "SignalQuit.h"
 #include "StreamLog.h"

@@ -1,7 +1,7 @@
 #include "TRFile.h"
 
 #include <algorithm>
-#include <stdexcept>
+#include <map>
 
 #include "Platform.h"
 #include "Utf8.h"
@@ -115,28 +115,16 @@ TRFile::Fields& TRFile::ownFields() {
 }
 
 TRFile::Value TRFile::valueForKey(const std::string& key) const {
-  if (key == "isDir") {
-    return isDir();
-  }
-  if (key == "name") {
-    return valueOf(name());
-  }
-  if (key == "path") {
-    return valueOf(path());
-  }
-  if (key == "size") {
-    return size() ? Value(size()) : Value();
-  }
-  if (key == "files") {
-    return files() ? Value(files()) : Value();
-  }
-  if (key == "url") {
-    return valueOf(url());
-  }
-  if (key == "destRelativeUrl") {
-    return valueOf(destRelativeUrl());
-  }
-  throw std::out_of_range("no field of a file node is called " + key);
+  using Getter = Value (*)(const TRFile&);
+  static const std::map<std::string, Getter> getters{
+      {"isDir", [](const TRFile& node) -> Value { return node.isDir(); }},
+      {"name", [](const TRFile& node) { return valueOf(node.name()); }},
+      {"path", [](const TRFile& node) { return valueOf(node.path()); }},
+      {"size", [](const TRFile& node) { return node.size() ? Value(node.size()) : Value(); }},
+      {"files", [](const TRFile& node) { return node.files() ? Value(node.files()) : Value(); }},
+      {"url", [](const TRFile& node) { return valueOf(node.url()); }},
+      {"destRelativeUrl", [](const TRFile& node) { return valueOf(node.destRelativeUrl()); }}};
+  return getters.at(key)(*this);
 }
 
 std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size,

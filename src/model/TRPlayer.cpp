@@ -6,10 +6,16 @@
 namespace fillstation {
 namespace {
 
-// Made anew for each request: the name may stand for another disk by now.
-std::shared_ptr<Disk> diskOf(const TRPlayer& player) {
+// The disk is made anew for each request: the name may stand for another one by now.
+void request(TRPlayer& player, decltype(&DiskSession::mount) what,
+             decltype(&mountCallback) callback) {
   const auto diskName = player.diskName();
-  return diskName ? session->diskFromName(*diskName) : nullptr;
+  const auto disk = diskName ? session->diskFromName(*diskName) : nullptr;
+  ((*session).*what)(
+      disk, player.identity(),
+      [self = player.shared_from_this(), callback](const auto& asked, const Dissenter* dissenter) {
+        callback(asked, dissenter, self);
+      });
 }
 
 }  // namespace
@@ -33,26 +39,11 @@ bool TRPlayer::refresVolumeInfo() {
   return volumeName && volumePath;
 }
 
-void TRPlayer::mount() {
-  session->mount(diskOf(*this), identity(),
-                 [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                   mountCallback(disk, dissenter, self);
-                 });
-}
+void TRPlayer::mount() { request(*this, &DiskSession::mount, mountCallback); }
 
-void TRPlayer::unmount() {
-  session->unmount(diskOf(*this), identity(),
-                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                     unmountCallback(disk, dissenter, self);
-                   });
-}
+void TRPlayer::unmount() { request(*this, &DiskSession::unmount, unmountCallback); }
 
-void TRPlayer::eject() {
-  session->unmount(diskOf(*this), identity(),
-                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                     unmountEjectCallback(disk, dissenter, self);
-                   });
-}
+void TRPlayer::eject() { request(*this, &DiskSession::unmount, unmountEjectCallback); }
 
 void TRPlayer::OnDeviceMounted() {
   setIsMounted(true);

@@ -2,7 +2,6 @@
 #include <QCoreApplication>
 
 #include "LoopContract.h"
-#include "QtClock.h"
 #include "QtMainThread.h"
 #include "StopSource.h"
 #include "ThreadWorkers.h"

@@ -17,7 +17,7 @@
 #include "Holds.h"
 #include "JournalLog.h"
 #include "PolkitScriptRunner.h"
-#include "QtClock.h"
+#include "QtMainThread.h"
 #include "WindowSet.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"

@@ -7,16 +7,6 @@
 namespace fillstation::test {
 namespace {
 
-// Runs each callable on the thread that asks, so that reports overlap unless somebody prevents it.
-class NoMainThread : public MainThread {
- public:
-  bool runAndWait(const std::function<void()>& callable) override {
-    callable();
-    return true;
-  }
-  void runPending() override {}
-};
-
 class TRFileCopyTaskCollectionTest : public CopyTest {
  protected:
   // A collection of tasks at these percentages.
@@ -192,40 +182,6 @@ TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsHeldDuringAProgressReportAndNot
   reports->onResult = look;
   run(*made, reports);
   EXPECT_EQ(couldLock, (std::vector<bool>{false, true}));
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
-  constexpr std::size_t kTasks = 8;
-  constexpr std::int64_t kBytes = 100;
-  NoMainThread everyThread;
-  const auto made =
-      collectionFor(roots({fileRoot("/a", kBytes)}), std::vector(kTasks, addDisk("sdb", "/p")));
-  std::atomic<bool> inside{false};
-  std::atomic<int> overlaps{0};
-  const auto reports = reportsOf(made);
-  reports->onProgress = [&] {
-    overlaps += inside.exchange(true) ? 1 : 0;
-    std::this_thread::yield();
-    inside = false;
-  };
-  platform().mainThread = &everyThread;
-  std::vector<std::thread> workers;
-  for (const auto& task : made->tasks()) {
-    workers.emplace_back([task] {
-      for (std::int64_t byte = 0; byte < kBytes; ++byte) {
-        task->updateProgressWith(1);
-      }
-    });
-  }
-  for (auto& worker : workers) {
-    worker.join();
-  }
-  platform().mainThread = &ports.mainThread;
-  EXPECT_EQ(overlaps, 0);
-  ASSERT_EQ(reports->progress.size(), kTasks * static_cast<std::size_t>(kBytes));
-  // A figure is taken and shown under one hold of the lock, so it never steps back.
-  EXPECT_TRUE(std::is_sorted(reports->progress.begin(), reports->progress.end()));
-  EXPECT_EQ(reports->progress.back(), 100);
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) {

@@ -163,8 +163,7 @@ const std::vector<Lines> kUntilPause{
 class TRFileCopyTaskFormatEndingTest : public TRFileCopyTaskFormatTest,
                                        public ::testing::WithParamInterface<std::size_t> {};
 
-TEST_P(TRFileCopyTaskFormatEndingTest,
-       PauseThatIsCutShortEndsTheFormatWithoutAnotherCommandOrLogLine) {
+TEST_P(TRFileCopyTaskFormatEndingTest, NothingFollowsAPauseThatIsCutShort) {
   if (GetParam() == 1) {
     endClock();
   }
@@ -179,7 +178,7 @@ TEST_P(TRFileCopyTaskFormatEndingTest,
   EXPECT_EQ(trace.events(), kUntilPause.at(GetParam() - 1));
 }
 
-TEST_P(TRFileCopyTaskFormatEndingTest, EndOfTheProgramDuringAPauseEndsTheFormat) {
+TEST_P(TRFileCopyTaskFormatEndingTest, NothingFollowsAPauseDuringWhichTheProgramEnds) {
   atPause = [this](std::size_t number) {
     if (number == GetParam()) {
       ports.workers.stop();

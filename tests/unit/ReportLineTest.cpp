@@ -149,17 +149,5 @@ TEST_F(ReportLineTest, AllReturnWithoutTheirReportsWhenTheProgramEnds) {
   EXPECT_EQ(shown, "");
 }
 
-TEST_F(ReportLineTest, LockIsHeldWhileAReportIsShownAndFreeAfterwards) {
-  const auto isFree = [this] {
-    return std::async(std::launch::async,
-                      [this] { return std::unique_lock(lock, std::try_to_lock).owns_lock(); })
-        .get();
-  };
-  bool freeMeanwhile = true;
-  line.pass([&] { freeMeanwhile = isFree(); });
-  EXPECT_FALSE(freeMeanwhile);
-  EXPECT_TRUE(isFree());
-}
-
 }  // namespace
 }  // namespace fillstation::test

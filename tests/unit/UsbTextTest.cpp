@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
@@ -89,40 +88,6 @@ TEST(CfTypeToCString, DescriptionThatIsTooLongOrWithoutTwoQuotesYieldsTheEmptySt
   for (const std::string text : {"7", "a\"b", ""}) {
     EXPECT_STREQ(cfTypeToCString(&text), "") << text;
   }
-}
-
-TEST(UsbDeviceInfo, FreshRecordHasNullStringsAndZeroNumbers) {
-  const UsbDeviceInfo record;
-  for (const char* text :
-       {record.vid, record.pid, record.serialNumber, record.mountPath, record.volumeName}) {
-    EXPECT_EQ(text, nullptr);
-  }
-  EXPECT_EQ(record.rev, 0);
-  EXPECT_EQ(record.inserted, 0);
-  EXPECT_EQ(record.ioService, 0U);
-  EXPECT_EQ(record.size, 0);
-}
-
-TEST(UsbDeviceInfo, SettersStoreWhatTheyAreGiven) {
-  const std::array<const char*, 6> texts = {"v", "p", "s", "m", "n", "d"};
-  UsbDeviceInfo record;
-  record.setVid(texts[0]);
-  record.setPid(texts[1]);
-  record.setSerialNumber(texts[2]);
-  record.setMountPath(texts[3]);
-  record.setVolumeName(texts[4]);
-  record.setDiskName(texts[5]);
-  record.setRev(-3);
-  record.setSize(1LL << 40U);
-  record.setInserted(true);
-  EXPECT_EQ((std::array{record.vid, record.pid, record.serialNumber, record.mountPath,
-                        record.volumeName, record.diskName}),
-            texts);
-  EXPECT_EQ(record.rev, -3);
-  EXPECT_EQ(record.size, 1LL << 40U);
-  EXPECT_EQ(record.inserted, 1);
-  record.setInserted(false);
-  EXPECT_EQ(record.inserted, 0);
 }
 
 // A device that answers with 126 bytes of code units behind a header, as many as a buffer holds.

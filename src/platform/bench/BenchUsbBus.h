@@ -10,8 +10,8 @@
 #include "BenchServices.h"
 #include "BenchVolumes.h"
 #include "FolderWatch.h"
+#include "MainLoopQueue.h"
 #include "UsbBus.h"
-#include "UsbEventQueue.h"
 
 namespace fillstation {
 

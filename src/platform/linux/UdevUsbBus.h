@@ -11,12 +11,12 @@
 #include <vector>
 
 #include "KnownDisks.h"
+#include "MainLoopQueue.h"
 #include "StopSource.h"
 #include "Udev.h"
 #include "UdevUsbDevice.h"
 #include "UsbArrivals.h"
 #include "UsbBus.h"
-#include "UsbEventQueue.h"
 
 namespace fillstation {
 

@@ -4,8 +4,10 @@
 
 #include <QCursor>
 #include <QEvent>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QTimer>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -182,6 +184,36 @@ void QtMainThread::keepWindowAlive() {
     queue_.add([this] { longWork_ = nullptr; });
   }
   longWork_->step();
+}
+
+QtClock::QtClock(StopSource& stop)
+    : stop_(stop), onStop_(stop.onRequest([this] { queue_.add([this] { endPauses(); }); })) {}
+
+QtClock::~QtClock() { stop_.removeCallback(onStop_); }
+
+bool QtClock::sleep(std::chrono::microseconds duration) {
+  if (std::this_thread::get_id() != main_) {
+    return stop_.waitFor(duration);
+  }
+  if (duration > std::chrono::microseconds::zero() && !stop_.requested()) {
+    runLoopFor(duration);
+  }
+  return !stop_.requested();
+}
+
+void QtClock::endPauses() {
+  for (QEventLoop* const pause : pauses_) {
+    pause->quit();
+  }
+}
+
+void QtClock::runLoopFor(std::chrono::microseconds duration) {
+  QEventLoop pause;
+  pauses_.push_back(&pause);
+  QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,
+                     &pause, &QEventLoop::quit);
+  pause.exec();
+  pauses_.pop_back();
 }
 
 }  // namespace fillstation

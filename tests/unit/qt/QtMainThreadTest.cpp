@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -62,3 +63,9 @@ TEST(QtMainThread, NothingBeginsWhileTheRequestIsStillSpreading) {
 
 }  // namespace
 }  // namespace fillstation
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  const QCoreApplication application(argc, argv);
+  return RUN_ALL_TESTS();
+}

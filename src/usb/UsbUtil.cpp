@@ -1,11 +1,14 @@
+#include "UsbUtil.h"
+
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <set>
 
-#include "UsbUtil.h"
+#include "Platform.h"
 #include "Utf8.h"
 
 namespace fillstation {
@@ -40,6 +43,31 @@ const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
   const std::unique_ptr<char, decltype(&std::free)> text(getUSBStringDescriptor(&usbDevice, index),
                                                          &std::free);
   return text ? texts.insert(text.get()).first->c_str() : nullptr;
+}
+
+constexpr int kAttempts = 200;
+constexpr std::chrono::microseconds kPauseWithoutDescription(1'000'000);
+constexpr std::chrono::microseconds kPauseWithoutVolume(10'000);
+
+// True when there was something to be stored.
+bool store(const char* found, std::optional<std::string>& output) {
+  if (*found == '\0') {
+    return false;
+  }
+  output = found;
+  return true;
+}
+
+void readFacts(const DiskDescription& description, std::optional<std::string>& volumeName,
+               std::optional<std::string>& volumePath) {
+  const std::string name = '"' + description.volumeName.value_or("") + '"';
+  if (store(cfTypeToCString(&name), volumeName)) {
+    std::fputs("\n got vol name", stdout);
+  }
+  const std::string path = description.volumePath.value_or("");
+  if (store(cfStringRefToCString(&path), volumePath)) {
+    std::fputs("\n got vol path", stdout);
+  }
 }
 
 }  // namespace
@@ -109,6 +137,56 @@ char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) 
     text[unit] = static_cast<char>(buffer[from]);
   }
   return text;
+}
+
+bool findDiskVolume(Disk& disk, std::optional<std::string>& volumeName,
+                    std::optional<std::string>& volumePath) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const auto description = disk.copyDescription();
+    if (!description) {
+      if (!platform().clock->sleep(kPauseWithoutDescription)) {
+        return false;
+      }
+      std::fputs("\nsleeping", stdout);
+      continue;
+    }
+    readFacts(*description, volumeName, volumePath);
+    if (volumeName || volumePath) {
+      return true;
+    }
+    std::fputs("\n no vol name", stdout);
+    if (!platform().clock->sleep(kPauseWithoutVolume)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void getDiskVolume(Disk* disk, char** volumeName, char** volumePath) {
+  std::optional<std::string> name;
+  std::optional<std::string> path;
+  if (disk != nullptr) {
+    findDiskVolume(*disk, name, path);
+  }
+  *volumeName = name ? ::strdup(name->c_str()) : nullptr;
+  *volumePath = path ? ::strdup(path->c_str()) : nullptr;
+}
+
+void getDiskVolumeFromDriveName(const char* driveName, std::optional<std::string>& volumeName,
+                                std::optional<std::string>& volumePath) {
+  const auto ownSession = platform().createDiskSession();
+  const auto disk = driveName != nullptr ? ownSession->diskFromName(driveName) : nullptr;
+  std::optional<std::string> name;
+  std::optional<std::string> path;
+  if (disk) {
+    findDiskVolume(*disk, name, path);
+  }
+  if (name) {
+    volumeName = std::move(name);
+  }
+  if (path) {
+    volumePath = std::move(path);
+  }
 }
 
 }  // namespace fillstation
