@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "DeepWalk.h"
-#include "NameOrder.h"
 #include "PerfPorts.h"
 #include "PosixVolume.h"
 #include "TRFile.h"

@@ -156,13 +156,6 @@ TEST_F(TRFileBuilder, RootFolderOfTheFileSystemCanBeChosen) {
   EXPECT_EQ(relativesOf(*root), (Texts{"a/", "a/x.mp3"}));
 }
 
-TEST_F(TRFileBuilder, FolderAddressMayEndInASlashAlready) {
-  files.addFolder("/a", {fileStep("/a/x.mp3", 1)});
-  const auto root = TRFile::CreateTRFilesFromURL(Url::withString("file:///a/"), "mp3");
-  EXPECT_EQ(textOfAll(*root), "folder a /a 1 file:///a/ / list");
-  EXPECT_EQ(relativesOf(*root), Texts{"x.mp3"});
-}
-
 TEST_F(TRFileBuilder, AFieldThatIsSetLeavesTheOthersOfADescendantAsTheyAre) {
   const auto fresh = [this] {
     files.addFolder("/a", {folderStep("/a/b c"), fileStep("/a/b c/1 %.mp3", 10)});
@@ -194,51 +187,6 @@ TEST_F(TRFileBuilder, AFieldThatIsSetLeavesTheOthersOfADescendantAsTheyAre) {
 }
 
 TEST_F(TRFileBuilder, ADescendantTakesLittleMemory) { EXPECT_LE(sizeof(TRFile), 80U); }
-
-// A name and what is odd about it.
-struct OddName {
-  const char* oddity;
-  const char* name;
-  friend void PrintTo(const OddName& odd, std::ostream* out) { *out << odd.oddity; }
-};
-
-// Each name goes through the address and back, as file, as folder and as chosen folder.
-class TRFileNames : public TRFileBuilder, public testing::WithParamInterface<OddName> {};
-
-TEST_P(TRFileNames, SurviveTheWayThroughTheAddress) {
-  const std::string name = GetParam().name;
-  const std::string chosen = "/top/" + name;
-  const std::string folderPath = chosen + "/" + name;
-  const std::string filePath = folderPath + "/" + name + ".mp3";
-  files.addFolder(chosen, {folderStep(folderPath), fileStep(filePath, 1)});
-  const auto root = build(chosen, "mp3");
-  EXPECT_EQ(root->name(), name);
-  EXPECT_EQ(root->path(), chosen);
-  EXPECT_EQ(root->url()->path(), chosen);
-  ASSERT_EQ(root->files()->size(), 2U);
-  const TRFile& folder = *root->files()->at(0);
-  EXPECT_EQ(folder.name(), name);
-  EXPECT_EQ(folder.path(), folderPath);
-  EXPECT_EQ(removePercentEscapes(folder.destRelativeUrl()->absoluteString()), name + "/");
-  const TRFile& file = *root->files()->at(1);
-  EXPECT_EQ(file.name(), name + ".mp3");
-  EXPECT_EQ(file.path(), filePath);
-  EXPECT_EQ(file.url()->path(), filePath);
-  EXPECT_EQ(removePercentEscapes(file.destRelativeUrl()->absoluteString()),
-            name + "/" + name + ".mp3");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , TRFileNames,
-    testing::Values(OddName{"Blank", "My Album"}, OddName{"Percent", "100%"},
-                    OddName{"LiteralEscape", "%25"}, OddName{"HalfAnEscape", "%2"},
-                    OddName{"NumberSign", "a#b"}, OddName{"QuestionMark", "what?"},
-                    OddName{"Colon", "12:30"}, OddName{"Comma", "a,b"}, OddName{"Braces", "{a}"},
-                    OddName{"Umlauts", "\xC3\x84\xC3\xB6\xC3\x9F"},
-                    OddName{"Emoji", "\xF0\x9F\x8E\xB5"}, OddName{"LineFeed", "two\nlines"},
-                    OddName{"NotUtf8", "\xFF\xFE\x80"}, OddName{"Quotes", "a\\b\"c"},
-                    OddName{"Dots", "..."}, OddName{"Tilde", "~"}),
-    [](const auto& odd) { return std::string(odd.param.oddity); });
 
 }  // namespace
 }  // namespace fillstation::test

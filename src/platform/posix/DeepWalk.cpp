@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "NameOrder.h"
-
 namespace fillstation {
 
 DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,

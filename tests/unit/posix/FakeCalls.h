@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -101,6 +103,50 @@ class FakeCalls : public KernelCalls {
     errno = EIO;
     return -1;
   }
+};
+
+// Closes that last until the test lets them end.
+class HeldCloses : public FakeCalls {
+ public:
+  int close(int descriptor) override {
+    {
+      std::unique_lock guard(lock_);
+      most_ = std::max(most_, ++inside_);
+      changed_.notify_all();
+      changed_.wait(guard, [this] { return allowed_ > 0; });
+      --allowed_;
+      --inside_;
+    }
+    return FakeCalls::close(descriptor);
+  }
+
+  // Lets so many closes end.
+  void allow(int count) {
+    const std::scoped_lock guard(lock_);
+    allowed_ += count;
+    changed_.notify_all();
+  }
+  // Waits until so many closes last.
+  void waitFor(int count) {
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [&] { return inside_ == count; });
+  }
+  // How many last now, and at the same time at most.
+  int inside() {
+    const std::scoped_lock guard(lock_);
+    return inside_;
+  }
+  int most() {
+    const std::scoped_lock guard(lock_);
+    return most_;
+  }
+
+ private:
+  std::mutex lock_;
+  std::condition_variable changed_;
+  int allowed_ = 0;
+  int inside_ = 0;
+  int most_ = 0;
 };
 
 }  // namespace fillstation::test

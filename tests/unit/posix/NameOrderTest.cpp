@@ -1,5 +1,3 @@
-#include "NameOrder.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,6 +5,8 @@
 #include <map>
 #include <string>
 #include <vector>
+
+#include "DeepWalk.h"
 
 namespace fillstation {
 namespace {

@@ -60,21 +60,9 @@ TEST_F(PosixVolumeTest, WhatTheKernelRefusesInTheMiddleOfAPieceIsNotCarried) {
 }
 
 TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
-  struct HeldCloses : test::FakeCalls {
-    int close(int descriptor) override {
-      ++open;
-      std::unique_lock guard(lock);
-      changed.wait(guard, [this] { return released; });
-      --open;
-      return FakeCalls::close(descriptor);
-    }
-    std::mutex lock;
-    std::condition_variable changed;
-    bool released = false;
-    std::atomic<int> open = 0;
-  } calls;
+  test::HeldCloses calls;
   medium_->slowClose = true;
-  medium_->filesOpen = [&] { return calls.open.load(); };
+  medium_->filesOpen = [&] { return calls.inside(); };
   FileHandle root = open();
   const int descriptor = root.get();
   PosixVolume volume(std::move(root), mount_, medium_, stop_, calls);
@@ -83,12 +71,8 @@ TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
   EXPECT_TRUE(volume.copyItem(source_, at("b")));
   EXPECT_EQ(medium_->log.back(), "created file b");
   std::thread release([&] {
-    while (calls.open < 2) {
-      std::this_thread::yield();
-    }
-    const std::scoped_lock guard(calls.lock);
-    calls.released = true;
-    calls.changed.notify_all();
+    calls.waitFor(2);
+    calls.allow(2);
   });
   EXPECT_TRUE(volume.flush());
   release.join();
@@ -103,19 +87,6 @@ TEST_F(PosixVolumeTest, ASlowCloseThatFailsIsTheFlushs) {
   medium_->flushed = 0;
   EXPECT_FALSE(volume.flush());
   EXPECT_NE(medium_->flushed, 0U) << "what is there is brought to the medium all the same";
-}
-
-TEST_F(PosixVolumeTest, AtMostSixteenMebibytesAreNotOnTheMedium) {
-  const std::string big = folder_.write("big", std::string(12 * kMiB, 'b'));
-  EXPECT_TRUE(volume_.copyItem(big, at("1")));
-  EXPECT_TRUE(volume_.copyItem(folder_.write("8", std::string(8 * kMiB, 'e')), at("2")));
-  const auto synced = [&] {
-    return std::count_if(calls_.log.begin(), calls_.log.end(),
-                         [](const auto& line) { return line.starts_with("sync volume"); });
-  };
-  EXPECT_EQ(synced(), 0);
-  EXPECT_TRUE(volume_.copyItem(source_, at("3")));
-  EXPECT_EQ(synced(), 1);
 }
 
 TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {

@@ -47,14 +47,6 @@ TEST_F(PosixVolumeTest, RefusesDestinationsThatAreNotOnTheVolume) {
   EXPECT_EQ(entries(), 0U);
 }
 
-TEST_F(PosixVolumeTest, DotsAtTheEndOfANameAreLeftOut) {
-  EXPECT_TRUE(volume_.createDirectory(at("A...")));
-  EXPECT_TRUE(volume_.copyItem(source_, at("A.../..a.")));
-  EXPECT_TRUE(exists(at("A/..a")));
-  EXPECT_TRUE(volume_.copyItem(source_, at(".hidden")));
-  EXPECT_FALSE(volume_.createDirectory(at("...")));
-}
-
 TEST_F(PosixVolumeTest, WhatTheMediumRefusesIsNotCreated) {
   medium_->refused = "A";
   EXPECT_FALSE(volume_.createDirectory(at("A/B")));

@@ -13,9 +13,7 @@
 #include <csignal>
 #include <functional>
 #include <future>
-#include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -115,30 +113,6 @@ TEST(StreamLog, EndsWhenTheRestOfARecordFails) {
   ::setrlimit(RLIMIT_FSIZE, &before);
   std::fclose(stream);
   EXPECT_EQ(test::contentOf(folder.path("log")), "0123456789");
-}
-
-TEST(StreamLog, KeepsTheRecordsOfSeveralThreadsWholeAndEachThreadsInOrder) {
-  Records stream;
-  StreamLog log(stream.stream());
-  std::vector<std::thread> writers;
-  for (char name : {'a', 'b', 'c'}) {
-    writers.emplace_back([&log, name] {
-      for (int index = 0; index < 20; ++index) {
-        log.write(std::string(1000, name) + std::to_string(index));
-      }
-    });
-  }
-  std::map<char, int> next;
-  for (int count = 0; count < 60;) {
-    std::istringstream records(stream.next());
-    for (std::string record; std::getline(records, record); ++count) {
-      const char name = record.at(0);
-      EXPECT_EQ(record, std::string(1000, name) + std::to_string(next[name]++));
-    }
-  }
-  for (auto& writer : writers) {
-    writer.join();
-  }
 }
 
 // A log whose stream takes nothing: a thread is held in writing the record "held".

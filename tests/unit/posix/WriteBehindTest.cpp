@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -146,47 +144,6 @@ TEST(KernelCalls, MakeTheRealCalls) {
   std::fclose(file);
 }
 
-// Closes that last until the test lets them end, and that can fail.
-class HeldCalls : public KernelCalls {
- public:
-  int close(int descriptor) override {
-    std::unique_lock guard(lock_);
-    most_ = std::max(most_, ++inside_);
-    changed_.notify_all();
-    changed_.wait(guard, [this] { return allowed_ > 0; });
-    --allowed_;
-    --inside_;
-    const int result = KernelCalls::close(descriptor);
-    return failing ? -1 : result;
-  }
-
-  // Lets so many closes end.
-  void allow(int count) {
-    const std::scoped_lock guard(lock_);
-    allowed_ += count;
-    changed_.notify_all();
-  }
-  // Waits until so many closes last.
-  void waitFor(int count) {
-    std::unique_lock guard(lock_);
-    changed_.wait(guard, [&] { return inside_ == count; });
-  }
-  // How many lasted at the same time at most.
-  int most() {
-    const std::scoped_lock guard(lock_);
-    return most_;
-  }
-
-  bool failing = false;
-
- private:
-  std::mutex lock_;
-  std::condition_variable changed_;
-  int allowed_ = 0;
-  int inside_ = 0;
-  int most_ = 0;
-};
-
 class ClosersTest : public testing::Test {
  protected:
   // The descriptor of the last one.
@@ -200,7 +157,7 @@ class ClosersTest : public testing::Test {
   }
   static bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) != -1; }
 
-  HeldCalls calls;
+  test::HeldCloses calls;
   std::unique_ptr<Closers> closers = std::make_unique<Closers>(calls);
 };
 
@@ -234,10 +191,10 @@ TEST_F(ClosersTest, AFailureIsToldAlwaysAfterwards) {
   calls.allow(3);
   close(1);
   EXPECT_TRUE(closers->finish());
-  calls.failing = true;
+  calls.failing = "close";
   close(1);
   EXPECT_FALSE(closers->finish());
-  calls.failing = false;
+  calls.failing = "";
   close(1);
   EXPECT_FALSE(closers->finish());
 }
