@@ -33,7 +33,8 @@ bool existsAlready(const TRFile& node) {
   return TRFileCopyTask::filemgr()->fileExists(node.url().value_or(Url()).absoluteString());
 }
 
-std::string sourceOf(const TRFile& node) { return node.url().value_or(Url()).path(); }
+// The path of its address, which a node holds decoded.
+std::string sourceOf(const TRFile& node) { return node.path().value_or(""); }
 
 // Where the node goes: the volume itself for what has no place below it.
 std::string pathOn(const std::string& mountPath, const TRFile& node) {

@@ -60,6 +60,7 @@ bool store(const char* found, std::optional<std::string>& output) {
 
 void readFacts(const DiskDescription& description, std::optional<std::string>& volumeName,
                std::optional<std::string>& volumePath) {
+  // As it stands in a description, which is what the conversion reads.
   const std::string name = '"' + description.volumeName.value_or("") + '"';
   if (store(cfTypeToCString(&name), volumeName)) {
     std::fputs("\n got vol name", stdout);

@@ -151,10 +151,10 @@ TEST_F(TRFileCopyTaskWalkTest, NamesAreDecodedOnceAndTheMountPathToo) {
 
 TEST_F(TRFileCopyTaskWalkTest, NodeWithoutAPlaceOrASourceFailsLikeAFileRoot) {
   const auto lost = std::make_shared<TRFile>();
-  lost->setPath("/s/lost");
+  lost->setPath(std::nullopt);
   const Lines events = copied(roots({folderRoot("/s", {lost})}));
   EXPECT_EQ(Lines(events.begin(), events.begin() + 4),
-            (Lines{kOpen, "log Copy /s/lost\n", "exists? ", "copy  -> /media/p"}));
+            (Lines{kOpen, "log Copy (null)\n", "exists? ", "copy  -> /media/p"}));
 }
 
 TEST_F(TRFileCopyTaskWalkTest, FolderRootWithNothingInItLeavesNothingAndReportsNothing) {
