@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "Platform.h"
-#include "RealMedium.h"
 #include "Url.h"
 #include "UsbUtil.h"
 
@@ -20,8 +19,8 @@ class PerfPorts::OneDisk : public Disk {
 
   std::optional<DiskDescription> copyDescription() override {
     DiskDescription description;
-    description.volumeName = PlatformValue::text("PLAYER");
-    description.volumePath = PlatformValue::url(Url::fromPath(mountPath_, true).absoluteString());
+    description.volumeName = "PLAYER";
+    description.volumePath = Url::fromPath(mountPath_, true).absoluteString();
     return description;
   }
 
@@ -110,7 +109,7 @@ PerfPorts::~PerfPorts() {
 std::shared_ptr<VolumeMedium> PerfPorts::Owner::mediumOf(int /*rootDescriptor*/,
                                                          const std::string& /*mountPath*/,
                                                          const DiskIdentity& /*owner*/) {
-  return std::make_shared<RealMedium>();
+  return std::make_shared<VolumeMedium>();
 }
 
 std::optional<std::string> PerfPorts::Owner::remount(const DiskIdentity& /*owner*/,

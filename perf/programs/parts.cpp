@@ -13,11 +13,8 @@
 #include <vector>
 
 #include "DeepWalk.h"
-#include "LongPath.h"
-#include "NameOrder.h"
 #include "PerfPorts.h"
 #include "PosixVolume.h"
-#include "RealMedium.h"
 #include "TRFile.h"
 #include "Url.h"
 
@@ -112,7 +109,7 @@ void copyOfAFile(benchmark::State& state) {
   const std::string target = folder.at("target.mp3");
   const StopSource stop;
   PosixVolume volume(openLongPath(folder.path(), O_RDONLY | O_DIRECTORY), folder.path(),
-                     std::make_shared<RealMedium>(), stop);
+                     std::make_shared<VolumeMedium>(), stop);
   for (auto _ : state) {
     volume.copyItem(folder.at("source.mp3"), target);
     state.PauseTiming();

@@ -6,11 +6,11 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "FileHandle.h"
 #include "LeaveProcess.h"
-#include "OpenFiles.h"
 #include "OpenPanel.h"
 #include "ProgramIcon.h"
-#include "QtClock.h"
+#include "QtMainThread.h"
 #include "QtWorkspace.h"
 #include "SignalQuit.h"
 #include "StreamLog.h"

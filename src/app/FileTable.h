@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "TRSongsTVC.h"
-#include "TableView.h"
 #include "Url.h"
 
 class QLabel;

@@ -27,7 +27,7 @@
 #include "TRFileCopyTaskCollection.h"
 #include "TRPlayer.h"
 #include "TRSongsTVC.h"
-#include "UsbDeviceInfo.h"
+#include "UsbUtil.h"
 
 namespace fillstation {
 

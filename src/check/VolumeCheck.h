@@ -1,12 +1,36 @@
 #pragma once
 
+#include <QByteArray>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
-#include "DirectoryOrder.h"
-#include "FileSet.h"
+#include "BelowRoot.h"
 
 namespace fillstation {
+
+// One file or folder that a filled player holds. A plain value.
+struct SetEntry {
+  std::string source;  // absolute path
+  std::string name;    // path below the volume's root
+  bool isDirectory = false;
+  std::int64_t size = 0;  // bytes
+  QByteArray hash;        // of a file's content; empty until hashSources()
+};
+using FileSet = std::vector<SetEntry>;
+
+// Told of the bytes that were read.
+using OnBytes = std::function<void(std::int64_t)>;
+
+// What the window puts onto a player from these folders, in its order. Throws std::runtime_error,
+// with a text for the user, when a folder can't be read, no file is of the type, or two folders
+// hold a file of the same name, which no player can then hold both. Main thread.
+FileSet fileSetOf(const std::vector<std::string>& folders, const std::string& fileType);
+
+// Throws as above when a file can't be read.
+void hashSources(FileSet& set, const OnBytes& onBytes);
 
 // Compares one volume with a set, to the last byte and from the medium. What else the volume holds
 // is no difference. Changes nothing. One thread.

@@ -12,8 +12,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "LongPath.h"
-#include "OpenFiles.h"
 #include "VolumeCheck.h"
 
 namespace {

@@ -5,12 +5,18 @@
 #include "Platform.h"
 #include "TRFileCopyTaskCollection.h"
 #include "Url.h"
+#include "WipeText.h"
 
 namespace fillstation {
 namespace {
 
 // Holds a hundred times any size.
 __extension__ using Wide = __int128;
+
+constexpr int kWipeAttempts = 3;
+constexpr int kRefreshAttempts = 10;
+// What the script runner says of an authentication that the user cancelled.
+constexpr std::int32_t kUserCancelled = -128;
 
 std::atomic<FileManager*> sharedFileManager{nullptr};
 
@@ -27,7 +33,8 @@ bool existsAlready(const TRFile& node) {
   return TRFileCopyTask::filemgr()->fileExists(node.url().value_or(Url()).absoluteString());
 }
 
-std::string sourceOf(const TRFile& node) { return node.url().value_or(Url()).path(); }
+// The path of its address, which a node holds decoded.
+std::string sourceOf(const TRFile& node) { return node.path().value_or(""); }
 
 // Where the node goes: the volume itself for what has no place below it.
 std::string pathOn(const std::string& mountPath, const TRFile& node) {
@@ -35,21 +42,16 @@ std::string pathOn(const std::string& mountPath, const TRFile& node) {
   return below == "/" ? mountPath : mountPath + '/' + below;
 }
 
-// A node as what was put onto the volume that is mounted there.
-class CopiedNode : public CopiedItem {
- public:
-  CopiedNode(const TRFile& node, const std::string& mountPath)
-      : node_(node), mountPath_(mountPath) {}
+// A second's pause; false once the program is ending.
+bool pause() { return platform().clock->sleep(std::chrono::seconds(1)) && !ending(); }
 
-  bool isDirectory() const override { return node_.isDir(); }
-  std::int64_t size() const override { return node_.size().value(); }
-  std::string source() const override { return sourceOf(node_); }
-  std::string destination() const override { return pathOn(mountPath_, node_); }
-
- private:
-  const TRFile& node_;
-  const std::string& mountPath_;
-};
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (std::size_t at = 0; at < words.size(); ++at) {
+    text += (at == 0 ? "" : " ") + words[at];
+  }
+  return text;
+}
 
 }  // namespace
 
@@ -90,11 +92,7 @@ void TRFileCopyTask::copyTask() {
   }
   logText("Beginning copyTask operation.\n");
   const Destination destination = openDestination();
-  if (const auto roots = files()) {
-    for (const auto& root : *roots) {
-      copyRoot(*root, destination);
-    }
-  }
+  forEachNode([&](const TRFile& node, bool isRoot) { return copyNode(node, isRoot, destination); });
   if (ending()) {
     setError(true);
     return;
@@ -103,6 +101,117 @@ void TRFileCopyTask::copyTask() {
     setError(true);
   }
   logText("copy Done!!!\n");
+}
+
+bool TRFileCopyTask::format() {
+  return player() && takeOffline() && wipe() && makeFileSystem() && bringBack() &&
+         refreshVolumeFacts();
+}
+
+bool TRFileCopyTask::takeOffline() {
+  const auto device = player();
+  device->unmount();
+  while (device->isMounted()) {
+    if (!pause()) {
+      return false;
+    }
+  }
+  return pause();
+}
+
+bool TRFileCopyTask::wipe() {
+  bool done = false;
+  for (int attempt = 1; attempt <= kWipeAttempts && !done; ++attempt) {
+    done = runOnDisk("dd", "if=/dev/zero", "of=%@ bs=4k count=10");
+    if (!pause()) {
+      return false;
+    }
+  }
+  if (!done) {
+    logText("dd operation failed.\n");
+  }
+  return done;
+}
+
+bool TRFileCopyTask::makeFileSystem() {
+  const bool done = runOnDisk("mkfs.fat", "-F32", "%@");
+  // No pause follows in which the end of the program would be noticed.
+  if (ending()) {
+    return false;
+  }
+  if (!done) {
+    logText("newfs_msdos operation failed.\n");
+  }
+  return done;
+}
+
+bool TRFileCopyTask::bringBack() {
+  const auto device = player();
+  device->mount();
+  while (!device->isMounted()) {
+    if (!pause()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool TRFileCopyTask::refreshVolumeFacts() {
+  const auto device = player();
+  bool done = false;
+  for (int attempt = 1; attempt <= kRefreshAttempts && !done; ++attempt) {
+    done = device->refresVolumeInfo();
+    if (!pause()) {
+      return false;
+    }
+  }
+  return done;
+}
+
+bool TRFileCopyTask::runOnDisk(const std::string& command, const std::string& firstArgument,
+                               std::string_view diskArgument) {
+  const auto group = taskGroup();
+  const auto userName = group ? group->userName() : std::nullopt;
+  auto userPass = group ? group->userPass() : std::nullopt;
+  if (!userPass) {
+    userPass = textOf(userPass);
+  }
+  std::optional<std::string> output;
+  std::optional<std::string> errorDescription;
+  const bool done = runProcessAsAdministrator(
+      textOf(userName), *userPass, command,
+      {firstArgument, formatText(diskArgument, player()->diskName())}, output, errorDescription);
+  wipeText(*userPass);
+  return done;
+}
+
+bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
+                                               const std::string& userPass,
+                                               const std::string& scriptPath,
+                                               const std::vector<std::string>& arguments,
+                                               std::optional<std::string>& output,
+                                               std::optional<std::string>& errorDescription) {
+  const std::string commandLine = formatText("%@ %@", scriptPath, joined(arguments));
+  constexpr std::string_view kEnd = "\" with administrator privileges";
+  std::string source =
+      formatText("do shell script \"%@\" user name \"%@\" password \"", commandLine, userName);
+  // Before the password comes, so that it is in one place only, which is wiped.
+  source.reserve(source.size() + userPass.size() + kEnd.size());
+  source.append(userPass).append(kEnd);
+  const auto target = player();
+  const ScriptOutcome outcome =
+      platform().scriptRunner->run(source, target ? target->identity() : DiskIdentity());
+  wipeText(source);
+  if (outcome.result) {
+    output = outcome.result;
+    return true;
+  }
+  // The number counts as the 32 bits that the runner's interface gives it.
+  const bool cancelled =
+      outcome.errorNumber && static_cast<std::int32_t>(*outcome.errorNumber) == kUserCancelled;
+  errorDescription =
+      cancelled ? "The administrator password is required to do this." : outcome.errorMessage;
+  return false;
 }
 
 TRFileCopyTask::Destination TRFileCopyTask::openDestination() const {
@@ -116,54 +225,42 @@ TRFileCopyTask::Destination TRFileCopyTask::openDestination() const {
 }
 
 bool TRFileCopyTask::isOnTheMedium(const Destination& destination) const {
+  const auto items = [&](const auto& visitor) {
+    forEachNode([&](const TRFile& node, bool /*isRoot*/) {
+      return existsAlready(node) || visitor({node.isDir(), node.size().value(), sourceOf(node),
+                                             pathOn(destination.mountPath, node)});
+    });
+  };
   const bool flushed = destination.volume->flush();
   // A player that has failed already needs no further proof.
-  return flushed && (error() || destination.volume->readBack([&](const auto& visitor) {
-           forEachNode([&](const TRFile& node) {
-             return existsAlready(node) || visitor(CopiedNode(node, destination.mountPath));
-           });
-         }));
+  return flushed && (error() || destination.volume->readBack(items));
 }
 
-void TRFileCopyTask::forEachNode(const std::function<bool(const TRFile&)>& visitor) const {
-  const auto visit = [&](const std::shared_ptr<TRFile>& node) { return visitor(*node); };
+void TRFileCopyTask::forEachNode(const Visitor& visitor) const {
   const auto visitRoot = [&](const std::shared_ptr<TRFile>& root) {
     if (!root->isDir()) {
-      return visit(root);
+      return visitor(*root, true);
     }
     const auto nodes = root->files();
-    return !nodes || std::all_of(nodes->begin(), nodes->end(), visit);
+    return !nodes || std::all_of(nodes->begin(), nodes->end(),
+                                 [&](const auto& node) { return visitor(*node, false); });
   };
   if (const auto roots = files()) {
     static_cast<void>(std::all_of(roots->begin(), roots->end(), visitRoot));
   }
 }
 
-void TRFileCopyTask::copyRoot(const TRFile& root, const Destination& destination) {
-  if (root.isDir()) {
-    if (const auto nodes = root.files()) {
-      for (const auto& node : *nodes) {
-        copyNode(*node, destination);
-      }
-    }
-    return;
-  }
+bool TRFileCopyTask::copyNode(const TRFile& node, bool isRoot, const Destination& destination) {
   if (ending()) {
-    return;
+    return false;
   }
-  if (!existsAlready(root)) {
-    logText("Copy %@\n", root);
-    copyFile(root, destination);
+  if (!isRoot) {
+    logText("Copy %@\n", node);
   }
-  updateProgressWith(root.size().value());
-}
-
-void TRFileCopyTask::copyNode(const TRFile& node, const Destination& destination) {
-  if (ending()) {
-    return;
-  }
-  logText("Copy %@\n", node);
   if (!existsAlready(node)) {
+    if (isRoot) {
+      logText("Copy %@\n", node);
+    }
     if (!node.isDir()) {
       copyFile(node, destination);
     } else if (!destination.volume ||
@@ -172,6 +269,7 @@ void TRFileCopyTask::copyNode(const TRFile& node, const Destination& destination
     }
   }
   updateProgressWith(node.size().value());
+  return true;
 }
 
 void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination) {

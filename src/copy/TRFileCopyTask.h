@@ -105,6 +105,8 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
     std::shared_ptr<Volume> volume;
   };
 
+  using Visitor = std::function<bool(const TRFile& node, bool isRoot)>;
+
   // Called by the collection that now lists the task and so owns it.
   void becomeOwned() { taskGroup_.set({taskGroup_.get().seen, nullptr}); }
 
@@ -120,9 +122,9 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   // Flushes the volume and has what was copied read back.
   bool isOnTheMedium(const Destination& destination) const;
   // Hands each node that is copied to the visitor, in order, until it returns false.
-  void forEachNode(const std::function<bool(const TRFile&)>& visitor) const;
-  void copyRoot(const TRFile& root, const Destination& destination);
-  void copyNode(const TRFile& node, const Destination& destination);
+  void forEachNode(const Visitor& visitor) const;
+  // False when the program is ending.
+  bool copyNode(const TRFile& node, bool isRoot, const Destination& destination);
   void copyFile(const TRFile& file, const Destination& destination);
 
   Atomic<bool> error_{false};

@@ -1,9 +1,8 @@
 #include "TRFile.h"
 
 #include <algorithm>
-#include <stdexcept>
+#include <map>
 
-#include "LogBatch.h"
 #include "Platform.h"
 #include "Utf8.h"
 
@@ -24,10 +23,9 @@ TRFile::TRFile() : content_(std::make_unique<Fields>()) {
 
 TRFile::TRFile(Place place, Number size) : content_(std::move(place)), size_(std::move(size)) {}
 
-bool TRFile::isEqual(const Object& other) const {
-  const auto* const file = dynamic_cast<const TRFile*>(&other);
+bool TRFile::isEqual(const TRFile& other) const {
   const auto own = path();
-  return file != nullptr && own && own == file->path();
+  return own && own == other.path();
 }
 
 std::size_t TRFile::hash() const { return std::hash<std::optional<std::string>>{}(path()); }
@@ -69,7 +67,7 @@ std::shared_ptr<TRFileList> TRFile::AddDir(const Url& url,
   if (!isDir(url.path())) {
     return files;
   }
-  LogBatch log;
+  LogBatch log(*platform().systemLog);
   const auto walk = platform().fileManager->walk(url.path(), [&log](const std::string& /*path*/) {
     log.add("error not dir!");
     return true;
@@ -117,28 +115,16 @@ TRFile::Fields& TRFile::ownFields() {
 }
 
 TRFile::Value TRFile::valueForKey(const std::string& key) const {
-  if (key == "isDir") {
-    return isDir();
-  }
-  if (key == "name") {
-    return valueOf(name());
-  }
-  if (key == "path") {
-    return valueOf(path());
-  }
-  if (key == "size") {
-    return size() ? Value(size()) : Value();
-  }
-  if (key == "files") {
-    return files() ? Value(files()) : Value();
-  }
-  if (key == "url") {
-    return valueOf(url());
-  }
-  if (key == "destRelativeUrl") {
-    return valueOf(destRelativeUrl());
-  }
-  throw std::out_of_range("no field of a file node is called " + key);
+  using Getter = Value (*)(const TRFile&);
+  static const std::map<std::string, Getter> getters{
+      {"isDir", [](const TRFile& node) -> Value { return node.isDir(); }},
+      {"name", [](const TRFile& node) { return valueOf(node.name()); }},
+      {"path", [](const TRFile& node) { return valueOf(node.path()); }},
+      {"size", [](const TRFile& node) { return node.size() ? Value(node.size()) : Value(); }},
+      {"files", [](const TRFile& node) { return node.files() ? Value(node.files()) : Value(); }},
+      {"url", [](const TRFile& node) { return valueOf(node.url()); }},
+      {"destRelativeUrl", [](const TRFile& node) { return valueOf(node.destRelativeUrl()); }}};
+  return getters.at(key)(*this);
 }
 
 std::shared_ptr<TRFile> TRFile::makeNode(const Url& url, const Url& relativeUrl, Number size,

@@ -11,7 +11,6 @@
 #include "Atomic.h"
 #include "FileManager.h"
 #include "Number.h"
-#include "Object.h"
 #include "Url.h"
 
 namespace fillstation {
@@ -26,7 +25,7 @@ using TRFileList = std::vector<std::shared_ptr<TRFile>>;
 // below it, or one of those descendants. Built on the main thread by one of the builders below, not
 // changed afterwards, and then read by any thread. Two nodes are equal exactly when both have a
 // path and the paths are equal.
-class TRFile : public Object {
+class TRFile {
   struct Fields;
   struct Place;
 
@@ -41,8 +40,9 @@ class TRFile : public Object {
   // For the builders, which alone can name a place.
   TRFile(Place place, Number size);
 
-  bool isEqual(const Object& other) const override;
-  std::size_t hash() const override;
+  bool isEqual(const TRFile& other) const;
+  std::size_t hash() const;
+  friend bool operator==(const TRFile& left, const TRFile& right) { return left.isEqual(right); }
 
   // The root for a chosen item: a folder with everything below it that matches the file type, or a
   // file that matches; null for a file of another type or one whose size can't be read. fileType is

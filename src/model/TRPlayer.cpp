@@ -6,20 +6,25 @@
 namespace fillstation {
 namespace {
 
-// Made anew for each request: the name may stand for another disk by now.
-std::shared_ptr<Disk> diskOf(const TRPlayer& player) {
+// The disk is made anew for each request: the name may stand for another one by now.
+void request(TRPlayer& player, decltype(&DiskSession::mount) what,
+             decltype(&mountCallback) callback) {
   const auto diskName = player.diskName();
-  return diskName ? session->diskFromName(*diskName) : nullptr;
+  const auto disk = diskName ? session->diskFromName(*diskName) : nullptr;
+  ((*session).*what)(
+      disk, player.identity(),
+      [self = player.shared_from_this(), callback](const auto& asked, const Dissenter* dissenter) {
+        callback(asked, dissenter, self);
+      });
 }
 
 }  // namespace
 
 TRPlayer::TRPlayer() : name_("Empty"), path_("Empty"), selected_(Number(0)) {}
 
-bool TRPlayer::isEqual(const Object& other) const {
-  const auto* const player = dynamic_cast<const TRPlayer*>(&other);
+bool TRPlayer::isEqual(const TRPlayer& other) const {
   const auto own = diskName();
-  return player != nullptr && own && own == player->diskName();
+  return own && own == other.diskName();
 }
 
 std::size_t TRPlayer::hash() const { return std::hash<std::optional<std::string>>{}(diskName()); }
@@ -34,26 +39,11 @@ bool TRPlayer::refresVolumeInfo() {
   return volumeName && volumePath;
 }
 
-void TRPlayer::mount() {
-  session->mount(diskOf(*this), identity(),
-                 [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                   mountCallback(disk, dissenter, self);
-                 });
-}
+void TRPlayer::mount() { request(*this, &DiskSession::mount, mountCallback); }
 
-void TRPlayer::unmount() {
-  session->unmount(diskOf(*this), identity(),
-                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                     unmountCallback(disk, dissenter, self);
-                   });
-}
+void TRPlayer::unmount() { request(*this, &DiskSession::unmount, unmountCallback); }
 
-void TRPlayer::eject() {
-  session->unmount(diskOf(*this), identity(),
-                   [self = shared_from_this()](const auto& disk, const Dissenter* dissenter) {
-                     unmountEjectCallback(disk, dissenter, self);
-                   });
-}
+void TRPlayer::eject() { request(*this, &DiskSession::unmount, unmountEjectCallback); }
 
 void TRPlayer::OnDeviceMounted() {
   setIsMounted(true);

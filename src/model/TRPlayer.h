@@ -8,7 +8,6 @@
 #include "Atomic.h"
 #include "DiskSession.h"
 #include "Number.h"
-#include "Object.h"
 
 namespace fillstation {
 
@@ -17,13 +16,16 @@ namespace fillstation {
 // keep their player until they have completed); every property may be read and set on any thread,
 // each access atomic. Two players are equal exactly when both have a diskName and the texts are
 // equal.
-class TRPlayer : public Object, public std::enable_shared_from_this<TRPlayer> {
+class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
  public:
   // name and path "Empty", no size, not selected, not mounted, isEjecting true, no diskName.
   TRPlayer();
 
-  bool isEqual(const Object& other) const override;
-  std::size_t hash() const override;
+  bool isEqual(const TRPlayer& other) const;
+  std::size_t hash() const;
+  friend bool operator==(const TRPlayer& left, const TRPlayer& right) {
+    return left.isEqual(right);
+  }
 
   // Reads the volume's name and mount location anew, waiting for them as
   // getDiskVolumeFromDriveName() does, and stores both as they came back. True only if both were

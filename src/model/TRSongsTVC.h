@@ -8,9 +8,17 @@
 #include "Atomic.h"
 #include "Number.h"
 #include "TRFile.h"
-#include "TableView.h"
 
 namespace fillstation {
+
+// The view of the file list, as the list needs it. Main thread.
+class TableView {
+ public:
+  virtual ~TableView() = default;
+
+  // Asks the row count and every visible cell again.
+  virtual void reloadData() = 0;
+};
 
 // The file list: the chosen roots in the order in which they were added, their total size, and the
 // data source of the file table (row i is the root at index i). Made with the window and as

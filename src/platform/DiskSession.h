@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "PlatformValue.h"
-
 namespace fillstation {
 
 // Which player a destructive or state-changing request is meant for. The platform refuses to act on
@@ -20,10 +18,10 @@ struct DiskIdentity {
 
 // What the system knows of a disk at one moment; each value may be absent.
 struct DiskDescription {
-  std::optional<PlatformValue> deviceVendor;  // text
-  std::optional<PlatformValue> mediaSize;     // number, bytes
-  std::optional<PlatformValue> volumeName;    // text
-  std::optional<PlatformValue> volumePath;    // address of the mount point, ending in "/"
+  std::optional<std::string> deviceVendor;
+  std::optional<std::int64_t> mediaSize;  // bytes
+  std::optional<std::string> volumeName;
+  std::optional<std::string> volumePath;  // address text of the mount point, ending in "/"
 };
 
 // Why a request was refused or failed.

@@ -30,15 +30,12 @@ class DirectoryWalk {
   virtual std::optional<WalkEntry> next() = 0;
 };
 
-// One file or folder that was put onto a volume. Valid during the call that it is handed to.
-class CopiedItem {
- public:
-  virtual ~CopiedItem() = default;
-
-  virtual bool isDirectory() const = 0;
-  virtual std::int64_t size() const = 0;        // bytes, as the source had when it was chosen
-  virtual std::string source() const = 0;       // absolute path
-  virtual std::string destination() const = 0;  // absolute path below the mount path
+// One file or folder that was put onto a volume. A plain value.
+struct CopiedItem {
+  bool isDirectory = false;
+  std::int64_t size = 0;    // bytes, as the source had when it was chosen
+  std::string source;       // absolute path
+  std::string destination;  // absolute path below the mount path
 };
 
 // Hands every item to the visitor, in the order in which they were copied, until it returns false.

@@ -12,7 +12,6 @@
 #include "ScriptRunner.h"
 #include "SystemLog.h"
 #include "UsbBus.h"
-#include "Wakefulness.h"
 #include "Workers.h"
 #include "Workspace.h"
 

@@ -1,16 +1,45 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "DiskSession.h"
-#include "PlatformValue.h"
 #include "UsbBus.h"
-#include "UsbDeviceInfo.h"
 
 namespace fillstation {
+
+// The record of one attach or detach event. It owns nothing: every setter stores the pointer that
+// it is given, and the strings belong to whoever filled the record. The watcher keeps one on its
+// stack per event; a receiver copies what it wants to keep before the delivery call returns. Main
+// thread.
+struct UsbDeviceInfo {
+  UsbDeviceInfo() = default;
+
+  void setVid(const char* value) { vid = value; }
+  void setPid(const char* value) { pid = value; }
+  void setRev(int value) { rev = value; }
+  void setSerialNumber(const char* value) { serialNumber = value; }
+  void setMountPath(const char* value) { mountPath = value; }
+  void setVolumeName(const char* value) { volumeName = value; }
+  void setDiskName(const char* value) { diskName = value; }
+  void setSize(long long value) { size = value; }
+  // Stores 1 or 0.
+  void setInserted(bool value) { inserted = value ? 1 : 0; }
+
+  const char* vid = nullptr;           // manufacturer string, not a numeric id
+  const char* pid = nullptr;           // product string, not a numeric id
+  std::int32_t rev = 0;                // device release number as the device gives it
+  const char* serialNumber = nullptr;  // "N/A" once the watcher has finished
+  const char* mountPath = nullptr;     // address text of the mount point, "N/A" on detach
+  const char* volumeName = nullptr;    // "N/A" on detach
+  const char* diskName = nullptr;      // device node path; every producer sets it
+  std::int32_t inserted = 0;           // 1 attach, 0 detach
+  std::uint32_t ioService = 0;         // UsbDevice::handle(), assigned directly
+  std::int64_t size = 0;               // bytes of the medium
+};
 
 // Device discovery: watches the USB bus for players and hands each arrival and departure to one
 // receiver. Plain functions with module state that registerForUSBNotifications() sets once, on the
@@ -47,21 +76,29 @@ char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index);
 // one) and calls the registered receiver; returns when that has returned.
 void doStuff(UsbDeviceInfo& record);
 
+// Most bytes that a converted text may have, its terminator included.
+inline constexpr std::size_t kConversionLimit = 1024;
+
 // The text as a C string of at most 1023 bytes, in a buffer of the calling thread that the next
 // call overwrites; null for null; empty when the text is longer or is not UTF-8.
 const char* cfStringRefToCString(const std::string* s);
 
-// What stands between the first two double quotes of the value's description, its first character
-// replaced by "x" when that is a digit; in a buffer of the calling thread that the next call
+// What stands between the first two double quotes of a value's description, its first character
+// replaced by "x" when that is a digit; in another buffer of the calling thread that the next call
 // overwrites. Null for null; empty when there are no two quotes, or the description is too long or
 // not UTF-8.
-const char* cfTypeToCString(const PlatformValue* v);
+const char* cfTypeToCString(const std::string* v);
 
 // Waits for the name and the mount location (address text) of the disk's volume: up to 200 looks, 1
 // s apart while the system has no description, 10 ms apart while the description has neither. Sets
 // both outputs to null and then to what was found; the caller owns them (std::free). Returns at
 // once without a disk. Any thread.
 void getDiskVolume(Disk* disk, char** volumeName, char** volumePath);
+
+// The same as texts, an output staying untouched where nothing was found. False when the program
+// began to end during a pause.
+bool findDiskVolume(Disk& disk, std::optional<std::string>& volumeName,
+                    std::optional<std::string>& volumePath);
 
 // The same for a disk's name or device node path, as new texts; an output stays untouched where
 // nothing was found. Any thread.

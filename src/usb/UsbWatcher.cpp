@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cstdio>
 
-#include "DiskVolume.h"
 #include "Platform.h"
 #include "UsbUtil.h"
 #include "Utf8.h"
@@ -26,9 +25,6 @@ UpdateUsbInfoCallBack updateUsbInfoCallBack = nullptr;
 std::shared_ptr<UsbDeviceIterator> attachIterator;
 std::shared_ptr<UsbDeviceIterator> detachIterator;
 
-// Whether the walk goes on with the next device; it stops when the program is ending.
-enum class Walk { goOn, stop };
-
 std::string inNameBuffer(const std::string& name) { return name.substr(0, kNameBufferSize - 1); }
 
 bool mayBePlayer(const UsbDevice& device) {
@@ -45,25 +41,25 @@ bool mayBePlayer(const UsbDevice& device) {
   return deviceName == kPlayerName || deviceName == kUsbDeviceClass;
 }
 
-Walk waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskName) {
+// As all below: false when the program is ending, and so the walk too.
+bool waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskName) {
   for (int attempt = 0; attempt < kDiskNameAttempts; ++attempt) {
     diskName = device.searchDiskName();
     if (diskName) {
-      return Walk::goOn;
+      return true;
     }
     if (!platform().clock->sleep(kDiskNamePause)) {
-      return Walk::stop;
+      return false;
     }
     std::fputs("\nno bsd name so sleeping", stdout);
   }
-  return Walk::goOn;
+  return true;
 }
 
 // Exact but for full-width forms, which some firmware writes.
-bool isPlayerVendor(const std::optional<PlatformValue>& vendor) {
+bool isPlayerVendor(const std::string& vendor) {
   constexpr char32_t kToFullWidth = U'\uFF21' - U'A';
-  const std::string* const text = vendor ? vendor->asText() : nullptr;
-  const auto points = text != nullptr ? decodeUtf8(*text) : std::nullopt;
+  const auto points = decodeUtf8(vendor);
   return points && std::equal(points->begin(), points->end(), kPlayerVendor.begin(),
                               kPlayerVendor.end(), [](char32_t point, char32_t letter) {
                                 return point == letter || point == letter + kToFullWidth;
@@ -78,38 +74,32 @@ std::optional<DiskDescription> firstDescription(Disk& disk) {
   return description;
 }
 
-std::int64_t mediumSize(const DiskDescription& description) {
-  const std::int64_t* const size =
-      description.mediaSize ? description.mediaSize->asNumber() : nullptr;
-  return size != nullptr ? *size : 0;
-}
-
-Walk reportAttach(const UsbDevice& device, Disk& disk, const std::string& node) {
+bool reportAttach(const UsbDevice& device, Disk& disk, const std::string& node) {
   const auto description = firstDescription(disk);
-  if (!description || !isPlayerVendor(description->deviceVendor)) {
-    return Walk::goOn;
+  if (!description || !isPlayerVendor(description->deviceVendor.value_or(""))) {
+    return true;
   }
   UsbDeviceInfo record;
   record.ioService = device.handle();
   getUSBDeviceInfo(device, record);
   record.setInserted(true);
   record.setSerialNumber("N/A");
-  record.setSize(mediumSize(*description));
+  record.setSize(description->mediaSize.value_or(0));
   record.setDiskName(node.c_str());
-  OwnedCString volumeName;
-  OwnedCString volumePath;
+  std::optional<std::string> volumeName;
+  std::optional<std::string> volumePath;
   if (!findDiskVolume(disk, volumeName, volumePath)) {
-    return Walk::stop;
+    return false;
   }
   if (volumeName) {
-    record.setVolumeName(volumeName.get());
-    record.setMountPath(volumePath.get());
+    record.setVolumeName(volumeName->c_str());
+    record.setMountPath(volumePath ? volumePath->c_str() : nullptr);
   }
   doStuff(record);
-  return Walk::goOn;
+  return true;
 }
 
-Walk reportDetach(const UsbDevice& device, const std::string& node) {
+bool reportDetach(const UsbDevice& device, const std::string& node) {
   UsbDeviceInfo record;
   record.setInserted(false);
   record.setSerialNumber("N/A");
@@ -118,23 +108,23 @@ Walk reportDetach(const UsbDevice& device, const std::string& node) {
   record.setDiskName(node.c_str());
   record.ioService = device.handle();
   doStuff(record);
-  return Walk::goOn;
+  return true;
 }
 
-Walk handleDevice(const UsbDevice& device, bool inserted) {
+bool handleDevice(const UsbDevice& device, bool inserted) {
   if (!mayBePlayer(device)) {
-    return Walk::goOn;
+    return true;
   }
   std::optional<std::string> diskName;
-  const Walk walk = waitForDiskName(device, diskName);
+  const bool goesOn = waitForDiskName(device, diskName);
   if (!diskName) {
-    return walk;
+    return goesOn;
   }
   const std::string node = formatText("/dev/%s", cfStringRefToCString(&*diskName));
   const auto eventSession = platform().createDiskSession();
   const auto disk = eventSession->diskFromName(node);
   if (!disk) {
-    return Walk::goOn;
+    return true;
   }
   return inserted ? reportAttach(device, *disk, node) : reportDetach(device, node);
 }
@@ -172,14 +162,10 @@ void USBDeviceRemoved(void* refcon, UsbDeviceIterator* iterator) {
 
 int USBDeviceCallback(void* /*refcon*/, UsbDeviceIterator* iterator, bool inserted) {
   std::fputs("start event", stdout);
-  auto walk = Walk::goOn;
-  while (iterator != nullptr && walk == Walk::goOn) {
-    const auto device = iterator->next();
-    if (!device) {
-      break;
-    }
-    walk = handleDevice(*device, inserted);
-  }
+  std::shared_ptr<UsbDevice> device;
+  do {
+    device = iterator != nullptr ? iterator->next() : nullptr;
+  } while (device && handleDevice(*device, inserted));
   std::fputs("\nend event", stdout);
   std::fflush(stdout);
   return 0;

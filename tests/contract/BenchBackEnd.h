@@ -3,7 +3,6 @@
 #include "BackEnd.h"
 #include "Bench.h"
 #include "BenchFolder.h"
-#include "QtClock.h"
 #include "QtMainThread.h"
 #include "TempFolder.h"
 #include "TestPlatform.h"

@@ -91,17 +91,14 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
 
   // Empty, and -1, when there is none.
   std::string vendor(const DiskIdentity& identity) {
-    const auto value = description(identity).deviceVendor;
-    return value && value->asText() != nullptr ? *value->asText() : std::string();
+    return description(identity).deviceVendor.value_or("");
   }
   std::int64_t mediaSize(const DiskIdentity& identity) {
-    const auto value = description(identity).mediaSize;
-    return value && value->asNumber() != nullptr ? *value->asNumber() : -1;
+    return description(identity).mediaSize.value_or(-1);
   }
 
   std::optional<std::string> volumeName(const DiskIdentity& identity) {
-    const auto value = description(identity).volumeName;
-    return value && value->asText() != nullptr ? std::optional(*value->asText()) : std::nullopt;
+    return description(identity).volumeName;
   }
 
   // The path of the mount point, from the address in the description.
@@ -111,15 +108,9 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
   static std::optional<std::string> mountPathOf(DiskSession& from, const std::string& name) {
     const auto disk = from.diskFromName(name);
     const auto read = disk ? disk->copyDescription() : std::nullopt;
-    const auto value = read ? read->volumePath : std::nullopt;
-    if (!value) {
-      return std::nullopt;
-    }
-    const std::string text = value->description();
-    const std::size_t begin = text.find("= ", text.find('{')) + 2;
-    const std::string address = text.substr(begin, text.find(',', begin) - begin);
-    EXPECT_TRUE(address.ends_with('/'));
-    return Url::withString(address).path();
+    const auto address = read ? read->volumePath : std::nullopt;
+    EXPECT_TRUE(!address || address->ends_with('/'));
+    return address ? std::optional(Url::withString(*address).path()) : std::nullopt;
   }
 
   // A completion that notes how the request ended.

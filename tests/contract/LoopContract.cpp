@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "QtClock.h"
 #include "QtMainThread.h"
 #include "StopSource.h"
 #include "ThreadWorkers.h"

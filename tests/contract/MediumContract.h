@@ -40,7 +40,7 @@ class MediumContract : public ContractTest {
   }
 
   // Has the volume read back on a worker, while this thread is the main thread.
-  bool readBack(const std::vector<test::TestItem>& items) {
+  bool readBack(const std::vector<CopiedItem>& items) {
     std::atomic<bool> done{false};
     bool held = false;
     std::thread worker([&] {
@@ -88,13 +88,13 @@ TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
   EXPECT_TRUE(copy("two", "Album/02.mp3"));
   EXPECT_TRUE(copy("one", "Album/01.mp3"));
   EXPECT_TRUE(volume->flush());
-  std::vector<test::TestItem> items(3);
-  items[0].folder = true;
-  items[0].to = root + "/Album/";
+  std::vector<CopiedItem> items(3);
+  items[0].isDirectory = true;
+  items[0].destination = root + "/Album/";
   for (const std::size_t file : {1U, 2U}) {
-    items[file].from = sources.path("source-" + std::to_string(file));
-    items[file].bytes = 3;
-    items[file].to = root + (file == 1 ? "/Album/02.mp3" : "/Album/01.mp3");
+    items[file].source = sources.path("source-" + std::to_string(file));
+    items[file].size = 3;
+    items[file].destination = root + (file == 1 ? "/Album/02.mp3" : "/Album/01.mp3");
   }
   EXPECT_TRUE(readBack(items));
   ASSERT_TRUE(mountPath(identity).has_value());
@@ -103,22 +103,22 @@ TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
   ASSERT_NE(volume, nullptr);
   EXPECT_TRUE(copy("three", "03.mp3"));
   EXPECT_TRUE(volume->flush());
-  items[0].to = root + "/Another/";
+  items[0].destination = root + "/Another/";
   EXPECT_FALSE(readBack(items));
 }
 
 TEST_P(MediumContract, NamesThatFatKeepsInWaysOfItsOwnAreReadBack) {
   openVolume();
-  std::vector<test::TestItem> items;
+  std::vector<CopiedItem> items;
   for (const std::string name :
        {"UPPER.MP3", "lower.mp3", "Mixed.Mp3", "ÄÖÜ.mp3", "éàí.mp3", "ÁÉ.MP3", "ß.mp3",
         "three dots...", " in front", "Дорога.mp3", "道.mp3", "🎵.mp3", "a+b,c;d=[e].mp3", "CON.mp3",
         "a name that is longer than eight and three.mpeg", "lower.MP3x"}) {
     EXPECT_TRUE(copy("x", name)) << name;
     items.emplace_back();
-    items.back().from = sources.path("source-" + std::to_string(sourceNumber));
-    items.back().bytes = 1;
-    items.back().to = root + "/" + name;
+    items.back().source = sources.path("source-" + std::to_string(sourceNumber));
+    items.back().size = 1;
+    items.back().destination = root + "/" + name;
   }
   EXPECT_TRUE(volume->flush());
   EXPECT_TRUE(readBack(items));

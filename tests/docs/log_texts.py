@@ -15,7 +15,7 @@ LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 INDIRECT = {
     ("LinuxSystem.cpp", "line"): (),  # of missingParts()
     ("Platform.h", "formatText(pattern, values...)"): (),  # is logText()
-    ("LogBatch.h", "texts_"): (),  # what was added
+    ("SystemLog.h", "texts_"): (),  # what was added
     ("TRFile.cpp", "std::move(address)"): ("file:///…",),
     ("UsbWatcher.cpp", "textOf(record.mountPath).c_str()"): ("/media/…",),
 }

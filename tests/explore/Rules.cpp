@@ -70,9 +70,8 @@ bool isNamedAsPlayer(const Device& device) {
 
 bool isPlayer(const Device& device) {
   const auto& look = device.firstLook;
-  const auto* vendor = look && look->deviceVendor ? look->deviceVendor->asText() : nullptr;
-  return isNamedAsPlayer(device) && device.searchesInVain < kSearches && vendor != nullptr &&
-         *vendor == "ACTIONS";
+  return isNamedAsPlayer(device) && device.searchesInVain < kSearches && look &&
+         look->deviceVendor == "ACTIONS";
 }
 
 }  // namespace

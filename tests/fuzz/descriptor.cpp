@@ -1,10 +1,10 @@
 // String descriptors: those that a device makes up, and those that are made of the kernel's texts.
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
-#include "DiskVolume.h"
 #include "Input.h"
 #include "StringDescriptors.h"
 #include "UsbUtil.h"
@@ -37,7 +37,8 @@ class LyingDevice : public UsbDeviceInterface {
 };
 
 void read(UsbDeviceInterface& device, std::uint8_t index) {
-  const OwnedCString text(getUSBStringDescriptor(&device, index));
+  const std::unique_ptr<char, decltype(&std::free)> text(getUSBStringDescriptor(&device, index),
+                                                         &std::free);
   fuzz::require(!text || std::strlen(text.get()) < kDescriptorSize);
 }
 

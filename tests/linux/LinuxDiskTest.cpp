@@ -11,16 +11,8 @@ class LinuxDiskTest : public ::testing::Test {
   LinuxDisk disk() { return LinuxDisk("sdb", known, mounts); }
   DiskDescription described() { return disk().copyDescription().value(); }
 
-  static std::string textOf(const std::optional<PlatformValue>& value) {
-    const std::string* const text = value ? value->asText() : nullptr;
-    return text != nullptr ? *text : "(none)";
-  }
-  static std::int64_t numberOf(const std::optional<PlatformValue>& value) {
-    const std::int64_t* const number = value ? value->asNumber() : nullptr;
-    return number != nullptr ? *number : -1;
-  }
   static std::string name(const DiskDescription& description) {
-    return textOf(description.volumeName);
+    return description.volumeName.value_or("(none)");
   }
   static bool isEmpty(const DiskDescription& description) {
     return !description.deviceVendor && !description.mediaSize && !description.volumeName &&
@@ -43,12 +35,11 @@ TEST_F(LinuxDiskTest, ADiskIsDescribed) {
   machine.plug("a");
   const std::string path = machine.mount(16, "My, {Books}");
   const auto description = described();
-  EXPECT_EQ(textOf(description.deviceVendor), "ACTIONS");
-  EXPECT_EQ(numberOf(description.mediaSize), 64 * 1024 * 1024);
+  EXPECT_EQ(description.deviceVendor, "ACTIONS");
+  EXPECT_EQ(description.mediaSize, 64 * 1024 * 1024);
   EXPECT_EQ(name(description), "My Books");
-  EXPECT_EQ(description.volumePath->description(), "<address>{string = file://" +
-                                                       machine.folder.path() +
-                                                       "/media/My%2C%20%7BBooks%7D/, base = none}");
+  EXPECT_EQ(description.volumePath,
+            "file://" + machine.folder.path() + "/media/My%2C%20%7BBooks%7D/");
 }
 
 TEST_F(LinuxDiskTest, ADiskThatUdevHasNotLookedAtHasNoDescription) {
@@ -63,7 +54,7 @@ TEST_F(LinuxDiskTest, ADiskWithoutAVendorHasNoneInItsDescription) {
   machine.kernel.setUdevDatabase("b8:16", databaseOf(MockFileSystem()));
   const auto description = described();
   EXPECT_FALSE(description.deviceVendor);
-  EXPECT_EQ(numberOf(description.mediaSize), 1024);
+  EXPECT_EQ(description.mediaSize, 1024);
   EXPECT_EQ(name(description), "NO NAME");
 }
 
@@ -82,7 +73,7 @@ TEST_F(LinuxDiskTest, APartitionsFileSystemComesBeforeTheDisksOwn) {
   addPartition(1, MockFileSystem{"vfat", "id", "part"});
   machine.mount(17, "part");
   EXPECT_EQ(name(described()), "part");
-  EXPECT_TRUE(described().volumePath->description().ends_with("/media/part/, base = none}"));
+  EXPECT_TRUE(described().volumePath->ends_with("/media/part/"));
 }
 
 TEST_F(LinuxDiskTest, PartitionsWithoutAFileSystemLeaveTheDisksOwn) {
@@ -100,14 +91,14 @@ TEST_F(LinuxDiskTest, OfPartitionsTheFirstWithAFileSystem) {
   addPartition(2, MockFileSystem{"vfat", "id2", "two"});
   machine.mount(18, "two");
   EXPECT_EQ(name(described()), "two");
-  EXPECT_TRUE(described().volumePath->description().ends_with("/media/two/, base = none}"));
+  EXPECT_TRUE(described().volumePath->ends_with("/media/two/"));
 }
 
 TEST_F(LinuxDiskTest, AMountMadeLaterDoesNotMoveTheVolume) {
   machine.plug("a");
   machine.mount(16, "first");
   machine.mount(16, "second");
-  EXPECT_TRUE(described().volumePath->description().ends_with("/media/first/, base = none}"));
+  EXPECT_TRUE(described().volumePath->ends_with("/media/first/"));
 }
 
 TEST_F(LinuxDiskTest, AfterAWipeTheOldVolumeIsNoMore) {
@@ -115,7 +106,7 @@ TEST_F(LinuxDiskTest, AfterAWipeTheOldVolumeIsNoMore) {
   machine.mount(16, "old");
   known.found(1, readDisk("sdb").value());
   known.willWipe({"/dev/sdb", 0x10002});
-  EXPECT_EQ(textOf(described().deviceVendor), "ACTIONS");
+  EXPECT_EQ(described().deviceVendor, "ACTIONS");
   EXPECT_FALSE(described().volumeName);
   EXPECT_FALSE(described().volumePath);
   machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "2222-BBBB", {}});

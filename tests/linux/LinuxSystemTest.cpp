@@ -178,7 +178,7 @@ TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
   wipe({"/dev/sdb", 0x10002});
   EXPECT_FALSE(description().volumeName);
   machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
-  EXPECT_EQ(description().volumeName.value().description(), "<text>{contents = \"NEW\"}");
+  EXPECT_EQ(description().volumeName, "NEW");
 }
 
 TEST_F(LinuxSystemTest, AfterAWrongPasswordThePlayerHasTheVolumeThatItHad) {

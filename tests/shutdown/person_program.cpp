@@ -18,7 +18,7 @@
 #include "Bench.h"
 #include "JournalLog.h"
 #include "PolkitScriptRunner.h"
-#include "QtClock.h"
+#include "QtMainThread.h"
 #include "RealSourceFiles.h"
 #include "WindowSet.h"
 #include "ui_CredentialsPanel.h"

@@ -296,18 +296,10 @@ DiskDescription describedAs(std::optional<std::string> volumeName,
                             std::optional<std::string> volumePathText,
                             std::optional<std::string> vendor, std::optional<std::int64_t> size) {
   DiskDescription description;
-  if (vendor) {
-    description.deviceVendor = PlatformValue::text(*vendor);
-  }
-  if (size) {
-    description.mediaSize = PlatformValue::number(*size);
-  }
-  if (volumeName) {
-    description.volumeName = PlatformValue::text(*volumeName);
-  }
-  if (volumePathText) {
-    description.volumePath = PlatformValue::url(*volumePathText);
-  }
+  description.deviceVendor = std::move(vendor);
+  description.mediaSize = size;
+  description.volumeName = std::move(volumeName);
+  description.volumePath = std::move(volumePathText);
   return description;
 }
 

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "UsbRig.h"
@@ -11,242 +10,148 @@ namespace {
 constexpr std::int64_t kLong = 1'000'000;
 constexpr std::int64_t kShort = 10'000;
 
-// What one lookup gave and printed.
-struct Lookup {
-  std::optional<std::string> name;
-  std::optional<std::string> path;
+class DiskVolume : public testing::Test {
+ protected:
+  // What one lookup gave, as "name at path", and printed.
+  std::string lookUp(Disk* disk) {
+    std::string unset = "unset";
+    char* name = unset.data();
+    char* path = unset.data();
+    StdCapture out(stdout);
+    getDiskVolume(disk, &name, &path);
+    printed = out.text();
+    const std::string found = formatText("%s at %s", name, path);
+    for (char* text : {name, path}) {
+      if (text != unset.data()) {
+        std::free(text);
+      }
+    }
+    return found;
+  }
+  std::string lookUp(const std::optional<std::string>& name,
+                     const std::optional<std::string>& path) {
+    return lookUp(rig.addDisk("sdc", describedAs(name, path)).get());
+  }
+  // The same, by a name that the outputs are "old" before.
+  std::string lookUpByName(const char* driveName) {
+    std::optional<std::string> name = "old";
+    std::optional<std::string> path = "old";
+    StdCapture out(stdout);
+    getDiskVolumeFromDriveName(driveName, name, path);
+    printed = out.text();
+    return formatText("%s at %s", name, path);
+  }
+  // Has the disk described in one way up to a look, and then in another.
+  void describe(std::size_t upTo, std::optional<DiskDescription> first,
+                std::optional<DiskDescription> then) {
+    rig.disk->describe = [=](std::size_t look) { return look <= upTo ? first : then; };
+  }
+
+  UsbRig rig;
   std::string printed;
 };
 
-Lookup lookUp(Disk* disk) {
-  std::string unset = "unset";
-  char* name = unset.data();
-  char* path = unset.data();
-  StdCapture out(stdout);
-  getDiskVolume(disk, &name, &path);
-  Lookup lookup{UsbRig::kept(name), UsbRig::kept(path), out.text()};
-  for (char* text : {name, path}) {
-    if (text != unset.data()) {
-      std::free(text);
-    }
-  }
-  return lookup;
-}
-
-TEST(GetDiskVolume, NameAndPathAreFoundInOneLook) {
-  UsbRig rig;
-  const Lookup lookup = lookUp(rig.disk.get());
-  EXPECT_EQ(lookup.name, "SONGS");
-  EXPECT_EQ(lookup.path, "file:///media/SONGS/");
-  EXPECT_EQ(lookup.printed, "\n got vol name\n got vol path");
+TEST_F(DiskVolume, WhatIsKnownIsFoundInOneLook) {
+  EXPECT_EQ(lookUp(rig.disk.get()), "SONGS at file:///media/SONGS/");
+  EXPECT_EQ(printed, "\n got vol name\n got vol path");
   EXPECT_EQ(rig.disk->looks(), 1U);
+  // Either of both ends the wait.
+  EXPECT_EQ(lookUp("SONGS", std::nullopt), "SONGS at (null)");
+  EXPECT_EQ(printed, "\n got vol name");
+  EXPECT_EQ(lookUp("", "file:///x/"), "(null) at file:///x/");
+  EXPECT_EQ(printed, "\n got vol path");
+  EXPECT_EQ(lookUp(std::nullopt, "file:///x/"), "(null) at file:///x/");
+  EXPECT_EQ(lookUp("1234", "file:///x/"), "x234 at file:///x/");
   EXPECT_TRUE(rig.ports.clock.sleeps().empty());
 }
 
-TEST(GetDiskVolume, NameAloneEndsTheWait) {
-  UsbRig rig;
-  const auto disk = rig.addDisk("sdc", describedAs("SONGS", std::nullopt));
-  const Lookup lookup = lookUp(disk.get());
-  EXPECT_EQ(lookup.name, "SONGS");
-  EXPECT_EQ(lookup.path, std::nullopt);
-  EXPECT_EQ(lookup.printed, "\n got vol name");
-  EXPECT_EQ(disk->looks(), 1U);
+TEST_F(DiskVolume, PathThatIsTooLongIsNotFound) {
+  const std::string longest(1023, 'p');
+  EXPECT_EQ(lookUp("A", longest), "A at " + longest);
+  EXPECT_EQ(lookUp("A", longest + "p"), "A at (null)");
 }
 
-TEST(GetDiskVolume, EmptyNameWithAKnownPathEndsTheWaitWithANullName) {
-  UsbRig rig;
-  const auto disk = rig.addDisk("sdc", describedAs("", "file:///media/x/"));
-  const Lookup lookup = lookUp(disk.get());
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.path, "file:///media/x/");
-  EXPECT_EQ(lookup.printed, "\n got vol path");
-  EXPECT_EQ(disk->looks(), 1U);
-}
-
-TEST(GetDiskVolume, AbsentNameWithAKnownPathEndsTheWaitWithANullName) {
-  UsbRig rig;
-  const Lookup lookup = lookUp(rig.addDisk("sdc", describedAs(std::nullopt, "file:///x/")).get());
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.path, "file:///x/");
-}
-
-TEST(GetDiskVolume, VolumeNamed1234YieldsX234) {
-  UsbRig rig;
-  EXPECT_EQ(lookUp(rig.addDisk("sdc", describedAs("1234", "file:///x/")).get()).name, "x234");
-}
-
-TEST(GetDiskVolume, BlankMediumCosts200ShortWaitsAndYieldsTwoNulls) {
-  UsbRig rig;
-  const auto disk = rig.addDisk("sdc", DiskDescription{});
-  const Lookup lookup = lookUp(disk.get());
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.path, std::nullopt);
-  EXPECT_EQ(lookup.printed, repeated("\n no vol name", 200));
-  EXPECT_EQ(disk->looks(), 200U);
+TEST_F(DiskVolume, BlankMediumCosts200ShortWaitsAndYieldsTwoNulls) {
+  describe(0, {}, DiskDescription{});
+  EXPECT_EQ(lookUp(rig.disk.get()), "(null) at (null)");
+  EXPECT_EQ(printed, repeated("\n no vol name", 200));
+  EXPECT_EQ(rig.disk->looks(), 200U);
   EXPECT_EQ(rig.ports.clock.sleeps(), std::vector<std::int64_t>(200, kShort));
 }
 
-TEST(GetDiskVolume, DiskThatIsNeverDescribedCosts200LongWaits) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t) { return std::nullopt; };
-  const Lookup lookup = lookUp(rig.disk.get());
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.path, std::nullopt);
-  EXPECT_EQ(lookup.printed, repeated("\nsleeping", 200));
+TEST_F(DiskVolume, DiskThatIsNeverDescribedCosts200LongWaits) {
+  describe(0, {}, std::nullopt);
+  EXPECT_EQ(lookUp(rig.disk.get()), "(null) at (null)");
+  EXPECT_EQ(printed, repeated("\nsleeping", 200));
   EXPECT_EQ(rig.disk->looks(), 200U);
   EXPECT_EQ(rig.ports.clock.sleeps(), std::vector<std::int64_t>(200, kLong));
 }
 
-TEST(GetDiskVolume, BothWaitsShareTheAttempts) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t look) {
-    return look <= 150 ? std::nullopt : std::optional(DiskDescription{});
-  };
-  EXPECT_EQ(lookUp(rig.disk.get()).printed,
-            repeated("\nsleeping", 150) + repeated("\n no vol name", 50));
-  EXPECT_EQ(rig.disk->looks(), 200U);
+TEST_F(DiskVolume, BothWaitsShareTheAttempts) {
+  describe(150, std::nullopt, DiskDescription{});
+  lookUp(rig.disk.get());
+  EXPECT_EQ(printed, repeated("\nsleeping", 150) + repeated("\n no vol name", 50));
 }
 
-TEST(GetDiskVolume, VolumeThatAppearsAtTheLastLookIsFound) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t look) {
-    return look < 200 ? DiskDescription{} : describedAs("LATE", std::nullopt);
-  };
-  const Lookup lookup = lookUp(rig.disk.get());
-  EXPECT_EQ(lookup.name, "LATE");
-  EXPECT_EQ(lookup.printed, repeated("\n no vol name", 199) + "\n got vol name");
+TEST_F(DiskVolume, VolumeThatAppearsAtTheLastLookIsFound) {
+  describe(199, DiskDescription{}, describedAs("LATE", std::nullopt));
+  EXPECT_EQ(lookUp(rig.disk.get()), "LATE at (null)");
+  EXPECT_EQ(printed, repeated("\n no vol name", 199) + "\n got vol name");
 }
 
-TEST(GetDiskVolume, EveryPauseComesBeforeTheLineOfAMissingDescription) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t look) {
-    return look == 1 ? std::nullopt : std::optional(describedAs("A", std::nullopt));
-  };
+TEST_F(DiskVolume, PauseComesBeforeTheLineOfAMissingDescriptionAndAfterThatOfAMissingVolume) {
   rig.ports.clock.onSleep = [](std::size_t) { std::fputs("[pause]", stdout); };
-  EXPECT_EQ(lookUp(rig.disk.get()).printed, "[pause]\nsleeping\n got vol name");
+  describe(1, std::nullopt, describedAs("A", std::nullopt));
+  lookUp(rig.disk.get());
+  EXPECT_EQ(printed, "[pause]\nsleeping\n got vol name");
+  describe(3, DiskDescription{}, describedAs("A", std::nullopt));
+  lookUp(rig.disk.get());
+  EXPECT_EQ(printed, "\n no vol name[pause]\n got vol name");
 }
 
-TEST(GetDiskVolume, EveryPauseComesAfterTheLineOfAMissingVolume) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t look) {
-    return look == 1 ? DiskDescription{} : describedAs("A", std::nullopt);
-  };
-  rig.ports.clock.onSleep = [](std::size_t) { std::fputs("[pause]", stdout); };
-  EXPECT_EQ(lookUp(rig.disk.get()).printed, "\n no vol name[pause]\n got vol name");
-}
-
-TEST(GetDiskVolume, DiskThatVanishesMeanwhileEndsAfterExactlyItsWaits) {
-  UsbRig rig;
-  rig.disk->describe = [](std::size_t look) {
-    return look <= 3 ? std::nullopt : std::optional(DiskDescription{});
-  };
-  const Lookup lookup = lookUp(rig.disk.get());
-  EXPECT_EQ(lookup.printed, repeated("\nsleeping", 3) + repeated("\n no vol name", 197));
-}
-
-TEST(GetDiskVolume, WithoutADiskTheOutputsAreNullAndNothingIsSaid) {
-  UsbRig rig;
-  const Lookup lookup = lookUp(nullptr);
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.path, std::nullopt);
-  EXPECT_EQ(lookup.printed, "");
+TEST_F(DiskVolume, WithoutADiskTheOutputsAreNullAndNothingIsSaid) {
+  EXPECT_EQ(lookUp(nullptr), "(null) at (null)");
+  EXPECT_EQ(printed, "");
   EXPECT_TRUE(rig.ports.clock.sleeps().empty());
 }
 
-TEST(GetDiskVolume, PathValueOfAnotherShapeGivesNoPath) {
-  UsbRig rig;
-  DiskDescription description = describedAs("SONGS", std::nullopt);
-  description.volumePath = PlatformValue::number(5);
-  const Lookup lookup = lookUp(rig.addDisk("sdc", description).get());
-  EXPECT_EQ(lookup.path, std::nullopt);
-  EXPECT_EQ(lookup.printed, "\n got vol name");
-}
-
-TEST(GetDiskVolume, PathWhoseDescriptionIsTooLongIsNotFound) {
-  UsbRig rig;
-  const std::size_t frame = PlatformValue::url("").description().size();
-  const std::string longest(1023 - frame, 'p');
-  EXPECT_EQ(lookUp(rig.addDisk("sdc", describedAs("A", longest)).get()).path, longest);
-  EXPECT_EQ(lookUp(rig.addDisk("sdd", describedAs("A", longest + "p")).get()).path, std::nullopt);
-}
-
-TEST(GetDiskVolume, ProgramThatEndsCutsTheShortWaits) {
-  UsbRig rig;
-  rig.ports.clock.onSleep = [&rig](std::size_t) { rig.ports.clock.end(); };
-  const auto disk = rig.addDisk("sdc", DiskDescription{});
-  const Lookup lookup = lookUp(disk.get());
-  EXPECT_EQ(lookup.name, std::nullopt);
-  EXPECT_EQ(lookup.printed, repeated("\n no vol name", 2));
+TEST_F(DiskVolume, ProgramThatEndsCutsTheWaits) {
+  describe(2, DiskDescription{}, std::nullopt);
+  rig.ports.clock.onSleep = [this](std::size_t number) {
+    if (number % 2 == 1) {
+      rig.ports.clock.end();
+    }
+  };
+  EXPECT_EQ(lookUp(rig.disk.get()), "(null) at (null)");
+  EXPECT_EQ(printed, repeated("\n no vol name", 2));
   EXPECT_EQ(rig.ports.clock.sleeps().size(), 2U);
+  lookUp(rig.disk.get());
+  EXPECT_EQ(printed, "") << "a long wait, without a word";
+  EXPECT_EQ(rig.ports.clock.sleeps().size(), 3U);
 }
 
-TEST(GetDiskVolume, ProgramThatEndsCutsTheLongWaitsWithoutAWord) {
-  UsbRig rig;
-  rig.ports.clock.onSleep = [&rig](std::size_t) { rig.ports.clock.end(); };
-  rig.disk->describe = [](std::size_t) { return std::nullopt; };
-  EXPECT_EQ(lookUp(rig.disk.get()).printed, "\nsleeping");
-  EXPECT_EQ(rig.ports.clock.sleeps().size(), 2U);
-}
-
-// Both outputs begin as "old".
-struct NamedLookup {
-  explicit NamedLookup(const char* driveName) {
-    StdCapture out(stdout);
-    getDiskVolumeFromDriveName(driveName, name, path);
-    printed = out.text();
-  }
-  std::optional<std::string> name = "old";
-  std::optional<std::string> path = "old";
-  std::string printed;
-};
-
-TEST(GetDiskVolumeFromDriveName, StoresNewTexts) {
-  UsbRig rig;
-  const NamedLookup lookup("/dev/sdb");
-  EXPECT_EQ(lookup.name, "SONGS");
-  EXPECT_EQ(lookup.path, "file:///media/SONGS/");
-  EXPECT_EQ(lookup.printed, "\n got vol name\n got vol path");
-}
-
-TEST(GetDiskVolumeFromDriveName, AsksASessionOfItsOwnForTheNameAsGiven) {
-  UsbRig rig;
+TEST_F(DiskVolume, ASessionOfItsOwnIsAskedForTheNameAsGiven) {
   const auto shared = platform().createDiskSession();
   session = shared;
-  const NamedLookup byNode("/dev/sdb");
+  EXPECT_EQ(lookUpByName("/dev/sdb"), "SONGS at file:///media/SONGS/");
+  EXPECT_EQ(printed, "\n got vol name\n got vol path");
   EXPECT_EQ(session, shared);
   session = nullptr;
-  const NamedLookup byName("sdb");
+  EXPECT_EQ(lookUpByName("sdb"), "SONGS at file:///media/SONGS/");
   EXPECT_EQ(session, nullptr);
-  EXPECT_EQ(byName.name, "SONGS");
   EXPECT_EQ(rig.ports.disks.sessionsOpened, 3U);
   EXPECT_EQ(rig.ports.disks.namesAsked, (std::vector<std::string>{"/dev/sdb", "sdb"}));
 }
 
-TEST(GetDiskVolumeFromDriveName, LeavesTheNameUntouchedWithoutAName) {
-  UsbRig rig;
+TEST_F(DiskVolume, ByNameAnOutputStaysUntouchedWhereNothingIsFound) {
   rig.addDisk("sdb", describedAs(std::nullopt, "file:///x/"));
-  const NamedLookup lookup("/dev/sdb");
-  EXPECT_EQ(lookup.name, "old");
-  EXPECT_EQ(lookup.path, "file:///x/");
-}
-
-TEST(GetDiskVolumeFromDriveName, LeavesThePathUntouchedWithoutAPath) {
-  UsbRig rig;
+  EXPECT_EQ(lookUpByName("/dev/sdb"), "old at file:///x/");
   rig.addDisk("sdb", describedAs("SONGS", std::nullopt));
-  const NamedLookup lookup("/dev/sdb");
-  EXPECT_EQ(lookup.name, "SONGS");
-  EXPECT_EQ(lookup.path, "old");
-}
-
-TEST(GetDiskVolumeFromDriveName, ReturnsAtOnceWithoutADisk) {
-  UsbRig rig;
+  EXPECT_EQ(lookUpByName("/dev/sdb"), "SONGS at old");
   for (const char* name : {"/dev/sdz", static_cast<const char*>(nullptr)}) {
-    const NamedLookup lookup(name);
-    EXPECT_EQ(lookup.name, "old");
-    EXPECT_EQ(lookup.path, "old");
-    EXPECT_EQ(lookup.printed, "");
+    EXPECT_EQ(lookUpByName(name), "old at old");
+    EXPECT_EQ(printed, "");
   }
-  EXPECT_EQ(rig.ports.disks.namesAsked, std::vector<std::string>{"/dev/sdz"});
   EXPECT_TRUE(rig.ports.clock.sleeps().empty());
 }
 

@@ -1,5 +1,3 @@
-#include "LogBatch.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,44 +10,38 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-TEST(LogBatch, RecordsInOrderWhenItGoes) {
-  const TestPlatform ports;
+TEST(LogBatch, RecordsWhenItIsFullAndWhenItGoes) {
+  TestLog log;
+  EXPECT_EQ(LogBatch::kMost, 256U);
   {
-    LogBatch batch;
+    LogBatch batch(log);
+    for (int text = 0; text < 255; ++text) {
+      batch.add(std::to_string(text));
+    }
+    EXPECT_TRUE(log.texts().empty());
+    batch.add("last");
+    EXPECT_EQ(log.texts().size(), 256U);
+    EXPECT_EQ(log.texts().back(), "last");
     batch.add("one");
     batch.add("two\n");
-    EXPECT_TRUE(ports.log.texts().empty());
+    EXPECT_EQ(log.texts().size(), 256U);
   }
-  EXPECT_EQ(ports.log.texts(), (Texts{"one", "two\n"}));
-}
-
-TEST(LogBatch, RecordsWhenItIsFull) {
-  const TestPlatform ports;
-  LogBatch batch;
-  EXPECT_EQ(LogBatch::kMost, 256U);
-  for (int text = 0; text < 255; ++text) {
-    batch.add(std::to_string(text));
-  }
-  EXPECT_TRUE(ports.log.texts().empty());
-  batch.add("last");
-  EXPECT_EQ(ports.log.texts().size(), 256U);
-  EXPECT_EQ(ports.log.texts().back(), "last");
-  batch.add("next");
-  EXPECT_EQ(ports.log.texts().size(), 256U);
+  EXPECT_EQ(log.texts().size(), 258U);
+  EXPECT_EQ(log.texts().back(), "two\n");
 }
 
 TEST(LogBatch, RecordsWhatItHoldsWhenTheProcessLeaves) {
-  const TestPlatform ports;
+  TestLog log;
   {
-    LogBatch batch;
+    LogBatch batch(log);
     batch.add("one");
     LogBatch::recordCurrent();
-    EXPECT_EQ(ports.log.texts(), Texts{"one"});
+    EXPECT_EQ(log.texts(), Texts{"one"});
     LogBatch::recordCurrent();
     batch.add("two");
   }
   LogBatch::recordCurrent();
-  EXPECT_EQ(ports.log.texts(), (Texts{"one", "two"}));
+  EXPECT_EQ(log.texts(), (Texts{"one", "two"}));
 }
 
 }  // namespace

@@ -29,18 +29,19 @@ class TRPlayerTest : public testing::Test {
       ports.mainThread.runPending();
     }
   }
-
   void refuseEverything() {
     ports.disks.refuse = [](const TestDisks::Request&) { return Dissenter{"busy"}; };
   }
-
-  void volumeIs(std::optional<std::string> name, std::optional<std::string> path) {
-    disk->describe = [description = describedAs(name, path)](std::size_t) { return description; };
-  }
-
-  bool refresh() {
+  // What a refresh answers and leaves.
+  std::string refreshed() {
     const StdCapture quiet(stdout);
-    return player->refresVolumeInfo();
+    const bool found = player->refresVolumeInfo();
+    return formatText("%s: %s at %s", found ? "found" : "not found", player->name(),
+                      player->path());
+  }
+  std::string refreshedWith(std::optional<std::string> name, std::optional<std::string> path) {
+    disk->describe = [description = describedAs(name, path)](std::size_t) { return description; };
+    return refreshed();
   }
 
   TestPlatform ports;
@@ -83,10 +84,18 @@ TEST(TRPlayer, PropertiesHoldWhatTheyWereGiven) {
   EXPECT_FALSE(player.isEjecting());
 }
 
-TEST(TRPlayer, SameDiskNameMeansEqualAndHashesAlikeWhateverTheRest) {
+TEST(TRPlayer, EqualityAndHashFollowTheDiskNameAlone) {
   TRPlayer one;
   TRPlayer other;
+  EXPECT_FALSE(one.isEqual(one)) << "without a disk name";
+  EXPECT_FALSE(one.isEqual(other));
+  EXPECT_EQ(one.hash(), other.hash());
   one.setDiskName("/dev/sdb");
+  EXPECT_FALSE(one.isEqual(other));
+  EXPECT_FALSE(other.isEqual(one));
+  other.setDiskName("/dev/sdB");
+  EXPECT_FALSE(one == other);
+  EXPECT_NE(one.hash(), other.hash());
   other.setDiskName("/dev/sdb");
   other.setName("another");
   other.setIONumber(9);
@@ -96,49 +105,6 @@ TEST(TRPlayer, SameDiskNameMeansEqualAndHashesAlikeWhateverTheRest) {
   EXPECT_EQ(std::hash<TRPlayer>{}(one), one.hash());
 }
 
-TEST(TRPlayer, OtherDiskNameMeansUnequal) {
-  TRPlayer one;
-  TRPlayer other;
-  one.setDiskName("/dev/sdb");
-  other.setDiskName("/dev/sdB");
-  EXPECT_FALSE(one.isEqual(other));
-  EXPECT_NE(one.hash(), other.hash());
-}
-
-TEST(TRPlayer, WithoutADiskNameItEqualsNothingNotEvenItself) {
-  const TRPlayer one;
-  TRPlayer other;
-  EXPECT_FALSE(one.isEqual(other));
-  EXPECT_FALSE(one.isEqual(one));
-  other.setDiskName("/dev/sdb");
-  EXPECT_FALSE(one.isEqual(other));
-  EXPECT_FALSE(other.isEqual(one));
-  EXPECT_EQ(one.hash(), TRPlayer().hash());
-}
-
-// An object of another class with the same text.
-class Namesake : public Object {
- public:
-  std::optional<std::string> diskName() const { return "/dev/sdb"; }
-};
-
-TEST(TRPlayer, NeverEqualsAnObjectOfAnotherClass) {
-  TRPlayer player;
-  player.setDiskName("/dev/sdb");
-  const Namesake other;
-  EXPECT_FALSE(player.isEqual(other));
-  EXPECT_FALSE(other.isEqual(player));
-}
-
-TEST(Object, EqualsItselfAloneAndHashesByIdentity) {
-  const Namesake one;
-  const Namesake other;
-  EXPECT_TRUE(one.isEqual(one));
-  EXPECT_FALSE(one == other);
-  EXPECT_EQ(one.hash(), one.hash());
-  EXPECT_NE(one.hash(), other.hash());
-}
-
 TEST_F(TRPlayerTest, IdentityIsTheNodeAndTheHandleAsUnsigned) {
   player->setIONumber(-1);
   EXPECT_EQ(player->identity().node, "/dev/sdb");
@@ -146,85 +112,47 @@ TEST_F(TRPlayerTest, IdentityIsTheNodeAndTheHandleAsUnsigned) {
   EXPECT_EQ(TRPlayer().identity().node, "");
 }
 
-TEST_F(TRPlayerTest, RefreshStoresNameAndLocation) {
-  volumeIs("NEW", "file:///media/NEW/");
-  EXPECT_TRUE(refresh());
-  EXPECT_EQ(player->name(), "NEW");
-  EXPECT_EQ(player->path(), "file:///media/NEW/");
+TEST_F(TRPlayerTest, RefreshStoresWhatItFindsAndNeedsBoth) {
+  EXPECT_EQ(refreshedWith("NEW", "file:///NEW/"), "found: NEW at file:///NEW/");
   EXPECT_EQ(ports.disks.namesAsked, Texts{"/dev/sdb"});
-}
-
-TEST_F(TRPlayerTest, RefreshWithoutAVolumeNameKeepsThePathSetsTheNameToNullAndFails) {
-  volumeIs(std::nullopt, "file:///media/NEW/");
-  EXPECT_FALSE(refresh());
-  EXPECT_EQ(player->name(), std::nullopt);
-  EXPECT_EQ(player->path(), "file:///media/NEW/");
-}
-
-TEST_F(TRPlayerTest, RefreshWithoutAPathSetsThePathToNullAndFails) {
-  volumeIs("NEW", std::nullopt);
-  EXPECT_FALSE(refresh());
-  EXPECT_EQ(player->name(), "NEW");
-  EXPECT_EQ(player->path(), std::nullopt);
-}
-
-TEST_F(TRPlayerTest, RefreshWithoutAVolumeSetsBothToNullAfterItsWaits) {
-  EXPECT_FALSE(refresh());
-  EXPECT_EQ(player->name(), std::nullopt);
-  EXPECT_EQ(player->path(), std::nullopt);
-  EXPECT_EQ(ports.clock.sleeps().size(), 200U);
-}
-
-TEST_F(TRPlayerTest, RefreshWithoutADiskSetsBothToNullAtOnce) {
+  EXPECT_EQ(refreshedWith(std::nullopt, "file:///A/"), "not found: (null) at file:///A/");
+  EXPECT_EQ(refreshedWith("B", std::nullopt), "not found: B at (null)");
   ports.disks.byName.clear();
-  EXPECT_FALSE(refresh());
-  EXPECT_EQ(player->name(), std::nullopt);
-  EXPECT_EQ(player->path(), std::nullopt);
+  EXPECT_EQ(refreshed(), "not found: (null) at (null)");
+  ports.disks.namesAsked.clear();
+  player->setName("old");
+  player->setDiskName(std::nullopt);
+  EXPECT_EQ(refreshed(), "not found: (null) at (null)");
+  EXPECT_TRUE(ports.disks.namesAsked.empty());
   EXPECT_TRUE(ports.clock.sleeps().empty());
 }
 
-TEST_F(TRPlayerTest, RefreshWithoutADiskNameAsksForNoDisk) {
-  player->setDiskName(std::nullopt);
-  EXPECT_FALSE(refresh());
-  EXPECT_EQ(player->name(), std::nullopt);
-  EXPECT_TRUE(ports.disks.namesAsked.empty());
+TEST_F(TRPlayerTest, RefreshWithoutAVolumeSetsBothToNullAfterItsWaits) {
+  EXPECT_EQ(refreshed(), "not found: (null) at (null)");
+  EXPECT_EQ(ports.clock.sleeps().size(), 200U);
 }
 
-TEST_F(TRPlayerTest, MountSetsTheFlagAndLogsWhenItHasCompleted) {
-  player->mount();
-  EXPECT_EQ(ports.disks.kinds(), Texts{"mount"});
-  EXPECT_FALSE(player->isMounted());
-  EXPECT_TRUE(ports.log.texts().empty());
-  runAll();
-  EXPECT_TRUE(player->isMounted());
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice /dev/sdb mounted\n"});
-}
-
-TEST_F(TRPlayerTest, UnmountClearsTheFlagAndLogsWhenItHasCompleted) {
-  player->setIsMounted(true);
-  player->unmount();
-  EXPECT_EQ(ports.disks.kinds(), Texts{"unmount"});
-  EXPECT_TRUE(player->isMounted());
-  runAll();
-  EXPECT_FALSE(player->isMounted());
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice /dev/sdb unmounted\n"});
-}
-
-TEST_F(TRPlayerTest, RefusedMountStillSetsTheFlagAndLogs) {
-  refuseEverything();
-  player->mount();
-  runAll();
-  EXPECT_TRUE(player->isMounted());
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice /dev/sdb mounted\n"});
-}
-
-TEST_F(TRPlayerTest, RefusedUnmountStillClearsTheFlagAndLogs) {
-  refuseEverything();
-  player->setIsMounted(true);
-  player->unmount();
-  runAll();
-  EXPECT_FALSE(player->isMounted());
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice /dev/sdb unmounted\n"});
+// Granted and refused.
+TEST_F(TRPlayerTest, MountAndUnmountSetTheFlagAndLogWhenTheyHaveCompleted) {
+  for (int round = 0; round < 2; ++round) {
+    ports.log.clear();
+    ports.disks.requests.clear();
+    player->mount();
+    EXPECT_EQ(ports.disks.kinds(), Texts{"mount"});
+    EXPECT_FALSE(player->isMounted());
+    EXPECT_TRUE(ports.log.texts().empty());
+    runAll();
+    EXPECT_TRUE(player->isMounted());
+    EXPECT_EQ(ports.log.texts(), Texts{"\nDevice /dev/sdb mounted\n"});
+    player->unmount();
+    EXPECT_EQ(ports.disks.kinds(), (Texts{"mount", "unmount"}));
+    EXPECT_TRUE(player->isMounted());
+    runAll();
+    EXPECT_FALSE(player->isMounted());
+    EXPECT_EQ(ports.log.texts(),
+              (Texts{"\nDevice /dev/sdb mounted\n", "\nDevice /dev/sdb unmounted\n"}));
+    refuseEverything();
+  }
 }
 
 TEST_F(TRPlayerTest, TwoUnmountsInARowCompleteTwiceAndLogTwice) {
@@ -232,46 +160,34 @@ TEST_F(TRPlayerTest, TwoUnmountsInARowCompleteTwiceAndLogTwice) {
   player->unmount();
   runAll();
   EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "unmount"}));
-  EXPECT_EQ(ports.log.texts(),
-            (Texts{"\nDevice /dev/sdb unmounted\n", "\nDevice /dev/sdb unmounted\n"}));
+  EXPECT_EQ(ports.log.texts(), (Texts(2, "\nDevice /dev/sdb unmounted\n")));
 }
 
+// Granted and refused.
 TEST_F(TRPlayerTest, EjectUnmountsFirstAndLogsOnceWhenTheEjectIsRequested) {
-  player->setIsMounted(true);
-  player->eject();
-  EXPECT_EQ(ports.disks.kinds(), Texts{"unmount"});
-  EXPECT_TRUE(ports.log.texts().empty());
-  ports.mainThread.runPending();
-  EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "eject"}));
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice Ejected\n"});
-  runAll();
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice Ejected\n"});
-  EXPECT_TRUE(player->isMounted());
-  EXPECT_TRUE(player->isEjecting());
-}
-
-TEST_F(TRPlayerTest, EjectIsRequestedAndLoggedOnceAfterARefusedUnmount) {
-  refuseEverything();
-  player->eject();
-  runAll();
-  EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "eject"}));
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice Ejected\n"});
-}
-
-TEST_F(TRPlayerTest, EjectIsLoggedAfterItsRequest) {
   std::size_t loggedAtRequest = 99;
-  ports.disks.refuse = [&](const TestDisks::Request& request) -> std::optional<Dissenter> {
-    if (request.kind == "eject") {
-      loggedAtRequest = ports.log.texts().size();
-    }
-    return std::nullopt;
-  };
-  player->eject();
-  runAll();
-  EXPECT_EQ(loggedAtRequest, 0U);
+  for (const bool refuses : {false, true}) {
+    ports.disks.refuse = [&](const TestDisks::Request& request) {
+      loggedAtRequest = request.kind == "eject" ? ports.log.texts().size() : 99;
+      return refuses ? std::optional(Dissenter{"busy"}) : std::nullopt;
+    };
+    ports.log.clear();
+    ports.disks.requests.clear();
+    player->setIsMounted(true);
+    player->eject();
+    EXPECT_EQ(ports.disks.kinds(), Texts{"unmount"});
+    EXPECT_TRUE(ports.log.texts().empty());
+    runAll();
+    EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "eject"}));
+    EXPECT_EQ(loggedAtRequest, 0U);
+    EXPECT_EQ(ports.log.texts(), Texts{"\nDevice Ejected\n"});
+    EXPECT_TRUE(player->isMounted());
+    EXPECT_TRUE(player->isEjecting());
+  }
 }
 
-TEST_F(TRPlayerTest, EveryRequestNamesTheDiskAndThePlayer) {
+TEST_F(TRPlayerTest, EveryRequestNamesTheDiskAndThePlayerInTheSharedSession) {
+  const std::size_t opened = ports.disks.sessionsOpened;
   player->mount();
   player->unmount();
   player->eject();
@@ -282,45 +198,28 @@ TEST_F(TRPlayerTest, EveryRequestNamesTheDiskAndThePlayer) {
     EXPECT_EQ(request.expected.node, "/dev/sdb");
     EXPECT_EQ(request.expected.usbHandle, 0x00030004U);
   }
-}
-
-TEST_F(TRPlayerTest, RequestsShareTheSession) {
-  const std::size_t opened = ports.disks.sessionsOpened;
-  player->mount();
-  player->eject();
-  runAll();
   EXPECT_EQ(ports.disks.sessionsOpened, opened);
 }
 
-TEST_F(TRPlayerTest, DiskIsMadeAnewForEachRequest) {
-  player->mount();
+TEST_F(TRPlayerTest, DiskIsMadeAnewForEachRequestWhichIsMadeWithoutOneToo) {
   const auto replacement = std::make_shared<TestDisk>();
   ports.disks.byName["sdb"] = replacement;
   player->mount();
-  EXPECT_EQ(ports.disks.requests[0].disk, disk);
-  EXPECT_EQ(ports.disks.requests[1].disk, replacement);
-}
-
-TEST_F(TRPlayerTest, RequestWithoutADiskObjectIsMadeAllTheSame) {
+  EXPECT_EQ(ports.disks.requests.back().disk, replacement);
   ports.disks.byName.clear();
   player->mount();
+  EXPECT_EQ(ports.disks.requests.back().disk, nullptr);
   player->unmount();
-  runAll();
-  ASSERT_EQ(ports.disks.kinds(), (Texts{"mount", "unmount"}));
-  EXPECT_EQ(ports.disks.requests[0].disk, nullptr);
-  EXPECT_EQ(ports.disks.requests[1].disk, nullptr);
-  EXPECT_EQ(ports.log.texts().size(), 2U);
-}
-
-TEST_F(TRPlayerTest, RequestWithoutADiskNameIsMadeAllTheSame) {
+  EXPECT_EQ(ports.disks.requests.back().disk, nullptr);
+  ports.disks.namesAsked.clear();
   player->setDiskName(std::nullopt);
   player->mount();
-  runAll();
-  EXPECT_EQ(ports.disks.kinds(), Texts{"mount"});
-  EXPECT_EQ(ports.disks.requests[0].disk, nullptr);
-  EXPECT_EQ(ports.disks.requests[0].expected.node, "");
+  EXPECT_EQ(ports.disks.requests.back().disk, nullptr);
+  EXPECT_EQ(ports.disks.requests.back().expected.node, "");
   EXPECT_TRUE(ports.disks.namesAsked.empty());
-  EXPECT_EQ(ports.log.texts(), Texts{"\nDevice (null) mounted\n"});
+  runAll();
+  EXPECT_EQ(ports.log.texts().size(), 4U);
+  EXPECT_EQ(ports.log.texts().back(), "\nDevice (null) mounted\n");
 }
 
 TEST_F(TRPlayerTest, PendingRequestsKeepTheirPlayer) {

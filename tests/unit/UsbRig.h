@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,8 @@ namespace fillstation::test {
 // What is printed of a device, and of one that is a player.
 inline const std::string kClassLine = "This device's className is IOUSBDevice\n";
 inline const std::string kPlayerLines = kClassLine + "Device Name is HS USB FlashDisk\n";
+// What is printed when the volume is found.
+inline const std::string kFound = "\n got vol name\n got vol path";
 
 inline std::string repeated(const std::string& text, int count) {
   std::string all;
@@ -23,17 +24,8 @@ inline std::string repeated(const std::string& text, int count) {
   return all;
 }
 
-// A record as its receiver would keep it: every text copied.
-struct KeptRecord {
-  std::optional<std::string> vid, pid, serialNumber, mountPath, volumeName, diskName;
-  std::int32_t rev = 0;
-  std::int32_t inserted = 0;
-  std::uint32_t ioService = 0;
-  std::int64_t size = 0;
-};
-
 // The platform with a bus, a disk "sdb" with a mounted volume, and a receiver that keeps what it is
-// given.
+// given, every field of each record as one text.
 struct UsbRig {
   UsbRig() {
     platform().usbBus = &bus;
@@ -47,16 +39,12 @@ struct UsbRig {
     return added;
   }
 
-  static std::optional<std::string> kept(const char* text) {
-    return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
-  }
-
   static void keep(void* receiver, UsbDeviceInfo* record) {
-    auto& rig = *static_cast<UsbRig*>(receiver);
-    rig.records.push_back({kept(record->vid), kept(record->pid), kept(record->serialNumber),
-                           kept(record->mountPath), kept(record->volumeName),
-                           kept(record->diskName), record->rev, record->inserted, record->ioService,
-                           record->size});
+    const auto number = [](std::int64_t value) { return std::to_string(value); };
+    static_cast<UsbRig*>(receiver)->records.push_back(formatText(
+        "%s %s of %s: %s, %s, %s, %s; %s at %s, %s bytes", number(record->inserted),
+        record->diskName, number(record->ioService), record->vid, record->pid, number(record->rev),
+        record->serialNumber, record->volumeName, record->mountPath, number(record->size)));
   }
 
   // Takes back an earlier test's receiver. Not while a platform is installed.
@@ -73,7 +61,21 @@ struct UsbRig {
   TestPlatform ports;
   TestUsbBus bus{ports.mainThread};
   std::shared_ptr<TestDisk> disk;
-  std::vector<KeptRecord> records;
+  std::vector<std::string> records;
 };
+
+// The records of a player with and without answers to what it is asked, and of one that has left.
+inline const std::string kAsked =
+    "1 /dev/sdb of 65538: Maker, Stick, 256, N/A; SONGS at file:///media/SONGS/, 4096 bytes";
+inline const std::string kGone = "0 /dev/sdb of 65538: (null), (null), 0, N/A; N/A at N/A, 0 bytes";
+
+// A player that answers.
+inline std::shared_ptr<TestUsbDevice> namedDevice() {
+  auto device = std::make_shared<TestUsbDevice>();
+  device->interface->descriptors[1] = TestUsbInterface::descriptorOf("Maker");
+  device->interface->descriptors[2] = TestUsbInterface::descriptorOf("Stick");
+  device->interface->descriptors[3] = TestUsbInterface::descriptorOf("0042");
+  return device;
+}
 
 }  // namespace fillstation::test

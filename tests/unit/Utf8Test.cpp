@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace fillstation::test {
 namespace {
 
@@ -29,56 +33,39 @@ TEST(Utf8, EveryBadByteIsReplacedAndNoOther) {
   EXPECT_EQ(withoutBadUtf8("\xE5\x95x\xF0\x9F"), "__x__");
 }
 
-TEST(Utf8, SurrogatesAreNoText) {
-  EXPECT_TRUE(decodeUtf8("\xED\x9F\xBF"));
-  EXPECT_FALSE(decodeUtf8("\xED\xA0\x80"));
-  EXPECT_FALSE(decodeUtf8("\xED\xBF\xBF"));
-  EXPECT_TRUE(decodeUtf8("\xEE\x80\x80"));
+TEST(Utf8, OnlyWellFormedSequencesAreText) {
+  for (const char* text : {"\xED\x9F\xBF", "\xEE\x80\x80"}) {
+    EXPECT_TRUE(decodeUtf8(text)) << "beside the surrogates";
+  }
+  for (const char* text : {"\xED\xA0\x80", "\xED\xBF\xBF",  // surrogates
+                           "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",  // overlong
+                           "\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF", "\xF8\x88\x80\x80\x80",
+                           "\xFF",  // above the last code point
+                           "\x80", "\xBF", "a\xC3", "\xE2\x82", "\xE2\x82z", "\xE2z\x82",
+                           "\xC3\xC3"}) {  // stray and missing continuations
+    EXPECT_FALSE(decodeUtf8(text)) << testing::PrintToString(text);
+  }
 }
 
-TEST(Utf8, OverlongFormsAreNoText) {
-  EXPECT_FALSE(decodeUtf8("\xC0\x80"));
-  EXPECT_FALSE(decodeUtf8("\xC1\xBF"));
-  EXPECT_FALSE(decodeUtf8("\xE0\x9F\xBF"));
-  EXPECT_FALSE(decodeUtf8("\xF0\x8F\xBF\xBF"));
-}
-
-TEST(Utf8, ValuesAboveTheLastCodePointAreNoText) {
-  EXPECT_FALSE(decodeUtf8("\xF4\x90\x80\x80"));
-  EXPECT_FALSE(decodeUtf8("\xF7\xBF\xBF\xBF"));
-  EXPECT_FALSE(decodeUtf8("\xF8\x88\x80\x80\x80"));
-  EXPECT_FALSE(decodeUtf8("\xFF"));
-}
-
-TEST(Utf8, StrayAndMissingContinuationsAreNoText) {
-  EXPECT_FALSE(decodeUtf8("\x80"));
-  EXPECT_FALSE(decodeUtf8("\xBF"));
-  EXPECT_FALSE(decodeUtf8("a\xC3"));
-  EXPECT_FALSE(decodeUtf8("\xE2\x82"));
-  EXPECT_FALSE(decodeUtf8("\xE2\x82z"));
-  EXPECT_FALSE(decodeUtf8("\xE2z\x82"));
-  EXPECT_FALSE(decodeUtf8("\xC3\xC3"));
-}
-
-TEST(Utf8, CaseOfEveryScriptIsIgnored) {
-  EXPECT_TRUE(equalIgnoringCase("MP3", "mp3"));
-  EXPECT_TRUE(equalIgnoringCase("\xC3\x84\xC3\x96", "\xC3\xA4\xC3\xB6"));
-  EXPECT_TRUE(equalIgnoringCase("\xD0\x96", "\xD0\xB6"));
-  EXPECT_TRUE(equalIgnoringCase("", ""));
-}
-
-TEST(Utf8, OtherDifferencesCount) {
-  EXPECT_FALSE(equalIgnoringCase("mp3", "mp4"));
-  EXPECT_FALSE(equalIgnoringCase("mp3", "mp3 "));
-  EXPECT_FALSE(equalIgnoringCase("", "a"));
-  EXPECT_FALSE(equalIgnoringCase("\xC3\xA4", "a"));
-  EXPECT_FALSE(equalIgnoringCase("\xC3\x9F", "SS"));
-}
-
-TEST(Utf8, TextsThatAreNotUtf8EqualNothing) {
-  EXPECT_FALSE(equalIgnoringCase("\xFF", "\xFF"));
-  EXPECT_FALSE(equalIgnoringCase("\xFF", "a"));
-  EXPECT_FALSE(equalIgnoringCase("a", "\xFF"));
+TEST(Utf8, CaseOfEveryScriptIsIgnoredAndNothingElse) {
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+  for (const auto& [left, right] : Pairs{{"MP3", "mp3"},
+                                         {"\xC3\x84\xC3\x96", "\xC3\xA4\xC3\xB6"},
+                                         {"\xD0\x96", "\xD0\xB6"},
+                                         {"", ""}}) {
+    EXPECT_TRUE(equalIgnoringCase(left, right)) << left;
+  }
+  // What is not UTF-8 equals nothing.
+  for (const auto& [left, right] : Pairs{{"mp3", "mp4"},
+                                         {"mp3", "mp3 "},
+                                         {"", "a"},
+                                         {"\xC3\xA4", "a"},
+                                         {"\xC3\x9F", "SS"},
+                                         {"\xFF", "\xFF"},
+                                         {"\xFF", "a"},
+                                         {"a", "\xFF"}}) {
+    EXPECT_FALSE(equalIgnoringCase(left, right)) << left << " " << right;
+  }
 }
 
 }  // namespace

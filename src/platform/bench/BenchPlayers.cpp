@@ -92,16 +92,15 @@ std::optional<DiskDescription> BenchPlayer::copyDescription() {
   if (!isPresent() || isEjected()) {
     return description;
   }
-  description.deviceVendor = PlatformValue::text(identity_.vendor);
-  description.mediaSize = PlatformValue::number(mediaSize_);
+  description.deviceVendor = identity_.vendor;
+  description.mediaSize = mediaSize_;
   const auto fat = isKnown() ? FatImage::open(image_.get()) : std::nullopt;
   if (!fat) {
     return description;
   }
-  description.volumeName = PlatformValue::text(fat->label());
+  description.volumeName = fat->label();
   if (const auto mounted = volume()) {
-    description.volumePath =
-        PlatformValue::url(Url::fromPath(mounted->folder(), true).absoluteString());
+    description.volumePath = Url::fromPath(mounted->folder(), true).absoluteString();
   }
   return description;
 }

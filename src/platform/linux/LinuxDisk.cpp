@@ -50,18 +50,13 @@ std::optional<DiskDescription> LinuxDisk::copyDescription() {
   if (!facts->initialized) {
     return std::nullopt;
   }
-  if (facts->vendor) {
-    description.deviceVendor = PlatformValue::text(*facts->vendor);
-  }
-  description.mediaSize = PlatformValue::number(facts->size);
+  description.deviceVendor = facts->vendor;
+  description.mediaSize = facts->size;
   if (const auto volume = volumeOn(*facts, known_)) {
-    if (const auto name = nameOf(*volume->fileSystem)) {
-      description.volumeName = PlatformValue::text(*name);
-    }
+    description.volumeName = nameOf(*volume->fileSystem);
     const auto paths = mounts_.mountPoints(volume->number);
     if (!paths.empty()) {
-      description.volumePath =
-          PlatformValue::url(Url::fromPath(paths.front(), true).absoluteString());
+      description.volumePath = Url::fromPath(paths.front(), true).absoluteString();
     }
   }
   return description;

@@ -8,7 +8,6 @@
 
 #include "LinuxDisk.h"
 #include "PosixVolume.h"
-#include "RealMedium.h"
 
 namespace fillstation {
 
@@ -40,7 +39,7 @@ std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
   });
   const bool isMount = std::find(points.begin(), points.end(),
                                  PosixVolume::withoutEndingSlash(mountPath)) != points.end();
-  return isDisks && isMount ? std::make_shared<RealMedium>() : nullptr;
+  return isDisks && isMount ? std::make_shared<VolumeMedium>() : nullptr;
 }
 
 std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,

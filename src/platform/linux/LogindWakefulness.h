@@ -4,7 +4,7 @@
 
 #include "SystemLog.h"
 #include "UDisksClient.h"
-#include "Wakefulness.h"
+#include "Workspace.h"
 
 namespace fillstation {
 

@@ -1,12 +1,13 @@
 #include "BelowRoot.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
-
-#include "LongPath.h"
+#include <utility>
 
 namespace fillstation {
 
@@ -72,12 +73,93 @@ FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& ca
   return file;
 }
 
-FileHandle openRegularFile(const std::string& path, struct stat& status) {
-  const FileHandle place = openLongPath(path, O_PATH);
-  if (!place || ::fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return {};
+bool DirectoryOrder::keptOn(int root) {
+  struct statfs status {};
+  return ::fstatfs(root, &status) == 0 && status.f_type == MSDOS_SUPER_MAGIC;
+}
+
+std::optional<struct stat> DirectoryOrder::next(const Components& path, bool isDirectory) {
+  if (path.empty() || !enter(path)) {
+    return std::nullopt;
   }
-  return openLongPath("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
+  Level& level = levels_.back();
+  struct stat status {};
+  if (::fstatat(level.directory.get(), path.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+      (isDirectory ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode)) ||
+      (keepsOrder_ && !comesNext(level, path.back(), status.st_ino) &&
+       !(isDirectory && comesAgain_))) {
+    return std::nullopt;
+  }
+  return status;
+}
+
+bool DirectoryOrder::comesNext(Level& level, const std::string& name, ino_t inode) {
+  const off_t before = level.position;
+  if (find(level, [&name](const dirent64& entry) { return name == entry.d_name; })) {
+    return true;
+  }
+  // A mount may spell names in its own way. The inode is the kernel's word, now that it was looked
+  // up.
+  restart(level, before);
+  if (find(level, [inode](const dirent64& entry) { return entry.d_ino == inode; })) {
+    return true;
+  }
+  restart(level, before);
+  return false;
+}
+
+bool DirectoryOrder::enter(const Components& path) {
+  if (levels_.empty() && !push("")) {
+    return false;
+  }
+  std::size_t depth = 1;
+  while (depth < levels_.size() && depth < path.size() && levels_[depth].name == path[depth - 1]) {
+    ++depth;
+  }
+  levels_.resize(depth);
+  while (levels_.size() < path.size()) {
+    if (!push(path[levels_.size() - 1])) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool DirectoryOrder::push(const std::string& name) {
+  Level level;
+  level.name = name;
+  const int parent = levels_.empty() ? root_ : levels_.back().directory.get();
+  level.directory = openFolderBelow(root_, parent, name.empty() ? "." : name, O_RDONLY);
+  if (!level.directory) {
+    return false;
+  }
+  levels_.push_back(std::move(level));
+  return true;
+}
+
+bool DirectoryOrder::find(Level& level, const std::function<bool(const dirent64&)>& isWanted) {
+  while (true) {
+    if (level.at == level.size) {
+      const ssize_t size =
+          ::getdents64(level.directory.get(), level.entries.data(), level.entries.size());
+      if (size <= 0) {
+        return false;
+      }
+      level.at = 0;
+      level.size = static_cast<std::size_t>(size);
+    }
+    const auto* const entry = reinterpret_cast<const dirent64*>(level.entries.data() + level.at);
+    level.at += entry->d_reclen;
+    level.position = entry->d_off;
+    if (isWanted(*entry)) {
+      return true;
+    }
+  }
+}
+
+void DirectoryOrder::restart(Level& level, off_t position) {
+  level.position = ::lseek(level.directory.get(), position, SEEK_SET);
+  level.at = level.size = 0;
 }
 
 }  // namespace fillstation

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <dirent.h>
 #include <sys/stat.h>
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,8 +32,49 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
 // when there is none.
 FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls);
 
-// A regular file with its status. It is looked at before it is opened, so that nothing but a
-// regular file ever is: opening a FIFO or a device can wait or act. No handle for anything else.
-FileHandle openRegularFile(const std::string& path, struct stat& status);
+// Looks up what was created on a volume, in the order of its creation; on FAT the directories must
+// hold it in that order too, since players play what comes first. What else a directory holds is
+// passed over. One thread; the descriptor of the root outlives it.
+class DirectoryOrder {
+ public:
+  // Whether the file system keeps the order of creation, as FAT does; whether a folder may come
+  // again in the list, as when two chosen ones have it in common.
+  explicit DirectoryOrder(int root, bool keepsOrder, bool comesAgain = true)
+      : root_(root), keepsOrder_(keepsOrder), comesAgain_(comesAgain) {}
+
+  // As above, for the volume with that root.
+  static bool keptOn(int root);
+
+  // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
+  // lies before one that was found earlier. A folder may lie before: two chosen ones have it in
+  // common.
+  std::optional<struct stat> next(const Components& path, bool isDirectory);
+
+ private:
+  static constexpr std::size_t kEntries = 8192;  // bytes of entries that are read at once
+
+  // A directory on the way down, read as far as it was compared.
+  struct Level {
+    std::string name;  // empty for the root
+    FileHandle directory;
+    std::vector<char> entries = std::vector<char>(kEntries);
+    std::size_t at = 0;
+    std::size_t size = 0;
+    off_t position = 0;  // behind the entry that was yielded last
+  };
+
+  bool enter(const Components& path);
+  bool push(const std::string& name);
+  // Whether the entry is behind the one before; the level is read up to it then, and no further
+  // than before otherwise.
+  static bool comesNext(Level& level, const std::string& name, ino_t inode);
+  static bool find(Level& level, const std::function<bool(const dirent64&)>& isWanted);
+  static void restart(Level& level, off_t position);
+
+  const int root_;
+  const bool keepsOrder_;
+  const bool comesAgain_;
+  std::vector<Level> levels_;
+};
 
 }  // namespace fillstation

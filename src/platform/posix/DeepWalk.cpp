@@ -7,9 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "LongPath.h"
-#include "NameOrder.h"
-
 namespace fillstation {
 
 DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,

@@ -1,5 +1,7 @@
 #include "FileHandle.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace fillstation {
@@ -8,6 +10,53 @@ FileHandle::~FileHandle() {
   if (descriptor_ >= 0) {
     ::close(descriptor_);
   }
+}
+
+FileHandle openLongPath(const std::string& path, int flags) {
+  // Below the kernel's 4096 with room for the "./" that keeps a remainder relative.
+  constexpr std::size_t kPiece = 4000;
+  if (path.find('\0') != std::string::npos) {
+    return {};
+  }
+  FileHandle base(AT_FDCWD);
+  std::string rest = path;
+  while (rest.size() > kPiece) {
+    const std::size_t cut = rest.rfind('/', kPiece);
+    if (cut == std::string::npos || cut < 2) {
+      return {};  // a single name that no file system takes
+    }
+    base = FileHandle(
+        ::openat(base.get(), rest.substr(0, cut).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!base) {
+      return {};
+    }
+    rest.replace(0, cut + 1, "./");
+  }
+  return FileHandle(::openat(base.get(), rest.c_str(), flags | O_CLOEXEC));
+}
+
+std::optional<struct stat> statLongPath(const std::string& path) {
+  const FileHandle handle = openLongPath(path, O_PATH);
+  struct stat status {};
+  if (!handle || ::fstat(handle.get(), &status) != 0) {
+    return std::nullopt;
+  }
+  return status;
+}
+
+FileHandle openRegularFile(const std::string& path, struct stat& status) {
+  const FileHandle place = openLongPath(path, O_PATH);
+  if (!place || ::fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return {};
+  }
+  return openLongPath("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
+}
+
+void allowManyOpenFiles() {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 }  // namespace fillstation

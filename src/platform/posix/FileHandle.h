@@ -1,5 +1,9 @@
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace fillstation {
@@ -28,5 +32,24 @@ class FileHandle {
  private:
   int descriptor_ = -1;
 };
+
+// Opens an absolute or relative path of any length, piece by piece where the kernel's limit of a
+// path (4096 bytes) is exceeded. Flags as of open(2), close-on-exec is added; creates nothing. No
+// handle when it can't be opened.
+FileHandle openLongPath(const std::string& path, int flags);
+
+// The status of what is at a path of any length, symbolic links followed; none when it can't be
+// read.
+std::optional<struct stat> statLongPath(const std::string& path);
+
+// A regular file at a path of any length, with its status. It is looked at before it is opened, so
+// that nothing but a regular file ever is: opening a FIFO or a device can wait or act. No handle
+// for anything else.
+FileHandle openRegularFile(const std::string& path, struct stat& status);
+
+// Lets this process have as many files open as the system allows it: a run keeps some forty per
+// player open, and the usual limit is 1024. Without effect where the system refuses. To be called
+// once, before threads are started; children have the same limit.
+void allowManyOpenFiles();
 
 }  // namespace fillstation

@@ -1,7 +1,11 @@
 #pragma once
 
-#include <sys/types.h>
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -16,25 +20,45 @@ class KernelCalls {
   virtual ~KernelCalls() = default;
 
   // The calls of the running kernel.
-  static KernelCalls& real();
+  static KernelCalls& real() {
+    static KernelCalls calls;
+    return calls;
+  }
 
   // sendfile from where the source stands.
-  virtual ssize_t sendFile(int target, int source, std::size_t count);
-  virtual ssize_t read(int descriptor, void* buffer, std::size_t count);
+  virtual ssize_t sendFile(int target, int source, std::size_t count) {
+    return ::sendfile(target, source, nullptr, count);
+  }
+  virtual ssize_t read(int descriptor, void* buffer, std::size_t count) {
+    return ::read(descriptor, buffer, count);
+  }
   // pread.
-  virtual ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset);
-  virtual ssize_t write(int descriptor, const void* buffer, std::size_t count);
+  virtual ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) {
+    return ::pread(descriptor, buffer, count, offset);
+  }
+  virtual ssize_t write(int descriptor, const void* buffer, std::size_t count) {
+    return ::write(descriptor, buffer, count);
+  }
   // On several threads at once.
-  virtual int close(int descriptor);
+  virtual int close(int descriptor) { return ::close(descriptor); }
   // lseek from the beginning.
-  virtual std::int64_t seek(int descriptor, std::int64_t offset);
+  virtual std::int64_t seek(int descriptor, std::int64_t offset) {
+    return ::lseek(descriptor, offset, SEEK_SET);
+  }
   // futimens with the modification time alone.
-  virtual int setModificationTime(int descriptor, const std::timespec& time);
+  virtual int setModificationTime(int descriptor, const std::timespec& time) {
+    const std::array<std::timespec, 2> times{std::timespec{0, UTIME_OMIT}, time};
+    return ::futimens(descriptor, times.data());
+  }
   // posix_fadvise over the whole file.
-  virtual int advise(int descriptor, int advice);
+  virtual int advise(int descriptor, int advice) {
+    return ::posix_fadvise(descriptor, 0, 0, advice);
+  }
   virtual int syncFileRange(int descriptor, std::int64_t offset, std::int64_t count,
-                            unsigned int flags);
-  virtual int syncVolume(int descriptor);
+                            unsigned int flags) {
+    return ::sync_file_range(descriptor, offset, count, flags);
+  }
+  virtual int syncVolume(int descriptor) { return ::syncfs(descriptor); }
 };
 
 }  // namespace fillstation

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <mutex>
 
-#include "LogBatch.h"
 #include "StreamLog.h"
 
 namespace fillstation {

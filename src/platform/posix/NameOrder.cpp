@@ -1,10 +1,9 @@
-#include "NameOrder.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <utility>
 
+#include "DeepWalk.h"
 #include "Utf8.h"
 
 namespace fillstation {

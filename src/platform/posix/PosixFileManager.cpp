@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "DeepWalk.h"
-#include "LongPath.h"
 #include "PosixVolume.h"
 
 namespace fillstation {

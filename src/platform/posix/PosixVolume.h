@@ -9,13 +9,12 @@
 #include <vector>
 
 #include "BelowRoot.h"
-#include "Closers.h"
 #include "FileHandle.h"
 #include "FileManager.h"
 #include "KernelCalls.h"
 #include "StopSource.h"
-#include "VolumeMedium.h"
-#include "WriteWindow.h"
+#include "VolumeOwner.h"
+#include "WriteBehind.h"
 
 namespace fillstation {
 

@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <utility>
-
-#include "LongPath.h"
 
 namespace fillstation {
 
@@ -20,7 +19,49 @@ bool isLater(const std::timespec& left, const std::timespec& right) {
   return std::pair(left.tv_sec, left.tv_nsec) > std::pair(right.tv_sec, right.tv_nsec);
 }
 
+// In order, those that touch made one.
+std::vector<SampleRange> merged(std::vector<SampleRange> ranges) {
+  std::sort(ranges.begin(), ranges.end(), [](const SampleRange& left, const SampleRange& right) {
+    return left.begin < right.begin;
+  });
+  std::vector<SampleRange> apart;
+  for (const auto& range : ranges) {
+    if (range.begin >= range.end) {
+      continue;
+    }
+    if (!apart.empty() && range.begin <= apart.back().end) {
+      apart.back().end = std::max(apart.back().end, range.end);
+    } else {
+      apart.push_back(range);
+    }
+  }
+  return apart;
+}
+
 }  // namespace
+
+std::vector<SampleRange> sampleRanges(const WrittenSizes& sizes, std::uint64_t seed) {
+  const std::int64_t total = sizes.total;
+  const std::int64_t first = std::min(kSampleBlock, sizes.first);
+  const std::int64_t last = std::min(kSampleBlock, sizes.last);
+  std::vector<SampleRange> ranges{{0, first},
+                                  {sizes.first - first, sizes.first},
+                                  {total - sizes.last, total - sizes.last + last},
+                                  {total - last, total}};
+  std::mt19937_64 random(seed);
+  for (std::int64_t stratum = 0; stratum < kStrata; ++stratum) {
+    // Divided first: a total near the limit of the type must not overflow.
+    const std::int64_t begin = total / kStrata * stratum + total % kStrata * stratum / kStrata;
+    const std::int64_t next =
+        total / kStrata * (stratum + 1) + total % kStrata * (stratum + 1) / kStrata;
+    const std::int64_t length =
+        std::min(next - begin, std::max(kSampleBlock, (next - begin) / kOneIn + 1));
+    const std::int64_t at =
+        std::uniform_int_distribution<std::int64_t>(begin, next - length)(random);
+    ranges.push_back({at, at + length});
+  }
+  return merged(std::move(ranges));
+}
 
 ReadBack::ReadBack(int root, std::string mountPath, const std::timespec& since,
                    const StopSource& stop, KernelCalls& calls)
@@ -48,13 +89,13 @@ bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes
   sizes = {};
   bool hold = !stop_.requested();
   items([&](const CopiedItem& item) {
-    const auto path = componentsBelow(mountPath_, item.destination());
-    const auto status = path ? order.next(*path, item.isDirectory()) : std::nullopt;
+    const auto path = componentsBelow(mountPath_, item.destination);
+    const auto status = path ? order.next(*path, item.isDirectory) : std::nullopt;
     hold = status && sizeHolds(item, status->st_size) && !stop_.requested();
-    if (!item.isDirectory() && item.size() > 0) {
-      sizes.first = sizes.total == 0 ? item.size() : sizes.first;
-      sizes.last = item.size();
-      sizes.total += item.size();
+    if (!item.isDirectory && item.size > 0) {
+      sizes.first = sizes.total == 0 ? item.size : sizes.first;
+      sizes.last = item.size;
+      sizes.total += item.size;
     }
     return hold;
   });
@@ -62,11 +103,11 @@ bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes
 }
 
 bool ReadBack::sizeHolds(const CopiedItem& item, std::int64_t size) const {
-  if (item.isDirectory() || size == item.size()) {
+  if (item.isDirectory || size == item.size) {
     return true;
   }
   // The source was another when it was copied than when it was chosen, or is another now.
-  const auto source = statLongPath(item.source());
+  const auto source = statLongPath(item.source);
   return !source || source->st_size == size || hasChanged(*source);
 }
 
@@ -85,7 +126,7 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
   std::int64_t begin = 0;  // of the present file
   bool hold = true;
   items([&](const CopiedItem& item) {
-    const std::int64_t end = begin + (item.isDirectory() ? 0 : item.size());
+    const std::int64_t end = begin + (item.isDirectory ? 0 : item.size);
     while (hold && range != ranges.end() && range->begin < end) {
       hold = contentHolds(
           item, {std::max(range->begin, begin) - begin, std::min(range->end, end) - begin});
@@ -101,9 +142,10 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
 }
 
 bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
-  const FileHandle file = openFile(item);
+  const auto path = componentsBelow(mountPath_, item.destination);
+  const FileHandle file = path ? openMediumFileBelow(root_, *path, calls_) : FileHandle();
   struct stat status {};
-  FileHandle source = openRegularFile(item.source(), status);
+  FileHandle source = openRegularFile(item.source, status);
   if (!file) {
     return false;
   }
@@ -146,11 +188,6 @@ ReadBack::Piece ReadBack::compare(int file, int source, std::int64_t begin, std:
   const bool isSame =
       wanted == got && std::memcmp(place, fromSource_.data(), static_cast<std::size_t>(got)) == 0;
   return isSame ? Piece::kSame : Piece::kOther;
-}
-
-FileHandle ReadBack::openFile(const CopiedItem& item) const {
-  const auto path = componentsBelow(mountPath_, item.destination());
-  return path ? openMediumFileBelow(root_, *path, calls_) : FileHandle();
 }
 
 }  // namespace fillstation

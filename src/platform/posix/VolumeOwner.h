@@ -1,13 +1,50 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "DiskSession.h"
-#include "VolumeMedium.h"
+#include "KernelCalls.h"
 
 namespace fillstation {
+
+// What a back end has to say while one opened volume is filled: what its file system would refuse,
+// and when everything is on the medium. As it is here, the volume is one that the kernel has
+// mounted: the kernel itself refuses what can't be, and syncfs is what reports a medium that has
+// gone. Relative paths are below the volume's root, without a "/" at either end. Used by one thread
+// at a time, as the volume is; lives as long as the volume.
+class VolumeMedium {
+ public:
+  virtual ~VolumeMedium() = default;
+
+  // Asked before a directory or a file of that size (bytes) is created: 0, or the errno it fails
+  // with.
+  virtual int admitDirectory(const std::string& /*relativePath*/) { return 0; }
+  virtual int admitFile(const std::string& /*relativePath*/, std::int64_t /*size*/) { return 0; }
+
+  // Asked before each chunk of a file's content is written, with its number of bytes (at least 1);
+  // may take its time. 0, or the errno that the write fails with.
+  virtual int admitBytes(std::int64_t /*count*/) { return 0; }
+
+  // Told of every finished directory and file, in the order of their creation.
+  virtual void created(const std::string& /*relativePath*/, bool /*isDirectory*/) {}
+
+  // True when closing a written file takes long, so that it is better done behind the copy's back:
+  // with the mount option `flush`. Asked once, when the volume is opened.
+  virtual bool closesSlowly(int rootDescriptor);
+
+  // Returns when everything below the root is on the medium; false when that can't be promised.
+  virtual bool flush(int rootDescriptor) {
+    return KernelCalls::real().syncVolume(rootDescriptor) == 0;
+  }
+};
+
+// True when the file system that the device number stands for ("8:17") is mounted with the option,
+// by a table in the form of the kernel's.
+bool isMountedWith(const std::string& option, const std::string& device,
+                   const std::string& tablePath = "/proc/self/mountinfo");
 
 // Knows which disk a mounted volume belongs to. Any thread; outlives the file manager.
 class VolumeOwner {

@@ -1,12 +1,47 @@
 #include "QtMainThread.h"
 
-#include <QCoreApplication>
+#include <time.h>
+
+#include <QCursor>
+#include <QEvent>
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QTimer>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <utility>
 
 namespace fillstation {
+namespace {
+
+// Of a clock that is cheap to ask for each of a million files.
+std::chrono::nanoseconds coarseNow() {
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+// Input on its way to a window, or what the system has already made of it.
+bool isInput(const QObject* receiver, const QEvent* event) {
+  switch (event->type()) {
+    case QEvent::Shortcut:
+    case QEvent::InputMethod:
+      return true;
+    case QEvent::ShortcutOverride:  // a question, which can't wait
+    case QEvent::Enter:
+      return false;
+    default:
+      return receiver->isWindowType() && event->isInputEvent();
+  }
+}
+
+bool isDrag(QEvent::Type type) {
+  return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::Drop;
+}
+
+}  // namespace
 
 // One callable on its way, shared by the thread that waits and the event that runs it. Whoever
 // takes the lock first decides whether it begins.
@@ -49,6 +84,68 @@ struct QtMainThread::HandOver {
   State state = State::waiting;
 };
 
+// Work that keeps the main thread from its loop, for as long as the loop is not back. Now and then
+// it lets the window be repainted, under a wait cursor, and be closed. Everything else waits:
+// the queue's callables, timers, and input, which the queue delivers afterwards in its order. What
+// is dragged here meanwhile is refused. Main thread; the queue outlives it.
+class QtMainThread::LongWork : public QObject {
+ public:
+  LongWork(MainLoopQueue& queue, std::chrono::milliseconds pace)
+      : queue_(queue), pace_(pace), nextLook_(coarseNow() + pace) {}
+  ~LongWork() override {
+    if (cursorIsSet_) {
+      QGuiApplication::restoreOverrideCursor();
+    }
+  }
+
+  // To be called again and again during the work; looks at the window once per pace.
+  void step() {
+    if (isLooking_ || coarseNow() < nextLook_) {
+      return;
+    }
+    // A program without a window has no cursor.
+    if (!cursorIsSet_ && qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr) {
+      QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+      QCoreApplication::instance()->installEventFilter(this);
+      cursorIsSet_ = true;
+    }
+    isLooking_ = true;
+    queue_.hold();
+    QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
+    queue_.resume();
+    isLooking_ = false;
+    nextLook_ = coarseNow() + pace_;
+  }
+
+  bool eventFilter(QObject* receiver, QEvent* event) override {
+    if (isDrag(event->type())) {
+      event->ignore();
+      return true;
+    }
+    if (!isInput(receiver, event)) {
+      return false;
+    }
+    queue_.add([receiver = QPointer(receiver), copy = std::shared_ptr<QEvent>(event->clone())] {
+      if (receiver) {
+        QCoreApplication::sendEvent(receiver, copy.get());
+      }
+    });
+    return true;
+  }
+
+ private:
+  MainLoopQueue& queue_;
+  const std::chrono::milliseconds pace_;
+  std::chrono::nanoseconds nextLook_;
+  bool cursorIsSet_ = false;
+  bool isLooking_ = false;  // what runs then may be long work too
+};
+
+QtMainThread::QtMainThread(StopSource& stop, std::chrono::milliseconds pace)
+    : stop_(stop), pace_(pace) {}
+
+QtMainThread::~QtMainThread() = default;
+
 bool QtMainThread::runAndWait(const std::function<void()>& callable) {
   if (isHere()) {
     callable();
@@ -87,6 +184,36 @@ void QtMainThread::keepWindowAlive() {
     queue_.add([this] { longWork_ = nullptr; });
   }
   longWork_->step();
+}
+
+QtClock::QtClock(StopSource& stop)
+    : stop_(stop), onStop_(stop.onRequest([this] { queue_.add([this] { endPauses(); }); })) {}
+
+QtClock::~QtClock() { stop_.removeCallback(onStop_); }
+
+bool QtClock::sleep(std::chrono::microseconds duration) {
+  if (std::this_thread::get_id() != main_) {
+    return stop_.waitFor(duration);
+  }
+  if (duration > std::chrono::microseconds::zero() && !stop_.requested()) {
+    runLoopFor(duration);
+  }
+  return !stop_.requested();
+}
+
+void QtClock::endPauses() {
+  for (QEventLoop* const pause : pauses_) {
+    pause->quit();
+  }
+}
+
+void QtClock::runLoopFor(std::chrono::microseconds duration) {
+  QEventLoop pause;
+  pauses_.push_back(&pause);
+  QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,
+                     &pause, &QEventLoop::quit);
+  pause.exec();
+  pauses_.pop_back();
 }
 
 }  // namespace fillstation

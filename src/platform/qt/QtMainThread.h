@@ -1,14 +1,18 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <thread>
+#include <vector>
 
-#include "LongWork.h"
+#include "Clock.h"
 #include "MainLoopQueue.h"
 #include "MainThread.h"
 #include "StopSource.h"
+
+class QEventLoop;
 
 namespace fillstation {
 
@@ -19,8 +23,8 @@ class QtMainThread : public MainThread {
  public:
   // The pace of keepWindowAlive().
   explicit QtMainThread(StopSource& stop,
-                        std::chrono::milliseconds pace = std::chrono::milliseconds(50))
-      : stop_(stop), pace_(pace) {}
+                        std::chrono::milliseconds pace = std::chrono::milliseconds(50));
+  ~QtMainThread() override;
 
   // A callable that has begun is waited for even when the stop is requested meanwhile (and the
   // answer is true); one that has not begun by then never begins.
@@ -32,8 +36,8 @@ class QtMainThread : public MainThread {
   void post(std::function<void()> callable);
 
   // For work that keeps the main thread, to be called again and again: once per pace, and not
-  // before the work has lasted as long, the window is repainted and obeys closing (see LongWork).
-  // Everything else waits for the main loop. Does nothing on another thread.
+  // before the work has lasted as long, the window is repainted and obeys closing. Everything else
+  // waits for the main loop. Does nothing on another thread.
   void keepWindowAlive();
 
   // True on the main thread.
@@ -41,12 +45,35 @@ class QtMainThread : public MainThread {
 
  private:
   struct HandOver;
+  class LongWork;
 
   const std::thread::id main_ = std::this_thread::get_id();
   StopSource& stop_;
   const std::chrono::milliseconds pace_;
   MainLoopQueue queue_;
   std::unique_ptr<LongWork> longWork_;  // until the loop is back
+};
+
+// Pauses in real time. On the main thread a pause runs a nested event loop, user input included. A
+// duration of zero or less is no pause. Made on the main thread; the stop source outlives it.
+class QtClock : public Clock {
+ public:
+  explicit QtClock(StopSource& stop);
+  ~QtClock() override;
+  QtClock(const QtClock&) = delete;
+  QtClock& operator=(const QtClock&) = delete;
+
+  bool sleep(std::chrono::microseconds duration) override;
+
+ private:
+  void endPauses();
+  void runLoopFor(std::chrono::microseconds duration);
+
+  const std::thread::id main_ = std::this_thread::get_id();
+  StopSource& stop_;
+  MainLoopQueue queue_;
+  std::vector<QEventLoop*> pauses_;  // in progress on the main thread, the innermost last
+  std::size_t onStop_;
 };
 
 }  // namespace fillstation

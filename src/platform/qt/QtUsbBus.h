@@ -3,8 +3,8 @@
 #include <functional>
 #include <memory>
 
+#include "MainLoopQueue.h"
 #include "UsbBus.h"
-#include "UsbEventQueue.h"
 
 namespace fillstation {
 

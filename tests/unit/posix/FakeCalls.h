@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -26,10 +28,11 @@ class FakeCalls : public KernelCalls {
       ++sendsRefused;
       return -1;
     }
-    return KernelCalls::sendFile(target, source, std::min(count, longestWrite));
+    return KernelCalls::sendFile(target, source, std::min(count, longest));
   }
   ssize_t read(int descriptor, void* buffer, std::size_t count) override {
-    return failing == "read" ? fail() : KernelCalls::read(descriptor, buffer, count);
+    return failing == "read" ? fail()
+                             : KernelCalls::read(descriptor, buffer, std::min(count, longest));
   }
   ssize_t readAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) override {
     if (failing == "read at" && --callsUntilFailure < 0) {
@@ -51,7 +54,7 @@ class FakeCalls : public KernelCalls {
     if (failing == "write" && --callsUntilFailure < 0) {
       return fail();
     }
-    return KernelCalls::write(descriptor, buffer, std::min(count, longestWrite));
+    return KernelCalls::write(descriptor, buffer, std::min(count, longest));
   }
   int close(int descriptor) override {
     const int result = KernelCalls::close(descriptor);
@@ -86,7 +89,7 @@ class FakeCalls : public KernelCalls {
   int sendError = 0;  // what the kernel says to every sendfile, 0 when it can
   int sendsRefused = 0;
   int callsUntilFailure = 0;
-  std::size_t longestWrite = SIZE_MAX;
+  std::size_t longest = SIZE_MAX;  // bytes that one call moves at most
   std::function<void()> onReadAt;
   std::size_t longestReadAt = 0;
   std::int64_t bytesReadAt = 0;
@@ -100,6 +103,50 @@ class FakeCalls : public KernelCalls {
     errno = EIO;
     return -1;
   }
+};
+
+// Closes that last until the test lets them end.
+class HeldCloses : public FakeCalls {
+ public:
+  int close(int descriptor) override {
+    {
+      std::unique_lock guard(lock_);
+      most_ = std::max(most_, ++inside_);
+      changed_.notify_all();
+      changed_.wait(guard, [this] { return allowed_ > 0; });
+      --allowed_;
+      --inside_;
+    }
+    return FakeCalls::close(descriptor);
+  }
+
+  // Lets so many closes end.
+  void allow(int count) {
+    const std::scoped_lock guard(lock_);
+    allowed_ += count;
+    changed_.notify_all();
+  }
+  // Waits until so many closes last.
+  void waitFor(int count) {
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [&] { return inside_ == count; });
+  }
+  // How many last now, and at the same time at most.
+  int inside() {
+    const std::scoped_lock guard(lock_);
+    return inside_;
+  }
+  int most() {
+    const std::scoped_lock guard(lock_);
+    return most_;
+  }
+
+ private:
+  std::mutex lock_;
+  std::condition_variable changed_;
+  int allowed_ = 0;
+  int inside_ = 0;
+  int most_ = 0;
 };
 
 }  // namespace fillstation::test

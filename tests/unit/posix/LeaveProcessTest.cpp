@@ -11,7 +11,6 @@
 #include <string>
 #include <thread>
 
-#include "LogBatch.h"
 #include "StreamLog.h"
 #include "TempFolder.h"
 
@@ -79,8 +78,7 @@ TEST_F(LeaveProcess, RecordsWhatTheLogStillHolds) {
       {
         redirect(stderr, path);
         StreamLog log(stderr);
-        platform().systemLog = &log;
-        LogBatch batch;
+        LogBatch batch(log);
         batch.add("held back");
         leaveProcess(0);
       },

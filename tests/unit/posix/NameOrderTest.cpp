@@ -1,5 +1,3 @@
-#include "NameOrder.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,6 +5,8 @@
 #include <map>
 #include <string>
 #include <vector>
+
+#include "DeepWalk.h"
 
 namespace fillstation {
 namespace {
@@ -27,58 +27,36 @@ void expectOrder(const std::vector<std::string>& names) {
   }
 }
 
-TEST(NameOrder, DigitsCountByValue) {
+TEST(NameOrder, NumbersCountByValueAndLeadingZerosDecideATie) {
   expectOrder({"0", "1", "2", "9", "10", "11", "99", "100"});
   expectOrder({"a1b", "a2a", "a2b", "a10a", "b1"});
   expectOrder({"1.2.10", "1.10.2", "1.10.3"});
-}
-
-TEST(NameOrder, NumbersLongerThanAnyInteger) {
   expectOrder({"99999999999999999999998", "99999999999999999999999", "100000000000000000000000"});
-}
-
-TEST(NameOrder, LeadingZerosDoNotCountButDecideATie) {
   expectOrder({"0", "00", "007", "07", "7", "008", "8", "010", "10"});
   expectOrder({"01 a", "1 a", "01 b", "1 b", "02 a"});
-}
-
-TEST(NameOrder, ANumberComesWhereItsDigitsStand) {
+  // Behind other scripts too, and each where its digits stand.
+  expectOrder({"Übung 2", "übung 2", "Übung 10"});
+  expectOrder({"第2回", "第10回", "第10部"});
   expectOrder({"", " 1", "-1", "/", "0", "5", ":", "A", "a", "a/", "a5", "a:"});
-}
-
-TEST(NameOrder, AShorterNameComesFirst) {
   expectOrder({"a", "a ", "a0", "a00b", "a0b", "aa", "ab"});
 }
 
-TEST(NameOrder, CaseCountsOnlyBetweenNamesThatAreAlikeOtherwise) {
+TEST(NameOrder, CaseAndAccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
   expectOrder({"TRACK 1", "Track 1", "track 1", "Track 2", "track 10"});
   expectOrder({"a.mp3", "B.mp3", "b.mp3", "C.mp3"});
   expectOrder({"Мир", "мир", "Песня", "песня"});
-}
-
-TEST(NameOrder, AccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
   expectOrder({"Ubar", "Über", "Uhr"});
   expectOrder({"Elan", "elan", "Élan", "élan", "Elba"});
   expectOrder({"Ngo", "Nguyễn", "Nha"});
   expectOrder({"Łódź", "Log", "Lotus"});
   expectOrder({"Άλφα", "αλφα", "Βήτα"});
   expectOrder({"еж", "ёж", "ель", "иод", "йод"});
-}
-
-TEST(NameOrder, AnAccentMayStandBehindItsLetter) {
+  // An accent may stand behind its letter.
   expectOrder({"Ubar", "U\u0308ber 1", "Über 1", "U\u0308ber 2", "Über 2", "Uhr"});
 }
 
-TEST(NameOrder, NumbersCountBehindOtherScriptsToo) {
-  expectOrder({"Übung 2", "übung 2", "Übung 10"});
-  expectOrder({"第2回", "第10回", "第10部"});
-}
-
-TEST(NameOrder, OtherScriptsComeBehindAsciiByTheirNumbers) {
+TEST(NameOrder, OtherScriptsComeBehindAsciiAndWhatIsNotUtf8IsTakenForLatin1) {
   expectOrder({"~", "א", "あ", "ア", "音", "\U0001F3B5"});
-}
-
-TEST(NameOrder, WhatIsNotUtf8IsTakenForLatin1) {
   expectOrder({"Ubar", "Über", "\xDC\x62\x65r", "Uhr", "\x80"});
   expectOrder({"\xf0\x9f\x8e", "\xff\xfe", "Z"});
 }

@@ -7,9 +7,8 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "FileHandle.h"
-#include "RealMedium.h"
 #include "TempFolder.h"
 #include "TestItem.h"
 
@@ -20,13 +19,10 @@ class TestOwner : public VolumeOwner {
  public:
   std::shared_ptr<VolumeMedium> mediumOf(int rootDescriptor, const std::string& mountPath,
                                          const DiskIdentity& owner) override {
-    ++asked;
+    asked.push_back(owner.node + " " + std::to_string(owner.usbHandle) + " " + mountPath);
     ::fstat(rootDescriptor, &root);
     closesOnExec = ::fcntl(rootDescriptor, F_GETFD) == FD_CLOEXEC;
-    path = mountPath;
-    node = owner.node;
-    handle = owner.usbHandle;
-    return accepts ? std::make_shared<RealMedium>() : nullptr;
+    return accepts ? std::make_shared<VolumeMedium>() : nullptr;
   }
   std::optional<std::string> remount(const DiskIdentity& owner,
                                      const std::string& mountPath) override {
@@ -39,19 +35,20 @@ class TestOwner : public VolumeOwner {
   }
 
   bool accepts = true;
-  int asked = 0;
+  std::vector<std::string> asked;
   struct stat root {};
   bool closesOnExec = false;
   std::string remounted;
   bool isOpen = false;
   std::optional<std::string> comesBackAt;
-  std::string path;
-  std::string node;
-  std::uint32_t handle = 0;
 };
 
 class PosixFileManagerTest : public testing::Test {
  protected:
+  std::shared_ptr<Volume> open(const std::string& path) {
+    return files_.openVolume(path, {"/dev/sdb", 65540});
+  }
+
   test::TempFolder folder_;
   TestOwner owner_;
   StopSource stop_;
@@ -59,40 +56,36 @@ class PosixFileManagerTest : public testing::Test {
 };
 
 TEST_F(PosixFileManagerTest, AsksTheOwnerAboutTheOpenRoot) {
-  const auto volume = files_.openVolume(folder_.path(), {"/dev/sdb", 65540});
+  const auto volume = open(folder_.path());
   ASSERT_NE(volume, nullptr);
   struct stat status {};
   ASSERT_EQ(::stat(folder_.path().c_str(), &status), 0);
   EXPECT_EQ(owner_.root.st_ino, status.st_ino);
   EXPECT_TRUE(owner_.closesOnExec);
-  EXPECT_EQ(owner_.path, folder_.path());
-  EXPECT_EQ(owner_.node, "/dev/sdb");
-  EXPECT_EQ(owner_.handle, 65540U);
   EXPECT_TRUE(volume->flush());
-}
-
-TEST_F(PosixFileManagerTest, OpensNoVolumeThatTheOwnerRefuses) {
   owner_.accepts = false;
-  EXPECT_EQ(files_.openVolume(folder_.path(), {"/dev/sdb", 1}), nullptr);
-  EXPECT_EQ(owner_.asked, 1);
+  EXPECT_EQ(open(folder_.path()), nullptr);
+  EXPECT_EQ(owner_.asked, (std::vector(2, "/dev/sdb 65540 " + folder_.path())));
 }
 
 TEST_F(PosixFileManagerTest, OpensNoVolumeWhereThereIsNoFolder) {
   std::filesystem::create_directory_symlink(folder_.path(), folder_.path("link"));
   for (const auto& path : {folder_.path("none"), folder_.write("file", "a"), folder_.path("link"),
                            folder_.path("link/"), std::string("/"), std::string()}) {
-    EXPECT_EQ(files_.openVolume(path, {"/dev/sdb", 1}), nullptr) << path;
+    EXPECT_EQ(open(path), nullptr) << path;
   }
-  EXPECT_EQ(owner_.asked, 0);
+  EXPECT_TRUE(owner_.asked.empty());
 }
 
-TEST_F(PosixFileManagerTest, TheVolumeIsKnownByItsPathWithOrWithoutSlash) {
+TEST_F(PosixFileManagerTest, TheVolumeIsKnownByItsPathWithASlashTooAndAStopReachesIt) {
   const std::string source = folder_.write("source", "abc");
   const std::string mount = folder_.makeFolder("mount");
-  const auto volume = files_.openVolume(mount + "/", {"/dev/sdb", 1});
+  const auto volume = open(mount + "/");
   ASSERT_NE(volume, nullptr);
   EXPECT_TRUE(volume->copyItem(source, mount + "/a"));
   EXPECT_EQ(test::contentOf(mount + "/a"), "abc");
+  stop_.request();
+  EXPECT_FALSE(volume->copyItem(source, mount + "/b"));
 }
 
 TEST_F(PosixFileManagerTest, AWalkTellsOfEachStep) {
@@ -111,65 +104,53 @@ TEST_F(PosixFileManagerTest, AWalkTellsOfEachStep) {
   EXPECT_EQ(steps, 201);
 }
 
-TEST_F(PosixFileManagerTest, AStopReachesItsVolumes) {
-  const std::string source = folder_.write("source", "abc");
-  const std::string mount = folder_.makeFolder("mount");
-  const auto volume = files_.openVolume(mount, {"/dev/sdb", 1});
-  ASSERT_NE(volume, nullptr);
-  stop_.request();
-  EXPECT_FALSE(volume->copyItem(source, mount + "/a"));
-}
-
-TEST(RealMedium, AdmitsEverythingAndFlushesTheFileSystem) {
-  RealMedium medium;
-  EXPECT_EQ(medium.admitDirectory("a"), 0);
-  EXPECT_EQ(medium.admitFile("a", 1), 0);
-  EXPECT_EQ(medium.admitBytes(1), 0);
-  const FileHandle root(::open("/tmp", O_RDONLY | O_DIRECTORY));
+TEST(VolumeMedium, FlushesTheFileSystemAndClosesSlowlyByItsMount) {
+  VolumeMedium medium;
+  const FileHandle root(::open("/proc", O_RDONLY | O_DIRECTORY));
   EXPECT_TRUE(medium.flush(root.get()));
   EXPECT_FALSE(medium.flush(-1));
+  EXPECT_FALSE(medium.closesSlowly(root.get()));
+  EXPECT_FALSE(medium.closesSlowly(-1));
 }
 
-class PosixReadBackTest : public PosixFileManagerTest {
- protected:
-  PosixReadBackTest() {
-    items_[0].bytes = 5;
-    items_[0].from = source_.write("a.mp3", "audio");
-    items_[0].to = folder_.path("Part/a.mp3");
-    volume_ = files_.openVolume(folder_.path(), {"/dev/sdb", 65540});
-    EXPECT_TRUE(volume_->createDirectory(folder_.path("Part")));
-    EXPECT_TRUE(volume_->copyItem(items_[0].from, items_[0].to));
-    EXPECT_TRUE(volume_->flush());
-    again_.write("Part/a.mp3", "audio");
-    owner_.comesBackAt = again_.path();
-    owner_.asked = 0;
+TEST(VolumeMedium, AnOptionIsTheFileSystemsOwnAndWhole) {
+  const test::TempFolder folder;
+  const std::string table = folder.write(
+      "mountinfo",
+      "22 1 8:1 / / rw,flush shared:1 - ext4 /dev/sda1 rw\n"
+      "40 22 8:17 / /media/a\\040b rw,nosuid shared:9 - vfat /dev/sdb1 rw,fmask=0022,flush\n"
+      "41 22 8:33 / /media/c rw - vfat /dev/sdc1 flush,rw\n"
+      "42 22 8:49 / /media/d rw - vfat /dev/sdd1 rw,noflush,flushed\n");
+  EXPECT_TRUE(isMountedWith("flush", "8:17", table));
+  EXPECT_TRUE(isMountedWith("flush", "8:33", table));
+  for (const char* device : {"8:1", "8:49", "8:3", "7:17", ""}) {
+    EXPECT_FALSE(isMountedWith("flush", device, table)) << device;
   }
-  bool readBack() { return volume_->readBack(test::itemsOf(items_)); }
+  EXPECT_FALSE(isMountedWith("flush", "8:17", folder.path("none")));
+}
 
-  test::TempFolder source_;
-  test::TempFolder again_;
-  std::vector<test::TestItem> items_{1};
-  std::shared_ptr<Volume> volume_;
-};
-
-TEST_F(PosixReadBackTest, ClosesTheVolumeAndLooksWhereItHasComeBack) {
-  EXPECT_TRUE(readBack());
+TEST_F(PosixFileManagerTest, AVolumeIsClosedAndReadBackWhereItHasComeBack) {
+  const test::TempFolder sources;
+  const test::TempFolder again;
+  const std::vector<CopiedItem> items{
+      {false, 5, sources.write("a.mp3", "audio"), folder_.path("Part/a.mp3")}};
+  const auto volume = open(folder_.path());
+  EXPECT_TRUE(volume->createDirectory(folder_.path("Part")));
+  EXPECT_TRUE(volume->copyItem(items[0].source, items[0].destination));
+  EXPECT_TRUE(volume->flush());
+  EXPECT_FALSE(volume->readBack(test::itemsOf(items))) << "it doesn't come back";
+  again.write("Part/a.mp3", "audio");
+  owner_.comesBackAt = again.path();
+  owner_.asked.clear();
+  EXPECT_TRUE(volume->readBack(test::itemsOf(items)));
   EXPECT_EQ(owner_.remounted, "/dev/sdb " + folder_.path());
   EXPECT_FALSE(owner_.isOpen);
-  EXPECT_EQ(owner_.asked, 1);
-  EXPECT_EQ(owner_.path, again_.path());
-  again_.write("Part/a.mp3", "other");
-  EXPECT_FALSE(readBack());
-}
-
-TEST_F(PosixReadBackTest, FailsWhenItDoesNotComeBack) {
-  owner_.comesBackAt.reset();
-  EXPECT_FALSE(readBack());
-}
-
-TEST_F(PosixReadBackTest, FailsWhenAnotherDiskIsThere) {
+  EXPECT_EQ(owner_.asked, std::vector{"/dev/sdb 65540 " + again.path()});
+  again.write("Part/a.mp3", "other");
+  EXPECT_FALSE(volume->readBack(test::itemsOf(items)));
+  again.write("Part/a.mp3", "audio");
   owner_.accepts = false;
-  EXPECT_FALSE(readBack());
+  EXPECT_FALSE(volume->readBack(test::itemsOf(items))) << "another disk is there";
 }
 
 }  // namespace

@@ -3,39 +3,36 @@
 namespace fillstation {
 namespace {
 
-TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyte) {
+TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsAheadWhatIsMoreThanOne) {
   const std::string content(2 * kMiB + 3, 'm');
   EXPECT_TRUE(volume_.copyItem(folder_.write("big", content), at("big")));
-  EXPECT_EQ(test::contentOf(at("big")), content);
   EXPECT_EQ(medium_->log, (Log{"admit file big 2097155", "admit bytes 1048576",
                                "admit bytes 1048576", "admit bytes 3", "created file big"}));
   EXPECT_EQ(calls_.log, (Log{"advise 2", "advise 3", "start 0 1048576", "start 1048576 1048576"}));
   static_assert(POSIX_FADV_SEQUENTIAL == 2 && POSIX_FADV_WILLNEED == 3);
+  calls_.log.clear();
+  EXPECT_TRUE(volume_.copyItem(folder_.write("piece", std::string(kMiB, 'p')), at("a")));
+  EXPECT_EQ(calls_.log, Log{"start 0 1048576"});
 }
 
-TEST_F(PosixVolumeTest, CopiesWhateverTheBytesAre) {
+// Also where the kernel can't copy: it is asked once then, and not for every file.
+TEST_F(PosixVolumeTest, CopiesWhateverTheBytesAreHoweverTheyAreMoved) {
   std::string content;
   for (std::size_t index = 0; index < 3 * kMiB + 17; ++index) {
     content += static_cast<char>((index * 7 + index / 251) & 0xFFU);
   }
-  calls_.longestWrite = 100003;
-  EXPECT_TRUE(volume_.copyItem(folder_.write("big", content), at("big")));
-  EXPECT_TRUE(test::contentOf(at("big")) == content);
-}
-
-TEST_F(PosixVolumeTest, WhereTheKernelCannotCopyTheBytesAreCarried) {
-  const std::string content = std::string(kMiB, 'x') + std::string(kMiB, 'y') + "z";
   const std::string big = folder_.write("big", content);
-  for (const int error : {EINVAL, ENOSYS}) {
+  calls_.longest = 100003;
+  for (const int error : {0, EINVAL, ENOSYS}) {
     PosixVolume volume(open(), mount_, medium_, stop_, calls_);
     const std::string target = at(std::to_string(error));
     calls_.sendError = error;
     calls_.sendsRefused = 0;
-    calls_.longestWrite = 100003;
     EXPECT_TRUE(volume.copyItem(big, target));
     EXPECT_TRUE(test::contentOf(target) == content);
     EXPECT_TRUE(volume.copyItem(source_, target + "a"));
-    EXPECT_EQ(calls_.sendsRefused, 1) << "asked once, and not for every file";
+    EXPECT_EQ(test::contentOf(target + "a"), "audio");
+    EXPECT_EQ(calls_.sendsRefused, error == 0 ? 0 : 1);
   }
 }
 
@@ -47,6 +44,7 @@ TEST_F(PosixVolumeTest, AnyOtherFailureInTheKernelIsTheCopys) {
   EXPECT_EQ(calls_.sendsRefused, 1);
 }
 
+// The kernel's answer to the first piece counts: one that comes later is a failure of the medium.
 TEST_F(PosixVolumeTest, WhatTheKernelRefusesInTheMiddleOfAPieceIsNotCarried) {
   struct OncePerFile : test::FakeCalls {
     ssize_t sendFile(int target, int source, std::size_t count) override {
@@ -61,60 +59,20 @@ TEST_F(PosixVolumeTest, WhatTheKernelRefusesInTheMiddleOfAPieceIsNotCarried) {
   EXPECT_EQ(calls.calls, 4);
 }
 
-TEST_F(PosixVolumeTest, ShortReadsAreCarriedToTheEnd) {
-  struct ShortReads : test::FakeCalls {
-    ssize_t read(int descriptor, void* buffer, std::size_t count) override {
-      return KernelCalls::read(descriptor, buffer, std::min<std::size_t>(count, 2));
-    }
-  } calls;
-  calls.sendError = EINVAL;
-  PosixVolume volume(open(), mount_, medium_, stop_, calls);
-  EXPECT_TRUE(volume.copyItem(source_, at("a")));
-  EXPECT_EQ(test::contentOf(at("a")), "audio");
-}
-
-TEST_F(PosixVolumeTest, ASourceThatShrinksWhileItIsCarriedFails) {
-  calls_.sendError = EINVAL;
-  medium_->onBytes = [&] { EXPECT_EQ(::truncate(source_.c_str(), 2), 0); };
-  EXPECT_FALSE(volume_.copyItem(source_, at("a")));
-  EXPECT_EQ(entries(), 0U);
-}
-
-TEST_F(PosixVolumeTest, ReadsAheadOnlyWhatIsMoreThanOnePiece) {
-  EXPECT_TRUE(volume_.copyItem(folder_.write("piece", std::string(kMiB, 'p')), at("a")));
-  EXPECT_EQ(calls_.log, Log{"start 0 1048576"});
-  calls_.log.clear();
-  EXPECT_TRUE(volume_.copyItem(folder_.write("more", std::string(kMiB + 1, 'p')), at("b")));
-  EXPECT_EQ(calls_.log, (Log{"advise 2", "advise 3", "start 0 1048576"}));
-}
-
 TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
-  struct HeldCloses : test::FakeCalls {
-    int close(int descriptor) override {
-      ++open;
-      std::unique_lock guard(lock);
-      changed.wait(guard, [this] { return released; });
-      --open;
-      return FakeCalls::close(descriptor);
-    }
-    std::mutex lock;
-    std::condition_variable changed;
-    bool released = false;
-    std::atomic<int> open = 0;
-  } calls;
+  test::HeldCloses calls;
   medium_->slowClose = true;
-  medium_->filesOpen = [&] { return calls.open.load(); };
-  PosixVolume volume(open(), mount_, medium_, stop_, calls);
+  medium_->filesOpen = [&] { return calls.inside(); };
+  FileHandle root = open();
+  const int descriptor = root.get();
+  PosixVolume volume(std::move(root), mount_, medium_, stop_, calls);
+  EXPECT_EQ(medium_->askedAbout, descriptor);
   EXPECT_TRUE(volume.copyItem(source_, at("a")));
   EXPECT_TRUE(volume.copyItem(source_, at("b")));
   EXPECT_EQ(medium_->log.back(), "created file b");
   std::thread release([&] {
-    while (calls.open < 2) {
-      std::this_thread::yield();
-    }
-    const std::scoped_lock guard(calls.lock);
-    calls.released = true;
-    calls.changed.notify_all();
+    calls.waitFor(2);
+    calls.allow(2);
   });
   EXPECT_TRUE(volume.flush());
   release.join();
@@ -129,31 +87,6 @@ TEST_F(PosixVolumeTest, ASlowCloseThatFailsIsTheFlushs) {
   medium_->flushed = 0;
   EXPECT_FALSE(volume.flush());
   EXPECT_NE(medium_->flushed, 0U) << "what is there is brought to the medium all the same";
-}
-
-TEST_F(PosixVolumeTest, TheMediumIsAskedAboutItsRoot) {
-  FileHandle root = open();
-  const int descriptor = root.get();
-  const PosixVolume volume(std::move(root), mount_, medium_, stop_, calls_);
-  EXPECT_EQ(medium_->askedAbout, descriptor);
-}
-
-TEST_F(PosixVolumeTest, AnEmptyFileNeedsNoBytes) {
-  EXPECT_TRUE(volume_.copyItem(folder_.write("empty", ""), at("empty")));
-  EXPECT_EQ(medium_->log, (Log{"admit file empty 0", "created file empty"}));
-}
-
-TEST_F(PosixVolumeTest, AtMostSixteenMebibytesAreNotOnTheMedium) {
-  const std::string big = folder_.write("big", std::string(12 * kMiB, 'b'));
-  EXPECT_TRUE(volume_.copyItem(big, at("1")));
-  EXPECT_TRUE(volume_.copyItem(folder_.write("8", std::string(8 * kMiB, 'e')), at("2")));
-  const auto synced = [&] {
-    return std::count_if(calls_.log.begin(), calls_.log.end(),
-                         [](const auto& line) { return line.starts_with("sync volume"); });
-  };
-  EXPECT_EQ(synced(), 0);
-  EXPECT_TRUE(volume_.copyItem(source_, at("3")));
-  EXPECT_EQ(synced(), 1);
 }
 
 TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {
@@ -183,6 +116,21 @@ TEST_F(PosixVolumeTest, AMediumThatFailsInTheMiddleLeavesNothing) {
   EXPECT_EQ(entries(), 0U);
   EXPECT_EQ(medium_->log,
             (Log{"admit file a 3145728", "admit bytes 1048576", "admit bytes 1048576"}));
+}
+
+// In the kernel and carried.
+TEST_F(PosixVolumeTest, ASourceThatChangesItsSizeFails) {
+  for (const int error : {0, EINVAL}) {
+    for (const off_t size : {2, 3 * 1048576}) {
+      const std::string changing = folder_.write("changing", std::string(kMiB, 'b'));
+      medium_->bytesAdmitted = 0;
+      medium_->onBytes = [&] { EXPECT_EQ(::truncate(changing.c_str(), size), 0); };
+      calls_.sendError = error;
+      EXPECT_FALSE(volume_.copyItem(changing, at("a")));
+      EXPECT_EQ(entries(), 0U);
+      EXPECT_EQ(medium_->bytesAdmitted, static_cast<std::int64_t>(kMiB));
+    }
+  }
 }
 
 }  // namespace

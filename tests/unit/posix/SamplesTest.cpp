@@ -1,10 +1,10 @@
-#include "Samples.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
 #include <vector>
+
+#include "ReadBack.h"
 
 namespace fillstation {
 namespace {

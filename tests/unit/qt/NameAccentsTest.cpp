@@ -5,7 +5,7 @@
 #include <QString>
 #include <string>
 
-#include "NameOrder.h"
+#include "DeepWalk.h"
 
 namespace fillstation {
 namespace {

@@ -1,10 +1,14 @@
-#include "WriteWindow.h"
+#include "WriteBehind.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "FakeCalls.h"
@@ -14,7 +18,7 @@ namespace {
 
 using Log = std::vector<std::string>;
 
-constexpr std::int64_t kMiB = 1048576;
+constexpr std::int64_t kOneMiB = 1048576;
 constexpr int kRoot = 77;
 
 class WriteWindowTest : public testing::Test {
@@ -25,8 +29,8 @@ class WriteWindowTest : public testing::Test {
   Log takeLog() { return std::exchange(calls_.log, {}); }
   void writeFile(int mebibytes) {
     for (int index = 0; index < mebibytes; ++index) {
-      EXPECT_TRUE(window_.makeRoom(kMiB));
-      EXPECT_TRUE(write(kMiB));
+      EXPECT_TRUE(window_.makeRoom(kOneMiB));
+      EXPECT_TRUE(write(kOneMiB));
     }
     window_.fileEnds();
   }
@@ -40,19 +44,14 @@ class WriteWindowTest : public testing::Test {
   WriteWindow window_{kRoot, calls_};
 };
 
-TEST_F(WriteWindowTest, HoldsEightMebibytesBehindAndSixteenInAll) {
-  EXPECT_EQ(WriteWindow::kBehind, 8 * kMiB);
-  EXPECT_EQ(WriteWindow::kLimit, 16 * kMiB);
-}
-
 TEST_F(WriteWindowTest, StartsEachPieceAndWaitsForWhatLiesBehind) {
-  EXPECT_TRUE(write(kMiB));
+  EXPECT_TRUE(write(kOneMiB));
   EXPECT_EQ(takeLog(), Log{"start 0 1048576"});
-  EXPECT_TRUE(write(7 * kMiB));
+  EXPECT_TRUE(write(7 * kOneMiB));
   EXPECT_EQ(takeLog(), Log{"start 1048576 7340032"});
   EXPECT_TRUE(write(1));
   EXPECT_EQ(takeLog(), Log{"wait 0 1"});
-  EXPECT_TRUE(write(kMiB));
+  EXPECT_TRUE(write(kOneMiB));
   EXPECT_EQ(takeLog(), (Log{"start 8388609 1048576", "wait 1 1048576"}));
   static_assert(SYNC_FILE_RANGE_WAIT_BEFORE == 1 && SYNC_FILE_RANGE_WAIT_AFTER == 4);
   EXPECT_EQ(calls_.flagsSeen, 1U | SYNC_FILE_RANGE_WRITE | 4U);
@@ -63,13 +62,6 @@ TEST_F(WriteWindowTest, SmallPiecesAreNotStartedOneByOne) {
   EXPECT_EQ(takeLog(), Log{});
   EXPECT_TRUE(write(262144));
   EXPECT_EQ(takeLog(), Log{"start 262143 262144"});
-}
-
-TEST_F(WriteWindowTest, ANewFileBeginsAtItsBeginning) {
-  writeFile(9);
-  takeLog();
-  EXPECT_TRUE(write(kMiB));
-  EXPECT_EQ(takeLog(), Log{"start 0 1048576"});
 }
 
 TEST_F(WriteWindowTest, CountsAcrossFilesUpToTheLimit) {
@@ -83,15 +75,13 @@ TEST_F(WriteWindowTest, CountsAcrossFilesUpToTheLimit) {
   EXPECT_EQ(volumeSyncs(), 1U);
 }
 
-TEST_F(WriteWindowTest, ALargeFileAloneNeverNeedsTheWholeVolume) {
+TEST_F(WriteWindowTest, ALargeFileLeavesWhatWasNotWaitedFor) {
   writeFile(64);
-  EXPECT_EQ(volumeSyncs(), 0U);
-}
-
-TEST_F(WriteWindowTest, LargeFilesLeaveWhatWasNotWaitedFor) {
-  writeFile(12);
   writeFile(8);
   EXPECT_EQ(volumeSyncs(), 0U);
+  EXPECT_TRUE(write(kOneMiB));
+  EXPECT_EQ(takeLog(), Log{"start 0 1048576"});
+  window_.fileEnds();
   EXPECT_TRUE(window_.makeRoom(1));
   EXPECT_EQ(volumeSyncs(), 1U);
 }
@@ -99,15 +89,15 @@ TEST_F(WriteWindowTest, LargeFilesLeaveWhatWasNotWaitedFor) {
 TEST_F(WriteWindowTest, AfterTheVolumeIsSyncedEverythingIsSettled) {
   writeFile(10);
   for (int index = 0; index < 8; ++index) {
-    EXPECT_TRUE(write(kMiB));
+    EXPECT_TRUE(write(kOneMiB));
   }
   EXPECT_EQ(volumeSyncs(), 0U);
   EXPECT_TRUE(window_.makeRoom(1));
   EXPECT_EQ(volumeSyncs(), 1U);
   // The 8 MiB before are settled, so that the wait begins behind them.
-  EXPECT_TRUE(window_.makeRoom(16 * kMiB));
+  EXPECT_TRUE(window_.makeRoom(16 * kOneMiB));
   EXPECT_EQ(volumeSyncs(), 0U);
-  EXPECT_TRUE(write(8 * kMiB));
+  EXPECT_TRUE(write(8 * kOneMiB));
   EXPECT_EQ(takeLog(), Log{"start 8388608 8388608"});
   EXPECT_TRUE(write(1));
   EXPECT_EQ(takeLog(), Log{"wait 8388608 1"});
@@ -115,16 +105,16 @@ TEST_F(WriteWindowTest, AfterTheVolumeIsSyncedEverythingIsSettled) {
 
 TEST_F(WriteWindowTest, EveryFailureIsTold) {
   calls_.failing = "start";
-  EXPECT_FALSE(write(kMiB));
+  EXPECT_FALSE(write(kOneMiB));
   calls_.failing = "wait";
-  EXPECT_TRUE(write(7 * kMiB));
+  EXPECT_TRUE(write(7 * kOneMiB));
   EXPECT_FALSE(write(1));
   calls_.failing = "sync volume";
-  EXPECT_TRUE(window_.makeRoom(8 * kMiB));
-  EXPECT_FALSE(window_.makeRoom(8 * kMiB + 1));
-  EXPECT_FALSE(window_.makeRoom(8 * kMiB + 1));
+  EXPECT_TRUE(window_.makeRoom(8 * kOneMiB));
+  EXPECT_FALSE(window_.makeRoom(8 * kOneMiB + 1));
+  EXPECT_FALSE(window_.makeRoom(8 * kOneMiB + 1));
   calls_.failing = "";
-  EXPECT_TRUE(window_.makeRoom(8 * kMiB + 1));
+  EXPECT_TRUE(window_.makeRoom(8 * kOneMiB + 1));
 }
 
 TEST(KernelCalls, MakeTheRealCalls) {
@@ -152,6 +142,69 @@ TEST(KernelCalls, MakeTheRealCalls) {
   EXPECT_EQ(calls.syncFileRange(descriptor, 0, 2, 0x800), -1);
   EXPECT_EQ(calls.syncVolume(-1), -1);
   std::fclose(file);
+}
+
+class ClosersTest : public testing::Test {
+ protected:
+  // The descriptor of the last one.
+  int close(int count) {
+    int descriptor = -1;
+    for (int file = 0; file < count; ++file) {
+      descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+      closers->close(FileHandle(descriptor));
+    }
+    return descriptor;
+  }
+  static bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) != -1; }
+
+  test::HeldCloses calls;
+  std::unique_ptr<Closers> closers = std::make_unique<Closers>(calls);
+};
+
+TEST_F(ClosersTest, ClosesBeginSixteenAtATimeAndElsewhere) {
+  EXPECT_EQ(Closers::kTogether, 16U);
+  close(15);
+  EXPECT_EQ(calls.most(), 0);
+  const int descriptor = close(1);
+  calls.waitFor(16);
+  close(15);
+  EXPECT_EQ(calls.most(), 16);
+  EXPECT_TRUE(isOpen(descriptor));
+  calls.allow(31);
+  EXPECT_TRUE(closers->finish());
+  EXPECT_FALSE(isOpen(descriptor));
+}
+
+TEST_F(ClosersTest, ClosesLastAtTheSameTimeUpToTheLimit) {
+  EXPECT_EQ(Closers::kMost, 32U);
+  close(32);
+  calls.waitFor(32);
+  std::thread more([this] { close(16); });
+  calls.allow(48);
+  more.join();
+  EXPECT_TRUE(closers->finish());
+  EXPECT_EQ(calls.most(), 32);
+}
+
+TEST_F(ClosersTest, AFailureIsToldAlwaysAfterwards) {
+  EXPECT_TRUE(closers->finish());
+  calls.allow(3);
+  close(1);
+  EXPECT_TRUE(closers->finish());
+  calls.failing = "close";
+  close(1);
+  EXPECT_FALSE(closers->finish());
+  calls.failing = "";
+  close(1);
+  EXPECT_FALSE(closers->finish());
+}
+
+TEST_F(ClosersTest, GoWhenEverythingIsClosed) {
+  const int descriptor = close(1);
+  std::thread later([this] { calls.allow(1); });
+  closers.reset();
+  later.join();
+  EXPECT_FALSE(isOpen(descriptor));
 }
 
 }  // namespace

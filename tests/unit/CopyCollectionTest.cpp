@@ -1,20 +1,11 @@
-#include "copy_support.h"
+#include "CopyRig.h"
 
-#include <condition_variable>
+#include <latch>
 #include <limits>
+#include <set>
 
 namespace fillstation::test {
 namespace {
-
-// Runs each callable on the thread that asks, so that reports overlap unless somebody prevents it.
-class NoMainThread : public MainThread {
- public:
-  bool runAndWait(const std::function<void()>& callable) override {
-    callable();
-    return true;
-  }
-  void runPending() override {}
-};
 
 class TRFileCopyTaskCollectionTest : public CopyTest {
  protected:
@@ -26,13 +17,16 @@ class TRFileCopyTaskCollectionTest : public CopyTest {
     }
     return made;
   }
-  static std::int64_t combined(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
-    collection->updateProgress();
-    return collection->progress().value();
+  // Makes the reports to these about that collection the process's.
+  std::shared_ptr<Reports> reportsOf(const std::shared_ptr<TRFileCopyTaskCollection>& made) {
+    const auto reports = std::make_shared<Reports>();
+    start(*collectionFor(roots(), {}), reports, made);
+    finish(*reports);
+    return reports;
   }
 };
 
-TEST_F(TRFileCopyTaskCollectionTest, NewCollectionHoldsTheVeryListAndTheCredentials) {
+TEST_F(TRFileCopyTaskCollectionTest, PropertiesHoldWhatTheyWereGivenTheVeryListIncluded) {
   const auto list = roots({fileRoot("/a", 1)});
   const auto made = std::make_shared<TRFileCopyTaskCollection>(list, "admin", "secret");
   EXPECT_EQ(made->files(), list);
@@ -40,16 +34,12 @@ TEST_F(TRFileCopyTaskCollectionTest, NewCollectionHoldsTheVeryListAndTheCredenti
   EXPECT_EQ(made->userPass(), "secret");
   EXPECT_TRUE(made->tasks().empty());
   EXPECT_FALSE(made->progress());
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, EveryPropertyCanBeSet) {
-  const auto made = collectionFor(roots(), {});
-  const auto list = roots();
-  made->setFiles(list);
+  const auto other = roots();
+  made->setFiles(other);
   made->setUserName("other");
   made->setUserPass(std::nullopt);
   made->setProgress(Number(7));
-  EXPECT_EQ(made->files(), list);
+  EXPECT_EQ(made->files(), other);
   EXPECT_EQ(made->userName(), "other");
   EXPECT_EQ(made->userPass(), std::nullopt);
   EXPECT_EQ(made->progress().value(), 7);
@@ -72,31 +62,24 @@ TEST_F(TRFileCopyTaskCollectionTest, EachPlayerGetsATaskInTheOrderOfTheCallsAlso
   EXPECT_EQ(TRFileCopyTask::sharedLocker(), TRFileCopyTaskCollection::sharedLock());
 }
 
-TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsMadeOnce) {
-  EXPECT_NE(TRFileCopyTaskCollection::sharedLock(), nullptr);
-  EXPECT_EQ(TRFileCopyTaskCollection::sharedLock(), TRFileCopyTaskCollection::sharedLock());
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, TasksAt100And50And0AreAt50) {
-  EXPECT_EQ(combined(at({100, 50, 0})), 50);
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, TasksAt33And33And34AreAt33) {
-  EXPECT_EQ(combined(at({33, 33, 34})), 33);
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, AverageIsTruncated) { EXPECT_EQ(combined(at({99, 100})), 99); }
-
-TEST_F(TRFileCopyTaskCollectionTest, SumIsKeptTo32Bits) {
-  EXPECT_EQ(combined(at({(std::int64_t{1} << 32) + 60, 40})), 50);
-  EXPECT_EQ(combined(at({std::numeric_limits<std::int64_t>::max(), 1})), 0);
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, SumWithTheSignBitIsDividedAsUnsigned) {
-  EXPECT_EQ(combined(at({-1})), -1);
-  // 2^64 - 2 divided by 2, and the low 32 bits of that.
-  EXPECT_EQ(combined(at({-1, -1})), -1);
-  EXPECT_EQ(combined(at({-4, 0, 0, 0})), -1);
+TEST_F(TRFileCopyTaskCollectionTest, ProgressIsTheAverageTruncatedOfA32BitSumDividedAsUnsigned) {
+  constexpr std::int64_t k2To32 = std::int64_t{1} << 32;
+  const std::vector<std::pair<std::vector<std::int64_t>, std::int64_t>> cases{
+      {{10}, 10},
+      {{100, 50, 0}, 50},
+      {{33, 33, 34}, 33},
+      {{99, 100}, 99},
+      {{k2To32 + 60, 40}, 50},
+      {{std::numeric_limits<std::int64_t>::max(), 1}, 0},
+      {{-1}, -1},
+      // 2^64 - 2 divided by 2, and the low 32 bits of that.
+      {{-1, -1}, -1},
+      {{-4, 0, 0, 0}, -1}};
+  for (const auto& [percentages, expected] : cases) {
+    const auto made = at(percentages);
+    made->updateProgress();
+    EXPECT_EQ(made->progress().value(), expected);
+  }
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, OneTaskThatFailedItsFormatAndOneAt0AreAt50) {
@@ -108,23 +91,10 @@ TEST_F(TRFileCopyTaskCollectionTest, OneTaskThatFailedItsFormatAndOneAt0AreAt50)
   EXPECT_EQ(made->progress().value(), 50);
 }
 
-TEST_F(TRFileCopyTaskCollectionTest, ReportBeforeAnyStartTellsNobody) {
-  const auto made = at({10});
-  made->updateProgress();
-  EXPECT_EQ(made->progress().value(), 10);
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutTasksHasNoProgressToReport) {
-  const auto made = at({});
-  const auto reports = run(made);
-  made->updateProgress();
-  EXPECT_FALSE(made->progress());
-  EXPECT_TRUE(reports->progress.empty());
-}
-
 TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutPlayersReportsItsResultOnceAndNoProgress) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {});
-  const auto reports = run(made);
+  const auto reports = run(*made);
+  made->updateProgress();
   EXPECT_EQ(reports->resultContexts, std::vector<std::shared_ptr<void>>{made});
   EXPECT_TRUE(reports->progress.empty());
   EXPECT_FALSE(made->progress());
@@ -132,73 +102,71 @@ TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutPlayersReportsItsResultOnc
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, StartReturnsAtOnceWithTheRunOnAThreadOfItsOwn) {
-  const auto made = collectionFor(roots(), {});
   const auto reports = std::make_shared<Reports>();
-  made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
+  start(*collectionFor(roots(), {}), reports);
   EXPECT_EQ(ports.workers.spawned(), 1U);
   EXPECT_TRUE(reports->resultContexts.empty());
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+  finish(*reports);
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, RunKeepsItsCollectionAlive) {
   auto made = collectionFor(roots(), {addDisk("sdb", "/media/p")});
   const std::weak_ptr<TRFileCopyTaskCollection> watched = made;
   const auto reports = std::make_shared<Reports>();
-  made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, {}, nullptr);
+  start(*made, reports, collectionFor(roots(), {}));
   made.reset();
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
-  ports.workers.join();
+  finish(*reports);
   EXPECT_EQ(eventsAfter("log copy Done!!!\n"), Lines{"log done\n"});
   EXPECT_TRUE(watched.expired());
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiverAndTheContext) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {addDisk("sdb", "/media/p")});
-  const auto reports = run(made);
+  const auto reports = run(*made);
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
   EXPECT_EQ(reports->resultContexts, std::vector<std::shared_ptr<void>>{made});
   EXPECT_EQ(reports->threads,
             (std::vector<std::thread::id>{std::this_thread::get_id(), std::this_thread::get_id()}));
 }
 
-TEST_F(TRFileCopyTaskCollectionTest, ResultComesOnceAfterTheLastTask) {
-  const auto made = collectionFor(
-      roots({folderRoot("/s", {file("/s/a", "a")})}),
-      {addDisk("sdb", "/media/p"), addDisk("sdc", "/media/q"), addDisk("sdd", "/media/r")});
-  const auto reports = std::make_shared<Reports>();
-  Lines atResult;
-  reports->onResult = [&] { atResult = logTexts(); };
-  made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
-  ports.workers.join();
-  EXPECT_EQ(reports->resultContexts.size(), 1U);
-  EXPECT_EQ(std::count(atResult.begin(), atResult.end(), "done\n"), 3);
-  EXPECT_EQ(reports->progress.size(), 3U);
-  EXPECT_EQ(reports->progress.back(), 100);
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, TasksRunAllAtTheSameTime) {
+TEST_F(TRFileCopyTaskCollectionTest, ManyPlayersAreFilledAllAtTheSameTimeAndTheResultComesOnce) {
   // Each task's first command waits until every task has come so far.
-  constexpr std::size_t kTasks = 12;
+  constexpr std::size_t kPlayers = 12;
+  std::latch all(kPlayers);
+  std::set<std::string> begun;
   std::mutex lock;
-  std::condition_variable all;
-  std::size_t arrived = 0;
-  ports.scripts.answer = [&](std::size_t, const TestScriptRunner::Call&) {
-    std::unique_lock guard(lock);
-    ++arrived;
-    all.notify_all();
-    all.wait(guard, [&] { return arrived >= kTasks; });
-    return ScriptOutcome{{}, 1, "failed"};
+  ports.scripts.answer = [&](std::size_t, const TestScriptRunner::Call& call) {
+    const bool isFirst = [&] {
+      const std::scoped_lock guard(lock);
+      return begun.insert(call.target.node).second;
+    }();
+    if (isFirst) {
+      all.arrive_and_wait();
+    }
+    return ScriptOutcome{"", {}, {}};
   };
+  ports.disks.complete = nullptr;
   std::vector<std::shared_ptr<TRPlayer>> players;
-  for (std::size_t index = 0; index < kTasks; ++index) {
-    players.push_back(addDisk("sd" + std::to_string(index), "/media/p"));
+  for (std::size_t index = 0; index < kPlayers; ++index) {
+    const std::string number = std::to_string(index);
+    players.push_back(addDisk("sd" + number, "/media/" + number));
   }
-  const auto made = collectionFor(roots(), players);
-  run(made);
-  for (const auto& task : made->tasks()) {
-    EXPECT_TRUE(task->error());
+  const auto made = collectionFor(
+      roots({folderRoot("/s", {folder("/s/d", "d/"), file("/s/d/a", "d/a", 3)})}), players);
+  const auto reports = std::make_shared<Reports>();
+  std::ptrdiff_t doneAtResult = 0;
+  reports->onResult = [&] { doneAtResult = count("log done\n"); };
+  run(*made, reports);
+  for (std::size_t index = 0; index < kPlayers; ++index) {
+    EXPECT_EQ(count("copy /s/d/a -> /media/" + std::to_string(index) + "/d/a"), 1);
+    EXPECT_EQ(made->tasks().at(index)->currentProgress(), 100);
+    EXPECT_FALSE(made->tasks().at(index)->error());
   }
+  EXPECT_EQ(static_cast<std::size_t>(doneAtResult), kPlayers);
+  EXPECT_EQ(reports->resultContexts.size(), 1U);
+  EXPECT_EQ(reports->progress.size(), 2 * kPlayers);
+  EXPECT_TRUE(std::is_sorted(reports->progress.begin(), reports->progress.end()));
+  EXPECT_EQ(reports->progress.back(), 100);
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsHeldDuringAProgressReportAndNotDuringTheResult) {
@@ -212,54 +180,13 @@ TEST_F(TRFileCopyTaskCollectionTest, SharedLockIsHeldDuringAProgressReportAndNot
   };
   reports->onProgress = look;
   reports->onResult = look;
-  made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+  run(*made, reports);
   EXPECT_EQ(couldLock, (std::vector<bool>{false, true}));
-}
-
-TEST_F(TRFileCopyTaskCollectionTest, ReportsNeverOverlapAndArriveInTheOrderOfTheLock) {
-  constexpr std::size_t kTasks = 8;
-  constexpr std::int64_t kBytes = 100;
-  NoMainThread everyThread;
-  const auto made =
-      collectionFor(roots({fileRoot("/a", kBytes)}), std::vector(kTasks, addDisk("sdb", "/p")));
-  std::atomic<bool> inside{false};
-  std::atomic<int> overlaps{0};
-  const auto reports = std::make_shared<Reports>();
-  reports->onProgress = [&] {
-    overlaps += inside.exchange(true) ? 1 : 0;
-    std::this_thread::yield();
-    inside = false;
-  };
-  const auto idle = collectionFor(roots(), {});
-  idle->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
-  platform().mainThread = &everyThread;
-  std::vector<std::thread> workers;
-  for (const auto& task : made->tasks()) {
-    workers.emplace_back([task] {
-      for (std::int64_t byte = 0; byte < kBytes; ++byte) {
-        task->updateProgressWith(1);
-      }
-    });
-  }
-  for (auto& worker : workers) {
-    worker.join();
-  }
-  platform().mainThread = &ports.mainThread;
-  EXPECT_EQ(overlaps, 0);
-  ASSERT_EQ(reports->progress.size(), kTasks * static_cast<std::size_t>(kBytes));
-  // A figure is taken and shown under one hold of the lock, so it never steps back.
-  EXPECT_TRUE(std::is_sorted(reports->progress.begin(), reports->progress.end()));
-  EXPECT_EQ(reports->progress.back(), 100);
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, AverageIsTakenWhenAReportIsShownAndNotBeforeItWaits) {
   const auto made = at({10, 20});
-  const auto reports = std::make_shared<Reports>();
-  const auto idle = collectionFor(roots(), {});
-  idle->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
-  ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+  const auto reports = reportsOf(made);
   std::thread first([&] { made->updateProgress(); });
   std::thread second([&] { made->updateProgress(); });
   ports.mainThread.awaitQueued();
@@ -280,11 +207,9 @@ TEST_F(TRFileCopyTaskCollectionTest, SecondStartTakesOverTheRemainingReportsOfTh
   const auto secondReports = std::make_shared<Reports>();
   firstReports->onProgress = [&] {
     // From within a report: no lock of the targets may be held now.
-    second->startAsyncCopyWithCallBack(secondReports, Reports::onCopyResult,
-                                       Reports::updateProgress, second);
+    start(*second, secondReports);
   };
-  first->startAsyncCopyWithCallBack(firstReports, Reports::onCopyResult, Reports::updateProgress,
-                                    first);
+  start(*first, firstReports);
   ports.mainThread.runUntil([&] { return secondReports->resultContexts.size() == 2; });
   EXPECT_EQ(firstReports->progress, std::vector<std::int64_t>{25});
   EXPECT_TRUE(firstReports->resultContexts.empty());
@@ -297,13 +222,13 @@ TEST_F(TRFileCopyTaskCollectionTest, SecondStartTakesOverTheRemainingReportsOfTh
 TEST_F(TRFileCopyTaskCollectionTest, TargetsStayAfterTheRunUntilTheyAreReplaced) {
   auto made = collectionFor(roots(), {});
   const std::weak_ptr<TRFileCopyTaskCollection> watched = made;
-  auto reports = run(made);
+  auto reports = run(*made);
   const std::weak_ptr<Reports> receiver = reports;
   made.reset();
   reports.reset();
   EXPECT_FALSE(watched.expired());
   EXPECT_FALSE(receiver.expired());
-  run(collectionFor(roots(), {}));
+  run(*collectionFor(roots(), {}));
   EXPECT_TRUE(watched.expired());
   EXPECT_TRUE(receiver.expired());
 }
@@ -334,7 +259,7 @@ TEST_F(TRFileCopyTaskCollectionTest, HandOversThatReturnUndeliveredEndTheRun) {
   const auto reports = std::make_shared<Reports>();
   ports.end();
   clockEnded = true;
-  made->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress, made);
+  start(*made, reports);
   ports.workers.join();
   EXPECT_TRUE(made->tasks().at(0)->error());
   EXPECT_TRUE(reports->threads.empty());

@@ -33,8 +33,8 @@ inline Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-// Everything that a run does to the outside, in one order.
-class Trace {
+// Everything that a run does to the outside, in one order. As the log, "log " before each text.
+class Trace : public SystemLog {
  public:
   void add(std::string event) {
     const std::scoped_lock guard(lock_);
@@ -44,18 +44,8 @@ class Trace {
     const std::scoped_lock guard(lock_);
     return events_;
   }
-
- private:
-  mutable std::mutex lock_;
-  Lines events_;
-};
-
-// "log " before each text.
-class TraceLog : public SystemLog {
- public:
-  explicit TraceLog(Trace& trace) : trace_(trace) {}
   void write(std::string_view text) override {
-    trace_.add("log " + std::string(text));
+    add("log " + std::string(text));
     if (onWrite) {
       onWrite(std::string(text));
     }
@@ -65,35 +55,32 @@ class TraceLog : public SystemLog {
   std::function<void(const std::string&)> onWrite;
 
  private:
-  Trace& trace_;
+  mutable std::mutex lock_;
+  Lines events_;
 };
 
 // The receiver of a run's reports: what it was told, and on which thread.
 struct Reports {
-  std::vector<std::int64_t> progress;  // the context collection's figure at each progress report
-  std::vector<std::shared_ptr<void>> resultContexts;
-  std::vector<std::thread::id> threads;
-  std::function<void()> onProgress;
-  std::function<void()> onResult;
+  using Any = std::shared_ptr<void>;
 
-  static void updateProgress(const std::shared_ptr<void>& receiver,
-                             const std::shared_ptr<void>& context) {
+  std::vector<std::int64_t> progress;  // the context collection's figure at each progress report
+  std::vector<Any> resultContexts;
+  std::vector<std::thread::id> threads;
+  std::function<void()> onProgress = [] {};
+  std::function<void()> onResult = [] {};
+
+  static void updateProgress(const Any& receiver, const Any& context) {
     auto& self = *std::static_pointer_cast<Reports>(receiver);
     self.threads.push_back(std::this_thread::get_id());
     self.progress.push_back(
         std::static_pointer_cast<TRFileCopyTaskCollection>(context)->progress().value());
-    if (self.onProgress) {
-      self.onProgress();
-    }
+    self.onProgress();
   }
-  static void onCopyResult(const std::shared_ptr<void>& receiver,
-                           const std::shared_ptr<void>& context) {
+  static void onCopyResult(const Any& receiver, const Any& context) {
     auto& self = *std::static_pointer_cast<Reports>(receiver);
     self.threads.push_back(std::this_thread::get_id());
     self.resultContexts.push_back(context);
-    if (self.onResult) {
-      self.onResult();
-    }
+    self.onResult();
   }
 };
 
@@ -142,7 +129,7 @@ class CopyTest : public ::testing::Test {
   CopyTest() {
     files.onRequest = [this](const std::string& request) { trace.add(request); };
     platform().fileManager = &files;
-    platform().systemLog = &log;
+    platform().systemLog = &trace;
     session = platform().createDiskSession();
     ports.disks.complete = [this](const TestDisks::Request& request, std::function<void()> answer) {
       trace.add(request.kind + " " + request.expected.node);
@@ -227,19 +214,21 @@ class CopyTest : public ::testing::Test {
     worker.join();
   }
 
-  bool format(TRFileCopyTask& task) {
-    bool result = false;
-    runOnWorker([&] { result = task.format(); });
-    return result;
+  // Starts the run, which reports to the receiver with the context, itself if none is given.
+  static void start(TRFileCopyTaskCollection& collection, const std::shared_ptr<Reports>& reports,
+                    const std::shared_ptr<void>& context = nullptr) {
+    collection.startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress,
+                                          context ? context : collection.shared_from_this());
   }
-
-  // A whole run, until the result was reported.
-  std::shared_ptr<Reports> run(const std::shared_ptr<TRFileCopyTaskCollection>& collection,
-                               std::shared_ptr<Reports> reports = std::make_shared<Reports>()) {
-    collection->startAsyncCopyWithCallBack(reports, Reports::onCopyResult, Reports::updateProgress,
-                                           collection);
-    ports.mainThread.runUntil([&] { return !reports->resultContexts.empty(); });
+  void finish(const Reports& reports) {
+    ports.mainThread.runUntil([&] { return !reports.resultContexts.empty(); });
     ports.workers.join();
+  }
+  // A whole run, until the result was reported.
+  std::shared_ptr<Reports> run(TRFileCopyTaskCollection& collection,
+                               std::shared_ptr<Reports> reports = std::make_shared<Reports>()) {
+    start(collection, reports);
+    finish(*reports);
     return reports;
   }
 
@@ -252,18 +241,12 @@ class CopyTest : public ::testing::Test {
   }
   Lines copyEvents() const { return eventsAfter("log Beginning copyTask operation.\n"); }
 
-  Lines logTexts() const {
-    Lines texts;
-    for (const auto& event : trace.events()) {
-      if (event.starts_with("log ")) {
-        texts.push_back(event.substr(4));
-      }
-    }
-    return texts;
+  std::ptrdiff_t count(const std::string& event) const {
+    const Lines all = trace.events();
+    return std::count(all.begin(), all.end(), event);
   }
 
   Trace trace;
-  TraceLog log{trace};
   TestVolumes files;
   std::size_t pauses = 1;       // the pause after a disk request in which it completes
   std::size_t foundAtLook = 1;  // the look from which on a volume has its name

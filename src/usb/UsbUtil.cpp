@@ -1,0 +1,193 @@
+#include "UsbUtil.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <set>
+
+#include "Platform.h"
+#include "Utf8.h"
+
+namespace fillstation {
+namespace {
+
+using TextBuffer = std::array<char, 2048>;
+
+// A text that is too long or not UTF-8 leaves the empty string.
+void convert(std::string_view text, TextBuffer& buffer) {
+  buffer[0] = '\0';
+  if (text.size() < kConversionLimit && decodeUtf8(text)) {
+    buffer[text.copy(buffer.data(), kConversionLimit)] = '\0';
+  }
+}
+
+constexpr std::uint16_t kDescriptorSize = 128;
+constexpr std::uint16_t kHeaderSize = 2;
+constexpr std::uint16_t kUsEnglish = 1033;
+
+// In force in every build: nothing sensible can follow.
+void requireUsbDevice(const UsbDeviceInterface* usbDevice) {
+  if (usbDevice == nullptr) {
+    std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
+    std::abort();
+  }
+}
+
+// A receiver may look at a record's descriptor strings at any time, so they are never freed. Equal
+// texts are kept once: players of one make don't add up.
+const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
+  static std::set<std::string> texts;
+  const std::unique_ptr<char, decltype(&std::free)> text(getUSBStringDescriptor(&usbDevice, index),
+                                                         &std::free);
+  return text ? texts.insert(text.get()).first->c_str() : nullptr;
+}
+
+constexpr int kAttempts = 200;
+constexpr std::chrono::microseconds kPauseWithoutDescription(1'000'000);
+constexpr std::chrono::microseconds kPauseWithoutVolume(10'000);
+
+// True when there was something to be stored.
+bool store(const char* found, std::optional<std::string>& output) {
+  if (*found == '\0') {
+    return false;
+  }
+  output = found;
+  return true;
+}
+
+void readFacts(const DiskDescription& description, std::optional<std::string>& volumeName,
+               std::optional<std::string>& volumePath) {
+  // As it stands in a description, which is what the conversion reads.
+  const std::string name = '"' + description.volumeName.value_or("") + '"';
+  if (store(cfTypeToCString(&name), volumeName)) {
+    std::fputs("\n got vol name", stdout);
+  }
+  const std::string path = description.volumePath.value_or("");
+  if (store(cfStringRefToCString(&path), volumePath)) {
+    std::fputs("\n got vol path", stdout);
+  }
+}
+
+}  // namespace
+
+const char* cfStringRefToCString(const std::string* s) {
+  thread_local TextBuffer buffer;
+  if (s == nullptr) {
+    return nullptr;
+  }
+  convert(*s, buffer);
+  return buffer.data();
+}
+
+const char* cfTypeToCString(const std::string* v) {
+  thread_local TextBuffer buffer;
+  if (v == nullptr) {
+    return nullptr;
+  }
+  convert(*v, buffer);
+  // An older result may lie behind the terminator; strchr() stops in front of it.
+  char* const open = std::strchr(buffer.data(), '"');
+  char* const close = open != nullptr ? std::strchr(open + 1, '"') : nullptr;
+  if (close == nullptr) {
+    buffer[0] = '\0';
+    return buffer.data();
+  }
+  *close = '\0';
+  char* const result = open + 1;
+  if (*result >= '0' && *result <= '9') {
+    *result = 'x';
+  }
+  return result;
+}
+
+void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
+  const auto usbDevice = device.openInterface();
+  if (!usbDevice) {
+    return;
+  }
+  const auto manufacturer = usbDevice->manufacturerStringIndex();
+  const auto product = usbDevice->productStringIndex();
+  const auto serialNumber = usbDevice->serialNumberStringIndex();
+  const auto release = usbDevice->releaseNumber();
+  record.setVid(descriptor(*usbDevice, manufacturer));
+  record.setPid(descriptor(*usbDevice, product));
+  record.setSerialNumber(descriptor(*usbDevice, serialNumber));
+  record.setRev(release);
+}
+
+char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {
+  requireUsbDevice(usbDevice);
+  const UsbRequest request{.requestType = 0x80,
+                           .request = 6,
+                           .value = static_cast<std::uint16_t>(0x300U | index),
+                           .index = kUsEnglish,
+                           .length = kDescriptorSize};
+  std::array<std::uint8_t, kDescriptorSize> buffer{};
+  const auto transferred = usbDevice->deviceRequest(request, buffer);
+  if (!transferred) {
+    return nullptr;
+  }
+  // Nothing transferred wraps to an enormous count, which the end of the buffer bounds.
+  const std::uint32_t count = (*transferred - 1) >> 1U;
+  auto* const text = static_cast<char*>(std::calloc(kDescriptorSize, 1));
+  std::size_t from = kHeaderSize;
+  for (std::uint32_t unit = 0; unit < count && from < buffer.size(); ++unit, from += 2) {
+    text[unit] = static_cast<char>(buffer[from]);
+  }
+  return text;
+}
+
+bool findDiskVolume(Disk& disk, std::optional<std::string>& volumeName,
+                    std::optional<std::string>& volumePath) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const auto description = disk.copyDescription();
+    if (!description) {
+      if (!platform().clock->sleep(kPauseWithoutDescription)) {
+        return false;
+      }
+      std::fputs("\nsleeping", stdout);
+      continue;
+    }
+    readFacts(*description, volumeName, volumePath);
+    if (volumeName || volumePath) {
+      return true;
+    }
+    std::fputs("\n no vol name", stdout);
+    if (!platform().clock->sleep(kPauseWithoutVolume)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void getDiskVolume(Disk* disk, char** volumeName, char** volumePath) {
+  std::optional<std::string> name;
+  std::optional<std::string> path;
+  if (disk != nullptr) {
+    findDiskVolume(*disk, name, path);
+  }
+  *volumeName = name ? ::strdup(name->c_str()) : nullptr;
+  *volumePath = path ? ::strdup(path->c_str()) : nullptr;
+}
+
+void getDiskVolumeFromDriveName(const char* driveName, std::optional<std::string>& volumeName,
+                                std::optional<std::string>& volumePath) {
+  const auto ownSession = platform().createDiskSession();
+  const auto disk = driveName != nullptr ? ownSession->diskFromName(driveName) : nullptr;
+  std::optional<std::string> name;
+  std::optional<std::string> path;
+  if (disk) {
+    findDiskVolume(*disk, name, path);
+  }
+  if (name) {
+    volumeName = std::move(name);
+  }
+  if (path) {
+    volumePath = std::move(path);
+  }
+}
+
+}  // namespace fillstation
