@@ -11,7 +11,7 @@
 
 #include "FatImage.h"
 #include "FatText.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::contract {
 

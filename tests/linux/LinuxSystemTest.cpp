@@ -1,5 +1,6 @@
 #include "LinuxSystem.h"
 
+#include "FakeAgentTest.h"
 #include "GuardScript.h"
 #include "MainLoop.h"
 #include "MockMachine.h"
@@ -8,7 +9,6 @@
 #include "StandInUDisks.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"
-#include "script_fake_agent.h"
 
 namespace fillstation::test {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <tuple>
 
-#include "script_window.h"
+#include "ScriptWindow.h"
 
 namespace fillstation::test {
 namespace {

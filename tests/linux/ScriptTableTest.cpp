@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "PolkitScriptRunner.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "script_box_entry.h"
+#include "ScriptBoxEntry.h"
 
 #include <fnmatch.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "ChildSetup.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 

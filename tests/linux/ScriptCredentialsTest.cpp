@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "PolkitScriptRunner.h"
+#include "ScriptBox.h"
 #include "ScriptCompiler.h"
-#include "script_box.h"
 
 namespace fillstation::test {
 namespace {

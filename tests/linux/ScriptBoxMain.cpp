@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "script_box_entry.h"
+#include "ScriptBoxEntry.h"
 
 int main(int argc, char** argv) {
   std::vector<char*> given(argv, argv + argc);

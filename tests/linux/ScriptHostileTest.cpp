@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
+#include "FakeAgentTest.h"
 #include "GuardScript.h"
 #include "HostileTexts.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptCompiler.h"
 #include "TestPlatform.h"
-#include "script_fake_agent.h"
 
 namespace fillstation::test {
 namespace {

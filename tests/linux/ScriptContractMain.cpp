@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "BoxBackEnd.h"
+#include "ScriptBox.h"
+#include "ScriptBoxEntry.h"
 #include "ScriptRunnerContract.h"
 #include "UdevPreload.h"
-#include "script_box.h"
-#include "script_box_entry.h"
 
 namespace fillstation::contract {
 

@@ -6,7 +6,7 @@
 
 #include "ChildSetup.h"
 #include "FileHandle.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 namespace {

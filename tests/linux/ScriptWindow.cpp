@@ -1,4 +1,4 @@
-#include "script_window.h"
+#include "ScriptWindow.h"
 
 #include <fcntl.h>
 

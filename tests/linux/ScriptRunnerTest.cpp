@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "FakeAgentTest.h"
 #include "GuardScript.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptCompiler.h"
 #include "TestPlatform.h"
-#include "script_fake_agent.h"
 
 namespace fillstation::test {
 namespace {

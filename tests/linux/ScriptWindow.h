@@ -6,7 +6,7 @@
 
 #include "LoopDevice.h"
 #include "Person.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 

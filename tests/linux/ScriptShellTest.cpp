@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "AgentShell.h"
-#include "script_fake_agent.h"
+#include "FakeAgentTest.h"
 
 namespace fillstation::test {
 namespace {

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 namespace {

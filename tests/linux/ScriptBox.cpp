@@ -1,4 +1,4 @@
-#include "script_box.h"
+#include "ScriptBox.h"
 
 #include <signal.h>
 #include <sys/socket.h>

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 namespace {

@@ -2,8 +2,8 @@
 #include <variant>
 
 #include "GuardScript.h"
+#include "ScriptWindow.h"
 #include "ShellCommand.h"
-#include "script_window.h"
 
 namespace fillstation::test {
 namespace {

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <string>
 
-#include "script_guard_rig.h"
+#include "ScriptGuardRig.h"
 
 namespace fillstation::test {
 namespace {

@@ -27,7 +27,7 @@
 #include <vector>
 
 #include "AgentProcess.h"
-#include "script_window.h"
+#include "ScriptWindow.h"
 
 // A change of the user as on a system whose fs.suid_dumpable is 1: the process can be dumped again.
 extern "C" int setresuid(uid_t real, uid_t effective, uid_t saved) noexcept {
