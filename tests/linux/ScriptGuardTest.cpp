@@ -48,9 +48,9 @@ TEST_F(ScriptGuardTest, ThePlayerIsFormattedAfterItsTableWasReadAnew) {
 }
 
 TEST_F(ScriptGuardTest, TheFactsPrecedeTheScript) {
-  EXPECT_EQ(guardedCommand({kWipe, "/dev/sdb"}, {"/dev/sdb", 3, 127, 1ull << 40}, "\nrest"),
+  EXPECT_EQ(guardedCommand({kWipe, "/dev/sdb"}, {"/dev/sdb", 3, 127, 1ull << 40}, "rest"),
             "node=/dev/sdb\nbus=3\ndevice=127\nsequence=1099511627776\nkind=wipe\nrest");
-  EXPECT_EQ(guardedCommand({kFormat, "/dev/sdc"}, {"/dev/sdc", 0, 0, 0}, "\nrest"),
+  EXPECT_EQ(guardedCommand({kFormat, "/dev/sdc"}, {"/dev/sdc", 0, 0, 0}, "rest"),
             "node=/dev/sdc\nbus=0\ndevice=0\nsequence=0\nkind=format\nrest");
   const std::string whole = guardedCommand({kWipe, "/dev/sdb"}, {"/dev/sdb", 3, 127, 1});
   EXPECT_TRUE(whole.ends_with(guardScript()));
