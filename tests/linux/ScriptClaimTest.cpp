@@ -1,7 +1,7 @@
 #include <string>
 #include <variant>
 
-#include "GuardScript.h"
+#include "PolkitScriptRunner.h"
 #include "ScriptWindow.h"
 #include "ShellCommand.h"
 
@@ -12,9 +12,8 @@ namespace {
 class ScriptClaimTest : public ScriptWindowTest {
  protected:
   static ShellCommand::Result wipe() {
-    const PlayerGuard guard{"/dev/vp0", 1, 2, 1};
     return std::get<ShellCommand::Result>(
-        ShellCommand::run(guardedCommand({PlayerCommand::wipe, guard.node}, guard)));
+        ShellCommand::run(guardedCommand(PlayerCommand::wipe, {"/dev/vp0", 0x10002}, 1)));
   }
 };
 

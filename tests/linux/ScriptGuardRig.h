@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "GuardScript.h"
+#include "PolkitScriptRunner.h"
 #include "ShellCommand.h"
 #include "TempFolder.h"
 
@@ -97,12 +97,10 @@ class GuardRig {
     std::ofstream(file) << text;
   }
 
-  PlayerGuard guard() const { return {node(), 1, 12, 77}; }
-
-  ShellCommand::Result run(PlayerCommand::Kind kind) const { return run(kind, guard()); }
-  ShellCommand::Result run(PlayerCommand::Kind kind, const PlayerGuard& guard) const {
+  // Of the player, or of the same by another name.
+  ShellCommand::Result run(PlayerCommand::Kind kind, const std::string& name = "sdz") const {
     return std::get<ShellCommand::Result>(
-        ShellCommand::run(guardedCommand({kind, guard.node}, guard, script_)));
+        ShellCommand::run(guardedCommand(kind, {node(name), 0x1000C}, 77, script_)));
   }
   // What the script says of the time to wait, in seconds.
   void setPatience(int seconds) { replace("+ 15)", "+ " + std::to_string(seconds) + ")"); }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "FakeAgentTest.h"
-#include "GuardScript.h"
 #include "HostileTexts.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptCompiler.h"
@@ -22,11 +21,7 @@ class ScriptHostileTest : public FakeAgentTest, public ::testing::WithParamInter
   std::int64_t run(const std::string& node, const std::string& user, const std::string& password,
                    const std::string& before, const std::string& behind) {
     PolkitScriptRunner runner(
-        FAKE_AGENT,
-        [](const DiskIdentity& target) {
-          return PlayerGuard{target.node, 1, 2, 3};
-        },
-        [](const DiskIdentity&) {});
+        FAKE_AGENT, [](const DiskIdentity&) { return 3; }, [](const DiskIdentity&) {});
     const auto outcome =
         runner.run("do shell script \"" + before + node + behind + "\" user name \"" + user +
                        "\" password \"" + password + "\" with administrator privileges",
