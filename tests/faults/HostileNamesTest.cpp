@@ -6,7 +6,7 @@
 #include "Book.h"
 #include "FaultRig.h"
 #include "Outside.h"
-#include "PlayerCommand.h"
+#include "ScriptCompiler.h"
 #include "UsbUtil.h"
 
 namespace fillstation::faults {

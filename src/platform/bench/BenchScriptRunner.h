@@ -8,7 +8,6 @@
 
 #include "BenchPlayers.h"
 #include "BenchVolumes.h"
-#include "PlayerCommand.h"
 #include "Scenario.h"
 #include "ScriptRunner.h"
 

@@ -5,7 +5,6 @@
 
 #include "GuardText.h"
 #include "Platform.h"
-#include "ScriptCompiler.h"
 #include "WipeText.h"
 
 namespace fillstation {

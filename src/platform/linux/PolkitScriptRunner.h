@@ -7,12 +7,10 @@
 #include <string_view>
 
 #include "AgentShell.h"
-#include "PlayerCommand.h"
+#include "ScriptCompiler.h"
 #include "ScriptRunner.h"
 
 namespace fillstation {
-
-struct Script;
 
 // The numbers of failures other than an exit status (0 to 255).
 struct ScriptError {
