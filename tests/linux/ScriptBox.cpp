@@ -12,7 +12,7 @@
 #include <sstream>
 #include <thread>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 
 namespace fillstation::test {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 #include "ScriptBox.h"
 
 namespace fillstation::test {

@@ -1,9 +1,9 @@
 #include <string>
 #include <variant>
 
+#include "ChildProcess.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptWindow.h"
-#include "ShellCommand.h"
 
 namespace fillstation::test {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "PolkitScriptRunner.h"
-#include "ShellCommand.h"
 #include "TempFolder.h"
 
 namespace fillstation::test {

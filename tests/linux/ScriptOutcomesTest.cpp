@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 #include "FileHandle.h"
 #include "ScriptBox.h"
 

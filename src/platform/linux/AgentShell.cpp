@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 #include "FileHandle.h"
 
 namespace fillstation {

@@ -9,9 +9,9 @@
 #include <random>
 
 #include "BenchVolume.h"
+#include "ChildProcess.h"
 #include "FatText.h"
 #include "FileHandle.h"
-#include "ShellCommand.h"
 #include "TempFolder.h"
 #include "Tools.h"
 
