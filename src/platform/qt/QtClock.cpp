@@ -5,10 +5,8 @@
 
 namespace fillstation {
 
-QtClock::QtClock(StopSource& stop)
-    : stop_(stop), onStop_(stop.onRequest([this] { queue_.add([this] { endPauses(); }); })) {}
-
-QtClock::~QtClock() { stop_.removeCallback(onStop_); }
+QtClock::QtClock(const StopSource& stop)
+    : stop_(stop), onStop_(stop.token(), [this] { queue_.add([this] { endPauses(); }); }) {}
 
 bool QtClock::sleep(std::chrono::microseconds duration) {
   if (std::this_thread::get_id() != main_) {

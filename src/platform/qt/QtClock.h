@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <thread>
 #include <vector>
 
@@ -17,10 +16,7 @@ namespace fillstation {
 // duration of zero or less is no pause. Made on the main thread; the stop source outlives it.
 class QtClock : public Clock {
  public:
-  explicit QtClock(StopSource& stop);
-  ~QtClock() override;
-  QtClock(const QtClock&) = delete;
-  QtClock& operator=(const QtClock&) = delete;
+  explicit QtClock(const StopSource& stop);
 
   bool sleep(std::chrono::microseconds duration) override;
 
@@ -29,10 +25,10 @@ class QtClock : public Clock {
   void runLoopFor(std::chrono::microseconds duration);
 
   const std::thread::id main_ = std::this_thread::get_id();
-  StopSource& stop_;
+  const StopSource& stop_;
   MainLoopQueue queue_;
   std::vector<QEventLoop*> pauses_;  // in progress on the main thread, the innermost last
-  std::size_t onStop_;
+  const StopSource::Callback onStop_;
 };
 
 }  // namespace fillstation

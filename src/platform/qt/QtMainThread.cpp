@@ -55,7 +55,7 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
     return true;
   }
   const auto handOver = std::make_shared<HandOver>();
-  const std::size_t onStop = stop_.onRequest([handOver] { handOver->drop(); });
+  const StopSource::Callback onStop(stop_.token(), [handOver] { handOver->drop(); });
   // The callable itself stays with the caller, who waits for as long as it runs.
   queue_.add([this, handOver, &callable] {
     if (handOver->begin(stop_)) {
@@ -63,9 +63,7 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
       handOver->finish();
     }
   });
-  const bool returned = handOver->waitForReturn();
-  stop_.removeCallback(onStop);
-  return returned;
+  return handOver->waitForReturn();
 }
 
 void QtMainThread::runPending() { QCoreApplication::processEvents(); }

@@ -18,7 +18,7 @@ namespace fillstation {
 class QtMainThread : public MainThread {
  public:
   // The pace of keepWindowAlive().
-  explicit QtMainThread(StopSource& stop,
+  explicit QtMainThread(const StopSource& stop,
                         std::chrono::milliseconds pace = std::chrono::milliseconds(50))
       : stop_(stop), pace_(pace) {}
 
@@ -43,7 +43,7 @@ class QtMainThread : public MainThread {
   struct HandOver;
 
   const std::thread::id main_ = std::this_thread::get_id();
-  StopSource& stop_;
+  const StopSource& stop_;
   const std::chrono::milliseconds pace_;
   MainLoopQueue queue_;
   std::unique_ptr<LongWork> longWork_;  // until the loop is back

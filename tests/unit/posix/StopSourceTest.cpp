@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <string>
 #include <thread>
 
 namespace fillstation {
@@ -23,14 +22,14 @@ TEST(StopSource, IsNotRequestedAtFirstAndStaysRequested) {
 }
 
 TEST(StopSource, WaitsForTheWholeDuration) {
-  StopSource stop;
+  const StopSource stop;
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_TRUE(stop.waitFor(microseconds(1500)));
   EXPECT_GE(std::chrono::steady_clock::now() - begin, microseconds(1500));
 }
 
 TEST(StopSource, DoesNotWaitForZeroOrLess) {
-  StopSource stop;
+  const StopSource stop;
   EXPECT_TRUE(stop.waitFor(microseconds(0)));
   EXPECT_TRUE(stop.waitFor(-hours(1)));
 }
@@ -55,56 +54,14 @@ TEST(StopSource, RequestEndsAllWaits) {
   EXPECT_EQ(ended, 2);
 }
 
-TEST(StopSource, RunsCallbacksOnceInTheOrderOfTheirRegistration) {
+TEST(StopSource, RunsACallbackOnceWhenTheStopIsRequested) {
   StopSource stop;
-  std::string order;
-  stop.onRequest([&] { order += stop.requested() ? "a" : "?"; });
-  stop.onRequest([&] { order += "b"; });
-  EXPECT_EQ(order, "");
-  stop.request();
-  EXPECT_EQ(order, "ab");
-  stop.request();
-  EXPECT_EQ(order, "ab");
-}
-
-TEST(StopSource, RunsALateCallbackAtOnceAndOnlyOnce) {
-  StopSource stop;
-  stop.request();
   int runs = 0;
-  stop.onRequest([&] { ++runs; });
-  EXPECT_EQ(runs, 1);
+  const StopSource::Callback callback(stop.token(), [&] { runs += stop.requested() ? 1 : 100; });
+  EXPECT_EQ(runs, 0);
+  stop.request();
   stop.request();
   EXPECT_EQ(runs, 1);
-}
-
-TEST(StopSource, RunsNoRemovedCallback) {
-  StopSource stop;
-  std::string order;
-  const auto first = stop.onRequest([&] { order += "a"; });
-  const auto second = stop.onRequest([&] { order += "b"; });
-  EXPECT_NE(first, second);
-  stop.removeCallback(first);
-  stop.request();
-  EXPECT_EQ(order, "b");
-  stop.removeCallback(second);
-}
-
-TEST(StopSource, RemovalWaitsForARunningCallback) {
-  StopSource stop;
-  std::atomic<bool> begun{false};
-  std::atomic<bool> returned{false};
-  const auto id = stop.onRequest([&] {
-    begun = true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    returned = true;
-  });
-  std::thread requester([&] { stop.request(); });
-  while (!begun) {
-    std::this_thread::yield();
-  }
-  stop.removeCallback(id);
-  EXPECT_TRUE(returned);
-  requester.join();
 }
 
 }  // namespace
