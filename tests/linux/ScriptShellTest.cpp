@@ -171,5 +171,20 @@ TEST_F(ScriptShellTest, NothingOfACallIsLeft) {
   EXPECT_EQ(errno, ECHILD);
 }
 
+TEST(ScriptAgentPathTest, IsBesideTheProgramOrInAFolderOfItsOwn) {
+  const TempFolder folder;
+  const std::string program = folder.path("bin/fillstation");
+  const std::string installed = folder.path("libexec/fillstation/fillstation-agent");
+  EXPECT_EQ(agentOf(program), installed);
+  const std::string beside = folder.write("bin/fillstation-agent", "");
+  EXPECT_EQ(agentOf(program), installed) << "it can't be run";
+  std::filesystem::permissions(beside, std::filesystem::perms::owner_all);
+  EXPECT_EQ(agentOf(program), beside);
+}
+
+TEST(ScriptAgentPathTest, TheRunningProgramIsThisTest) {
+  EXPECT_EQ(std::filesystem::path(thisProgram()).filename(), "script_run_test");
+}
+
 }  // namespace
 }  // namespace fillstation::test
