@@ -54,11 +54,8 @@ bool readSome(int descriptor, std::string& text);
 // Runs one command line in the system's shell, /bin/sh -c. Any thread, several at once.
 class ShellCommand {
  public:
-  // A descriptor of ours that the command gets at a fixed number, 3 or more.
-  struct Handed {
-    int descriptor;
-    int number;
-  };
+  // A descriptor of ours, and the number at which the command gets it, 3 or more.
+  using Handed = std::pair<int, int>;
   // How the shell ended, and all that was written.
   struct Result {
     int exitStatus = 0;  // 0 to 255; 0 when a signal ended the shell, 255 when the
