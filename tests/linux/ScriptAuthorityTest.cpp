@@ -14,8 +14,6 @@ using Kind = AgentReply::Kind;
 // What the authority, or its helper, may ask of an agent at the wrong time or in the wrong way.
 class ScriptAuthorityTest : public ScriptBoxTest {
  protected:
-  static Call call() { return {"boss", kBossPassword, "touch /run/box/ran"}; }
-
   // Calls a method of every connection's agent in the authority's name; the answers, the errors of
   // those that are no agents left out.
   static std::string callAgents(const std::string& method) {
@@ -28,7 +26,24 @@ class ScriptAuthorityTest : public ScriptBoxTest {
         method + " 2>&1; done | grep -v UnknownMethod >/run/box/answers; true");
     return read("/run/box/answers");
   }
-  // A request as the authority would make it.
+  // A request as the authority would make it, before pkexec's own; what becomes of that one.
+  // Without numbers of the processes, for the right ones.
+  static Kind kindAfter(const std::string& caller, const std::string& subject,
+                        const std::string& identities) {
+    shell("rm -f /run/box/asked /run/box/go");
+    Window window("tester", {bossCall()});
+    awaitFile("/run/box/asked");
+    const auto answer =
+        callBegin(caller.empty() ? number("/run/box/caller") : caller,
+                  subject.empty() ? number("/run/box/subject") : subject, identities);
+    EXPECT_NE(answer.find("Error.Failed: Refused"), std::string::npos) << answer;
+    writeFile("/run/box/go", "");
+    return window.replies().front().kind;
+  }
+  static std::string number(const std::string& path) {
+    const std::string text = read(path);
+    return text.substr(0, text.find('\n'));
+  }
   static std::string callBegin(const std::string& caller, const std::string& subject,
                                const std::string& identities) {
     return callAgents("BeginAuthentication action message icon \"{'polkit.caller-pid': '" + caller +
@@ -47,44 +62,25 @@ class ScriptAuthorityTest : public ScriptBoxTest {
         "chmod 666 /run/box/caller /run/box/subject; chmod 777 /run/box; "
         "mount --bind /run/box/wait /usr/bin/pkexec");
   }
-  static std::string number(const std::string& path) {
-    const std::string text = read(path);
-    return text.substr(0, text.find('\n'));
-  }
-  static std::string numberOf(const std::string& user) {
-    shell("id -u " + user + " >/run/box/user");
-    return number("/run/box/user");
-  }
-  static std::string identity(const std::string& kind, const std::string& user) {
-    return "[('" + kind + "', {'uid': <uint32 " + user + ">})]";
-  }
-  // The helper's question is counted before it comes.
-  static void countChecks(const std::string& then) {
-    writeFile("/run/box/count", "#!/bin/sh\necho x >>/run/box/checks\n" + then + "\n");
-    shell("chmod +x /run/box/count");
-  }
-  static long checks() {
-    const std::string text = read("/run/box/checks");
-    return std::count(text.begin(), text.end(), '\n');
+  // Boss's number, as one of that kind.
+  static std::string boss(const std::string& kind) {
+    shell("id -u boss >/run/box/user");
+    return "[('" + kind + "', {'uid': <uint32 " + number("/run/box/user") + ">})]";
   }
   // Whether the one agent has a thread of that name.
   static bool hasThread(const std::string& name) {
     return std::system(("cat /proc/$(pidof -s agent)/task/*/comm 2>/dev/null | grep -qx " + name)
                            .c_str()) == 0;
   }
-  static void pretendServedHelper() {
-    std::filesystem::create_directories("/run/polkit");
-    writeFile("/run/polkit/agent-helper.socket", "");
-  }
 };
 
 TEST_F(ScriptAuthorityTest, ACancelledAuthenticationIsCancelled) {
   slowPam();
-  Window window("tester", {call()});
+  Window window("tester", {bossCall()});
   awaitFile("/run/box/asked");
   EXPECT_NE(callAgents("CancelAuthentication cookie").find("()\n"), std::string::npos);
   EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
-  EXPECT_FALSE(exists("/run/box/ran"));
+  expectNothingRan();
 }
 
 TEST_F(ScriptAuthorityTest, ACommandThatIsRunningIsNotCancelled) {
@@ -102,7 +98,7 @@ TEST_F(ScriptAuthorityTest, ACommandThatIsRunningIsNotCancelled) {
 
 TEST_F(ScriptAuthorityTest, ThereIsOneAuthenticationPerAgent) {
   slowPam();
-  Window window("tester", {call()});
+  Window window("tester", {bossCall()});
   awaitFile("/run/box/asked");
   const std::string answer = callBegin("1", "1", "@a(sa{sv}) []");
   EXPECT_NE(answer.find("Error.Failed: There is one authentication per process."),
@@ -112,51 +108,24 @@ TEST_F(ScriptAuthorityTest, ThereIsOneAuthenticationPerAgent) {
   EXPECT_EQ(window.replies().front().kind, Kind::ended);
 }
 
-TEST_F(ScriptAuthorityTest, ARequestOfAnotherCallerIsRefused) {
+TEST_F(ScriptAuthorityTest, ARequestThatIsNotForOurCallOrNotForTheUserIsRefused) {
   slowPkexec();
-  Window window("tester", {call()});
-  awaitFile("/run/box/asked");
-  const std::string answer =
-      callBegin("1", number("/run/box/subject"), identity("unix-user", numberOf("boss")));
-  EXPECT_NE(answer.find("Error.Failed: Refused"), std::string::npos) << answer;
-  writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::notChecked);
-  EXPECT_FALSE(exists("/run/box/ran"));
-}
-
-TEST_F(ScriptAuthorityTest, ARequestForAnotherProcessIsRefused) {
-  slowPkexec();
-  Window window("tester", {call()});
-  awaitFile("/run/box/asked");
-  const std::string answer =
-      callBegin(number("/run/box/caller"), "1", identity("unix-user", numberOf("boss")));
-  EXPECT_NE(answer.find("Error.Failed: Refused"), std::string::npos) << answer;
-  writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::notChecked);
-  EXPECT_FALSE(exists("/run/box/ran"));
-}
-
-TEST_F(ScriptAuthorityTest, AGroupOfTheUsersNumberIsNotTheUser) {
-  slowPkexec();
-  Window window("tester", {call()});
-  awaitFile("/run/box/asked");
-  callBegin(number("/run/box/caller"), number("/run/box/subject"),
-            identity("unix-group", numberOf("boss")));
-  writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::notAdministrator);
-  EXPECT_FALSE(exists("/run/box/ran"));
+  EXPECT_EQ(kindAfter("1", "", boss("unix-user")), Kind::notChecked);
+  EXPECT_EQ(kindAfter("", "1", boss("unix-user")), Kind::notChecked);
+  EXPECT_EQ(kindAfter("", "", boss("unix-group")), Kind::notAdministrator);
+  expectNothingRan();
 }
 
 TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheRequestCancelsIt) {
   slowPkexec();
-  Window window("tester", {call()});
+  Window window("tester", {bossCall()});
   awaitFile("/run/box/asked");
   window.stop();
   // Until the agent has noticed.
   shell("sleep 0.5");
   writeFile("/run/box/go", "");
   EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
-  EXPECT_FALSE(exists("/run/box/ran"));
+  expectNothingRan();
 }
 
 TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheAgentIsKnownStartsNoPkexec) {
@@ -167,66 +136,54 @@ TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheAgentIsKnownStartsNoPkexec) 
       "gdbus introspect --system --dest org.freedesktop.PolicyKit1 "
       "--object-path /org/freedesktop/PolicyKit1/Authority >/dev/null; "
       "kill -STOP $(pidof polkitd)");
-  Window window("tester", {call()});
+  Window window("tester", {bossCall()});
   await([] { return hasThread("gdbus"); }, "the agent is on the bus");
   window.stop();
   // Until the agent has noticed.
   shell("sleep 1; kill -CONT $(pidof polkitd)");
   EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
-  EXPECT_FALSE(exists("/run/box/ran"));
+  expectNothingRan();
 }
 
-TEST_F(ScriptAuthorityTest, AHelperThatDidNotAnswerIsAskedOnceMoreWhereItIsServed) {
-  pretendServedHelper();
-  countChecks("[ \"$(wc -l </run/box/checks)\" -gt 1 ]");
-  setPam("auth requisite pam_exec.so quiet seteuid /run/box/count\nauth required pam_unix.so");
-  EXPECT_EQ(runAs("tester", call()).kind, Kind::ended);
-  EXPECT_EQ(checks(), 2);
-}
-
-TEST_F(ScriptAuthorityTest, AHelperThatNeverAnswersIsAskedTwice) {
-  pretendServedHelper();
-  countChecks("exit 1");
-  setPam("auth requisite pam_exec.so quiet seteuid /run/box/count");
-  EXPECT_EQ(runAs("tester", call()).kind, Kind::notChecked);
-  EXPECT_EQ(checks(), 2);
-}
-
-TEST_F(ScriptAuthorityTest, AHelperThatIsNotServedIsAskedOnce) {
-  countChecks("exit 1");
-  setPam("auth requisite pam_exec.so quiet seteuid /run/box/count");
-  EXPECT_EQ(runAs("tester", call()).kind, Kind::notChecked);
-  EXPECT_EQ(checks(), 1);
-}
-
-TEST_F(ScriptAuthorityTest, AHelperThatSaidSomethingIsAskedOnce) {
-  pretendServedHelper();
-  countChecks("exit 1");
+TEST_F(ScriptAuthorityTest, OnlyAServedHelperThatSaidNothingIsAskedOnceMore) {
+  const std::string counted = "pam_exec.so quiet seteuid /run/box/count";
+  const std::string unix = "\nauth required pam_unix.so";
+  const std::string text = "pam_echo.so file=/run/box/text\n";
+  const std::string error = "pam_nologin.so file=/run/box/text";
   writeFile("/run/box/text", "not today\n");
-  setPam(
-      "auth optional pam_echo.so file=/run/box/text\n"
-      "auth requisite pam_exec.so quiet seteuid /run/box/count");
-  EXPECT_EQ(runAs("tester", call()).kind, Kind::notChecked);
-  EXPECT_EQ(checks(), 1);
-}
-
-TEST_F(ScriptAuthorityTest, AHelperThatToldAnErrorIsAskedOnce) {
-  pretendServedHelper();
-  countChecks("exit 0");
-  writeFile("/run/box/text", "not today\n");
-  setPam(
-      "auth required pam_exec.so quiet seteuid /run/box/count\n"
-      "auth requisite pam_nologin.so file=/run/box/text");
-  EXPECT_EQ(runAs("tester", call()).kind, Kind::notChecked);
-  EXPECT_EQ(checks(), 1);
-}
-
-TEST_F(ScriptAuthorityTest, AWrongPasswordIsAskedForOnceWhereTheHelperIsServed) {
-  pretendServedHelper();
-  countChecks("exit 0");
-  setPam("auth required pam_exec.so quiet seteuid /run/box/count\nauth required pam_unix.so");
-  EXPECT_EQ(runAs("tester", {"boss", "wrong", "true"}).kind, Kind::wrongCredentials);
-  EXPECT_EQ(checks(), 1);
+  struct Row {
+    bool isServed;
+    std::string count;  // how the helper's question ends, after it was counted
+    std::string pam;
+    std::string password;
+    Kind outcome;
+    long checks;
+  };
+  const Row rows[] = {
+      {false, "exit 1", "auth requisite " + counted, kBossPassword, Kind::notChecked, 1},
+      {true, "exit 1", "auth requisite " + counted, kBossPassword, Kind::notChecked, 2},
+      {true, "[ \"$(wc -l </run/box/checks)\" -gt 1 ]", "auth requisite " + counted + unix,
+       kBossPassword, Kind::ended, 2},
+      {true, "exit 1", "auth optional " + text + "auth requisite " + counted, kBossPassword,
+       Kind::notChecked, 1},
+      {true, "exit 0", "auth required " + counted + "\nauth requisite " + error, kBossPassword,
+       Kind::notChecked, 1},
+      {true, "exit 0", "auth required " + counted + unix, "wrong", Kind::wrongCredentials, 1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.pam + "; " + row.count);
+    if (row.isServed) {
+      std::filesystem::create_directories("/run/polkit");
+      writeFile("/run/polkit/agent-helper.socket", "");
+    }
+    writeFile("/run/box/checks", "");
+    writeFile("/run/box/count", "#!/bin/sh\necho x >>/run/box/checks\n" + row.count + "\n");
+    shell("chmod +x /run/box/count");
+    setPam(row.pam);
+    EXPECT_EQ(runAs("tester", {"boss", row.password, "true"}).kind, row.outcome);
+    const std::string checks = read("/run/box/checks");
+    EXPECT_EQ(std::count(checks.begin(), checks.end(), '\n'), row.checks);
+  }
 }
 
 }  // namespace

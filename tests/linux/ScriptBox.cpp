@@ -1,5 +1,6 @@
 #include "ScriptBox.h"
 
+#include <fnmatch.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -109,6 +110,23 @@ int ScriptBoxTest::processesWith(const std::string& word) {
   return count;
 }
 
+std::vector<pid_t> ScriptBoxTest::processes(const std::string& beginning) {
+  std::vector<pid_t> found;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string words = read(entry.path() / "cmdline");
+    if (words.starts_with(beginning)) {
+      found.push_back(std::stoi(entry.path().filename()));
+    }
+  }
+  return found;
+}
+
+void ScriptBoxTest::awaitEnd(const std::vector<std::string>& words) {
+  for (const auto& word : words) {
+    await([&] { return processesWith(word) == 0; }, word + " ends");
+  }
+}
+
 void ScriptBoxTest::setPam(const std::string& lines) {
   writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
 }
@@ -119,6 +137,109 @@ void ScriptBoxTest::slowPam(const std::string& step) {
   shell("chmod +x /run/box/slow");
   setPam("auth requisite pam_unix.so\n" + step +
          " required pam_exec.so quiet seteuid /run/box/slow");
+}
+
+namespace {
+
+constexpr const char* kInside = "FILLSTATION_SCRIPT_BOX";
+
+// Why the box can't be built here, empty when it can.
+std::string whyNot() {
+  if (::geteuid() != 0) {
+    return "needs root, to build namespaces with users of their own";
+  }
+  for (const char* tool :
+       {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon", "/usr/bin/pkexec",
+        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus"}) {
+    if (::access(tool, X_OK) != 0) {
+      return std::string("needs ") + tool;
+    }
+  }
+  if (std::system("unshare --mount --pid --fork --mount-proc true 2>/dev/null") != 0) {
+    return "needs the right to make namespaces";
+  }
+  return {};
+}
+
+// Runs this very program in a box of its own, with what it was given and one case to run; its exit
+// status.
+int runInBox(const std::vector<std::string>& given, const std::string& filter) {
+  // Whoever ends this process, as a time-out does, ends the box as well.
+  std::vector<std::string> words{"setpriv",      "--pdeathsig",   "KILL",    "unshare",
+                                 "--mount",      "--pid",         "--fork",  "--kill-child",
+                                 "--mount-proc", "--propagation", "private", "/bin/sh",
+                                 BOX_SCRIPT,     BOX_AGENT,       BOX_DRIVER};
+  words.insert(words.end(), given.begin(), given.end());
+  words.push_back("--gtest_filter=" + filter);
+  pid_t child = 0;
+  // Our own streams, which show what becomes of the case.
+  ChildSetup setup;
+  setup.hand(1, 1);
+  setup.hand(2, 2);
+  int status = 0;
+  if (setup.start(words, child) != 0 || ::waitpid(child, &status, 0) != child) {
+    return 97;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
+}
+
+// Whether a case is picked by the patterns given, as GoogleTest reads them.
+bool isPicked(const std::string& name) {
+  const std::string patterns = GTEST_FLAG_GET(filter);
+  const auto matches = [&name](const std::string& list) {
+    std::istringstream each(list);
+    for (std::string pattern; std::getline(each, pattern, ':');) {
+      if (::fnmatch(pattern.c_str(), name.c_str(), 0) == 0) {
+        return true;
+      }
+    }
+    return false;
+  };
+  const std::size_t minus = patterns.find('-');
+  const std::string unwanted = minus != std::string::npos ? patterns.substr(minus + 1) : "";
+  return matches(minus == 0 ? "*" : patterns.substr(0, minus)) && !matches(unwanted);
+}
+
+// A number that GoogleTest's own sharding reads from the environment. It is taken from there: in a
+// box the one case is always run.
+int takeFromEnvironment(const char* name, int otherwise) {
+  const char* text = std::getenv(name);
+  const int number = text != nullptr ? std::atoi(text) : otherwise;
+  ::unsetenv(name);
+  return number;
+}
+
+// Each case changes its box: one box each.
+int runEach(const std::vector<std::string>& given) {
+  const int shards = takeFromEnvironment("GTEST_TOTAL_SHARDS", 1);
+  const int shard = takeFromEnvironment("GTEST_SHARD_INDEX", 0);
+  int failed = 0;
+  int picked = 0;
+  const auto& all = *testing::UnitTest::GetInstance();
+  for (int suite = 0; suite < all.total_test_suite_count(); ++suite) {
+    const auto& cases = *all.GetTestSuite(suite);
+    for (int number = 0; number < cases.total_test_count(); ++number) {
+      const std::string name = std::string(cases.name()) + "." + cases.GetTestInfo(number)->name();
+      if (isPicked(name) && picked++ % shards == shard) {
+        failed |= runInBox(given, name);
+      }
+    }
+  }
+  return failed;
+}
+
+}  // namespace
+
+std::optional<int> runInBoxes(int argc, char** argv, const std::string& obstacle) {
+  if (GTEST_FLAG_GET(list_tests) || std::getenv(kInside) != nullptr) {
+    return std::nullopt;
+  }
+  boxRefusal() = obstacle.empty() ? whyNot() : obstacle;
+  if (!boxRefusal().empty()) {
+    return std::nullopt;
+  }
+  ::setenv(kInside, "1", 1);
+  return runEach(std::vector<std::string>(argv, argv + argc));
 }
 
 }  // namespace fillstation::test

@@ -6,7 +6,6 @@
 
 #include "BoxBackEnd.h"
 #include "ScriptBox.h"
-#include "ScriptBoxEntry.h"
 #include "ScriptRunnerContract.h"
 #include "UdevPreload.h"
 

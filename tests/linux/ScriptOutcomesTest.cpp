@@ -6,6 +6,7 @@
 
 #include "ChildProcess.h"
 #include "FileHandle.h"
+#include "PolkitScriptRunner.h"
 #include "ScriptBox.h"
 
 namespace fillstation::test {
@@ -24,22 +25,8 @@ constexpr int kFilesOfSanitizer = 0;
 // tester's, who is no administrator, unless said otherwise.
 class ScriptOutcomesTest : public ScriptBoxTest {
  protected:
-  static AgentReply run(const std::string& user, const std::string& password,
-                        const std::string& command = "touch /run/box/ran") {
-    return runAs("tester", {user, password, command});
-  }
-  static AgentReply runAsBoss(const std::string& command) {
-    return run("boss", kBossPassword, command);
-  }
-  // The outcome of a script for the port: its error number and message.
-  static void expectScript(const std::string& user, const std::string& password, int number,
-                           const std::string& message) {
-    const auto reply = run("script", "",
-                           "do shell script \"mkfs.fat -F32 /dev/null\" user name \"" + user +
-                               "\" password \"" + password + "\" with administrator privileges");
-    EXPECT_EQ(reply.kind, Kind::unavailable);
-    EXPECT_EQ(reply.exitStatus, number);
-    EXPECT_EQ(reply.err, message);
+  static AgentReply runAsBoss(const std::string& command = "touch /run/box/ran") {
+    return runAs("tester", bossCall(command));
   }
   // What pkexec is replaced by.
   static void pretendPkexec(const std::string& script) {
@@ -52,7 +39,14 @@ class ScriptOutcomesTest : public ScriptBoxTest {
     writeFile("/run/box/agent", "#!/bin/sh\n" + command + "\nexec /run/box/real-agent\n");
     shell("chmod 755 /run/box/agent");
   }
-  static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
+  // Boss's call says why it can't run; the system may say more.
+  static void expectUnavailable(const std::string& why) {
+    const auto reply = runAsBoss();
+    EXPECT_EQ(reply.kind, Kind::unavailable);
+    EXPECT_TRUE(reply.err.starts_with(why)) << reply.err;
+    EXPECT_NE(reply.err, "polkit can't be reached: ");
+    expectNothingRan();
+  }
 };
 
 TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRoot) {
@@ -64,39 +58,9 @@ TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRoot) {
 }
 
 TEST_F(ScriptOutcomesTest, TheWindowsOwnUserMayBeTheAdministrator) {
-  const auto reply = runAs("boss", {"boss", kBossPassword, "id -u"});
+  const auto reply = runAs("boss", bossCall("id -u"));
   EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
   EXPECT_EQ(reply.out, "0\n");
-}
-
-TEST_F(ScriptOutcomesTest, AWrongPasswordIsRefused) {
-  EXPECT_EQ(run("boss", "wrong").kind, Kind::wrongCredentials);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, AnEmptyPasswordIsRefused) {
-  EXPECT_EQ(run("boss", "").kind, Kind::wrongCredentials);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, ALockedAccountIsRefused) {
-  EXPECT_EQ(run("locked", "locked word").kind, Kind::wrongCredentials);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, AnUnknownUserIsToldApart) {
-  EXPECT_EQ(run("nobody-of-that-name", "word").kind, Kind::unknownUser);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, AnEmptyUserNameIsUnknown) {
-  EXPECT_EQ(run("", kBossPassword).kind, Kind::unknownUser);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, AUserWhoIsNoAdministratorIsToldApart) {
-  EXPECT_EQ(run("plain", "plain word").kind, Kind::notAdministrator);
-  expectNothingRan();
 }
 
 TEST_F(ScriptOutcomesTest, RootsWindowIsCheckedLikeAnyOther) {
@@ -104,7 +68,7 @@ TEST_F(ScriptOutcomesTest, RootsWindowIsCheckedLikeAnyOther) {
   EXPECT_EQ(runAs("root", {"plain", "plain word", "touch /run/box/ran"}).kind,
             Kind::notAdministrator);
   expectNothingRan();
-  const auto reply = runAs("root", {"boss", kBossPassword, "id -u"});
+  const auto reply = runAs("root", bossCall("id -u"));
   EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
   EXPECT_EQ(reply.out, "0\n");
 }
@@ -112,7 +76,7 @@ TEST_F(ScriptOutcomesTest, RootsWindowIsCheckedLikeAnyOther) {
 TEST_F(ScriptOutcomesTest, RootsWindowNeedsAUserToBecome) {
   // Some systems make him up.
   shell("sed -i /^nobody:/d /etc/passwd; sed -i '/^passwd:/s/:.*/: files/' /etc/nsswitch.conf");
-  const auto reply = runAs("root", {"boss", kBossPassword, "touch /run/box/ran"});
+  const auto reply = runAs("root", bossCall());
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "The agent program can't leave root's rights.");
   expectNothingRan();
@@ -147,12 +111,9 @@ TEST_F(ScriptOutcomesTest, TheCommandsOwnExitStatusComesBack) {
     EXPECT_EQ(reply.out, "so\n");
     EXPECT_EQ(reply.err, "why\n");
   }
-}
-
-TEST_F(ScriptOutcomesTest, AKilledCommandHasTheNumberOfItsSignal) {
-  const auto reply = runAsBoss("kill -KILL $$");
-  EXPECT_EQ(reply.kind, Kind::ended);
-  EXPECT_EQ(reply.exitStatus, 128 + 9);
+  const auto killed = runAsBoss("kill -KILL $$");
+  EXPECT_EQ(killed.kind, Kind::ended);
+  EXPECT_EQ(killed.exitStatus, 128 + 9);
 }
 
 TEST_F(ScriptOutcomesTest, TheCommandHasNoInputAndDiesOfABrokenPipe) {
@@ -160,62 +121,30 @@ TEST_F(ScriptOutcomesTest, TheCommandHasNoInputAndDiesOfABrokenPipe) {
   EXPECT_EQ(reply.out, "141\n");
 }
 
-TEST_F(ScriptOutcomesTest, ALongCommandAndALongOutputArriveWhole) {
+TEST_F(ScriptOutcomesTest, ACommandMayHoldAnyTextAndBothMayBeLong) {
   const std::string text(300000, 'x');
   const auto reply = runAsBoss("printf '%s' '" + text + "'; printf '%s' '" + text + "' >&2");
   EXPECT_EQ(reply.out, text);
   EXPECT_EQ(reply.err, text);
+  EXPECT_EQ(runAsBoss("echo 'Grüße \"und\" \\ $HOME'\n# comment").out, "Grüße \"und\" \\ $HOME\n");
 }
 
-TEST_F(ScriptOutcomesTest, ACommandMayHoldAnyTextThatAShellTakes) {
-  const auto reply = runAsBoss("echo 'Grüße \"und\" \\ $HOME'\n# comment");
-  EXPECT_EQ(reply.out, "Grüße \"und\" \\ $HOME\n");
-}
-
-TEST_F(ScriptOutcomesTest, PasswordsWithUmlautsAndOfTheGreatestLengthWork) {
-  EXPECT_EQ(run("second", "Grüße mit Umläuten", "id -u").out, "0\n");
-  EXPECT_EQ(run("third", std::string(510, 'x'), "id -u").out, "0\n");
-}
-
-TEST_F(ScriptOutcomesTest, PasswordsThatTheCheckerCantTakeAreRefused) {
-  // Each begins with the right one: cut short it would do.
-  EXPECT_EQ(run("third", std::string(511, 'x')).kind, Kind::wrongCredentials);
-  EXPECT_EQ(run("boss", kBossPassword + "\nmore").kind, Kind::wrongCredentials);
-  EXPECT_EQ(run("boss", kBossPassword + "\n").kind, Kind::wrongCredentials);
-  EXPECT_EQ(run("boss", kBossPassword + std::string("\0more", 5)).kind, Kind::wrongCredentials);
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, WithoutABusThereIsAnError) {
-  shell("kill $(cat /run/box/bus.pid); rm -f /run/dbus/system_bus_socket");
-  const auto reply = run("boss", kBossPassword);
-  EXPECT_EQ(reply.kind, Kind::unavailable);
-  EXPECT_TRUE(reply.err.starts_with("polkit can't be reached: Could not connect")) << reply.err;
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, WithoutPolkitThereIsAnError) {
-  shell("mount --bind /dev/null /usr/lib/polkit-1/polkitd");
-  const auto reply = run("boss", kBossPassword);
-  EXPECT_EQ(reply.kind, Kind::unavailable);
-  EXPECT_TRUE(reply.err.starts_with("polkit can't be reached: ")) << reply.err;
-  EXPECT_GT(reply.err.size(), std::string("polkit can't be reached: ").size());
-  expectNothingRan();
-}
-
-TEST_F(ScriptOutcomesTest, WithoutPkexecThereIsAnError) {
+TEST_F(ScriptOutcomesTest, WithoutPkexecPolkitOrBusThereIsAnError) {
   writeFile("/run/box/none", "#!/run/box/nothing\n");
   shell("chmod +x /run/box/none; mount --bind /run/box/none /usr/bin/pkexec");
-  const auto reply = run("boss", kBossPassword);
-  EXPECT_EQ(reply.kind, Kind::unavailable);
-  EXPECT_EQ(reply.err, "pkexec can't be started: No such file or directory");
-  expectNothingRan();
+  expectUnavailable("pkexec can't be started: No such file or directory");
+  shell(
+      "umount /usr/bin/pkexec; kill -KILL $(pidof polkitd); "
+      "mount --bind /dev/null /usr/lib/polkit-1/polkitd");
+  expectUnavailable("polkit can't be reached: ");
+  shell("kill $(cat /run/box/bus.pid); rm -f /run/dbus/system_bus_socket");
+  expectUnavailable("polkit can't be reached: Could not connect");
 }
 
 TEST_F(ScriptOutcomesTest, WhatPkexecSaysOfItsOwnFailureComesBack) {
   writeFile("/etc/polkit-1/rules.d/00-no.rules",
             "polkit.addRule(function(action, subject) { return polkit.Result.NO; });\n");
-  const auto reply = run("boss", kBossPassword);
+  const auto reply = runAsBoss();
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_NE(reply.err.find("Not authorized"), std::string::npos) << reply.err;
   expectNothingRan();
@@ -223,9 +152,9 @@ TEST_F(ScriptOutcomesTest, WhatPkexecSaysOfItsOwnFailureComesBack) {
 
 TEST_F(ScriptOutcomesTest, APkexecThatEndsAsOneThatWasDismissedIsCancelled) {
   pretendPkexec("echo dismissed >&2; exit 126");
-  EXPECT_EQ(run("boss", kBossPassword).kind, Kind::cancelled);
+  EXPECT_EQ(runAsBoss().kind, Kind::cancelled);
   pretendPkexec("echo refused >&2; exit 127");
-  const auto reply = run("boss", kBossPassword);
+  const auto reply = runAsBoss();
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "refused\n");
 }
@@ -234,8 +163,7 @@ TEST_F(ScriptOutcomesTest, AnAgentWithoutFilesLeftToOpenSaysSo) {
   int told = 0;
   for (int limit = 4; limit < 24; ++limit) {
     beforeAgents("ulimit -n " + std::to_string(limit));
-    told +=
-        run("boss", kBossPassword).err == "pkexec can't be started: Too many open files" ? 1 : 0;
+    told += runAsBoss().err == "pkexec can't be started: Too many open files" ? 1 : 0;
   }
   // Three pipes and three descriptors to hand over make nine, of which GLib may have failed before
   // for the first.
@@ -261,38 +189,131 @@ TEST_F(ScriptOutcomesTest, AnAgentThatIsNotToldWhoAsksEndsAtOnce) {
   }
 }
 
-TEST_F(ScriptOutcomesTest, AScriptIsCheckedByThePrivilegedSideAfterTheAuthentication) {
-  expectScript("boss", kBossPassword, -1004, "The device has gone.");
-}
-
-TEST_F(ScriptOutcomesTest, AScriptsReasonsAreToldApart) {
-  expectScript("boss", "wrong", -1002, "The user name or the password is wrong.");
-  expectScript("plain", "plain word", -1007, "That user is not an administrator.");
-  expectScript("none", "word", -1006, "There is no user of that name.");
-}
-
-TEST_F(ScriptOutcomesTest, ThirtyTwoAtOnceAllSucceed) {
-  const std::vector<Call> calls(32, {"boss", kBossPassword, "echo done"});
-  for (const auto& reply : Window("tester", calls).replies()) {
+TEST_F(ScriptOutcomesTest, TwiceAsManyAsPolkitServesAtOnceAllHaveTheirOutcome) {
+  const std::vector<Call> right(64, bossCall("echo done"));
+  for (const auto& reply : Window("tester", right).replies()) {
     EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
     EXPECT_EQ(reply.out, "done\n");
   }
-}
-
-TEST_F(ScriptOutcomesTest, TwiceAsManyAtOnceAllSucceed) {
-  const std::vector<Call> calls(64, {"boss", kBossPassword, "echo done"});
-  for (const auto& reply : Window("tester", calls).replies()) {
-    EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
-    EXPECT_EQ(reply.out, "done\n");
-  }
-}
-
-TEST_F(ScriptOutcomesTest, TwiceAsManyAtOnceAreAllRefused) {
-  const std::vector<Call> calls(64, {"boss", "wrong", "touch /run/box/ran"});
-  for (const auto& reply : Window("tester", calls).replies()) {
+  const std::vector<Call> wrong(64, {"boss", "wrong", "touch /run/box/ran"});
+  for (const auto& reply : Window("tester", wrong).replies()) {
     EXPECT_EQ(reply.kind, Kind::wrongCredentials) << reply.err;
   }
   expectNothingRan();
+}
+
+// What a person may type into the two fields, and what becomes of it with the real polkit: it is
+// taken as it is or refused, and nothing of it is ever interpreted.
+class ScriptCredentialsTest : public ScriptBoxTest {
+ protected:
+  struct Row {
+    std::string user;
+    std::string password;
+    std::int64_t number;
+  };
+  // The device is none: after the credentials were accepted, that is the refusal.
+  static constexpr std::int64_t kAccepted = ScriptError::kNotThePlayer;
+
+  // The text that a task makes of them, run for a device.
+  static Call call(const Row& row) {
+    return {"script", "",
+            "do shell script \"mkfs.fat -F32 /dev/null\" user name \"" + row.user +
+                "\" password \"" + row.password + "\" with administrator privileges"};
+  }
+  static void expectRows(const std::vector<Row>& rows) {
+    std::vector<Call> calls;
+    for (const auto& row : rows) {
+      calls.push_back(call(row));
+    }
+    const auto replies = Window("tester", calls).replies();
+    ASSERT_EQ(replies.size(), rows.size());
+    for (std::size_t at = 0; at < rows.size(); ++at) {
+      EXPECT_EQ(replies[at].exitStatus, rows[at].number)
+          << "[" << rows[at].user.substr(0, 80) << "] [" << rows[at].password.substr(0, 80)
+          << "]: " << replies[at].err;
+    }
+    expectNothingRan();
+    EXPECT_FALSE(exists("/root/ran"));
+  }
+};
+
+const std::string kRun = "touch /run/box/ran";
+
+TEST_F(ScriptCredentialsTest, TheRightOnesAreAcceptedWhateverTheyHold) {
+  expectRows({{"boss", kBossPassword, kAccepted},
+              {"second", "Grüße mit Umläuten", kAccepted},
+              {"third", std::string(510, 'x'), kAccepted}});
+}
+
+TEST_F(ScriptCredentialsTest, APasswordIsTakenAsItIsOrRefused) {
+  constexpr auto kWrong = ScriptError::kWrongCredentials;
+  constexpr auto kNone = kScriptSyntaxErrorNumber;
+  expectRows({
+      {"boss", "", kWrong},
+      {"locked", "locked word", kWrong},
+      {"boss", "two  blanks, 'and' $igns;", kWrong},  // without its first blank
+      {"boss", kBossPassword + " ", kWrong},
+      {"boss", kBossPassword + "\n", kWrong},
+      {"boss", "\n" + kBossPassword, kWrong},
+      {"boss", kBossPassword + "\r", kWrong},
+      {"boss", kBossPassword + std::string("\0more", 5), kWrong},
+      {"boss", "$(" + kRun + ")", kWrong},
+      {"boss", "`" + kRun + "`", kWrong},
+      {"boss", "; " + kRun + " #", kWrong},
+      {"boss", "' ; " + kRun + " '", kWrong},
+      {"boss", "%s%n%@", kWrong},
+      {"boss",
+       "Gr\xFC\xDF"
+       "e",
+       kWrong},
+      {"second", "Gru\u0308\u00DFe mit Umla\u0308uten", kWrong},  // the same to the eye
+      {"third", std::string(511, 'x'), kWrong},
+      {"third", std::string(509, 'x'), kWrong},
+      {"boss", std::string(1 << 20, 'x'), kWrong},
+      {"boss", "\"", kNone},
+      {"boss", "\\", kNone},
+      {"boss", kBossPassword + "\" with administrator privileges", kNone},
+      {"boss", "\" password \"" + kBossPassword, kNone},
+      {"boss", "\\\" & \"" + kRun, kNone},
+  });
+}
+
+TEST_F(ScriptCredentialsTest, AUserNameIsTakenAsItIsOrRefused) {
+  constexpr auto kUnknown = ScriptError::kUnknownUser;
+  constexpr auto kNone = kScriptSyntaxErrorNumber;
+  const std::string& word = kBossPassword;
+  expectRows({
+      {"", word, kUnknown},
+      {"boss ", word, kUnknown},
+      {" boss", word, kUnknown},
+      {"BOSS", word, kUnknown},
+      {"boss\n", word, kUnknown},
+      {"boss\nsecond", word, kUnknown},
+      {std::string("boss\0", 5), word, kUnknown},
+      {std::string("boss\0second", 11), word, kUnknown},
+      {"bo\u0455s", word, kUnknown},
+      {"b\xF6ss", word, kUnknown},
+      {"boss:x:0:0", word, kUnknown},
+      {"boss,second", word, kUnknown},
+      {"%boss", word, kUnknown},
+      {"unix-user:boss", word, kUnknown},
+      {"0", word, kUnknown},
+      {"-u", word, kUnknown},
+      {"--help", word, kUnknown},
+      {"../boss", word, kUnknown},
+      {"*", word, kUnknown},
+      {"$(" + kRun + ")", word, kUnknown},
+      {"`" + kRun + "`", word, kUnknown},
+      {"boss; " + kRun, word, kUnknown},
+      {"boss' ; " + kRun + " '", word, kUnknown},
+      {std::string(1 << 20, 'b'), word, kUnknown},
+      {"root", word, ScriptError::kNotAdministrator},
+      {"plain", "plain word", ScriptError::kNotAdministrator},
+      {"boss\"", word, kNone},
+      {"boss\\", word, kNone},
+      {"boss\" password \"" + word, "more", kNone},
+      {"boss\" password \"" + word + "\" with administrator privileges", "more", kNone},
+  });
 }
 
 }  // namespace

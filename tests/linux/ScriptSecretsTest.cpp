@@ -22,7 +22,6 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -43,12 +42,6 @@ namespace {
 const std::string kWrongPassword = "an unlikely guess";
 const std::string kQuotedPassword = "a \"quoted\" guess";
 const std::vector<std::string> kSecrets = {kBossPassword, kWrongPassword, kQuotedPassword};
-
-std::string contentOf(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 // The passwords that a text shows.
 std::vector<std::string> secretsIn(const std::string& text) {
@@ -76,7 +69,7 @@ class ProcessWatch {
     for (; !ends_; ++rounds_) {
       for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         for (const char* name : {"cmdline", "environ", "comm"}) {
-          const std::string text = contentOf(entry.path() / name);
+          const std::string text = ScriptBoxTest::read(entry.path() / name);
           texts_ += text.empty() ? 0 : 1;
           EXPECT_EQ(secretsIn(text), std::vector<std::string>()) << entry.path() << name;
         }
@@ -143,11 +136,11 @@ class ScriptSecretsTest : public ScriptWindowTest {
     if (!IsSkipped()) {
       journal_ = std::make_unique<LogSocket>("/run/systemd/journal/socket");
       syslog_ = std::make_unique<LogSocket>("/dev/log");
-      std::ofstream patterns("/run/box/secrets");
+      std::string patterns;
       for (const auto& secret : kSecrets) {
-        patterns << secret << '\n';
+        patterns += secret + "\n";
       }
-      patterns.close();
+      writeFile("/run/box/secrets", patterns);
       writeFile("/run/box/beginning", "");
     }
   }
@@ -236,15 +229,10 @@ int timesInMemory(pid_t process, const std::string& text) {
 }
 
 TEST_F(ScriptSecretsTest, TheScriptTextIsNotInTheWindowsMemoryAfterItsCall) {
-  const auto person = openWindow();
-  type(*person, kBossPassword);
-  person->say({"ok"});
-  awaitFile("/run/box/asked");
+  const auto person = openChecking();
   const std::string part = "password \"" + kBossPassword;
   EXPECT_EQ(timesInMemory(person->process(), part), 1);
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   EXPECT_EQ(timesInMemory(person->process(), part), 0);
 }
 
@@ -312,9 +300,7 @@ TEST_F(ScriptPrivacyTest, TheUsersOtherProgramsCantLookIntoWindowOrAgent) {
     ASSERT_EQ(running.size(), 1U) << program;
     EXPECT_EQ(looksInto(running.front()), 0) << program;
   }
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   EXPECT_EQ(looksInto(person->process()), 0);
 }
 
@@ -340,10 +326,7 @@ TEST_F(ScriptPrivacyTest, TheAgentOfRootsWindowStaysClosedWhateverTheSystemsSett
 }
 
 TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
-  const auto person = openWindow();
-  type(*person, kBossPassword);
-  person->say({"ok"});
-  awaitFile("/run/box/asked");
+  const auto person = openChecking();
   const auto agents = processes("/run/box/agent");
   ASSERT_EQ(agents.size(), 1U);
   // A core that goes to a pipe leaves no file here. The kernel makes none of what it keeps from the
@@ -354,9 +337,7 @@ TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
   ::kill(agents.front(), SIGABRT);
   // The wipe is tried again, by another agent.
   await([&] { return !exists("/proc/" + std::to_string(agents.front())); }, "the agent ends");
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   const auto end = person->end(SIGABRT);
   ASSERT_TRUE(end);
   EXPECT_EQ(WTERMSIG(*end), SIGABRT);
