@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "FakeAgentTest.h"
+#include "HostileTexts.h"
 #include "PolkitScriptRunner.h"
-#include "ScriptCompiler.h"
 #include "TestPlatform.h"
 
 namespace fillstation::test {
@@ -29,14 +29,11 @@ class ScriptRunnerTest : public FakeAgentTest {
   ScriptRunnerTest() { platform().workers = &workers_; }
   ~ScriptRunnerTest() override { platform() = {}; }
 
-  static std::string source(const std::string& command, const std::string& user,
-                            const std::string& password) {
-    return "do shell script \"" + command + "\" user name \"" + user + "\" password \"" + password +
-           "\" with administrator privileges";
-  }
   ScriptOutcome run(const std::string& command, const std::string& user = "boss",
-                    const std::string& password = "0") {
-    return runner_.run(source(command, user, password), kTarget);
+                    const std::string& password = "0", const DiskIdentity& target = kTarget) {
+    return runner_.run("do shell script \"" + command + "\" user name \"" + user +
+                           "\" password \"" + password + "\" with administrator privileges",
+                       target);
   }
   ScriptOutcome runKind(Kind kind) {
     return run(kWipe, "kind", std::to_string(static_cast<int>(kind)));
@@ -153,6 +150,52 @@ TEST_F(ScriptRunnerTest, WhenTheProgramIsEndingNothingBegins) {
   expectFailure(run(kWipe), -128, "The authentication was cancelled.");
   EXPECT_EQ(noted(), "");
 }
+
+// A runner that gets texts of devices and persons where it expects a device name, a user name or a
+// password.
+class ScriptHostileTest : public ScriptRunnerTest,
+                          public ::testing::WithParamInterface<HostileText> {
+ protected:
+  static const std::string& bytes() { return GetParam().bytes; }
+  static bool isSyntax() { return bytes().find_first_of("\"\\") != std::string::npos; }
+  // The command is for the disk that it names, and no agent hears of it.
+  void expectRefused(const std::string& command, const std::string& node) {
+    EXPECT_EQ(run(command, "boss", "0", {node, kTarget.usbHandle}).errorNumber,
+              isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kNotAPlayerCommand)
+        << command;
+    EXPECT_EQ(noted(), "");
+  }
+};
+
+TEST_P(ScriptHostileTest, AsADeviceNameItReachesNoShell) {
+  for (const std::string& node :
+       {"/dev/" + bytes(), "/dev/sdb" + bytes(), "/dev/" + bytes() + "sdb", "/dev/sdb " + bytes(),
+        bytes(), bytes() + "/dev/sdb", "/dev/../" + bytes(), "/dev/sdb/" + bytes()}) {
+    expectRefused("dd if=/dev/zero of=" + node + " bs=4k count=10", node);
+    expectRefused("mkfs.fat -F32 " + node, node);
+  }
+}
+
+TEST_P(ScriptHostileTest, BesideADeviceNameItReachesNoShell) {
+  expectRefused(bytes() + "mkfs.fat -F32 /dev/sdb", "/dev/sdb");
+  expectRefused("mkfs.fat -F32 /dev/sdb" + bytes(), "/dev/sdb");
+  expectRefused("dd if=/dev/zero of=/dev/sdb" + bytes() + " bs=4k count=10", "/dev/sdb");
+}
+
+TEST_P(ScriptHostileTest, AsCredentialsItReachesTheAgentAsItIs) {
+  const auto expected = isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kWrongCredentials;
+  EXPECT_EQ(run(kWipe, bytes(), "refuse").errorNumber, expected);
+  EXPECT_EQ(run(kWipe, "refuse", bytes()).errorNumber, expected);
+  EXPECT_EQ(noted(), isSyntax() ? ""
+                                : "user " + bytes() + " password refuse\nuser refuse password " +
+                                      bytes() + "\n");
+}
+
+std::string nameOfText(const ::testing::TestParamInfo<HostileText>& info) {
+  return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ScriptHostileTest, ::testing::ValuesIn(hostileTexts()), nameOfText);
 
 }  // namespace
 }  // namespace fillstation::test

@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <atomic>
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -18,6 +20,8 @@
 
 #include "AgentShell.h"
 #include "FakeAgentTest.h"
+#include "FileHandle.h"
+#include "WipeText.h"
 
 namespace fillstation::test {
 namespace {
@@ -27,6 +31,136 @@ using Kind = AgentReply::Kind;
 long openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
                        std::filesystem::directory_iterator());
+}
+
+struct Line {
+  Line() {
+    int ends[2];
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    one = FileHandle(ends[0]);
+    other = FileHandle(ends[1]);
+  }
+
+  FileHandle one;
+  FileHandle other;
+};
+
+// What arrives of such a beginning of all that a call sends, and the end.
+template <class Send, class Receive>
+auto receivedOf(std::size_t bytes, const Send& send, const Receive& receive) {
+  Line whole;
+  EXPECT_TRUE(send(whole.one.get()));
+  std::string sent(bytes, '\0');
+  EXPECT_EQ(::recv(whole.other.get(), sent.data(), bytes, MSG_WAITALL),
+            static_cast<ssize_t>(bytes));
+  Line cut;
+  EXPECT_EQ(::send(cut.one.get(), sent.data(), bytes, 0), static_cast<ssize_t>(bytes));
+  cut.one = FileHandle();
+  return receive(cut.other.get());
+}
+
+class ScriptProtocolTest : public testing::Test {
+ protected:
+  Line line_;
+};
+
+TEST_F(ScriptProtocolTest, TextsArriveOneByOneByteByByte) {
+  const std::string strange("a\0b\nc\xff", 6);
+  EXPECT_TRUE(sendText(line_.one.get(), strange));
+  EXPECT_TRUE(sendText(line_.one.get(), ""));
+  EXPECT_TRUE(sendText(line_.one.get(), "last"));
+  EXPECT_EQ(receiveText(line_.other.get()), strange);
+  EXPECT_EQ(receiveText(line_.other.get()), "");
+  EXPECT_EQ(receiveText(line_.other.get()), "last");
+}
+
+TEST_F(ScriptProtocolTest, ATextOrReplyThatIsCutShortIsNone) {
+  const auto sendFour = [](int socket) { return sendText(socket, "four"); };
+  for (const std::size_t bytes : {0U, 4U, 8U, 10U}) {
+    EXPECT_EQ(receivedOf(bytes, sendFour, receiveText), std::nullopt) << bytes;
+  }
+  EXPECT_EQ(receivedOf(12, sendFour, receiveText), "four");
+  const auto sendOutAndErr = [](int socket) {
+    return sendReply(socket, {AgentReply::Kind::ended, 0, "out", "err"});
+  };
+  for (const std::size_t bytes : {0U, 7U, 8U, 19U, 29U}) {
+    EXPECT_FALSE(receivedOf(bytes, sendOutAndErr, receiveReply)) << bytes;
+  }
+  EXPECT_TRUE(receivedOf(30, sendOutAndErr, receiveReply));
+}
+
+TEST_F(ScriptProtocolTest, ATextThatClaimsToBeEndlessIsNone) {
+  const std::uint64_t claimed[] = {kLongestText + 1, ~std::uint64_t{0}};
+  for (const std::uint64_t size : claimed) {
+    EXPECT_EQ(::send(line_.one.get(), &size, sizeof size, 0), 8);
+    EXPECT_EQ(receiveText(line_.other.get()), std::nullopt);
+  }
+}
+
+TEST_F(ScriptProtocolTest, TheLongestTextArrives) {
+  const std::string text(kLongestText, 'x');
+  std::optional<std::string> received;
+  std::thread reader([&] { received = receiveText(line_.other.get()); });
+  EXPECT_TRUE(sendText(line_.one.get(), text));
+  reader.join();
+  EXPECT_TRUE(received == text);
+}
+
+TEST_F(ScriptProtocolTest, SendingToNobodyFailsWithoutASignal) {
+  line_.other = FileHandle();
+  EXPECT_FALSE(sendText(line_.one.get(), "text"));
+  EXPECT_FALSE(sendReply(line_.one.get(), {}));
+}
+
+TEST_F(ScriptProtocolTest, RepliesArriveWhole) {
+  for (const auto kind : {AgentReply::Kind::verified, AgentReply::Kind::unavailable}) {
+    EXPECT_TRUE(sendReply(line_.one.get(), {kind, 255, "out", "err"}));
+    const auto reply = receiveReply(line_.other.get());
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->kind, kind);
+    EXPECT_EQ(reply->exitStatus, 255);
+    EXPECT_EQ(reply->out, "out");
+    EXPECT_EQ(reply->err, "err");
+  }
+}
+
+TEST_F(ScriptProtocolTest, ASignalDoesNotInterruptIt) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGUSR1, &action, nullptr);
+  const std::string text(5 << 20, 'x');
+  std::optional<std::string> received;
+  bool sent = false;
+  std::atomic<bool> isReading = false;
+  std::thread reader([&] {
+    isReading = true;
+    received = receiveText(line_.other.get());
+  });
+  while (!isReading) {
+    std::this_thread::yield();
+  }
+  for (int time = 0; time < 20; ++time) {
+    ::pthread_kill(reader.native_handle(), SIGUSR1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  std::thread writer([&] { sent = sendText(line_.one.get(), text); });
+  writer.join();
+  reader.join();
+  EXPECT_TRUE(sent);
+  EXPECT_EQ(received, text);
+}
+
+TEST_F(ScriptProtocolTest, AWipedTextIsGoneFromMemory) {
+  std::string text = "a secret that is too long to be kept inside";
+  const std::size_t size = text.size();
+  const volatile char* memory = text.data();
+  wipeText(text);
+  EXPECT_EQ(text, "");
+  int kept = 0;
+  for (std::size_t at = 0; at < size; ++at) {
+    kept += memory[at] != '\0' ? 1 : 0;
+  }
+  EXPECT_EQ(kept, 0);
 }
 
 // The utility's side of a call.
@@ -52,15 +186,6 @@ class ScriptShellTest : public FakeAgentTest {
   AgentShell shell_{FAKE_AGENT, [this] { return stopping_(); }};
 };
 
-TEST_F(ScriptShellTest, TheCommandFollowsTheVerifiedCredentials) {
-  const auto reply = run("boss", "3");
-  EXPECT_EQ(reply.kind, Kind::ended);
-  EXPECT_EQ(reply.exitStatus, 3);
-  EXPECT_EQ(reply.out, "its output");
-  EXPECT_EQ(reply.err, "its /dev/fd/9 error");
-  EXPECT_EQ(noted(), "user boss password 3\ncommand the command\n");
-}
-
 TEST_F(ScriptShellTest, ARefusalComesBackAndTheCommandIsNotSent) {
   const auto reply = run("kind", std::to_string(static_cast<int>(Kind::needsMore)));
   EXPECT_EQ(reply.kind, Kind::needsMore);
@@ -70,12 +195,6 @@ TEST_F(ScriptShellTest, ARefusalComesBackAndTheCommandIsNotSent) {
 
 TEST_F(ScriptShellTest, TheAgentHasTheSocketAloneAndASessionOfItsOwn) {
   EXPECT_EQ(run("surroundings").out, "own session 0=socket 1=/dev/null 2=/dev/null");
-}
-
-TEST_F(ScriptShellTest, WhenTheProgramIsEndingNoAgentIsStarted) {
-  stopping_ = [] { return true; };
-  EXPECT_EQ(run("boss", "0").kind, Kind::cancelled);
-  EXPECT_EQ(noted(), "");
 }
 
 TEST_F(ScriptShellTest, WhenTheProgramEndsAnAuthenticationIsCancelled) {
