@@ -102,6 +102,7 @@ TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
   expectFailure(runKind(Kind::needsMore), -1008, "The system asks for more than a password.");
   expectFailure(runKind(Kind::notChecked), -1009, "The system did not check the password.");
   expectFailure(runKind(Kind::unavailable), -1005, "the reason");
+  EXPECT_EQ(noted().find("command"), std::string::npos);
 }
 
 TEST_F(ScriptRunnerTest, ADiskWhoseCommandDidNotBeginIsSpared) {

@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "AgentProcess.h"
+#include "PolkitScriptRunner.h"
 #include "ScriptWindow.h"
 
 // A change of the user as on a system whose fs.suid_dumpable is 1: the process can be dumped again.
@@ -42,6 +43,9 @@ namespace {
 const std::string kWrongPassword = "an unlikely guess";
 const std::string kQuotedPassword = "a \"quoted\" guess";
 const std::vector<std::string> kSecrets = {kBossPassword, kWrongPassword, kQuotedPassword};
+
+// What the root shell is given to run holds it.
+constexpr const char* kPartOfCommand = "check_holders";
 
 // The passwords that a text shows.
 std::vector<std::string> secretsIn(const std::string& text) {
@@ -72,6 +76,7 @@ class ProcessWatch {
           const std::string text = ScriptBoxTest::read(entry.path() / name);
           texts_ += text.empty() ? 0 : 1;
           EXPECT_EQ(secretsIn(text), std::vector<std::string>()) << entry.path() << name;
+          EXPECT_EQ(text.find(kPartOfCommand), std::string::npos) << entry.path() << name;
         }
       }
     }
@@ -167,6 +172,7 @@ class ScriptSecretsTest : public ScriptWindowTest {
 };
 
 TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
+  EXPECT_NE(guardScript().find(kPartOfCommand), std::string::npos);
   const auto person = openWindow();
   const ProcessWatch watch;
   const std::string failed = "Process Completed.\nPlayer /dev/vp0 Failed in process";
