@@ -46,20 +46,7 @@ ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
                  replaced(std::move(reply.err), kHeldNode, node));
 }
 
-}  // namespace
-
-std::string_view guardScript() { return kGuardText; }
-
-std::string guardedCommand(PlayerCommand::Kind kind, const DiskIdentity& player,
-                           std::uint64_t sequence, std::string_view script) {
-  std::string text = "node=" + player.node;
-  text += "\nbus=" + std::to_string(player.usbHandle >> 16U);
-  text += "\ndevice=" + std::to_string(player.usbHandle & 0xFFFFU);
-  text += "\nsequence=" + std::to_string(sequence);
-  text += kind == PlayerCommand::wipe ? "\nkind=wipe\n" : "\nkind=format\n";
-  return text.append(script);
-}
-
+// What a reply means for the caller of a script on the node.
 ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
   switch (reply.kind) {
     case AgentReply::Kind::ended:
@@ -79,6 +66,20 @@ ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
     default:
       return failure(ScriptError::kUnavailable, std::move(reply.err));
   }
+}
+
+}  // namespace
+
+std::string_view guardScript() { return kGuardText; }
+
+std::string guardedCommand(PlayerCommand::Kind kind, const DiskIdentity& player,
+                           std::uint64_t sequence, std::string_view script) {
+  std::string text = "node=" + player.node;
+  text += "\nbus=" + std::to_string(player.usbHandle >> 16U);
+  text += "\ndevice=" + std::to_string(player.usbHandle & 0xFFFFU);
+  text += "\nsequence=" + std::to_string(sequence);
+  text += kind == PlayerCommand::wipe ? "\nkind=wipe\n" : "\nkind=format\n";
+  return text.append(script);
 }
 
 PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, Announce announce, Spare spare)

@@ -62,7 +62,4 @@ std::string_view guardScript();
 std::string guardedCommand(PlayerCommand::Kind kind, const DiskIdentity& player,
                            std::uint64_t sequence, std::string_view script = guardScript());
 
-// What a reply means for the caller of a script on the node.
-ScriptOutcome outcomeOf(AgentReply reply, const std::string& node);
-
 }  // namespace fillstation
