@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <string>
 
 #include "ScriptBox.h"
@@ -31,14 +30,13 @@ class ScriptAuthorityTest : public ScriptBoxTest {
   static Kind kindAfter(const std::string& caller, const std::string& subject,
                         const std::string& identities) {
     shell("rm -f /run/box/asked /run/box/go");
-    Window window("tester", {bossCall()});
-    awaitFile("/run/box/asked");
+    const auto window = startCall();
     const auto answer =
         callBegin(caller.empty() ? number("/run/box/caller") : caller,
                   subject.empty() ? number("/run/box/subject") : subject, identities);
     EXPECT_NE(answer.find("Error.Failed: Refused"), std::string::npos) << answer;
     writeFile("/run/box/go", "");
-    return window.replies().front().kind;
+    return window->replies().front().kind;
   }
   static std::string number(const std::string& path) {
     const std::string text = read(path);
@@ -76,10 +74,9 @@ class ScriptAuthorityTest : public ScriptBoxTest {
 
 TEST_F(ScriptAuthorityTest, ACancelledAuthenticationIsCancelled) {
   slowPam();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
+  const auto window = startCall();
   EXPECT_NE(callAgents("CancelAuthentication cookie").find("()\n"), std::string::npos);
-  EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
+  EXPECT_EQ(window->replies().front().kind, Kind::cancelled);
   expectNothingRan();
 }
 
@@ -98,14 +95,13 @@ TEST_F(ScriptAuthorityTest, ACommandThatIsRunningIsNotCancelled) {
 
 TEST_F(ScriptAuthorityTest, ThereIsOneAuthenticationPerAgent) {
   slowPam();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
+  const auto window = startCall();
   const std::string answer = callBegin("1", "1", "@a(sa{sv}) []");
   EXPECT_NE(answer.find("Error.Failed: There is one authentication per process."),
             std::string::npos)
       << answer;
   writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::ended);
+  EXPECT_EQ(window->replies().front().kind, Kind::ended);
 }
 
 TEST_F(ScriptAuthorityTest, ARequestThatIsNotForOurCallOrNotForTheUserIsRefused) {
@@ -118,13 +114,12 @@ TEST_F(ScriptAuthorityTest, ARequestThatIsNotForOurCallOrNotForTheUserIsRefused)
 
 TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheRequestCancelsIt) {
   slowPkexec();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
-  window.stop();
+  const auto window = startCall();
+  window->stop();
   // Until the agent has noticed.
   shell("sleep 0.5");
   writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
+  EXPECT_EQ(window->replies().front().kind, Kind::cancelled);
   expectNothingRan();
 }
 

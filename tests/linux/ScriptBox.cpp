@@ -127,6 +127,12 @@ void ScriptBoxTest::awaitEnd(const std::vector<std::string>& words) {
   }
 }
 
+std::unique_ptr<Window> ScriptBoxTest::startCall(const Call& call, const std::string& user) {
+  auto window = std::make_unique<Window>(user, std::vector<Call>{call});
+  awaitFile("/run/box/asked");
+  return window;
+}
+
 void ScriptBoxTest::setPam(const std::string& lines) {
   writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
 }

@@ -71,6 +71,9 @@ class ScriptBoxTest : public testing::Test {
   static Call bossCall(const std::string& command = "touch /run/box/ran") {
     return {"boss", kBossPassword, command};
   }
+  // A window with that one call, once the step that was slowed is under way.
+  static std::unique_ptr<Window> startCall(const Call& call = bossCall(),
+                                           const std::string& user = "tester");
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
   // What polkit's helper asks of PAM, instead of the password alone.
   static void setPam(const std::string& lines);

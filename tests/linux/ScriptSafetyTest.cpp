@@ -13,35 +13,32 @@ class ScriptSafetyTest : public ScriptBoxTest {};
 
 TEST_F(ScriptSafetyTest, NothingOfTheWindowsEnvironmentReachesTheAgentsChildren) {
   slowPam();
-  Window window("tester", {bossCall("env")});
-  awaitFile("/run/box/asked");
+  const auto window = startCall(bossCall("env"));
   const auto pkexecs = processes("/usr/bin/pkexec");
   ASSERT_EQ(pkexecs.size(), 1U);
   const std::string environment = read("/proc/" + std::to_string(pkexecs.front()) + "/environ");
   EXPECT_EQ(environment.find("SECRET_OF_WINDOW"), std::string::npos) << environment;
   EXPECT_NE(environment.find("LANG=C.UTF-8"), std::string::npos) << environment;
   writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().exitStatus, 0);
+  EXPECT_EQ(window->replies().front().exitStatus, 0);
 }
 
 TEST_F(ScriptSafetyTest, TheAgentOfRootsWindowCantBeReadByOthersOfItsUser) {
   slowPam();
-  Window window("root", {bossCall("true")});
-  awaitFile("/run/box/asked");
+  const auto window = startCall(bossCall("true"), "root");
   const auto agents = processes("/run/box/agent");
   ASSERT_EQ(agents.size(), 1U);
   shell("! setpriv --reuid=nobody --regid=nogroup --clear-groups cat /proc/" +
         std::to_string(agents.front()) + "/environ 2>/dev/null");
   writeFile("/run/box/go", "");
-  EXPECT_EQ(window.replies().front().kind, Kind::ended);
+  EXPECT_EQ(window->replies().front().kind, Kind::ended);
 }
 
 TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {
   slowPam();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
-  window.stop();
-  EXPECT_EQ(window.replies().front().kind, Kind::cancelled);
+  const auto window = startCall();
+  window->stop();
+  EXPECT_EQ(window->replies().front().kind, Kind::cancelled);
   writeFile("/run/box/go", "");
   awaitEnd({"pkexec"});
   expectNothingRan();
@@ -49,10 +46,9 @@ TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {
 
 TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) {
   slowPam();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
+  const auto window = startCall();
   shell("kill -KILL $(pidof polkitd)");
-  const auto reply = window.replies().front();
+  const auto reply = window->replies().front();
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_NE(reply.err, "");
   writeFile("/run/box/go", "");
@@ -62,9 +58,8 @@ TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) 
 
 TEST_F(ScriptSafetyTest, AWindowKilledDuringTheAuthenticationRunsNothing) {
   slowPam();
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
-  window.kill();
+  const auto window = startCall();
+  window->kill();
   awaitEnd({"/run/box/agent", "pkexec"});
   writeFile("/run/box/go", "");
   awaitEnd({"polkit-agent-helper"});
@@ -73,9 +68,8 @@ TEST_F(ScriptSafetyTest, AWindowKilledDuringTheAuthenticationRunsNothing) {
 
 TEST_F(ScriptSafetyTest, AWindowKilledWhileTheSessionIsOpenedRunsNothing) {
   slowPam("session");
-  Window window("tester", {bossCall()});
-  awaitFile("/run/box/asked");
-  window.kill();
+  const auto window = startCall();
+  window->kill();
   awaitEnd({"/run/box/driver"});
   writeFile("/run/box/go", "");
   awaitEnd({"/run/box/agent", "pkexec"});

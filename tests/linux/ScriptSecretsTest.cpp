@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -58,9 +57,9 @@ std::vector<std::string> secretsIn(const std::string& text) {
 // Looks at every process of the box for as long as it lives, again and again.
 class ProcessWatch {
  public:
-  ProcessWatch() : thread_([this] { watch(); }) {}
+  ProcessWatch() : thread_([this](const std::stop_token& ending) { watch(ending); }) {}
   ~ProcessWatch() {
-    ends_ = true;
+    thread_.request_stop();
     thread_.join();
     EXPECT_GT(rounds_, 20);
     EXPECT_GT(texts_, 10 * rounds_);
@@ -69,8 +68,8 @@ class ProcessWatch {
   ProcessWatch& operator=(const ProcessWatch&) = delete;
 
  private:
-  void watch() {
-    for (; !ends_; ++rounds_) {
+  void watch(const std::stop_token& ending) {
+    for (; !ending.stop_requested(); ++rounds_) {
       for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         for (const char* name : {"cmdline", "environ", "comm"}) {
           const std::string text = ScriptBoxTest::read(entry.path() / name);
@@ -82,10 +81,9 @@ class ProcessWatch {
     }
   }
 
-  std::atomic<bool> ends_{false};
   int rounds_ = 0;
   int texts_ = 0;
-  std::thread thread_;
+  std::jthread thread_;
 };
 
 // A socket in the journal's place, or the older log's: keeps what is sent to it.
