@@ -12,7 +12,6 @@
 #include "ProgramIcon.h"
 #include "QtMainThread.h"
 #include "QtWorkspace.h"
-#include "SignalQuit.h"
 #include "StreamLog.h"
 #include "ThreadWorkers.h"
 #include "WindowSet.h"

@@ -1,4 +1,4 @@
-#include "AgentPath.h"
+#include "AgentShell.h"
 #include "AppRunner.h"
 #include "JournalLog.h"
 #include "LinuxSystem.h"

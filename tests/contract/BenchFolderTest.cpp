@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "BenchTest.h"
-#include "ShellCommand.h"
+#include "ChildProcess.h"
 
 namespace fillstation::contract {
 

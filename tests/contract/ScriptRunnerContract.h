@@ -46,31 +46,21 @@ TEST_P(ScriptRunnerContract, TheWipeZeroesTheHeadAndNothingElse) {
   EXPECT_FALSE(outcome.errorMessage);
   EXPECT_EQ(backEnd->head("a", kWiped + 100), std::string(kWiped, '\0') + std::string(100, 'm'));
   EXPECT_EQ(backEnd->mediumSize("a"), 64 * 1024 * 1024);
+  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
 }
 
-TEST_P(ScriptRunnerContract, TheFormatMakesAFreshFileSystem) {
+TEST_P(ScriptRunnerContract, TheFormatMakesAFreshFileSystemThatIsKnownOnceItIsMounted) {
   prepare();
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
   EXPECT_TRUE(backEnd->isSound("a"));
   EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>());
   EXPECT_EQ(backEnd->mediumSize("a"), 64 * 1024 * 1024);
-}
-
-TEST_P(ScriptRunnerContract, UntilItIsMountedAFormattedDiskHasNeitherNameNorPath) {
-  prepare();
-  EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
   EXPECT_EQ(volumeName(identity), std::nullopt);
   EXPECT_EQ(mountPath(identity), std::nullopt);
   EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
   EXPECT_EQ(volumeName(identity), "NO NAME");
   EXPECT_TRUE(mountPath(identity));
-}
-
-TEST_P(ScriptRunnerContract, AWipedDiskCannotBeMounted) {
-  prepare();
-  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
 }
 
 TEST_P(ScriptRunnerContract, AWrongNameOrPasswordIsRefused) {

@@ -4,7 +4,6 @@
 #include <iterator>
 #include <utility>
 
-#include "PlayerCommand.h"
 #include "ScriptCompiler.h"
 #include "Url.h"
 

@@ -1,7 +1,6 @@
 // Script texts: whatever compiles is what was written, and names at most one disk.
 
 #include "Input.h"
-#include "PlayerCommand.h"
 #include "ScriptCompiler.h"
 
 using namespace fillstation;

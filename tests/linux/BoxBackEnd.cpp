@@ -10,7 +10,7 @@
 #include <filesystem>
 
 #include "FatImage.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::contract {
 
@@ -24,8 +24,12 @@ std::string lastPart(const std::string& path) { return path.substr(path.rfind('/
 
 BoxBackEnd::BoxBackEnd()
     : polkit_(
-          "/run/box/agent", [this](const DiskIdentity& identity) { return guardOf(identity); },
-          [this](const DiskIdentity& identity) { rig.known.spared(identity); }) {
+          "/run/box/agent",
+          [this](const DiskIdentity& player) {
+            rig.known.willWipe(player);
+            return rig.known.sequenceOf(player);
+          },
+          [this](const DiskIdentity& player) { rig.known.spared(player); }) {
   platform().workers = &rig.workers;
   rig.udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };
   // What the box's root sees: this machine's devices, and nodes that nobody outside has.
@@ -38,14 +42,6 @@ std::string BoxBackEnd::password() { return test::kBossPassword; }
 
 std::string BoxBackEnd::sysPath(const std::string& below) const {
   return std::string(std::getenv("UMOCKDEV_DIR")) + "/sys" + below;
-}
-
-std::optional<PlayerGuard> BoxBackEnd::guardOf(const DiskIdentity& identity) {
-  rig.known.willWipe(identity);
-  const auto sequence = rig.known.sequenceOf(identity);
-  return sequence ? std::optional(PlayerGuard{identity.node, identity.usbHandle >> 16U,
-                                              identity.usbHandle & 0xFFFFU, *sequence})
-                  : std::nullopt;
 }
 
 void BoxBackEnd::make(const std::string& name, const PlayerWish& wish) {

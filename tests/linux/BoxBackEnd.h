@@ -47,7 +47,6 @@ class BoxBackEnd : public LinuxBackEnd {
     BoxBackEnd& owner_;
   };
 
-  std::optional<PlayerGuard> guardOf(const DiskIdentity& identity);
   test::UDisksAnswer obeyAndMount(const test::UDisksCall& call);
   void notice(const std::string& node);
   std::optional<test::MockFileSystem> fileSystemOn(const LoopDisk& disk) const;

@@ -1,6 +1,6 @@
 #include "LinuxSystem.h"
 
-#include "GuardScript.h"
+#include "FakeAgentTest.h"
 #include "MainLoop.h"
 #include "MockMachine.h"
 #include "MockUnit.h"
@@ -8,7 +8,6 @@
 #include "StandInUDisks.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"
-#include "script_fake_agent.h"
 
 namespace fillstation::test {
 
@@ -152,9 +151,7 @@ TEST_F(LinuxSystemTest, ACommandCarriesWhatThePlayerIsRecognisedBy) {
   begin();
   EXPECT_EQ(wipe({"/dev/sdb", 0x10002}).result, "its output");
   EXPECT_EQ(noted(), "user boss password 0\ncommand " +
-                         guardedCommand({PlayerCommand::wipe, "/dev/sdb"},
-                                        PlayerGuard{"/dev/sdb", 1, 2, 101}) +
-                         "\n");
+                         guardedCommand(PlayerCommand::wipe, {"/dev/sdb", 0x10002}, 101) + "\n");
 }
 
 TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "AgentPath.h"
+#include "AgentShell.h"
 #include "FileHandle.h"
 #include "MainLoop.h"
 #include "RootsHand.h"

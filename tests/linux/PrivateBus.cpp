@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 #include "FileHandle.h"
 
 namespace fillstation::test {

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "AgentProtocol.h"
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 
 namespace fillstation::test {
 

@@ -177,11 +177,7 @@ struct Ports {
     bench.installInto(ports);
     if (words[3] != nullptr) {
       polkit = std::make_unique<PolkitScriptRunner>(
-          words[3],
-          [](const DiskIdentity& target) {
-            return PlayerGuard{target.node, target.usbHandle >> 16U, target.usbHandle & 0xFFFFU, 1};
-          },
-          [](const DiskIdentity&) {});
+          words[3], [](const DiskIdentity&) { return 1; }, [](const DiskIdentity&) {});
       ports.scriptRunner = polkit.get();
     }
     runner = std::make_unique<HeldRunner>(*ports.scriptRunner);

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "FileHandle.h"
 #include "ScriptCompiler.h"
-#include "ShellCommand.h"
 #include "Tools.h"
 
 namespace fillstation {

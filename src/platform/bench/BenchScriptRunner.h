@@ -8,7 +8,6 @@
 
 #include "BenchDisks.h"
 #include "BenchPlayers.h"
-#include "PlayerCommand.h"
 #include "Scenario.h"
 #include "ScriptRunner.h"
 

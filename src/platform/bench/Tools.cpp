@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "ShellCommand.h"
+#include "ChildProcess.h"
 
 namespace fillstation {
 

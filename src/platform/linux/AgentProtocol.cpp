@@ -10,32 +10,30 @@ namespace fillstation {
 
 namespace {
 
-bool sendAll(int socket, const void* data, std::size_t size) {
-  const char* at = static_cast<const char*>(data);
-  while (size > 0) {
-    const ssize_t count = ::send(socket, at, size, MSG_NOSIGNAL);
+// Repeats a call that moves bytes from the one that it is told on, until all are moved.
+template <class Move>
+bool moveAll(std::size_t size, const Move& move) {
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t count = move(done);
     if (count > 0) {
-      at += count;
-      size -= static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
+      done += static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR) {
       return false;
     }
   }
   return true;
 }
 
+bool sendAll(int socket, const void* data, std::size_t size) {
+  return moveAll(size, [=](std::size_t done) {
+    return ::send(socket, static_cast<const char*>(data) + done, size - done, MSG_NOSIGNAL);
+  });
+}
+
 bool receiveAll(int socket, void* data, std::size_t size) {
-  char* at = static_cast<char*>(data);
-  while (size > 0) {
-    const ssize_t count = ::recv(socket, at, size, 0);
-    if (count > 0) {
-      at += count;
-      size -= static_cast<std::size_t>(count);
-    } else if (count == 0 || errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
+  return moveAll(size, [=](std::size_t done) {
+    return ::recv(socket, static_cast<char*>(data) + done, size - done, 0);
+  });
 }
 
 }  // namespace
@@ -47,17 +45,11 @@ bool sendText(int socket, std::string_view text) {
 
 std::optional<std::string> receiveText(int socket) {
   std::uint64_t size = 0;
-  if (!receiveAll(socket, &size, sizeof size)) {
-    return std::nullopt;
-  }
-  if (size > kLongestText) {
+  if (!receiveAll(socket, &size, sizeof size) || size > kLongestText) {
     return std::nullopt;
   }
   std::string text(size, '\0');
-  if (!receiveAll(socket, text.data(), text.size())) {
-    return std::nullopt;
-  }
-  return text;
+  return receiveAll(socket, text.data(), size) ? std::optional(std::move(text)) : std::nullopt;
 }
 
 bool sendReply(int socket, const AgentReply& reply) {

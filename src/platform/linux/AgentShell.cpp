@@ -3,14 +3,16 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <system_error>
 #include <utility>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 #include "FileHandle.h"
 
 namespace fillstation {
@@ -23,6 +25,11 @@ constexpr int kStopInterval = 100;
 AgentReply unavailable(const std::string& what, int error) {
   return AgentReply::of(AgentReply::Kind::unavailable,
                         what + ": " + std::generic_category().message(error));
+}
+
+AgentReply replyFrom(int socket) {
+  auto reply = receiveReply(socket);
+  return reply ? *std::move(reply) : unavailable("The agent program has gone", ECONNRESET);
 }
 
 // The agent with our end of the socket that is its standard input; waits for its end.
@@ -64,30 +71,24 @@ class Agent {
 
 }  // namespace
 
-// One of the places, until it is given up or goes out of scope.
-class AgentShell::Place {
- public:
-  explicit Place(AgentPlaces& places) : places_(&places) { places_->take(); }
-  ~Place() { giveUp(); }
-  Place(const Place&) = delete;
-  Place& operator=(const Place&) = delete;
-
-  void giveUp() {
-    if (places_ != nullptr) {
-      std::exchange(places_, nullptr)->give();
-    }
+std::string agentOf(const std::string& program) {
+  constexpr const char* kAgent = "fillstation-agent";
+  const auto folder = std::filesystem::path(program).parent_path();
+  const auto beside = folder / kAgent;
+  if (::access(beside.c_str(), X_OK) == 0) {
+    return beside;
   }
+  return (folder / FILLSTATION_FROM_BIN_TO_LIBEXEC / kAgent).lexically_normal();
+}
 
- private:
-  AgentPlaces* places_;
-};
+std::string thisProgram() { return std::filesystem::read_symlink("/proc/self/exe"); }
 
 AgentShell::AgentShell(std::string agentPath, std::function<bool()> stopping)
     : agentPath_(std::move(agentPath)), stopping_(std::move(stopping)) {}
 
 AgentReply AgentShell::run(std::string_view userName, std::string_view password,
                            std::string_view command) noexcept {
-  Place place(places_);
+  std::unique_lock place(places_);
   if (stopping_()) {
     return AgentReply::of(AgentReply::Kind::cancelled);
   }
@@ -98,22 +99,17 @@ AgentReply AgentShell::run(std::string_view userName, std::string_view password,
   // An agent that has gone shows when its reply is awaited.
   sendText(agent.socket(), userName);
   sendText(agent.socket(), password);
-  return converse(agent.socket(), command, place);
-}
-
-AgentReply AgentShell::converse(int socket, std::string_view command, Place& place) const {
-  AgentReply reply = awaitReply(socket);
+  AgentReply reply = awaitReply(agent.socket());
   if (reply.kind != AgentReply::Kind::verified) {
     return reply;
   }
-  place.giveUp();
+  place.unlock();
   if (stopping_()) {
-    ::shutdown(socket, SHUT_WR);
+    ::shutdown(agent.socket(), SHUT_WR);
   } else {
-    sendText(socket, command);
+    sendText(agent.socket(), command);
   }
-  auto last = receiveReply(socket);
-  return last ? *std::move(last) : unavailable("The agent program has gone", ECONNRESET);
+  return replyFrom(agent.socket());
 }
 
 AgentReply AgentShell::awaitReply(int socket) const {
@@ -123,8 +119,7 @@ AgentReply AgentShell::awaitReply(int socket) const {
       ::shutdown(socket, SHUT_WR);  // asks the agent to cancel
     }
   }
-  auto reply = receiveReply(socket);
-  return reply ? *std::move(reply) : unavailable("The agent program has gone", ECONNRESET);
+  return replyFrom(socket);
 }
 
 }  // namespace fillstation

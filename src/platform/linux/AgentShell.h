@@ -1,13 +1,21 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <string_view>
 
-#include "AgentPlaces.h"
 #include "AgentProtocol.h"
 
 namespace fillstation {
+
+// Where the agent program is for the program at that path: beside it, as in a build folder, or else
+// where it is installed. Any thread.
+std::string agentOf(const std::string& program);
+
+// The path of the running program.
+std::string thisProgram();
 
 // Runs shell commands as root, each in an agent program of its own that authenticates by a typed
 // user name and password. Nothing of them is on a command line or in an environment, and the
@@ -27,14 +35,32 @@ class AgentShell {
                  std::string_view command) noexcept;
 
  private:
-  class Place;
+  // As many locks as agents may authenticate at once.
+  class Places {
+   public:
+    void lock() {
+      std::unique_lock guard(lock_);
+      changed_.wait(guard, [this] { return free_ > 0; });
+      --free_;
+    }
+    void unlock() {
+      const std::scoped_lock guard(lock_);
+      ++free_;
+      changed_.notify_one();
+    }
 
-  AgentReply converse(int socket, std::string_view command, Place& place) const;
+   private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int free_ = kMostAtOnce;
+  };
+
+  // Waits for the first reply, and cancels when the program is ending.
   AgentReply awaitReply(int socket) const;
 
   const std::string agentPath_;
   const std::function<bool()> stopping_;
-  AgentPlaces places_{kMostAtOnce};
+  Places places_;
 };
 
 }  // namespace fillstation

@@ -20,8 +20,14 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
       order_(services.mainThread),
       bus_(known_, services.stop),
       scriptRunner_(
-          places.parts.agent, [this](const DiskIdentity& identity) { return guardOf(identity); },
-          [this](const DiskIdentity& identity) { known_.spared(identity); }),
+          places.parts.agent,
+          [this](const DiskIdentity& player) {
+            // From here on nothing that the system says of the old content may be taken for the new
+            // one.
+            known_.willWipe(player);
+            return known_.sequenceOf(player);
+          },
+          [this](const DiskIdentity& player) { known_.spared(player); }),
       owner_(known_, mounts_,
              [this] { return std::make_shared<UDisksSession>(diskServices_, order_); },
              services.stop, {}),
@@ -43,17 +49,6 @@ void LinuxSystem::installInto(Platform& installed) {
   }
   // Wakes UDisks2 before the first player comes; the client writes it down if that fails.
   client_.getObjects([](const UDisksFailure* /*failure*/, const QVariantList& /*objects*/) {});
-}
-
-std::optional<PlayerGuard> LinuxSystem::guardOf(const DiskIdentity& identity) {
-  // From here on nothing that the system says of the old content may be taken for the new one.
-  known_.willWipe(identity);
-  const auto sequence = known_.sequenceOf(identity);
-  if (!sequence) {
-    return std::nullopt;
-  }
-  return PlayerGuard{identity.node, identity.usbHandle >> 16U, identity.usbHandle & 0xFFFFU,
-                     *sequence};
 }
 
 }  // namespace fillstation

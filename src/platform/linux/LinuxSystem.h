@@ -2,7 +2,6 @@
 
 #include <QDBusConnection>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "DiskOrder.h"
@@ -52,8 +51,6 @@ class LinuxSystem {
   void installInto(Platform& installed);
 
  private:
-  std::optional<PlayerGuard> guardOf(const DiskIdentity& identity);
-
   const SystemParts parts_;
   SystemLog& log_;
   KnownDisks known_;

@@ -3,10 +3,8 @@
 #include <utility>
 #include <variant>
 
-#include "GuardScript.h"
+#include "GuardText.h"
 #include "Platform.h"
-#include "PlayerCommand.h"
-#include "ScriptCompiler.h"
 #include "WipeText.h"
 
 namespace fillstation {
@@ -48,8 +46,7 @@ ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
                  replaced(std::move(reply.err), kHeldNode, node));
 }
 
-}  // namespace
-
+// What a reply means for the caller of a script on the node.
 ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
   switch (reply.kind) {
     case AgentReply::Kind::ended:
@@ -71,9 +68,23 @@ ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
   }
 }
 
-PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, GuardSource guards, Spared spared)
-    : guards_(std::move(guards)),
-      spared_(std::move(spared)),
+}  // namespace
+
+std::string_view guardScript() { return kGuardText; }
+
+std::string guardedCommand(PlayerCommand::Kind kind, const DiskIdentity& player,
+                           std::uint64_t sequence, std::string_view script) {
+  std::string text = "node=" + player.node;
+  text += "\nbus=" + std::to_string(player.usbHandle >> 16U);
+  text += "\ndevice=" + std::to_string(player.usbHandle & 0xFFFFU);
+  text += "\nsequence=" + std::to_string(sequence);
+  text += kind == PlayerCommand::wipe ? "\nkind=wipe\n" : "\nkind=format\n";
+  return text.append(script);
+}
+
+PolkitScriptRunner::PolkitScriptRunner(std::string agentPath, Announce announce, Spare spare)
+    : announce_(std::move(announce)),
+      spare_(std::move(spare)),
       shell_(std::move(agentPath), [] { return platform().workers->stopping(); }) {}
 
 ScriptOutcome PolkitScriptRunner::run(std::string_view source,
@@ -94,13 +105,14 @@ ScriptOutcome PolkitScriptRunner::runCommand(const Script& script, const DiskIde
   if (!command || command->node != target.node) {
     return failure(ScriptError::kNotAPlayerCommand, "The command is not one for this player.");
   }
-  const auto guard = guards_(target);
-  if (!guard || guard->node != target.node || guard->usbHandle() != target.usbHandle) {
+  const auto sequence = announce_(target);
+  if (!sequence) {
     return failure(ScriptError::kNotThePlayer, "The device has gone.");
   }
-  auto reply = shell_.run(script.userName, script.password, guardedCommand(*command, *guard));
+  auto reply = shell_.run(script.userName, script.password,
+                          guardedCommand(command->kind, target, *sequence));
   if (!mayHaveBegun(reply)) {
-    spared_(target);
+    spare_(target);
   }
   return outcomeOf(std::move(reply), target.node);
 }

@@ -4,9 +4,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <condition_variable>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <mutex>
+#include <future>
+#include <utility>
 
 #include "StreamLog.h"
 
@@ -14,39 +16,59 @@ namespace fillstation {
 
 namespace {
 
-struct Flush {
-  std::mutex lock;
-  std::condition_variable changed;
-  bool done = false;
-};
-
 // A thread of its own: a stream whose reader has stopped, or that another thread has locked, holds
 // this one and not the process.
-void* flushStreams(void* context) {
-  auto& flush = *static_cast<Flush*>(context);
+void* flushStreams(void* flushed) {
   LogBatch::recordCurrent();
   StreamLog::settleAll();
   std::fflush(stdout);
   std::fflush(stderr);
-  const std::scoped_lock guard(flush.lock);
-  flush.done = true;
-  flush.changed.notify_all();
+  static_cast<std::promise<void>*>(flushed)->set_value();
   return nullptr;
+}
+
+sigset_t quitSignals() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  ::sigaddset(&signals, SIGTERM);
+  ::sigaddset(&signals, SIGINT);
+  ::sigaddset(&signals, SIGHUP);
+  return signals;
 }
 
 }  // namespace
 
 void leaveProcess(int status) {
-  Flush flush;
+  std::promise<void> flushed;
   pthread_t thread{};
-  ::pthread_create(&thread, nullptr, flushStreams, &flush);
+  ::pthread_create(&thread, nullptr, flushStreams, &flushed);
   ::pthread_detach(thread);
-  std::unique_lock guard(flush.lock);
-  if (!flush.changed.wait_for(guard, kLeaveFlushLimit, [&] { return flush.done; })) {
+  if (flushed.get_future().wait_for(std::chrono::milliseconds(300)) != std::future_status::ready) {
     // Not _exit, which under a sanitizer flushes once more and would be stuck as well.
     ::syscall(SYS_exit_group, status);
   }
   ::_exit(status);
+}
+
+SignalQuit::SignalQuit(std::function<void()> callback) {
+  const sigset_t signals = quitSignals();
+  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
+  thread_ = std::jthread([signals, callback = std::move(callback)](const std::stop_token& ending) {
+    for (;;) {
+      int taken = 0;
+      ::sigwait(&signals, &taken);
+      if (ending.stop_requested()) {
+        return;
+      }
+      callback();
+    }
+  });
+}
+
+SignalQuit::~SignalQuit() {
+  thread_.request_stop();
+  ::pthread_kill(thread_.native_handle(), SIGHUP);  // one of those that it takes
 }
 
 }  // namespace fillstation

@@ -1,7 +1,6 @@
 #include "ScriptCompiler.h"
 
 #include <cstddef>
-#include <optional>
 
 namespace fillstation {
 
@@ -30,6 +29,18 @@ std::optional<std::string> takeString(std::string_view& text, std::string_view w
   return takeWords(text, words) ? takeContent(text) : std::nullopt;
 }
 
+bool isNode(std::string_view text) {
+  constexpr std::size_t kLongest = 32;
+  if (text.size() > kLongest || !takeWords(text, "/dev/")) {
+    return false;
+  }
+  const std::size_t letters = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz");
+  if (letters == std::string_view::npos) {
+    return !text.empty();
+  }
+  return letters > 0 && text.find_first_not_of("0123456789", letters) == std::string_view::npos;
+}
+
 }  // namespace
 
 std::variant<Script, ScriptOutcome> compileScript(std::string_view source) {
@@ -40,6 +51,21 @@ std::variant<Script, ScriptOutcome> compileScript(std::string_view source) {
     return ScriptOutcome{{}, kScriptSyntaxErrorNumber, std::string(kScriptSyntaxErrorMessage)};
   }
   return Script{*std::move(command), *std::move(userName), *std::move(password)};
+}
+
+std::optional<PlayerCommand> parsePlayerCommand(std::string_view commandLine) {
+  constexpr std::string_view kBehindNode = " bs=4k count=10";
+  const bool isWipe = takeWords(commandLine, "dd if=/dev/zero of=");
+  if (isWipe && commandLine.ends_with(kBehindNode)) {
+    commandLine.remove_suffix(kBehindNode.size());
+  } else if (isWipe || !takeWords(commandLine, "mkfs.fat -F32 ")) {
+    return std::nullopt;
+  }
+  if (!isNode(commandLine)) {
+    return std::nullopt;
+  }
+  return PlayerCommand{isWipe ? PlayerCommand::wipe : PlayerCommand::format,
+                       std::string(commandLine)};
 }
 
 }  // namespace fillstation

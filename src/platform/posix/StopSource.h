@@ -2,10 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstddef>
 #include <functional>
-#include <map>
 #include <mutex>
+#include <stop_token>
 
 namespace fillstation {
 
@@ -13,33 +12,31 @@ namespace fillstation {
 // Made by main() before anything else and outlives everything that uses it. Any thread.
 class StopSource {
  public:
-  // Ends every waitFor() and runs the callbacks, on the calling thread, before it returns; a second
-  // request does nothing. Not inside a callback.
-  void request();
+  // Made with token() and a function, which runs once when the stop is requested, on the requesting
+  // thread; at once, while this is made, when it was requested already. Its destructor waits for
+  // the return of a function that another thread runs, and must not hold a lock that this one
+  // takes.
+  using Callback = std::stop_callback<std::function<void()>>;
 
-  bool requested() const;
+  // Ends every waitFor() and runs the callbacks, on the calling thread, before it returns; a second
+  // request does nothing.
+  void request() { source_.request_stop(); }
+
+  bool requested() const { return source_.stop_requested(); }
+  std::stop_token token() const { return source_.get_token(); }
 
   // Waits on the calling thread: true after the whole duration (at once when it is zero or less),
   // false, at once, when the stop is or was requested.
-  bool waitFor(std::chrono::microseconds duration) const;
-
-  // Has the callback run once when the stop is requested, on the requesting thread; at once, inside
-  // this call, when it was requested already. The id is for removeCallback().
-  std::size_t onRequest(std::function<void()> callback);
-
-  // Afterwards the callback doesn't run any more; waits for its return when it is running. Must not
-  // be called with a lock held that the callback takes, nor inside a callback.
-  void removeCallback(std::size_t id);
+  bool waitFor(std::chrono::microseconds duration) const {
+    std::mutex lock;
+    std::condition_variable_any changed;
+    std::unique_lock guard(lock);
+    changed.wait_for(guard, token(), duration, [] { return false; });
+    return !requested();
+  }
 
  private:
-  mutable std::mutex lock_;
-  mutable std::condition_variable changed_;
-  bool requested_ = false;
-
-  // Held while callbacks run; taken before lock_.
-  std::mutex callbackLock_;
-  std::map<std::size_t, std::function<void()>> callbacks_;
-  std::size_t nextId_ = 1;
+  std::stop_source source_;
 };
 
 }  // namespace fillstation

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <thread>
+#include <utility>
 
 #include "StopSource.h"
 #include "Workers.h"
@@ -13,24 +16,35 @@ namespace fillstation {
 // source outlives it.
 class ThreadWorkers : public Workers {
  public:
-  explicit ThreadWorkers(const StopSource& stop);
-  ~ThreadWorkers() override;
+  explicit ThreadWorkers(const StopSource& stop) : stop_(stop) {}
+  ~ThreadWorkers() override { joinAll(); }
   ThreadWorkers(const ThreadWorkers&) = delete;
   ThreadWorkers& operator=(const ThreadWorkers&) = delete;
 
   // A system that can't start another thread ends the program: a run that lost a player without a
   // word would be worse.
-  void spawn(std::function<void()> body) noexcept override;
+  void spawn(std::function<void()> body) noexcept override {
+    ++*running_;
+    std::thread([running = running_, body = std::move(body)]() mutable {
+      body();
+      body = nullptr;
+      --*running;
+      running->notify_all();
+    }).detach();
+  }
   bool stopping() const override { return stop_.requested(); }
 
   // Returns when every body has returned and has been destroyed. Not on a worker.
-  void joinAll();
+  void joinAll() {
+    for (int count = *running_; count != 0; count = *running_) {
+      running_->wait(count);
+    }
+  }
 
  private:
-  struct Running;
-
   const StopSource& stop_;
-  std::shared_ptr<Running> running_;
+  // Shared with the threads, which may still be on their way out when the object has gone.
+  const std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
 };
 
 }  // namespace fillstation

@@ -141,7 +141,7 @@ class QtMainThread::LongWork : public QObject {
   bool isLooking_ = false;  // what runs then may be long work too
 };
 
-QtMainThread::QtMainThread(StopSource& stop, std::chrono::milliseconds pace)
+QtMainThread::QtMainThread(const StopSource& stop, std::chrono::milliseconds pace)
     : stop_(stop), pace_(pace) {}
 
 QtMainThread::~QtMainThread() = default;
@@ -152,7 +152,7 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
     return true;
   }
   const auto handOver = std::make_shared<HandOver>();
-  const std::size_t onStop = stop_.onRequest([handOver] { handOver->drop(); });
+  const StopSource::Callback onStop(stop_.token(), [handOver] { handOver->drop(); });
   // The callable itself stays with the caller, who waits for as long as it runs.
   queue_.add([this, handOver, &callable] {
     if (handOver->begin(stop_)) {
@@ -160,9 +160,7 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
       handOver->finish();
     }
   });
-  const bool returned = handOver->waitForReturn();
-  stop_.removeCallback(onStop);
-  return returned;
+  return handOver->waitForReturn();
 }
 
 void QtMainThread::runPending() { QCoreApplication::processEvents(); }
@@ -186,10 +184,8 @@ void QtMainThread::keepWindowAlive() {
   longWork_->step();
 }
 
-QtClock::QtClock(StopSource& stop)
-    : stop_(stop), onStop_(stop.onRequest([this] { queue_.add([this] { endPauses(); }); })) {}
-
-QtClock::~QtClock() { stop_.removeCallback(onStop_); }
+QtClock::QtClock(const StopSource& stop)
+    : stop_(stop), onStop_(stop.token(), [this] { queue_.add([this] { endPauses(); }); }) {}
 
 bool QtClock::sleep(std::chrono::microseconds duration) {
   if (std::this_thread::get_id() != main_) {

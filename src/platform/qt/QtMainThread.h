@@ -22,7 +22,7 @@ namespace fillstation {
 class QtMainThread : public MainThread {
  public:
   // The pace of keepWindowAlive().
-  explicit QtMainThread(StopSource& stop,
+  explicit QtMainThread(const StopSource& stop,
                         std::chrono::milliseconds pace = std::chrono::milliseconds(50));
   ~QtMainThread() override;
 
@@ -48,7 +48,7 @@ class QtMainThread : public MainThread {
   class LongWork;
 
   const std::thread::id main_ = std::this_thread::get_id();
-  StopSource& stop_;
+  const StopSource& stop_;
   const std::chrono::milliseconds pace_;
   MainLoopQueue queue_;
   std::unique_ptr<LongWork> longWork_;  // until the loop is back
@@ -58,10 +58,7 @@ class QtMainThread : public MainThread {
 // duration of zero or less is no pause. Made on the main thread; the stop source outlives it.
 class QtClock : public Clock {
  public:
-  explicit QtClock(StopSource& stop);
-  ~QtClock() override;
-  QtClock(const QtClock&) = delete;
-  QtClock& operator=(const QtClock&) = delete;
+  explicit QtClock(const StopSource& stop);
 
   bool sleep(std::chrono::microseconds duration) override;
 
@@ -70,10 +67,10 @@ class QtClock : public Clock {
   void runLoopFor(std::chrono::microseconds duration);
 
   const std::thread::id main_ = std::this_thread::get_id();
-  StopSource& stop_;
+  const StopSource& stop_;
   MainLoopQueue queue_;
   std::vector<QEventLoop*> pauses_;  // in progress on the main thread, the innermost last
-  std::size_t onStop_;
+  const StopSource::Callback onStop_;
 };
 
 }  // namespace fillstation

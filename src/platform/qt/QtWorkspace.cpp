@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "ChildSetup.h"
+#include "ChildProcess.h"
 
 namespace fillstation {
 

@@ -54,7 +54,7 @@ std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& m
   auto owner = std::make_shared<Owner>();
   ports.usbBus = &owner->bus;
   ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
-  stop.onRequest([] { std::puts("stop"); });
+  static const StopSource::Callback told(stop.token(), [] { std::puts("stop"); });
   return owner;
 }
 

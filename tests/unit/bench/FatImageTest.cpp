@@ -9,8 +9,8 @@
 #include <random>
 
 #include "BenchVolume.h"
+#include "ChildProcess.h"
 #include "FileHandle.h"
-#include "ShellCommand.h"
 #include "TempFolder.h"
 #include "Tools.h"
 

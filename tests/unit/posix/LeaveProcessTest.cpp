@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <semaphore>
 #include <string>
 #include <thread>
 
@@ -45,31 +47,23 @@ void stuffStandardOutput() {
   ::dup2(ends[1], STDOUT_FILENO);
 }
 
-TEST_F(LeaveProcess, FlushesStandardOutput) {
-  const std::string path = sharedPath("out");
+TEST_F(LeaveProcess, FlushesTheStandardStreams) {
+  const std::string out = sharedPath("out");
+  const std::string err = sharedPath("err");
   EXPECT_EXIT(
       {
-        redirect(stdout, path);
-        std::fputs("held back", stdout);
-        leaveProcess(0);
-      },
-      testing::ExitedWithCode(0), "");
-  EXPECT_TRUE(test::contentOf(path).ends_with("held back")) << test::contentOf(path);
-  ::unlink(path.c_str());
-}
-
-TEST_F(LeaveProcess, FlushesStandardError) {
-  const std::string path = sharedPath("err");
-  EXPECT_EXIT(
-      {
-        redirect(stderr, path);
+        redirect(stdout, out);
+        redirect(stderr, err);
         std::setvbuf(stderr, nullptr, _IOFBF, 4096);
+        std::fputs("held back", stdout);
         std::fputs("held back", stderr);
         leaveProcess(0);
       },
       testing::ExitedWithCode(0), "");
-  EXPECT_EQ(test::contentOf(path), "held back");
-  ::unlink(path.c_str());
+  EXPECT_TRUE(test::contentOf(out).ends_with("held back")) << test::contentOf(out);
+  EXPECT_EQ(test::contentOf(err), "held back");
+  ::unlink(out.c_str());
+  ::unlink(err.c_str());
 }
 
 TEST_F(LeaveProcess, RecordsWhatTheLogStillHolds) {
@@ -138,6 +132,46 @@ TEST_F(LeaveProcess, IsNotHeldByAStreamThatNobodyReads) {
         leaveProcess(3);
       },
       testing::ExitedWithCode(3), "");
+}
+
+TEST(SignalQuit, EachOfItsSignalsCallsBackOnAThreadOfItsOwn) {
+  std::thread::id thread;
+  int calls = 0;
+  std::binary_semaphore called(0);
+  const SignalQuit quit([&] {
+    ++calls;
+    thread = std::this_thread::get_id();
+    called.release();
+  });
+  int sent = 0;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGTERM}) {
+    ::kill(::getpid(), signal);
+    called.acquire();
+    EXPECT_EQ(calls, ++sent);
+    EXPECT_NE(thread, std::this_thread::get_id());
+  }
+}
+
+TEST(SignalQuit, GoesWithoutACall) {
+  int calls = 0;
+  {
+    const SignalQuit quit([&] { ++calls; });
+  }
+  EXPECT_EQ(calls, 0);
+}
+
+TEST(SignalQuit, BlocksItsSignalsAndIgnoresBrokenPipes) {
+  std::signal(SIGPIPE, SIG_DFL);
+  const SignalQuit quit([] {});
+  sigset_t blocked;
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+  EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
+  EXPECT_EQ(sigismember(&blocked, SIGINT), 1);
+  EXPECT_EQ(sigismember(&blocked, SIGHUP), 1);
+  EXPECT_EQ(sigismember(&blocked, SIGQUIT), 0);
+  struct sigaction action {};
+  ::sigaction(SIGPIPE, nullptr, &action);
+  EXPECT_EQ(action.sa_handler, SIG_IGN);
 }
 
 }  // namespace

@@ -41,7 +41,6 @@ TEST(QtMainThread, PostsInOrderForTheLoopAndDropsPostsOnceStopped) {
 TEST(QtMainThread, NothingBeginsWhileTheRequestIsStillSpreading) {
   StopSource stop;
   QtMainThread mainThread(stop);
-  stop.onRequest([] { test::runLoopDry(); });
   bool ran = false;
   bool answer = true;
   std::atomic<bool> begun{false};
@@ -53,6 +52,8 @@ TEST(QtMainThread, NothingBeginsWhileTheRequestIsStillSpreading) {
     std::this_thread::yield();
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(10));  // until it is most likely queued
+  // Of callbacks the latest runs first.
+  const StopSource::Callback spreading(stop.token(), [] { test::runLoopDry(); });
   stop.request();
   other.join();
   EXPECT_FALSE(answer);

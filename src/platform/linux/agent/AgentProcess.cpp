@@ -8,8 +8,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -68,21 +66,6 @@ std::optional<uid_t> findUser(const std::string& name) {
   const bool isName = name.find('\0') == std::string::npos;
   const passwd* found = isName ? ::getpwnam(name.c_str()) : nullptr;
   return found != nullptr ? std::optional(found->pw_uid) : std::nullopt;
-}
-
-std::uint64_t ownStartTime() {
-  std::ifstream file("/proc/self/stat");
-  std::string line;
-  std::getline(file, line);
-  // The second field is a name in parentheses and may hold anything; the start is the 22nd.
-  std::istringstream fields(line.substr(line.rfind(')') + 1));
-  std::string skipped;
-  for (int field = 3; field < 22; ++field) {
-    fields >> skipped;
-  }
-  std::uint64_t start = 0;
-  fields >> start;
-  return start;
 }
 
 bool isUsablePassword(const std::string& password) {

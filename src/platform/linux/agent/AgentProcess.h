@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -18,10 +17,6 @@ bool leaveRoot();
 
 // The user id of a user name, none when there is no such user. Before any thread is made.
 std::optional<uid_t> findUser(const std::string& name);
-
-// The start of this process in clock ticks since the system's, which tells it from another process
-// with its id.
-std::uint64_t ownStartTime();
 
 // False for what can't be handed on as one line, or is longer than the system's checker takes.
 bool isUsablePassword(const std::string& password);

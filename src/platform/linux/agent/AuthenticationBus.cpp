@@ -1,13 +1,12 @@
 #include "AuthenticationBus.h"
 
+#include <polkit/polkit.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
-
-#include "AgentProcess.h"
 
 namespace fillstation::agent {
 
@@ -80,13 +79,15 @@ bool AuthenticationBus::connect() {
 }
 
 void AuthenticationBus::registerAgent() {
+  const auto user = static_cast<gint>(::getuid());
+  g_autoptr(PolkitSubject) self = polkit_unix_process_new_for_owner(::getpid(), 0, user);
+  const guint64 start = polkit_unix_process_get_start_time(POLKIT_UNIX_PROCESS(self));
   GVariantBuilder subject;
   g_variant_builder_init(&subject, G_VARIANT_TYPE("a{sv}"));
   g_variant_builder_add(&subject, "{sv}", "pid",
                         g_variant_new_uint32(static_cast<guint32>(::getpid())));
-  g_variant_builder_add(&subject, "{sv}", "start-time", g_variant_new_uint64(ownStartTime()));
-  g_variant_builder_add(&subject, "{sv}", "uid",
-                        g_variant_new_int32(static_cast<gint32>(::getuid())));
+  g_variant_builder_add(&subject, "{sv}", "start-time", g_variant_new_uint64(start));
+  g_variant_builder_add(&subject, "{sv}", "uid", g_variant_new_int32(user));
   g_dbus_connection_call(connection_, "org.freedesktop.PolicyKit1",
                          "/org/freedesktop/PolicyKit1/Authority",
                          "org.freedesktop.PolicyKit1.Authority", "RegisterAuthenticationAgent",

@@ -1,15 +1,12 @@
 #include "RootShell.h"
 
-#include <fcntl.h>
 #include <glib-unix.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
-
-#include "ChildSetup.h"
+#include <utility>
 
 namespace fillstation::agent {
 
@@ -28,26 +25,6 @@ constexpr const char* kInnerScript =
     "*) exit 125 ;;\n"
     "esac\n";
 
-// Appends what is there; false at the end.
-bool readSome(int descriptor, std::string& text) {
-  std::array<char, 65536> buffer;
-  const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-  if (count > 0) {
-    text.append(buffer.data(), static_cast<std::size_t>(count));
-  }
-  return count > 0;
-}
-
-bool makePipe(FileHandle& reading, FileHandle& writing) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    return false;
-  }
-  reading = FileHandle(ends[0]);
-  writing = FileHandle(ends[1]);
-  return true;
-}
-
 void writeAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = ::write(descriptor, text.data(), text.size());
@@ -61,23 +38,26 @@ void writeAll(int descriptor, std::string_view text) {
 }  // namespace
 
 int RootShell::start() {
-  FileHandle theirInput;
-  FileHandle theirOutput;
-  FileHandle theirErrors;
-  if (!makePipe(theirInput, input_) || !makePipe(output_, theirOutput) ||
-      !makePipe(errors_, theirErrors)) {
+  Pipe input;
+  Pipe output;
+  Pipe errors;
+  if (!input.open() || !output.open() || !errors.open()) {
     return errno;
   }
   ChildSetup setup;
-  setup.hand(theirInput.get(), 0);
-  setup.hand(theirOutput.get(), 1);
-  setup.hand(theirErrors.get(), 2);
+  setup.hand(input.reading.get(), 0);
+  setup.hand(output.writing.get(), 1);
+  setup.hand(errors.writing.get(), 2);
   const int error = setup.start(
       {"/usr/bin/pkexec", "--disable-internal-agent", "/bin/sh", "-c", kOuterScript, kInnerScript},
       child_);
   if (error == 0) {
-    g_unix_fd_add(output_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onOut, this);
-    g_unix_fd_add(errors_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onErr, this);
+    input_ = std::move(input.writing);
+    output_ = std::move(output.reading);
+    errors_ = std::move(errors.reading);
+    for (const auto* reading : {&output_, &errors_}) {
+      g_unix_fd_add(reading->get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onOutput, this);
+    }
     g_child_watch_add(child_, onEnd, this);
   }
   return error;
@@ -89,29 +69,16 @@ void RootShell::send(std::string_view script) {
   input_ = FileHandle();
 }
 
-int RootShell::onOut(int descriptor, GIOCondition, void* self) {
+int RootShell::onOutput(int descriptor, GIOCondition, void* self) {
   auto* shell = static_cast<RootShell*>(self);
-  if (!readSome(descriptor, shell->out_)) {
+  if (!readSome(descriptor, descriptor == shell->output_.get() ? shell->out_ : shell->err_)) {
     shell->partEnded();
     return G_SOURCE_REMOVE;
   }
-  shell->takeMark();
-  return G_SOURCE_CONTINUE;
-}
-
-void RootShell::takeMark() {
-  if (!marked_ && out_.starts_with(kMark)) {
-    marked_ = true;
-    out_.erase(0, kMark.size());
-    handlers_.running();
-  }
-}
-
-int RootShell::onErr(int descriptor, GIOCondition, void* self) {
-  auto* shell = static_cast<RootShell*>(self);
-  if (!readSome(descriptor, shell->err_)) {
-    shell->partEnded();
-    return G_SOURCE_REMOVE;
+  if (!shell->marked_ && shell->out_.starts_with(kMark)) {
+    shell->marked_ = true;
+    shell->out_.erase(0, kMark.size());
+    shell->handlers_.running();
   }
   return G_SOURCE_CONTINUE;
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "FileHandle.h"
+#include "ChildProcess.h"
 
 namespace fillstation::agent {
 
@@ -39,11 +39,9 @@ class RootShell {
   const std::string& err() const { return err_; }
 
  private:
-  static int onOut(int descriptor, GIOCondition condition, void* self);
-  static int onErr(int descriptor, GIOCondition condition, void* self);
+  static int onOutput(int descriptor, GIOCondition condition, void* self);
   static void onEnd(pid_t process, int status, void* self);
 
-  void takeMark();
   void partEnded();
 
   const Handlers handlers_;

@@ -4,8 +4,11 @@
 #include <ostream>
 #include <string>
 #include <tuple>
+#include <variant>
 
-#include "script_window.h"
+#include "ChildProcess.h"
+#include "PolkitScriptRunner.h"
+#include "ScriptWindow.h"
 
 namespace fillstation::test {
 namespace {
@@ -37,22 +40,14 @@ class ScriptLeavingTest : public ScriptWindowTest, public ::testing::WithParamIn
     }
   }
   static void awaitNothingLeft() {
-    await(
-        [] {
-          return processes("/run/box/agent").empty() && processesWith("pkexec") == 0 &&
-                 processesWith("polkit-agent-helper") == 0 && processesWith("/dev/fd/9") == 0 &&
-                 processesWith("fillstation: ready") == 0;
-        },
-        "everything of the run ends");
+    await([] { return processes("/run/box/agent").empty(); }, "the agent ends");
+    awaitEnd({"pkexec", "polkit-agent-helper", "/dev/fd/9", "fillstation: ready"});
   }
 };
 
 TEST_P(ScriptLeavingTest, NoCommandBeginsAndOneThatRunsEnds) {
   slowTool("/usr/sbin/mkfs.fat", "formatting");
-  const auto person = openWindow();
-  type(*person, kBossPassword);
-  person->say({"ok"});
-  awaitFile("/run/box/asked");
+  const auto person = openChecking();
   if (moment() != "Authentication") {
     writeFile("/run/box/go", "");
     awaitFile("/run/box/wiping");
@@ -85,6 +80,34 @@ INSTANTIATE_TEST_SUITE_P(Every, ScriptLeavingTest,
                                                               Way{"Terminated", SIGTERM},
                                                               Way{"Killed", SIGKILL})),
                          nameOf);
+
+// The guard as root, on a real block device.
+class ScriptClaimTest : public ScriptWindowTest {
+ protected:
+  static ShellCommand::Result wipe() {
+    return std::get<ShellCommand::Result>(
+        ShellCommand::run(guardedCommand(PlayerCommand::wipe, {"/dev/vp0", 0x10002}, 1)));
+  }
+};
+
+TEST_F(ScriptClaimTest, ADiskMountedInAnotherMountNamespaceIsNotWiped) {
+  shell(
+      "mkfs.ext4 -q -F /dev/vp0; mkdir /run/box/elsewhere; "
+      "unshare --mount --propagation private /bin/sh -ec '"
+      "mount /dev/vp0 /run/box/elsewhere; touch /run/box/mounted; "
+      "until [ -e /run/box/enough ]; do sleep 0.02; done; "
+      "umount /run/box/elsewhere; touch /run/box/unmounted' &");
+  awaitFile("/run/box/mounted");
+  EXPECT_EQ(read("/proc/self/mountinfo").find("/run/box/elsewhere"), std::string::npos);
+  writeFile("/run/box/go-wiping", "");
+  const auto refused = wipe();
+  EXPECT_EQ(refused.exitStatus, kGuardRefusal);
+  EXPECT_EQ(refused.err, "The disk is in use.\n");
+  EXPECT_FALSE(exists("/run/box/wiping"));
+  writeFile("/run/box/enough", "");
+  awaitFile("/run/box/unmounted");
+  EXPECT_EQ(wipe().exitStatus, 0);
+}
 
 }  // namespace
 }  // namespace fillstation::test

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -22,12 +21,12 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
-#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "AgentProcess.h"
-#include "script_window.h"
+#include "PolkitScriptRunner.h"
+#include "ScriptWindow.h"
 
 // A change of the user as on a system whose fs.suid_dumpable is 1: the process can be dumped again.
 extern "C" int setresuid(uid_t real, uid_t effective, uid_t saved) noexcept {
@@ -44,11 +43,8 @@ const std::string kWrongPassword = "an unlikely guess";
 const std::string kQuotedPassword = "a \"quoted\" guess";
 const std::vector<std::string> kSecrets = {kBossPassword, kWrongPassword, kQuotedPassword};
 
-std::string contentOf(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
+// What the root shell is given to run holds it.
+constexpr const char* kPartOfCommand = "check_holders";
 
 // The passwords that a text shows.
 std::vector<std::string> secretsIn(const std::string& text) {
@@ -61,9 +57,9 @@ std::vector<std::string> secretsIn(const std::string& text) {
 // Looks at every process of the box for as long as it lives, again and again.
 class ProcessWatch {
  public:
-  ProcessWatch() : thread_([this] { watch(); }) {}
+  ProcessWatch() : thread_([this](const std::stop_token& ending) { watch(ending); }) {}
   ~ProcessWatch() {
-    ends_ = true;
+    thread_.request_stop();
     thread_.join();
     EXPECT_GT(rounds_, 20);
     EXPECT_GT(texts_, 10 * rounds_);
@@ -72,22 +68,22 @@ class ProcessWatch {
   ProcessWatch& operator=(const ProcessWatch&) = delete;
 
  private:
-  void watch() {
-    for (; !ends_; ++rounds_) {
+  void watch(const std::stop_token& ending) {
+    for (; !ending.stop_requested(); ++rounds_) {
       for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         for (const char* name : {"cmdline", "environ", "comm"}) {
-          const std::string text = contentOf(entry.path() / name);
+          const std::string text = ScriptBoxTest::read(entry.path() / name);
           texts_ += text.empty() ? 0 : 1;
           EXPECT_EQ(secretsIn(text), std::vector<std::string>()) << entry.path() << name;
+          EXPECT_EQ(text.find(kPartOfCommand), std::string::npos) << entry.path() << name;
         }
       }
     }
   }
 
-  std::atomic<bool> ends_{false};
   int rounds_ = 0;
   int texts_ = 0;
-  std::thread thread_;
+  std::jthread thread_;
 };
 
 // A socket in the journal's place, or the older log's: keeps what is sent to it.
@@ -143,11 +139,11 @@ class ScriptSecretsTest : public ScriptWindowTest {
     if (!IsSkipped()) {
       journal_ = std::make_unique<LogSocket>("/run/systemd/journal/socket");
       syslog_ = std::make_unique<LogSocket>("/dev/log");
-      std::ofstream patterns("/run/box/secrets");
+      std::string patterns;
       for (const auto& secret : kSecrets) {
-        patterns << secret << '\n';
+        patterns += secret + "\n";
       }
-      patterns.close();
+      writeFile("/run/box/secrets", patterns);
       writeFile("/run/box/beginning", "");
     }
   }
@@ -174,6 +170,7 @@ class ScriptSecretsTest : public ScriptWindowTest {
 };
 
 TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
+  EXPECT_NE(guardScript().find(kPartOfCommand), std::string::npos);
   const auto person = openWindow();
   const ProcessWatch watch;
   const std::string failed = "Process Completed.\nPlayer /dev/vp0 Failed in process";
@@ -236,15 +233,10 @@ int timesInMemory(pid_t process, const std::string& text) {
 }
 
 TEST_F(ScriptSecretsTest, TheScriptTextIsNotInTheWindowsMemoryAfterItsCall) {
-  const auto person = openWindow();
-  type(*person, kBossPassword);
-  person->say({"ok"});
-  awaitFile("/run/box/asked");
+  const auto person = openChecking();
   const std::string part = "password \"" + kBossPassword;
   EXPECT_EQ(timesInMemory(person->process(), part), 1);
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   EXPECT_EQ(timesInMemory(person->process(), part), 0);
 }
 
@@ -312,9 +304,7 @@ TEST_F(ScriptPrivacyTest, TheUsersOtherProgramsCantLookIntoWindowOrAgent) {
     ASSERT_EQ(running.size(), 1U) << program;
     EXPECT_EQ(looksInto(running.front()), 0) << program;
   }
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   EXPECT_EQ(looksInto(person->process()), 0);
 }
 
@@ -340,10 +330,7 @@ TEST_F(ScriptPrivacyTest, TheAgentOfRootsWindowStaysClosedWhateverTheSystemsSett
 }
 
 TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
-  const auto person = openWindow();
-  type(*person, kBossPassword);
-  person->say({"ok"});
-  awaitFile("/run/box/asked");
+  const auto person = openChecking();
   const auto agents = processes("/run/box/agent");
   ASSERT_EQ(agents.size(), 1U);
   // A core that goes to a pipe leaves no file here. The kernel makes none of what it keeps from the
@@ -354,9 +341,7 @@ TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
   ::kill(agents.front(), SIGABRT);
   // The wipe is tried again, by another agent.
   await([&] { return !exists("/proc/" + std::to_string(agents.front())); }, "the agent ends");
-  writeFile("/run/box/go", "");
-  writeFile("/run/box/go-wiping", "");
-  EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
+  complete(*person);
   const auto end = person->end(SIGABRT);
   ASSERT_TRUE(end);
   EXPECT_EQ(WTERMSIG(*end), SIGABRT);

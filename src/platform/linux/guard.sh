@@ -1,15 +1,11 @@
-#include "GuardScript.h"
+#!/bin/sh
+# Runs as root, after lines that set node, bus, device, sequence and kind (wipe or format). The node
+# is opened first and held open to the end; everything is asked of what is held and the command works
+# on it, so that it doesn't matter what becomes of the name. While it is held the kernel gives its
+# number to no other disk. What the shell can do itself starts no process: a slow machine waits for
+# each of them.
+: "${node:?}" "${bus:?}" "${device:?}" "${sequence:?}" "${kind:?}"
 
-namespace fillstation {
-
-namespace {
-
-// Runs as root, with node, bus, device, sequence and kind set. The node is opened first and held
-// open to the end; everything is asked of what is held and the command works on it, so that it
-// doesn't matter what becomes of the name. While it is held the kernel gives its number to no
-// other disk. What the shell can do itself starts no process: a slow machine waits for each of
-// them.
-constexpr std::string_view kScript = R"sh(
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 sys=/sys
 proc=/proc
@@ -31,6 +27,7 @@ content_is() {
 
 check_disk() {
   [ -b "$held" ] || refuse 'The device is not a disk.'
+  # shellcheck disable=SC2046,SC2183  # one word becomes two numbers
   cd -P "$sys/dev/block/$(printf '%d:%d' $(stat -L -c '0x%t 0x%T' "$held"))" 2>/dev/null || gone
   disk=$PWD
   cd /
@@ -172,20 +169,3 @@ format)
   run mkfs.fat -F32 "$held"
   ;;
 esac
-)sh";
-
-}  // namespace
-
-std::string_view guardScript() { return kScript; }
-
-std::string guardedCommand(const PlayerCommand& command, const PlayerGuard& guard,
-                           std::string_view script) {
-  std::string text = "node=" + guard.node;
-  text += "\nbus=" + std::to_string(guard.busnum);
-  text += "\ndevice=" + std::to_string(guard.devnum);
-  text += "\nsequence=" + std::to_string(guard.diskseq);
-  text += command.kind == PlayerCommand::wipe ? "\nkind=wipe" : "\nkind=format";
-  return text.append(script);
-}
-
-}  // namespace fillstation

@@ -1,4 +1,4 @@
-#include "script_window.h"
+#include "ScriptWindow.h"
 
 #include <fcntl.h>
 
@@ -91,15 +91,25 @@ void ScriptWindowTest::type(Person& person, const std::string& password) {
   EXPECT_TRUE(person.ask({"type", "boss", password}, "typed"));
 }
 
-std::vector<pid_t> ScriptWindowTest::processes(const std::string& beginning) {
-  std::vector<pid_t> found;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const std::string words = read(entry.path() / "cmdline");
-    if (words.starts_with(beginning)) {
-      found.push_back(std::stoi(entry.path().filename()));
-    }
-  }
-  return found;
+std::unique_ptr<Person> ScriptWindowTest::openChecking() {
+  auto person = openWindow();
+  type(*person, kBossPassword);
+  person->say({"ok"});
+  awaitFile("/run/box/asked");
+  return person;
+}
+
+void ScriptWindowTest::complete(Person& person) {
+  writeFile("/run/box/go", "");
+  writeFile("/run/box/go-wiping", "");
+  EXPECT_TRUE(person.ask({"alert"}, "Process Completed."));
 }
 
 }  // namespace fillstation::test
+
+int main(int argc, char** argv) {
+  std::vector<char*> given(argv, argv + argc);
+  testing::InitGoogleTest(&argc, argv);
+  const auto status = fillstation::test::runInBoxes(static_cast<int>(given.size()), given.data());
+  return status ? *status : RUN_ALL_TESTS();
+}

@@ -108,8 +108,8 @@ int main() {
   if (user == "boss") {
     return serve({Kind::ended, std::stoi(password), "its output", "its /dev/fd/9 error"}, 0);
   }
-  if (user == "silent") {
-    return serve({Kind::ended, std::stoi(password), {}, {}}, 0);
+  if (user == "says") {
+    return serve({Kind::ended, 1, {}, password}, 0);
   }
   if (user == "together") {
     return serve({Kind::ended, 0, {}, {}}, std::stol(password));

@@ -2,11 +2,10 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "LoopDevice.h"
 #include "Person.h"
-#include "script_box.h"
+#include "ScriptBox.h"
 
 namespace fillstation::test {
 
@@ -24,8 +23,10 @@ class ScriptWindowTest : public ScriptBoxTest {
   static std::unique_ptr<Person> openWindow();
   // Asks for boss's credentials and types the password.
   static void type(Person& person, const std::string& password);
-  // The processes whose command lines begin so.
-  static std::vector<pid_t> processes(const std::string& beginning);
+  // Such a window while boss's password is checked.
+  static std::unique_ptr<Person> openChecking();
+  // Lets the check and dd go on, and the run end well.
+  static void complete(Person& person);
 
   FileHandle image_;
   LoopDevice loop_;

@@ -5,10 +5,9 @@
 #include <vector>
 
 #include "BoxBackEnd.h"
+#include "ScriptBox.h"
 #include "ScriptRunnerContract.h"
 #include "UdevPreload.h"
-#include "script_box.h"
-#include "script_box_entry.h"
 
 namespace fillstation::contract {
 

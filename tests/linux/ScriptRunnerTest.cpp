@@ -4,11 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "GuardScript.h"
+#include "FakeAgentTest.h"
+#include "HostileTexts.h"
 #include "PolkitScriptRunner.h"
-#include "ScriptCompiler.h"
 #include "TestPlatform.h"
-#include "script_fake_agent.h"
 
 namespace fillstation::test {
 namespace {
@@ -30,28 +29,25 @@ class ScriptRunnerTest : public FakeAgentTest {
   ScriptRunnerTest() { platform().workers = &workers_; }
   ~ScriptRunnerTest() override { platform() = {}; }
 
-  static std::string source(const std::string& command, const std::string& user,
-                            const std::string& password) {
-    return "do shell script \"" + command + "\" user name \"" + user + "\" password \"" + password +
-           "\" with administrator privileges";
-  }
   ScriptOutcome run(const std::string& command, const std::string& user = "boss",
-                    const std::string& password = "0") {
-    return runner_.run(source(command, user, password), kTarget);
+                    const std::string& password = "0", const DiskIdentity& target = kTarget) {
+    return runner_.run("do shell script \"" + command + "\" user name \"" + user +
+                           "\" password \"" + password + "\" with administrator privileges",
+                       target);
   }
   ScriptOutcome runKind(Kind kind) {
     return run(kWipe, "kind", std::to_string(static_cast<int>(kind)));
   }
 
   TestWorkers workers_;
-  std::optional<PlayerGuard> guard_ = PlayerGuard{"/dev/sdb", 3, 12, 99};
+  std::optional<std::uint64_t> sequence_ = 99;
   std::optional<DiskIdentity> asked_;
   std::vector<std::string> spared_;
   PolkitScriptRunner runner_{
       FAKE_AGENT,
       [this](const DiskIdentity& target) {
         asked_ = target;
-        return guard_;
+        return sequence_;
       },
       [this](const DiskIdentity& target) { spared_.push_back(target.node); }};
 };
@@ -62,7 +58,7 @@ TEST_F(ScriptRunnerTest, TheWipeRunsGuardedAndItsOutputIsTheResult) {
   EXPECT_EQ(outcome.errorNumber, std::nullopt);
   EXPECT_EQ(outcome.errorMessage, std::nullopt);
   EXPECT_EQ(noted(), "user boss password 0\ncommand " +
-                         guardedCommand({PlayerCommand::wipe, "/dev/sdb"}, *guard_) + "\n");
+                         guardedCommand(PlayerCommand::wipe, kTarget, 99) + "\n");
   ASSERT_TRUE(asked_);
   EXPECT_EQ(asked_->node, kTarget.node);
   EXPECT_EQ(asked_->usbHandle, kTarget.usbHandle);
@@ -71,7 +67,7 @@ TEST_F(ScriptRunnerTest, TheWipeRunsGuardedAndItsOutputIsTheResult) {
 TEST_F(ScriptRunnerTest, TheFormatRunsGuarded) {
   EXPECT_EQ(run("mkfs.fat -F32 /dev/sdb").result, "its output");
   EXPECT_EQ(noted(), "user boss password 0\ncommand " +
-                         guardedCommand({PlayerCommand::format, "/dev/sdb"}, *guard_) + "\n");
+                         guardedCommand(PlayerCommand::format, kTarget, 99) + "\n");
 }
 
 TEST_F(ScriptRunnerTest, AFailedCommandHasItsStatusAndItsErrorText) {
@@ -79,23 +75,18 @@ TEST_F(ScriptRunnerTest, AFailedCommandHasItsStatusAndItsErrorText) {
   expectFailure(run(kWipe, "boss", "126"), 126, "its /dev/sdb error");
 }
 
-TEST_F(ScriptRunnerTest, AFailedCommandWithoutATextIsDescribedByItsStatus) {
-  expectFailure(run(kWipe, "silent", "137"), 137, "The command ended with status 137.");
-}
-
 TEST_F(ScriptRunnerTest, ARefusalOfTheGuardHasANumberOfItsOwn) {
   expectFailure(run(kWipe, "boss", "77"), -1004, "its /dev/sdb error");
 }
 
-TEST_F(ScriptRunnerTest, AnErrorTextMayNameTheDiskMoreThanOnce) {
-  expectFailure(outcomeOf({Kind::ended, 1, {}, "/dev/fd/9: no /dev/fd/9 now"}, "/dev/sdb"), 1,
-                "/dev/sdb: no /dev/sdb now");
-}
-
-TEST_F(ScriptRunnerTest, TheLastLineFeedOfAnErrorTextIsLeftOut) {
-  expectFailure(outcomeOf({Kind::ended, 1, {}, "first\nsecond\n"}, "/dev/sdb"), 1, "first\nsecond");
-  expectFailure(outcomeOf({Kind::ended, 1, {}, "\n"}, "/dev/sdb"), 1,
-                "The command ended with status 1.");
+TEST_F(ScriptRunnerTest, AnErrorTextNamesTheDiskAndLosesItsLastLineFeed) {
+  const auto expectText = [this](const std::string& said, const std::string& text) {
+    expectFailure(run(kWipe, "says", said), 1, text);
+  };
+  expectText("/dev/fd/9: no /dev/fd/9 now", "/dev/sdb: no /dev/sdb now");
+  expectText("first\nsecond\n", "first\nsecond");
+  expectText("\n", "The command ended with status 1.");
+  expectText("", "The command ended with status 1.");
 }
 
 TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
@@ -106,6 +97,7 @@ TEST_F(ScriptRunnerTest, EveryReasonHasANumberAndATextOfItsOwn) {
   expectFailure(runKind(Kind::needsMore), -1008, "The system asks for more than a password.");
   expectFailure(runKind(Kind::notChecked), -1009, "The system did not check the password.");
   expectFailure(runKind(Kind::unavailable), -1005, "the reason");
+  EXPECT_EQ(noted().find("command"), std::string::npos);
 }
 
 TEST_F(ScriptRunnerTest, ADiskWhoseCommandDidNotBeginIsSpared) {
@@ -144,17 +136,8 @@ TEST_F(ScriptRunnerTest, OtherCommandsAreRefused) {
 }
 
 TEST_F(ScriptRunnerTest, ADiskThatHasGoneIsRefusedWithoutAuthentication) {
-  guard_.reset();
+  sequence_.reset();
   expectFailure(run(kWipe), -1004, "The device has gone.");
-  EXPECT_EQ(noted(), "");
-}
-
-TEST_F(ScriptRunnerTest, AGuardOfAnotherDiskIsRefused) {
-  for (const auto& other : {PlayerGuard{"/dev/sdc", 3, 12, 99}, PlayerGuard{"/dev/sdb", 4, 12, 99},
-                            PlayerGuard{"/dev/sdb", 3, 13, 99}}) {
-    guard_ = other;
-    expectFailure(run(kWipe), -1004, "The device has gone.");
-  }
   EXPECT_EQ(noted(), "");
 }
 
@@ -163,6 +146,52 @@ TEST_F(ScriptRunnerTest, WhenTheProgramIsEndingNothingBegins) {
   expectFailure(run(kWipe), -128, "The authentication was cancelled.");
   EXPECT_EQ(noted(), "");
 }
+
+// A runner that gets texts of devices and persons where it expects a device name, a user name or a
+// password.
+class ScriptHostileTest : public ScriptRunnerTest,
+                          public ::testing::WithParamInterface<HostileText> {
+ protected:
+  static const std::string& bytes() { return GetParam().bytes; }
+  static bool isSyntax() { return bytes().find_first_of("\"\\") != std::string::npos; }
+  // The command is for the disk that it names, and no agent hears of it.
+  void expectRefused(const std::string& command, const std::string& node) {
+    EXPECT_EQ(run(command, "boss", "0", {node, kTarget.usbHandle}).errorNumber,
+              isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kNotAPlayerCommand)
+        << command;
+    EXPECT_EQ(noted(), "");
+  }
+};
+
+TEST_P(ScriptHostileTest, AsADeviceNameItReachesNoShell) {
+  for (const std::string& node :
+       {"/dev/" + bytes(), "/dev/sdb" + bytes(), "/dev/" + bytes() + "sdb", "/dev/sdb " + bytes(),
+        bytes(), bytes() + "/dev/sdb", "/dev/../" + bytes(), "/dev/sdb/" + bytes()}) {
+    expectRefused("dd if=/dev/zero of=" + node + " bs=4k count=10", node);
+    expectRefused("mkfs.fat -F32 " + node, node);
+  }
+}
+
+TEST_P(ScriptHostileTest, BesideADeviceNameItReachesNoShell) {
+  expectRefused(bytes() + "mkfs.fat -F32 /dev/sdb", "/dev/sdb");
+  expectRefused("mkfs.fat -F32 /dev/sdb" + bytes(), "/dev/sdb");
+  expectRefused("dd if=/dev/zero of=/dev/sdb" + bytes() + " bs=4k count=10", "/dev/sdb");
+}
+
+TEST_P(ScriptHostileTest, AsCredentialsItReachesTheAgentAsItIs) {
+  const auto expected = isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kWrongCredentials;
+  EXPECT_EQ(run(kWipe, bytes(), "refuse").errorNumber, expected);
+  EXPECT_EQ(run(kWipe, "refuse", bytes()).errorNumber, expected);
+  EXPECT_EQ(noted(), isSyntax() ? ""
+                                : "user " + bytes() + " password refuse\nuser refuse password " +
+                                      bytes() + "\n");
+}
+
+std::string nameOfText(const ::testing::TestParamInfo<HostileText>& info) {
+  return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ScriptHostileTest, ::testing::ValuesIn(hostileTexts()), nameOfText);
 
 }  // namespace
 }  // namespace fillstation::test

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,20 +47,34 @@ AgentReply runAs(const std::string& user, const Call& call);
 
 // A test that needs the box; without it (no root, no tools) it says so and is skipped.
 class ScriptBoxTest : public testing::Test {
+ public:
+  // What a file holds; nothing when it can't be read.
+  static std::string read(const std::string& path);
+
  protected:
   void SetUp() override;
 
   // Runs it in the system's shell as root and expects success.
   static void shell(const std::string& command);
   static void writeFile(const std::string& path, const std::string& text);
-  // What a file holds; nothing when it can't be read.
-  static std::string read(const std::string& path);
   static bool exists(const std::string& path);
   // Waits until it holds, and fails when it doesn't within a minute.
   static void await(const std::function<bool()>& condition, const std::string& what);
   static void awaitFile(const std::string& path);
+  // The processes whose command lines begin so.
+  static std::vector<pid_t> processes(const std::string& beginning);
   // How many processes of the box have that word on their command lines.
   static int processesWith(const std::string& word);
+  // Waits until none has one of the words there.
+  static void awaitEnd(const std::vector<std::string>& words);
+  // A call with the right credentials; its command shows that it ran.
+  static Call bossCall(const std::string& command = "touch /run/box/ran") {
+    return {"boss", kBossPassword, command};
+  }
+  // A window with that one call, once the step that was slowed is under way.
+  static std::unique_ptr<Window> startCall(const Call& call = bossCall(),
+                                           const std::string& user = "tester");
+  static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
   // What polkit's helper asks of PAM, instead of the password alone.
   static void setPam(const std::string& lines);
   // Has the check of a password, or another step of PAM, tell in /run/box/asked that it was asked,
@@ -69,5 +84,12 @@ class ScriptBoxTest : public testing::Test {
 
 // Why there is no box, empty when there is one.
 std::string& boxRefusal();
+
+// Runs this very program again for each case that it was asked for, each in a box of its own, and
+// returns the exit status of all. None in a box, when cases are only listed, and when there can't
+// be a box here, for which boxRefusal() then has the reason: go on with the cases. After
+// testing::InitGoogleTest(); argv as it was before. `obstacle` is a reason of the program's own,
+// empty for none.
+std::optional<int> runInBoxes(int argc, char** argv, const std::string& obstacle = {});
 
 }  // namespace fillstation::test

@@ -30,11 +30,7 @@ AgentReply replyOf(const ScriptOutcome& outcome) {
 
 AgentReply runScript(const std::string& agent, const std::string& source) {
   PolkitScriptRunner runner(
-      agent,
-      [](const DiskIdentity& target) {
-        return PlayerGuard{target.node, 1, 2, 3};
-      },
-      [](const DiskIdentity&) {});
+      agent, [](const DiskIdentity&) { return 3; }, [](const DiskIdentity&) {});
   return replyOf(runner.run(source, {"/dev/null", 65538}));
 }
 

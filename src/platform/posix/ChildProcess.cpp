@@ -1,0 +1,146 @@
+#include "ChildProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <system_error>
+
+namespace fillstation {
+
+ChildSetup::ChildSetup() {
+  ::posix_spawn_file_actions_init(&actions_);
+  ::posix_spawnattr_init(&attributes_);
+  ::posix_spawn_file_actions_addopen(&actions_, 0, "/dev/null", O_RDONLY, 0);
+  sigset_t signals;
+  ::sigfillset(&signals);
+  ::posix_spawnattr_setsigdefault(&attributes_, &signals);
+  ::sigemptyset(&signals);
+  ::posix_spawnattr_setsigmask(&attributes_, &signals);
+}
+
+ChildSetup::~ChildSetup() {
+  ::posix_spawn_file_actions_destroy(&actions_);
+  ::posix_spawnattr_destroy(&attributes_);
+}
+
+void ChildSetup::discard(int number) {
+  ::posix_spawn_file_actions_addopen(&actions_, number, "/dev/null", O_WRONLY, 0);
+}
+
+int ChildSetup::start(const std::vector<std::string>& words, pid_t& child) {
+  // First all out of the way, so that no number given out is still wanted as a source.
+  int firstFree = 3;
+  for (const auto& [descriptor, number] : handed_) {
+    firstFree = std::max(firstFree, number + 1);
+  }
+  std::vector<FileHandle> lifted;
+  for (int number = 3; number < firstFree; ++number) {
+    ::posix_spawn_file_actions_addclose(&actions_, number);
+  }
+  for (const auto& [descriptor, number] : handed_) {
+    lifted.emplace_back(::fcntl(descriptor, F_DUPFD_CLOEXEC, firstFree));
+    if (!lifted.back()) {
+      return errno;
+    }
+    ::posix_spawn_file_actions_adddup2(&actions_, lifted.back().get(), number);
+  }
+  ::posix_spawn_file_actions_addclosefrom_np(&actions_, firstFree);
+  ::posix_spawnattr_setflags(&attributes_, flags_);
+  std::vector<char*> arguments;
+  for (const auto& word : words) {
+    arguments.push_back(const_cast<char*>(word.c_str()));
+  }
+  arguments.push_back(nullptr);
+  return ::posix_spawnp(&child, arguments[0], &actions_, &attributes_, arguments.data(), environ);
+}
+
+bool Pipe::open() {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    return false;
+  }
+  reading = FileHandle(ends[0]);
+  writing = FileHandle(ends[1]);
+  return true;
+}
+
+bool readSome(int descriptor, std::string& text) {
+  std::array<char, 65536> buffer;
+  const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+  if (count > 0) {
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  return count > 0;
+}
+
+namespace {
+
+// Both outputs at once, so that neither fills up while the other is waited for.
+void readBoth(int out, int err, ShellCommand::Result& result) {
+  std::array<pollfd, 2> sources{pollfd{out, POLLIN, 0}, pollfd{err, POLLIN, 0}};
+  const std::array<std::string*, 2> texts{&result.out, &result.err};
+  while (sources[0].fd >= 0 || sources[1].fd >= 0) {
+    if (::poll(sources.data(), sources.size(), -1) < 0) {
+      continue;  // a signal came
+    }
+    for (std::size_t at = 0; at < sources.size(); ++at) {
+      if (sources[at].revents != 0 && !readSome(sources[at].fd, *texts[at])) {
+        sources[at].fd = -1;
+      }
+    }
+  }
+}
+
+void waitFor(pid_t child, ShellCommand::Result& result) {
+  // What stays when the system doesn't tell, as it does when our parent had us ignore SIGCHLD: a
+  // command that nobody knows of has not succeeded.
+  int status = W_EXITCODE(255, 0);
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFSIGNALED(status)) {
+    result.signal = WTERMSIG(status);
+  } else {
+    result.exitStatus = WEXITSTATUS(status);
+  }
+}
+
+ShellCommand::NotStarted because(int error) { return {std::generic_category().message(error)}; }
+
+}  // namespace
+
+std::variant<ShellCommand::Result, ShellCommand::NotStarted> ShellCommand::run(
+    const std::string& commandLine, const std::vector<Handed>& handed) noexcept {
+  if (commandLine.find('\0') != std::string::npos) {
+    return because(EINVAL);  // the shell would see its beginning only
+  }
+  Pipe out;
+  Pipe err;
+  if (!out.open() || !err.open()) {
+    return because(errno);
+  }
+  ChildSetup setup;
+  setup.hand(out.writing.get(), 1);
+  setup.hand(err.writing.get(), 2);
+  for (const auto& [descriptor, number] : handed) {
+    setup.hand(descriptor, number);
+  }
+  pid_t child = 0;
+  if (const int error = setup.start({"/bin/sh", "-c", commandLine}, child); error != 0) {
+    return because(error);
+  }
+  out.writing = FileHandle();
+  err.writing = FileHandle();
+  Result result;
+  readBoth(out.reading.get(), err.reading.get(), result);
+  waitFor(child, result);
+  return result;
+}
+
+}  // namespace fillstation
