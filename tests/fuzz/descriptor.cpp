@@ -7,8 +7,8 @@
 #include "DiskVolume.h"
 #include "Input.h"
 #include "Require.h"
-#include "StringDescriptors.h"
 #include "UsbUtil.h"
+#include "UdevUsbDevice.h"
 
 using namespace fillstation;
 
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(input.rest());
   LyingDevice lying(claimed, text);
   read(lying, claimed);
-  StringDescriptors honest(text, text, text, claimed);
+  StringDescriptors honest({text, text, text}, claimed);
   for (std::uint8_t index = 0; index < 5; ++index) {
     read(honest, index);
   }

@@ -8,7 +8,7 @@
 #include "FileHandle.h"
 #include "FileManagerContract.h"
 #include "JournalLog.h"
-#include "LinuxBackEnd.h"
+#include "LinuxRig.h"
 #include "SystemLogContract.h"
 #include "UsbBusContract.h"
 
@@ -16,7 +16,7 @@ namespace fillstation::contract {
 
 namespace {
 
-const BackEndKind kLinux{"Linux", [] { return std::unique_ptr<BackEnd>(new LinuxBackEnd); }};
+const BackEndKind kLinux{"Linux", [] { return std::unique_ptr<BackEnd>(new test::LinuxRig); }};
 
 }  // namespace
 

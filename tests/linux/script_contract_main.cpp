@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "BoxBackEnd.h"
+#include "MockCalls.h"
 #include "ScriptRunnerContract.h"
-#include "UdevPreload.h"
 #include "script_box.h"
 #include "script_box_entry.h"
 
