@@ -10,22 +10,24 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <thread>
 
 #include "FileHandle.h"
+#include "SystemLogContract.h"
 #include "TempFolder.h"
 
 namespace fillstation::test {
 
-class JournalLogTest : public ::testing::Test {
- protected:
-  void SetUp() override { ::unsetenv("JOURNAL_STREAM"); }
-  void TearDown() override {
-    ::unsetenv("JOURNAL_STREAM");
-    std::fclose(stream);
-  }
+// A journal and a stream beside it.
+class MockJournal {
+ public:
+  MockJournal() = default;
+  ~MockJournal() { std::fclose(stream); }
+  MockJournal(const MockJournal&) = delete;
+  MockJournal& operator=(const MockJournal&) = delete;
 
   sockaddr_un address() const {
     sockaddr_un address{};
@@ -33,7 +35,7 @@ class JournalLogTest : public ::testing::Test {
     socketPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
     return address;
   }
-  // A journal that takes entries at the socket.
+  // From now on it takes entries at the socket.
   void listen() {
     journal = FileHandle(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const sockaddr_un at = address();
@@ -41,10 +43,57 @@ class JournalLogTest : public ::testing::Test {
   }
   // The next entry, empty for none.
   std::string entry() const {
-    std::array<char, 4096> buffer;
+    std::array<char, 65536> buffer;
     const ssize_t count = ::recv(journal.get(), buffer.data(), buffer.size(), 0);
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
   }
+
+  TempFolder folder;
+  const std::string socketPath = folder.path("socket");
+  FileHandle journal;
+  std::FILE* const stream = std::fopen(folder.path("stream").c_str(), "w");
+};
+
+class JournalBackEnd : public SystemLogBackEnd, private MockJournal {
+ public:
+  JournalBackEnd() { listen(); }
+
+  SystemLog& log() override { return log_; }
+  std::string recorded() override {
+    std::string all;
+    for (std::string next = entry(); !next.empty(); next = entry()) {
+      all += next;
+    }
+    return all;
+  }
+  std::string formOf(const std::vector<std::string>& texts) override {
+    std::string all;
+    for (const auto& text : texts) {
+      std::string length(8, '\0');
+      for (std::size_t byte = 0; byte < length.size(); ++byte) {
+        length[byte] = static_cast<char>(text.size() >> (8 * byte));
+      }
+      all += "SYSLOG_IDENTIFIER=fillstation\nMESSAGE\n" + length + text + "\n";
+    }
+    return all;
+  }
+  void lose() override { std::filesystem::remove(socketPath); }
+
+ private:
+  JournalLog log_{stream, socketPath};
+};
+
+INSTANTIATE_TEST_SUITE_P(Linux, SystemLogContract,
+                         testing::Values(SystemLogBackEndMaker{
+                             "journal", [] {
+                               return std::unique_ptr<SystemLogBackEnd>(new JournalBackEnd);
+                             }}));
+
+class JournalLogTest : public ::testing::Test, protected MockJournal {
+ protected:
+  void SetUp() override { ::unsetenv("JOURNAL_STREAM"); }
+  void TearDown() override { ::unsetenv("JOURNAL_STREAM"); }
+
   // How many entries the journal holds; it holds none afterwards.
   int takeEntries() const {
     int count = 0;
@@ -104,11 +153,7 @@ class JournalLogTest : public ::testing::Test {
     ::setenv("JOURNAL_STREAM", name.c_str(), 1);
   }
 
-  TempFolder folder;
-  const std::string socketPath = folder.path("socket");
-  FileHandle journal;
   FileHandle streamsEnd;
-  std::FILE* const stream = std::fopen(folder.path("stream").c_str(), "w");
 };
 
 TEST_F(JournalLogTest, AStreamThatIsNotTheJournalGetsEachTextAsWell) {
