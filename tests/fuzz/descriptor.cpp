@@ -7,8 +7,8 @@
 #include "DiskVolume.h"
 #include "Input.h"
 #include "Require.h"
-#include "UsbUtil.h"
 #include "UdevUsbDevice.h"
+#include "UsbUtil.h"
 
 using namespace fillstation;
 
