@@ -18,7 +18,6 @@
 #include "PosixFileManager.h"
 #include "PrivateBus.h"
 #include "QtMainThread.h"
-#include "StandInUDisks.h"
 #include "StopSource.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"

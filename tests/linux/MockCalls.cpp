@@ -149,18 +149,19 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_start(rest, request);
   void* const argument = va_arg(rest, void*);
   va_end(rest);
+  // Other threads' calls must not look at what a test may be setting.
+  const bool isForUnit = request == BLKGETDISKSEQ || request == SG_IO;
+  if (!isForUnit || mockCalls().udevDatabase.empty()) {
+    return next(descriptor, request, argument);
+  }
   auto& unit = mockCalls().unit;
-  const bool isMocked = !mockCalls().udevDatabase.empty();
-  if (isMocked && request == BLKGETDISKSEQ) {
+  if (request == BLKGETDISKSEQ) {
     *static_cast<std::uint64_t*>(argument) = unit.sequence;
     return unit.sequenceResult;
   }
-  if (isMocked && request == SG_IO) {
-    unit.opensWithoutMedium = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
-    unit.isInherited = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0;
-    return fillstation::test::answerTo(*static_cast<sg_io_hdr*>(argument));
-  }
-  return next(descriptor, request, argument);
+  unit.opensWithoutMedium = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+  unit.isInherited = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0;
+  return fillstation::test::answerTo(*static_cast<sg_io_hdr*>(argument));
 }
 
 // Qt calls libdbus through this one.

@@ -60,9 +60,8 @@ class UdevUsbDevice : public UsbDevice {
 
   // False when the device had gone before it could be read: nothing is known of it then.
   bool wasRead() const { return deviceClass_.has_value(); }
-  // The number of the attach, the path in sysfs, and the port's name ("1-2.4").
+  // The number of the attach, and the port's name ("1-2.4").
   std::size_t attach() const { return attach_; }
-  const std::string& sysPath() const { return sysPath_; }
   const std::string& portName() const { return portName_; }
   // From now on the search answers from memory.
   void leave() { present_ = false; }
