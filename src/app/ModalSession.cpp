@@ -66,16 +66,16 @@ class ModalSession : public QObject {
 
 void runModalSession(QDialog& dialog) {
   const UsbHold hold;
-  ModalSession session(dialog);
+  ModalSession modal(dialog);
   while (QWidget* popup = QApplication::activePopupWidget()) {
     popup->close();
   }
-  qApp->installEventFilter(&session);
+  qApp->installEventFilter(&modal);
   dialog.setModal(false);
   dialog.show();
   dialog.raise();
   dialog.activateWindow();
-  session.wait();
+  modal.wait();
 }
 
 }  // namespace fillstation

@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
   };
   backEnd.install = [](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
     LinuxPlaces places;
-    places.parts.agent = agentOf(thisProgram());
+    places.agent = agentOf(thisProgram());
     return std::make_shared<RealPlayers>(ports, stop, mainThread, places);
   };
   return runApplication(argc, argv, backEnd);

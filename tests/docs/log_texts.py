@@ -5,15 +5,14 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
-# Whatever says something to somebody. missingParts() collects its lines before they are written.
+# Whatever says something to somebody.
 SINK = re.compile(r"(?:\b(?:logText|fputs|fprintf|printf|puts)|\blog_?\.(?:write|writeEach|add)"
-                  r"|[lL]og->(?:write|writeEach)|\blines\.push_back)\(")
+                  r"|[lL]og->(?:write|writeEach))\(")
 LITERALS = re.compile(r'(?:stderr,\s*|stdout,\s*)?(?:formatText\(\s*)?((?:"(?:[^"\\]|\\.)*"\s*)+)')
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
 # Where the text isn't beside the call: the file and the first argument, and what it stands for.
 INDIRECT = {
-    ("LinuxSystem.cpp", "line"): (),  # of missingParts()
     ("Platform.h", "formatText(pattern, values...)"): (),  # is logText()
     ("SystemLog.h", "texts_"): (),  # what was added
     ("TRFile.cpp", "std::move(address)"): ("file:///…",),

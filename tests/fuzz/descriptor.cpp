@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "Input.h"
-#include "StringDescriptors.h"
+#include "UdevUsbDevice.h"
 #include "UsbUtil.h"
 
 using namespace fillstation;
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(input.rest());
   LyingDevice lying(claimed, text);
   read(lying, claimed);
-  StringDescriptors honest(text, text, text, claimed);
+  StringDescriptors honest({text, text, text}, claimed);
   for (std::uint8_t index = 0; index < 5; ++index) {
     read(honest, index);
   }

@@ -26,12 +26,12 @@ BoxBackEnd::BoxBackEnd()
     : polkit_(
           "/run/box/agent",
           [this](const DiskIdentity& player) {
-            rig.known.willWipe(player);
-            return rig.known.sequenceOf(player);
+            known.willWipe(player);
+            return known.sequenceOf(player);
           },
-          [this](const DiskIdentity& player) { rig.known.spared(player); }) {
-  platform().workers = &rig.workers;
-  rig.udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };
+          [this](const DiskIdentity& player) { known.spared(player); }) {
+  platform().workers = &workers;
+  udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };
   // What the box's root sees: this machine's devices, and nodes that nobody outside has.
   shell("sh '" BOX_DISKS_SCRIPT "' '" + sysPath("") + "'");
 }
@@ -45,7 +45,7 @@ std::string BoxBackEnd::sysPath(const std::string& below) const {
 }
 
 void BoxBackEnd::make(const std::string& name, const PlayerWish& wish) {
-  LinuxBackEnd::make(name, wish);
+  LinuxRig::make(name, wish);
   const std::string image = "/run/box/" + name + ".img";
   LoopDisk& disk = disks_[name];
   disk.image = FileHandle(::open(image.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -57,12 +57,12 @@ void BoxBackEnd::make(const std::string& name, const PlayerWish& wish) {
 }
 
 void BoxBackEnd::plug(const std::string& name) {
-  LinuxBackEnd::plug(name);
-  const test::MockPlayer& player = rig.machine.player(name);
+  LinuxRig::plug(name);
+  const test::MockPlayer& player = machine.player(name);
   const LoopDisk& disk = disks_[name];
-  rig.machine.kernel.setAttribute(player.usbPath, "busnum", "1\n");
-  rig.machine.kernel.setAttribute(player.usbPath, "devnum", std::to_string(player.number) + "\n");
-  rig.machine.kernel.setAttribute(player.diskPath, "removable", "1\n");
+  machine.setAttribute(player.usbPath, "busnum", "1\n");
+  machine.setAttribute(player.usbPath, "devnum", std::to_string(player.number) + "\n");
+  machine.setAttribute(player.diskPath, "removable", "1\n");
   const std::string folder = sysPath(player.diskPath.substr(std::string("/sys").size()));
   std::filesystem::create_directory(folder + "/holders");
   std::filesystem::create_directory_symlink("..", folder + "/device");
@@ -70,25 +70,25 @@ void BoxBackEnd::plug(const std::string& name) {
   std::filesystem::create_directory_symlink("../../" + player.diskPath.substr(5),
                                             sysPath("/dev/block/" + disk.loop.deviceNumber()));
   shell("mknod /dev/" + player.diskName + " b 7 " + std::to_string(disk.loop.number));
-  if (rig.machine.isMounted(player.minor)) {
+  if (machine.isMounted(player.minor)) {
     shell("mkdir -p /run/box/" + player.diskName + "; mount -t tmpfs /dev/" + player.diskName +
           " /run/box/" + player.diskName);
   }
 }
 
 void BoxBackEnd::unplug(const std::string& name) {
-  const test::MockPlayer& player = rig.machine.player(name);
+  const test::MockPlayer& player = machine.player(name);
   std::filesystem::remove(sysPath("/dev/block/" + disks_[name].loop.deviceNumber()));
   shell("rm -f /dev/" + player.diskName);
-  if (rig.machine.isMounted(player.minor)) {
+  if (machine.isMounted(player.minor)) {
     shell("umount /run/box/" + player.diskName);
   }
-  LinuxBackEnd::unplug(name);
+  LinuxRig::unplug(name);
 }
 
 // The mount table of the box shows what the stand-in has mounted.
 test::UDisksAnswer BoxBackEnd::obeyAndMount(const test::UDisksCall& call) {
-  const auto answer = rig.obey(call);
+  const auto answer = obey(call);
   const std::string disk = lastPart(call.path);
   if (answer.errorName.empty() && call.member == "Filesystem.Mount") {
     shell("mkdir -p /run/box/" + disk + "; mount -t tmpfs /dev/" + disk + " /run/box/" + disk);
@@ -134,15 +134,15 @@ std::int64_t BoxBackEnd::mediumSize(const std::string& name) {
 
 ScriptOutcome BoxBackEnd::NoticedRunner::run(std::string_view source, const DiskIdentity& target) {
   auto outcome = owner_.polkit_.run(source, target);
-  owner_.rig.mainThread.post([&owner = owner_, node = target.node] { owner.notice(node); });
+  owner_.mainThread.post([&owner = owner_, node = target.node] { owner.notice(node); });
   return outcome;
 }
 
 void BoxBackEnd::notice(const std::string& node) {
   for (const auto& [name, disk] : disks_) {
-    test::MockPlayer& player = rig.machine.player(name);
+    test::MockPlayer& player = machine.player(name);
     if (player.isPlugged && "/dev/" + player.diskName == node) {
-      rig.machine.setFileSystem(player, fileSystemOn(disk));
+      machine.setFileSystem(player, fileSystemOn(disk));
     }
   }
 }

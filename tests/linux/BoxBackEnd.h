@@ -5,7 +5,7 @@
 #include <string>
 
 #include "FileHandle.h"
-#include "LinuxBackEnd.h"
+#include "LinuxRig.h"
 #include "LoopDevice.h"
 #include "PolkitScriptRunner.h"
 
@@ -14,7 +14,7 @@ namespace fillstation::contract {
 // The Linux back end in a box of script_box.sh: the real polkit and pkexec run the commands on
 // block devices made of files, which the machine that isn't real says to be players. Once per box,
 // as root.
-class BoxBackEnd : public LinuxBackEnd {
+class BoxBackEnd : public test::LinuxRig {
  public:
   BoxBackEnd();
   ~BoxBackEnd() override;

@@ -1,31 +1,23 @@
 #include "LinuxSystem.h"
 
 #include "FakeAgentTest.h"
+#include "LinuxRig.h"
 #include "MainLoop.h"
-#include "MockMachine.h"
-#include "MockUnit.h"
-#include "PrivateBus.h"
-#include "StandInUDisks.h"
-#include "TestPlatform.h"
-#include "ThreadWorkers.h"
+#include "MockCalls.h"
 
 namespace fillstation::test {
 
 // The back end as a whole, on a machine that isn't real.
-class LinuxSystemTest : public FakeAgentTest {
+class LinuxSystemTest : public FakeAgentTest, protected LinuxRig {
  protected:
   LinuxSystemTest() {
-    places.parts = {folder.write("udev", ""), "/bin/true", FAKE_AGENT};
-    places.connect = [this](const QString& name) { return bus.connect(name); };
-    places.mountTable = machine.mountTable();
+    places = {FAKE_AGENT, folder.write("udev", ""), "/bin/true",
+              [this](const QString& name) { return dbus.connect(name); }, machine.mountTable()};
     platform().workers = &workers;
   }
   ~LinuxSystemTest() override {
-    mockUnit() = MockUnit();
     system.reset();
     platform() = {};
-    stop.request();
-    workers.joinAll();
   }
 
   // Makes and installs it; the players that are plugged in are found.
@@ -49,14 +41,9 @@ class LinuxSystemTest : public FakeAgentTest {
         target);
   }
 
-  MockMachine machine;
-  PrivateBus bus;
-  StandInUDisks udisks{bus.connect("stand-in")};
+  const DiskIdentity kPlayer{"/dev/sdb", 0x10002};
+
   TempFolder folder;
-  StopSource stop;
-  QtMainThread mainThread{stop, std::chrono::milliseconds(0)};
-  ThreadWorkers workers{stop};
-  TestLog log;
   LinuxPlaces places;
   std::optional<LinuxSystem> system;
 };
@@ -70,8 +57,12 @@ TEST_F(LinuxSystemTest, AWholeMachineGetsNoLineInTheLog) {
 }
 
 TEST_F(LinuxSystemTest, WhatAMachineLacksIsInTheLog) {
-  places.parts = {folder.path("no-udev"), folder.path("no-pkexec"), folder.path("no-agent")};
-  bus.stop();
+  EXPECT_EQ(LinuxPlaces().udev, "/run/udev/control");
+  EXPECT_EQ(LinuxPlaces().pkexec, "/usr/bin/pkexec");
+  places.udev = folder.path("no-udev");
+  places.pkexec = folder.path("no-pkexec");
+  places.agent = folder.path("no-agent");
+  dbus.stop();
   begin();
   runLoopUntil([&] { return log.texts().size() == 4; });
   const auto texts = log.texts();
@@ -99,36 +90,22 @@ TEST_F(LinuxSystemTest, TheLogIsThePorts) {
 
 TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
   machine.plug("a");
+  machine.addNode("sdb");
+  mockCalls().unit.sequenceResult = 0;
   begin();
   const auto session = platform().createDiskSession();
-  bool completed = false;
-  session->mount(session->diskFromName("/dev/sdb"), {"/dev/sdb", 0x10002},
-                 [&](const auto&, const Dissenter* dissenter) {
-                   completed = true;
-                   EXPECT_EQ(dissenter, nullptr);
-                 });
-  runLoopUntil([&] { return completed; });
+  int completed = 0;
+  const auto done = [&](const auto&, const Dissenter* dissenter) {
+    ++completed;
+    EXPECT_EQ(dissenter, nullptr);
+  };
+  session->mount(session->diskFromName("/dev/sdb"), kPlayer, done);
+  session->eject(session->diskFromName("sdb"), kPlayer, done);
+  runLoopUntil([&] { return completed == 2; });
+  const std::string list = "ObjectManager.GetManagedObjects";
   EXPECT_EQ(udisks.members(),
-            std::vector<std::string>({"ObjectManager.GetManagedObjects", "Filesystem.Mount"}));
-}
-
-TEST_F(LinuxSystemTest, AnEjectOfADiskWithoutADriveStopsTheUnitItself) {
-  machine.plug("a");
-  machine.kernel.addNode("sdb");
-  mockUnit().present = true;
-  mockUnit().sequence = 101;
-  begin();
-  const auto session = platform().createDiskSession();
-  bool completed = false;
-  session->eject(session->diskFromName("sdb"), {"/dev/sdb", 0x10002},
-                 [&](const auto&, const Dissenter* dissenter) {
-                   completed = true;
-                   EXPECT_EQ(dissenter, nullptr);
-                 });
-  runLoopUntil([&] { return completed; });
-  EXPECT_EQ(mockUnit().command.size(), 6U);
-  EXPECT_EQ(log.texts(), std::vector<std::string>({"/dev/sdb is not alone on its drive: unmounted, "
-                                                   "stopped by itself.\n"}));
+            std::vector<std::string>({list, "Filesystem.Mount", "Filesystem.Unmount", list}));
+  EXPECT_EQ(mockCalls().unit.command.size(), 6U);
 }
 
 TEST_F(LinuxSystemTest, TwoSessionsKeepOneOrderOfADisk) {
@@ -139,8 +116,8 @@ TEST_F(LinuxSystemTest, TwoSessionsKeepOneOrderOfADisk) {
   begin();
   const auto first = platform().createDiskSession();
   const auto second = platform().createDiskSession();
-  first->mount(first->diskFromName("sdb"), {"/dev/sdb", 0x10002}, {});
-  second->mount(second->diskFromName("sdb"), {"/dev/sdb", 0x10002}, {});
+  first->mount(first->diskFromName("sdb"), kPlayer, {});
+  second->mount(second->diskFromName("sdb"), kPlayer, {});
   runLoopUntil([&] { return udisks.calls.size() == 2; });
   runLoopDry();
   EXPECT_EQ(udisks.calls.size(), 2U);
@@ -149,21 +126,20 @@ TEST_F(LinuxSystemTest, TwoSessionsKeepOneOrderOfADisk) {
 TEST_F(LinuxSystemTest, ACommandCarriesWhatThePlayerIsRecognisedBy) {
   machine.plug("a");
   begin();
-  EXPECT_EQ(wipe({"/dev/sdb", 0x10002}).result, "its output");
+  EXPECT_EQ(wipe(kPlayer).result, "its output");
   EXPECT_EQ(noted(), "user boss password 0\ncommand " +
                          guardedCommand(PlayerCommand::wipe, {"/dev/sdb", 0x10002}, 101) + "\n");
 }
 
 TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {
-  const DiskIdentity target{"/dev/sdb", 0x10002};
   const auto sequence = [this] { return noted().substr(noted().rfind("sequence="), 12); };
   machine.plug("a");
   begin();
   machine.changeMedium(machine.player("a"), 32);
-  wipe(target);
+  wipe(kPlayer);
   EXPECT_EQ(sequence(), "sequence=101");
-  EXPECT_EQ(platform().usbBus->takeMedium(target), 32 * 1024 * 1024);
-  wipe(target);
+  EXPECT_EQ(platform().usbBus->takeMedium(kPlayer), 32 * 1024 * 1024);
+  wipe(kPlayer);
   EXPECT_EQ(sequence(), "sequence=102");
 }
 
@@ -172,7 +148,7 @@ TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
   machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
   begin();
   ASSERT_TRUE(description().volumeName);
-  wipe({"/dev/sdb", 0x10002});
+  wipe(kPlayer);
   EXPECT_FALSE(description().volumeName);
   machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
   EXPECT_EQ(description().volumeName, "NEW");
@@ -183,7 +159,7 @@ TEST_F(LinuxSystemTest, AfterAWrongPasswordThePlayerHasTheVolumeThatItHad) {
   machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
   begin();
   const auto wrong = static_cast<int>(AgentReply::Kind::wrongCredentials);
-  const auto outcome = wipe({"/dev/sdb", 0x10002}, "kind", std::to_string(wrong));
+  const auto outcome = wipe(kPlayer, "kind", std::to_string(wrong));
   EXPECT_EQ(outcome.errorNumber, ScriptError::kWrongCredentials);
   EXPECT_TRUE(description().volumeName);
 }
@@ -204,7 +180,7 @@ TEST_F(LinuxSystemTest, ThePlayersOwnVolumeIsOpened) {
   machine.plug("a");
   const auto path = machine.mount(16, "volume");
   begin();
-  EXPECT_NE(platform().fileManager->openVolume(path, {"/dev/sdb", 0x10002}), nullptr);
+  EXPECT_NE(platform().fileManager->openVolume(path, kPlayer), nullptr);
   EXPECT_EQ(platform().fileManager->openVolume(path, {"/dev/sdb", 0x10003}), nullptr);
 }
 

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-#include "UdevPreload.h"
+#include "MockCalls.h"
 
 int main(int argc, char** argv) {
   fillstation::test::preloadMockUdev(argv);

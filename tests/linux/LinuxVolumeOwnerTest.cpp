@@ -5,8 +5,8 @@
 #include <sys/sysmacros.h>
 
 #include "FileHandle.h"
+#include "MockCalls.h"
 #include "MockMachine.h"
-#include "MockMounts.h"
 #include "TestPlatform.h"
 
 namespace fillstation::test {
@@ -46,31 +46,19 @@ class LinuxVolumeOwnerTest : public ::testing::Test {
   std::string path;
 };
 
-TEST_F(LinuxVolumeOwnerTest, TheDisksMountIsItsOwn) {
+TEST_F(LinuxVolumeOwnerTest, TheMountsOfTheDiskAndItsPartitionsAreItsOwn) {
   EXPECT_TRUE(owns(path, identity));
   EXPECT_TRUE(owns(path + "/", identity));
-}
-
-TEST_F(LinuxVolumeOwnerTest, APartitionsMountIsTheDisks) {
-  machine.kernel.addPartition(machine.player("a").diskPath, "sdb1", 1, 17);
+  machine.addPartition(machine.player("a"), 1);
   EXPECT_TRUE(owns(machine.mount(17, "part"), identity));
 }
 
-TEST_F(LinuxVolumeOwnerTest, AnotherDisksMountIsNot) {
+TEST_F(LinuxVolumeOwnerTest, AnotherDisksMountAndAnyOtherDirectoryAreNot) {
   EXPECT_FALSE(owns(machine.mount(32, "other"), identity));
-}
-
-TEST_F(LinuxVolumeOwnerTest, AFolderOfTheVolumeIsNotTheVolume) {
-  const std::string inside = machine.folder.makeFolder("media/volume/inside");
-  mockMounts()[inside] = ::makedev(8, 16);
-  EXPECT_FALSE(owns(inside, identity));
-}
-
-TEST_F(LinuxVolumeOwnerTest, AnyOtherDirectoryIsNot) {
   EXPECT_FALSE(owns(machine.folder.path(), identity));
-}
-
-TEST_F(LinuxVolumeOwnerTest, WhatIsNotOpenIsNot) {
+  const std::string inside = machine.folder.makeFolder("media/volume/inside");
+  mockCalls().mounts[inside] = ::makedev(8, 16);
+  EXPECT_FALSE(owns(inside, identity));
   EXPECT_EQ(owner_.mediumOf(-1, path, identity), nullptr);
 }
 
@@ -78,9 +66,6 @@ TEST_F(LinuxVolumeOwnerTest, AnotherUsbDeviceOrDiskIsNotTheOwner) {
   EXPECT_FALSE(owns(path, {"/dev/sdb", 0x10003}));
   EXPECT_FALSE(owns(path, {"/dev/sdc", 0x10002}));
   EXPECT_FALSE(owns(path, {"sdb", 0x10002}));
-}
-
-TEST_F(LinuxVolumeOwnerTest, AnotherDiskOfTheNameIsNotTheOwner) {
   machine.changeMedium(machine.player("a"), 0);
   EXPECT_FALSE(owns(path, identity));
 }

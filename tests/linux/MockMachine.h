@@ -7,10 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "MockKernel.h"
 #include "TempFolder.h"
 
+struct _UMockdevTestbed;
+
 namespace fillstation::test {
+
+// A file system as udev describes it; nothing else of it exists.
+struct MockFileSystem {
+  std::string type = "vfat";
+  std::string identifier = "1111-AAAA";
+  std::optional<std::string> label;  // in udev's encoded form
+};
 
 // A player of a MockMachine: what it is, and where it is while it is plugged in.
 struct MockPlayer {
@@ -25,22 +33,27 @@ struct MockPlayer {
 
   bool isPlugged = false;
   std::string port;
-  std::uint32_t number = 0;  // on bus 1
+  std::uint32_t number = 0;  // on bus 1; 2 for the first
   std::string usbPath;
   std::string diskName;
   std::string diskPath;
   int minor = 0;
 };
 
-// A machine with players, file systems that know only what they are called, and a mount table.
-// Whatever changes is told by udev. Main thread.
+// A machine without hardware: a sysfs and a udev of the test's own, from which libudev reads and
+// receives as if they were real, with players, file systems that know only what they are called,
+// and a mount table. One at a time; main thread.
 class MockMachine {
  public:
+  using Properties = std::map<std::string, std::string>;
+
   MockMachine();
   ~MockMachine();
   MockMachine(const MockMachine&) = delete;
   MockMachine& operator=(const MockMachine&) = delete;
 
+  // A player comes and goes, and udev tells of it. The first disk is "sdb" (8:16), of sequence
+  // number 101.
   MockPlayer& plug(const std::string& name);
   void pull(const std::string& name);
   // Players are made by being named.
@@ -51,6 +64,9 @@ class MockMachine {
   void setFileSystem(MockPlayer& player, const std::optional<MockFileSystem>& fileSystem);
   // The disk gets another medium, without a file system; one of no size is none.
   void changeMedium(MockPlayer& player, std::int64_t sizeMiB);
+  // Partition 1 is "sdb1" (8:17).
+  void addPartition(const MockPlayer& player, int number,
+                    const std::optional<MockFileSystem>& fileSystem = std::nullopt);
 
   // Mounts a node (8:minor) at a new folder of that name and returns its path; takes its latest
   // mount away.
@@ -59,10 +75,37 @@ class MockMachine {
   bool isMounted(int minor) const;
   const std::string& mountTable() const { return table_; }
 
+  // Single devices, of which udev tells when it is asked to. Each returns its path in sysfs.
+  //
+  // A whole USB device, of no class of its own unless the attributes say one. The parent is another
+  // one's path or empty.
+  std::string addUsb(const std::string& portName, std::uint32_t bus, std::uint32_t number,
+                     const Properties& attributes = {}, const std::string& parent = "");
+  // A SCSI unit below a USB device (or anything). Type 0 is a disk, 5 a CD-ROM.
+  std::string addUnit(const std::string& usbPath, int host, int unit, const std::string& type = "0",
+                      const std::string& inquiry = "", const std::string& vendor = "ACTIONS ");
+  // The disk of a unit, with a sequence number of its own. Node number 8:minor.
+  std::string addDisk(const std::string& unitPath, const std::string& name, int minor,
+                      std::int64_t sizeMiB = 1);
+  // A device of any kind.
+  std::string add(const std::string& subsystem, const std::string& name, const std::string& parent,
+                  const Properties& attributes, const Properties& properties);
+  // A node in /dev, which can be opened and holds nothing.
+  void addNode(const std::string& name) const;
+  void setAttribute(const std::string& sysPath, const std::string& name, const std::string& value);
+  // Has udev tell of a device.
+  void tell(const std::string& sysPath, const std::string& action);
+  // Takes the device and all below it out of sysfs, without an event.
+  void remove(const std::string& sysPath);
+
+  // Marks a device ("b8:16") as one that udev has looked at, with what it has found.
+  void setUdevDatabase(const std::string& id, const Properties& found = {}) const;
+  void removeUdevDatabase(const std::string& id) const;
+  static std::string usbDatabaseId(std::uint32_t bus, std::uint32_t number);
+
   // Whether a disk's name can't be given to another one yet.
   std::function<bool(const std::string&)> isTaken = [](const std::string&) { return false; };
 
-  MockKernel kernel;
   TempFolder folder;
 
  private:
@@ -71,14 +114,21 @@ class MockMachine {
     std::string path;
   };
 
-  void addDisk(MockPlayer& player);
+  void giveDisk(MockPlayer& player);
   void writeTable() const;
 
+  _UMockdevTestbed* testbed_;
+  std::string root_;
+  std::string sys_;
+  std::vector<std::string> paths_;
   std::map<std::string, MockPlayer> players_;
   std::vector<Mount> mounts_;
   std::string table_;
   std::uint32_t lastNumber_ = 1;
   std::uint64_t lastSequence_ = 100;
 };
+
+// What udev writes into its database for a file system; nothing for none.
+MockMachine::Properties databaseOf(const std::optional<MockFileSystem>& fileSystem);
 
 }  // namespace fillstation::test

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "BoxBackEnd.h"
+#include "MockCalls.h"
 #include "ScriptBox.h"
 #include "ScriptRunnerContract.h"
-#include "UdevPreload.h"
 
 namespace fillstation::contract {
 

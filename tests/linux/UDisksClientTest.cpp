@@ -3,202 +3,157 @@
 #include <QDBusConnectionInterface>
 #include <thread>
 
-#include "DBusTimeOuts.h"
-#include "UDisksTest.h"
+#include "LinuxRig.h"
+#include "MainLoop.h"
+#include "MockCalls.h"
 
 namespace fillstation::test {
 
 class UDisksClientTest : public UDisksTest {
  protected:
+  std::string mount(const DiskIdentity& identity) { return ask(&DiskSession::mount, identity); }
   // UDisks2 dies, and the bus knows it.
   void loseService() {
-    rig.udisks.vanish();
-    const auto witness = rig.bus.connect("witness");
+    udisks.vanish();
+    const auto witness = dbus.connect("witness");
     runLoopUntil([&] {
       return !witness.interface()->isServiceRegistered("org.freedesktop.UDisks2").value();
     });
   }
+  // The log's only line so far says that UDisks2 can't be reached, and why.
+  void expectLine(const std::string& why) const {
+    const auto texts = log.texts();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_TRUE(texts[0].starts_with("UDisks2 can't be reached: " + why)) << texts[0];
+    EXPECT_TRUE(texts[0].ends_with("\n"));
+  }
+
+  const std::string kDBusError = "org.freedesktop.DBus.Error.";
 };
 
 TEST_F(UDisksClientTest, NoCallHasATimeOut) {
-  const auto identity = rig.plugIn("a");
-  rig.machine.mount(player().minor, "x");
+  const auto identity = plugIn("a");
+  machine.mount(player().minor, "x");
   EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
-  rig.machine.mount(player().minor, "x");
+  machine.mount(player().minor, "x");
   // Up to here it was also about the connection itself.
   takeDBusTimeOuts();
   EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
-  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  EXPECT_EQ(mount(identity), "");
   EXPECT_EQ(ask(&DiskSession::eject, identity), "");
   // The number that libdbus takes for "never".
   EXPECT_EQ(takeDBusTimeOuts(), std::vector<int>(5, 0x7FFFFFFF));
 }
 
 TEST_F(UDisksClientTest, ASilentServiceIsWaitedFor) {
-  const auto identity = rig.plugIn("a");
-  const auto other = rig.plugIn("b");
-  answer({silence()});
-  const auto outcome = send(&DiskSession::mount, identity);
-  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
-  EXPECT_EQ(ask(&DiskSession::mount, other), "");
+  const auto identity = plugIn("a");
+  const auto other = plugIn("b");
+  const auto outcome = sendInVain(&DiskSession::mount, identity);
+  EXPECT_EQ(mount(other), "");
   EXPECT_FALSE(outcome->completed);
 }
 
 TEST_F(UDisksClientTest, NothingIsEverAskedOfTheUser) {
-  const auto identity = rig.plugIn("a");
-  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  EXPECT_EQ(mount(plugIn("a")), "");
   const QVariantMap options{{"auth.no_user_interaction", true}};
-  EXPECT_EQ(rig.udisks.calls,
-            std::vector<UDisksCall>(
-                {{"/org/freedesktop/UDisks2/block_devices/sdb", "Filesystem.Mount", options}}));
+  EXPECT_EQ(udisks.calls, std::vector<UDisksCall>({{"/org/freedesktop/UDisks2/block_devices/sdb",
+                                                    "Filesystem.Mount", options}}));
 }
 
-TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALine) {
-  const auto identity = rig.plugIn("a");
+TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALineAndIsAskedAgainWhenItIsBack) {
+  const auto identity = plugIn("a");
   loseService();
-  EXPECT_TRUE(ask(&DiskSession::mount, identity)
-                  .starts_with("org.freedesktop.DBus.Error.ServiceUnknown: "));
-  const auto texts = rig.log.texts();
-  ASSERT_EQ(texts.size(), 1U);
-  EXPECT_TRUE(texts[0].starts_with(
-      "UDisks2 can't be reached: org.freedesktop.DBus.Error.ServiceUnknown: "));
-  EXPECT_TRUE(texts[0].ends_with("\n"));
-}
-
-TEST_F(UDisksClientTest, AServiceThatVanishesMidRequestIsADissenterAndALine) {
-  const auto identity = rig.plugIn("a");
-  answer({silence()});
-  const auto outcome = send(&DiskSession::mount, identity);
-  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
-  rig.udisks.vanish();
-  runLoopUntil([&] { return outcome->completed; });
-  EXPECT_TRUE(outcome->refused.starts_with("org.freedesktop.DBus.Error.NoReply: "));
-  const auto texts = rig.log.texts();
-  ASSERT_EQ(texts.size(), 1U);
-  EXPECT_EQ(texts[0], "UDisks2 can't be reached: " + outcome->refused + "\n");
-}
-
-TEST_F(UDisksClientTest, AServiceThatComesBackIsAskedAgain) {
-  const auto identity = rig.plugIn("a");
-  loseService();
-  EXPECT_NE(ask(&DiskSession::mount, identity), "");
-  StandInUDisks again(rig.bus.connect("stand-in again"));
-  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
+  EXPECT_TRUE(mount(identity).starts_with(kDBusError + "ServiceUnknown: "));
+  expectLine(kDBusError + "ServiceUnknown: ");
+  StandInUDisks again(dbus.connect("stand-in again"));
+  EXPECT_EQ(mount(identity), "");
   EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
 }
 
-TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALine) {
-  const auto identity = rig.plugIn("a");
-  answer({silence()});
-  const auto outcome = send(&DiskSession::mount, identity);
-  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
-  rig.bus.stop();
+TEST_F(UDisksClientTest, AServiceThatVanishesMidRequestIsADissenterAndALine) {
+  const auto outcome = sendInVain(&DiskSession::mount, plugIn("a"));
+  udisks.vanish();
   runLoopUntil([&] { return outcome->completed; });
-  EXPECT_NE(outcome->refused, "");
-  EXPECT_EQ(rig.log.texts().size(), 1U);
-  EXPECT_NE(ask(&DiskSession::mount, identity), "");
-  EXPECT_EQ(rig.log.texts().size(), 2U);
+  EXPECT_TRUE(outcome->refused.starts_with(kDBusError + "NoReply: "));
+  expectLine(outcome->refused + "\n");
 }
 
-TEST_F(UDisksClientTest, ABusThatComesBackIsUsedAgain) {
-  const auto identity = rig.plugIn("a");
-  EXPECT_EQ(ask(&DiskSession::mount, identity), "");
-  rig.bus.stop();
-  EXPECT_NE(ask(&DiskSession::unmount, identity), "");
-  rig.bus.start();
-  StandInUDisks again(rig.bus.connect("stand-in again"));
-  again.handler = [this](const UDisksCall& call) { return rig.obey(call); };
-  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
-  EXPECT_EQ(again.members(), Members({"Filesystem.Unmount"}));
+TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgainWhenItIsBack) {
+  const auto identity = plugIn("a");
+  const auto outcome = sendInVain(&DiskSession::mount, identity);
+  dbus.stop();
+  runLoopUntil([&] { return outcome->completed; });
+  EXPECT_NE(outcome->refused, "");
+  expectLine("");
+  EXPECT_TRUE(mount(identity).starts_with(kDBusError + "Disconnected: "));
+  EXPECT_EQ(log.texts().size(), 2U);
+  dbus.start();
+  StandInUDisks again(dbus.connect("stand-in again"));
+  EXPECT_EQ(mount(identity), "");
+  EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
 }
 
 TEST_F(UDisksClientTest, AReconnectionLeavesNoEarlierRequestWithoutAnEnd) {
-  const auto identity = rig.plugIn("a");
-  const auto other = rig.plugIn("b");
-  answer({silence()});
-  const auto waiting = send(&DiskSession::mount, identity);
-  runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
-  rig.bus.stop();
+  const auto identity = plugIn("a");
+  const auto other = plugIn("b");
+  const auto waiting = sendInVain(&DiskSession::mount, identity);
+  dbus.stop();
   // Before the main loop can learn of it.
   while (QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected()) {
     std::this_thread::yield();
   }
   int answers = 0;
-  rig.client.getObjects([&](const auto*, const auto&) { ++answers; });
-  EXPECT_NE(ask(&DiskSession::mount, other), "");
+  client.findDrive("sdb", [&](const auto*, const auto&) { ++answers; });
+  EXPECT_NE(mount(other), "");
   runLoopUntil([&] { return waiting->completed && answers == 1; });
   EXPECT_NE(waiting->refused, "");
 }
 
-TEST_F(UDisksClientTest, WithoutABusARequestIsADissenterAndALine) {
-  const auto identity = rig.plugIn("a");
-  rig.bus.stop();
-  for (std::size_t request = 1; request <= 2; ++request) {
-    EXPECT_TRUE(ask(&DiskSession::mount, identity)
-                    .starts_with("org.freedesktop.DBus.Error.Disconnected: "));
-    const auto texts = rig.log.texts();
-    ASSERT_EQ(texts.size(), request);
-    EXPECT_TRUE(texts.back().starts_with(
-        "UDisks2 can't be reached: org.freedesktop.DBus.Error.Disconnected: "));
-  }
-}
-
 TEST_F(UDisksClientTest, WithoutABusTheAnswerIsAsynchronousToo) {
-  rig.bus.stop();
+  dbus.stop();
   int answers = 0;
-  rig.client.getObjects([&](const UDisksFailure* failure, const QVariantList& values) {
+  client.findDrive("sdb", [&](const UDisksFailure* failure, const auto& drive) {
     ++answers;
     EXPECT_NE(failure, nullptr);
-    EXPECT_TRUE(values.isEmpty());
+    EXPECT_FALSE(drive.has_value());
   });
   EXPECT_EQ(answers, 0);
   runLoopUntil([&] { return answers > 0; });
   runLoopDry();
   EXPECT_EQ(answers, 1);
+  expectLine(kDBusError + "Disconnected: ");
 }
 
-TEST_F(UDisksClientTest, TheSameConnectionServesAllCalls) {
+TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheClient) {
   int connections = 0;
-  UDisksClient client(
-      [&](const QString& name) {
-        ++connections;
-        return rig.bus.connect(name + "-counted");
-      },
-      rig.log);
+  const auto connect = [&](const QString& /*name*/) {
+    ++connections;
+    return dbus.connect("fillstation-udisks");
+  };
+  std::optional<UDisksClient> counted(std::in_place, connect, log);
   EXPECT_EQ(connections, 0);
   int answers = 0;
   for (int call = 0; call < 2; ++call) {
-    client.getObjects([&](const UDisksFailure* failure, const QVariantList& /*values*/) {
+    counted->findDrive("sdb", [&](const UDisksFailure* failure, const auto& /*drive*/) {
       ++answers;
       EXPECT_EQ(failure, nullptr);
     });
   }
   runLoopUntil([&] { return answers == 2; });
   EXPECT_EQ(connections, 1);
+  EXPECT_TRUE(QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected());
+  counted.reset();
+  EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected());
 }
 
-TEST_F(UDisksClientTest, TheConnectionEndsWithTheClient) {
-  const auto name = QStringLiteral("fillstation-udisks");
-  {
-    UDisksClient client([&](const QString& asked) { return rig.bus.connect(asked); }, rig.log);
-    client.getObjects([](const auto*, const auto&) {});
-    EXPECT_TRUE(QDBusConnection(name).isConnected());
-  }
-  EXPECT_FALSE(QDBusConnection(name).isConnected());
-}
-
-TEST_F(UDisksClientTest, AnUnknownErrorIsLoggedAsItCame) {
-  const auto identity = rig.plugIn("a");
-  answer({error("com.example.Odd")});
-  EXPECT_EQ(ask(&DiskSession::mount, identity), "com.example.Odd: So it is.");
-  EXPECT_EQ(rig.log.texts(), Members({"UDisks2 failed: com.example.Odd: So it is.\n"}));
-}
-
-TEST_F(UDisksClientTest, AKnownErrorIsNotLogged) {
-  const auto identity = rig.plugIn("a");
+TEST_F(UDisksClientTest, OnlyAnUnknownErrorIsLoggedAsItCame) {
+  const auto identity = plugIn("a");
   answer({error(kBusy)});
-  EXPECT_EQ(ask(&DiskSession::mount, identity), std::string(kBusy) + ": So it is.");
-  EXPECT_EQ(rig.log.texts(), Members());
+  EXPECT_EQ(mount(identity), std::string(kBusy) + ": So it is.");
+  EXPECT_EQ(log.texts(), Members());
+  answer({error("com.example.Odd")});
+  EXPECT_EQ(mount(identity), "com.example.Odd: So it is.");
+  EXPECT_EQ(log.texts(), Members({"UDisks2 failed: com.example.Odd: So it is.\n"}));
 }
 
 TEST(UDisksErrorTest, EveryNameHasItsMeaning) {

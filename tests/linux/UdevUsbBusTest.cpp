@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <cerrno>
+
 #include "MainLoop.h"
+#include "MockCalls.h"
 #include "MockMachine.h"
 
 namespace fillstation::test {
@@ -11,6 +14,7 @@ namespace fillstation::test {
 class UdevUsbBusTest : public ::testing::Test {
  protected:
   using Devices = std::vector<std::shared_ptr<UsbDevice>>;
+  using Handles = std::vector<std::uint32_t>;
 
   static Devices all(UsbDeviceIterator& iterator) {
     Devices devices;
@@ -34,11 +38,38 @@ class UdevUsbBusTest : public ::testing::Test {
     left = all(*bus.watchDetach(note(left)));
     return present;
   }
-
   std::shared_ptr<UsbDevice> onlyDevice() {
     const auto present = watch();
     EXPECT_EQ(present.size(), 1U);
     return present.at(0);
+  }
+  static Handles handlesOf(const Devices& devices) {
+    Handles handles;
+    for (const auto& device : devices) {
+      handles.push_back(device->handle());
+    }
+    return handles;
+  }
+
+  // A device comes, and its event waits; it goes, and that event waits.
+  std::string comes(std::uint32_t number) {
+    return machine.addUsb("1-" + std::to_string(number), 1, number);
+  }
+  void goes(const std::string& usbPath) {
+    machine.tell(usbPath, "remove");
+    machine.remove(usbPath);
+  }
+  // What waits is looked for, and the looks give this.
+  static void look(const std::vector<MockCalls::Look>& looks) {
+    mockCalls().looks = looks;
+    runLoopDry();
+  }
+  static constexpr MockCalls::Look kLoss{ENOBUFS, true};
+
+  // The disk below a unit, which udev has looked at.
+  void addDisk(const std::string& unitPath, const std::string& name, int minor) {
+    machine.addDisk(unitPath, name, minor);
+    machine.setUdevDatabase("b8:" + std::to_string(minor));
   }
 
   MockMachine machine;
@@ -49,16 +80,11 @@ class UdevUsbBusTest : public ::testing::Test {
   Devices left;
 };
 
-TEST_F(UdevUsbBusTest, TheHandleIsMadeOfBusAndDeviceNumber) {
-  machine.kernel.addUsb("3-1", 3, 127, {});
-  EXPECT_EQ(onlyDevice()->handle(), 3U * 65536 + 127);
-}
-
-TEST_F(UdevUsbBusTest, ALaterAttachHasAGreaterNumber) {
-  machine.plug("a");
-  machine.plug("b");
+TEST_F(UdevUsbBusTest, TheHandleIsMadeOfBusAndDeviceNumberAndALaterAttachHasAGreaterNumber) {
+  comes(2);
+  machine.addUsb("3-1", 3, 127);
   const auto present = watch();
-  ASSERT_EQ(present.size(), 2U);
+  ASSERT_EQ(handlesOf(present), Handles({0x10002, 3 * 65536 + 127}));
   const auto numberOf = [](const std::shared_ptr<UsbDevice>& device) {
     return dynamic_cast<const UdevUsbDevice&>(*device).attach();
   };
@@ -66,21 +92,21 @@ TEST_F(UdevUsbBusTest, ALaterAttachHasAGreaterNumber) {
 }
 
 TEST_F(UdevUsbBusTest, InterfacesAndOtherDevicesAreNone) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
+  const auto usb = comes(2);
   const auto add = [&](const char* subsystem, const char* name, const char* type, int minor) {
-    machine.kernel.setUdevDatabase("c189:" + std::to_string(minor), {});
-    return machine.kernel.add(subsystem, name, usb, {},
-                              {{"DEVTYPE", type},
-                               {"BUSNUM", "001"},
-                               {"DEVNUM", std::to_string(minor)},
-                               {"MAJOR", "189"},
-                               {"MINOR", std::to_string(minor)}});
+    machine.setUdevDatabase("c189:" + std::to_string(minor));
+    return machine.add(subsystem, name, usb, {},
+                       {{"DEVTYPE", type},
+                        {"BUSNUM", "001"},
+                        {"DEVNUM", std::to_string(minor)},
+                        {"MAJOR", "189"},
+                        {"MINOR", std::to_string(minor)}});
   };
   add("usb", "1-2:1.0", "usb_interface", 70);
   add("net", "eth0", "usb_device", 71);
   EXPECT_EQ(onlyDevice()->handle(), 0x10002U);
-  machine.kernel.tell(add("usb", "1-2:1.1", "usb_interface", 72), "add");
-  machine.kernel.tell(add("net", "eth1", "usb_device", 73), "add");
+  machine.tell(add("usb", "1-2:1.1", "usb_interface", 72), "add");
+  machine.tell(add("net", "eth1", "usb_device", 73), "add");
   runLoopDry();
   EXPECT_TRUE(arrived.empty());
 }
@@ -97,226 +123,133 @@ TEST_F(UdevUsbBusTest, ABusThatCannotBeListenedToIsNotOpened) {
 }
 
 TEST_F(UdevUsbBusTest, ADeviceThatUdevHasNotLookedAtComesWhenItHas) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  machine.kernel.removeUdevDatabase(MockKernel::usbDatabaseId(1, 2));
+  const auto usb = comes(2);
+  machine.removeUdevDatabase(MockMachine::usbDatabaseId(1, 2));
   EXPECT_TRUE(watch().empty());
-  machine.kernel.setUdevDatabase(MockKernel::usbDatabaseId(1, 2), {});
-  machine.kernel.tell(usb, "add");
+  machine.setUdevDatabase(MockMachine::usbDatabaseId(1, 2));
+  machine.tell(usb, "add");
   runLoopDry();
-  ASSERT_EQ(arrived.size(), 1U);
-  EXPECT_EQ(arrived[0]->handle(), 0x10002U);
+  EXPECT_EQ(handlesOf(arrived), Handles({0x10002}));
 }
 
-TEST_F(UdevUsbBusTest, ADeviceThatIsToldAgainIsTheSame) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
+TEST_F(UdevUsbBusTest, ADeviceComesAndGoesOnceHoweverOftenItIsToldOf) {
+  const auto usb = comes(2);
   EXPECT_EQ(watch().size(), 1U);
-  machine.kernel.tell(usb, "add");
-  machine.kernel.tell(usb, "change");
-  machine.kernel.tell(usb, "bind");
+  for (const char* action : {"add", "change", "bind"}) {
+    machine.tell(usb, action);
+  }
   runLoopDry();
-  EXPECT_TRUE(arrived.empty());
-  EXPECT_TRUE(left.empty());
-}
-
-TEST_F(UdevUsbBusTest, ALeavingOfNobodyIsNone) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  EXPECT_EQ(watch().size(), 1U);
-  machine.kernel.tell(usb, "remove");
-  machine.kernel.tell(usb, "remove");
+  EXPECT_TRUE(arrived.empty() && left.empty());
+  machine.tell(usb, "remove");
+  machine.tell(usb, "remove");
   runLoopDry();
   EXPECT_EQ(left.size(), 1U);
 }
 
-TEST_F(UdevUsbBusTest, ADeviceWithoutNumbersIsNone) {
-  const auto path = machine.kernel.add("usb", "1-7", "", {}, {{"DEVTYPE", "usb_device"}});
+TEST_F(UdevUsbBusTest, ADeviceWithoutNumbersOrThatHasGoneBeforeItWasReadIsNone) {
+  const auto path = machine.add("usb", "1-7", "", {}, {{"DEVTYPE", "usb_device"}});
   EXPECT_TRUE(watch().empty());
-  machine.kernel.tell(path, "add");
-  runLoopDry();
-  EXPECT_TRUE(arrived.empty());
-}
-
-TEST_F(UdevUsbBusTest, ADeviceThatHasGoneBeforeItWasReadIsNone) {
-  EXPECT_TRUE(watch().empty());
+  machine.tell(path, "add");
   machine.plug("a");
   machine.pull("a");
   runLoopDry();
-  EXPECT_TRUE(arrived.empty());
-  EXPECT_TRUE(left.empty());
+  EXPECT_TRUE(arrived.empty() && left.empty());
 }
 
-TEST_F(UdevUsbBusTest, AHubIsOfAnotherClass) {
-  machine.kernel.addUsb("1-2", 1, 2, {{"bDeviceClass", "09\n"}});
-  const auto hub = onlyDevice();
-  EXPECT_EQ(hub->className(), "IOUSBHubDevice");
-  EXPECT_EQ(hub->registryName(), "IOUSBDevice");
-  EXPECT_TRUE(hub->conformsTo("IOUSBDevice"));
-}
-
-TEST_F(UdevUsbBusTest, AnEmptyProductNameIsNone) {
-  machine.kernel.addUsb("1-2", 1, 2, {{"product", "\n"}});
-  EXPECT_EQ(onlyDevice()->registryName(), "IOUSBDevice");
-}
-
-TEST_F(UdevUsbBusTest, ANameKeepsItsBlanks) {
-  machine.kernel.addUsb("1-2", 1, 2, {{"product", " HS USB FlashDisk \n"}});
-  EXPECT_EQ(onlyDevice()->registryName(), " HS USB FlashDisk ");
-}
-
-TEST_F(UdevUsbBusTest, TheNameIsKnownWhenTheDeviceHasGone) {
+TEST_F(UdevUsbBusTest, NameAndClassAreKnownWhenTheDeviceHasGoneAndItsPortIsNot) {
   machine.plug("a");
+  machine.addUsb("1-2.5", 1, 10);
   watch();
+  EXPECT_EQ(bus.portName(0x10002), "1-2");
+  EXPECT_EQ(bus.portName(0x1000A), "1-2.5");
+  EXPECT_EQ(bus.portName(0x1000B), "");
   machine.pull("a");
   runLoopDry();
   ASSERT_EQ(left.size(), 1U);
   EXPECT_EQ(left[0]->registryName(), "HS USB FlashDisk");
   EXPECT_EQ(left[0]->className(), "IOUSBDevice");
+  EXPECT_EQ(bus.portName(0x10002), "");
 }
 
-TEST_F(UdevUsbBusTest, ThePortOfAPresentDeviceHasAName) {
-  machine.kernel.addUsb("1-2.4", 1, 9, {});
-  machine.kernel.addUsb("1-2.5", 1, 10, {});
-  watch();
-  EXPECT_EQ(bus.portName(0x10009), "1-2.4");
-  EXPECT_EQ(bus.portName(0x1000A), "1-2.5");
-  EXPECT_EQ(bus.portName(0x1000B), "");
-}
-
-TEST_F(UdevUsbBusTest, ThePortIsForgottenWithTheDevice) {
+TEST_F(UdevUsbBusTest, ADiskIsFoundOnceUdevHasLookedAtItAndItHasASequenceNumber) {
   const auto& player = machine.plug("a");
-  watch();
-  EXPECT_EQ(bus.portName(0x10000 + player.number), player.port);
-  machine.pull("a");
-  runLoopDry();
-  EXPECT_EQ(bus.portName(0x10000 + player.number), "");
-}
-
-TEST_F(UdevUsbBusTest, ADiskIsFoundOnceUdevHasLookedAtIt) {
-  const auto& player = machine.plug("a");
-  machine.kernel.removeUdevDatabase("b8:16");
+  machine.addPartition(player, 1);
+  machine.removeUdevDatabase("b8:16");
   const auto device = onlyDevice();
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
+  machine.setUdevDatabase("b8:16");
+  // Without a sequence number it couldn't be guarded.
+  machine.setAttribute(player.diskPath, "diskseq", "none\n");
+  EXPECT_EQ(device->searchDiskName(), std::nullopt);
   EXPECT_FALSE(known.remembers("sdb"));
-  machine.kernel.setUdevDatabase("b8:16", {});
+  machine.setAttribute(player.diskPath, "diskseq", "7\n");
   EXPECT_EQ(device->searchDiskName(), "sdb");
-  EXPECT_EQ(known.sequenceOf({"/dev/sdb", 0x10000U + player.number}), 101U);
+  EXPECT_EQ(known.sequenceOf({"/dev/sdb", 0x10002}), 7U);
 }
 
-TEST_F(UdevUsbBusTest, AHubOwnsNoDiskOfTheDevicesBehindIt) {
-  const auto hub = machine.kernel.addUsb("1-2", 1, 2, {{"bDeviceClass", "09\n"}});
-  const auto usb = machine.kernel.addUsb("1-2.1", 1, 3, {}, hub);
-  machine.kernel.addDisk(usb, "sdb", 0, 16, "ACTIONS", 100, 7);
-  machine.kernel.setUdevDatabase("b8:16", {});
+TEST_F(UdevUsbBusTest, AHubIsOfAnotherClassAndOwnsNoDiskOfTheDevicesBehindIt) {
+  const auto hub = machine.addUsb("1-2", 1, 2, {{"bDeviceClass", "09\n"}});
+  addDisk(machine.addUnit(machine.addUsb("1-2.1", 1, 3, {}, hub), 5, 0), "sdb", 16);
   const auto present = watch();
   ASSERT_EQ(present.size(), 2U);
-  EXPECT_EQ(present[0]->handle(), 0x10002U);
+  EXPECT_EQ(present[0]->className(), "IOUSBHubDevice");
+  EXPECT_EQ(present[0]->registryName(), "IOUSBDevice");
+  EXPECT_TRUE(present[0]->conformsTo("IOUSBDevice"));
   EXPECT_EQ(present[0]->searchDiskName(), std::nullopt);
   EXPECT_EQ(present[1]->searchDiskName(), "sdb");
 }
 
-TEST_F(UdevUsbBusTest, TheLowestUnitIsThePlayer) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  machine.kernel.addDisk(usb, "sdb", 10, 16, "ACTIONS", 100, 7);
-  machine.kernel.addDisk(usb, "sdc", 9, 32, "ACTIONS", 100, 8);
-  machine.kernel.addDisk(usb, "sdd", 11, 48, "ACTIONS", 100, 9);
-  machine.kernel.setUdevDatabase("b8:16", {});
-  machine.kernel.setUdevDatabase("b8:48", {});
-  const auto device = onlyDevice();
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  machine.kernel.setUdevDatabase("b8:32", {});
-  EXPECT_EQ(device->searchDiskName(), "sdc");
-}
-
-TEST_F(UdevUsbBusTest, TheLowestUnitIsWaitedForWhileAnotherHasItsDiskAlready) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  const auto unit = machine.kernel.addUnit(usb, 5, 0, "ACTIONS ");
-  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS "), "sdb", 16, 100, 7);
-  machine.kernel.setUdevDatabase("b8:16", {});
+TEST_F(UdevUsbBusTest, TheLowestUnitIsThePlayerAndWaitedForWhileOthersHaveTheirDisksAlready) {
+  const auto usb = comes(2);
+  const auto lowest = machine.addUnit(usb, 5, 9);
+  addDisk(machine.addUnit(usb, 5, 10), "sdb", 16);
+  addDisk(machine.addUnit(usb, 5, 11), "sdd", 48);
   const auto device = onlyDevice();
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
   EXPECT_FALSE(known.remembers("sdb"));
-  machine.kernel.addDisk(unit, "sdc", 32, 100, 8);
+  machine.addDisk(lowest, "sdc", 32);
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  machine.kernel.setUdevDatabase("b8:32", {});
+  machine.setUdevDatabase("b8:32");
   EXPECT_EQ(device->searchDiskName(), "sdc");
 }
 
-TEST_F(UdevUsbBusTest, AUnitThatIsNoDiskIsNotThePlayer) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 0, "ACTIONS ", "5"), "sr0", 16, 100, 7);
-  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS "), "sdb", 32, 100, 8);
-  machine.kernel.setUdevDatabase("b8:16", {});
-  machine.kernel.setUdevDatabase("b8:32", {});
+TEST_F(UdevUsbBusTest, AUnitThatIsNoDiskOrNotConnectedIsNotThePlayer) {
+  const auto usb = comes(2);
+  addDisk(machine.addUnit(usb, 5, 0, "5"), "sr0", 16);
+  machine.addUnit(usb, 5, 1, "0", " not connected");
+  addDisk(machine.addUnit(usb, 5, 2, "14"), "sdb", 32);
   EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
-}
-
-TEST_F(UdevUsbBusTest, AUnitThatNothingIsConnectedToIsNotWaitedFor) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {});
-  machine.kernel.addUnit(usb, 5, 0, "ACTIONS ", "0", " not connected");
-  machine.kernel.addDisk(machine.kernel.addUnit(usb, 5, 1, "ACTIONS ", "14"), "sdb", 32, 100, 8);
-  machine.kernel.setUdevDatabase("b8:32", {});
-  EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
-}
-
-TEST_F(UdevUsbBusTest, APartitionIsNoDisk) {
-  auto& player = machine.plug("a");
-  machine.kernel.addPartition(player.diskPath, "sdb1", 1, 17);
-  machine.kernel.setUdevDatabase("b8:17", {});
-  EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
-}
-
-TEST_F(UdevUsbBusTest, ADiskWithoutASequenceNumberCannotBeGuardedSoItIsNone) {
-  const auto& player = machine.plug("a");
-  machine.kernel.setAttribute(player.diskPath, "diskseq", "none\n");
-  EXPECT_EQ(onlyDevice()->searchDiskName(), std::nullopt);
 }
 
 TEST_F(UdevUsbBusTest, AnotherDeviceOnThePortIsNotTakenForTheOneThatWas) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {{"product", "First\n"}});
+  const auto usb = machine.addUsb("1-2", 1, 2, {{"product", "First\n"}});
   const auto device = onlyDevice();
-  machine.kernel.remove(usb);
-  const auto again = machine.kernel.addUsb("1-2", 1, 3, {{"product", "Second\n"}});
-  machine.kernel.addDisk(again, "sdb", 0, 16, "ACTIONS", 100, 7);
-  machine.kernel.setUdevDatabase("b8:16", {});
+  machine.remove(usb);
+  const auto again = machine.addUsb("1-2", 1, 3, {{"product", "Second\n"}});
+  addDisk(machine.addUnit(again, 5, 0), "sdb", 16);
   EXPECT_EQ(device->openInterface(), nullptr);
   EXPECT_EQ(device->searchDiskName(), std::nullopt);
 }
 
-TEST_F(UdevUsbBusTest, ANameIsForgottenWhenItsLeavingHasBeenHandled) {
-  machine.plug("a");
-  onlyDevice()->searchDiskName();
-  machine.pull("a");
-  EXPECT_TRUE(known.remembers("sdb"));
-  runLoopDry();
-  ASSERT_EQ(left.size(), 1U);
-  EXPECT_FALSE(known.remembers("sdb"));
-}
-
 TEST_F(UdevUsbBusTest, StringsAreReadWhenTheDeviceIsAsked) {
-  const auto usb = machine.kernel.addUsb("1-2", 1, 2, {{"bcdDevice", "0a10\n"}});
+  const auto usb = comes(2);
   const auto device = onlyDevice();
-  machine.kernel.setAttribute(usb, "product", "Later\n");
-  machine.kernel.setAttribute(usb, "manufacturer", "M\n");
-  machine.kernel.setAttribute(usb, "serial", "S\n");
+  EXPECT_EQ(device->openInterface()->manufacturerStringIndex(), 0);
+  EXPECT_EQ(device->openInterface()->releaseNumber(), 0);
+  machine.setAttribute(usb, "bcdDevice", "0a10\n");
+  machine.setAttribute(usb, "manufacturer", "M\n");
+  machine.setAttribute(usb, "product", "Later\n");
+  machine.setAttribute(usb, "serial", "S\n");
   const auto interface = device->openInterface();
   ASSERT_NE(interface, nullptr);
   EXPECT_EQ(interface->releaseNumber(), 0x0A10);
-  std::array<std::uint8_t, 4> buffer{};
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x301, 0, 4}, buffer), 4U);
-  EXPECT_EQ(buffer[2], 'M');
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x302, 0, 4}, buffer), 4U);
-  EXPECT_EQ(buffer[2], 'L');
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x303, 0, 4}, buffer), 4U);
-  EXPECT_EQ(buffer[2], 'S');
-}
-
-TEST_F(UdevUsbBusTest, ADeviceWithoutStringsHasNoDescriptors) {
-  machine.kernel.addUsb("1-2", 1, 2, {});
-  const auto interface = onlyDevice()->openInterface();
-  ASSERT_NE(interface, nullptr);
-  EXPECT_EQ(interface->manufacturerStringIndex(), 0);
-  EXPECT_EQ(interface->productStringIndex(), 0);
-  EXPECT_EQ(interface->serialNumberStringIndex(), 0);
-  EXPECT_EQ(interface->releaseNumber(), 0);
+  const std::string firsts = "MLS";
+  for (std::uint16_t index = 0; index < firsts.size(); ++index) {
+    std::array<std::uint8_t, 4> buffer{};
+    const auto value = static_cast<std::uint16_t>(0x301 + index);
+    EXPECT_EQ(interface->deviceRequest({0x80, 6, value, 0, 4}, buffer), 4U);
+    EXPECT_EQ(buffer[2], firsts[index]);
+  }
 }
 
 TEST_F(UdevUsbBusTest, NothingIsToldOnceTheProgramIsEnding) {
@@ -336,6 +269,121 @@ TEST_F(UdevUsbBusTest, AnIteratorMayBeWalkedWhenTheBusHasGone) {
   ended.reset();
   EXPECT_EQ(all(*attach).size(), 1U);
   EXPECT_TRUE(all(*detach).empty());
+}
+
+TEST_F(UdevUsbBusTest, WhoCameAndWentAmongEventsThatWereLostIsFound) {
+  const auto first = comes(2);
+  const auto second = comes(3);
+  EXPECT_EQ(handlesOf(watch()), Handles({0x10002, 0x10003}));
+  goes(first);
+  goes(second);
+  comes(4);
+  // Another device on a port.
+  machine.addUsb("1-2", 1, 77);
+  look({kLoss});
+  EXPECT_EQ(handlesOf(left), Handles({0x10002, 0x10003}));
+  EXPECT_EQ(handlesOf(arrived), Handles({0x1004D, 0x10004}));
+}
+
+TEST_F(UdevUsbBusTest, WhatStillComesIsTakenBeforeALossIsMadeUpFor) {
+  const auto first = comes(2);
+  watch();
+  goes(first);
+  // Another device gets the number, and its coming is among what was lost.
+  comes(2);
+  look({{ENOBUFS, false}, {0, false}, kLoss});
+  EXPECT_EQ(handlesOf(left), Handles({0x10002}));
+  EXPECT_EQ(handlesOf(arrived), Handles({0x10002}));
+}
+
+TEST_F(UdevUsbBusTest, WithoutALossNobodyLooksAndThereIsRoomForALongTimeOfBeingBusy) {
+  watch();
+  comes(2);
+  look({{EAGAIN, true}});
+  comes(3);
+  look({{EINVAL, true}});
+  EXPECT_TRUE(arrived.empty());
+  EXPECT_EQ(mockCalls().bufferSizes, std::vector<int>({16 * 1024 * 1024}));
+}
+
+// Media that change while their player stays plugged in.
+class UdevMediaTest : public UdevUsbBusTest {
+ protected:
+  UdevMediaTest() {
+    machine.plug("a");
+    EXPECT_TRUE(bus.open("IOUSBDevice"));
+    find(*bus.watchAttach(&find));
+    find(*bus.watchDetach(&find));
+    bus.watchMedia([this] { ++notified; });
+  }
+
+  static void find(UsbDeviceIterator& iterator) {
+    while (const auto device = iterator.next()) {
+      device->searchDiskName();
+    }
+  }
+  void changeMedium(std::int64_t sizeMiB) {
+    machine.changeMedium(machine.player("a"), sizeMiB);
+    runLoopDry();
+  }
+
+  const DiskIdentity identity{"/dev/sdb", 0x10002};
+  int notified = 0;
+};
+
+TEST_F(UdevMediaTest, AnotherMediumIsToldOfAndIsThePlayersOnceItIsTaken) {
+  EXPECT_EQ(bus.takeMedium(identity), std::nullopt);
+  changeMedium(0);
+  EXPECT_EQ(notified, 1);
+  EXPECT_EQ(known.sequenceOf(identity), 101U);
+  EXPECT_EQ(bus.takeMedium(identity), 0);
+  EXPECT_EQ(known.sequenceOf(identity), 102U);
+  EXPECT_EQ(bus.takeMedium(identity), std::nullopt);
+  changeMedium(32);
+  EXPECT_EQ(notified, 2);
+  EXPECT_EQ(bus.takeMedium(identity), 32 * 1024 * 1024);
+}
+
+TEST_F(UdevMediaTest, OtherChangesAreNotToldOf) {
+  const auto& player = machine.player("a");
+  machine.tell(player.diskPath, "change");
+  machine.tell(player.usbPath, "change");
+  const auto inner = machine.addDisk(machine.addUnit("", 25, 0), "sdz", 400);
+  machine.tell(inner, "add");
+  machine.tell(inner, "change");
+  runLoopDry();
+  EXPECT_EQ(notified, 0);
+}
+
+TEST_F(UdevMediaTest, OnlyThePlayersOwnMediumIsTaken) {
+  changeMedium(32);
+  EXPECT_EQ(bus.takeMedium({"/dev/sdc", identity.usbHandle}), std::nullopt);
+  EXPECT_EQ(bus.takeMedium({identity.node, identity.usbHandle + 1}), std::nullopt);
+  machine.pull("a");
+  machine.plug("a");
+  EXPECT_EQ(bus.takeMedium(identity), std::nullopt);
+  EXPECT_EQ(known.sequenceOf(identity), 101U);
+}
+
+TEST_F(UdevMediaTest, ItIsNotToldOfWhileEventsAreHeld) {
+  bus.hold();
+  changeMedium(32);
+  EXPECT_EQ(notified, 0);
+  bus.resume();
+  runLoopDry();
+  EXPECT_EQ(notified, 1);
+}
+
+TEST_F(UdevMediaTest, NobodyNeedsToBeTold) {
+  bus.watchMedia({});
+  changeMedium(32);
+  EXPECT_EQ(bus.takeMedium(identity), 32 * 1024 * 1024);
+}
+
+TEST_F(UdevMediaTest, AMediumMayHaveChangedAmongEventsThatWereLost) {
+  mockCalls().looks = {{ENOBUFS, true}};
+  changeMedium(32);
+  EXPECT_EQ(notified, 1);
 }
 
 }  // namespace fillstation::test

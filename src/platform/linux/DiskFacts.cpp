@@ -54,18 +54,18 @@ std::vector<UdevDevice> devicesBelow(udev* context, udev_device* above, const ch
   return udevDevices(context, enumeration.get());
 }
 
-std::vector<BlockFacts> partitionsOf(udev* context, udev_device* disk) {
-  std::map<std::uint64_t, BlockFacts> byNumber;
+std::vector<BlockFacts> blocksOf(udev* context, udev_device* disk) {
+  std::map<std::uint64_t, BlockFacts> byNumber{{0, blockFacts(disk)}};
   for (const auto& device : devicesBelow(context, disk, "block")) {
     if (const auto number = udevNumber(udevAttribute(device.get(), "partition"))) {
       byNumber[*number] = blockFacts(device.get());
     }
   }
-  std::vector<BlockFacts> partitions;
+  std::vector<BlockFacts> blocks;
   for (auto& [number, facts] : byNumber) {
-    partitions.push_back(std::move(facts));
+    blocks.push_back(std::move(facts));
   }
-  return partitions;
+  return blocks;
 }
 
 // The last number of the unit's address "host:channel:target:unit".
@@ -98,12 +98,6 @@ UdevDevice lowestUnit(udev* context, udev_device* usb) {
 
 }  // namespace
 
-std::vector<BlockFacts> DiskFacts::blocks() const {
-  std::vector<BlockFacts> all{disk};
-  all.insert(all.end(), partitions.begin(), partitions.end());
-  return all;
-}
-
 std::optional<DiskFacts> readDisk(std::string_view name) {
   const UdevContext context(::udev_new());
   const UdevDevice disk = blockDevice(context.get(), std::string(name));
@@ -112,8 +106,7 @@ std::optional<DiskFacts> readDisk(std::string_view name) {
   }
   DiskFacts facts;
   facts.initialized = ::udev_device_get_is_initialized(disk.get()) != 0;
-  facts.disk = blockFacts(disk.get());
-  facts.partitions = partitionsOf(context.get(), disk.get());
+  facts.blocks = blocksOf(context.get(), disk.get());
   facts.sequence = udevNumber(udevAttribute(disk.get(), "diskseq"));
   facts.usbHandle = usbHandleOf(usbDeviceAbove(disk.get()));
   // The disk's parent is its unit.

@@ -17,6 +17,14 @@ struct FileSystemFacts {
   std::optional<std::string> label;  // decoded; none when there is none
 };
 
+// The node's path of a disk or partition, and the name in one ("sdb" of "/dev/sdb"); a name is its
+// own.
+inline constexpr std::string_view kDeviceFolder = "/dev/";
+inline std::string nodeOf(const std::string& name) { return std::string(kDeviceFolder) + name; }
+inline std::string diskNameOf(std::string_view node) {
+  return std::string(node.substr(node.starts_with(kDeviceFolder) ? kDeviceFolder.size() : 0));
+}
+
 // A disk or a partition.
 struct BlockFacts {
   std::string name;  // "sdb", "sdb1"
@@ -26,17 +34,15 @@ struct BlockFacts {
 
 // What the kernel and udev know of a whole disk at one moment. A plain value.
 struct DiskFacts {
-  bool initialized = false;  // udev has looked at it
-  BlockFacts disk;
-  std::vector<BlockFacts> partitions;      // by number
+  bool initialized = false;                // udev has looked at it
+  std::vector<BlockFacts> blocks;          // the disk itself, then its partitions by number
   std::optional<std::uint64_t> sequence;   // another one for every disk and medium of the name
   std::optional<std::uint32_t> usbHandle;  // of the nearest USB device above; none without one
   std::string unit;                        // its address; empty for none
   std::optional<std::string> vendor;       // without padding
   std::int64_t size = 0;                   // bytes
 
-  // The disk and its partitions.
-  std::vector<BlockFacts> blocks() const;
+  const std::string& name() const { return blocks.front().name; }  // "sdb"
 };
 
 // Reads them; none when there is no whole disk of that name ("sdb"). Any thread.

@@ -4,13 +4,6 @@
 
 namespace fillstation {
 
-namespace {
-
-constexpr std::string_view kDeviceFolder = "/dev/";
-constexpr std::string_view kPlayerVendor = "ACTIONS";
-
-}  // namespace
-
 void KnownDisks::found(std::size_t attach, const DiskFacts& disk) {
   const std::scoped_lock guard(lock_);
   byAttach_[attach] = disk;
@@ -39,13 +32,13 @@ std::optional<DiskFacts> KnownDisks::newMedium(std::size_t attach) const {
 std::optional<std::string> KnownDisks::diskName(std::size_t attach) const {
   const std::scoped_lock guard(lock_);
   const auto known = byAttach_.find(attach);
-  return known != byAttach_.end() ? std::optional(known->second.disk.name) : std::nullopt;
+  return known != byAttach_.end() ? std::optional(known->second.name()) : std::nullopt;
 }
 
 bool KnownDisks::remembers(const std::string& diskName) const {
   const std::scoped_lock guard(lock_);
   return std::any_of(byAttach_.begin(), byAttach_.end(),
-                     [&diskName](const auto& known) { return known.second.disk.name == diskName; });
+                     [&diskName](const auto& known) { return known.second.name() == diskName; });
 }
 
 std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity) const {
@@ -55,11 +48,8 @@ std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity
       std::find_if(byAttach_.rbegin(), byAttach_.rend(), [&identity](const auto& candidate) {
         return candidate.second.usbHandle == identity.usbHandle;
       });
-  if (known == byAttach_.rend() ||
-      identity.node != std::string(kDeviceFolder) + known->second.disk.name) {
-    return std::nullopt;
-  }
-  return known->second.sequence;
+  const bool isKnown = known != byAttach_.rend() && identity.node == nodeOf(known->second.name());
+  return isKnown ? known->second.sequence : std::nullopt;
 }
 
 void KnownDisks::willWipe(const DiskIdentity& identity) {
@@ -67,12 +57,12 @@ void KnownDisks::willWipe(const DiskIdentity& identity) {
   if (!sequence) {
     return;
   }
-  const auto facts = readDisk(identity.node.substr(kDeviceFolder.size()));
+  const auto facts = readDisk(diskNameOf(identity.node));
   const std::scoped_lock guard(lock_);
   auto& wiped = wiped_[*sequence];
   wiped.before = wiped.now;
   auto& identifiers = wiped.now ? *wiped.now : wiped.now.emplace();
-  for (const auto& block : facts ? facts->blocks() : std::vector<BlockFacts>()) {
+  for (const auto& block : facts ? facts->blocks : std::vector<BlockFacts>()) {
     if (block.fileSystem) {
       identifiers.insert(block.fileSystem->identifier);
     }
@@ -93,29 +83,6 @@ bool KnownDisks::isWiped(std::uint64_t sequence, const FileSystemFacts& fileSyst
   return wiped != wiped_.end() && wiped->second.now &&
          (fileSystem.type != "vfat" || fileSystem.identifier.empty() ||
           wiped->second.now->contains(fileSystem.identifier));
-}
-
-std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,
-                                        const std::optional<std::uint64_t>& sequence,
-                                        const std::optional<DiskFacts>& facts,
-                                        const KnownDisks& known) {
-  if (expected.node != std::string(kDeviceFolder) + diskName) {
-    return "The disk is not the one that was asked for.";
-  }
-  if (!facts) {
-    return "The disk has gone.";
-  }
-  if (facts->usbHandle != expected.usbHandle) {
-    return "The disk belongs to another USB device.";
-  }
-  const auto remembered = known.sequenceOf(expected);
-  if (!remembered || facts->sequence != remembered || sequence != remembered) {
-    return "Another disk has taken the name.";
-  }
-  if (facts->vendor != kPlayerVendor) {
-    return "The disk is not a player's.";
-  }
-  return std::nullopt;
 }
 
 }  // namespace fillstation

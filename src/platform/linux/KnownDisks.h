@@ -61,12 +61,4 @@ class KnownDisks {
   std::map<std::uint64_t, Wiped> wiped_;
 };
 
-// Why the disk of that name, of which these facts (none if it has gone) are known, is not the
-// player that a request is meant for; none when it is. `sequence` is that of the disk that the
-// request was made with. Any thread.
-std::optional<std::string> guardAgainst(const DiskIdentity& expected, const std::string& diskName,
-                                        const std::optional<std::uint64_t>& sequence,
-                                        const std::optional<DiskFacts>& facts,
-                                        const KnownDisks& known);
-
 }  // namespace fillstation

@@ -1,8 +1,15 @@
 #include "LinuxDisk.h"
 
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <scsi/sg.h>
+#include <sys/ioctl.h>
+
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "FileHandle.h"
 #include "Url.h"
 #include "Utf8.h"
 
@@ -12,6 +19,13 @@ namespace {
 
 // What a FAT boot sector says in place of a label.
 constexpr const char* kNoLabel = "NO NAME";
+
+constexpr std::string_view kPlayerVendor = "ACTIONS";
+
+// START STOP UNIT with "load or eject" set and "start" clear.
+constexpr unsigned char kStartStopUnit = 0x1B;
+constexpr unsigned char kEjectMedium = 0x02;
+constexpr unsigned int kTimeOut = 30'000;  // milliseconds
 
 std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
   if (!fileSystem.label && fileSystem.type == "vfat") {
@@ -24,7 +38,7 @@ std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
 }  // namespace
 
 std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known) {
-  auto blocks = disk.blocks();
+  auto blocks = disk.blocks;
   // mkfs.fat gives a fixed disk a table of one partition that starts where the disk does: the file
   // system is on both then, and UDisks2 mounts no disk that has partitions.
   std::rotate(blocks.begin(), blocks.begin() + 1, blocks.end());
@@ -60,6 +74,44 @@ std::optional<DiskDescription> LinuxDisk::copyDescription() {
     }
   }
   return description;
+}
+
+LinuxDisk::Check LinuxDisk::checkFor(const DiskIdentity& player) const {
+  auto facts = readDisk(name_);
+  const auto known = known_.sequenceOf(player);
+  if (player.node != nodeOf(name_)) {
+    return {std::nullopt, "The disk is not the one that was asked for."};
+  }
+  if (!facts) {
+    return {std::nullopt, "The disk has gone."};
+  }
+  if (facts->usbHandle != player.usbHandle) {
+    return {std::nullopt, "The disk belongs to another USB device."};
+  }
+  if (!known || facts->sequence != known || sequence_ != known) {
+    return {std::nullopt, "Another disk has taken the name."};
+  }
+  if (facts->vendor != kPlayerVendor) {
+    return {std::nullopt, "The disk is not a player's."};
+  }
+  return {std::move(facts), {}};
+}
+
+bool LinuxDisk::stopUnit() const {
+  const FileHandle unit(::open(nodeOf(name_).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  std::uint64_t present = 0;
+  if (!unit || ::ioctl(unit.get(), BLKGETDISKSEQ, &present) != 0 || present != sequence_) {
+    return false;
+  }
+  std::array<unsigned char, 6> command{kStartStopUnit, 0, 0, 0, kEjectMedium, 0};
+  sg_io_hdr request{};
+  request.interface_id = 'S';
+  request.dxfer_direction = SG_DXFER_NONE;
+  request.cmd_len = command.size();
+  request.cmdp = command.data();
+  request.timeout = kTimeOut;
+  return ::ioctl(unit.get(), SG_IO, &request) == 0 && request.status == 0 &&
+         request.host_status == 0;
 }
 
 }  // namespace fillstation

@@ -25,6 +25,18 @@ class LinuxDisk : public Disk {
 
   std::optional<DiskDescription> copyDescription() override;
 
+  // Whether this disk is that player: what it is now, or why it is not (any more).
+  struct Check {
+    std::optional<DiskFacts> disk;
+    std::string objection;
+  };
+  Check checkFor(const DiskIdentity& player) const;
+
+  // Has the disk's unit eject its medium, past every drive object. False when another disk has
+  // taken the name, when the user may not open the node (as most may not) or when the unit refuses.
+  // May take seconds.
+  bool stopUnit() const;
+
   const std::string& name() const { return name_; }
   // The kernel's sequence number of the disk that this object stands for.
   std::optional<std::uint64_t> sequence() const { return sequence_; }

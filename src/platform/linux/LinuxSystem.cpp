@@ -1,26 +1,22 @@
 #include "LinuxSystem.h"
 
-#include "UDisksSession.h"
+#include <unistd.h>
+
+#include "Format.h"
 
 namespace fillstation {
 
 LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& places)
-    : parts_(places.parts),
+    : places_(places),
       log_(services.log),
       mounts_(places.mountTable),
       client_(places.connect, services.log),
-      diskServices_{services.mainThread,
-                    services.workers,
-                    services.log,
-                    known_,
-                    mounts_,
-                    client_,
-                    &stopScsiUnit,
-                    {}},
+      diskServices_{
+          services.mainThread, services.workers, services.log, known_, mounts_, client_, {}},
       order_(services.mainThread),
       bus_(known_, services.stop),
       scriptRunner_(
-          places.parts.agent,
+          places.agent,
           [this](const DiskIdentity& player) {
             // From here on nothing that the system says of the old content may be taken for the new
             // one.
@@ -28,27 +24,32 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
             return known_.sequenceOf(player);
           },
           [this](const DiskIdentity& player) { known_.spared(player); }),
-      owner_(known_, mounts_,
-             [this] { return std::make_shared<UDisksSession>(diskServices_, order_); },
-             services.stop, {}),
+      owner_(known_, mounts_, [this] { return createSession(); }, services.stop, {}),
       fileManager_(owner_, services.stop,
                    [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
       wakefulness_(places.connect, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {
   installed.usbBus = &bus_;
-  installed.createDiskSession = [this] {
-    return std::make_shared<UDisksSession>(diskServices_, order_);
-  };
+  installed.createDiskSession = [this] { return createSession(); };
   installed.scriptRunner = &scriptRunner_;
   installed.fileManager = &fileManager_;
   installed.systemLog = &log_;
   installed.wakefulness = &wakefulness_;
-  for (const auto& line : missingParts(parts_)) {
-    log_.write(line);
+  logWhatIsMissing();
+  // Before the first player comes; the client writes it down if that fails.
+  client_.wake();
+}
+
+void LinuxSystem::logWhatIsMissing() const {
+  if (::access(places_.udev.c_str(), F_OK) != 0) {
+    log_.write("udev isn't running: no player will be seen.\n");
   }
-  // Wakes UDisks2 before the first player comes; the client writes it down if that fails.
-  client_.getObjects([](const UDisksFailure* /*failure*/, const QVariantList& /*objects*/) {});
+  for (const auto& program : {places_.pkexec, places_.agent}) {
+    if (::access(program.c_str(), X_OK) != 0) {
+      log_.write(formatText("%@ is missing: no player can be formatted.\n", program));
+    }
+  }
 }
 
 }  // namespace fillstation

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "DiskOrder.h"
-#include "DiskServices.h"
 #include "KnownDisks.h"
 #include "LinuxVolumeOwner.h"
 #include "LogindWakefulness.h"
@@ -14,10 +13,9 @@
 #include "PolkitScriptRunner.h"
 #include "PosixFileManager.h"
 #include "QtMainThread.h"
-#include "ScsiUnit.h"
 #include "StopSource.h"
-#include "SystemParts.h"
 #include "UDisksClient.h"
+#include "UDisksSession.h"
 #include "UdevUsbBus.h"
 
 namespace fillstation {
@@ -32,7 +30,9 @@ struct LinuxServices {
 
 // Where it finds the system.
 struct LinuxPlaces {
-  SystemParts parts;
+  std::string agent;                       // our own program, see agentOf()
+  std::string udev = "/run/udev/control";  // there while udev runs
+  std::string pkexec = "/usr/bin/pkexec";
   BusConnector connect = [](const QString& name) {
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
   };
@@ -51,7 +51,12 @@ class LinuxSystem {
   void installInto(Platform& installed);
 
  private:
-  const SystemParts parts_;
+  std::shared_ptr<DiskSession> createSession() {
+    return std::make_shared<UDisksSession>(diskServices_, order_);
+  }
+  void logWhatIsMissing() const;
+
+  const LinuxPlaces places_;
   SystemLog& log_;
   KnownDisks known_;
   MountTable mounts_;

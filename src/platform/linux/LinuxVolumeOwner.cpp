@@ -16,27 +16,20 @@ namespace {
 // How often a wait looks for the end of the program.
 constexpr std::chrono::milliseconds kLook{50};
 
-std::string nameOf(const DiskIdentity& owner) {
-  return owner.node.substr(owner.node.rfind('/') + 1);
-}
-
 }  // namespace
 
 std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
                                                          const std::string& mountPath,
                                                          const DiskIdentity& owner) {
-  const std::string name = nameOf(owner);
-  const auto facts = readDisk(name);
+  const auto facts = LinuxDisk(diskNameOf(owner.node), known_, mounts_).checkFor(owner).disk;
   struct stat root {};
-  if (guardAgainst(owner, name, known_.sequenceOf(owner), facts, known_) ||
-      ::fstat(rootDescriptor, &root) != 0) {
+  if (!facts || ::fstat(rootDescriptor, &root) != 0) {
     return nullptr;
   }
-  const auto blocks = facts->blocks();
   const auto points = mounts_.mountPoints(root.st_dev);
-  const bool isDisks = std::any_of(blocks.begin(), blocks.end(), [&root](const auto& block) {
-    return block.number == root.st_dev;
-  });
+  const bool isDisks =
+      std::any_of(facts->blocks.begin(), facts->blocks.end(),
+                  [&root](const auto& block) { return block.number == root.st_dev; });
   const bool isMount = std::find(points.begin(), points.end(),
                                  PosixVolume::withoutEndingSlash(mountPath)) != points.end();
   return isDisks && isMount ? std::make_shared<VolumeMedium>() : nullptr;
@@ -48,7 +41,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
   const auto disk = session->diskFromName(owner.node);
   bool unmounted = false;
   for (int attempt = 0; attempt < patience_.attempts && !unmounted; ++attempt) {
-    if (!readDisk(nameOf(owner)) || (attempt > 0 && !stop_.waitFor(patience_.pause))) {
+    if (!readDisk(diskNameOf(owner.node)) || (attempt > 0 && !stop_.waitFor(patience_.pause))) {
       return std::nullopt;
     }
     unmounted = carriedOut(&DiskSession::unmount, *session, disk, owner);
@@ -67,7 +60,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
 }
 
 std::vector<std::string> LinuxVolumeOwner::mountPoints(const DiskIdentity& owner) const {
-  const auto facts = readDisk(nameOf(owner));
+  const auto facts = readDisk(diskNameOf(owner.node));
   const auto volume = facts ? volumeOn(*facts, known_) : std::nullopt;
   return volume ? mounts_.mountPoints(volume->number) : std::vector<std::string>();
 }

@@ -1,15 +1,18 @@
 #include "UDisksClient.h"
 
+#include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QMap>
 #include <QVariantMap>
 #include <limits>
-#include <utility>
+#include <map>
 
+#include "DiskFacts.h"
 #include "Format.h"
-#include "UDisksNames.h"
 
 namespace fillstation {
 
@@ -20,44 +23,139 @@ constexpr const char* kConnectionName = "fillstation-udisks";
 // What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
 constexpr int kNoTimeOut = std::numeric_limits<int>::max();
 
+// UDisks2's own names.
+constexpr const char* kUDisks = "org.freedesktop.UDisks2";
+constexpr const char* kUDisksRoot = "/org/freedesktop/UDisks2";
+constexpr const char* kBlockInterface = "org.freedesktop.UDisks2.Block";
+constexpr const char* kDriveInterface = "org.freedesktop.UDisks2.Drive";
+constexpr const char* kFilesystemInterface = "org.freedesktop.UDisks2.Filesystem";
+// An option of every method: refuse rather than ask the user for a password.
+constexpr const char* kNoUserInteraction = "auth.no_user_interaction";
+
+using Interfaces = QMap<QString, QVariantMap>;
+using Objects = QMap<QDBusObjectPath, Interfaces>;
+
+std::string blockPath(const std::string& blockName) {
+  return std::string(kUDisksRoot) + "/block_devices/" + blockName;
+}
+
+QVariant propertyOf(const Interfaces& interfaces, const char* interface, const char* name) {
+  return interfaces.value(QString::fromLatin1(interface)).value(QString::fromLatin1(name));
+}
+
+// "/" for none.
+QDBusObjectPath drivePathOf(const Interfaces& interfaces) {
+  return propertyOf(interfaces, kBlockInterface, "Drive").value<QDBusObjectPath>();
+}
+
+// The node's path has a NUL behind.
+std::string blockNameOf(const Interfaces& interfaces) {
+  return diskNameOf(propertyOf(interfaces, kBlockInterface, "Device").toByteArray().constData());
+}
+
+std::optional<DriveFacts> driveOf(const std::string& blockName, const QVariantList& objects) {
+  const auto all = qdbus_cast<Objects>(objects.value(0));
+  const QDBusObjectPath block(QString::fromStdString(blockPath(blockName)));
+  const QDBusObjectPath path = drivePathOf(all.value(block));
+  if (!all.contains(path)) {
+    return std::nullopt;
+  }
+  DriveFacts drive{path.path().toStdString(),
+                   propertyOf(all.value(path), kDriveInterface, "Ejectable").toBool(),
+                   propertyOf(all.value(path), kDriveInterface, "CanPowerOff").toBool(),
+                   {}};
+  for (const auto& interfaces : all) {
+    if (drivePathOf(interfaces) == path) {
+      drive.blockNames.push_back(blockNameOf(interfaces));
+    }
+  }
+  return drive;
+}
+
 }  // namespace
 
+UDisksError udisksErrorOf(std::string_view name) {
+  static const std::map<std::string_view, UDisksError> kMeanings{
+      {"org.freedesktop.UDisks2.Error.AlreadyMounted", UDisksError::alreadyMounted},
+      {"org.freedesktop.UDisks2.Error.NotMounted", UDisksError::notMounted},
+      {"org.freedesktop.UDisks2.Error.DeviceBusy", UDisksError::refused},
+      {"org.freedesktop.UDisks2.Error.Failed", UDisksError::refused},
+      {"org.freedesktop.UDisks2.Error.NotAuthorized", UDisksError::refused},
+      {"org.freedesktop.DBus.Error.UnknownMethod", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.UnknownObject", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.UnknownInterface", UDisksError::notThere},
+      {"org.freedesktop.DBus.Error.ServiceUnknown", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.NoReply", UDisksError::serviceGone},
+      {"org.freedesktop.DBus.Error.Disconnected", UDisksError::serviceGone},
+  };
+  // What starting the service on demand may fail with begins with this.
+  if (name.starts_with("org.freedesktop.DBus.Error.Spawn.")) {
+    return UDisksError::serviceGone;
+  }
+  const auto meaning = kMeanings.find(name);
+  return meaning != kMeanings.end() ? meaning->second : UDisksError::unknown;
+}
+
+void UDisksClient::wake() {
+  getObjects([](const auto* /*failure*/, const auto& /*objects*/) {});
+}
+
+void UDisksClient::mount(const std::string& blockName, Done done) {
+  call(blockPath(blockName), kFilesystemInterface, "Mount", std::move(done));
+}
+
+void UDisksClient::unmount(const std::string& blockName, Done done) {
+  call(blockPath(blockName), kFilesystemInterface, "Unmount", std::move(done));
+}
+
+void UDisksClient::findDrive(const std::string& blockName, DriveFound found) {
+  getObjects([blockName, found = std::move(found)](const auto* failure, const auto& objects) {
+    found(failure, driveOf(blockName, objects));
+  });
+}
+
+void UDisksClient::powerOff(const DriveFacts& drive, Done done) {
+  call(drive.path, kDriveInterface, "PowerOff", std::move(done));
+}
+
+void UDisksClient::eject(const DriveFacts& drive, Done done) {
+  call(drive.path, kDriveInterface, "Eject", std::move(done));
+}
+
+void UDisksClient::getObjects(Answered answered) {
+  send(kUDisksRoot, "org.freedesktop.DBus.ObjectManager", "GetManagedObjects", {},
+       std::move(answered));
+}
+
 void UDisksClient::call(const std::string& path, const char* interface, const char* method,
-                        Callback callback) {
-  const QVariantMap options{{QString::fromLatin1(udisks::kNoUserInteraction), true}};
-  send(path, interface, method, {options}, std::move(callback));
-}
-
-void UDisksClient::getObjects(Callback callback) {
-  send(udisks::kRoot, udisks::kObjectManager, udisks::kGetManagedObjects, {}, std::move(callback));
-}
-
-std::string UDisksClient::blockPath(const std::string& blockName) {
-  return udisks::kBlockPrefix + blockName;
+                        Done done) {
+  const QVariantMap options{{QString::fromLatin1(kNoUserInteraction), true}};
+  send(path, interface, method, {options},
+       [done = std::move(done)](const auto* failure, const auto& /*values*/) { done(failure); });
 }
 
 void UDisksClient::send(const std::string& path, const char* interface, const char* method,
-                        const QVariantList& arguments, Callback callback) {
-  auto message = QDBusMessage::createMethodCall(
-      QString::fromLatin1(udisks::kService), QString::fromStdString(path),
-      QString::fromLatin1(interface), QString::fromLatin1(method));
+                        const QVariantList& arguments, Answered answered) {
+  auto message =
+      QDBusMessage::createMethodCall(QString::fromLatin1(kUDisks), QString::fromStdString(path),
+                                     QString::fromLatin1(interface), QString::fromLatin1(method));
   message.setArguments(arguments);
   auto* const watcher =
       new QDBusPendingCallWatcher(connected().asyncCall(message, kNoTimeOut), &calls_);
-  const auto answered = [this, watcher, callback = std::move(callback)] {
+  const auto finished = [this, watcher, answered = std::move(answered)] {
     watcher->deleteLater();
     if (watcher->isError()) {
       const UDisksFailure failure = failureOf(watcher->error());
-      callback(&failure, {});
+      answered(&failure, {});
     } else {
-      callback(nullptr, watcher->reply().arguments());
+      answered(nullptr, watcher->reply().arguments());
     }
   };
   if (watcher->isFinished()) {
     // Without a bus nobody will ever tell.
-    QMetaObject::invokeMethod(watcher, answered, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(watcher, finished, Qt::QueuedConnection);
   } else {
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, answered);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, finished);
   }
 }
 

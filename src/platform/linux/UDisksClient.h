@@ -7,17 +7,39 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "SystemLog.h"
-#include "UDisksError.h"
 
 namespace fillstation {
+
+// What an error reply of UDisks2, or of the bus in its place, means to us.
+enum class UDisksError {
+  alreadyMounted,
+  notMounted,
+  refused,      // busy, failed or not allowed: the message says it
+  notThere,     // the object has gone, or has no such interface (yet)
+  serviceGone,  // UDisks2 can't be reached, or died before it answered
+  unknown,
+};
+
+// The meaning of an error's D-Bus name. Any thread.
+UDisksError udisksErrorOf(std::string_view name);
 
 // Why a call failed.
 struct UDisksFailure {
   UDisksError error = UDisksError::unknown;
   std::string text;  // the error's name and message, as they came
+};
+
+// A drive object of UDisks2. Sticks with equal or missing serial numbers share one. A plain value.
+struct DriveFacts {
+  std::string path;  // its object
+  bool ejectable;
+  bool canPowerOff;
+  std::vector<std::string> blockNames;  // of everything that has this drive: "sdb", "sdb1"
 };
 
 // Opens a connection of that name to the bus where UDisks2 is; one that isn't connected when there
@@ -27,28 +49,39 @@ using BusConnector = std::function<QDBusConnection(const QString& name)>;
 // Calls to UDisks2: asynchronous, without a time-out, and refused rather than asking the user for
 // anything. A bus that has gone is looked for anew at each call, and UDisks2 itself is started by
 // the bus. A service that can't be reached and errors that nobody knows are logged here, raw. Main
-// thread; the log outlives it. Replies that come after its end are dropped.
+// thread; the log outlives it. Callbacks never run inside the call; replies that come after the end
+// of the client are dropped.
 class UDisksClient {
  public:
-  // Null on success; the values of the reply.
-  using Callback = std::function<void(const UDisksFailure* failure, const QVariantList& values)>;
+  // The failure is null on success.
+  using Done = std::function<void(const UDisksFailure* failure)>;
+  // The drive is none on failure, too.
+  using DriveFound =
+      std::function<void(const UDisksFailure* failure, const std::optional<DriveFacts>& drive)>;
 
   UDisksClient(BusConnector connect, SystemLog& log) : connect_(std::move(connect)), log_(log) {}
   ~UDisksClient() { disconnect(); }
   UDisksClient(const UDisksClient&) = delete;
   UDisksClient& operator=(const UDisksClient&) = delete;
 
-  // Calls a method that takes nothing but options. The callback never runs inside the call.
-  void call(const std::string& path, const char* interface, const char* method, Callback callback);
-  // Asks for all objects.
-  void getObjects(Callback callback);
-
-  // The object of a block device ("sdb1").
-  static std::string blockPath(const std::string& blockName);
+  // Has the bus start UDisks2.
+  void wake();
+  // Mount, and take one mount away of, what is on a block device ("sdb1").
+  void mount(const std::string& blockName, Done done);
+  void unmount(const std::string& blockName, Done done);
+  // Looks for the drive of a block device; none when it has none.
+  void findDrive(const std::string& blockName, DriveFound found);
+  void powerOff(const DriveFacts& drive, Done done);
+  void eject(const DriveFacts& drive, Done done);
 
  private:
+  using Answered = std::function<void(const UDisksFailure* failure, const QVariantList& values)>;
+
+  void getObjects(Answered answered);
+  // Calls a method that takes nothing but options.
+  void call(const std::string& path, const char* interface, const char* method, Done done);
   void send(const std::string& path, const char* interface, const char* method,
-            const QVariantList& arguments, Callback callback);
+            const QVariantList& arguments, Answered answered);
   const QDBusConnection& connected();
   void disconnect();
   UDisksFailure failureOf(const QDBusError& error);

@@ -1,32 +1,66 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string_view>
 
 #include "DiskOrder.h"
-#include "DiskServices.h"
 #include "DiskSession.h"
+#include "KnownDisks.h"
+#include "MountTable.h"
+#include "QtMainThread.h"
+#include "SystemLog.h"
+#include "UDisksClient.h"
+#include "Workers.h"
 
 namespace fillstation {
 
-// The disks of this machine through UDisks2. Any thread; services and order, which all sessions
-// share, outlive it and its requests.
+// How long a mount waits for the system to notice the fresh file system: it looks at once and then
+// after each pause, 30 seconds in all.
+struct MountPatience {
+  std::chrono::milliseconds pause{250};
+  int pauses = 120;
+};
+
+// What the requests to disks work with. All of it outlives them.
+struct DiskServices {
+  QtMainThread& mainThread;
+  Workers& workers;
+  SystemLog& log;
+  KnownDisks& known;
+  const MountTable& mounts;
+  UDisksClient& client;
+  MountPatience patience;
+};
+
+// The disks of this machine through UDisks2. Before anything that changes a disk a request looks
+// whether it still is the player's. Any thread; services and order, which all sessions share,
+// outlive it and its requests.
 class UDisksSession : public DiskSession {
  public:
   UDisksSession(const DiskServices& services, DiskOrder& order)
       : services_(services), order_(order) {}
 
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
+  // Mounts the volume as soon as the system knows the one that is to be: after a wipe that is the
+  // fresh one. A volume that is mounted already is a success.
   void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
              Completion completion) override;
+  // Unmounts every file system on the disk and its partitions, wherever they are mounted. A disk
+  // where nothing is mounted is a success.
   void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                Completion completion) override;
+  // Unmounts the disk, then powers its drive off, or ejects it where that can't be. A drive that
+  // other USB devices share is left alone, for it can't be said whom it would hit: then the unit is
+  // stopped by itself if the user may, and a line in the log says how it ended.
   void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
              Completion completion) override;
 
  private:
-  template <class Request>
-  void request(const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
+  class Request;
+  using Run = void (Request::*)();
+
+  void request(Run run, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
                Completion completion);
 
   const DiskServices& services_;

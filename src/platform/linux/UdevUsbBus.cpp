@@ -148,7 +148,7 @@ void UdevUsbBus::notifyOfMedia() {
 std::optional<std::int64_t> UdevUsbBus::takeMedium(const DiskIdentity& player) {
   const auto device = present(player.usbHandle);
   const auto disk = device ? disks_.newMedium(device->attach()) : std::nullopt;
-  if (!disk || player.node != "/dev/" + disk->disk.name) {
+  if (!disk || player.node != nodeOf(disk->name())) {
     return std::nullopt;
   }
   disks_.found(device->attach(), *disk);
