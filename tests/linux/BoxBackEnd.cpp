@@ -24,11 +24,7 @@ std::string lastPart(const std::string& path) { return path.substr(path.rfind('/
 
 BoxBackEnd::BoxBackEnd()
     : polkit_(
-          "/run/box/agent",
-          [this](const DiskIdentity& player) {
-            known.willWipe(player);
-            return known.sequenceOf(player);
-          },
+          "/run/box/agent", [this](const DiskIdentity& player) { return known.willWipe(player); },
           [this](const DiskIdentity& player) { known.spared(player); }) {
   platform().workers = &workers;
   udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };

@@ -52,10 +52,10 @@ std::optional<std::uint64_t> KnownDisks::sequenceOf(const DiskIdentity& identity
   return isKnown ? known->second.sequence : std::nullopt;
 }
 
-void KnownDisks::willWipe(const DiskIdentity& identity) {
+std::optional<std::uint64_t> KnownDisks::willWipe(const DiskIdentity& identity) {
   const auto sequence = sequenceOf(identity);
   if (!sequence) {
-    return;
+    return sequence;
   }
   const auto facts = readDisk(diskNameOf(identity.node));
   const std::scoped_lock guard(lock_);
@@ -67,6 +67,7 @@ void KnownDisks::willWipe(const DiskIdentity& identity) {
       identifiers.insert(block.fileSystem->identifier);
     }
   }
+  return sequence;
 }
 
 void KnownDisks::spared(const DiskIdentity& identity) {

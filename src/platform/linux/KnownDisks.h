@@ -38,8 +38,8 @@ class KnownDisks {
   std::optional<std::uint64_t> sequenceOf(const DiskIdentity& identity) const;
 
   // To be called right before a player is wiped: from now on the file systems that the system knows
-  // on it are the old ones, whoever still reports them.
-  void willWipe(const DiskIdentity& identity);
+  // on it are the old ones, whoever still reports them. Its sequence number, as above.
+  std::optional<std::uint64_t> willWipe(const DiskIdentity& identity);
 
   // The latest wipe that was announced for this player has not begun: what was on it still is.
   void spared(const DiskIdentity& identity);

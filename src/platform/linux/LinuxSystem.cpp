@@ -17,12 +17,8 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
       bus_(known_, services.stop),
       scriptRunner_(
           places.agent,
-          [this](const DiskIdentity& player) {
-            // From here on nothing that the system says of the old content may be taken for the new
-            // one.
-            known_.willWipe(player);
-            return known_.sequenceOf(player);
-          },
+          // From here on nothing that the system says of the old content may be taken for the new.
+          [this](const DiskIdentity& player) { return known_.willWipe(player); },
           [this](const DiskIdentity& player) { known_.spared(player); }),
       owner_(known_, mounts_, [this] { return createSession(); }, services.stop, {}),
       fileManager_(owner_, services.stop,
