@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ChildProcess.h"
+#include "DiskCases.h"
 #include "PolkitScriptRunner.h"
 #include "TempFolder.h"
 
@@ -19,6 +20,7 @@ constexpr auto kWipe = PlayerCommand::wipe;
 constexpr auto kFormat = PlayerCommand::format;
 constexpr const char* kGone = "The device has gone.";
 constexpr const char* kMounted = "The disk is mounted.";
+constexpr const char* kNoPlayer = "The disk is not a player.";
 constexpr const char* kInUse = "The disk is in use.";
 const std::string kMarked(65536, 'x');  // what a node holds at first
 
@@ -182,17 +184,17 @@ TEST_F(ScriptGuardTest, ANameThatLeadsToAnotherDiskIsRefused) {
 }
 
 TEST_F(ScriptGuardTest, AnotherDiskOfThatNameIsRefused) {
-  sh("echo 78 >$disk/diskseq");
-  expectUntouched(kGone);
-}
-
-TEST_F(ScriptGuardTest, AnotherVendorIsRefused) {
-  for (const char* vendor : {"ACTION  ", "ACTIONSX", " ACTIONS", "actions ", ""}) {
-    sh(std::string("echo '") + vendor + "' >$scsi/vendor");
-    expectUntouched("The disk is not a player.");
+  for (const auto& found : diskCases()) {
+    SCOPED_TRACE(found.what);
+    sh("echo " + std::to_string(1 + found.bus) + " >$usb/busnum; echo " +
+       std::to_string(12 + found.device) + " >$usb/devnum; echo '" + found.vendor +
+       "' >$scsi/vendor; rm -f $disk/diskseq" +
+       (found.sequence ? "; echo " + std::to_string(77 + *found.sequence) + " >$disk/diskseq"
+                       : ""));
+    if (!found.isPlayer()) {
+      expectUntouched(found.isActions() ? kGone : kNoPlayer);
+    }
   }
-  sh("rm $scsi/vendor");
-  expectUntouched("The disk is not a player.");
 }
 
 TEST_F(ScriptGuardTest, AMountedDiskIsRefused) {
@@ -223,11 +225,9 @@ TEST_F(ScriptGuardTest, ASystemThatIsNotAsItWasIsRefused) {
       {"chmod 0600 dev/sdz", kGone},
       {"rm sys/dev/block/8:400", kGone},
       {"rm -r $disk", kGone},
-      {"rm $disk/diskseq", kGone},
-      {"echo 2 >$usb/busnum", kGone},
-      {"echo 13 >$usb/devnum", kGone},
       {"echo 1 >$usb/sdz/busnum; echo 14 >$usb/sdz/devnum", kGone},  // the nearest device counts
       {"rm $usb/busnum $usb/../busnum", kGone},
+      {"rm $scsi/vendor", kNoPlayer},
       {"partition sdz1 8:401; partition sdz2 259:7; mounted 259:7 somewhere", kMounted},
       {"partition sdz1 8:401; mounted 0:51 /dev/sdz1", kMounted},
       {"partition sdz1 8:401; ln -s ../../dm-0 $disk/sdz1/holders/dm-0", kInUse}};
