@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -135,8 +136,8 @@ TEST_F(LeaveProcess, IsNotHeldByAStreamThatNobodyReads) {
 }
 
 TEST(SignalQuit, EachOfItsSignalsCallsBackOnAThreadOfItsOwn) {
-  std::thread::id thread;
-  int calls = 0;
+  std::atomic<std::thread::id> thread;
+  std::atomic<int> calls = 0;
   std::binary_semaphore called(0);
   const SignalQuit quit([&] {
     ++calls;
@@ -148,7 +149,7 @@ TEST(SignalQuit, EachOfItsSignalsCallsBackOnAThreadOfItsOwn) {
     ::kill(::getpid(), signal);
     called.acquire();
     EXPECT_EQ(calls, ++sent);
-    EXPECT_NE(thread, std::this_thread::get_id());
+    EXPECT_NE(thread.load(), std::this_thread::get_id());
   }
 }
 
