@@ -47,7 +47,9 @@ class LinuxRig {
   ThreadWorkers workers{stop};
   KnownDisks known;
   MountTable mounts{machine.mountTable()};
-  UDisksClient client{[this](const QString& name) { return bus.connect(name); }, log};
+  SystemBus systemBus{[this](const QString& name) { return bus.connect(name); }, mainThread,
+                      workers};
+  UDisksClient client{systemBus, log};
   std::vector<std::string> stoppedUnits;  // "/dev/sdb 101"
   bool stopsUnits = false;
   DiskServices services{mainThread,

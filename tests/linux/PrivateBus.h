@@ -4,6 +4,7 @@
 #include <QDBusConnection>
 #include <QString>
 #include <QStringList>
+#include <mutex>
 
 #include "TempFolder.h"
 
@@ -18,7 +19,7 @@ class PrivateBus {
   PrivateBus& operator=(const PrivateBus&) = delete;
 
   const QString& address() const { return address_; }
-  // A new connection of that name, closed by disconnect() or with the bus.
+  // A new connection of that name, closed by disconnect() or with the bus. Any thread.
   QDBusConnection connect(const QString& name);
   // The whole bus goes; comes back, with nobody on it.
   void stop();
@@ -28,6 +29,7 @@ class PrivateBus {
   TempFolder folder_;
   pid_t daemon_ = 0;
   QString address_;
+  std::mutex lock_;
   QStringList connections_;
 };
 

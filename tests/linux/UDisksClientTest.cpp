@@ -1,6 +1,8 @@
 #include "UDisksClient.h"
 
 #include <QDBusConnectionInterface>
+#include <atomic>
+#include <future>
 #include <thread>
 
 #include "DBusTimeOuts.h"
@@ -120,7 +122,7 @@ TEST_F(UDisksClientTest, AReconnectionLeavesNoEarlierRequestWithoutAnEnd) {
   runLoopUntil([&] { return rig.udisks.calls.size() == 1; });
   rig.bus.stop();
   // Before the main loop can learn of it.
-  while (QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected()) {
+  while (QDBusConnection(QStringLiteral("fillstation-system")).isConnected()) {
     std::this_thread::yield();
   }
   int answers = 0;
@@ -157,16 +159,16 @@ TEST_F(UDisksClientTest, WithoutABusTheAnswerIsAsynchronousToo) {
   EXPECT_EQ(answers, 1);
 }
 
-TEST_F(UDisksClientTest, TheSameConnectionServesAllCalls) {
-  int connections = 0;
-  UDisksClient client(
-      [&](const QString& name) {
-        ++connections;
-        return rig.bus.connect(name + "-counted");
-      },
-      rig.log);
+TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheBus) {
+  std::atomic<int> connections = 0;
+  const auto connect = [&](const QString& name) {
+    ++connections;
+    return rig.bus.connect(name);
+  };
+  std::optional<SystemBus> counted(std::in_place, connect, rig.mainThread, rig.workers);
   EXPECT_EQ(connections, 0);
   int answers = 0;
+  UDisksClient client(*counted, rig.log);
   for (int call = 0; call < 2; ++call) {
     client.getObjects([&](const UDisksFailure* failure, const QVariantList& /*values*/) {
       ++answers;
@@ -175,16 +177,26 @@ TEST_F(UDisksClientTest, TheSameConnectionServesAllCalls) {
   }
   runLoopUntil([&] { return answers == 2; });
   EXPECT_EQ(connections, 1);
+  EXPECT_TRUE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
+  counted.reset();
+  EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
 }
 
-TEST_F(UDisksClientTest, TheConnectionEndsWithTheClient) {
-  const auto name = QStringLiteral("fillstation-udisks");
-  {
-    UDisksClient client([&](const QString& asked) { return rig.bus.connect(asked); }, rig.log);
-    client.getObjects([](const auto*, const auto&) {});
-    EXPECT_TRUE(QDBusConnection(name).isConnected());
-  }
-  EXPECT_FALSE(QDBusConnection(name).isConnected());
+TEST_F(UDisksClientTest, ABusThatNeverAnswersKeepsNobody) {
+  std::promise<void> silence;
+  SystemBus silent(
+      [until = silence.get_future().share()](const QString& name) {
+        until.wait();
+        return QDBusConnection(name);
+      },
+      rig.mainThread, rig.workers);
+  UDisksClient client(silent, rig.log);
+  int answers = 0;
+  client.getObjects([&](const auto*, const auto&) { ++answers; });
+  runLoopDry();
+  EXPECT_EQ(answers, 0);
+  silence.set_value();
+  runLoopUntil([&] { return answers == 1; });
 }
 
 TEST_F(UDisksClientTest, AnUnknownErrorIsLoggedAsItCame) {

@@ -8,7 +8,8 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
     : parts_(places.parts),
       log_(services.log),
       mounts_(places.mountTable),
-      client_(places.connect, services.log),
+      systemBus_(places.connect, services.mainThread, services.workers),
+      client_(systemBus_, services.log),
       diskServices_{services.mainThread,
                     services.workers,
                     services.log,
@@ -27,7 +28,7 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
              services.stop, {}),
       fileManager_(owner_, services.stop,
                    [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
-      wakefulness_(places.connect, services.log) {}
+      wakefulness_(systemBus_, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {
   installed.usbBus = &bus_;

@@ -17,6 +17,7 @@
 #include "QtMainThread.h"
 #include "ScsiUnit.h"
 #include "StopSource.h"
+#include "SystemBus.h"
 #include "SystemParts.h"
 #include "UDisksClient.h"
 #include "UdevUsbBus.h"
@@ -58,6 +59,7 @@ class LinuxSystem {
   SystemLog& log_;
   KnownDisks known_;
   MountTable mounts_;
+  SystemBus systemBus_;
   UDisksClient client_;
   DiskServices diskServices_;
   DiskOrder order_;

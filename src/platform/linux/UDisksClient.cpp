@@ -1,9 +1,5 @@
 #include "UDisksClient.h"
 
-#include <QDBusError>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QVariantMap>
 #include <limits>
 #include <utility>
@@ -14,8 +10,6 @@
 namespace fillstation {
 
 namespace {
-
-constexpr const char* kConnectionName = "fillstation-udisks";
 
 // What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
 constexpr int kNoTimeOut = std::numeric_limits<int>::max();
@@ -42,43 +36,19 @@ void UDisksClient::send(const std::string& path, const char* interface, const ch
       QString::fromLatin1(udisks::kService), QString::fromStdString(path),
       QString::fromLatin1(interface), QString::fromLatin1(method));
   message.setArguments(arguments);
-  auto* const watcher =
-      new QDBusPendingCallWatcher(connected().asyncCall(message, kNoTimeOut), &calls_);
-  const auto answered = [this, watcher, callback = std::move(callback)] {
-    watcher->deleteLater();
-    if (watcher->isError()) {
-      const UDisksFailure failure = failureOf(watcher->error());
+  bus_.call(message, kNoTimeOut, [this, callback = std::move(callback)](const auto& answer) {
+    if (answer.type() == QDBusMessage::ErrorMessage) {
+      const UDisksFailure failure = failureOf(answer);
       callback(&failure, {});
     } else {
-      callback(nullptr, watcher->reply().arguments());
+      callback(nullptr, answer.arguments());
     }
-  };
-  if (watcher->isFinished()) {
-    // Without a bus nobody will ever tell.
-    QMetaObject::invokeMethod(watcher, answered, Qt::QueuedConnection);
-  } else {
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, answered);
-  }
+  });
 }
 
-const QDBusConnection& UDisksClient::connected() {
-  if (!bus_ || !bus_->isConnected()) {
-    disconnect();
-    bus_ = connect_(QString::fromLatin1(kConnectionName));
-  }
-  return *bus_;
-}
-
-void UDisksClient::disconnect() {
-  if (bus_) {
-    bus_.reset();
-    QDBusConnection::disconnectFromBus(QString::fromLatin1(kConnectionName));
-  }
-}
-
-UDisksFailure UDisksClient::failureOf(const QDBusError& error) {
-  const std::string name = error.name().toStdString();
-  UDisksFailure failure{udisksErrorOf(name), name + ": " + error.message().toStdString()};
+UDisksFailure UDisksClient::failureOf(const QDBusMessage& answer) {
+  const std::string name = answer.errorName().toStdString();
+  UDisksFailure failure{udisksErrorOf(name), name + ": " + answer.errorMessage().toStdString()};
   if (failure.error == UDisksError::serviceGone) {
     log_.write(formatText("UDisks2 can't be reached: %@\n", failure.text));
   } else if (failure.error == UDisksError::unknown) {
