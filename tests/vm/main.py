@@ -25,6 +25,7 @@ import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
 import scenarios_access  # noqa: F401
 import scenarios_runs  # noqa: F401
+import scenarios_machine  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 import scenarios_views  # noqa: F401
