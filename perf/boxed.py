@@ -20,7 +20,7 @@ import image  # noqa: E402
 from box import Box  # noqa: E402
 from flows import COMPLETED  # noqa: E402
 from scenario import BOOK, make_book, operator  # noqa: E402
-from waiting import expect_equal  # noqa: E402
+from waiting import expect_equal, until  # noqa: E402
 
 PLAYERS = ("one", "two", "three", "four")
 # What a person would write: the same steps for every player at the same time.
@@ -70,6 +70,7 @@ def whole_run_ours(box, book):
         person.dismiss(COMPLETED, 300)
         seconds = journal_seconds(box, person.journal_start)
         person.eject()
+        until(lambda: not box.disks(), 60, "all players are off")
     for name in PLAYERS:
         box.expect_prepared(name, book)
     box.clear()

@@ -68,7 +68,9 @@ class LinuxRig : public contract::BackEnd {
   ThreadWorkers workers{stop};
   KnownDisks known;
   MountTable mounts{machine.mountTable()};
-  UDisksClient client{[this](const QString& name) { return dbus.connect(name); }, log};
+  SystemBus systemBus{[this](const QString& name) { return dbus.connect(name); }, mainThread,
+                      workers};
+  UDisksClient client{systemBus, log};
   DiskServices services{
       mainThread, workers, log, known, mounts, client, {std::chrono::milliseconds(1), 120}};
   DiskOrder order{mainThread};

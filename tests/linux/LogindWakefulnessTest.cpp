@@ -12,7 +12,9 @@
 #include "FileHandle.h"
 #include "MainLoop.h"
 #include "PrivateBus.h"
+#include "SystemBus.h"
 #include "TestPlatform.h"
+#include "ThreadWorkers.h"
 
 namespace fillstation::test {
 
@@ -65,7 +67,12 @@ class LogindWakefulnessTest : public ::testing::Test {
   PrivateBus bus;
   StandInLogind logind{bus.connect("logind")};
   TestLog log;
-  LogindWakefulness wakefulness{[this](const QString& name) { return bus.connect(name); }, log};
+  StopSource stop;
+  QtMainThread mainThread{stop};
+  ThreadWorkers workers{stop};
+  SystemBus systemBus{[this](const QString& name) { return bus.connect(name); }, mainThread,
+                      workers};
+  LogindWakefulness wakefulness{systemBus, log};
 };
 
 TEST_F(LogindWakefulnessTest, SleepAndTheLidAreBlockedUntilThePointerGoes) {
@@ -101,8 +108,10 @@ TEST_F(LogindWakefulnessTest, ARefusalIsALine) {
 }
 
 TEST_F(LogindWakefulnessTest, AMachineWithoutABusIsALine) {
-  LogindWakefulness alone([](const QString& name) { return QDBusConnection(name); }, log);
+  SystemBus none([](const QString& name) { return QDBusConnection(name); }, mainThread, workers);
+  LogindWakefulness alone(none, log);
   const auto awake = alone.keepAwake("Players are being filled");
+  runUntil([&] { return !log.texts().empty(); });
   ASSERT_EQ(log.texts().size(), 1U);
   EXPECT_TRUE(log.texts().front().starts_with("The machine may fall asleep during the run: "));
 }

@@ -73,7 +73,10 @@ PrivateBus::~PrivateBus() {
 }
 
 QDBusConnection PrivateBus::connect(const QString& name) {
-  connections_.append(name);
+  {
+    const std::scoped_lock guard(lock_);
+    connections_.append(name);
+  }
   return QDBusConnection::connectToBus(address_, name);
 }
 

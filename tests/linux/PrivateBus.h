@@ -10,6 +10,7 @@
 #include <QVariantMap>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ class PrivateBus {
   PrivateBus& operator=(const PrivateBus&) = delete;
 
   const QString& address() const { return address_; }
-  // A new connection of that name, closed by disconnect() or with the bus.
+  // A new connection of that name, closed by disconnect() or with the bus. Any thread.
   QDBusConnection connect(const QString& name);
   // The whole bus goes; comes back, with nobody on it.
   void stop();
@@ -37,6 +38,7 @@ class PrivateBus {
   TempFolder folder_;
   pid_t daemon_ = 0;
   QString address_;
+  std::mutex lock_;
   QStringList connections_;
 };
 

@@ -1,6 +1,8 @@
 #include "UDisksClient.h"
 
 #include <QDBusConnectionInterface>
+#include <atomic>
+#include <future>
 #include <thread>
 
 #include "LinuxRig.h"
@@ -99,7 +101,7 @@ TEST_F(UDisksClientTest, AReconnectionLeavesNoEarlierRequestWithoutAnEnd) {
   const auto waiting = sendInVain(&DiskSession::mount, identity);
   dbus.stop();
   // Before the main loop can learn of it.
-  while (QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected()) {
+  while (QDBusConnection(QStringLiteral("fillstation-system")).isConnected()) {
     std::this_thread::yield();
   }
   int answers = 0;
@@ -124,26 +126,44 @@ TEST_F(UDisksClientTest, WithoutABusTheAnswerIsAsynchronousToo) {
   expectLine(kDBusError + "Disconnected: ");
 }
 
-TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheClient) {
-  int connections = 0;
-  const auto connect = [&](const QString& /*name*/) {
+TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheBus) {
+  std::atomic<int> connections = 0;
+  const auto connect = [&](const QString& name) {
     ++connections;
-    return dbus.connect("fillstation-udisks");
+    return dbus.connect(name);
   };
-  std::optional<UDisksClient> counted(std::in_place, connect, log);
+  std::optional<SystemBus> counted(std::in_place, connect, mainThread, workers);
   EXPECT_EQ(connections, 0);
   int answers = 0;
+  UDisksClient caller(*counted, log);
   for (int call = 0; call < 2; ++call) {
-    counted->findDrive("sdb", [&](const UDisksFailure* failure, const auto& /*drive*/) {
+    caller.findDrive("sdb", [&](const UDisksFailure* failure, const auto& /*drive*/) {
       ++answers;
       EXPECT_EQ(failure, nullptr);
     });
   }
   runLoopUntil([&] { return answers == 2; });
   EXPECT_EQ(connections, 1);
-  EXPECT_TRUE(QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected());
+  EXPECT_TRUE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
   counted.reset();
-  EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-udisks")).isConnected());
+  EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
+}
+
+TEST_F(UDisksClientTest, ABusThatNeverAnswersKeepsNobody) {
+  std::promise<void> silence;
+  SystemBus silent(
+      [until = silence.get_future().share()](const QString& name) {
+        until.wait();
+        return QDBusConnection(name);
+      },
+      mainThread, workers);
+  UDisksClient caller(silent, log);
+  int answers = 0;
+  caller.findDrive("sdb", [&](const auto*, const auto&) { ++answers; });
+  runLoopDry();
+  EXPECT_EQ(answers, 0);
+  silence.set_value();
+  runLoopUntil([&] { return answers == 1; });
 }
 
 TEST_F(UDisksClientTest, OnlyAnUnknownErrorIsLoggedAsItCame) {

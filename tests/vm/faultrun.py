@@ -59,6 +59,20 @@ class FaultRun:
         expect_equal(self._box.strays(), "", "files in place of disks")
         self._person.dismiss(shown)
 
+    def leave(self, text, complete):
+        """The run waits for good: closing the window ends it, and these players are complete."""
+        shown = self._person.alert_text()
+        self._person.key("alt+F4")
+        until(lambda: self._person.status() is not None, 30, "the program has ended")
+        expect_equal((shown, self._person.status()), (None, 0), "the summary, and how the program ended")
+        self._box.person = None
+        whole = sum(map(self._is_complete, complete))
+        others = f"{whole} of {len(complete)} complete, 0 named" if complete else "wait as well"
+        changed = self.changed()
+        row = Outcome(text, "waits; closing ended it", "not shown", others, changed)
+        self._box.outcomes.append(row)
+        expect_equal((whole, changed), (len(complete), 0), "complete players, changed foreign bytes")
+
     def whole(self):
         """The players that have to be complete: those of the run that need not be named."""
         lost = {case.player for case in self._cases if case.named}

@@ -24,6 +24,7 @@ import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
 import scenarios_access  # noqa: F401
 import scenarios_runs  # noqa: F401
+import scenarios_machine  # noqa: F401
 import scenarios_services  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 

@@ -23,7 +23,7 @@ class Leaving:
     def __init__(self, box, shelf="ext4"):
         self.box = box
         self.held, self.stalled = [], []
-        self.book = make_book(box, chapters=1, tracks=5, track_kb=4096)
+        self.book = make_book(box, chapters=1, tracks=5, track_kb=4096, coda=True)
         self._content = {"shelf": {"kind": shelf, "size_mb": 80}}
         box.player("foreign", content={"system": "ext4", "label": "photos", **self._content}, **FOREIGN)
         for name in PLAYERS:
@@ -111,7 +111,7 @@ class Leaving:
 
     def plug_in_again(self):
         """After a power cut: the same media in the machine that has booted again."""
-        make_book(self.box, chapters=1, tracks=5, track_kb=4096)
+        make_book(self.box, chapters=1, tracks=5, track_kb=4096, coda=True)
         for name, traits in {"foreign": FOREIGN, **{name: {} for name in PLAYERS}}.items():
             self.box.call("find_again", name)
             self.box.call("add", name, **traits)
@@ -185,6 +185,19 @@ class LogOut(Way):
         box.wait_for_login()
 
 
+class DisplayGoes(LogOut):
+    """The X server ends, and after it the window; later the user logs in anew."""
+
+    def __init__(self):
+        Way.__init__(self, "an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1)
+
+    status = Way.status
+
+    def afterwards(self, box):
+        box.log_out()
+        super().afterwards(box)
+
+
 def _signal(name):
     return lambda box, person: box.root(f"kill -{name} {person.process}")
 
@@ -226,6 +239,11 @@ def closed_and_terminated_in_the_middle_of_runs(box):
 @scenario
 def logged_out_and_crashed_in_the_middle_of_runs(box):
     _leave_again_and_again(box, LogOut(), CRASH)
+
+
+@scenario
+def display_goes_in_the_middle_of_runs(box):
+    _leave_again_and_again(box, DisplayGoes())
 
 
 @scenario

@@ -65,7 +65,7 @@ def _prepare(person, count):
 
 @scenario
 def pulled_at_each_tenth_of_the_copy(box):
-    book = make_book(box, **LONG)
+    book = make_book(box, **LONG, coda=True)
     tenths = {f"tenth{number}": number / 10 for number in range(10)}
     names = [*tenths, "flushing", "whole1", "whole2"]
     _plug(box, {**{name: {} for name in names}, "flushing": STALLING})

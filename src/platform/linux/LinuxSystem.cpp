@@ -10,7 +10,8 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
     : places_(places),
       log_(services.log),
       mounts_(places.mountTable),
-      client_(places.connect, services.log),
+      systemBus_(places.connect, services.mainThread, services.workers),
+      client_(systemBus_, services.log),
       diskServices_{
           services.mainThread, services.workers, services.log, known_, mounts_, client_, {}},
       order_(services.mainThread),
@@ -23,7 +24,7 @@ LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& place
       owner_(known_, mounts_, [this] { return createSession(); }, services.stop, {}),
       fileManager_(owner_, services.stop,
                    [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
-      wakefulness_(places.connect, services.log) {}
+      wakefulness_(systemBus_, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {
   installed.usbBus = &bus_;

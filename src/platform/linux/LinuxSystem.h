@@ -14,6 +14,7 @@
 #include "PosixFileManager.h"
 #include "QtMainThread.h"
 #include "StopSource.h"
+#include "SystemBus.h"
 #include "UDisksClient.h"
 #include "UDisksSession.h"
 #include "UdevUsbBus.h"
@@ -60,6 +61,7 @@ class LinuxSystem {
   SystemLog& log_;
   KnownDisks known_;
   MountTable mounts_;
+  SystemBus systemBus_;
   UDisksClient client_;
   DiskServices diskServices_;
   DiskOrder order_;

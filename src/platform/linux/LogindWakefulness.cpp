@@ -1,8 +1,6 @@
 #include "LogindWakefulness.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <optional>
 
@@ -10,32 +8,28 @@
 
 namespace fillstation {
 
+namespace {
+
+// Milliseconds, as long as every call on a bus waits that isn't told otherwise.
+constexpr int kTimeOut = 25000;
+
+}  // namespace
+
 std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
-  const auto name = QStringLiteral("fillstation-logind");
-  // One that was made before may have lost its bus meanwhile.
-  QDBusConnection::disconnectFromBus(name);
   auto message = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
       QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("Inhibit"));
   message << QStringLiteral("sleep:handle-lid-switch") << QStringLiteral("Fillstation")
           << QString::fromStdString(why) << QStringLiteral("block");
   const auto inhibitor = std::make_shared<std::optional<QDBusUnixFileDescriptor>>();
-  auto* const watcher = new QDBusPendingCallWatcher(connect_(name).asyncCall(message), &calls_);
-  const auto answered = [this, watcher, waiting = std::weak_ptr(inhibitor)] {
-    watcher->deleteLater();
-    const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
-    if (reply.isError()) {
+  bus_.call(message, kTimeOut, [this, waiting = std::weak_ptr(inhibitor)](const auto& answer) {
+    if (answer.type() == QDBusMessage::ErrorMessage) {
       log_.write(formatText("The machine may fall asleep during the run: %@",
-                            reply.error().message().toStdString()));
+                            answer.errorMessage().toStdString()));
     } else if (const auto held = waiting.lock()) {
-      held->emplace(reply.value());
+      held->emplace(answer.arguments().value(0).template value<QDBusUnixFileDescriptor>());
     }
-  };
-  if (watcher->isFinished()) {
-    answered();  // there is no bus
-  } else {
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, answered);
-  }
+  });
   return inhibitor;
 }
 

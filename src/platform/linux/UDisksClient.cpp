@@ -1,11 +1,8 @@
 #include "UDisksClient.h"
 
 #include <QDBusArgument>
-#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QMap>
 #include <QVariantMap>
 #include <limits>
@@ -17,8 +14,6 @@
 namespace fillstation {
 
 namespace {
-
-constexpr const char* kConnectionName = "fillstation-udisks";
 
 // What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
 constexpr int kNoTimeOut = std::numeric_limits<int>::max();
@@ -140,43 +135,19 @@ void UDisksClient::send(const std::string& path, const char* interface, const ch
       QDBusMessage::createMethodCall(QString::fromLatin1(kUDisks), QString::fromStdString(path),
                                      QString::fromLatin1(interface), QString::fromLatin1(method));
   message.setArguments(arguments);
-  auto* const watcher =
-      new QDBusPendingCallWatcher(connected().asyncCall(message, kNoTimeOut), &calls_);
-  const auto finished = [this, watcher, answered = std::move(answered)] {
-    watcher->deleteLater();
-    if (watcher->isError()) {
-      const UDisksFailure failure = failureOf(watcher->error());
+  bus_.call(message, kNoTimeOut, [this, answered = std::move(answered)](const auto& answer) {
+    if (answer.type() == QDBusMessage::ErrorMessage) {
+      const UDisksFailure failure = failureOf(answer);
       answered(&failure, {});
     } else {
-      answered(nullptr, watcher->reply().arguments());
+      answered(nullptr, answer.arguments());
     }
-  };
-  if (watcher->isFinished()) {
-    // Without a bus nobody will ever tell.
-    QMetaObject::invokeMethod(watcher, finished, Qt::QueuedConnection);
-  } else {
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, finished);
-  }
+  });
 }
 
-const QDBusConnection& UDisksClient::connected() {
-  if (!bus_ || !bus_->isConnected()) {
-    disconnect();
-    bus_ = connect_(QString::fromLatin1(kConnectionName));
-  }
-  return *bus_;
-}
-
-void UDisksClient::disconnect() {
-  if (bus_) {
-    bus_.reset();
-    QDBusConnection::disconnectFromBus(QString::fromLatin1(kConnectionName));
-  }
-}
-
-UDisksFailure UDisksClient::failureOf(const QDBusError& error) {
-  const std::string name = error.name().toStdString();
-  UDisksFailure failure{udisksErrorOf(name), name + ": " + error.message().toStdString()};
+UDisksFailure UDisksClient::failureOf(const QDBusMessage& answer) {
+  const std::string name = answer.errorName().toStdString();
+  UDisksFailure failure{udisksErrorOf(name), name + ": " + answer.errorMessage().toStdString()};
   if (failure.error == UDisksError::serviceGone) {
     log_.write(formatText("UDisks2 can't be reached: %@\n", failure.text));
   } else if (failure.error == UDisksError::unknown) {

@@ -1,16 +1,14 @@
 #pragma once
 
-#include <QDBusConnection>
-#include <QObject>
-#include <QString>
+#include <QDBusMessage>
 #include <QVariantList>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "SystemBus.h"
 #include "SystemLog.h"
 
 namespace fillstation {
@@ -42,15 +40,10 @@ struct DriveFacts {
   std::vector<std::string> blockNames;  // of everything that has this drive: "sdb", "sdb1"
 };
 
-// Opens a connection of that name to the bus where UDisks2 is; one that isn't connected when there
-// is no bus. Main thread.
-using BusConnector = std::function<QDBusConnection(const QString& name)>;
-
 // Calls to UDisks2: asynchronous, without a time-out, and refused rather than asking the user for
-// anything. A bus that has gone is looked for anew at each call, and UDisks2 itself is started by
-// the bus. A service that can't be reached and errors that nobody knows are logged here, raw. Main
-// thread; the log outlives it. Callbacks never run inside the call; replies that come after the end
-// of the client are dropped.
+// anything. UDisks2 is started by the bus. A service that can't be reached and errors that nobody
+// knows are logged here, raw. Main thread; bus and log outlive it, and it outlives its calls.
+// Callbacks never run inside the call.
 class UDisksClient {
  public:
   // The failure is null on success.
@@ -59,10 +52,7 @@ class UDisksClient {
   using DriveFound =
       std::function<void(const UDisksFailure* failure, const std::optional<DriveFacts>& drive)>;
 
-  UDisksClient(BusConnector connect, SystemLog& log) : connect_(std::move(connect)), log_(log) {}
-  ~UDisksClient() { disconnect(); }
-  UDisksClient(const UDisksClient&) = delete;
-  UDisksClient& operator=(const UDisksClient&) = delete;
+  UDisksClient(SystemBus& bus, SystemLog& log) : bus_(bus), log_(log) {}
 
   // Has the bus start UDisks2.
   void wake();
@@ -82,14 +72,10 @@ class UDisksClient {
   void call(const std::string& path, const char* interface, const char* method, Done done);
   void send(const std::string& path, const char* interface, const char* method,
             const QVariantList& arguments, Answered answered);
-  const QDBusConnection& connected();
-  void disconnect();
-  UDisksFailure failureOf(const QDBusError& error);
+  UDisksFailure failureOf(const QDBusMessage& answer);
 
-  const BusConnector connect_;
+  SystemBus& bus_;
   SystemLog& log_;
-  std::optional<QDBusConnection> bus_;
-  QObject calls_;  // owns those that are not answered yet
 };
 
 }  // namespace fillstation

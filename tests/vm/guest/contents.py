@@ -15,6 +15,7 @@ import shelves
 TABLES = {"mbr": "label: dos\nstart=2048, type=c\n", "gpt": "label: gpt\nstart=2048\n"}
 PARTITION_OFFSET = 2048 * 512
 BLOCK = 1 << 16
+CODA = 1 << 16  # bytes
 ZEROS = bytes(BLOCK)
 FORMATTERS = {
     "fat16": ["mkfs.fat", "-F16"],
@@ -109,10 +110,11 @@ def _kept(name):
     return gadgets.BACKING / f"{pathlib.Path(name).name}.kept"
 
 
-def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1):
+def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1, coda=False):
     """Makes a book: folders of numbered tracks, a cover that is no track. Returns what a player gets.
 
-    The answer is in playing order: [path, size, SHA-256], a folder with neither.
+    With a coda the last track is a small file. The answer is in playing order: [path, size, SHA-256],
+    a folder with neither.
     """
     root = pathlib.Path(folder)
     shutil.rmtree(root, ignore_errors=True)
@@ -121,9 +123,10 @@ def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1):
     for chapter in range(1, chapters + 1):
         expected.append([f"Chapter {chapter}", None, None])
         (root / f"Chapter {chapter}").mkdir(parents=True)
-        for track in range(1, tracks + 1):
+        sizes = [track_kb * 1024 + track for track in range(1, tracks + 1)]
+        for track, size in enumerate(sizes + [CODA] * (coda and chapter == chapters), 1):
             name = f"Chapter {chapter}/{track} Über die Straße.mp3"
-            data = source.randbytes(track_kb * 1024 + track)
+            data = source.randbytes(size)
             (root / name).write_bytes(data)
             expected.append([name, len(data), hashlib.sha256(data).hexdigest()])
         (root / f"Chapter {chapter}/cover.jpg").write_bytes(b"no track")

@@ -1,18 +1,22 @@
 """Faults at chosen moments of a run. An operation of these waits for its moment, and then acts."""
 
+import contextlib
 import os
 import pathlib
 import threading
 import time
 
+import contents
 import gadgets
 import processes
 import shelves
 
+POWER = pathlib.Path("/sys/power")
 ACTIONS = {
     "pull": gadgets.pull,
     "protect": gadgets.protect,
     "stall": shelves.stall,
+    "sleep": lambda name: sleep(),
     "nothing": lambda name: None,
 }
 begun = {}
@@ -39,6 +43,13 @@ def joined(name):
     if "failure" in result:
         raise result["failure"]
     return result["answer"]
+
+
+def sleep():
+    """The machine falls asleep and wakes up five seconds later, as its kernel tests that by itself."""
+    POWER.joinpath("pm_test").write_text("devices")
+    with contextlib.suppress(OSError):
+        POWER.joinpath("state").write_text("freeze")
 
 
 def during_the_copy(moments, total, timeout):
@@ -109,9 +120,12 @@ def pull_in_format(name, disk):
 
 
 def stall_in_flush(name, disk, total, timeout):
-    """Every byte has been handed over, and some are still under way to a medium that stalls."""
-    # The rest is handed over without waiting for the medium; a later stall may come after the flush.
-    during_the_copy({name: ["stall", 0.95]}, total, timeout)
+    """Every byte has been handed over, and some are still under way to a medium that stalls.
+
+    The book has to end with a coda: once that begins nobody waits for the medium any more, since a
+    small file is handed over without. A later stall may come after the flush.
+    """
+    during_the_copy({name: ["stall", 1 - contents.CODA / 2 / total]}, total, timeout)
     seen = during_the_copy({name: ["nothing", 1]}, total, timeout)
     await_writing(disk)
     return seen[name]
