@@ -108,7 +108,7 @@ void TRAppDelegate::ejectSelectedPlayers(QObject* /*sender*/) {
 
 void TRAppDelegate::updateFilesSize() {
   const auto players = playerController()->listed();
-  minPlayerSize.set(Number(players.empty() ? 0 : -1));
+  setMinPlayerSize(Number(players.empty() ? 0 : -1));
   for (const auto& player : players) {
     const Number size = player->size();
     logText("\nLog P Size %@\n", size);
@@ -118,7 +118,7 @@ void TRAppDelegate::updateFilesSize() {
     // The boxes are ordered by identity, on purpose: which of several players is kept has never
     // meant the smallest one.
     if (minPlayerSize().ordersAbove(size) || minPlayerSize().value() == -1) {
-      minPlayerSize.set(size);
+      setMinPlayerSize(size);
     }
   }
   logText("\nLog xxxP Size %@\n", minPlayerSize());

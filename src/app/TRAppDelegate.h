@@ -39,25 +39,28 @@ extern long clickedRow;
 // The project's home page, which the link button opens.
 inline constexpr char kHomePage[] = "https://fillstation.example/";
 
-// A property of the controller; p() is what was set last, null when that was held weakly and has
-// gone. Any thread.
-template <class Stored>
-class Property {
- public:
-  auto operator()() const {
-    if constexpr (requires(Stored stored) { stored.lock(); }) {
-      return stored_.get().lock();
-    } else if constexpr (requires(Stored stored) { stored.data(); }) {
-      return stored_.get().data();
-    } else {
-      return stored_.get();
-    }
-  }
-  void set(Stored value) { stored_.set(std::move(value)); }
+// What a property of the controller holds: null when it was held weakly and has gone.
+template <class Value>
+std::shared_ptr<Value> heldBy(const std::weak_ptr<Value>& stored) {
+  return stored.lock();
+}
+template <class Value>
+Value* heldBy(const QPointer<Value>& stored) {
+  return stored.data();
+}
+template <class Value>
+Value heldBy(const Value& stored) {
+  return stored;
+}
 
- private:
-  Atomic<Stored> stored_;
-};
+// A property of the controller and its setter.
+#define FILLSTATION_PROPERTY(Stored, name, Name)                  \
+ public:                                                          \
+  auto name() const { return heldBy(name##_.get()); }             \
+  void set##Name(Stored value) { name##_.set(std::move(value)); } \
+                                                                  \
+ private:                                                         \
+  Atomic<Stored> name##_;
 
 // The controller of the main window: turns device records into players, carries out the operator's
 // commands, keeps the capacity labels and drives a run. Main thread, but every property may be read
@@ -117,42 +120,42 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void setOpenPanel(OpenPanelFunction openPanel) { openPanel_ = std::move(openPanel); }
 
   // Holds the player list.
-  Property<std::weak_ptr<ArrayController<TRPlayer>>> playerController;
+  FILLSTATION_PROPERTY(std::weak_ptr<ArrayController<TRPlayer>>, playerController, PlayerController)
   // Every root that was ever added; a path in it is refused when it is chosen again.
-  Property<std::weak_ptr<ArrayController<TRFile>>> filesController;
+  FILLSTATION_PROPERTY(std::weak_ptr<ArrayController<TRFile>>, filesController, FilesController)
   // Combined progress of a run.
-  Property<QPointer<QProgressBar>> pbProgressBar;
-  Property<CredentialsPanel*> wndPasswordDialog;
-  Property<QPointer<QLineEdit>> passwordField;
-  Property<QPointer<QLineEdit>> userNameField;
+  FILLSTATION_PROPERTY(QPointer<QProgressBar>, pbProgressBar, PbProgressBar)
+  FILLSTATION_PROPERTY(CredentialsPanel*, wndPasswordDialog, WndPasswordDialog)
+  FILLSTATION_PROPERTY(QPointer<QLineEdit>, passwordField, PasswordField)
+  FILLSTATION_PROPERTY(QPointer<QLineEdit>, userNameField, UserNameField)
   // Around the player view.
-  Property<QPointer<QScrollArea>> deviceScrollbar;
-  Property<QMainWindow*> window;
+  FILLSTATION_PROPERTY(QPointer<QScrollArea>, deviceScrollbar, DeviceScrollbar)
+  FILLSTATION_PROPERTY(QMainWindow*, window, Window)
   // Its text is the file type, a bare extension.
-  Property<QPointer<QComboBox>> cmbFileType;
+  FILLSTATION_PROPERTY(QPointer<QComboBox>, cmbFileType, CmbFileType)
   // The size of the ticked player that updateFilesSize() kept, the very box; -1 without a
   // ticked player, 0 without any.
-  Property<Number> minPlayerSize;
-  Property<QPointer<QLabel>> lblFreeDiskSpaceLeft;
-  Property<QPointer<QLabel>> lblMaxCapSize;
+  FILLSTATION_PROPERTY(Number, minPlayerSize, MinPlayerSize)
+  FILLSTATION_PROPERTY(QPointer<QLabel>, lblFreeDiskSpaceLeft, LblFreeDiskSpaceLeft)
+  FILLSTATION_PROPERTY(QPointer<QLabel>, lblMaxCapSize, LblMaxCapSize)
   // The file list.
-  Property<std::weak_ptr<TRSongsTVC>> songsTVC;
+  FILLSTATION_PROPERTY(std::weak_ptr<TRSongsTVC>, songsTVC, SongsTVC)
   // An outlet that nothing reads; not the module-wide one.
-  Property<QPointer<QWidget>> fileView;
-  Property<QPointer<LinkButton>> tirellLinkBtn;
-  Property<QPointer<QGroupBox>> playersSelectionBox;
-  Property<QPointer<FileTable>> lstFiles;
-  Property<QPointer<QPushButton>> btnBrowse;
-  Property<QPointer<QPushButton>> btnStart;
-  Property<QPointer<PlayersView>> viewPlayers;
-  Property<QPointer<QPushButton>> btnAll;
-  Property<QPointer<BusyIndicator>> pbCircle;
-  Property<QPointer<QPushButton>> btnNone;
-  Property<QPointer<QPushButton>> btnEject;
-  Property<QPointer<QMenu>> songsTVCContextMenu;
-  Property<QPointer<QAction>> fileMenuDelete;
-  Property<QPointer<QAction>> fileMenuDeleteSelected;
-  Property<QPointer<QAction>> fileMenuDeleteAll;
+  FILLSTATION_PROPERTY(QPointer<QWidget>, fileView, FileView)
+  FILLSTATION_PROPERTY(QPointer<LinkButton>, tirellLinkBtn, TirellLinkBtn)
+  FILLSTATION_PROPERTY(QPointer<QGroupBox>, playersSelectionBox, PlayersSelectionBox)
+  FILLSTATION_PROPERTY(QPointer<FileTable>, lstFiles, LstFiles)
+  FILLSTATION_PROPERTY(QPointer<QPushButton>, btnBrowse, BtnBrowse)
+  FILLSTATION_PROPERTY(QPointer<QPushButton>, btnStart, BtnStart)
+  FILLSTATION_PROPERTY(QPointer<PlayersView>, viewPlayers, ViewPlayers)
+  FILLSTATION_PROPERTY(QPointer<QPushButton>, btnAll, BtnAll)
+  FILLSTATION_PROPERTY(QPointer<BusyIndicator>, pbCircle, PbCircle)
+  FILLSTATION_PROPERTY(QPointer<QPushButton>, btnNone, BtnNone)
+  FILLSTATION_PROPERTY(QPointer<QPushButton>, btnEject, BtnEject)
+  FILLSTATION_PROPERTY(QPointer<QMenu>, songsTVCContextMenu, SongsTVCContextMenu)
+  FILLSTATION_PROPERTY(QPointer<QAction>, fileMenuDelete, FileMenuDelete)
+  FILLSTATION_PROPERTY(QPointer<QAction>, fileMenuDeleteSelected, FileMenuDeleteSelected)
+  FILLSTATION_PROPERTY(QPointer<QAction>, fileMenuDeleteAll, FileMenuDeleteAll)
 
  private:
   void addRoot(const Url& url);

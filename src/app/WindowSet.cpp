@@ -92,37 +92,37 @@ WindowSet::~WindowSet() { fileView = nullptr; }
 
 void WindowSet::makeContextMenu() {
   menu_ = new QMenu(window_->ui().lstFiles);
-  delegate_->songsTVCContextMenu.set(menu_);
-  delegate_->fileMenuDelete.set(menu_->addAction(TRAppDelegate::tr("&Remove from List")));
-  delegate_->fileMenuDeleteSelected.set(menu_->addAction(TRAppDelegate::tr("Remove &Selected")));
-  delegate_->fileMenuDeleteAll.set(menu_->addAction(TRAppDelegate::tr("Remove &All")));
+  delegate_->setSongsTVCContextMenu(menu_);
+  delegate_->setFileMenuDelete(menu_->addAction(TRAppDelegate::tr("&Remove from List")));
+  delegate_->setFileMenuDeleteSelected(menu_->addAction(TRAppDelegate::tr("Remove &Selected")));
+  delegate_->setFileMenuDeleteAll(menu_->addAction(TRAppDelegate::tr("Remove &All")));
 }
 
 void WindowSet::fillFields() {
   const Ui::MainWindow& ui = window_->ui();
-  delegate_->playerController.set(players_);
-  delegate_->filesController.set(roots_);
-  delegate_->songsTVC.set(songs_);
-  delegate_->window.set(window_.get());
-  delegate_->wndPasswordDialog.set(panel_);
-  delegate_->userNameField.set(panel_->ui().userNameField);
-  delegate_->passwordField.set(panel_->ui().passwordField);
-  delegate_->pbProgressBar.set(ui.pbProgressBar);
-  delegate_->pbCircle.set(ui.pbCircle);
-  delegate_->deviceScrollbar.set(ui.deviceScrollbar);
-  delegate_->viewPlayers.set(ui.viewPlayers);
-  delegate_->fileView.set(ui.viewPlayers);
-  delegate_->playersSelectionBox.set(ui.playersSelectionBox);
-  delegate_->cmbFileType.set(ui.cmbFileType);
-  delegate_->lstFiles.set(ui.lstFiles);
-  delegate_->lblMaxCapSize.set(ui.lblMaxCapSize);
-  delegate_->lblFreeDiskSpaceLeft.set(ui.lblFreeDiskSpaceLeft);
-  delegate_->tirellLinkBtn.set(ui.tirellLinkBtn);
-  delegate_->btnBrowse.set(ui.btnBrowse);
-  delegate_->btnStart.set(ui.btnStart);
-  delegate_->btnAll.set(ui.btnAll);
-  delegate_->btnNone.set(ui.btnNone);
-  delegate_->btnEject.set(ui.btnEject);
+  delegate_->setPlayerController(players_);
+  delegate_->setFilesController(roots_);
+  delegate_->setSongsTVC(songs_);
+  delegate_->setWindow(window_.get());
+  delegate_->setWndPasswordDialog(panel_);
+  delegate_->setUserNameField(panel_->ui().userNameField);
+  delegate_->setPasswordField(panel_->ui().passwordField);
+  delegate_->setPbProgressBar(ui.pbProgressBar);
+  delegate_->setPbCircle(ui.pbCircle);
+  delegate_->setDeviceScrollbar(ui.deviceScrollbar);
+  delegate_->setViewPlayers(ui.viewPlayers);
+  delegate_->setFileView(ui.viewPlayers);
+  delegate_->setPlayersSelectionBox(ui.playersSelectionBox);
+  delegate_->setCmbFileType(ui.cmbFileType);
+  delegate_->setLstFiles(ui.lstFiles);
+  delegate_->setLblMaxCapSize(ui.lblMaxCapSize);
+  delegate_->setLblFreeDiskSpaceLeft(ui.lblFreeDiskSpaceLeft);
+  delegate_->setTirellLinkBtn(ui.tirellLinkBtn);
+  delegate_->setBtnBrowse(ui.btnBrowse);
+  delegate_->setBtnStart(ui.btnStart);
+  delegate_->setBtnAll(ui.btnAll);
+  delegate_->setBtnNone(ui.btnNone);
+  delegate_->setBtnEject(ui.btnEject);
 }
 
 void WindowSet::connectButtons() {

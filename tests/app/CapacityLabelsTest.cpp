@@ -117,7 +117,7 @@ TEST_F(CapacityLabelsTest, ATickedPlayerOfSizeZeroCounts) {
 
 TEST_F(CapacityLabelsTest, AnAbsentFileListCountsNothing) {
   addPlayer("sdb", 4096, true);
-  controller().songsTVC.set({});
+  controller().setSongsTVC({});
   update();
   EXPECT_EQ(left(), "4 KB");
 }

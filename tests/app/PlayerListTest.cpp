@@ -52,7 +52,7 @@ TEST_F(PlayerListTest, ADetachRemovesThePlayerOfThatDiskIfItIsListed) {
 
 TEST_F(PlayerListTest, WithoutAListADetachDoesNothingAndAnAttachMakesOne) {
   const auto empty = std::make_shared<ArrayController<TRPlayer>>();
-  controller().playerController.set(empty);
+  controller().setPlayerController(empty);
   deliver("/dev/sdb", false);
   EXPECT_EQ(empty->arrangedObjects(), nullptr);
   EXPECT_EQ(logTexts(), (Texts{"on update!", "\nLog xxxP Size 0\n"}));
