@@ -111,7 +111,7 @@ TEST_F(LogindWakefulnessTest, AMachineWithoutABusIsALine) {
   SystemBus none([](const QString& name) { return QDBusConnection(name); }, mainThread, workers);
   LogindWakefulness alone(none, log);
   const auto awake = alone.keepAwake("Players are being filled");
-  runUntil([&] { return !log.texts().empty(); });
+  runLoopUntil([&] { return !log.texts().empty(); });
   ASSERT_EQ(log.texts().size(), 1U);
   EXPECT_TRUE(log.texts().front().starts_with("The machine may fall asleep during the run: "));
 }

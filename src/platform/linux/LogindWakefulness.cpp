@@ -11,7 +11,7 @@ namespace fillstation {
 namespace {
 
 // Milliseconds, as long as every call on a bus waits that isn't told otherwise.
-constexpr int kTimeOut = 25000;
+constexpr int kBusTimeOut = 25000;
 
 }  // namespace
 
@@ -22,7 +22,7 @@ std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
   message << QStringLiteral("sleep:handle-lid-switch") << QStringLiteral("Fillstation")
           << QString::fromStdString(why) << QStringLiteral("block");
   const auto inhibitor = std::make_shared<std::optional<QDBusUnixFileDescriptor>>();
-  bus_.call(message, kTimeOut, [this, waiting = std::weak_ptr(inhibitor)](const auto& answer) {
+  bus_.call(message, kBusTimeOut, [this, waiting = std::weak_ptr(inhibitor)](const auto& answer) {
     if (answer.type() == QDBusMessage::ErrorMessage) {
       log_.write(formatText("The machine may fall asleep during the run: %@",
                             answer.errorMessage().toStdString()));
