@@ -19,7 +19,7 @@ namespace fillstation {
 // Called on a worker.
 using BusConnector = std::function<QDBusConnection(const QString& name)>;
 
-// The system bus, asynchronously: a bus that never answers keeps whoever connects, so that a worker
+// The system bus, asynchronously: a bus that never answers blocks whoever connects, so a worker
 // does it, at the first call and when the bus has gone. Main thread; what it was made with outlives
 // it. Answers that come after its end are dropped.
 class SystemBus {
