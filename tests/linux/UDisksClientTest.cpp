@@ -149,7 +149,7 @@ TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheBus) {
   EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
 }
 
-TEST_F(UDisksClientTest, ABusThatNeverAnswersKeepsNobody) {
+TEST_F(UDisksClientTest, ABusThatNeverAnswersBlocksNobody) {
   std::promise<void> silence;
   SystemBus silent(
       [until = silence.get_future().share()](const QString& name) {

@@ -186,7 +186,7 @@ class LogOut(Way):
 
 
 class DisplayGoes(LogOut):
-    """The X server ends, and after it the window; later the user logs in anew."""
+    """The X server ends, and with it the window; the user logs in again."""
 
     def __init__(self):
         Way.__init__(self, "an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1)

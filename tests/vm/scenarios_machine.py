@@ -5,13 +5,12 @@ import time
 from faultrun import FaultRun
 from flows import Operator
 from scenario import BOOK, make_book, operator, scenario
-from waiting import expect_equal, until
+from waiting import USUAL_LIMIT, expect_equal, until
 
 NAMES = ("one", "two", "three")
 # On the machine's own disk there would be no room for them either.
 APART = {"content": {"system": "fat32", "shelf": {"kind": "ext4", "size_mb": 80}}}
 FILL_UP = "dd if=/dev/zero of=/var/tmp/full bs=1M 2>/dev/null; df --output=avail / | tail -1"
-USUAL_LIMIT = 25  # seconds, after which a bus gives a request up unless it is told otherwise
 TWENTY_MB = 20 << 20
 SYSTEM_BUS = "$(systemctl show --property MainPID --value dbus)"
 

@@ -4,10 +4,9 @@ import time
 
 from flows import COMPLETED, TICK
 from scenario import BOOK, make_book, operator, scenario, short_scenario
-from waiting import expect, expect_equal, until
+from waiting import USUAL_LIMIT, expect, expect_equal, until
 
 TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}}
-USUAL_LIMIT = 25  # seconds, after which a bus gives a request up unless it is told otherwise
 
 
 def _prepare(box, person, names, seconds=120, meanwhile=None):

@@ -2,6 +2,8 @@
 
 import time
 
+USUAL_LIMIT = 25  # seconds, after which a bus gives a request up unless it is told otherwise
+
 
 def until(look, seconds, what, pause=0.25):
     """Looks again and again until the answer is true; returns that answer."""

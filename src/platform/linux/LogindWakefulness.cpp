@@ -8,13 +8,6 @@
 
 namespace fillstation {
 
-namespace {
-
-// Milliseconds, as long as every call on a bus waits that isn't told otherwise.
-constexpr int kBusTimeOut = 25000;
-
-}  // namespace
-
 std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
   auto message = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
@@ -22,14 +15,16 @@ std::shared_ptr<void> LogindWakefulness::keepAwake(const std::string& why) {
   message << QStringLiteral("sleep:handle-lid-switch") << QStringLiteral("Fillstation")
           << QString::fromStdString(why) << QStringLiteral("block");
   const auto inhibitor = std::make_shared<std::optional<QDBusUnixFileDescriptor>>();
-  bus_.call(message, kBusTimeOut, [this, waiting = std::weak_ptr(inhibitor)](const auto& answer) {
-    if (answer.type() == QDBusMessage::ErrorMessage) {
-      log_.write(formatText("The machine may fall asleep during the run: %@",
-                            answer.errorMessage().toStdString()));
-    } else if (const auto held = waiting.lock()) {
-      held->emplace(answer.arguments().value(0).template value<QDBusUnixFileDescriptor>());
-    }
-  });
+  bus_.call(
+      message, SystemBus::kUsualTimeOut,
+      [this, waiting = std::weak_ptr(inhibitor)](const auto& answer) {
+        if (answer.type() == QDBusMessage::ErrorMessage) {
+          log_.write(formatText("The machine may fall asleep during the run: %@",
+                                answer.errorMessage().toStdString()));
+        } else if (const auto held = waiting.lock()) {
+          held->emplace(answer.arguments().value(0).template value<QDBusUnixFileDescriptor>());
+        }
+      });
   return inhibitor;
 }
 

@@ -19,13 +19,15 @@ namespace fillstation {
 // Called on a worker.
 using BusConnector = std::function<QDBusConnection(const QString& name)>;
 
-// The system bus, asynchronously: a bus that never answers keeps whoever connects, so that a worker
+// The system bus, asynchronously: a bus that never answers blocks whoever connects, so a worker
 // does it, at the first call and when the bus has gone. Main thread; what it was made with outlives
 // it. Answers that come after its end are dropped.
 class SystemBus {
  public:
   // A reply or an error.
   using Answered = std::function<void(const QDBusMessage& answer)>;
+  // What Qt takes for the bus's own limit, 25 seconds.
+  static constexpr int kUsualTimeOut = -1;
 
   SystemBus(BusConnector connect, QtMainThread& mainThread, Workers& workers)
       : connect_(std::move(connect)), mainThread_(mainThread), workers_(workers) {}
@@ -33,7 +35,7 @@ class SystemBus {
   SystemBus(const SystemBus&) = delete;
   SystemBus& operator=(const SystemBus&) = delete;
 
-  // Calls a method, and waits so many milliseconds for its answer. Never answered inside this call.
+  // Calls a method and waits so many milliseconds for the answer. Never answered inside this call.
   void call(const QDBusMessage& message, int timeOut, Answered answered);
 
  private:
