@@ -131,16 +131,16 @@ class Workshop:
 
     # --- preparation
 
-    def prepare(self, root, jobs):
-        """Copies the tree, builds everything and keeps a copy of the build."""
+    def prepare(self, root):
+        """Copies the tree and builds everything, with what the compiler cache knows of it."""
         copy_changes(root, self.tree, NOT_COPIED)
         self.temporary.mkdir(parents=True, exist_ok=True)
         linker = next((name for name in ("mold", "lld") if shutil.which(f"ld.{name}")), "")
         command = [*CONFIGURE, "-S", str(self.tree), "-B", str(self.build)]
         if linker:
             command.append(f"-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld={linker}")
-        for step in (command, ["ninja", "-C", str(self.build), f"-j{jobs}"]):
-            status, output = run(step, self.tree, NO_CACHE, self.mark)
+        for step in (command, ["ninja", "-C", str(self.build)]):
+            status, output = run(step, self.tree, mark=self.mark)
             if status != 0:
                 raise SystemExit(f"The tree doesn't build without a mutation:\n{output[-5000:]}")
         self.programs = self._programs()
