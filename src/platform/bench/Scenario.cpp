@@ -61,7 +61,7 @@ class Keys {
 
   // The value of a key, undefined when there is none.
   QJsonValue take(const QString& key) {
-    const QJsonValue value = given_.value(key);
+    QJsonValue value = given_.value(key);
     content_.insert(key, value);
     return value;
   }
