@@ -3,8 +3,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-#include <cstddef>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,25 +50,21 @@ class DirectoryOrder {
   std::optional<struct stat> next(const Components& path, bool isDirectory);
 
  private:
-  static constexpr std::size_t kEntries = 8192;  // bytes of entries that are read at once
-
   // A directory on the way down, read as far as it was compared.
   struct Level {
+    struct Closing {
+      void operator()(DIR* open) const { ::closedir(open); }
+    };
+
     std::string name;  // empty for the root
-    FileHandle directory;
-    std::vector<char> entries = std::vector<char>(kEntries);
-    std::size_t at = 0;
-    std::size_t size = 0;
-    off_t position = 0;  // behind the entry that was yielded last
+    std::unique_ptr<DIR, Closing> directory;
   };
 
   bool enter(const Components& path);
   bool push(const std::string& name);
-  // Whether the entry is behind the one before; the level is read up to it then, and no further
+  // Whether the entry is behind the one before; the directory is read up to it then, and no further
   // than before otherwise.
-  static bool comesNext(Level& level, const std::string& name, ino_t inode);
-  static bool find(Level& level, const std::function<bool(const dirent64&)>& isWanted);
-  static void restart(Level& level, off_t position);
+  static bool comesNext(DIR* directory, const std::string& name, ino_t inode);
 
   const int root_;
   const bool keepsOrder_;
