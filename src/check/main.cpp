@@ -92,7 +92,7 @@ QByteArray contentHash(int file, std::int64_t size, const OnBytes& onBytes) {
   const auto piece = std::make_unique<Piece>();
   QCryptographicHash hash(QCryptographicHash::Sha256);
   for (std::int64_t at = 0; at < size;) {
-    const auto got = KernelCalls::real().readAt(file, &piece->bytes, sizeof(Piece), at);
+    const auto got = ::pread(file, &piece->bytes, sizeof(Piece), at);
     if (got <= 0 || at + got > size) {
       return {};
     }
@@ -213,7 +213,7 @@ std::string VolumeCheck::faultOf(const SetEntry& entry, const OnBytes& onBytes) 
 
 std::string VolumeCheck::faultOfContent(const Components& path, const SetEntry& entry,
                                         const OnBytes& onBytes) const {
-  const FileHandle file = openMediumFileBelow(root_.get(), path, KernelCalls::real());
+  const FileHandle file = openMediumFileBelow(root_.get(), path);
   QByteArray hash = contentHash(file.get(), entry.size, onBytes);
   if (hash != entry.hash) {
     // A disturbance on the way is no fault of the medium: what differs is read once more.

@@ -48,7 +48,7 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
   return directory;
 }
 
-FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls) {
+FileHandle openMediumFileBelow(int root, const Components& path) {
   if (path.empty()) {
     return {};
   }
@@ -67,8 +67,8 @@ FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& ca
   }
   if (!file && errno == EINVAL) {
     file = opened(0);
-    calls.advise(file.get(), POSIX_FADV_DONTNEED);
-    calls.advise(file.get(), POSIX_FADV_RANDOM);
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
   }
   return file;
 }

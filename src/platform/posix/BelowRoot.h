@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "FileHandle.h"
-#include "KernelCalls.h"
 
 namespace fillstation {
 
@@ -29,7 +28,7 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
 // The file at that path below the root, to be read from the medium: past the page cache where the
 // file system can, and then by whole blocks of 4096 bytes into memory aligned to them. No handle
 // when there is none.
-FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls);
+FileHandle openMediumFileBelow(int root, const Components& path);
 
 // Looks up what was created on a volume, in the order of its creation; on FAT the directories must
 // hold it in that order too, since players play what comes first. What else a directory holds is
@@ -45,8 +44,7 @@ class DirectoryOrder {
   static bool keptOn(int root);
 
   // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
-  // lies before one that was found earlier. A folder may lie before: two chosen ones have it in
-  // common.
+  // lies before one that was found earlier.
   std::optional<struct stat> next(const Components& path, bool isDirectory);
 
  private:
