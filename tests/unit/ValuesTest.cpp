@@ -252,25 +252,5 @@ TEST(Utf8, EveryBadByteIsReplacedAndNoOther) {
   }
 }
 
-TEST(Utf8, CaseOfEveryScriptIsIgnoredAndNothingElse) {
-  for (const auto& [left, right] : Cases{{"MP3", "mp3"},
-                                         {"\xC3\x84\xC3\x96", "\xC3\xA4\xC3\xB6"},
-                                         {"\xD0\x96", "\xD0\xB6"},
-                                         {"", ""}}) {
-    EXPECT_TRUE(equalIgnoringCase(left, right)) << left;
-  }
-  // What is not UTF-8 equals nothing.
-  for (const auto& [left, right] : Cases{{"mp3", "mp4"},
-                                         {"mp3", "mp3 "},
-                                         {"", "a"},
-                                         {"\xC3\xA4", "a"},
-                                         {"\xC3\x9F", "SS"},
-                                         {"\xFF", "\xFF"},
-                                         {"\xFF", "a"},
-                                         {"a", "\xFF"}}) {
-    EXPECT_FALSE(equalIgnoringCase(left, right)) << left << " " << right;
-  }
-}
-
 }  // namespace
 }  // namespace fillstation::test
