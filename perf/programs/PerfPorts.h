@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "Clock.h"
 #include "DiskSession.h"
 #include "PosixFileManager.h"
 #include "QtMainThread.h"

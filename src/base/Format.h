@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,34 +15,29 @@ inline std::string textOf(const std::optional<std::string>& text) {
   return text ? *text : "(null)";
 }
 
-namespace detail {
-
-inline void appendFormatted(std::string& out, std::string_view pattern) { out += pattern; }
-
-template <class First, class... Rest>
-void appendFormatted(std::string& out, std::string_view pattern, const First& first,
-                     const Rest&... rest) {
-  for (std::size_t at = 0; at + 1 < pattern.size(); ++at) {
-    if (pattern[at] == '%' && (pattern[at + 1] == '@' || pattern[at + 1] == 's')) {
-      out += pattern.substr(0, at);
-      out += textOf(first);
-      appendFormatted(out, pattern.substr(at + 2), rest...);
-      return;
-    }
-  }
-  out += pattern;
-}
-
-}  // namespace detail
-
 // The pattern with each "%@" and "%s" replaced, in order, by textOf() of the values. An inserted
 // text is never searched for placeholders. Values left over are ignored, placeholders left over
 // stay.
 template <class... Values>
 std::string formatText(std::string_view pattern, const Values&... values) {
   std::string out;
-  detail::appendFormatted(out, pattern, values...);
-  return out;
+  [[maybe_unused]] const auto insert = [&](const std::string& text) {
+    for (std::size_t at = 0; at + 1 < pattern.size(); ++at) {
+      if (pattern[at] == '%' && (pattern[at + 1] == '@' || pattern[at + 1] == 's')) {
+        out.append(pattern.substr(0, at)).append(text);
+        pattern.remove_prefix(at + 2);
+        return;
+      }
+    }
+  };
+  (insert(textOf(values)), ...);
+  return out.append(pattern);
+}
+
+// Overwrites the text in memory in a way that no compiler leaves out, and empties it.
+inline void wipeText(std::string& text) {
+  ::explicit_bzero(text.data(), text.size());
+  text.clear();
 }
 
 }  // namespace fillstation

@@ -1,6 +1,5 @@
 #include "Url.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -9,42 +8,20 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 
-// By byte: whether it stays as it is.
-constexpr std::array<bool, 256> plainBytes() {
+// By byte: whether it stays as it is. A table, since very many files may be chosen.
+constexpr auto kStaysPlain = [] {
   std::array<bool, 256> plain{};
   for (const char byte : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                           "0123456789-._~/")) {
     plain[static_cast<unsigned char>(byte)] = true;
   }
   return plain;
-}
-constexpr std::array<bool, 256> kStaysPlain = plainBytes();
-
-// Appends the path with its escapes, in pieces, since one look at each byte is what counts where
-// very many files are chosen.
-void appendEscaped(std::string& text, std::string_view path) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  constexpr std::size_t kPiece = 512;
-  std::array<char, 3 * kPiece> escaped;
-  for (std::size_t begin = 0; begin < path.size(); begin += kPiece) {
-    auto* end = escaped.data();
-    for (const char character : path.substr(begin, kPiece)) {
-      const auto byte = static_cast<unsigned char>(character);
-      if (kStaysPlain[byte]) {
-        *end++ = character;
-      } else {
-        *end++ = '%';
-        *end++ = kDigits[byte >> 4U];
-        *end++ = kDigits[byte & 0xFU];
-      }
-    }
-    text.append(escaped.data(), end);
-  }
-}
+}();
 
 }  // namespace
 
 Url Url::fromPath(std::string_view path, bool isDirectory) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
   while (path.size() > 1 && path.ends_with('/')) {
     path.remove_suffix(1);
   }
@@ -52,7 +29,14 @@ Url Url::fromPath(std::string_view path, bool isDirectory) {
   // With room for some escapes.
   text.reserve(kScheme.size() + path.size() + path.size() / 2);
   text += kScheme;
-  appendEscaped(text, path);
+  for (const char character : path) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (kStaysPlain[byte]) {
+      text += character;
+    } else {
+      text += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+    }
+  }
   if (isDirectory && !text.ends_with('/')) {
     text += '/';
   }

@@ -5,22 +5,15 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace fillstation {
 namespace {
 
 // Bytes of the sequence that begins with this byte, 0 when none does.
 std::size_t sequenceLength(unsigned char lead) {
-  if (lead < 0x80) {
-    return 1;
-  }
-  if ((lead & 0xE0U) == 0xC0) {
-    return 2;
-  }
-  if ((lead & 0xF0U) == 0xE0) {
-    return 3;
-  }
-  return (lead & 0xF8U) == 0xF0 ? 4 : 0;
+  constexpr std::array<std::size_t, 9> kByLeadingOnes = {1, 0, 2, 3, 4};
+  return kByLeadingOnes[static_cast<std::size_t>(std::countl_one(lead))];
 }
 
 bool isInRange(char32_t point, std::size_t length) {

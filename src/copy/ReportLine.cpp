@@ -9,17 +9,16 @@ namespace fillstation {
 
 void ReportLine::pass(const Report& report) {
   const auto own = std::make_shared<Member>(report);
-  bool leads = false;
   {
     const std::scoped_lock guard(lock_);
     line_.push_back(own);
     isEmpty_ = false;
-    leads = !std::exchange(busy_, true);
+    if (!std::exchange(busy_, true)) {
+      own->turn = Turn::leads;
+    }
   }
-  if (!leads) {
-    own->turn.wait(Turn::waits);
-  }
-  if (leads || own->turn == Turn::leads) {
+  own->turn.wait(Turn::waits);
+  if (own->turn == Turn::leads) {
     lead();
   }
 }

@@ -5,7 +5,6 @@
 #include "Platform.h"
 #include "TRFileCopyTaskCollection.h"
 #include "Url.h"
-#include "WipeText.h"
 
 namespace fillstation {
 namespace {
@@ -44,14 +43,6 @@ std::string pathOn(const std::string& mountPath, const TRFile& node) {
 
 // A second's pause; false once the program is ending.
 bool pause() { return platform().clock->sleep(std::chrono::seconds(1)) && !ending(); }
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (std::size_t at = 0; at < words.size(); ++at) {
-    text += (at == 0 ? "" : " ") + words[at];
-  }
-  return text;
-}
 
 }  // namespace
 
@@ -191,7 +182,10 @@ bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
                                                const std::vector<std::string>& arguments,
                                                std::optional<std::string>& output,
                                                std::optional<std::string>& errorDescription) {
-  const std::string commandLine = formatText("%@ %@", scriptPath, joined(arguments));
+  std::string commandLine = scriptPath + (arguments.empty() ? " " : "");
+  for (const auto& argument : arguments) {
+    commandLine += ' ' + argument;
+  }
   constexpr std::string_view kEnd = "\" with administrator privileges";
   std::string source =
       formatText("do shell script \"%@\" user name \"%@\" password \"", commandLine, userName);

@@ -36,12 +36,6 @@ void report(TRFileCopyTaskCollection::Report ReportTargets::*which) {
   }
 }
 
-// What a task's pointer holds when it is handed out.
-struct Held {
-  std::shared_ptr<const TRFileCopyTaskCollection> collection;
-  std::shared_ptr<TRFileCopyTask> task;
-};
-
 }  // namespace
 
 TRFileCopyTaskCollection::TRFileCopyTaskCollection(std::shared_ptr<TRFileList> files,
@@ -64,8 +58,8 @@ TRFileCopyTaskList TRFileCopyTaskCollection::tasks() const {
   TRFileCopyTaskList handedOut;
   const auto all = tasks_.get();
   for (const auto& task : *all) {
-    const auto held = std::make_shared<Held>(Held{shared_from_this(), task});
-    handedOut.emplace_back(held, task.get());
+    const auto held = std::pair(shared_from_this(), task);  // by each pointer
+    handedOut.emplace_back(std::make_shared<decltype(held)>(held), task.get());
   }
   return handedOut;
 }

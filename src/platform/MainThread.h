@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace fillstation {
@@ -17,6 +18,29 @@ class MainThread {
 
   // One pass over the events that are pending now. Main thread.
   virtual void runPending() = 0;
+};
+
+// The pauses of the program. On the main thread a pause keeps the window alive; on any other it is
+// an interruptible wait. Any thread.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  // Pauses for the duration; false when the program is ending, then at once.
+  virtual bool sleep(std::chrono::microseconds duration) = 0;
+};
+
+// The program's background threads and the token that ends them. Any thread; lives as long as the
+// program.
+class Workers {
+ public:
+  virtual ~Workers() = default;
+
+  // Runs the body on a new thread and returns at once.
+  virtual void spawn(std::function<void()> body) = 0;
+
+  // True once the program is ending: no new command, directory or file is begun then.
+  virtual bool stopping() const = 0;
 };
 
 }  // namespace fillstation

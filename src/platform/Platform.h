@@ -4,7 +4,6 @@
 #include <memory>
 #include <string_view>
 
-#include "Clock.h"
 #include "DiskSession.h"
 #include "FileManager.h"
 #include "Format.h"
@@ -12,7 +11,6 @@
 #include "ScriptRunner.h"
 #include "SystemLog.h"
 #include "UsbBus.h"
-#include "Workers.h"
 #include "Workspace.h"
 
 namespace fillstation {

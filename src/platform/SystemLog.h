@@ -50,8 +50,7 @@ class LogBatch {
     }
   }
 
-  // Records what the batch that there is holds, if there is one: the process is about to leave. Any
-  // thread.
+  // Records the contents of the current batch, if any: the process is about to leave. Any thread.
   static void recordCurrent() {
     const std::scoped_lock guard(lock_);
     if (current_ != nullptr) {

@@ -22,7 +22,7 @@
 #include "AgentShell.h"
 #include "FakeAgentTest.h"
 #include "FileHandle.h"
-#include "WipeText.h"
+#include "Format.h"
 
 namespace fillstation::test {
 namespace {

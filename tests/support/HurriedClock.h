@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <thread>
 
-#include "Clock.h"
 #include "QtMainThread.h"
 
 namespace fillstation::test {

@@ -33,8 +33,8 @@ inline Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-// Everything that a run does to the outside, in one order. As the log, "log " before each text.
-class Trace : public SystemLog {
+// Everything that a run does to the outside, in one order.
+class Trace {
  public:
   void add(std::string event) {
     const std::scoped_lock guard(lock_);
@@ -44,15 +44,6 @@ class Trace : public SystemLog {
     const std::scoped_lock guard(lock_);
     return events_;
   }
-  void write(std::string_view text) override {
-    add("log " + std::string(text));
-    if (onWrite) {
-      onWrite(std::string(text));
-    }
-  }
-
-  // Called after each text, on the thread that writes it.
-  std::function<void(const std::string&)> onWrite;
 
  private:
   mutable std::mutex lock_;
@@ -129,7 +120,10 @@ class CopyTest : public ::testing::Test {
   CopyTest() {
     files.onRequest = [this](const std::string& request) { trace.add(request); };
     platform().fileManager = &files;
-    platform().systemLog = &trace;
+    ports.log.onText = [this](const std::string& text) {
+      trace.add("log " + text);
+      onLog(text);
+    };
     session = platform().createDiskSession();
     ports.disks.complete = [this](const TestDisks::Request& request, std::function<void()> answer) {
       trace.add(request.kind + " " + request.expected.node);
@@ -252,6 +246,7 @@ class CopyTest : public ::testing::Test {
   std::size_t foundAtLook = 1;  // the look from which on a volume has its name
   std::atomic<bool> clockEnded{false};
   std::function<void(std::size_t)> atPause;
+  std::function<void(const std::string&)> onLog = [](const std::string&) {};
   std::function<ScriptOutcome(std::size_t)> answerScript;
   std::mutex pendingLock;
   std::deque<std::pair<std::size_t, std::function<void()>>> pending;

@@ -48,16 +48,6 @@ class ReportLineTest : public ::testing::Test {
   std::list<std::future<void>> workers;
 };
 
-TEST_F(ReportLineTest, ReportThatComesAfterAHandOverIsHandedOverAnew) {
-  pass('a');
-  handOver();
-  EXPECT_EQ(shownInAll(), "a");
-  pass('b');
-  handOver();
-  EXPECT_EQ(shownInAll(), "ab");
-  EXPECT_EQ(line.waiting(), 0U);
-}
-
 TEST_F(ReportLineTest, ReportsThatWaitAreHandedOverTogetherInTheirOrder) {
   pass('a');
   ports.mainThread.awaitQueued();

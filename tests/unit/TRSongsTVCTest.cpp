@@ -76,15 +76,6 @@ TEST_F(TRSongsTVCTest, RemovingIndexesLeavesTheOtherRowsInTheirOrder) {
   EXPECT_EQ(table->totals, (std::vector<std::int64_t>{4021, 54021, 50020, 50020, 0}));
 }
 
-TEST_F(TRSongsTVCTest, RemovingAllEmptiesTheListObject) {
-  const auto before = list.list();
-  list.removeAllTRFiles();
-  EXPECT_EQ(list.list(), before);
-  EXPECT_EQ(list.numberOfRowsInTableView(nullptr), 0U);
-  EXPECT_EQ(textOf(list.totalFileSize()), "0");
-  EXPECT_EQ(table->totals, std::vector<std::int64_t>{0});
-}
-
 TEST_F(TRSongsTVCTest, IndexOutOfRangeThrowsAndChangesNothing) {
   EXPECT_THROW(list.removeTRFileAt(4), std::out_of_range);
   EXPECT_THROW(list.removeTRFiles({0, 4}), std::out_of_range);

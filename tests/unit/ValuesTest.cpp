@@ -5,15 +5,20 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Atomic.h"
 #include "Format.h"
 #include "Number.h"
 #include "Url.h"
+#include "Utf8.h"
 
 namespace fillstation::test {
 namespace {
+
+// A function's argument, and what it gives.
+using Cases = std::vector<std::pair<std::string, std::string>>;
 
 TEST(Atomic, AccessesOfSeveralThreadsAreIndivisible) {
   const std::string first(100, 'a');
@@ -62,38 +67,25 @@ TEST(Atomic, ReplacedValueGoesAfterTheLockIsFree) {
   EXPECT_TRUE(sawNothing);
 }
 
-TEST(Format, BothPlaceholdersAreReplacedInOrder) {
-  EXPECT_EQ(formatText("%s (%@)", "/dev/sdb", std::string("SONGS")), "/dev/sdb (SONGS)");
-  EXPECT_EQ(formatText("%@%@", "a", "b"), "ab");
-}
-
-TEST(Format, AbsentTextsReadNull) {
+TEST(Format, PlaceholdersAreReplacedInOrderAndEverythingElseStays) {
   const char* nothing = nullptr;
-  EXPECT_EQ(formatText("%s", nothing), "(null)");
-  EXPECT_EQ(formatText("%@", std::optional<std::string>()), "(null)");
-  EXPECT_EQ(formatText("%@", std::optional<std::string>("x")), "x");
-}
-
-TEST(Format, NumbersAndAddressesReadAsTheirTexts) {
-  EXPECT_EQ(formatText("%@ %@", Number(-12), Url::withString("file:///a%20b")),
-            "-12 file:///a%20b");
-}
-
-TEST(Format, InsertedTextIsNotSearchedForPlaceholders) {
-  EXPECT_EQ(formatText("%@-%@", "%@", "b"), "%@-b");
-}
-
-TEST(Format, OtherPercentSignsStay) {
-  EXPECT_EQ(formatText("100% %d %% %", "x"), "100% %d %% %");
-  EXPECT_EQ(formatText("%d%s@", "x"), "%dx@");
-  EXPECT_EQ(formatText("@s%", "x"), "@s%");
-}
-
-TEST(Format, LeftoversAreLeftAlone) {
-  EXPECT_EQ(formatText("%@ and %@", "one"), "one and %@");
-  EXPECT_EQ(formatText("none", "one"), "none");
-  EXPECT_EQ(formatText("%@"), "%@");
-  EXPECT_EQ(formatText("", "one"), "");
+  using Text = std::optional<std::string>;
+  for (const auto& [formatted, expected] :
+       Cases{{formatText("%s (%@)", "/dev/sdb", std::string("SONGS")), "/dev/sdb (SONGS)"},
+             {formatText("%@%@", "a", "b"), "ab"},
+             {formatText("%s%@%@", nothing, Text(), Text("x")), "(null)(null)x"},
+             {formatText("%@ %@", Number(-12), Url::withString("file:///a%20b")),
+              "-12 file:///a%20b"},
+             {formatText("%@-%@", "%@", "b"), "%@-b"},
+             {formatText("100% %d %% %", "x"), "100% %d %% %"},
+             {formatText("%d%s@", "x"), "%dx@"},
+             {formatText("@s%", "x"), "@s%"},
+             {formatText("%@ and %@", "one"), "one and %@"},
+             {formatText("none", "one"), "none"},
+             {formatText("%@"), "%@"},
+             {formatText("", "one"), ""}}) {
+    EXPECT_EQ(formatted, expected);
+  }
 }
 
 TEST(Number, KeepsTheWholeRangeOfItsValue) {
@@ -132,6 +124,132 @@ TEST(Number, OrderFollowsTheBoxesNotTheValuesWithNoneBelow) {
   EXPECT_TRUE(Number(-5).ordersAbove(Number()));
   EXPECT_FALSE(Number().ordersAbove(Number(-5)));
   EXPECT_FALSE(Number().ordersAbove(Number()));
+}
+
+TEST(Url, EveryByteButLettersDigitsAndFiveSignsIsEscaped) {
+  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+  constexpr const char* kDigits = "0123456789ABCDEF";
+  for (unsigned byte = 1; byte < 256; ++byte) {
+    const char character = static_cast<char>(byte);
+    const std::string expected = plain.find(character) != std::string::npos
+                                     ? std::string(1, character)
+                                     : std::string("%") + kDigits[byte / 16] + kDigits[byte % 16];
+    EXPECT_EQ(Url::fromPath(std::string("/") + character + "x", false).absoluteString(),
+              "file:///" + expected + "x");
+  }
+}
+
+TEST(Url, FolderEndsInExactlyOneSlash) {
+  for (const auto& [path, text] : Cases{{"/a/b", "file:///a/b/"},
+                                        {"/a/b//", "file:///a/b/"},
+                                        {"/", "file:///"},
+                                        {"//", "file:///"}}) {
+    EXPECT_EQ(Url::fromPath(path, true).absoluteString(), text);
+  }
+  EXPECT_EQ(Url::fromPath("/a/b//", false).absoluteString(), "file:///a/b");
+}
+
+TEST(Url, EveryPathComesBackUnchanged) {
+  for (const std::string path :
+       {"/", "/a b/c", "/100%", "/%25", "/a#b?c:d", "/a,b{c}d", "/\xC3\xA4\xC3\x9F\xE2\x82\xAC",
+        "/\xF0\x9F\x8E\xB5", "/a\nb", "/\xFF\xFE\x80", "/a\"b\\c", "/a//b"}) {
+    EXPECT_EQ(Url::fromPath(path, false).path(), path);
+    EXPECT_EQ(Url::fromPath(path, true).path(), path);
+  }
+}
+
+TEST(Url, TextIsKeptExactlyAndIsWhatIsCompared) {
+  EXPECT_EQ(Url::withString("a b%zz").absoluteString(), "a b%zz");
+  EXPECT_EQ(Url().absoluteString(), "");
+  EXPECT_EQ(Url::withString("a"), Url::withString("a"));
+  EXPECT_NE(Url::withString("a"), Url::withString("a/"));
+  EXPECT_EQ(textOf(Url::withString("file:///a%20b")), "file:///a%20b");
+  EXPECT_EQ(textOf(std::optional(Url::withString("x"))), "x");
+  EXPECT_EQ(textOf(std::optional<Url>()), "(null)");
+}
+
+TEST(Url, PathLeavesOutSchemeHostAndTheSlashAtTheEnd) {
+  for (const auto& [text, path] : Cases{{"file:///media/a%20b/", "/media/a b"},
+                                        {"file:///media/a//", "/media/a"},
+                                        {"file://host/x", "/x"},
+                                        {"file://host", ""},
+                                        {"file:///", "/"},
+                                        {"My%20Album/01.mp3", "My Album/01.mp3"},
+                                        {"/", "/"},
+                                        {"file:///a%2F", "/a/"}}) {
+    EXPECT_EQ(Url::withString(text).path(), path) << text;
+  }
+}
+
+TEST(Url, CompleteEscapesAreDecodedOnce) {
+  for (const auto& [text, plain] : Cases{{"%2525", "%25"},
+                                         {"%41%4a%4A%fF%20", "AJJ\xFF "},
+                                         {"plain", "plain"},
+                                         {"", ""},
+                                         {"%", "%"},
+                                         {"a%4", "a%4"},
+                                         {"%4g%g4%zz%-1%+1% 1", "%4g%g4%zz%-1%+1% 1"},
+                                         {"%%41", "%A"},
+                                         {"%1_41", "%1_41"}}) {
+    EXPECT_EQ(removePercentEscapes(text), plain);
+  }
+  // Only what lies in the text counts, not what follows it in memory.
+  EXPECT_EQ(removePercentEscapes(std::string_view("%41", 2)), "%4");
+}
+
+TEST(Url, LastComponentFollowsTheLastSlashAndItsExtensionTheLastDot) {
+  for (const auto& [path, name] : Cases{{"/a/01.mp3", "01.mp3"},
+                                        {"/a/b//", "b"},
+                                        {"name", "name"},
+                                        {"/", "/"},
+                                        {"//", "/"},
+                                        {"a", "a"},
+                                        {"", ""}}) {
+    EXPECT_EQ(lastPathComponent(path), name) << path;
+  }
+  for (const auto& [path, extension] : Cases{{"/a/b.c.mp3", "mp3"},
+                                             {"/a/.mp3", "mp3"},
+                                             {"/a.b/README", ""},
+                                             {"/a/ends.", ""},
+                                             {"/a.mp3/", "mp3"}}) {
+    EXPECT_EQ(pathExtension(path), extension) << path;
+  }
+}
+
+TEST(Utf8, EverySequenceIsDecoded) {
+  using Points = std::u32string;
+  for (const auto& [text, points] : std::vector<std::pair<std::string, Points>>{
+           {std::string("\0\x7F", 2), {U'\0', U'\x7F'}},
+           {"\xC2\x80\xDF\xBF", {0x80, 0x7FF}},
+           {"\xE0\xA0\x80\xEF\xBF\xBF", {0x800, 0xFFFF}},
+           {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", {0x10000, 0x10FFFF}},
+           {"\xD5\x95\xE5\x95\x95\xF1\x95\x95\x95", {0x555, 0x5555, 0x55555}},
+           {"\xED\x9F\xBF\xEE\x80\x80", {0xD7FF, 0xE000}},
+           {"", {}}}) {
+    EXPECT_EQ(decodeUtf8(text), points);
+  }
+}
+
+TEST(Utf8, OnlyWellFormedSequencesAreText) {
+  for (const char* text : {"\xED\xA0\x80", "\xED\xBF\xBF",  // surrogates
+                           "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",  // overlong
+                           "\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF", "\xF8\x88\x80\x80\x80",
+                           "\xFF",  // above the last code point
+                           "\x80", "\xBF", "a\xC3", "\xE2\x82", "\xE2\x82z", "\xE2z\x82",
+                           "\xC3\xC3"}) {  // stray and missing continuations
+    EXPECT_FALSE(decodeUtf8(text)) << testing::PrintToString(text);
+  }
+}
+
+TEST(Utf8, EveryBadByteIsReplacedAndNoOther) {
+  const std::string good = "a\xC3\xA4\xE5\x95\x95\xF0\x9F\x98\x80z";
+  for (const auto& [text, plain] : Cases{{"", ""},
+                                         {good, good},
+                                         {"caf\xE9 1", "caf_ 1"},
+                                         {"\xFF\xC3\xA4\x80", "_\xC3\xA4_"},
+                                         {"\xE5\x95x\xF0\x9F", "__x__"}}) {
+    EXPECT_EQ(withoutBadUtf8(text), plain);
+  }
 }
 
 }  // namespace

@@ -7,14 +7,12 @@
 #include <string_view>
 
 #include "BenchPlayers.h"
-#include "Clock.h"
 #include "DiskOrder.h"
 #include "DiskSession.h"
 #include "QtMainThread.h"
 #include "StopSource.h"
 #include "SystemLog.h"
 #include "VolumeOwner.h"
-#include "Workers.h"
 
 namespace fillstation {
 

@@ -5,7 +5,6 @@
 
 #include "GuardText.h"
 #include "Platform.h"
-#include "WipeText.h"
 
 namespace fillstation {
 

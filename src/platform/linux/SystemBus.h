@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "QtMainThread.h"
-#include "Workers.h"
 
 namespace fillstation {
 

@@ -11,7 +11,6 @@
 #include "QtMainThread.h"
 #include "SystemLog.h"
 #include "UDisksClient.h"
-#include "Workers.h"
 
 namespace fillstation {
 

@@ -48,7 +48,7 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
   return directory;
 }
 
-FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls) {
+FileHandle openMediumFileBelow(int root, const Components& path) {
   if (path.empty()) {
     return {};
   }
@@ -67,8 +67,8 @@ FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& ca
   }
   if (!file && errno == EINVAL) {
     file = opened(0);
-    calls.advise(file.get(), POSIX_FADV_DONTNEED);
-    calls.advise(file.get(), POSIX_FADV_RANDOM);
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
   }
   return file;
 }
@@ -82,29 +82,33 @@ std::optional<struct stat> DirectoryOrder::next(const Components& path, bool isD
   if (path.empty() || !enter(path)) {
     return std::nullopt;
   }
-  Level& level = levels_.back();
+  DIR* const directory = levels_.back().directory.get();
   struct stat status {};
-  if (::fstatat(level.directory.get(), path.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+  if (::fstatat(::dirfd(directory), path.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
       (isDirectory ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode)) ||
-      (keepsOrder_ && !comesNext(level, path.back(), status.st_ino) &&
+      (keepsOrder_ && !comesNext(directory, path.back(), status.st_ino) &&
        !(isDirectory && comesAgain_))) {
     return std::nullopt;
   }
   return status;
 }
 
-bool DirectoryOrder::comesNext(Level& level, const std::string& name, ino_t inode) {
-  const off_t before = level.position;
-  if (find(level, [&name](const dirent64& entry) { return name == entry.d_name; })) {
-    return true;
+bool DirectoryOrder::comesNext(DIR* directory, const std::string& name, ino_t inode) {
+  const long before = ::telldir(directory);
+  while (const dirent* const entry = ::readdir(directory)) {
+    if (name == entry->d_name) {
+      return true;
+    }
   }
   // A mount may spell names in its own way. The inode is the kernel's word, now that it was looked
   // up.
-  restart(level, before);
-  if (find(level, [inode](const dirent64& entry) { return entry.d_ino == inode; })) {
-    return true;
+  ::seekdir(directory, before);
+  while (const dirent* const entry = ::readdir(directory)) {
+    if (entry->d_ino == inode) {
+      return true;
+    }
   }
-  restart(level, before);
+  ::seekdir(directory, before);
   return false;
 }
 
@@ -126,40 +130,15 @@ bool DirectoryOrder::enter(const Components& path) {
 }
 
 bool DirectoryOrder::push(const std::string& name) {
-  Level level;
-  level.name = name;
-  const int parent = levels_.empty() ? root_ : levels_.back().directory.get();
-  level.directory = openFolderBelow(root_, parent, name.empty() ? "." : name, O_RDONLY);
-  if (!level.directory) {
+  const int parent = levels_.empty() ? root_ : ::dirfd(levels_.back().directory.get());
+  FileHandle directory = openFolderBelow(root_, parent, name.empty() ? "." : name, O_RDONLY);
+  DIR* const opened = directory ? ::fdopendir(directory.get()) : nullptr;
+  if (opened == nullptr) {
     return false;
   }
-  levels_.push_back(std::move(level));
+  directory.release();  // the directory's from now on
+  levels_.push_back({name, std::unique_ptr<DIR, Level::Closing>(opened)});
   return true;
-}
-
-bool DirectoryOrder::find(Level& level, const std::function<bool(const dirent64&)>& isWanted) {
-  while (true) {
-    if (level.at == level.size) {
-      const ssize_t size =
-          ::getdents64(level.directory.get(), level.entries.data(), level.entries.size());
-      if (size <= 0) {
-        return false;
-      }
-      level.at = 0;
-      level.size = static_cast<std::size_t>(size);
-    }
-    const auto* const entry = reinterpret_cast<const dirent64*>(level.entries.data() + level.at);
-    level.at += entry->d_reclen;
-    level.position = entry->d_off;
-    if (isWanted(*entry)) {
-      return true;
-    }
-  }
-}
-
-void DirectoryOrder::restart(Level& level, off_t position) {
-  level.position = ::lseek(level.directory.get(), position, SEEK_SET);
-  level.at = level.size = 0;
 }
 
 }  // namespace fillstation

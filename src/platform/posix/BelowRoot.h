@@ -3,15 +3,13 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-#include <cstddef>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "FileHandle.h"
-#include "KernelCalls.h"
 
 namespace fillstation {
 
@@ -30,7 +28,7 @@ FileHandle openFolderBelow(int root, int parent, const std::string& name, int fl
 // The file at that path below the root, to be read from the medium: past the page cache where the
 // file system can, and then by whole blocks of 4096 bytes into memory aligned to them. No handle
 // when there is none.
-FileHandle openMediumFileBelow(int root, const Components& path, KernelCalls& calls);
+FileHandle openMediumFileBelow(int root, const Components& path);
 
 // Looks up what was created on a volume, in the order of its creation; on FAT the directories must
 // hold it in that order too, since players play what comes first. What else a directory holds is
@@ -46,30 +44,25 @@ class DirectoryOrder {
   static bool keptOn(int root);
 
   // The status of the entry at that path, a folder or not as asked; none when it isn't there, or
-  // lies before one that was found earlier. A folder may lie before: two chosen ones have it in
-  // common.
+  // lies before one that was found earlier.
   std::optional<struct stat> next(const Components& path, bool isDirectory);
 
  private:
-  static constexpr std::size_t kEntries = 8192;  // bytes of entries that are read at once
-
   // A directory on the way down, read as far as it was compared.
   struct Level {
+    struct Closing {
+      void operator()(DIR* open) const { ::closedir(open); }
+    };
+
     std::string name;  // empty for the root
-    FileHandle directory;
-    std::vector<char> entries = std::vector<char>(kEntries);
-    std::size_t at = 0;
-    std::size_t size = 0;
-    off_t position = 0;  // behind the entry that was yielded last
+    std::unique_ptr<DIR, Closing> directory;
   };
 
   bool enter(const Components& path);
   bool push(const std::string& name);
-  // Whether the entry is behind the one before; the level is read up to it then, and no further
+  // Whether the entry is behind the one before; the directory is read up to it then, and no further
   // than before otherwise.
-  static bool comesNext(Level& level, const std::string& name, ino_t inode);
-  static bool find(Level& level, const std::function<bool(const dirent64&)>& isWanted);
-  static void restart(Level& level, off_t position);
+  static bool comesNext(DIR* directory, const std::string& name, ino_t inode);
 
   const int root_;
   const bool keepsOrder_;

@@ -2,15 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace fillstation {
-
-FileHandle::~FileHandle() {
-  if (descriptor_ >= 0) {
-    ::close(descriptor_);
-  }
-}
 
 FileHandle openLongPath(const std::string& path, int flags) {
   // Below the kernel's 4096 with room for the "./" that keeps a remainder relative.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <optional>
 #include <string>
@@ -13,7 +14,11 @@ class FileHandle {
  public:
   FileHandle() = default;
   explicit FileHandle(int descriptor) : descriptor_(descriptor) {}
-  ~FileHandle();
+  ~FileHandle() {
+    if (descriptor_ >= 0) {
+      ::close(descriptor_);
+    }
+  }
   FileHandle(FileHandle&& other) noexcept : descriptor_(other.release()) {}
   FileHandle& operator=(FileHandle&& other) noexcept {
     std::swap(descriptor_, other.descriptor_);

@@ -27,15 +27,6 @@ void* flushStreams(void* flushed) {
   return nullptr;
 }
 
-sigset_t quitSignals() {
-  sigset_t signals;
-  ::sigemptyset(&signals);
-  ::sigaddset(&signals, SIGTERM);
-  ::sigaddset(&signals, SIGINT);
-  ::sigaddset(&signals, SIGHUP);
-  return signals;
-}
-
 }  // namespace
 
 void leaveProcess(int status) {
@@ -51,7 +42,11 @@ void leaveProcess(int status) {
 }
 
 SignalQuit::SignalQuit(std::function<void()> callback) {
-  const sigset_t signals = quitSignals();
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    ::sigaddset(&signals, signal);
+  }
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
   thread_ = std::jthread([signals, callback = std::move(callback)](const std::stop_token& ending) {

@@ -143,7 +143,7 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
 
 bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
   const auto path = componentsBelow(mountPath_, item.destination);
-  const FileHandle file = path ? openMediumFileBelow(root_, *path, calls_) : FileHandle();
+  const FileHandle file = path ? openMediumFileBelow(root_, *path) : FileHandle();
   struct stat status {};
   FileHandle source = openRegularFile(item.source, status);
   if (!file) {

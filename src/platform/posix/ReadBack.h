@@ -43,7 +43,7 @@ std::vector<SampleRange> sampleRanges(const WrittenSizes& sizes, std::uint64_t s
 
 // Compares what a volume holds with what was copied onto it. A source that has changed since is
 // not compared; what was copied of it must still be there and be readable. Takes 256 KiB of memory
-// and 8 KiB for each level of folders, however many files there are. One thread; the descriptor of
+// and 32 KiB for each level of folders, however many files there are. One thread; the descriptor of
 // the volume's root, which was mounted after the copy, the stop and the calls outlive it.
 class ReadBack {
  public:

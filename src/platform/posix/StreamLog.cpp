@@ -8,61 +8,42 @@ namespace fillstation {
 
 namespace {
 
-// Those that there are, for whoever ends the process.
+// Those that there are, for whoever ends the process. Never destroyed: a process may be left while
+// other threads finish logging.
 struct Logs {
   std::mutex lock;
   std::set<StreamLog*> all;
 };
-
-// Never destroyed: a process may be left while others take leave of their logs.
-Logs& logs() {
-  static auto& logs = *new Logs;
-  return logs;
-}
+Logs& logs = *new Logs;
 
 }  // namespace
 
 StreamLog::StreamLog(std::FILE* stream) : stream_(stream) {
-  const std::scoped_lock guard(logs().lock);
-  logs().all.insert(this);
+  const std::scoped_lock guard(logs.lock);
+  logs.all.insert(this);
 }
 
 StreamLog::~StreamLog() {
-  const std::scoped_lock guard(logs().lock);
-  logs().all.erase(this);
+  const std::scoped_lock guard(logs.lock);
+  logs.all.erase(this);
 }
 
 void StreamLog::settleAll() {
-  const std::scoped_lock guard(logs().lock);
-  for (auto* log : logs().all) {
-    log->settle();
+  const std::scoped_lock guard(logs.lock);
+  for (auto* const log : logs.all) {
+    std::unique_lock own(log->lock_);
+    log->wrote_.wait(own, [log] { return !log->writing_; });
   }
-}
-
-void StreamLog::write(std::string_view text) {
-  std::unique_lock guard(lock_);
-  wrote_.wait(guard, [this] { return waiting_.size() < kMost; });
-  add(text);
-  writeWaiting(guard);
 }
 
 void StreamLog::writeEach(std::span<const std::string> texts) {
   std::unique_lock guard(lock_);
   wrote_.wait(guard, [this] { return waiting_.size() < kMost; });
   for (const auto& text : texts) {
-    add(text);
+    waiting_ += text;
+    waiting_ += '\n';
   }
   writeWaiting(guard);
-}
-
-void StreamLog::settle() {
-  std::unique_lock guard(lock_);
-  wrote_.wait(guard, [this] { return !writing_; });
-}
-
-void StreamLog::add(std::string_view text) {
-  waiting_ += text;
-  waiting_ += '\n';
 }
 
 void StreamLog::writeWaiting(std::unique_lock<std::mutex>& guard) {

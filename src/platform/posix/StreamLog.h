@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdio>
@@ -29,13 +30,11 @@ class StreamLog : public SystemLog {
   // Returns when everything that any of these logs was given before is written.
   static void settleAll();
 
-  void write(std::string_view text) override;
+  void write(std::string_view text) override { writeEach(std::array{std::string(text)}); }
   // Several records in one piece.
   void writeEach(std::span<const std::string> texts) override;
 
  private:
-  void settle();
-  void add(std::string_view text);
   // Writes what waits, unless another thread is at it, with the lock but for the writing.
   void writeWaiting(std::unique_lock<std::mutex>& guard);
   void writeRecords(std::string_view records);

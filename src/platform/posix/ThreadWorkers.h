@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "MainThread.h"
 #include "StopSource.h"
-#include "Workers.h"
 
 namespace fillstation {
 

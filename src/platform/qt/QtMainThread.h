@@ -7,7 +7,6 @@
 #include <thread>
 #include <vector>
 
-#include "Clock.h"
 #include "MainLoopQueue.h"
 #include "MainThread.h"
 #include "StopSource.h"

@@ -41,8 +41,6 @@ class FakeCalls : public KernelCalls {
     if (onReadAt) {
       onReadAt();
     }
-    longestReadAt = std::max(longestReadAt, count);
-    bytesReadAt += static_cast<std::int64_t>(count);
     const ssize_t got = KernelCalls::readAt(descriptor, buffer, count, offset);
     if (got > 0 && disturbed > 0) {
       --disturbed;
@@ -91,8 +89,6 @@ class FakeCalls : public KernelCalls {
   int callsUntilFailure = 0;
   std::size_t longest = SIZE_MAX;  // bytes that one call moves at most
   std::function<void()> onReadAt;
-  std::size_t longestReadAt = 0;
-  std::int64_t bytesReadAt = 0;
   int disturbed = 0;  // so many reads bring a wrong first byte
   std::int64_t furthest = INT64_MAX;
   std::vector<std::string> log;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <QString>
 #include <clocale>
 #include <map>
 #include <string>
@@ -83,6 +83,42 @@ TEST(NameOrder, NoTwoNamesHaveTheSameKey) {
   std::map<std::string, std::string> nameOf;
   for (const auto& name : names) {
     EXPECT_EQ(nameOf.emplace(keyOf(name), name).first->second, name);
+  }
+}
+
+// The key without the name behind it, of a text as Qt knows it.
+std::string lettersOf(const QString& text) {
+  const std::string name = text.toStdString();
+  const std::string key = keyOf(name);
+  return key.substr(0, key.size() - name.size());
+}
+
+bool isOfAScriptWithAccents(char16_t letter) {
+  const auto script = QChar(letter).script();
+  return script == QChar::Script_Latin || script == QChar::Script_Greek ||
+         script == QChar::Script_Cyrillic;
+}
+
+TEST(NameOrder, EveryLetterCountsAsItselfWithoutAccents) {
+  int accented = 0;
+  for (char16_t letter = 0x80; letter < 0x1F00; ++letter) {
+    const QString whole(letter);
+    const QString apart = whole.normalized(QString::NormalizationForm_D);
+    if (isOfAScriptWithAccents(letter) && apart.size() > 1) {
+      ++accented;
+      EXPECT_EQ(lettersOf(whole), lettersOf(apart.left(1).toLower())) << qUtf8Printable(whole);
+      EXPECT_EQ(lettersOf(whole), lettersOf(apart)) << qUtf8Printable(whole);
+    }
+  }
+  EXPECT_GT(accented, 500);
+}
+
+TEST(NameOrder, EveryCapitalCountsAsItsSmallLetter) {
+  for (char16_t letter = 0; letter < 0x1F00; ++letter) {
+    const QString small = QChar(letter).isUpper() ? QString(QChar(letter).toLower()) : QString();
+    if (isOfAScriptWithAccents(letter) && !small.isEmpty()) {
+      EXPECT_EQ(lettersOf(QString(letter)), lettersOf(small)) << qUtf8Printable(small);
+    }
   }
 }
 

@@ -12,9 +12,9 @@
 #include "AgentProcess.h"
 #include "AgentProtocol.h"
 #include "AuthenticationBus.h"
+#include "Format.h"
 #include "PasswordSession.h"
 #include "RootShell.h"
-#include "WipeText.h"
 
 namespace fillstation::agent {
 namespace {
