@@ -66,7 +66,7 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   OpenPanel::keepSettingsAway();
   const QApplication application(argc, argv);
   dressApplication();
-  if (backEnd.claim && !backEnd.claim()) {
+  if (!backEnd.claim()) {
     return 0;
   }
 
@@ -75,9 +75,7 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   WindowSet windows;
   windows.window().show();
   QTimer::singleShot(0, windows.delegate().get(), &TRAppDelegate::applicationDidFinishLaunching);
-  if (backEnd.shown) {
-    backEnd.shown(windows);
-  }
+  backEnd.shown(windows);
   const int status = QApplication::exec();
   stop.request();
   common.workers.joinAll();

@@ -37,17 +37,6 @@ class AppRunnerTest : public ::testing::Test {
   int status = -1;
 };
 
-TEST_F(AppRunnerTest, ClosingTheWindowAndASignalLeaveTheProcessAtOnce) {
-  for (const char* how : {"close", "signal"}) {
-    endBy(how);
-    EXPECT_EQ(status, 0) << how;
-    EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
-    EXPECT_NE(out.find("stop\n"), std::string::npos);
-    EXPECT_EQ(out.find("back end gone"), std::string::npos);
-    EXPECT_EQ(out.find("returned"), std::string::npos);
-  }
-}
-
 TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
   endBy("second");
   EXPECT_EQ(status, 0);
@@ -66,11 +55,6 @@ TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
       << end;
   EXPECT_NE(err.find("a log text\n"), std::string::npos);
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
-}
-
-TEST_F(AppRunnerTest, NobodyHasToBeToldThatTheWindowIsShown) {
-  endBy("bare");
-  EXPECT_EQ(status, 3);
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 #include <sys/prctl.h>
-#include <unistd.h>
 
 #include <QApplication>
 #include <QProxyStyle>
 #include <QThread>
 #include <QTimer>
-#include <csignal>
 #include <cstdio>
 #include <string>
 
@@ -14,10 +12,8 @@
 #include "TestUsbBus.h"
 #include "WindowSet.h"
 
-// A program on runApplication() that says on standard output what happens when. Its argument is how
-// it ends: "close" the window, "signal" it, "exit" the main loop, "second": end
-// because another program does the work, or "bare": exit the loop without asking to be told that
-// the window is shown.
+// A program on runApplication() that says on standard output what happens when. It ends because
+// another program does the work when its argument is "second", else by an exit of the main loop.
 namespace fillstation {
 namespace {
 
@@ -58,28 +54,13 @@ std::shared_ptr<void> install(Platform& ports, StopSource& stop, QtMainThread& m
   return owner;
 }
 
-std::shared_ptr<void> installAndExit(Platform& ports, StopSource& stop, QtMainThread& mainThread) {
-  mainThread.post([] { QApplication::exit(3); });
-  return install(ports, stop, mainThread);
-}
-
-void end(const std::string& how) {
-  if (how == "close") {
-    windowsShown->window().close();
-  } else if (how == "signal") {
-    ::kill(::getpid(), SIGTERM);
-  } else {
-    QApplication::exit(7);
-  }
-}
-
 // What the window's style draws by.
 QString nameOfBaseStyle() {
   const auto* const style = qobject_cast<QProxyStyle*>(QApplication::style());
   return style != nullptr ? style->baseStyle()->name() : QString();
 }
 
-void shown(WindowSet& windows, const std::string& how) {
+void shown(WindowSet& windows) {
   windowsShown = &windows;
   std::printf("shown, visible %d, in the loop %d\n", windows.window().isVisible() ? 1 : 0,
               QThread::currentThread()->loopLevel() > 0 ? 1 : 0);
@@ -96,21 +77,16 @@ void shown(WindowSet& windows, const std::string& how) {
     }
     std::puts("worker ended");
   });
-  QTimer::singleShot(50, &windows.window(), [how] { end(how); });
+  QTimer::singleShot(50, &windows.window(), [] { QApplication::exit(7); });
 }
 
 }  // namespace
 }  // namespace fillstation
 
 int main(int argc, char** argv) {
-  const std::string how = argv[1];
-  if (how == "bare") {
-    return fillstation::runApplication(argc, argv, {fillstation::installAndExit, nullptr, nullptr});
-  }
+  const bool isSecond = argv[1] == std::string("second");
   const int status = fillstation::runApplication(
-      argc, argv,
-      {fillstation::install, [how](auto& windows) { fillstation::shown(windows, how); },
-       [how] { return how != "second"; }});
+      argc, argv, {fillstation::install, fillstation::shown, [=] { return !isSecond; }});
   std::printf("returned %d\n", status);
   return status;
 }
