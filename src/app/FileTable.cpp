@@ -15,7 +15,6 @@
 #include <array>
 #include <utility>
 
-#include "Capacity.h"
 #include "DisplayText.h"
 #include "WindowStyle.h"
 
@@ -147,7 +146,7 @@ QString FileRows::cellText(const QModelIndex& index) const {
   const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
   const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
   if (const auto* number = std::get_if<Number>(&value)) {
-    return QString::fromStdString(fileSizeText(number->value()));
+    return fileSizeText(number->value());
   }
   const auto* text = std::get_if<std::string>(&value);
   return text != nullptr ? displayText(std::string_view(*text)) : QString();

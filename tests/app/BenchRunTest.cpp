@@ -8,11 +8,11 @@
 #include <mutex>
 #include <thread>
 
-#include "Alert.h"
 #include "Bench.h"
 #include "BenchFolder.h"
 #include "ChildProcess.h"
 #include "HurriedClock.h"
+#include "ModalSession.h"
 #include "QtMainThread.h"
 #include "StdCapture.h"
 #include "TempFolder.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QTextDocument>
+#include <limits>
 
 namespace fillstation {
 namespace {
@@ -69,6 +70,68 @@ TEST(DisplayText, ToolTipsMayBreakAfterSlashesAndFortyCharacters) {
   EXPECT_EQ(shown(text(u"aa/") + forty), text(u"aa/|") + forty);
   const QString note = text(u"🎵");
   EXPECT_EQ(shown(forty.mid(1) + note + note), forty.mid(1) + note + text(u"|") + note);
+}
+
+constexpr std::int64_t kMega = 1024 * 1024;
+constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+
+struct SizeCase {
+  std::int64_t bytes;
+  const char* text;
+};
+
+TEST(SizeText, ACapacityIsInMegabytesFromOneUpAndTruncated) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{0, "0 KB"},
+           {1023, "0 KB"},
+           {1024, "1 KB"},
+           {kMega - 1, "1023 KB"},
+           {kMega, "1 MB"},
+           {2 * kMega - 1, "1 MB"},
+           {7948206080, "7580 MB"},
+           // In double precision: single precision rounds the first two up to the next megabyte,
+           // integers the last one down.
+           {4294967295, "4095 MB"},
+           {34359738367, "32767 MB"},
+           {kMost, "8796093022208 MB"},
+           // Kilobytes keep their sign; the sentinel is rounded to zero.
+           {-1, "0 KB"},
+           {-5000, "-4 KB"},
+       }) {
+    EXPECT_EQ(capacityText(bytes), QLatin1String(shown)) << bytes;
+  }
+}
+
+TEST(SizeText, ANegativeSpaceIsUnsignedAndADifferenceWraps) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{kMega - 1, "1023 KB"},
+           {kMega, "1 MB"},
+           {-5000, "18446744073709551612 KB"},
+           {-kMega, "18446744073709551615 MB"},
+           {-10485760, "18446744073709551606 MB"},
+           {-kMost, "18446735277616529408 MB"},
+       }) {
+    EXPECT_EQ(spaceLeftText(0, -bytes), QLatin1String(shown)) << bytes;
+  }
+  EXPECT_EQ(spaceLeftText(3 * kMega, kMega), text(u"2 MB"));
+  EXPECT_EQ(spaceLeftText(kMost, -1), text(u"18446735277616529408 MB"));
+}
+
+TEST(SizeText, AFilesSizeIsReadable) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{0, "0 bytes"},
+           {1023, "1023 bytes"},
+           {1024, "1 KB"},
+           {kMega - 1, "1023 KB"},
+           {kMega, "1.0 MB"},
+           {4404020, "4.2 MB"},
+           {4404019, "4.1 MB"},
+           {10 * kMega - 1, "9.9 MB"},
+           {10 * kMega, "10 MB"},
+           {7948206080, "7580 MB"},
+       }) {
+    EXPECT_EQ(fileSizeText(bytes), QLatin1String(shown)) << bytes;
+  }
 }
 
 }  // namespace

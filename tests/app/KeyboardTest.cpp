@@ -1,4 +1,4 @@
-#include "Alert.h"
+#include "ModalSession.h"
 #include "WindowStyle.h"
 #include "WindowTest.h"
 

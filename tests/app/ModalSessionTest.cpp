@@ -3,7 +3,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 
-#include "Alert.h"
 #include "ProgramIcon.h"
 #include "WindowTest.h"
 

@@ -8,9 +8,8 @@
 #include <QTest>
 #include <QTimer>
 
-#include "Alert.h"
+#include "ModalSession.h"
 #include "OpenPanel.h"
-#include "PlayerItem.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 

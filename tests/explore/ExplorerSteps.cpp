@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <set>
 
-#include "Alert.h"
 #include "Explorer.h"
-#include "PlayerItem.h"
+#include "ModalSession.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "PlayerItem.h"
 #include "PosixFileManager.h"
 #include "RealSourceFiles.h"
 #include "StdCapture.h"
