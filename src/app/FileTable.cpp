@@ -225,12 +225,6 @@ void FileTable::reloadData() {
   hint_->setVisible(rows_->rowCount() == 0);
 }
 
-bool FileTable::isRowSelected(long row) const {
-  return selectionModel()->isRowSelected(static_cast<int>(row));
-}
-
-std::size_t FileTable::numberOfSelectedRows() const { return selectedRowIndexes().size(); }
-
 std::set<std::size_t> FileTable::selectedRowIndexes() const {
   std::set<std::size_t> rows;
   // Not by selectedRows(), which leaves out those that the list, but not the table yet, has lost.

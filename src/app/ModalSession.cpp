@@ -12,7 +12,7 @@
 #include <array>
 
 #include "DisplayText.h"
-#include "ProgramIcon.h"
+#include "WindowStyle.h"
 
 namespace fillstation {
 namespace {

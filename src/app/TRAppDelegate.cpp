@@ -164,8 +164,10 @@ void TRAppDelegate::menuNeedsUpdate(QMenu* menu) {
   std::shared_ptr<TRFile> clickedFile;
   bool isInsideSelection = false;
   if (clickedRow != -1) {
-    clickedFile = songsTVC()->list()->at(static_cast<std::size_t>(clickedRow));
-    isInsideSelection = table->isRowSelected(clickedRow) && table->numberOfSelectedRows() > 1;
+    const auto row = static_cast<std::size_t>(clickedRow);
+    clickedFile = songsTVC()->list()->at(row);
+    const auto selected = table->selectedRowIndexes();
+    isInsideSelection = selected.contains(row) && selected.size() > 1;
   }
   if (menu != songsTVCContextMenu()) {
     return;
