@@ -26,7 +26,6 @@ class WholeRunTest : public WindowTest {
     root->files()->push_back(file);
   }
   void run(const char* userName = "admin", const char* password = "secret") {
-    click(ui().btnAll);
     click(ui().btnStart);
     enter(userName, password);
     answerAlert([this](QMessageBox&) { barUnderAlert = ui().pbProgressBar->value(); });
@@ -46,23 +45,31 @@ class WholeRunTest : public WindowTest {
   int barUnderAlert = -1;
 };
 
-TEST_F(WholeRunTest, OnePlayerIsFormattedAndFilled) {
-  plugStick("sdb");
+TEST_F(WholeRunTest, APlayerThatIsTickedIsFormattedAndFilledWithTheCredentialsAsTheyWereTyped) {
+  plugStick("sdb", 0x10002);
+  plugStick("sdc", 0x10003);
   addFolderWithOneFile();
+  click(ui().btnAll);
+  QTest::mouseClick(tick(1), Qt::LeftButton, {}, QPoint(8, tick(1)->height() / 2));
   EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
   QString during;
   QObject::connect(ui().pbProgressBar, &QProgressBar::valueChanged, ui().pbProgressBar, [&](int) {
     QTimer::singleShot(0, ui().pbProgressBar, [&] { during = tick(0)->wholeText(); });
   });
-  run();
+  run("  the  boss ", " pass  word  ");
   EXPECT_EQ(during, QStringLiteral("SONGS"));
   EXPECT_EQ(message, "Process Completed.");
   EXPECT_EQ(barUnderAlert, 100);
   EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "mount"}));
+  for (const auto& request : ports.disks.requests) {
+    EXPECT_EQ(request.expected.node, "/dev/sdb");
+  }
   ASSERT_EQ(ports.scripts.calls().size(), 2U);
+  EXPECT_EQ(ports.scripts.calls().at(0).source,
+            "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name "
+            "\"  the  boss \" password \" pass  word  \" with administrator privileges");
   EXPECT_NE(std::find(requests.begin(), requests.end(), "copy /music/01.mp3 -> /media/sdb/01.mp3"),
             requests.end());
-  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("SONGS"));
   const Texts log = logTexts();
   EXPECT_EQ(std::count(log.begin(), log.end(), "\nafter task call!!!!\n"), 1);
   EXPECT_EQ(std::count(log.begin(), log.end(), "\nSelection !\n"), 0);
@@ -71,6 +78,7 @@ TEST_F(WholeRunTest, OnePlayerIsFormattedAndFilled) {
 TEST_F(WholeRunTest, TheLinkWorksDuringARunAndChangesNothingInIt) {
   plugStick("sdb");
   addFolderWithOneFile();
+  click(ui().btnAll);
   run();  // gives the player its new name
   run();
   const std::string quietMessage = message;
@@ -88,51 +96,6 @@ TEST_F(WholeRunTest, TheLinkWorksDuringARunAndChangesNothingInIt) {
   EXPECT_EQ(message, quietMessage);
   EXPECT_EQ(sorted(logTexts()), quiet);
   EXPECT_EQ(ports.disks.kinds().size(), requestsBefore + 2);
-}
-
-TEST_F(WholeRunTest, OnlyTickedPlayersAreTouched) {
-  plugStick("sdb", 0x10002);
-  plugStick("sdc", 0x10003);
-  addFolderWithOneFile();
-  // Unticked again after All, with the mouse.
-  QObject::connect(ui().btnAll, &QPushButton::clicked, ui().btnAll, [this] {
-    QTest::mouseClick(tick(0), Qt::LeftButton, {}, QPoint(8, tick(0)->height() / 2));
-  });
-  run();
-  ASSERT_EQ(ports.disks.requests.size(), 2U);
-  for (const auto& request : ports.disks.requests) {
-    EXPECT_EQ(request.expected.node, "/dev/sdc");
-  }
-}
-
-TEST_F(WholeRunTest, PlayersThatFailAreNamedInDisplayOrder) {
-  plugStick("sdd", 0x10002);
-  plugStick("sdb", 0x10003);
-  plugStick("sdc", 0x10004);
-  addFolderWithOneFile();
-  ports.scripts.answer = [](std::size_t, const TestScriptRunner::Call& call) {
-    return call.target.node != "/dev/sdb" ? ScriptOutcome{{}, 1, "no"} : ScriptOutcome{"", {}, {}};
-  };
-  run();
-  EXPECT_EQ(message,
-            "Process Completed.\nPlayer /dev/sdd Failed in process\n"
-            "Player /dev/sdc Failed in process");
-}
-
-TEST_F(WholeRunTest, BlanksInTheCredentialsReachTheScriptRunner) {
-  plugStick("sdb");
-  for (const auto& [userName, password] :
-       {std::pair("  the  boss ", " pass  word  "), {" ", " "}}) {
-    const std::size_t before = ports.scripts.calls().size();
-    run(userName, password);
-    EXPECT_EQ(message, "Process Completed.");
-    ASSERT_EQ(ports.scripts.calls().size(), before + 2);
-    EXPECT_EQ(ports.scripts.calls().at(before).source,
-              "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name \"" +
-                  std::string(userName) + "\" password \"" + password +
-                  "\" with administrator privileges");
-  }
-  EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "mount", "unmount", "mount"}));
 }
 
 // Counts those that are kept awake.
