@@ -9,7 +9,6 @@
 #include "FileHandle.h"
 #include "LeaveProcess.h"
 #include "OpenPanel.h"
-#include "ProgramIcon.h"
 #include "QtMainThread.h"
 #include "QtWorkspace.h"
 #include "StreamLog.h"
@@ -28,10 +27,6 @@ struct CommonPorts {
     platform().workers = &workers;
     platform().systemLog = &log;
     platform().workspace = &workspace;
-    platform().endProgram = [&stop] {
-      stop.request();
-      leaveProcess(0);
-    };
   }
 
   QtMainThread mainThread;
@@ -59,25 +54,25 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   ::prctl(PR_SET_DUMPABLE, 0);
   allowManyOpenFiles();
   StopSource stop;
-  const SignalQuit quit([&stop] {
+  const auto leave = [&stop] {
     stop.request();
     leaveProcess(0);
-  });
+  };
+  const SignalQuit quit(leave);
   OpenPanel::keepSettingsAway();
   const QApplication application(argc, argv);
   dressApplication();
-  if (backEnd.claim && !backEnd.claim()) {
+  if (!backEnd.claim()) {
     return 0;
   }
 
   CommonPorts common(stop);
+  platform().endProgram = leave;
   const std::shared_ptr<void> ports = backEnd.install(platform(), stop, common.mainThread);
   WindowSet windows;
   windows.window().show();
   QTimer::singleShot(0, windows.delegate().get(), &TRAppDelegate::applicationDidFinishLaunching);
-  if (backEnd.shown) {
-    backEnd.shown(windows);
-  }
+  backEnd.shown(windows);
   const int status = QApplication::exec();
   stop.request();
   common.workers.joinAll();

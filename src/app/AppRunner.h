@@ -18,11 +18,11 @@ struct BackEnd {
   // kept until the window and every worker are gone.
   std::function<std::shared_ptr<void>(Platform& ports, StopSource& stop, QtMainThread& mainThread)>
       install;
-  // Called once when the window is shown, before the main loop begins; may be empty.
+  // Called once when the window is shown, before the main loop begins.
   std::function<void(WindowSet& windows)> shown;
   // Called once before there is a window; false when the program is not to go on, since another one
-  // does its work. May be empty.
-  std::function<bool()> claim;
+  // does its work.
+  std::function<bool()> claim = [] { return true; };
 };
 
 // The program: shows the window over the back end and runs the main loop. Closing the window,

@@ -53,7 +53,7 @@ BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
 
 void BusyIndicator::turn(bool animating) {
   animating_ = animating;
-  updateVisibility();
+  setVisible(animating_ || displayedWhenStopped_);
   if (animating_ && isVisible() && !window()->isMinimized()) {
     timer_.start();
   } else {
@@ -63,7 +63,7 @@ void BusyIndicator::turn(bool animating) {
 
 void BusyIndicator::setDisplayedWhenStopped(bool displayed) {
   displayedWhenStopped_ = displayed;
-  updateVisibility();
+  setVisible(animating_ || displayedWhenStopped_);
 }
 
 QSize BusyIndicator::sizeHint() const { return {kSide, kSide}; }
@@ -76,8 +76,6 @@ void BusyIndicator::showEvent(QShowEvent* /*event*/) {
 
 // Also sent when the window goes to the task bar, where isVisible() stays true.
 void BusyIndicator::hideEvent(QHideEvent* /*event*/) { timer_.stop(); }
-
-void BusyIndicator::updateVisibility() { setVisible(isAnimating() || displayedWhenStopped_); }
 
 void BusyIndicator::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);

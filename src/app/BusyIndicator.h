@@ -34,7 +34,6 @@ class BusyIndicator : public QWidget {
 
  private:
   void turn(bool animating);
-  void updateVisibility();
 
   QTimer timer_;
   int step_ = 0;

@@ -11,6 +11,8 @@ constexpr char16_t kMayBreak = 0x200B;
 constexpr char16_t kFirstStrongIsolate = 0x2068;
 constexpr char16_t kEndOfIsolate = 0x2069;
 constexpr int kLongestPiece = 40;
+constexpr std::int64_t kKilobyte = 1024;
+constexpr std::int64_t kMegabyte = kKilobyte * kKilobyte;
 
 bool isControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
@@ -36,6 +38,16 @@ QString breakable(const QString& text) {
     }
   }
   return pieces;
+}
+
+// Whole megabytes, or that many kilobytes when there are none.
+template <class Kilobytes>
+QString sizeText(std::int64_t bytes, Kilobytes kilobytes) {
+  // The bits of a negative figure are taken as unsigned.
+  const auto megabytes = static_cast<std::uint64_t>(
+      static_cast<std::int64_t>(static_cast<double>(bytes) / static_cast<double>(kMegabyte)));
+  return megabytes != 0 ? QStringLiteral("%1 MB").arg(megabytes)
+                        : QStringLiteral("%1 KB").arg(kilobytes);
 }
 
 }  // namespace
@@ -66,6 +78,25 @@ QString isolated(const QString& text) {
 QString toolTipText(const QString& text) {
   return QLatin1String("<p style='white-space:pre-wrap'>") + breakable(text).toHtmlEscaped() +
          QLatin1String("</p>");
+}
+
+QString capacityText(std::int64_t bytes) { return sizeText(bytes, bytes / kKilobyte); }
+
+QString spaceLeftText(std::int64_t capacity, std::int64_t used) {
+  const auto bytes = static_cast<std::int64_t>(static_cast<std::uint64_t>(capacity) -
+                                               static_cast<std::uint64_t>(used));
+  return sizeText(bytes, static_cast<std::uint64_t>(bytes / kKilobyte));
+}
+
+QString fileSizeText(std::int64_t bytes) {
+  if (bytes < kKilobyte) {
+    return QStringLiteral("%1 bytes").arg(bytes);
+  }
+  if (bytes < kMegabyte || bytes >= 10 * kMegabyte) {
+    return capacityText(bytes);
+  }
+  const std::int64_t tenths = bytes % kMegabyte * 10 / kMegabyte;
+  return QStringLiteral("%1.%2 MB").arg(bytes / kMegabyte).arg(tenths);
 }
 
 Url urlOfPath(const QString& path) {

@@ -15,7 +15,6 @@
 #include <array>
 #include <utility>
 
-#include "Capacity.h"
 #include "DisplayText.h"
 #include "WindowStyle.h"
 
@@ -147,7 +146,7 @@ QString FileRows::cellText(const QModelIndex& index) const {
   const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
   const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
   if (const auto* number = std::get_if<Number>(&value)) {
-    return QString::fromStdString(fileSizeText(number->value()));
+    return fileSizeText(number->value());
   }
   const auto* text = std::get_if<std::string>(&value);
   return text != nullptr ? displayText(std::string_view(*text)) : QString();
@@ -225,12 +224,6 @@ void FileTable::reloadData() {
   }
   hint_->setVisible(rows_->rowCount() == 0);
 }
-
-bool FileTable::isRowSelected(long row) const {
-  return selectionModel()->isRowSelected(static_cast<int>(row));
-}
-
-std::size_t FileTable::numberOfSelectedRows() const { return selectedRowIndexes().size(); }
 
 std::set<std::size_t> FileTable::selectedRowIndexes() const {
   std::set<std::size_t> rows;

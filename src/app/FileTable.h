@@ -37,8 +37,6 @@ class FileTable : public QTableView, public TableView {
   // The row under the pointer when the context menu was last asked for (with the keyboard: the
   // current row), -1 for none and after a reload.
   long clickedRow() const { return clickedRow_; }
-  bool isRowSelected(long row) const;
-  std::size_t numberOfSelectedRows() const;
   std::set<std::size_t> selectedRowIndexes() const;
 
  signals:

@@ -72,7 +72,9 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   setDirectory(folder);
   resize(kPanelSize);
   setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
-  hideTypeChoice();
+  for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
+    findChild<QWidget*>(QLatin1String(name))->hide();
+  }
   auto* const lookIn = findChild<QComboBox*>(QStringLiteral("lookInCombo"));
   lookIn->view()->setAccessibleName(tr("Folders above"));
   findChild<QLabel*>(QStringLiteral("lookInLabel"))->setBuddy(lookIn);
@@ -119,12 +121,6 @@ void OpenPanel::accept() {
   chosenPath_ = path;
   // The file dialog's own would open a folder instead of taking it.
   QDialog::accept();  // NOLINT(bugprone-parent-virtual-call)
-}
-
-void OpenPanel::hideTypeChoice() {
-  for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
-    findChild<QWidget*>(QLatin1String(name))->hide();
-  }
 }
 
 void OpenPanel::showSelectedName() {

@@ -41,7 +41,6 @@ class OpenPanel : public QFileDialog {
   void accept() override;
 
  private:
-  void hideTypeChoice();
   void showSelectedName();
   QString typedPath() const;
   bool canChoose(const QString& path) const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QCheckBox>
+#include <QLabel>
 #include <QList>
 #include <QWidget>
 #include <functional>
@@ -8,12 +10,88 @@
 #include "ArrayController.h"
 #include "TRPlayer.h"
 
-class QLabel;
 class QVBoxLayout;
 
 namespace fillstation {
 
-class PlayerItem;
+// A label with one line of plain text that is cut in the middle when there is no room, with the
+// whole text in its tool tip. Main thread; belongs to its window.
+class ElidedLabel : public QLabel {
+  Q_OBJECT
+
+ public:
+  explicit ElidedLabel(QWidget* parent = nullptr);
+
+  void setWholeText(const QString& text);
+
+  // As much of the text as is painted.
+  QString shownText() const;
+
+  // Where it is painted: behind the indent, which is at the right in a mirrored window.
+  QRect textRect() const;
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+// A tick box with such a text. Main thread; belongs to its window.
+class ElidedTick : public QCheckBox {
+  Q_OBJECT
+
+ public:
+  explicit ElidedTick(QWidget* parent = nullptr);
+
+  QString wholeText() const { return wholeText_; }
+  void setWholeText(const QString& text);
+
+  // As much of the text as is painted.
+  QString shownText() const;
+
+  // Pixels from the edge with the tick to where the text begins.
+  int textIndent() const;
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  QString wholeText_;
+};
+
+// One player in the player view: a tick box with its name, and a second line by which a person
+// finds the device (device node, USB port, size); a click on either ticks it. Main thread; belongs
+// to the player view, holds its player.
+class PlayerItem : public QWidget {
+  Q_OBJECT
+
+ public:
+  PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent);
+
+  const std::shared_ptr<TRPlayer>& player() const { return player_; }
+  ElidedTick* tick() const { return tick_; }
+
+  // Shows the player's name, size and tick as they are now; the rest never changes.
+  void refresh();
+
+ signals:
+  // The operator ticked or unticked the player, whose `selected` has followed.
+  void ticked();
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+
+ private:
+  void onToggled(bool checked);
+
+  std::shared_ptr<TRPlayer> player_;
+  // "/dev/sdb · USB 1-2.4": a device that is leaving has no port any more.
+  const QString place_;
+  ElidedTick* tick_;
+  ElidedLabel* facts_;
+};
 
 // The player view: one item per listed player, in list order, or a line that says what to do while
 // there is none. Main thread; content of the scroll area in the main window.

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QDialog>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -17,7 +18,6 @@
 #include "ArrayController.h"
 #include "Atomic.h"
 #include "BusyIndicator.h"
-#include "CredentialsPanel.h"
 #include "FileTable.h"
 #include "LinkButton.h"
 #include "Number.h"
@@ -125,7 +125,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   FILLSTATION_PROPERTY(std::weak_ptr<ArrayController<TRFile>>, filesController, FilesController)
   // Combined progress of a run.
   FILLSTATION_PROPERTY(QPointer<QProgressBar>, pbProgressBar, PbProgressBar)
-  FILLSTATION_PROPERTY(CredentialsPanel*, wndPasswordDialog, WndPasswordDialog)
+  FILLSTATION_PROPERTY(QDialog*, wndPasswordDialog, WndPasswordDialog)
   FILLSTATION_PROPERTY(QPointer<QLineEdit>, passwordField, PasswordField)
   FILLSTATION_PROPERTY(QPointer<QLineEdit>, userNameField, UserNameField)
   // Around the player view.

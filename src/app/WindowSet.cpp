@@ -2,10 +2,10 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QDialog>
 #include <QFocusFrame>
 #include <QPainter>
 #include <QShortcut>
+#include <QShowEvent>
 
 #include "Platform.h"
 #include "WindowStyle.h"
@@ -71,6 +71,35 @@ void MainWindow::closeEvent(QCloseEvent* /*event*/) {
     window->hide();
   }
   platform().endProgram();
+}
+
+CredentialsPanel::CredentialsPanel(QWidget* parent)
+    : QDialog(parent), ui_(std::make_unique<Ui::CredentialsPanel>()) {
+  ui_->setupUi(this);
+  connect(ui_->btnPassCancel, &QPushButton::clicked, this, &CredentialsPanel::reject);
+  parent->installEventFilter(this);
+}
+
+CredentialsPanel::~CredentialsPanel() = default;
+
+bool CredentialsPanel::eventFilter(QObject* /*receiver*/, QEvent* event) {
+  if (event->type() == QEvent::WindowActivate && !isHidden()) {
+    activateWindow();
+  }
+  return false;
+}
+
+void CredentialsPanel::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  if (event->spontaneous()) {
+    return;  // back from the task bar, as it was left
+  }
+  QRect place = geometry();
+  place.moveCenter(parentWidget()->geometry().center());
+  setGeometry(place);
+  QLineEdit* field = ui_->userNameField->text().isEmpty() ? ui_->userNameField : ui_->passwordField;
+  field->setFocus();
+  field->selectAll();
 }
 
 WindowSet::WindowSet()

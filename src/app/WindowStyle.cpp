@@ -1,5 +1,6 @@
 #include "WindowStyle.h"
 
+#include <QScopedValueRollback>
 #include <QStyleOption>
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,9 @@ constexpr double kOutline = 1.25 * kVisibleOutline;
 // More palettes than the windows have at a time: the desktop's, and those of a few odd controls.
 constexpr std::size_t kPalettes = 16;
 
+// Of the pictures of the icon.
+constexpr int kLargest = 256;
+
 double linear(double channel) {
   return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
 }
@@ -25,23 +29,11 @@ double luminance(const QColor& color) {
          0.0722 * linear(color.blueF());
 }
 
-// As long as it lives, the option has another palette.
-// Not to be nested: for a box with a list, Fusion draws a field and a button.
-class Repainted {
- public:
-  Repainted(const QStyleOption* option, const QPalette& palette)
-      : option_(const_cast<QStyleOption*>(option)), before_(option->palette) {
-    option_->palette = palette;
-    option_->palette.setCurrentColorGroup(before_.currentColorGroup());
-  }
-  ~Repainted() { option_->palette = before_; }
-  Repainted(const Repainted&) = delete;
-  Repainted& operator=(const Repainted&) = delete;
-
- private:
-  QStyleOption* option_;
-  const QPalette before_;
-};
+// To be given another one for the time of a drawing. Not nested: for a box with a list, Fusion
+// draws a field and a button.
+QPalette& paletteOf(const QStyleOption* option) {
+  return const_cast<QStyleOption*>(option)->palette;
+}
 
 QColor outlinedWindow(const QColor& window) {
   const QColor outline = readable(window.darker(kOutlineDarkness), window, kOutline);
@@ -60,6 +52,11 @@ QStyleOptionProgressBar unmirrored(const QStyleOptionProgressBar& bar) {
   other.palette.setBrush(QPalette::Text, bar.palette.brush(QPalette::HighlightedText));
   other.palette.setBrush(QPalette::HighlightedText, bar.palette.brush(QPalette::Text));
   return other;
+}
+
+// With its format, since a start waits for this: nobody is asked who can read the picture.
+QPixmap pictureWithin(int side) {
+  return QPixmap(QStringLiteral(":/icons/%1.png").arg(side), "png");
 }
 
 }  // namespace
@@ -90,6 +87,26 @@ QColor readable(const QColor& color, const QColor& ground, double least) {
   return share > 0 ? mixed(share) : color;
 }
 
+QIcon programIcon() {
+  QIcon themed = QIcon::fromTheme(QStringLiteral("fillstation"));
+  if (!themed.availableSizes().isEmpty()) {
+    return themed;
+  }
+  QIcon own;
+  for (const int side : {16, 24, 32, 48, 64}) {
+    own.addPixmap(pictureWithin(side));
+  }
+  return own;
+}
+
+QPixmap programPicture(int side, qreal density) {
+  const int pixels = qRound(side * density);
+  QPixmap picture =
+      pictureWithin(kLargest).scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  picture.setDevicePixelRatio(density);
+  return picture;
+}
+
 WindowStyle::WindowStyle() : QProxyStyle(QStringLiteral("fusion")) {}
 
 void WindowStyle::polish(QPalette& palette) {
@@ -107,20 +124,22 @@ void WindowStyle::polish(QPalette& palette) {
 }
 
 QPalette WindowStyle::outlined(const QPalette& palette) const {
-  const auto known = std::find_if(outlined_.begin(), outlined_.end(),
-                                  [&](const auto& pair) { return pair.first == palette; });
-  if (known != outlined_.end()) {
-    return known->second;
+  auto known = std::find_if(outlined_.begin(), outlined_.end(),
+                            [&](const auto& pair) { return pair.first == palette; });
+  if (known == outlined_.end()) {
+    QPalette other = palette;
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+      other.setColor(group, QPalette::Window,
+                     outlinedWindow(palette.color(group, QPalette::Window)));
+    }
+    if (outlined_.size() == kPalettes) {
+      outlined_.pop_front();
+    }
+    known = outlined_.insert(outlined_.end(), {palette, other});
   }
-  QPalette other = palette;
-  for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-    other.setColor(group, QPalette::Window, outlinedWindow(palette.color(group, QPalette::Window)));
-  }
-  if (outlined_.size() == kPalettes) {
-    outlined_.pop_front();
-  }
-  outlined_.emplace_back(palette, other);
-  return other;
+  QPalette found = known->second;
+  found.setCurrentColorGroup(palette.currentColorGroup());
+  return found;
 }
 
 int WindowStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
@@ -136,7 +155,7 @@ void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_FrameLineEdit:
     case PE_IndicatorCheckBox:
     case PE_PanelButtonCommand: {
-      const Repainted repainted(option, outlined(option->palette));
+      const QScopedValueRollback repainted(paletteOf(option), outlined(option->palette));
       QProxyStyle::drawPrimitive(element, option, painter, widget);
       return;
     }
@@ -149,7 +168,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
                               const QWidget* widget) const {
   const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
   if (element == CE_ProgressBarGroove) {
-    const Repainted repainted(option, outlined(option->palette));
+    const QScopedValueRollback repainted(paletteOf(option), outlined(option->palette));
     QProxyStyle::drawControl(element, option, painter, widget);
   } else if (element == CE_ProgressBarLabel && bar->direction == Qt::RightToLeft) {
     const QStyleOptionProgressBar other = unmirrored(*bar);
@@ -162,7 +181,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
 void WindowStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                      QPainter* painter, const QWidget* widget) const {
   if (control == CC_ScrollBar) {
-    const Repainted repainted(option, outlined(option->palette));
+    const QScopedValueRollback repainted(paletteOf(option), outlined(option->palette));
     QProxyStyle::drawComplexControl(control, option, painter, widget);
   } else {
     QProxyStyle::drawComplexControl(control, option, painter, widget);

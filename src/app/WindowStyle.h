@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QColor>
+#include <QIcon>
 #include <QPalette>
+#include <QPixmap>
 #include <QProxyStyle>
 #include <deque>
 #include <utility>
@@ -19,6 +21,15 @@ inline constexpr double kVisibleOutline = 3.0;
 // The colour itself when it stands out from the ground that much, else a lighter or darker shade of
 // it that does. Any thread.
 QColor readable(const QColor& color, const QColor& ground, double least = kReadableText);
+
+// The program's icon: the one of the desktop's theme, or the pictures within the program where that
+// has none, as in a build folder, no larger ones than a window's title or a list of windows shows.
+// Main thread, once there is an application.
+QIcon programIcon();
+
+// The picture within the program, of this size in device-independent pixels, drawn at the screen's
+// pixel ratio. Main thread, once there is an application.
+QPixmap programPicture(int side, qreal density);
 
 // The look of all windows: Qt's Fusion, whatever the desktop's colours are. It draws the outlines
 // of controls in a shade of the window's colour, which on dark grounds nobody sees; here they stand

@@ -1,7 +1,7 @@
 #include <QAccessible>
 #include <QLineEdit>
 
-#include "Alert.h"
+#include "ModalSession.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {

@@ -1,76 +1,123 @@
+#include "AppRunner.h"
+
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 
-#include <QProcess>
+#include <QApplication>
+#include <QProxyStyle>
+#include <QThread>
+#include <QTimer>
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <mutex>
 
+#include "OpenPanel.h"
+#include "StdCapture.h"
 #include "TempFolder.h"
+#include "TestUsbBus.h"
+#include "WindowSet.h"
 
 namespace fillstation::test {
 namespace {
 
-const std::string kBeginning =
-    "install, on the main thread 1, dumpable 0\n"
-    "shown, visible 1, in the loop 0\n"
-    "fillstation Fillstation fillstation icon 1 fusion 0\n"
-    "registering for IOUSBDevice, visible 1, in the loop 1\n";
-
+// The program itself, in a home folder of its own; what happens is written down in its order.
 class AppRunnerTest : public ::testing::Test {
  protected:
-  void endBy(const char* how) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), QString::fromStdString(home.path()));
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.remove(QStringLiteral("XDG_CONFIG_HOME"));
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(APP_RUNNER_FIXTURE), {QString::fromLatin1(how)});
-    ASSERT_TRUE(process.waitForFinished(60'000));
-    out = process.readAllStandardOutput().toStdString();
-    err = process.readAllStandardError().toStdString();
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    status = process.exitCode();
+  AppRunnerTest() {
+    ::setenv("HOME", home.path().c_str(), 1);
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    ::unsetenv("XDG_CONFIG_HOME");
+  }
+  ~AppRunnerTest() override { platform() = Platform(); }
+
+  int run() {
+    std::string name = "fillstation";
+    char* words[] = {name.data(), nullptr};
+    int count = 1;
+    return runApplication(count, words, backEnd);
+  }
+  // Any thread.
+  void say(const std::string& what) {
+    const std::scoped_lock guard(lock);
+    said.push_back(what);
+  }
+  void sayWhere(const std::string& what) {
+    const bool inLoop = QThread::currentThread()->loopLevel() > 0;
+    say(what + (shown != nullptr && shown->isVisible() ? ", visible" : "") +
+        (inLoop ? ", in the loop" : ""));
   }
 
   TempFolder home;
-  std::string out;
-  std::string err;
-  int status = -1;
+  BackEnd backEnd;
+  const QWidget* shown = nullptr;
+  std::mutex lock;
+  std::vector<std::string> said;
 };
 
-TEST_F(AppRunnerTest, ClosingTheWindowAndASignalLeaveTheProcessAtOnce) {
-  for (const char* how : {"close", "signal"}) {
-    endBy(how);
-    EXPECT_EQ(status, 0) << how;
-    EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
-    EXPECT_NE(out.find("stop\n"), std::string::npos);
-    EXPECT_EQ(out.find("back end gone"), std::string::npos);
-    EXPECT_EQ(out.find("returned"), std::string::npos);
+// A bus on which nobody can be watched.
+class SilentBus : public TestUsbBus {
+ public:
+  explicit SilentBus(std::function<void()> onOpen)
+      : TestUsbBus(nobody_), onOpen_(std::move(onOpen)) {}
+  bool open(std::string_view /*className*/) override {
+    onOpen_();
+    return false;
   }
-}
+
+ private:
+  TestMainThread nobody_;
+  const std::function<void()> onOpen_;
+};
 
 TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
-  endBy("second");
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(out, "returned 0\n");
+  backEnd.claim = [] { return false; };
+  EXPECT_EQ(run(), 0);
 }
 
 // The system log is standard error, and the home folder stays as it was.
 TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
-  endBy("exit");
-  EXPECT_EQ(status, 7);
-  EXPECT_EQ(out.substr(0, kBeginning.size()), kBeginning);
-  // The stop wakes the worker and whoever else listens, in no order.
-  const std::string end = out.substr(kBeginning.size());
-  const std::string after = "back end gone\nreturned 7\n";
-  EXPECT_TRUE(end == "stop\nworker ended\n" + after || end == "worker ended\nstop\n" + after)
-      << end;
-  EXPECT_NE(err.find("a log text\n"), std::string::npos);
+  std::optional<StopSource::Callback> told;
+  backEnd.install = [&](Platform& ports, StopSource& stop, QtMainThread& mainThread) {
+    EXPECT_TRUE(mainThread.isHere());
+    EXPECT_EQ(::prctl(PR_GET_DUMPABLE), 0);
+    sayWhere("install");
+    told.emplace(stop.token(), [this] { say("stop"); });
+    auto bus = std::make_shared<SilentBus>([this] { sayWhere("registering"); });
+    ports.usbBus = bus.get();
+    ports.createDiskSession = [] { return std::shared_ptr<DiskSession>(); };
+    return std::shared_ptr<void>(bus.get(), [this, bus](void*) { say("back end gone"); });
+  };
+  backEnd.shown = [this](WindowSet& windows) {
+    shown = &windows.window();
+    sayWhere("shown");
+    EXPECT_EQ(QApplication::applicationName(), QStringLiteral("fillstation"));
+    EXPECT_EQ(QApplication::applicationDisplayName(), QStringLiteral("Fillstation"));
+    EXPECT_EQ(QApplication::desktopFileName(), QStringLiteral("fillstation"));
+    EXPECT_FALSE(shown->windowIcon().isNull());
+    EXPECT_EQ(qobject_cast<QProxyStyle*>(QApplication::style())->baseStyle()->name(),
+              QStringLiteral("fusion"));
+    EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
+    logText("a log text");
+    { const OpenPanel panel(&windows.window(), "mp3", QDir::tempPath()); }
+    platform().workers->spawn([this] {
+      while (!platform().workers->stopping()) {
+        platform().clock->sleep(std::chrono::hours(1));
+      }
+      say("worker ended");
+    });
+    QTimer::singleShot(50, &windows.window(), [] { QApplication::exit(7); });
+  };
+  StdCapture err(stderr);
+  EXPECT_EQ(run(), 7);
+  EXPECT_NE(err.text().find("a log text\n"), std::string::npos);
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
-}
-
-TEST_F(AppRunnerTest, NobodyHasToBeToldThatTheWindowIsShown) {
-  endBy("bare");
-  EXPECT_EQ(status, 3);
+  ASSERT_EQ(said.size(), 6U);
+  // The stop wakes the worker and whoever else listens, in no order.
+  std::sort(said.begin() + 3, said.begin() + 5);
+  EXPECT_EQ(said, (std::vector<std::string>{"install", "shown, visible",
+                                            "registering, visible, in the loop", "stop",
+                                            "worker ended", "back end gone"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QTextDocument>
+#include <limits>
 
 namespace fillstation {
 namespace {
@@ -25,20 +26,14 @@ TEST(DisplayText, KeepsOrdinaryTextAndShowsTheRestAsReplacements) {
   EXPECT_EQ(displayText(std::optional<std::string>("a")), text(u"a"));
 }
 
-TEST(DisplayText, DisarmsEverythingThatTurnsTheDirection) {
-  for (const char32_t mark :
-       {0x061CU, 0x200EU, 0x200FU, 0x202AU, 0x202BU, 0x202EU, 0x2066U, 0x2069U}) {
-    const QString one = QString::fromUcs4(&mark, 1);
-    EXPECT_EQ(displayText(std::string_view(one.toStdString())), text(u"\uFFFD"))
-        << static_cast<unsigned>(mark);
-  }
-}
-
-TEST(DisplayText, LeavesTheNeighboursOfDirectionMarksAlone) {
-  for (const char32_t mark :
-       {0x061BU, 0x061DU, 0x200DU, 0x2010U, 0x2027U, 0x202FU, 0x2065U, 0x206AU}) {
-    const QString one = QString::fromUcs4(&mark, 1);
-    EXPECT_EQ(displayText(std::string_view(one.toStdString())), one) << static_cast<unsigned>(mark);
+TEST(DisplayText, DisarmsEverythingThatTurnsTheDirectionAndNoNeighbourOfIt) {
+  const std::u32string marks = U"\u061C\u200E\u200F\u202A\u202B\u202E\u2066\u2069";
+  const std::u32string neighbours = U"\u061B\u061D\u200D\u2010\u2027\u202F\u2065\u206A";
+  for (const char32_t unit : marks + neighbours) {
+    const QString one = QString::fromUcs4(&unit, 1);
+    const bool isMark = marks.find(unit) != std::u32string::npos;
+    EXPECT_EQ(displayText(std::string_view(one.toStdString())), isMark ? text(u"\uFFFD") : one)
+        << static_cast<unsigned>(unit);
   }
 }
 
@@ -69,6 +64,68 @@ TEST(DisplayText, ToolTipsMayBreakAfterSlashesAndFortyCharacters) {
   EXPECT_EQ(shown(text(u"aa/") + forty), text(u"aa/|") + forty);
   const QString note = text(u"🎵");
   EXPECT_EQ(shown(forty.mid(1) + note + note), forty.mid(1) + note + text(u"|") + note);
+}
+
+constexpr std::int64_t kMega = 1024 * 1024;
+constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+
+struct SizeCase {
+  std::int64_t bytes;
+  const char* text;
+};
+
+TEST(SizeText, ACapacityIsInMegabytesFromOneUpAndTruncated) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{0, "0 KB"},
+           {1023, "0 KB"},
+           {1024, "1 KB"},
+           {kMega - 1, "1023 KB"},
+           {kMega, "1 MB"},
+           {2 * kMega - 1, "1 MB"},
+           {7948206080, "7580 MB"},
+           // In double precision: single precision rounds the first two up to the next megabyte,
+           // integers the last one down.
+           {4294967295, "4095 MB"},
+           {34359738367, "32767 MB"},
+           {kMost, "8796093022208 MB"},
+           // Kilobytes keep their sign; the sentinel is rounded to zero.
+           {-1, "0 KB"},
+           {-5000, "-4 KB"},
+       }) {
+    EXPECT_EQ(capacityText(bytes), QLatin1String(shown)) << bytes;
+  }
+}
+
+TEST(SizeText, ANegativeSpaceIsUnsignedAndADifferenceWraps) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{kMega - 1, "1023 KB"},
+           {kMega, "1 MB"},
+           {-5000, "18446744073709551612 KB"},
+           {-kMega, "18446744073709551615 MB"},
+           {-10485760, "18446744073709551606 MB"},
+           {-kMost, "18446735277616529408 MB"},
+       }) {
+    EXPECT_EQ(spaceLeftText(0, -bytes), QLatin1String(shown)) << bytes;
+  }
+  EXPECT_EQ(spaceLeftText(3 * kMega, kMega), text(u"2 MB"));
+  EXPECT_EQ(spaceLeftText(kMost, -1), text(u"18446735277616529408 MB"));
+}
+
+TEST(SizeText, AFilesSizeIsReadable) {
+  for (const auto& [bytes, shown] : {
+           SizeCase{0, "0 bytes"},
+           {1023, "1023 bytes"},
+           {1024, "1 KB"},
+           {kMega - 1, "1023 KB"},
+           {kMega, "1.0 MB"},
+           {4404020, "4.2 MB"},
+           {4404019, "4.1 MB"},
+           {10 * kMega - 1, "9.9 MB"},
+           {10 * kMega, "10 MB"},
+           {7948206080, "7580 MB"},
+       }) {
+    EXPECT_EQ(fileSizeText(bytes), QLatin1String(shown)) << bytes;
+  }
 }
 
 }  // namespace

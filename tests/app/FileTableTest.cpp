@@ -1,6 +1,7 @@
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QStyledItemDelegate>
+#include <tuple>
 
 #include "DisplayText.h"
 #include "WindowStyle.h"
@@ -58,22 +59,18 @@ TEST_F(FileTableTest, AnAbsentFieldShowsEmpty) {
   EXPECT_EQ(cell(0, 2), QStringLiteral("Empty"));
 }
 
-TEST_F(FileTableTest, TheHeadersNameTheColumns) {
-  for (const auto& [column, title] : {std::pair(0, "Name"), {1, "Size"}, {2, "Path"}}) {
-    EXPECT_EQ(model().headerData(column, Qt::Horizontal), QString::fromLatin1(title));
-  }
-  EXPECT_FALSE(model().headerData(0, Qt::Vertical).isValid());
-  EXPECT_FALSE(model().headerData(0, Qt::Horizontal, Qt::ToolTipRole).isValid());
-}
-
-TEST_F(FileTableTest, SizesAreRightAligned) {
+TEST_F(FileTableTest, TheHeadersNameTheColumnsAndSizesAreRightAligned) {
   addRoot("/a", 1);
-  const auto left = QVariant::fromValue<Qt::Alignment>(Qt::AlignLeft | Qt::AlignVCenter);
-  const auto right = QVariant::fromValue<Qt::Alignment>(Qt::AlignRight | Qt::AlignVCenter);
-  for (const auto& [column, wanted] : {std::pair(0, left), {1, right}, {2, left}}) {
+  for (const auto& [column, title, side] : {std::tuple(0, "Name", Qt::AlignLeft),
+                                            {1, "Size", Qt::AlignRight},
+                                            {2, "Path", Qt::AlignLeft}}) {
+    EXPECT_EQ(model().headerData(column, Qt::Horizontal), QString::fromLatin1(title));
+    const auto wanted = QVariant::fromValue<Qt::Alignment>(side | Qt::AlignVCenter);
     EXPECT_EQ(cell(0, column, Qt::TextAlignmentRole), wanted);
     EXPECT_EQ(model().headerData(column, Qt::Horizontal, Qt::TextAlignmentRole), wanted);
   }
+  EXPECT_FALSE(model().headerData(0, Qt::Vertical).isValid());
+  EXPECT_FALSE(model().headerData(0, Qt::Horizontal, Qt::ToolTipRole).isValid());
 }
 
 // In a mirrored window too: "/m" isn't "m/", and 4 MB aren't "MB 4".
@@ -132,13 +129,9 @@ TEST_F(FileTableTest, SelectsWholeRowsAndEditsNothing) {
   const QRect last = table().visualRect(model().index(1, 2));
   QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, last.center());
   EXPECT_EQ(table().selectedRowIndexes(), std::set<std::size_t>{1});
-  EXPECT_TRUE(table().isRowSelected(1));
-  EXPECT_FALSE(table().isRowSelected(0));
-  EXPECT_EQ(table().numberOfSelectedRows(), 1U);
   const QRect first = table().visualRect(model().index(0, 0));
   QTest::mouseClick(table().viewport(), Qt::LeftButton, Qt::ControlModifier, first.center());
   EXPECT_EQ(table().selectedRowIndexes(), (std::set<std::size_t>{0, 1}));
-  EXPECT_EQ(table().numberOfSelectedRows(), 2U);
   EXPECT_EQ(table().editTriggers(), QAbstractItemView::NoEditTriggers);
 }
 
@@ -161,7 +154,7 @@ TEST_F(FileTableTest, AChangeOfTheListKeepsSelectionAndCurrentRowOfWhatRemains) 
   EXPECT_EQ(table().selectedRowIndexes(), std::set<std::size_t>{1});
   EXPECT_EQ(table().currentIndex().row(), 0);
   windows->songs()->removeAllTRFiles();
-  EXPECT_EQ(table().numberOfSelectedRows(), 0U);
+  EXPECT_TRUE(table().selectedRowIndexes().empty());
 }
 
 TEST_F(FileTableTest, ColumnsFillTheTableAndLongTextsAreCutInTheMiddle) {

@@ -9,8 +9,8 @@
 #include <QTreeView>
 #include <filesystem>
 
-#include "Alert.h"
 #include "DisplayText.h"
+#include "ModalSession.h"
 #include "OpenPanel.h"
 #include "TempFolder.h"
 #include "WindowTest.h"

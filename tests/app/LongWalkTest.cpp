@@ -50,17 +50,6 @@ class LongWalkTest : public WindowTest {
   int choices = 0;
 };
 
-// Counts what is painted.
-class PaintCount : public QObject {
- public:
-  explicit PaintCount(QObject* painted) { painted->installEventFilter(this); }
-  bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
-    paints += event->type() == QEvent::Paint ? 1 : 0;
-    return false;
-  }
-  int paints = 0;
-};
-
 TEST_F(LongWalkTest, TheWindowIsRepaintedUnderAWaitCursor) {
   settle();
   const PaintCount count(ui().btnStart);

@@ -7,7 +7,6 @@
 
 #include "DarkColours.h"
 #include "TRFileCopyTask.h"
-#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -224,10 +223,6 @@ class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> 
     return {windows->window().width() - place.x() - place.width(), place.y(), place.width(),
             place.height()};
   }
-  void expectLinkReadable() const {
-    const auto painted = ui().tirellLinkBtn->paintedFormat().foreground().color();
-    EXPECT_GE(contrast(painted, ui().tirellLinkBtn->palette().color(QPalette::Window)), 4.5);
-  }
 };
 
 TEST_P(LooksTest, Ready) {
@@ -271,17 +266,6 @@ TEST_P(LooksTest, TheOtherDirectionIsTheMirrorImage) {
     const PlayerItem* item = ui().viewPlayers->items().at(0);
     const auto* const facts = item->findChild<ElidedLabel*>();
     EXPECT_EQ(facts->textRect().left() == 0, !reversed);
-  }
-}
-
-TEST_P(LooksTest, TheLinkCanBeReadAlsoWhenTheColoursChange) {
-  expectLinkReadable();
-  for (const auto& colours : {darkColours(), strongColours(), lightColours()}) {
-    useColours(colours);
-    settle();
-    EXPECT_EQ(ui().tirellLinkBtn->palette().color(QPalette::Window),
-              colours.color(QPalette::Window));
-    expectLinkReadable();
   }
 }
 

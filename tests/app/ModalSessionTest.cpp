@@ -3,8 +3,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 
-#include "Alert.h"
-#include "ProgramIcon.h"
+#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -40,7 +39,6 @@ TEST_F(ModalSessionTest, AnAlertHasItsTextAndOneButton) {
     EXPECT_EQ(box.buttons().at(0)->text().remove(QLatin1Char('&')), QStringLiteral("OK"));
     const int side = box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
     EXPECT_EQ(box.iconPixmap().toImage(), programPicture(side, 1).toImage());
-    EXPECT_EQ(box.findChild<QScrollArea*>(), nullptr);
   });
 }
 
@@ -49,6 +47,9 @@ TEST_F(ModalSessionTest, ALongAlertScrollsByKeysTooSoThatItsButtonStaysOnTheScre
   for (int line = 0; line < 60; ++line) {
     text += "\nPlayer /dev/sd" + std::to_string(line) + " Failed in process";
   }
+  const QString twelve = QStringLiteral("a\n").repeated(11) + QLatin1Char('a');
+  EXPECT_EQ(Alert(nullptr, twelve).findChild<QScrollArea*>(), nullptr);
+  EXPECT_NE(Alert(nullptr, twelve + QStringLiteral("\na")).findChild<QScrollArea*>(), nullptr);
   duringAlert(
       [&](QMessageBox& box) {
         settle();
@@ -74,12 +75,6 @@ TEST_F(ModalSessionTest, ALongAlertScrollsByKeysTooSoThatItsButtonStaysOnTheScre
         EXPECT_EQ(bar->value(), 0);
       },
       text);
-}
-
-TEST_F(ModalSessionTest, TwelveLinesDontScroll) {
-  const QString twelve = QStringLiteral("a\n").repeated(11) + QLatin1Char('a');
-  EXPECT_EQ(Alert(nullptr, twelve).findChild<QScrollArea*>(), nullptr);
-  EXPECT_NE(Alert(nullptr, twelve + QStringLiteral("\na")).findChild<QScrollArea*>(), nullptr);
 }
 
 TEST_F(ModalSessionTest, ReturnAndEscapeDismissAnAlert) {

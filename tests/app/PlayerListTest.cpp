@@ -1,5 +1,3 @@
-#include <atomic>
-
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -159,25 +157,154 @@ TEST_F(PlayerListTest, EjectEjectsAndRemovesEveryTickedPlayerInListOrder) {
                           "eject /dev/sdb", "eject /dev/sdd", "eject /dev/sde"}));
 }
 
-TEST_F(PlayerListTest, APlayerCanBeEjectedWhileItsRefreshIsUnderWay) {
-  launch();
-  makeStick("sdb", 0x10002);
-  const auto disk = ports.disks.byName["sdb"];
-  const auto answer = disk->describe;
-  disk->describe = [&](std::size_t look) {
-    return look > 3 ? answer(look) : describedAs(std::nullopt, std::nullopt);
+class CapacityLabelsTest : public WindowTest {
+ protected:
+  void update() {
+    ports.log.clear();
+    controller().updateFilesSize();
+  }
+  std::string capacity() const { return ui().lblMaxCapSize->text().toStdString(); }
+  std::string left() const { return ui().lblFreeDiskSpaceLeft->text().toStdString(); }
+};
+
+TEST_F(CapacityLabelsTest, AreEmptyAtFirstAndThenZeroForAnEmptyListWithoutFiles) {
+  EXPECT_EQ(capacity(), "");
+  EXPECT_EQ(left(), "");
+  update();
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "0 KB");
+  EXPECT_EQ(controller().minPlayerSize().value(), 0);
+  EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
+}
+
+TEST_F(CapacityLabelsTest, OneTickedPlayerIsTheCapacityAndNegativeSpaceIsShownUnsigned) {
+  struct Case {
+    std::optional<std::int64_t> player;
+    std::int64_t files;
+    const char* capacity;
+    const char* left;
   };
-  const auto player = addPlayer("sdb", 1, true);
-  std::atomic<bool> refreshed{false};
-  platform().workers->spawn([&, player] {
-    EXPECT_TRUE(player->refresVolumeInfo());
-    refreshed = true;
-  });
-  runUntil([&] { return ports.clock.sleeps().size() >= 1; });
-  click(ui().btnEject);
-  runUntil([&] { return refreshed && ports.disks.kinds() == Texts({"unmount", "eject"}); });
-  EXPECT_TRUE(listedDisks().empty());
-  EXPECT_EQ(player->name(), "SONGS");
+  for (const auto& [player, used, expected, expectedLeft] : {
+           Case{std::nullopt, 5000, "0 KB", "18446744073709551612 KB"},
+           {0, 1024, "0 KB", "18446744073709551615 KB"},
+           {7948206080, 0, "7580 MB", "7580 MB"},
+           {2097152, 1048577, "2 MB", "1023 KB"},
+       }) {
+    windows->players()->setArrangedObjects({});
+    windows->songs()->removeAllTRFiles();
+    if (player) {
+      addPlayer("sdb", *player, true);
+    }
+    addRoot("/a", used);
+    update();
+    EXPECT_EQ(capacity(), expected);
+    EXPECT_EQ(left(), expectedLeft);
+    EXPECT_EQ(controller().minPlayerSize().value(), player.value_or(0));
+    EXPECT_EQ(logTexts().size(), player ? 2U : 1U);
+  }
+}
+
+TEST_F(CapacityLabelsTest, WithoutATickedPlayerTheFilesAreNotCounted) {
+  addPlayer("sdb", 4096);
+  addPlayer("sdc", 8192);
+  addRoot("/a", 10485760);
+  update();
+  EXPECT_EQ(controller().minPlayerSize().value(), -1);
+  EXPECT_EQ(capacity(), "0 KB");
+  EXPECT_EQ(left(), "0 KB");
+  EXPECT_EQ(logTexts(),
+            (Texts{"\nLog P Size 4096\n", "\nLog P Size 8192\n", "\nLog xxxP Size -1\n"}));
+}
+
+TEST_F(CapacityLabelsTest, TheSecondTickedPlayerReplacesTheFirstByTheOrderOfTheBoxesAlone) {
+  // Two boxes whose order by identity is known, with the smaller value on either side.
+  const Number one(5 * 1048576);
+  const Number other(3 * 1048576);
+  const Number& low = one.ordersAbove(other) ? other : one;
+  const auto first = addPlayer("sdb", 0, true);
+  const auto second = addPlayer("sdc", 0, true);
+  for (const bool swapped : {false, true}) {
+    first->setSize(swapped ? other : one);
+    second->setSize(swapped ? one : other);
+    update();
+    EXPECT_TRUE(controller().minPlayerSize().isSame(low));
+  }
+}
+
+TEST_F(CapacityLabelsTest, TheFirstTickedPlayerIsTakenWhateverItsBoxIs) {
+  // One of the two boxes lies above the sentinel's or below it; each is taken when it is first.
+  std::vector<Number> boxes;
+  for (int count = 0; count < 64; ++count) {
+    boxes.emplace_back(count + 4096);
+  }
+  const auto player = addPlayer("sdb", 0, true);
+  for (const Number& box : boxes) {
+    player->setSize(box);
+    update();
+    EXPECT_TRUE(controller().minPlayerSize().isSame(box));
+  }
+}
+
+TEST_F(CapacityLabelsTest, APlayerOfMinusOneByteIsReplacedByTheNext) {
+  addPlayer("sdb", -1, true);
+  const auto next = addPlayer("sdc", 4096, true);
+  update();
+  EXPECT_TRUE(controller().minPlayerSize().isSame(next->size()));
+}
+
+TEST_F(CapacityLabelsTest, AnAbsentFileListCountsNothing) {
+  addPlayer("sdb", 4096, true);
+  controller().setSongsTVC({});
+  update();
+  EXPECT_EQ(left(), "4 KB");
+}
+
+TEST_F(CapacityLabelsTest, AreWideEnoughForTheLongestFigureInTheSmallestWindow) {
+  windows->window().resize(1, 1);
+  launch();
+  addRoot("/a", 10485760);
+  update();
+  settle();
+  const QLabel* label = ui().lblFreeDiskSpaceLeft;
+  EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()));
+  EXPECT_EQ(windows->window().size(), QSize(720, 480));
+}
+
+std::shared_ptr<TRFile> file(const std::string& path) {
+  auto made = std::make_shared<TRFile>();
+  made->setPath(path);
+  return made;
+}
+
+using Controller = ArrayController<TRFile>;
+
+TEST(ArrayController, HasNoListAtFirstAndAppendsAlsoWhatIsEqual) {
+  Controller controller;
+  EXPECT_EQ(controller.arrangedObjects(), nullptr);
+  EXPECT_FALSE(controller.contains(*file("/a")));
+  controller.objectsChanged();  // without an observer
+  const auto first = file("/a");
+  const auto second = file("/a");
+  controller.addObject(first);
+  controller.addObject(second);
+  EXPECT_EQ(controller.listed(), (Controller::List{first, second}));
+  EXPECT_TRUE(controller.contains(*file("/a")));
+  EXPECT_FALSE(controller.contains(*file("/b")));
+}
+
+TEST(ArrayController, RemovesEveryEqualObjectFromAnotherListAndTellsOfEachChangeAfterwards) {
+  Controller controller;
+  std::vector<std::size_t> sizes;
+  controller.setObserver([&] { sizes.push_back(controller.listed().size()); });
+  const auto b = file("/b");
+  controller.setArrangedObjects({file("/a"), b});
+  controller.addObject(file("/a"));
+  const auto taken = controller.arrangedObjects();
+  controller.removeObject(*file("/a"));
+  controller.objectsChanged();
+  EXPECT_EQ(controller.listed(), Controller::List{b});
+  EXPECT_EQ(taken->size(), 3U);
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 3, 1, 1}));
 }
 
 }  // namespace

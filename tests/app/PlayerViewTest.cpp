@@ -1,6 +1,3 @@
-#include <QStyleOptionButton>
-
-#include "ProbeWidget.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -14,8 +11,6 @@ class PlayerViewTest : public WindowTest {
   QLabel* hint() const {
     return ui().viewPlayers->findChild<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
   }
-  // A tool tip without the places where its lines may break.
-  static QString tip(const QWidget* widget) { return widget->toolTip().remove(QChar(0x200B)); }
   ElidedLabel* facts(int row) const { return items().at(row)->findChild<ElidedLabel*>(); }
 };
 
@@ -61,32 +56,26 @@ TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
   EXPECT_EQ(facts(1)->text(), QString::fromUtf8("/dev/sdc · USB <b>\uFFFD · 1 KB"));
 }
 
-TEST_F(PlayerViewTest, ClickingATickSelectsThePlayerAndUpdatesTheSizes) {
+TEST_F(PlayerViewTest, AClickOnTheTickOrTheSecondLineSelectsThePlayerAndUpdatesTheSizes) {
   const auto player = addPlayer("sdb", 7948206080);
-  ports.log.clear();
-  QTest::mouseClick(tick(0), Qt::LeftButton, {}, QPoint(8, tick(0)->height() / 2));
-  EXPECT_EQ(player->selected().value(), 1);
-  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 7948206080\n", "\nLog xxxP Size 7948206080\n"}));
-  EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("7580 MB"));
-  QTest::mouseClick(tick(0), Qt::LeftButton, {}, QPoint(8, tick(0)->height() / 2));
-  ASSERT_TRUE(player->selected());
-  EXPECT_EQ(player->selected().value(), 0);
-  EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("0 KB"));
-}
-
-TEST_F(PlayerViewTest, AClickOnTheSecondLineTicks) {
-  const auto player = addPlayer("sdb");
   settle();
-  ports.log.clear();
   QTest::mouseClick(facts(0), Qt::RightButton);
   EXPECT_FALSE(player->selected().isTrue());
-  QTest::mouseClick(facts(0), Qt::LeftButton);
-  EXPECT_TRUE(player->selected().isTrue());
-  EXPECT_TRUE(tick(0)->isChecked());
-  EXPECT_EQ(logTexts(), (Texts{"\nLog P Size 7948206080\n", "\nLog xxxP Size 7948206080\n"}));
+  for (QWidget* line : {static_cast<QWidget*>(tick(0)), static_cast<QWidget*>(facts(0))}) {
+    for (const bool selected : {true, false}) {
+      ports.log.clear();
+      QTest::mouseClick(line, Qt::LeftButton, {}, QPoint(8, line->height() / 2));
+      EXPECT_EQ(player->selected().value(), selected ? 1 : 0);
+      EXPECT_EQ(tick(0)->isChecked(), selected);
+      EXPECT_EQ(logTexts(),
+                (Texts{"\nLog P Size 7948206080\n",
+                       selected ? "\nLog xxxP Size 7948206080\n" : "\nLog xxxP Size -1\n"}));
+      EXPECT_EQ(ui().lblMaxCapSize->text(), QLatin1String(selected ? "7580 MB" : "0 KB"));
+    }
+  }
   controller().enableView(false);
   QTest::mouseClick(facts(0), Qt::LeftButton);
-  EXPECT_TRUE(player->selected().isTrue());
+  EXPECT_FALSE(player->selected().isTrue());
 }
 
 TEST_F(PlayerViewTest, ShowingATickFromTheListChangesNothing) {
@@ -100,56 +89,29 @@ TEST_F(PlayerViewTest, ShowingATickFromTheListChangesNothing) {
 }
 
 TEST_F(PlayerViewTest, AnItemMadeWhileTheControlsAreOffStartsOff) {
-  addPlayer("sdb");
-  controller().enableView(false);
-  addPlayer("sdc");
-  EXPECT_FALSE(tick(1)->isEnabled());
-  controller().enableView(true);
-  EXPECT_TRUE(tick(0)->isEnabled());
-  EXPECT_TRUE(tick(1)->isEnabled());
-  addPlayer("sdd");
-  EXPECT_TRUE(tick(2)->isEnabled());
-}
-
-TEST_F(PlayerViewTest, ALongNameIsCutAndWholeInItsToolTip) {
-  windows->window().resize(720, 480);
-  const std::string name(200, 'W');
-  const auto player = addPlayer(name);
-  player->setName(name);
-  windows->players()->objectsChanged();
-  settle();
-  EXPECT_LE(items().at(0)->width(), ui().deviceScrollbar->viewport()->width());
-  EXPECT_LE(tick(0)->geometry().right(), ui().deviceScrollbar->viewport()->width());
-  for (const QString& shown : {tick(0)->shownText(), facts(0)->shownText()}) {
-    EXPECT_TRUE(shown.contains(QChar(0x2026))) << shown.toStdString();
-    EXPECT_LE(tick(0)->fontMetrics().horizontalAdvance(shown),
-              tick(0)->width() - tick(0)->textIndent());
+  for (const bool enabled : {true, false, true}) {
+    controller().enableView(enabled);
+    addPlayer("sdb");
+    for (const PlayerItem* item : items()) {
+      EXPECT_EQ(item->tick()->isEnabled(), enabled);
+    }
   }
-  EXPECT_TRUE(tip(tick(0)).contains(QString::fromStdString(name)));
-  EXPECT_TRUE(tip(facts(0)).contains(QString::fromStdString(name)));
-  EXPECT_EQ(windows->window().size(), QSize(720, 480));
 }
 
 TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText) {
-  const auto player = addPlayer("sdb");
+  addPlayer("sdb");
+  addPlayer("sdc");
   settle();
-  const QImage before = items().at(0)->grab().toImage();
+  const auto painted = [this](int row) { return items().at(row)->grab().toImage(); };
   EXPECT_EQ(facts(0)->indent(), tick(0)->textIndent());
-  QStyleOptionButton option;
-  option.initFrom(tick(0));
-  EXPECT_EQ(tick(0)->textIndent(),
-            tick(0)->style()->subElementRect(QStyle::SE_CheckBoxContents, &option, tick(0)).x());
   EXPECT_GT(tick(0)->textIndent(), tick(0)->style()->pixelMetric(QStyle::PM_IndicatorWidth));
-  player->setName("other");
+  const QImage before = painted(0);
+  for (const auto& player : windows->players()->listed()) {
+    player->setName("other");
+  }
   windows->players()->objectsChanged();
-  settle();
-  const QImage named = items().at(0)->grab().toImage();
-  EXPECT_NE(before, named);
-  const auto other = addPlayer("sdc", 1);
-  other->setName("other");
-  windows->players()->objectsChanged();
-  settle();
-  EXPECT_NE(named, items().at(1)->grab().toImage());
+  EXPECT_NE(painted(0), before);
+  EXPECT_NE(painted(0), painted(1)) << "the device's name is on the second line";
 }
 
 // What is written in that part of the picture, without the empty space around it.
@@ -193,22 +155,6 @@ TEST_F(PlayerViewTest, AMirroredPlayersTextsAreWrittenAsEver) {
   }
 }
 
-TEST_F(PlayerViewTest, SixtyPlayersScrollInsteadOfGrowingTheWindow) {
-  windows->window().resize(720, 480);
-  for (int number = 0; number < 60; ++number) {
-    addPlayer("sd" + std::to_string(number), number + 1, true);
-  }
-  settle();
-  EXPECT_EQ(items().size(), 60);
-  EXPECT_EQ(windows->window().size(), QSize(720, 480));
-  EXPECT_GT(ui().viewPlayers->height(), ui().deviceScrollbar->viewport()->height());
-  EXPECT_EQ(ui().deviceScrollbar->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
-  tick(59)->setFocus(Qt::TabFocusReason);
-  ui().deviceScrollbar->ensureWidgetVisible(tick(59));
-  QTest::mouseClick(tick(59), Qt::LeftButton, {}, QPoint(8, tick(59)->height() / 2));
-  EXPECT_FALSE(windows->players()->listed().at(59)->selected().isTrue());
-}
-
 class EnableViewTest : public WindowTest {
  protected:
   // Writes down which control changes its enabled state, in order.
@@ -225,10 +171,10 @@ class EnableViewTest : public WindowTest {
     QStringList changes;
   };
 
-  QString changesOf(bool enabled) {
+  static QString changesDuring(const std::function<void()>& act) {
     Watcher watcher;
     qApp->installEventFilter(&watcher);
-    controller().enableView(enabled);
+    act();
     qApp->removeEventFilter(&watcher);
     return watcher.changes.join(QLatin1Char(' '));
   }
@@ -238,26 +184,30 @@ TEST_F(EnableViewTest, SwitchesInTheGivenOrderAndTheViewLast) {
   launch();
   addPlayer("sdb");
   tick(0)->setObjectName(QStringLiteral("tick"));
-  const QString order = QStringLiteral("btnStart btnBrowse lstFiles btnAll btnNone btnEject tick");
-  EXPECT_EQ(changesOf(false), order);
-  EXPECT_EQ(changesOf(true), order);
+  for (const bool enabled : {false, true}) {
+    EXPECT_EQ(changesDuring([&] { controller().enableView(enabled); }),
+              QStringLiteral("btnStart btnBrowse lstFiles btnAll btnNone btnEject tick"));
+  }
 }
 
 TEST_F(EnableViewTest, DrillsChildrenBeforeTheirParentInTheirOrderAndNotTheViewItself) {
-  QStringList calls;
-  ProbeWidget view(QStringLiteral("view"), calls, nullptr);
+  QWidget view;
   const QObject notAView(&view);
-  ProbeWidget first(QStringLiteral("first"), calls, &view);
-  ProbeWidget firstChild(QStringLiteral("first.child"), calls, &first);
-  ProbeWidget grandChild(QStringLiteral("first.child.child"), calls, &firstChild);
-  ProbeWidget second(QStringLiteral("second"), calls, &view);
-  for (const char* state : {"off", "on"}) {
-    calls.clear();
-    controller().drillSubViews(&view, state == std::string("on"));
-    EXPECT_EQ(calls.join(QLatin1Char(' ')),
-              QStringLiteral("first.child.child %1 first.child %1 first %1 second %1")
-                  .arg(QLatin1String(state)));
+  QWidget one(&view);
+  QWidget oneOne(&one);
+  QWidget oneOneOne(&oneOne);
+  QWidget two(&view);
+  for (const auto& [widget, name] : {std::pair(&view, "btn"),
+                                     {&one, "btn1"},
+                                     {&oneOne, "btn11"},
+                                     {&oneOneOne, "btn111"},
+                                     {&two, "btn2"}}) {
+    widget->setObjectName(QLatin1String(name));
   }
+  EXPECT_EQ(changesDuring([&] { controller().drillSubViews(&view, false); }),
+            QStringLiteral("btn111 btn11 btn1 btn2"));
+  controller().drillSubViews(&view, true);
+  EXPECT_TRUE(oneOneOne.isEnabled() && two.isEnabled());
 }
 
 }  // namespace

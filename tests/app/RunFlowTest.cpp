@@ -1,5 +1,5 @@
-#include <QEvent>
 #include <QShowEvent>
+#include <algorithm>
 
 #include "TRFileCopyTask.h"
 #include "WindowTest.h"
@@ -62,17 +62,6 @@ class RunFlowTest : public WindowTest {
   bool animatingUnderAlert = true;
 };
 
-TEST_F(RunFlowTest, StartDisablesTheWorkingControlsAndShowsThePanel) {
-  addPlayer("sdb");
-  expectWorkingControls(true);
-  click(ui().btnStart);
-  expectWorkingControls(false);
-  EXPECT_TRUE(windows->panel().isVisible());
-  waitForActive(windows->panel());
-  EXPECT_FALSE(windows->panel().isModal());
-  EXPECT_TRUE(logTexts().empty());
-}
-
 TEST_F(RunFlowTest, CancelEscapeAndTheCloseButtonEnableExactlyWhatStartDisabledAndSaySo) {
   addPlayer("sdb");
   const std::vector<std::function<void()>> ways = {
@@ -83,6 +72,9 @@ TEST_F(RunFlowTest, CancelEscapeAndTheCloseButtonEnableExactlyWhatStartDisabledA
     ports.log.clear();
     click(ui().btnStart);
     expectWorkingControls(false);
+    EXPECT_TRUE(windows->panel().isVisible());
+    EXPECT_FALSE(windows->panel().isModal());
+    EXPECT_TRUE(logTexts().empty());
     leave();
     expectWorkingControls(true);
     EXPECT_FALSE(windows->panel().isVisible());
@@ -117,21 +109,14 @@ TEST_F(RunFlowTest, TheBarIsDrawnAnewEvenWhenItsFigureIsTheSame) {
   ui().pbProgressBar->setRange(0, 100);
   ui().pbProgressBar->setValue(0);
   settle();
-  struct PaintCounter : QObject {
-    bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
-      paints += event->type() == QEvent::Paint ? 1 : 0;
-      return false;
-    }
-    int paints = 0;
-  } counter;
-  ui().pbProgressBar->installEventFilter(&counter);
+  PaintCount count(ui().pbProgressBar);
   windows->panel().hide();
   settle();
-  counter.paints = 0;
+  count.paints = 0;
   answerAlert();
   controller().btnPassOk(nullptr);
   settle();
-  EXPECT_GE(counter.paints, 1);
+  EXPECT_GE(count.paints, 1);
 }
 
 TEST_F(RunFlowTest, AReportMovesTheBarAndReadsTheNamesAnewWhenTheFigureChanges) {
@@ -304,6 +289,109 @@ TEST_F(RunFlowTest, ThePanelTakesTheKeyboardBackAndTheWindowStillGetsClicks) {
   bringWindowToFront();
   settle();
   EXPECT_EQ(QApplication::activeWindow(), &windows->window());
+}
+
+// A run from plugging in to the summary, through the window's own controls.
+class WholeRunTest : public WindowTest {
+ protected:
+  WholeRunTest() {
+    launch();
+    files.volumes.onRequest = [this](const std::string& request) {
+      const std::scoped_lock guard(lock);
+      requests.push_back(request);
+    };
+  }
+
+  // A folder with one file is chosen; of two players the first is ticked.
+  void prepare() {
+    plugStick("sdb", 0x10002);
+    plugStick("sdc", 0x10003);
+    click(ui().btnAll);
+    QTest::mouseClick(tick(1), Qt::LeftButton, {}, QPoint(8, tick(1)->height() / 2));
+    const auto root = addRoot("/music", 4);
+    auto file = std::make_shared<TRFile>();
+    file->setPath("/music/01.mp3");
+    file->setUrl(Url::fromPath("/music/01.mp3", false), false);
+    file->setDestRelativeUrl(Url::withString("01.mp3"));
+    file->setSize(Number(4));
+    root->files()->push_back(file);
+  }
+
+  std::mutex lock;
+  Texts requests;
+};
+
+// The link works all the while, and changes nothing in it.
+TEST_F(WholeRunTest, APlayerThatIsTickedIsFormattedAndFilledWithTheCredentialsAsTheyWereTyped) {
+  prepare();
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (SONGS)"));
+  ports.scripts.answer = [this](std::size_t, const TestScriptRunner::Call&) {
+    ports.mainThread.post([this] {
+      EXPECT_FALSE(ui().btnStart->isEnabled());
+      click(ui().tirellLinkBtn);
+    });
+    return ScriptOutcome{"", {}, {}};
+  };
+  QString during;
+  QObject::connect(ui().pbProgressBar, &QProgressBar::valueChanged, ui().pbProgressBar, [&](int) {
+    QTimer::singleShot(0, ui().pbProgressBar, [&] { during = tick(0)->wholeText(); });
+  });
+  int barUnderAlert = -1;
+  answerAlert([&](QMessageBox&) { barUnderAlert = ui().pbProgressBar->value(); });
+  click(ui().btnStart);
+  enter("  the  boss ", " pass  word  ");
+  click(panelUi().btnPassOk);
+  runUntil([&] { return ui().btnStart->isEnabled(); });
+  ports.workers.join();
+  EXPECT_EQ(during, QStringLiteral("SONGS"));
+  EXPECT_EQ(message, "Process Completed.");
+  EXPECT_EQ(barUnderAlert, 100);
+  EXPECT_EQ(ports.workspace.opened.size(), 2U);
+  EXPECT_EQ(ports.disks.kinds(), (Texts{"unmount", "mount"}));
+  for (const auto& request : ports.disks.requests) {
+    EXPECT_EQ(request.expected.node, "/dev/sdb");
+  }
+  ASSERT_EQ(ports.scripts.calls().size(), 2U);
+  EXPECT_EQ(ports.scripts.calls().at(0).source,
+            "do shell script \"dd if=/dev/zero of=/dev/sdb bs=4k count=10\" user name "
+            "\"  the  boss \" password \" pass  word  \" with administrator privileges");
+  EXPECT_NE(std::find(requests.begin(), requests.end(), "copy /music/01.mp3 -> /media/sdb/01.mp3"),
+            requests.end());
+  const Texts log = logTexts();
+  EXPECT_EQ(std::count(log.begin(), log.end(), "\nafter task call!!!!\n"), 1);
+}
+
+// Counts those that are kept awake.
+class TestWakefulness : public Wakefulness {
+ public:
+  std::shared_ptr<void> keepAwake(const std::string& why) override {
+    reasons.push_back(why);
+    ++held;
+    return {nullptr, [this](void*) { --held; }};
+  }
+
+  Texts reasons;
+  int held = 0;
+};
+
+TEST_F(WholeRunTest, TheMachineIsKeptAwakeForAsLongAsItLasts) {
+  TestWakefulness wakefulness;
+  platform().wakefulness = &wakefulness;
+  int heldInSummary = -1;
+  const auto answer = [&](const char* userName) {
+    click(ui().btnStart);
+    enter(userName, "secret");
+    answerAlert([&](QMessageBox&) { heldInSummary = wakefulness.held; });
+    EXPECT_EQ(wakefulness.held, 0);
+    click(panelUi().btnPassOk);
+  };
+  answer("");
+  EXPECT_TRUE(wakefulness.reasons.empty());
+  answer("admin");
+  EXPECT_EQ(wakefulness.held, 1);
+  EXPECT_EQ(wakefulness.reasons, Texts{"Players are being filled"});
+  runUntil([&] { return ui().btnStart->isEnabled(); });
+  EXPECT_EQ(heldInSummary, 0);
 }
 
 }  // namespace

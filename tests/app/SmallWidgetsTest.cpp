@@ -3,7 +3,6 @@
 #include <QImage>
 #include <tuple>
 
-#include "ProgramIcon.h"
 #include "TempFolder.h"
 #include "WindowStyle.h"
 #include "WindowTest.h"
@@ -107,12 +106,11 @@ TEST(BusyIndicatorTest, IsShownWhileItMovesAndAfterwardsIfItMay) {
   EXPECT_TRUE(indicator.isVisible());
   indicator.setDisplayedWhenStopped(false);
   EXPECT_FALSE(indicator.isVisible());
-  indicator.startAnimation();
-  EXPECT_TRUE(indicator.isVisible());
-  EXPECT_TRUE(indicator.isAnimating());
-  indicator.stopAnimation();
-  EXPECT_FALSE(indicator.isVisible());
-  EXPECT_FALSE(indicator.isAnimating());
+  for (const bool moving : {true, false}) {
+    moving ? indicator.startAnimation() : indicator.stopAnimation();
+    EXPECT_EQ(indicator.isVisible(), moving);
+    EXPECT_EQ(indicator.isAnimating(), moving);
+  }
   indicator.setDisplayedWhenStopped(true);
   EXPECT_TRUE(indicator.isVisible());
 }

@@ -51,7 +51,7 @@ class Package(unittest.TestCase):
         self.assertTrue((ROOT / f"data/{name}.desktop").exists())
         self.assertEqual(self.metainfo.findtext("launchable"), f"{name}.desktop")
         self.assertEqual(self.desktop["StartupWMClass"], name)
-        icon = first(r'fromTheme\(QStringLiteral\("(\w+)"\)', "src/app/ProgramIcon.cpp")
+        icon = first(r'fromTheme\(QStringLiteral\("(\w+)"\)', "src/app/WindowStyle.cpp")
         self.assertEqual(self.desktop["Icon"], icon)
         self.assertEqual(self.metainfo.findtext("icon"), icon)
         for kind in ("", "-symbolic"):

@@ -2,19 +2,179 @@
 
 #include <unistd.h>
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPainter>
+#include <QTest>
+#include <QTimer>
 #include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "BenchFolder.h"
+#include "ModalSession.h"
+#include "OpenPanel.h"
 #include "PlayerCheck.h"
+#include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
 namespace fillstation::demo {
 namespace {
+
+constexpr int kPatienceMs = 120'000;
+constexpr int kVisiblePauseMs = 700;
+
+template <class Dialog>
+Dialog* openDialog() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    auto* const dialog = qobject_cast<Dialog*>(widget);
+    if (dialog != nullptr && dialog->isVisible()) {
+      return dialog;
+    }
+  }
+  return nullptr;
+}
+
+// Does what a person does at the window: clicks, types, looks, waits. Main thread.
+class Operator {
+ public:
+  Operator(WindowSet& windows, bool visible, QString pictureFolder)
+      : windows_(windows), visible_(visible), pictureFolder_(std::move(pictureFolder)) {}
+
+  // Waits until so many players are listed.
+  void seePlayers(std::size_t count) {
+    waitFor([&] { return windows_.players()->listed().size() == count; },
+            "the players in the list");
+    pause();
+  }
+
+  // Browses for a folder by typing its path into the dialog.
+  void addFolder(const QString& folder) {
+    // The dialog empties its field when it has read its first folder, and the first Return may only
+    // close the list of completions: a person looks, and types again.
+    QTimer enter;
+    QObject::connect(&enter, &QTimer::timeout, [&] {
+      if (auto* const panel = openDialog<OpenPanel>()) {
+        auto* const field = panel->findChild<QLineEdit*>("fileNameEdit");
+        if (field->text() != folder) {
+          type(field, folder);
+        }
+        QTest::keyClick(field, Qt::Key_Return);
+      }
+    });
+    enter.start(visible_ ? kVisiblePauseMs : 200);
+    const std::size_t before = windows_.songs()->list()->size();
+    click(windows_.window().ui().btnBrowse);
+    waitFor([&] { return windows_.songs()->list()->size() == before + 1; },
+            "the folder in the table");
+  }
+
+  void tickAll() { click(windows_.window().ui().btnAll); }
+
+  // Unticks everybody, then ticks the players with these device nodes.
+  void tickOnly(const QStringList& nodes) {
+    click(windows_.window().ui().btnNone);
+    for (const auto* item : windows_.window().ui().viewPlayers->items()) {
+      if (nodes.contains(QString::fromStdString(item->player()->diskName().value_or("")))) {
+        click(item->tick());
+      }
+    }
+  }
+
+  void ejectTicked() { click(windows_.window().ui().btnEject); }
+
+  // Start, the credentials, OK; the run is under way afterwards.
+  void start() {
+    click(windows_.window().ui().btnStart);
+    const auto& panel = windows_.panel().ui();
+    waitFor([&] { return windows_.panel().isVisible(); }, "the credentials panel");
+    type(panel.userNameField, QStringLiteral("bench"));
+    type(panel.passwordField, QStringLiteral("bench"));
+    takePicture("2-credentials", &windows_.panel());
+    click(panel.btnPassOk);
+  }
+
+  // Waits for the progress bar.
+  void seeProgress(int percent) {
+    waitFor([&] { return windows_.window().ui().pbProgressBar->value() >= percent; }, "progress");
+  }
+
+  // Waits for the summary, dismisses it and returns its text.
+  QString readSummary() {
+    QString text;
+    // From a timer: a dialog has a loop of its own, inside which nothing else goes on.
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+      if (auto* const summary = openDialog<Alert>()) {
+        look.stop();
+        text = summary->text();
+        pause();
+        takePicture("4-summary", summary);
+        click(summary->button(QMessageBox::Ok));
+      }
+    });
+    look.start(50);
+    waitFor([&] { return !text.isEmpty() && windows_.window().ui().btnStart->isEnabled(); },
+            "the summary");
+    return text;
+  }
+
+  // Takes a picture of the window as it is, with a dialog that is open in front of it.
+  void takePicture(const QString& name, QWidget* dialog = nullptr) const {
+    QCoreApplication::processEvents();
+    QPixmap picture = windows_.window().grab();
+    if (dialog != nullptr) {
+      const QPixmap front = dialog->grab();
+      const QRect whole(QPoint(), picture.deviceIndependentSize().toSize());
+      QRect place(QPoint(), front.deviceIndependentSize().toSize());
+      place.moveCenter(whole.center());
+      QPainter painter(&picture);
+      painter.fillRect(whole, QColor(0, 0, 0, 60));
+      painter.drawPixmap(place.topLeft(), front);
+      painter.setPen(Qt::gray);
+      painter.drawRect(place.adjusted(0, 0, -1, -1));
+    }
+    QDir().mkpath(pictureFolder_);
+    picture.save(QDir(pictureFolder_).filePath(name + ".png"));
+  }
+
+ private:
+  void waitFor(const std::function<bool()>& seen, const char* what) const {
+    if (!QTest::qWaitFor(seen, kPatienceMs)) {
+      throw NotSeen(std::string("waited in vain for ") + what);
+    }
+  }
+
+  void click(QAbstractButton* button) const {
+    if (!button->isEnabled() || !button->isVisible()) {
+      throw NotSeen("a button that can't be clicked: " + button->text().toStdString());
+    }
+    // Where a tick box shows its tick, a button its text.
+    const QPoint place(std::min(8, button->width() / 2), button->height() / 2);
+    QTest::mouseClick(button, Qt::LeftButton, {}, place);
+    pause();
+  }
+
+  void type(QLineEdit* field, const QString& text) const {
+    QTest::mouseClick(field, Qt::LeftButton);
+    field->selectAll();
+    QTest::keyClicks(field, text, Qt::NoModifier, visible_ ? 30 : -1);
+  }
+
+  void pause() const {
+    if (visible_) {
+      QTest::qWait(kVisiblePauseMs);
+    }
+  }
+
+  WindowSet& windows_;
+  const bool visible_;
+  const QString pictureFolder_;
+};
 
 std::FILE* terminal = stdout;
 
@@ -27,8 +187,10 @@ void sendTo(std::FILE* stream, const QString& file) {
 // A performance on its way.
 class Act {
  public:
-  Act(ActPlan plan, WindowSet& windows, Operator& person)
-      : plan_(std::move(plan)), windows_(windows), person_(person) {}
+  Act(ActPlan plan, WindowSet& windows)
+      : plan_(std::move(plan)),
+        windows_(windows),
+        person_(windows, plan_.visible, plan_.pictureFolder) {}
 
   bool perform() {
     std::fprintf(console(), "\n%s\n", qUtf8Printable(plan_.title));
@@ -40,8 +202,7 @@ class Act {
     step("Tick all, Start, type the credentials", [this] {
       person_.tickAll();
       person_.takePicture("1-players");
-      person_.start(QString::fromStdString(plan_.scenario.credentials.user),
-                    QString::fromStdString(plan_.scenario.credentials.password));
+      person_.start();
     });
     step("Wipe, format, fill all players at once", [this] { prepare(); });
     step("Read every image back with fsck.fat and mtools", [this] { readBack(); });
@@ -76,16 +237,8 @@ class Act {
         throw NotSeen("a player that can't be plugged in: " + problem.value_or(plan.name));
       }
       person_.seePlayers(rows_.size() + 1);
-      rows_.push_back({plan.name, lastListedNode(), false, {}});
+      rows_.push_back({plan.name, listedNodes().last(), false, {}});
     }
-  }
-
-  QString lastListedNode() const {
-    QString node;
-    for (const auto& player : windows_.players()->listed()) {
-      node = QString::fromStdString(player->diskName().value_or(""));
-    }
-    return node;
   }
 
   void prepare() {
@@ -109,10 +262,16 @@ class Act {
     person_.ejectTicked();
     person_.seePlayers(rows_.size() - 2);
     person_.takePicture("5-two-ejected");
+    const QStringList left = listedNodes();
+    ejected_ = !left.contains(rows_[0].node) && !left.contains(rows_[1].node);
+  }
+
+  QStringList listedNodes() const {
+    QStringList nodes;
     for (const auto& player : windows_.players()->listed()) {
-      const auto node = QString::fromStdString(player->diskName().value_or(""));
-      ejected_ = ejected_ && node != rows_[0].node && node != rows_[1].node;
+      nodes << QString::fromStdString(player->diskName().value_or(""));
     }
+    return nodes;
   }
 
   void pullOut() {
@@ -184,7 +343,7 @@ class Act {
 
   ActPlan plan_;
   WindowSet& windows_;
-  Operator& person_;
+  Operator person_;
   std::vector<Row> rows_;
   QString summary_;
   bool ejected_ = true;
@@ -201,8 +360,6 @@ void useConsole(const QString& logFolder) {
   sendTo(stderr, logFolder + "/stderr.log");
 }
 
-bool perform(ActPlan plan, WindowSet& windows, Operator& person) {
-  return Act(std::move(plan), windows, person).perform();
-}
+bool perform(ActPlan plan, WindowSet& windows) { return Act(std::move(plan), windows).perform(); }
 
 }  // namespace fillstation::demo

@@ -66,31 +66,31 @@ QString parentOf(const QString& destination) {
   return bare.left(bare.lastIndexOf('/') + 1);
 }
 
-// The entries of one folder of the image in directory order, as destinations.
-QStringList entriesOf(const QString& image, const QString& folder) {
-  QString pattern = folder;
-  pattern.replace('[', "[[]");
-  const auto listing = runTool("mdir", {"-b", "-a", "-i", image, "::/" + pattern});
-  QStringList entries;
-  for (const auto& line : QString::fromUtf8(listing.out).split('\n', Qt::SkipEmptyParts)) {
-    entries << line.mid(QString("::/").size());
+// What each folder holds, in order, by its destination; the player's root has none.
+QMap<QString, QStringList> foldersOf(const QStringList& destinations) {
+  QMap<QString, QStringList> folders{{QString(), {}}};
+  for (const auto& destination : destinations) {
+    folders[parentOf(destination)] << destination;
+    if (destination.endsWith('/')) {
+      folders[destination];
+    }
   }
-  return entries;
+  return folders;
 }
 
 void checkFolders(const QString& image, const QStringList& expected, PlayerCheck& check) {
-  QMap<QString, QStringList> wanted{{QString(), {}}};
-  for (const auto& destination : expected) {
-    wanted[parentOf(destination)] << destination;
-    if (destination.endsWith('/')) {
-      wanted[destination];
-    }
+  QStringList listed;
+  const auto listing = runTool("mdir", {"-/", "-b", "-a", "-i", image, "::/"});
+  for (const auto& line : QString::fromUtf8(listing.out).split('\n', Qt::SkipEmptyParts)) {
+    listed << line.mid(QString("::/").size());
   }
+  const auto found = foldersOf(listed);
+  const auto wanted = foldersOf(expected);
   for (auto folder = wanted.cbegin(); folder != wanted.cend(); ++folder) {
-    const QStringList found = entriesOf(image, folder.key());
-    if (found != folder.value()) {
+    if (found.value(folder.key()) != folder.value()) {
       check.faults << QString("folder \"/%1\" holds [%2], not [%3]")
-                          .arg(folder.key(), found.join(" | "), folder.value().join(" | "));
+                          .arg(folder.key(), found.value(folder.key()).join(" | "),
+                               folder.value().join(" | "));
     }
   }
 }

@@ -90,22 +90,24 @@ Scenario scenarioOf(const Options& options, const char* name) {
 }
 
 bool performActs(const Options& options, const QString& folder, WindowSet& windows) {
-  Operator first(windows, options.visible, options.pictures + "/act1");
   const ActPlan four{"Act 1: four players",
                      folder,
                      options.audio,
+                     options.pictures + "/act1",
                      scenarioOf(options, "four-players.json"),
                      {},
-                     true};
-  Operator second(windows, options.visible, options.pictures + "/act2");
+                     true,
+                     options.visible};
   const ActPlan five{
       "Act 2: five players, one pulled out while it is filled, one that refuses its format",
       folder,
       options.audio,
+      options.pictures + "/act2",
       scenarioOf(options, "five-players.json"),
       {"pulled", "stubborn"},
-      false};
-  const bool both = perform(four, windows, first) && perform(five, windows, second);
+      false,
+      options.visible};
+  const bool both = perform(four, windows) && perform(five, windows);
   std::fprintf(console(), "\n%s. The screenshots are in %s.\n",
                both ? "Everything went as planned" : "SOMETHING WENT DIFFERENTLY",
                qUtf8Printable(options.pictures));

@@ -33,19 +33,5 @@ class Commands(unittest.TestCase):
         self.assertIn("import scenarios_package", (ROOT / "tests/vm/main.py").read_text())
 
 
-class Reader(unittest.TestCase):
-    def test_indented_lines_are_commands_without_their_remarks(self):
-        text = "Do this:\n\n    ./one --two   # why\n    three\n\nand so on\n"
-        self.assertEqual(commands.commands_in("a.md", text), ["./one --two", "three"])
-
-    def test_a_command_in_a_sentence_is_found(self):
-        text = "Look (`journalctl -b`), or `./run`; `flush` and `dd operation failed.` are none.\n"
-        self.assertEqual(commands.commands_in("a.md", text), ["journalctl -b", "./run"])
-
-    def test_examples_of_a_manual_page_are_commands(self):
-        text = ".in +4n\n.EX\njournalctl \\-t fillstation\n.EE\n.PP\ntext\n"
-        self.assertEqual(commands.commands_in("a.1", text), ["journalctl -t fillstation"])
-
-
 if __name__ == "__main__":
     unittest.main()

@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <sstream>
 
-#include "Alert.h"
 #include "Explorer.h"
-#include "PlayerItem.h"
+#include "ModalSession.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 

@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <set>
 
-#include "Alert.h"
 #include "Explorer.h"
-#include "PlayerItem.h"
+#include "ModalSession.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
@@ -178,7 +177,8 @@ void Explorer::contextMenu() {
   const int row = rows == 0 || oneOf(8) ? -1 : static_cast<int>(pick(rows));
   rightClick(row);
   QMenu* const menu = controller->songsTVCContextMenu();
-  const bool isInside = row >= 0 && table->numberOfSelectedRows() > 1 && table->isRowSelected(row);
+  const auto selected = table->selectedRowIndexes();
+  const bool isInside = selected.size() > 1 && selected.contains(static_cast<std::size_t>(row));
   if (!rules_.isIdle() || row < 0) {
     expect(!menu->isVisible(), "no menu outside of the rows, nor while the controls are off");
     menu->close();

@@ -10,7 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "Alert.h"
+#include "ModalSession.h"
 #include "TRFileCopyTaskCollection.h"
 #include "UsbUtil.h"
 #include "ui_CredentialsPanel.h"

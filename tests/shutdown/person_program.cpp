@@ -13,10 +13,10 @@
 #include <string>
 
 #include "AgentProtocol.h"
-#include "Alert.h"
 #include "AppRunner.h"
 #include "Bench.h"
 #include "JournalLog.h"
+#include "ModalSession.h"
 #include "PolkitScriptRunner.h"
 #include "QtMainThread.h"
 #include "RealSourceFiles.h"

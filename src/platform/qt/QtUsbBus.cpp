@@ -1,6 +1,6 @@
 #include "QtUsbBus.h"
 
-#include <deque>
+#include <QMetaObject>
 #include <utility>
 #include <vector>
 
@@ -32,7 +32,7 @@ struct QtUsbBus::Side : UsbDeviceIterator {
     for (const auto& event : handled) {
       event.handled();
     }
-    bus->updateBusy();
+    bus->schedule();
   }
 
   QtUsbBus* bus = nullptr;  // null once it has gone: the iterator may still be walked
@@ -43,7 +43,7 @@ struct QtUsbBus::Side : UsbDeviceIterator {
 };
 
 QtUsbBus::QtUsbBus(const StopSource& stop)
-    : queue_(stop), attach_(std::make_shared<Side>()), detach_(std::make_shared<Side>()) {
+    : stop_(stop), attach_(std::make_shared<Side>()), detach_(std::make_shared<Side>()) {
   attach_->bus = this;
   detach_->bus = this;
 }
@@ -65,7 +65,6 @@ std::shared_ptr<UsbDeviceIterator> QtUsbBus::watch(const std::shared_ptr<Side>& 
                                                    Notification notification) {
   side->notification = std::move(notification);
   side->isWalked = false;
-  updateBusy();
   return side;
 }
 
@@ -83,16 +82,43 @@ void QtUsbBus::handOutLeaving(std::shared_ptr<UsbDevice> device, std::function<v
 }
 
 void QtUsbBus::deliver(Side& side, Event event) {
-  queue_.post([this, &side, event = std::move(event)] {
+  post([this, &side, event = std::move(event)] {
     side.waiting.push_back(event);
     if (side.notification) {
       side.isWalked = false;
       side.notification(side);
-      updateBusy();
     }
   });
 }
 
-void QtUsbBus::updateBusy() { queue_.setBusy(!attach_->isWalked || !detach_->isWalked); }
+void QtUsbBus::post(std::function<void()> event) {
+  events_.push_back(std::move(event));
+  schedule();
+}
+
+void QtUsbBus::resume() {
+  --held_;
+  schedule();
+}
+
+// A look at the events for each change of what they wait for; a look that comes in vain is
+// harmless.
+void QtUsbBus::schedule() {
+  QMetaObject::invokeMethod(
+      &context_, [this] { runNext(); }, Qt::QueuedConnection);
+}
+
+void QtUsbBus::runNext() {
+  const bool walking = !attach_->isWalked || !detach_->isWalked;
+  if (handling_ || walking || held_ > 0 || events_.empty() || stop_.requested()) {
+    return;
+  }
+  const auto event = std::move(events_.front());
+  events_.pop_front();
+  handling_ = true;
+  event();
+  handling_ = false;
+  schedule();
+}
 
 }  // namespace fillstation

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QObject>
+#include <deque>
 #include <functional>
 #include <memory>
 
-#include "MainLoopQueue.h"
+#include "StopSource.h"
 #include "UsbBus.h"
 
 namespace fillstation {
@@ -18,8 +20,8 @@ class QtUsbBus : public UsbBus {
 
   std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
   std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
-  void hold() override { queue_.hold(); }
-  void resume() override { queue_.resume(); }
+  void hold() override { ++held_; }
+  void resume() override;
 
  protected:
   explicit QtUsbBus(const StopSource& stop);
@@ -29,8 +31,10 @@ class QtUsbBus : public UsbBus {
   void handOutArrival(std::shared_ptr<UsbDevice> device);
   void handOutLeaving(std::shared_ptr<UsbDevice> device, std::function<void()> handled);
 
-  // Has another event delivered in its turn.
-  void post(std::function<void()> event) { queue_.post(std::move(event)); }
+  // Has an event handled in its turn, from the main loop: never inside this call, nor while another
+  // one is handled (also not when that pauses in a nested loop) or what was handed out is walked,
+  // nor while the bus is held, nor once the stop is requested. What is left at the end never runs.
+  void post(std::function<void()> event);
 
  private:
   struct Event;
@@ -39,11 +43,16 @@ class QtUsbBus : public UsbBus {
   std::shared_ptr<UsbDeviceIterator> watch(const std::shared_ptr<Side>& side,
                                            Notification notification);
   void deliver(Side& side, Event event);
-  void updateBusy();
+  void schedule();
+  void runNext();
 
-  UsbEventQueue queue_;
+  const StopSource& stop_;
   const std::shared_ptr<Side> attach_;
   const std::shared_ptr<Side> detach_;
+  std::deque<std::function<void()>> events_;
+  int held_ = 0;
+  bool handling_ = false;
+  QObject context_;
 };
 
 }  // namespace fillstation

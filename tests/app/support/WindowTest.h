@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QEvent>
 #include <QMessageBox>
 #include <QTest>
 #include <QTimer>
@@ -11,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "PlayerItem.h"
 #include "PosixFileManager.h"
 #include "RealSourceFiles.h"
 #include "StdCapture.h"
@@ -61,6 +61,17 @@ class WindowFiles : private MachineFiles, public RealSourceFiles {
   }
 
   TestVolumes volumes;
+};
+
+// Counts what is painted.
+class PaintCount : public QObject {
+ public:
+  explicit PaintCount(QObject* painted) { painted->installEventFilter(this); }
+  bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
+    paints += event->type() == QEvent::Paint ? 1 : 0;
+    return false;
+  }
+  int paints = 0;
 };
 
 // The whole window over the in-memory platform, whose main-thread queue is worked off by Qt's event

@@ -1,3 +1,6 @@
+#include <QFileDialog>
+#include <QWindow>
+
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -97,36 +100,6 @@ TEST_F(StartUpTest, TheWindowIsAliveDuringAPauseAndARightClickFindsNoRow) {
   EXPECT_EQ(clickedRow, 0);
 }
 
-TEST_F(StartUpTest, ADetachDuringTheLookupOfTheSamePlayerIsHandledAfterwards) {
-  launch();
-  auto stick = makeStick("sdb", 0x10005);
-  const auto disk = ports.disks.byName["sdb"];
-  const auto answer = disk->describe;
-  // The volume has no name yet when it is looked up: the lookup pauses.
-  disk->describe = [&](std::size_t look) {
-    return look > 3 ? answer(look) : describedAs(std::nullopt, std::nullopt, "ACTIONS", 7948206080);
-  };
-  Texts listedInPause{"no pause"};
-  std::size_t pauses = 0;
-  ports.clock.onSleep = [&](std::size_t) {
-    if (++pauses == 1) {
-      bus.unplug(stick);
-      settle();
-      listedInPause = listedDisks();
-    }
-  };
-  ports.log.clear();
-  {
-    const StdCapture out(stdout);
-    bus.plug(stick);
-    runUntil([&] { return pauses > 0 && logTexts().size() == 5; });
-  }
-  EXPECT_EQ(listedInPause, Texts{});
-  EXPECT_EQ(logTexts(), (Texts{"on update!", "\nLog P Size 7948206080\n", "\nLog xxxP Size -1\n",
-                               "on update!", "\nLog xxxP Size 0\n"}));
-  EXPECT_TRUE(listedDisks().empty());
-}
-
 TEST_F(StartUpTest, TheLinkOpensTheHomePage) {
   launch();
   click(ui().tirellLinkBtn);
@@ -159,6 +132,83 @@ TEST_F(StartUpTest, EveryOutletIsConnected) {
   EXPECT_EQ(kept->songsTVC(), nullptr);
   EXPECT_EQ(kept->btnStart(), nullptr);
   EXPECT_EQ(kept->songsTVCContextMenu(), nullptr);
+}
+
+class ClosingTest : public WindowTest {
+ protected:
+  ClosingTest() { launch(); }
+
+  // As the desktop closes a window.
+  void closeWindow() {
+    visibleAtTheEnd = -1;
+    platform().endProgram = [this] {
+      ++endings;
+      visibleAtTheEnd = 0;
+      for (const QWidget* window : QApplication::topLevelWidgets()) {
+        visibleAtTheEnd += window->isVisible() ? 1 : 0;
+      }
+      ports.end();
+    };
+    windows->window().windowHandle()->close();
+    runUntil([this] { return visibleAtTheEnd >= 0; });
+  }
+  void expectEnded() {
+    EXPECT_EQ(endings, 1);
+    EXPECT_EQ(visibleAtTheEnd, 0);
+    EXPECT_FALSE(windows->window().isVisible());
+  }
+
+  int visibleAtTheEnd = -1;
+};
+
+TEST_F(ClosingTest, AMinimisedWindowComesBackToTheFront) {
+  windows->window().showMinimized();
+  windows->window().comeToFront();
+  EXPECT_FALSE(windows->window().isMinimized());
+  waitForActive(windows->window());
+}
+
+TEST_F(ClosingTest, TheDialogThatIsOpenComesToTheFrontWithItsWindow) {
+  click(ui().btnStart);
+  QWidget other;
+  other.show();
+  other.activateWindow();
+  waitForActive(other);
+  windows->window().comeToFront();
+  waitForActive(windows->panel());
+}
+
+TEST_F(ClosingTest, DuringAWaitForAVolume) {
+  auto stick = makeStick("sdb", 0x10002);
+  ports.disks.byName["sdb"]->describe = [](std::size_t) {
+    return describedAs(std::nullopt, std::nullopt);
+  };
+  ports.clock.onSleep = [this](std::size_t number) {
+    if (number == 1) {
+      closeWindow();
+    }
+  };
+  {
+    const StdCapture out(stdout);
+    bus.plug(stick);
+    runUntil([&] { return endings == 1; });
+  }
+  expectEnded();
+  // The next pause returned at once and ended the lookup.
+  EXPECT_EQ(ports.clock.sleeps().size(), 2U);
+}
+
+TEST_F(ClosingTest, UnderTheOpenPanel) {
+  whenever([this] {
+    const auto* dialog = windows->window().findChild<QFileDialog*>();
+    if (dialog == nullptr || !dialog->isVisible()) {
+      return false;
+    }
+    closeWindow();
+    return true;
+  });
+  click(ui().btnBrowse);
+  expectEnded();
 }
 
 }  // namespace
