@@ -137,7 +137,6 @@ void LinuxRig::settle() { runLoopDry(); }
 std::shared_ptr<UDisksTest::Outcome> UDisksTest::send(Request request,
                                                       const DiskIdentity& identity) {
   auto outcome = std::make_shared<Outcome>();
-  const auto session = createDiskSession();
   ((*session).*request)(session->diskFromName(identity.node), identity,
                         [outcome](const auto&, const Dissenter* dissenter) {
                           outcome->completed = true;

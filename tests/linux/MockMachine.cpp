@@ -64,6 +64,7 @@ MockMachine::MockMachine()
       sys_(taken(::umockdev_testbed_get_sys_dir(testbed_))),
       table_(folder.path("mountinfo")) {
   mockCalls().udevDatabase = root_ + "/run-udev-data/";
+  mockCalls().mountTable = table_;
   std::filesystem::create_directories(mockCalls().udevDatabase);
   writeTable();
 }

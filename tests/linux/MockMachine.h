@@ -73,7 +73,6 @@ class MockMachine {
   std::string mount(int minor, const std::string& folderName);
   void unmount(int minor);
   bool isMounted(int minor) const;
-  const std::string& mountTable() const { return table_; }
 
   // Single devices, of which udev tells when it is asked to. Each returns its path in sysfs.
   //

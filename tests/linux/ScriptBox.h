@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "FileHandle.h"
 
 namespace fillstation::test {

@@ -57,7 +57,7 @@ TEST_F(UDisksSessionTest, TheFirstPartitionIsMountedWhereTheDiskItselfHasNoFileS
 TEST_F(UDisksSessionTest, AfterAWipeTheFreshFileSystemIsWaitedFor) {
   services.patience.pauses = 1'000'000;
   const auto identity = plugIn("a");
-  const auto disk = createDiskSession()->diskFromName(identity.node);
+  const auto disk = session->diskFromName(identity.node);
   known.willWipe(identity);
   const auto outcome = send(&DiskSession::mount, identity);
   int looks = 0;

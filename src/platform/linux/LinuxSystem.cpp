@@ -9,26 +9,23 @@ namespace fillstation {
 LinuxSystem::LinuxSystem(const LinuxServices& services, const LinuxPlaces& places)
     : places_(places),
       log_(services.log),
-      mounts_(places.mountTable),
       systemBus_(places.connect, services.mainThread, services.workers),
       client_(systemBus_, services.log),
-      diskServices_{
-          services.mainThread, services.workers, services.log, known_, mounts_, client_, {}},
-      order_(services.mainThread),
+      diskServices_{services.mainThread, services.workers, services.log, known_, client_, {}},
       bus_(known_, services.stop),
       scriptRunner_(
           places.agent,
           // From here on nothing that the system says of the old content may be taken for the new.
           [this](const DiskIdentity& player) { return known_.willWipe(player); },
           [this](const DiskIdentity& player) { known_.spared(player); }),
-      owner_(known_, mounts_, [this] { return createSession(); }, services.stop, {}),
+      owner_(known_, *session_, services.stop, {}),
       fileManager_(owner_, services.stop,
                    [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
       wakefulness_(systemBus_, services.log) {}
 
 void LinuxSystem::installInto(Platform& installed) {
   installed.usbBus = &bus_;
-  installed.createDiskSession = [this] { return createSession(); };
+  installed.createDiskSession = [session = session_] { return session; };
   installed.scriptRunner = &scriptRunner_;
   installed.fileManager = &fileManager_;
   installed.systemLog = &log_;

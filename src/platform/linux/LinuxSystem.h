@@ -4,11 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "DiskOrder.h"
 #include "KnownDisks.h"
-#include "LinuxVolumeOwner.h"
+#include "LinuxDisk.h"
 #include "LogindWakefulness.h"
-#include "MountTable.h"
 #include "Platform.h"
 #include "PolkitScriptRunner.h"
 #include "PosixFileManager.h"
@@ -37,7 +35,6 @@ struct LinuxPlaces {
   BusConnector connect = [](const QString& name) {
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
   };
-  std::string mountTable = "/proc/self/mountinfo";
 };
 
 // The back end for real players: udev, UDisks2 and polkit. Made on the main thread; lives as long
@@ -52,19 +49,15 @@ class LinuxSystem {
   void installInto(Platform& installed);
 
  private:
-  std::shared_ptr<DiskSession> createSession() {
-    return std::make_shared<UDisksSession>(diskServices_, order_);
-  }
   void logWhatIsMissing() const;
 
   const LinuxPlaces places_;
   SystemLog& log_;
   KnownDisks known_;
-  MountTable mounts_;
   SystemBus systemBus_;
   UDisksClient client_;
   DiskServices diskServices_;
-  DiskOrder order_;
+  const std::shared_ptr<UDisksSession> session_ = std::make_shared<UDisksSession>(diskServices_);
   UdevUsbBus bus_;
   PolkitScriptRunner scriptRunner_;
   LinuxVolumeOwner owner_;

@@ -10,13 +10,6 @@ std::optional<std::string> textFrom(const char* text) {
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
-// Negative for what is none.
-int hexDigit(char digit) {
-  int value = -1;
-  std::from_chars(&digit, &digit + 1, value, 16);
-  return value;
-}
-
 }  // namespace
 
 std::optional<std::string> udevAttribute(udev_device* device, const char* name) {
@@ -48,11 +41,11 @@ std::optional<std::uint64_t> udevNumber(const std::optional<std::string>& text, 
 std::string udevDecoded(const std::string& text) {
   std::string plain;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const bool escaped = text.compare(at, 2, "\\x") == 0 && at + 3 < text.size();
-    const int high = escaped ? hexDigit(text[at + 2]) : -1;
-    const int low = escaped ? hexDigit(text[at + 3]) : -1;
-    if (high >= 0 && low >= 0) {
-      plain += static_cast<char>(high << 4 | low);
+    const auto byte = text.compare(at, 2, "\\x") == 0 && at + 3 < text.size()
+                          ? udevNumber(text.substr(at + 2, 2), 16)
+                          : std::nullopt;
+    if (byte) {
+      plain += static_cast<char>(*byte);
       at += 3;
     } else {
       plain += text[at];
