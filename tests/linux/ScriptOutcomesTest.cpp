@@ -49,18 +49,14 @@ class ScriptOutcomesTest : public ScriptBoxTest {
   }
 };
 
-TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRoot) {
-  const auto reply = runAsBoss("id -u; id -un; pwd; umask; echo to err >&2");
-  EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
-  EXPECT_EQ(reply.exitStatus, 0);
-  EXPECT_EQ(reply.out, "0\nroot\n/root\n0022\n");
-  EXPECT_EQ(reply.err, "to err\n");
-}
-
-TEST_F(ScriptOutcomesTest, TheWindowsOwnUserMayBeTheAdministrator) {
-  const auto reply = runAs("boss", bossCall("id -u"));
-  EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
-  EXPECT_EQ(reply.out, "0\n");
+TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRootWhoeverTheWindowsUserIs) {
+  for (const char* user : {"tester", "boss"}) {
+    const auto reply = runAs(user, bossCall("id -u; id -un; pwd; umask; echo to err >&2"));
+    EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
+    EXPECT_EQ(reply.exitStatus, 0);
+    EXPECT_EQ(reply.out, "0\nroot\n/root\n0022\n");
+    EXPECT_EQ(reply.err, "to err\n");
+  }
 }
 
 TEST_F(ScriptOutcomesTest, RootsWindowIsCheckedLikeAnyOther) {

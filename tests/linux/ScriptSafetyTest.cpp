@@ -56,16 +56,6 @@ TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) 
   expectNothingRan();
 }
 
-TEST_F(ScriptSafetyTest, AWindowKilledDuringTheAuthenticationRunsNothing) {
-  slowPam();
-  const auto window = startCall();
-  window->kill();
-  awaitEnd({"/run/box/agent", "pkexec"});
-  writeFile("/run/box/go", "");
-  awaitEnd({"polkit-agent-helper"});
-  expectNothingRan();
-}
-
 TEST_F(ScriptSafetyTest, AWindowKilledWhileTheSessionIsOpenedRunsNothing) {
   slowPam("session");
   const auto window = startCall();
@@ -74,18 +64,6 @@ TEST_F(ScriptSafetyTest, AWindowKilledWhileTheSessionIsOpenedRunsNothing) {
   writeFile("/run/box/go", "");
   awaitEnd({"/run/box/agent", "pkexec"});
   expectNothingRan();
-}
-
-TEST_F(ScriptSafetyTest, ACommandGoesOnWhenTheWindowIsKilled) {
-  Window window("tester", {bossCall("touch /run/box/began\n"
-                                    "until [ -e /run/box/end ]; do sleep 0.02; done\n"
-                                    "echo finished; touch /run/box/ran")});
-  awaitFile("/run/box/began");
-  window.kill();
-  awaitEnd({"/run/box/driver"});
-  writeFile("/run/box/end", "");
-  awaitFile("/run/box/ran");
-  awaitEnd({"/run/box/agent"});
 }
 
 TEST_F(ScriptSafetyTest, APasswordThatIsNotAskedForHasNotBeenChecked) {
