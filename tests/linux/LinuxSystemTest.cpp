@@ -126,25 +126,18 @@ TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {
   EXPECT_EQ(sequence(), "sequence=102");
 }
 
-TEST_F(LinuxSystemTest, AfterACommandNothingOldIsTakenForTheFreshVolume) {
-  auto& player = machine.plug("a");
-  machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
-  begin();
-  ASSERT_TRUE(description().volumeName);
-  wipe(kPlayer);
-  EXPECT_FALSE(description().volumeName);
-  machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
-  EXPECT_EQ(description().volumeName, "NEW");
-}
-
-TEST_F(LinuxSystemTest, AfterAWrongPasswordThePlayerHasTheVolumeThatItHad) {
+TEST_F(LinuxSystemTest, AfterACommandButNotAWrongPasswordNothingOldIsTakenForTheFreshVolume) {
   auto& player = machine.plug("a");
   machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
   begin();
   const auto wrong = static_cast<int>(AgentReply::Kind::wrongCredentials);
   const auto outcome = wipe(kPlayer, "kind", std::to_string(wrong));
   EXPECT_EQ(outcome.errorNumber, ScriptError::kWrongCredentials);
-  EXPECT_TRUE(description().volumeName);
+  EXPECT_EQ(description().volumeName, "OLD");
+  wipe(kPlayer);
+  EXPECT_FALSE(description().volumeName);
+  machine.setFileSystem(player, MockFileSystem{"vfat", "2222-BBBB", "NEW"});
+  EXPECT_EQ(description().volumeName, "NEW");
 }
 
 TEST_F(LinuxSystemTest, ThePlayersOwnVolumeIsOpened) {

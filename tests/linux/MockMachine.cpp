@@ -89,7 +89,7 @@ MockPlayer& MockMachine::plug(const std::string& name) {
     attributes["product"] = *player.product + "\n";
   }
   player.usbPath = addUsb(player.port, 1, player.number, attributes);
-  if (player.hasDisk) {
+  if (player.disk) {
     giveDisk(player);
   }
   tell(player.usbPath, "add");
@@ -104,8 +104,10 @@ void MockMachine::giveDisk(MockPlayer& player) {
   }
   player.diskName = nameOf(letter);
   player.minor = letter * kMinorsPerDisk;
-  player.diskPath = addDisk(addUnit(player.usbPath, letter, 0, "0", "", player.vendor),
-                            player.diskName, player.minor, player.sizeMiB);
+  std::string vendor = player.vendor;
+  vendor.resize(8, ' ');
+  player.diskPath = addDisk(addUnit(player.usbPath, letter, 0, "0", "", vendor), player.diskName,
+                            player.minor, player.sizeMiB);
   setUdevDatabase(databaseId(player.minor), databaseOf(player.fileSystem));
 }
 
