@@ -122,6 +122,18 @@ void ScriptBoxTest::writeFile(const std::string& path, const std::string& text) 
   EXPECT_TRUE(std::ofstream(path) << text << std::flush) << path;
 }
 
+void ScriptBoxTest::writeScript(const std::string& path, const std::string& lines) {
+  writeFile(path, "#!/bin/sh\n" + lines + "\n");
+  shell("chmod 755 " + path);
+}
+
+void ScriptBoxTest::replaceTool(const std::string& tool, const std::string& lines) {
+  const std::string name = tool.substr(tool.rfind('/') + 1);
+  shell("[ -e /run/box/real-" + name + " ] || cp -p " + tool + " /run/box/real-" + name);
+  writeScript("/run/box/" + name, lines);
+  shell("mount --bind /run/box/" + name + " " + tool);
+}
+
 std::string ScriptBoxTest::read(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
@@ -178,9 +190,8 @@ void ScriptBoxTest::setPam(const std::string& lines) {
 }
 
 void ScriptBoxTest::slowPam(const std::string& step) {
-  writeFile("/run/box/slow",
-            "#!/bin/sh\ntouch /run/box/asked\nuntil [ -e /run/box/go ]; do sleep 0.02; done\n");
-  shell("chmod +x /run/box/slow");
+  writeScript("/run/box/slow",
+              "touch /run/box/asked; until [ -e /run/box/go ]; do sleep 0.02; done");
   setPam("auth requisite pam_unix.so\n" + step +
          " required pam_exec.so quiet seteuid /run/box/slow");
 }
@@ -196,7 +207,7 @@ std::string whyNot() {
   }
   for (const char* tool :
        {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon", "/usr/bin/pkexec",
-        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus"}) {
+        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus", "/usr/bin/python3"}) {
     if (::access(tool, X_OK) != 0) {
       return std::string("needs ") + tool;
     }

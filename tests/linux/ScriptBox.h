@@ -71,6 +71,9 @@ class ScriptBoxTest : public testing::Test {
   // Runs it in the system's shell as root and expects success.
   static void shell(const std::string& command);
   static void writeFile(const std::string& path, const std::string& text);
+  // A script of the shell; and one in a tool's place, which then is /run/box/real-NAME.
+  static void writeScript(const std::string& path, const std::string& lines);
+  static void replaceTool(const std::string& tool, const std::string& lines);
   static bool exists(const std::string& path);
   // Waits until it holds, and fails when it doesn't within a minute.
   static void await(const std::function<bool()>& condition, const std::string& what);
