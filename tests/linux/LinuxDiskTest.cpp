@@ -86,7 +86,7 @@ TEST_F(LinuxDiskTest, TheFirstPartitionsFileSystemComesBeforeTheDisksOwn) {
   machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "id", "whole"});
   machine.addPartition(machine.player("a"), 1);
   EXPECT_EQ(name(described()), "whole");
-  machine.addPartition(machine.player("a"), 3, MockFileSystem{"vfat", "id3", "three"});
+  machine.addPartition(machine.player("a"), 10, MockFileSystem{"vfat", "id10", "ten"});
   machine.addPartition(machine.player("a"), 2, MockFileSystem{"vfat", "id2", "two"});
   machine.mount(18, "two");
   EXPECT_EQ(name(described()), "two");

@@ -106,14 +106,6 @@ TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
   EXPECT_EQ(mockCalls().unit.command.size(), 6U);
 }
 
-TEST_F(LinuxSystemTest, ACommandCarriesWhatThePlayerIsRecognisedBy) {
-  machine.plug("a");
-  begin();
-  EXPECT_EQ(wipe(kPlayer).result, "its output");
-  EXPECT_EQ(noted(), "user boss password 0\ncommand " +
-                         guardedCommand(PlayerCommand::wipe, {"/dev/sdb", 0x10002}, 101) + "\n");
-}
-
 TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {
   const auto sequence = [this] { return noted().substr(noted().rfind("sequence="), 12); };
   machine.plug("a");
