@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "FileHandle.h"
 #include "Input.h"
 

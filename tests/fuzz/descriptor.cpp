@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "Input.h"
-#include "UdevUsbDevice.h"
+#include "UdevUsbBus.h"
 #include "UsbUtil.h"
 
 using namespace fillstation;

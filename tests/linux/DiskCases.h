@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <ostream>
 #include <string_view>
 #include <vector>
 
@@ -22,7 +21,6 @@ struct DiskCase {
   bool isSameDevice() const { return bus == 0 && device == 0; }
   bool isActions() const { return std::string_view(vendor) == "ACTIONS "; }
   bool isPlayer() const { return isSameDevice() && sequence == 0 && isActions(); }
-  friend void PrintTo(const DiskCase& disk, std::ostream* out) { *out << disk.what; }
 };
 
 inline const std::vector<DiskCase>& diskCases() {

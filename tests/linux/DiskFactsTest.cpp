@@ -25,25 +25,6 @@ TEST_F(DiskFactsTest, OnlyAWholeDiskIsOne) {
   EXPECT_FALSE(readDisk(""));
 }
 
-TEST_F(DiskFactsTest, ADiskIsWhatSysfsSays) {
-  machine.player("a").sizeMiB = 3;
-  const auto& player = machine.plug("a");
-  const DiskFacts facts = read();
-  EXPECT_TRUE(facts.initialized);
-  EXPECT_EQ(facts.blocks[0].name, "sdb");
-  EXPECT_EQ(facts.blocks[0].number, ::makedev(8, 16));
-  EXPECT_EQ(facts.sequence, 101U);
-  EXPECT_EQ(facts.usbHandle, 0x10000U + player.number);
-  EXPECT_EQ(facts.vendor, "ACTIONS");
-  EXPECT_EQ(facts.size, 3 * 1024 * 1024);
-}
-
-TEST_F(DiskFactsTest, UdevMayNotHaveLookedAtItYet) {
-  machine.plug("a");
-  machine.removeUdevDatabase("b8:16");
-  EXPECT_FALSE(read().initialized);
-}
-
 TEST_F(DiskFactsTest, OnlyPaddingIsTakenOffTheVendor) {
   machine.player("a").vendor = " A B    ";
   machine.plug("a");
@@ -85,30 +66,6 @@ TEST_F(DiskFactsTest, AFileSystemIsWhatUdevSays) {
   EXPECT_FALSE(read().blocks.at(0).fileSystem);
 }
 
-TEST_F(DiskFactsTest, PartitionsComeByNumber) {
-  const auto& player = machine.plug("a");
-  machine.addPartition(player, 10);
-  machine.addPartition(player, 2, MockFileSystem{"vfat", "P2", "two"});
-  const auto blocks = read().blocks;
-  ASSERT_EQ(blocks.size(), 3U);
-  EXPECT_EQ(blocks[0].name, "sdb");
-  EXPECT_EQ(blocks[1].name, "sdb2");
-  EXPECT_EQ(blocks[1].number, ::makedev(8, 18));
-  EXPECT_EQ(blocks[1].fileSystem->label, "two");
-  EXPECT_EQ(blocks[2].name, "sdb10");
-}
-
-TEST_F(DiskFactsTest, ADisksUsbDeviceAndAUsbDevicesDiskAreFound) {
-  const auto& player = machine.plug("a");
-  machine.addPartition(player, 1);
-  EXPECT_EQ(usbHandleAbove("sdb"), 0x10000U + player.number);
-  EXPECT_EQ(usbHandleAbove("sdb1"), 0x10000U + player.number);
-  EXPECT_EQ(usbHandleAbove("sdc"), std::nullopt);
-  EXPECT_EQ(findDiskBelow(player.usbPath), "sdb");
-  machine.pull("a");
-  EXPECT_EQ(findDiskBelow(player.usbPath), std::nullopt);
-}
-
 TEST_F(DiskFactsTest, ADeviceThatGoesWhileItIsLookedForIsLeftOut) {
   mockCalls().vanishing = machine.plug("a").diskPath;
   machine.plug("b");
@@ -133,6 +90,27 @@ TEST_F(DiskFactsTest, ANodeHasANameAndANumberIsWhollyOne) {
   EXPECT_EQ(udevNumber(""), std::nullopt);
   EXPECT_EQ(udevNumber(std::nullopt), std::nullopt);
   EXPECT_EQ(udevNumber("99999999999999999999"), std::nullopt);
+}
+
+TEST_F(DiskFactsTest, TheMountPointsOfADeviceAreThoseOfItsRootInTheirOrder) {
+  using Paths = std::vector<std::string>;
+  const auto pointsIn = [this](const std::string& table) {
+    return mountPoints(::makedev(8, 17), machine.folder.write("table", table));
+  };
+  EXPECT_EQ(pointsIn("21 1 8:17 / /media/b rw - vfat /dev/sdb1 rw\n"
+                     "22 1 8:16 / /media/c rw - vfat /dev/sdb rw\n"
+                     "23 1 8:17 /Music /home/music rw - vfat /dev/sdb1 rw\n"
+                     "24 1 8:17 / /media/a rw shared:3 - vfat /dev/sdb1 rw\n"),
+            Paths({"/media/b", "/media/a"}));
+  for (const auto& [written, path] : std::vector<std::pair<std::string, std::string>>{
+           {"/m/A\\040B\\134\\011C\\012", "/m/A B\\\tC\n"},
+           {"/m\\701", "/m\xC1"},
+           {"/m\\x40\\8\\04", "/m\\x40\\8\\04"},  // no escapes
+           {"/m\\040", "/m "}}) {
+    EXPECT_EQ(pointsIn("21 1 8:17 / " + written + " rw - vfat x rw\n"), Paths({path}));
+  }
+  EXPECT_EQ(pointsIn("21\n\n"), Paths());
+  EXPECT_EQ(mountPoints(::makedev(8, 17), machine.folder.path("none")), Paths());
 }
 
 }  // namespace fillstation::test

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 
 using namespace fillstation;
 

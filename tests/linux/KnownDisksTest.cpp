@@ -37,19 +37,6 @@ class KnownDisksTest : public ::testing::Test {
   KnownDisks known;
 };
 
-TEST_F(KnownDisksTest, ADiskIsRememberedUntilItIsForgotten) {
-  find(1, kHandle, "sdb", 7);
-  EXPECT_EQ(known.diskName(1), "sdb");
-  EXPECT_EQ(known.diskName(2), std::nullopt);
-  EXPECT_TRUE(known.remembers("sdb"));
-  EXPECT_FALSE(known.remembers("sdc"));
-  known.forget(2);
-  EXPECT_TRUE(known.remembers("sdb"));
-  known.forget(1);
-  EXPECT_EQ(known.diskName(1), std::nullopt);
-  EXPECT_FALSE(known.remembers("sdb"));
-}
-
 TEST_F(KnownDisksTest, TheSequenceIsThatOfNodeAndDevice) {
   find(1, kHandle, "sdb", 7);
   find(2, kHandle + 1, "sdc", 8);
@@ -116,6 +103,9 @@ TEST_F(KnownDisksTest, AMediumThatCantBeGuardedOrIsNotLookedAtYetIsNone) {
 TEST_F(KnownDisksTest, AWipeMakesTheFileSystemsOfThatDiskOldOnes) {
   plugInFound();
   machine.addPartition(machine.player("a"), 1, MockFileSystem{"vfat", "P1", {}});
+  // Not of another disk.
+  known.willWipe({"/dev/sdb", kHandle + 1});
+  known.willWipe({"/dev/sdc", kHandle});
   EXPECT_FALSE(isWiped("1111-AAAA") || isWiped("") || isWiped("3333-CCCC", "btrfs"));
   known.willWipe(kPlayer);
   EXPECT_TRUE(isWiped("1111-AAAA") && isWiped("P1") && isWiped(""));
@@ -140,13 +130,6 @@ TEST_F(KnownDisksTest, ASecondWipeAddsToTheFirstAndOneThatDidNotBeginCountsAsNon
   known.spared(kPlayer);
   EXPECT_TRUE(isWiped("1111-AAAA") && isWiped(""));
   EXPECT_FALSE(isWiped("2222-BBBB"));
-}
-
-TEST_F(KnownDisksTest, AWipeOfAnotherDiskChangesNothing) {
-  plugInFound();
-  known.willWipe({"/dev/sdb", kHandle + 1});
-  known.willWipe({"/dev/sdc", kHandle});
-  EXPECT_FALSE(isWiped("1111-AAAA"));
 }
 
 TEST_F(KnownDisksTest, ADiskThatIsBlankOrHasGoneCanBeWipedToo) {

@@ -1,17 +1,21 @@
 #include "LinuxDisk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <scsi/sg.h>
+#include <sys/sysmacros.h>
 
 #include "DiskCases.h"
+#include "FileHandle.h"
 #include "MockCalls.h"
 #include "MockMachine.h"
+#include "TestPlatform.h"
 
 namespace fillstation::test {
 
 class LinuxDiskTest : public ::testing::Test {
  protected:
-  LinuxDisk disk() { return LinuxDisk("sdb", known, mounts); }
+  LinuxDisk disk() { return LinuxDisk("sdb", known); }
   DiskDescription described() { return disk().copyDescription().value(); }
 
   static std::string name(const DiskDescription& description) {
@@ -40,7 +44,6 @@ class LinuxDiskTest : public ::testing::Test {
 
   MockMachine machine;
   KnownDisks known;
-  MountTable mounts{machine.mountTable()};
 };
 
 TEST_F(LinuxDiskTest, ADiskIsDescribed) {
@@ -54,12 +57,9 @@ TEST_F(LinuxDiskTest, ADiskIsDescribed) {
   EXPECT_EQ(name(description), "My Books");
   EXPECT_EQ(description.volumePath,
             "file://" + machine.folder.path() + "/media/My%2C%20%7BBooks%7D/");
-}
-
-TEST_F(LinuxDiskTest, ADiskThatUdevHasNotLookedAtHasNoDescription) {
-  machine.plug("a");
+  // None while udev has not looked at the disk.
   machine.removeUdevDatabase("b8:16");
-  EXPECT_EQ(disk().copyDescription().has_value(), false);
+  EXPECT_FALSE(disk().copyDescription().has_value());
 }
 
 TEST_F(LinuxDiskTest, ADiskWithoutAVendorHasNoneInItsDescription) {
@@ -86,23 +86,11 @@ TEST_F(LinuxDiskTest, TheFirstPartitionsFileSystemComesBeforeTheDisksOwn) {
   machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "id", "whole"});
   machine.addPartition(machine.player("a"), 1);
   EXPECT_EQ(name(described()), "whole");
-  machine.addPartition(machine.player("a"), 3, MockFileSystem{"vfat", "id3", "three"});
+  machine.addPartition(machine.player("a"), 10, MockFileSystem{"vfat", "id10", "ten"});
   machine.addPartition(machine.player("a"), 2, MockFileSystem{"vfat", "id2", "two"});
   machine.mount(18, "two");
   EXPECT_EQ(name(described()), "two");
   EXPECT_TRUE(described().volumePath->ends_with("/media/two/"));
-}
-
-TEST_F(LinuxDiskTest, AfterAWipeTheOldVolumeIsNoMore) {
-  const auto identity = plugInFound();
-  machine.mount(16, "old");
-  known.willWipe(identity);
-  EXPECT_EQ(described().deviceVendor, "ACTIONS");
-  EXPECT_FALSE(described().volumeName);
-  EXPECT_FALSE(described().volumePath);
-  machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "2222-BBBB", {}});
-  EXPECT_EQ(name(described()), "NO NAME");
-  EXPECT_TRUE(described().volumePath);
 }
 
 TEST_F(LinuxDiskTest, AnotherDiskOfTheNameIsNotThisOne) {
@@ -197,8 +185,107 @@ TEST_F(LinuxDiskTest, WhatIsNotThisDiskOrCannotBeOpenedIsNotStopped) {
   unit.sequence = 101;
   machine.add("block", "nonode", "", {{"diskseq", "101\n"}},
               {{"DEVTYPE", "disk"}, {"MAJOR", "254"}, {"MINOR", "0"}});
-  EXPECT_FALSE(LinuxDisk("nonode", known, mounts).stopUnit());
+  EXPECT_FALSE(LinuxDisk("nonode", known).stopUnit());
   EXPECT_TRUE(unit.command.empty());
+}
+
+class LinuxVolumeOwnerTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    machine.plug("a");
+    known.found(1, readDisk("sdb").value());
+    path = machine.mount(16, "volume");
+    ports.disks.byName["sdb"] = std::make_shared<TestDisk>();
+    ports.disks.complete = [](const auto& /*request*/, const auto& answer) { answer(); };
+  }
+
+  std::vector<std::string> asked() const { return ports.disks.kinds(); }
+  void refuse(const std::string& kind) {
+    ports.disks.refuse = [kind](const TestDisks::Request& request) {
+      return request.kind == kind ? std::optional(Dissenter{"no"}) : std::nullopt;
+    };
+  }
+
+  bool owns(const std::string& directory, const DiskIdentity& owner) {
+    const FileHandle root(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return owner_.mediumOf(root.get(), directory, owner) != nullptr;
+  }
+
+  const DiskIdentity identity{"/dev/sdb", 0x10002};
+  MockMachine machine;
+  KnownDisks known;
+  StopSource stop;
+  TestPlatform ports;
+  TestDiskSession session{ports.disks, ports.mainThread};
+  LinuxVolumeOwner owner_{known, session, stop, {std::chrono::seconds(0), 3}};
+  std::string path;
+};
+
+TEST_F(LinuxVolumeOwnerTest, TheMountsOfTheDiskAndItsPartitionsAreItsOwn) {
+  EXPECT_TRUE(owns(path, identity));
+  EXPECT_TRUE(owns(path + "/", identity));
+  machine.addPartition(machine.player("a"), 1);
+  EXPECT_TRUE(owns(machine.mount(17, "part"), identity));
+}
+
+TEST_F(LinuxVolumeOwnerTest, AnotherDisksMountAndAnyOtherDirectoryAreNot) {
+  EXPECT_FALSE(owns(machine.mount(32, "other"), identity));
+  EXPECT_FALSE(owns(machine.folder.path(), identity));
+  const std::string inside = machine.folder.makeFolder("media/volume/inside");
+  mockCalls().mounts[inside] = ::makedev(8, 16);
+  EXPECT_FALSE(owns(inside, identity));
+  EXPECT_EQ(owner_.mediumOf(-1, path, identity), nullptr);
+}
+
+TEST_F(LinuxVolumeOwnerTest, AnotherUsbDeviceOrDiskAndOneThatHasGoneIsNotTheOwner) {
+  EXPECT_FALSE(owns(path, {"/dev/sdb", 0x10003}));
+  EXPECT_FALSE(owns(path, {"/dev/sdc", 0x10002}));
+  EXPECT_FALSE(owns(path, {"sdb", 0x10002}));
+  machine.changeMedium(machine.player("a"), 0);
+  EXPECT_FALSE(owns(path, identity));
+  machine.pull("a");
+  EXPECT_FALSE(owns(machine.folder.path(), identity));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountUnmountsMountsAndSaysWhereTheVolumeIs) {
+  EXPECT_EQ(owner_.remount(identity, "/media/where it was"), path);
+  EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "mount"}));
+  EXPECT_EQ(ports.disks.requests[0].expected.usbHandle, identity.usbHandle);
+  EXPECT_EQ(ports.disks.requests[1].expected.node, identity.node);
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountLeavesAVolumeThatStaysInUseWhereItIsOrWhereElseItStays) {
+  refuse("unmount");
+  EXPECT_EQ(owner_.remount(identity, path), path);
+  EXPECT_EQ(asked(), (std::vector<std::string>(3, "unmount")));
+  EXPECT_EQ(owner_.remount(identity, "/media/gone"), path);
+  EXPECT_EQ(asked().back(), "mount");
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountAsksAgainForAVolumeThatIsInUse) {
+  ports.disks.refuse = [this](const TestDisks::Request& /*request*/) {
+    return asked().size() < 3 ? std::optional(Dissenter{"busy"}) : std::nullopt;
+  };
+  EXPECT_EQ(owner_.remount(identity, path), path);
+  EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "unmount", "unmount", "mount"}));
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountFailsWhenTheVolumeDoesNotComeBack) {
+  refuse("mount");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountOfADiskThatHasGoneAsksForNothing) {
+  machine.pull("a");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+  EXPECT_EQ(asked(), std::vector<std::string>());
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountEndsWithTheProgram) {
+  ports.disks.complete = [this](const auto& /*request*/, const auto& /*answer*/) {
+    stop.request();
+  };
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
 }
 
 }  // namespace fillstation::test

@@ -82,7 +82,7 @@ UDisksAnswer LinuxRig::obeyUnmount(const std::string& blockName) {
 MockPlayer& LinuxRig::attach(const std::string& name) {
   MockPlayer& player = machine.plug(name);
   udisks.drives[name] = {true, false};
-  if (player.hasDisk) {
+  if (player.disk) {
     udisks.blocks.push_back({player.diskName, name});
   }
   return player;
@@ -96,14 +96,7 @@ DiskIdentity LinuxRig::plugIn(const std::string& name) {
 
 void LinuxRig::make(const std::string& name, const contract::PlayerWish& wish) {
   MockPlayer& player = machine.player(name);
-  player.product = wish.product;
-  player.manufacturer = wish.manufacturer;
-  player.serial = wish.serial;
-  player.release = wish.release;
-  player.vendor = wish.vendor;
-  player.vendor.resize(8, ' ');
-  player.sizeMiB = wish.sizeMiB;
-  player.hasDisk = wish.disk;
+  static_cast<contract::PlayerWish&>(player) = wish;
   auto& fileSystem = made_[name];
   if (!wish.blank) {
     fileSystem = MockFileSystem();
@@ -114,7 +107,7 @@ void LinuxRig::make(const std::string& name, const contract::PlayerWish& wish) {
 void LinuxRig::plug(const std::string& name) {
   machine.player(name).fileSystem = made_[name];
   const MockPlayer& player = attach(name);
-  if (player.hasDisk && player.fileSystem) {
+  if (player.disk && player.fileSystem) {
     machine.mount(player.minor, player.fileSystem->label.value_or("1111-AAAA"));
   }
 }
@@ -137,7 +130,6 @@ void LinuxRig::settle() { runLoopDry(); }
 std::shared_ptr<UDisksTest::Outcome> UDisksTest::send(Request request,
                                                       const DiskIdentity& identity) {
   auto outcome = std::make_shared<Outcome>();
-  const auto session = createDiskSession();
   ((*session).*request)(session->diskFromName(identity.node), identity,
                         [outcome](const auto&, const Dissenter* dissenter) {
                           outcome->completed = true;

@@ -10,11 +10,9 @@
 #include <vector>
 
 #include "BackEnd.h"
-#include "DiskOrder.h"
 #include "KnownDisks.h"
-#include "LinuxVolumeOwner.h"
+#include "LinuxDisk.h"
 #include "MockMachine.h"
-#include "MountTable.h"
 #include "PosixFileManager.h"
 #include "PrivateBus.h"
 #include "QtMainThread.h"
@@ -41,9 +39,7 @@ class LinuxRig : public contract::BackEnd {
   DiskIdentity plugIn(const std::string& name);
 
   UsbBus& usbBus() override { return bus; }
-  std::shared_ptr<DiskSession> createDiskSession() override {
-    return std::make_shared<UDisksSession>(services, order);
-  }
+  std::shared_ptr<DiskSession> createDiskSession() override { return session; }
   ScriptRunner& scriptRunner() override { return scripts_; }
   FileManager& fileManager() override { return files; }
   std::string userName() override { return {}; }
@@ -67,15 +63,14 @@ class LinuxRig : public contract::BackEnd {
   TestLog log;
   ThreadWorkers workers{stop};
   KnownDisks known;
-  MountTable mounts{machine.mountTable()};
   SystemBus systemBus{[this](const QString& name) { return dbus.connect(name); }, mainThread,
                       workers};
   UDisksClient client{systemBus, log};
-  DiskServices services{
-      mainThread, workers, log, known, mounts, client, {std::chrono::milliseconds(1), 120}};
-  DiskOrder order{mainThread};
+  DiskServices services{mainThread, workers, log,
+                        known,      client,  {std::chrono::milliseconds(1), 120}};
+  const std::shared_ptr<UDisksSession> session = std::make_shared<UDisksSession>(services);
   UdevUsbBus bus{known, stop};
-  LinuxVolumeOwner owner{known, mounts, [this] { return createDiskSession(); }, stop, {}};
+  LinuxVolumeOwner owner{known, *session, stop, {}};
   PosixFileManager files{owner, stop};
 
  private:

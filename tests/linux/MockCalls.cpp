@@ -83,11 +83,15 @@ using fillstation::test::mockCalls;
 using fillstation::test::systems;
 
 // umockdev gives libudev another /sys and /dev but not another /run/udev, and root alone could put
-// files there. So the function that libudev opens its database with is ours.
+// files there; and mounts need root. So the function that libudev opens its database with, and we
+// the kernel's table, is ours.
 extern "C" std::FILE* fopen64(const char* path, const char* mode) {
   static const auto next = systems<std::FILE*(const char*, const char*)>("fopen64");
   constexpr std::string_view kDatabase = "/run/udev/data/";
   const std::string_view asked(path);
+  if (asked == "/proc/self/mountinfo" && !mockCalls().mountTable.empty()) {
+    return next(mockCalls().mountTable.c_str(), mode);
+  }
   // A library's own thread that opens something else must not look at the folder, which a test may
   // be setting.
   if (!asked.starts_with(kDatabase) || mockCalls().udevDatabase.empty()) {

@@ -37,6 +37,8 @@ struct MockCalls {
 
   // Where udev's database of the test is, "/" at the end; empty while there is none.
   std::string udevDatabase;
+  // The file in place of the kernel's table of mounts; empty while there is none.
+  std::string mountTable;
   // What the monitor's next looks give; those after them give what there is.
   std::vector<Look> looks;
   // The sizes of the monitor's receive buffer that were asked for.

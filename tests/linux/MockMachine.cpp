@@ -64,6 +64,7 @@ MockMachine::MockMachine()
       sys_(taken(::umockdev_testbed_get_sys_dir(testbed_))),
       table_(folder.path("mountinfo")) {
   mockCalls().udevDatabase = root_ + "/run-udev-data/";
+  mockCalls().mountTable = table_;
   std::filesystem::create_directories(mockCalls().udevDatabase);
   writeTable();
 }
@@ -88,7 +89,7 @@ MockPlayer& MockMachine::plug(const std::string& name) {
     attributes["product"] = *player.product + "\n";
   }
   player.usbPath = addUsb(player.port, 1, player.number, attributes);
-  if (player.hasDisk) {
+  if (player.disk) {
     giveDisk(player);
   }
   tell(player.usbPath, "add");
@@ -103,8 +104,10 @@ void MockMachine::giveDisk(MockPlayer& player) {
   }
   player.diskName = nameOf(letter);
   player.minor = letter * kMinorsPerDisk;
-  player.diskPath = addDisk(addUnit(player.usbPath, letter, 0, "0", "", player.vendor),
-                            player.diskName, player.minor, player.sizeMiB);
+  std::string vendor = player.vendor;
+  vendor.resize(8, ' ');
+  player.diskPath = addDisk(addUnit(player.usbPath, letter, 0, "0", "", vendor), player.diskName,
+                            player.minor, player.sizeMiB);
   setUdevDatabase(databaseId(player.minor), databaseOf(player.fileSystem));
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "BackEnd.h"
 #include "TempFolder.h"
 
 struct _UMockdevTestbed;
@@ -21,16 +22,8 @@ struct MockFileSystem {
 };
 
 // A player of a MockMachine: what it is, and where it is while it is plugged in.
-struct MockPlayer {
-  std::optional<std::string> product = "HS USB FlashDisk";
-  std::string manufacturer = "Maker";
-  std::string serial = "0001";
-  std::uint16_t release = 0x0100;
-  std::string vendor = "ACTIONS ";
-  std::int64_t sizeMiB = 64;
+struct MockPlayer : contract::PlayerWish {
   std::optional<MockFileSystem> fileSystem = MockFileSystem();
-  bool hasDisk = true;
-
   bool isPlugged = false;
   std::string port;
   std::uint32_t number = 0;  // on bus 1; 2 for the first
@@ -73,7 +66,6 @@ class MockMachine {
   std::string mount(int minor, const std::string& folderName);
   void unmount(int minor);
   bool isMounted(int minor) const;
-  const std::string& mountTable() const { return table_; }
 
   // Single devices, of which udev tells when it is asked to. Each returns its path in sysfs.
   //

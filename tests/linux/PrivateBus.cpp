@@ -1,22 +1,13 @@
 #include "PrivateBus.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QMap>
 #include <QTimer>
-#include <array>
-#include <csignal>
 #include <string>
-#include <utility>
-
-#include "ChildProcess.h"
-#include "FileHandle.h"
 
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;
@@ -47,22 +38,12 @@ void PrivateBus::start() {
                                                       "<allow send_destination='*'/>"
                                                       "<allow receive_sender='*'/>"
                                                       "</policy></busconfig>");
-  // The daemon says its address when it is ready.
-  int ready[2]{};
-  EXPECT_EQ(::pipe2(ready, O_CLOEXEC), 0);
-  const FileHandle from(ready[0]);
-  FileHandle to(ready[1]);
-  ChildSetup setup;
-  setup.hand(to.get(), STDOUT_FILENO);
-  setup.discard(STDERR_FILENO);
-  EXPECT_EQ(setup.start({"dbus-daemon", "--nofork", "--nopidfile", "--print-address",
-                         "--config-file=" + configuration},
-                        daemon_),
-            0);
-  to = FileHandle();
-  std::array<char, 512> address{};
-  EXPECT_GT(::read(from.get(), address.data(), address.size() - 1), 0);
-  address_ = QString::fromLatin1(address.data()).trimmed();
+  daemon_.setStandardErrorFile(QProcess::nullDevice());
+  daemon_.start("dbus-daemon", {"--nofork", "--nopidfile", "--print-address",
+                                QString::fromStdString("--config-file=" + configuration)});
+  // It says its address when it is ready.
+  EXPECT_TRUE(daemon_.waitForReadyRead(-1));
+  address_ = QString::fromLatin1(daemon_.readLine()).trimmed();
 }
 
 PrivateBus::~PrivateBus() {
@@ -81,10 +62,8 @@ QDBusConnection PrivateBus::connect(const QString& name) {
 }
 
 void PrivateBus::stop() {
-  if (daemon_ != 0) {
-    ::kill(daemon_, SIGKILL);
-    ::waitpid(std::exchange(daemon_, 0), nullptr, 0);
-  }
+  daemon_.kill();
+  daemon_.waitForFinished(-1);
 }
 
 StandInUDisks::StandInUDisks(const QDBusConnection& connection) : connection_(connection) {

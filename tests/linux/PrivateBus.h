@@ -1,10 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -36,7 +35,7 @@ class PrivateBus {
 
  private:
   TempFolder folder_;
-  pid_t daemon_ = 0;
+  QProcess daemon_;
   QString address_;
   std::mutex lock_;
   QStringList connections_;

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "ScriptBox.h"
 
@@ -50,15 +51,13 @@ class ScriptAuthorityTest : public ScriptBoxTest {
   }
   // Puts a program before pkexec that waits for /run/box/go.
   static void slowPkexec() {
-    shell("cp -p /usr/bin/pkexec /run/box/pkexec");
-    writeFile("/run/box/wait",
-              "#!/bin/sh\necho $$ >/run/box/caller\necho $PPID >/run/box/subject\n"
-              "touch /run/box/asked\nuntil [ -e /run/box/go ]; do sleep 0.02; done\n"
-              "exec /run/box/pkexec \"$@\"\n");
+    replaceTool("/usr/bin/pkexec",
+                "echo $$ >/run/box/caller; echo $PPID >/run/box/subject; touch /run/box/asked\n"
+                "until [ -e /run/box/go ]; do sleep 0.02; done\n"
+                "exec /run/box/real-pkexec \"$@\"");
     shell(
-        "chmod +x /run/box/wait; touch /run/box/caller /run/box/subject; "
-        "chmod 666 /run/box/caller /run/box/subject; chmod 777 /run/box; "
-        "mount --bind /run/box/wait /usr/bin/pkexec");
+        "touch /run/box/caller /run/box/subject; "
+        "chmod 666 /run/box/caller /run/box/subject; chmod 777 /run/box");
   }
   // Boss's number, as one of that kind.
   static std::string boss(const std::string& kind) {
@@ -124,10 +123,9 @@ TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheRequestCancelsIt) {
 }
 
 TEST_F(ScriptAuthorityTest, AWindowThatEndsBeforeTheAgentIsKnownStartsNoPkexec) {
-  writeFile("/run/box/started", "#!/bin/sh\ntouch /run/box/ran\n");
+  replaceTool("/usr/bin/pkexec", "touch /run/box/ran");
   shell(
-      "chmod +x /run/box/started; mount --bind /run/box/started /usr/bin/pkexec; chmod 777 "
-      "/run/box;"
+      "chmod 777 /run/box;"
       "gdbus introspect --system --dest org.freedesktop.PolicyKit1 "
       "--object-path /org/freedesktop/PolicyKit1/Authority >/dev/null; "
       "kill -STOP $(pidof polkitd)");
@@ -172,13 +170,98 @@ TEST_F(ScriptAuthorityTest, OnlyAServedHelperThatSaidNothingIsAskedOnceMore) {
       writeFile("/run/polkit/agent-helper.socket", "");
     }
     writeFile("/run/box/checks", "");
-    writeFile("/run/box/count", "#!/bin/sh\necho x >>/run/box/checks\n" + row.count + "\n");
-    shell("chmod +x /run/box/count");
+    writeScript("/run/box/count", "echo x >>/run/box/checks\n" + row.count);
     setPam(row.pam);
     EXPECT_EQ(runAs("tester", {"boss", row.password, "true"}).kind, row.outcome);
     const std::string checks = read("/run/box/checks");
     EXPECT_EQ(std::count(checks.begin(), checks.end(), '\n'), row.checks);
   }
+}
+
+// What must not happen while a call is under way, with the real polkit and pkexec.
+class ScriptSafetyTest : public ScriptBoxTest {};
+
+TEST_F(ScriptSafetyTest, NothingOfTheWindowsEnvironmentReachesTheAgentsChildren) {
+  slowPam();
+  const auto window = startCall(bossCall("env"));
+  const auto pkexecs = processes("/usr/bin/pkexec");
+  ASSERT_EQ(pkexecs.size(), 1U);
+  const std::string environment = read("/proc/" + std::to_string(pkexecs.front()) + "/environ");
+  EXPECT_EQ(environment.find("SECRET_OF_WINDOW"), std::string::npos) << environment;
+  EXPECT_NE(environment.find("LANG=C.UTF-8"), std::string::npos) << environment;
+  writeFile("/run/box/go", "");
+  EXPECT_EQ(window->replies().front().exitStatus, 0);
+}
+
+TEST_F(ScriptSafetyTest, TheAgentOfRootsWindowCantBeReadByOthersOfItsUser) {
+  slowPam();
+  const auto window = startCall(bossCall("true"), "root");
+  const auto agents = processes("/run/box/agent");
+  ASSERT_EQ(agents.size(), 1U);
+  shell("! setpriv --reuid=nobody --regid=nogroup --clear-groups cat /proc/" +
+        std::to_string(agents.front()) + "/environ 2>/dev/null");
+  writeFile("/run/box/go", "");
+  EXPECT_EQ(window->replies().front().kind, Kind::ended);
+}
+
+TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {
+  slowPam();
+  const auto window = startCall();
+  window->stop();
+  EXPECT_EQ(window->replies().front().kind, Kind::cancelled);
+  writeFile("/run/box/go", "");
+  awaitEnd({"pkexec"});
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) {
+  slowPam();
+  const auto window = startCall();
+  shell("kill -KILL $(pidof polkitd)");
+  const auto reply = window->replies().front();
+  EXPECT_EQ(reply.kind, Kind::unavailable);
+  EXPECT_NE(reply.err, "");
+  writeFile("/run/box/go", "");
+  awaitEnd({"pkexec"});
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, AWindowKilledWhileTheSessionIsOpenedRunsNothing) {
+  slowPam("session");
+  const auto window = startCall();
+  window->kill();
+  awaitEnd({"/run/box/driver"});
+  writeFile("/run/box/go", "");
+  awaitEnd({"/run/box/agent", "pkexec"});
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, APasswordThatIsNotAskedForHasNotBeenChecked) {
+  setPam("auth sufficient pam_permit.so");
+  EXPECT_EQ(runAs("tester", {"boss", "wrong", "touch /run/box/ran"}).kind, Kind::notChecked);
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, ARuleThatLetsEverybodyPassDoesNotReplaceThePassword) {
+  writeFile("/etc/polkit-1/rules.d/00-yes.rules",
+            "polkit.addRule(function(action, subject) { return polkit.Result.YES; });\n");
+  EXPECT_EQ(runAs("tester", {"boss", "wrong", "touch /run/box/ran"}).kind, Kind::notChecked);
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, ASystemThatAsksForMoreOrForNothingIsToldApart) {
+  setPam("auth required pam_unix.so\nauth optional pam_ftp.so");
+  EXPECT_EQ(runAs("tester", bossCall()).kind, Kind::needsMore);
+  setPam("auth required pam_deny.so");
+  EXPECT_EQ(runAs("tester", bossCall()).kind, Kind::notChecked);
+  expectNothingRan();
+}
+
+TEST_F(ScriptSafetyTest, NothingIsLeftBehindAfterTheCalls) {
+  const std::vector<Call> calls{bossCall("true"), {"boss", "wrong", "true"}, {"none", "", "true"}};
+  Window("tester", calls).replies();
+  awaitEnd({"/run/box/agent"});
+  EXPECT_EQ(processesWith("pkexec"), 0);
 }
 
 }  // namespace

@@ -1,8 +1,14 @@
 #include "ScriptBox.h"
 
+#include <fcntl.h>
 #include <fnmatch.h>
+#include <linux/fs.h>
+#include <linux/loop.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,6 +74,40 @@ AgentReply runAs(const std::string& user, const Call& call) {
   return replies.empty() ? AgentReply{} : replies.front();
 }
 
+namespace {
+
+constexpr unsigned int kLoopMajor = 7;
+
+}  // namespace
+
+std::string LoopDevice::node() const { return "/run/box/loop" + std::to_string(number); }
+
+std::string LoopDevice::deviceNumber() const {
+  return std::to_string(kLoopMajor) + ":" + std::to_string(number);
+}
+
+// Another process may be faster with a free number.
+LoopDevice LoopDevice::of(int file) {
+  const FileHandle control(::open("/run/box/loop-control", O_RDWR | O_CLOEXEC));
+  loop_config config{};
+  config.fd = static_cast<std::uint32_t>(file);
+  config.info.lo_flags = LO_FLAGS_AUTOCLEAR | LO_FLAGS_PARTSCAN;
+  for (;;) {
+    LoopDevice loop;
+    loop.number = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
+    if (loop.number < 0) {
+      ADD_FAILURE() << "no loop device";
+      return {};
+    }
+    ::mknod(loop.node().c_str(), S_IFBLK | 0600,
+            ::makedev(kLoopMajor, static_cast<unsigned int>(loop.number)));
+    loop.device = FileHandle(::open(loop.node().c_str(), O_RDWR | O_CLOEXEC));
+    if (loop.device && ::ioctl(loop.device.get(), LOOP_CONFIGURE, &config) == 0) {
+      return loop;
+    }
+  }
+}
+
 void ScriptBoxTest::SetUp() {
   if (!boxRefusal().empty()) {
     GTEST_SKIP() << boxRefusal();
@@ -80,6 +120,18 @@ void ScriptBoxTest::shell(const std::string& command) {
 
 void ScriptBoxTest::writeFile(const std::string& path, const std::string& text) {
   EXPECT_TRUE(std::ofstream(path) << text << std::flush) << path;
+}
+
+void ScriptBoxTest::writeScript(const std::string& path, const std::string& lines) {
+  writeFile(path, "#!/bin/sh\n" + lines + "\n");
+  shell("chmod 755 " + path);
+}
+
+void ScriptBoxTest::replaceTool(const std::string& tool, const std::string& lines) {
+  const std::string name = tool.substr(tool.rfind('/') + 1);
+  shell("[ -e /run/box/real-" + name + " ] || cp -p " + tool + " /run/box/real-" + name);
+  writeScript("/run/box/" + name, lines);
+  shell("mount --bind /run/box/" + name + " " + tool);
 }
 
 std::string ScriptBoxTest::read(const std::string& path) {
@@ -138,9 +190,8 @@ void ScriptBoxTest::setPam(const std::string& lines) {
 }
 
 void ScriptBoxTest::slowPam(const std::string& step) {
-  writeFile("/run/box/slow",
-            "#!/bin/sh\ntouch /run/box/asked\nuntil [ -e /run/box/go ]; do sleep 0.02; done\n");
-  shell("chmod +x /run/box/slow");
+  writeScript("/run/box/slow",
+              "touch /run/box/asked; until [ -e /run/box/go ]; do sleep 0.02; done");
   setPam("auth requisite pam_unix.so\n" + step +
          " required pam_exec.so quiet seteuid /run/box/slow");
 }
@@ -156,7 +207,7 @@ std::string whyNot() {
   }
   for (const char* tool :
        {"/usr/bin/unshare", "/usr/bin/setpriv", "/usr/bin/dbus-daemon", "/usr/bin/pkexec",
-        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus"}) {
+        "/usr/lib/polkit-1/polkitd", "/usr/sbin/useradd", "/usr/bin/gdbus", "/usr/bin/python3"}) {
     if (::access(tool, X_OK) != 0) {
       return std::string("needs ") + tool;
     }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "FileHandle.h"
 
 namespace fillstation::test {
@@ -45,6 +45,20 @@ class Window {
 // The one reply to one call of tester's.
 AgentReply runAs(const std::string& user, const Call& call);
 
+// A block device made of a file, in a box whose /run/box/loop-control leads to the kernel's. Gone
+// when nobody has it open any more. A plain value.
+struct LoopDevice {
+  // Makes it of an open file. Number 0 and no device when that can't be.
+  static LoopDevice of(int file);
+
+  // Its node in the box, and its number as "7:3".
+  std::string node() const;
+  std::string deviceNumber() const;
+
+  FileHandle device;
+  int number = 0;
+};
+
 // A test that needs the box; without it (no root, no tools) it says so and is skipped.
 class ScriptBoxTest : public testing::Test {
  public:
@@ -57,6 +71,9 @@ class ScriptBoxTest : public testing::Test {
   // Runs it in the system's shell as root and expects success.
   static void shell(const std::string& command);
   static void writeFile(const std::string& path, const std::string& text);
+  // A script of the shell; and one in a tool's place, which then is /run/box/real-NAME.
+  static void writeScript(const std::string& path, const std::string& lines);
+  static void replaceTool(const std::string& tool, const std::string& lines);
   static bool exists(const std::string& path);
   // Waits until it holds, and fails when it doesn't within a minute.
   static void await(const std::function<bool()>& condition, const std::string& what);

@@ -6,7 +6,6 @@
 #include <thread>
 #include <vector>
 
-#include "AgentProtocol.h"
 #include "AgentShell.h"
 #include "PolkitScriptRunner.h"
 #include "TestPlatform.h"

@@ -3,24 +3,19 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -86,59 +81,14 @@ class ProcessWatch {
   std::jthread thread_;
 };
 
-// A socket in the journal's place, or the older log's: keeps what is sent to it.
-class LogSocket {
- public:
-  explicit LogSocket(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-              0);
-    ::chmod(path.c_str(), 0666);
-    reader_ = std::thread([this] { read(); });
-  }
-  ~LogSocket() {
-    ::shutdown(socket_.get(), SHUT_RD);
-    reader_.join();
-  }
-  LogSocket(const LogSocket&) = delete;
-  LogSocket& operator=(const LogSocket&) = delete;
-
-  std::string text() {
-    const std::scoped_lock guard(lock_);
-    return text_;
-  }
-
- private:
-  void read() {
-    std::array<char, 65536> buffer{};
-    for (;;) {
-      const ssize_t count = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
-      if (count <= 0) {
-        return;
-      }
-      const std::scoped_lock guard(lock_);
-      text_.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-  }
-
-  FileHandle socket_;
-  std::mutex lock_;
-  std::string text_;
-  std::thread reader_;
-};
-
 // Everybody who looks while a run is under way in the window.
 class ScriptSecretsTest : public ScriptWindowTest {
  protected:
   void SetUp() override {
     ScriptWindowTest::SetUp();
     if (!IsSkipped()) {
-      journal_ = std::make_unique<LogSocket>("/run/systemd/journal/socket");
-      syslog_ = std::make_unique<LogSocket>("/dev/log");
+      keepLog("/run/systemd/journal/socket", kJournal);
+      keepLog("/dev/log", kSystemsLog);
       std::string patterns;
       for (const auto& secret : kSecrets) {
         patterns += secret + "\n";
@@ -148,11 +98,24 @@ class ScriptSecretsTest : public ScriptWindowTest {
     }
   }
 
+  // Has a process write to the file what is sent to the socket, as the journal does, or the older
+  // log.
+  static void keepLog(const std::string& socket, const std::string& file) {
+    shell("mkdir -p $(dirname " + socket + R"(); python3 -c '
+import os, socket, sys
+log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+log.bind(sys.argv[1])
+os.chmod(sys.argv[1], 0o666)
+with open(sys.argv[2], "ab", 0) as file:
+    while True:
+        file.write(log.recv(65536))' )" +
+          socket + " " + file + " & until [ -e " + file + " ]; do sleep 0.02; done");
+  }
   // What is left of the run so far where others may look.
   void expectNothingShown(const std::string& when) {
-    EXPECT_EQ(secretsIn(journal_->text()), std::vector<std::string>()) << when << ": the journal";
-    EXPECT_EQ(secretsIn(syslog_->text()), std::vector<std::string>())
-        << when << ": the system's log";
+    for (const char* log : {kJournal, kSystemsLog}) {
+      EXPECT_EQ(secretsIn(read(log)), std::vector<std::string>()) << when << log;
+    }
     EXPECT_EQ(filesWithSecrets(), "") << when;
     EXPECT_TRUE(std::filesystem::is_empty("/run/box/home")) << when;
   }
@@ -165,8 +128,8 @@ class ScriptSecretsTest : public ScriptWindowTest {
     return read("/run/box/found");
   }
 
-  std::unique_ptr<LogSocket> journal_;
-  std::unique_ptr<LogSocket> syslog_;
+  static constexpr const char* kJournal = "/run/box/journal";
+  static constexpr const char* kSystemsLog = "/run/box/systems-log";
 };
 
 TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
@@ -199,9 +162,9 @@ TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
   writeFile("/run/box/go-wiping", "");
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
   expectNothingShown("completed");
-  EXPECT_NE(journal_->text().find("done\n"), std::string::npos);
+  await([] { return read(kJournal).find("done\n") != std::string::npos; }, "the journal");
   // pkexec tells the system's log who ran what.
-  EXPECT_NE(syslog_->text().find("pkexec"), std::string::npos) << syslog_->text();
+  await([] { return read(kSystemsLog).find("pkexec") != std::string::npos; }, "the log");
 }
 
 // How often the text is in the memory that a process can write to, as root sees it.

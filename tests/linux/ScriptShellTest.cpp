@@ -76,16 +76,6 @@ class ScriptProtocolTest : public testing::Test {
   Line line_;
 };
 
-TEST_F(ScriptProtocolTest, TextsArriveOneByOneByteByByte) {
-  const std::string strange("a\0b\nc\xff", 6);
-  EXPECT_TRUE(sendText(line_.one.get(), strange));
-  EXPECT_TRUE(sendText(line_.one.get(), ""));
-  EXPECT_TRUE(sendText(line_.one.get(), "last"));
-  EXPECT_EQ(receiveText(line_.other.get()), strange);
-  EXPECT_EQ(receiveText(line_.other.get()), "");
-  EXPECT_EQ(receiveText(line_.other.get()), "last");
-}
-
 TEST_F(ScriptProtocolTest, ATextOrReplyThatIsCutShortIsNone) {
   const auto sendFour = [](int socket) { return sendText(socket, "four"); };
   for (const std::size_t bytes : {0U, 4U, 8U, 10U}) {
@@ -113,18 +103,6 @@ TEST_F(ScriptProtocolTest, SendingToNobodyFailsWithoutASignal) {
   line_.other = FileHandle();
   EXPECT_FALSE(sendText(line_.one.get(), "text"));
   EXPECT_FALSE(sendReply(line_.one.get(), {}));
-}
-
-TEST_F(ScriptProtocolTest, RepliesArriveWhole) {
-  for (const auto kind : {AgentReply::Kind::verified, AgentReply::Kind::unavailable}) {
-    EXPECT_TRUE(sendReply(line_.one.get(), {kind, 255, "out", "err"}));
-    const auto reply = receiveReply(line_.other.get());
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->kind, kind);
-    EXPECT_EQ(reply->exitStatus, 255);
-    EXPECT_EQ(reply->out, "out");
-    EXPECT_EQ(reply->err, "err");
-  }
 }
 
 TEST_F(ScriptProtocolTest, TheLongestTextArrivesAndASignalDoesNotInterruptIt) {

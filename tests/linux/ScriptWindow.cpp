@@ -42,14 +42,8 @@ void ScriptWindowTest::makePlayer() {
 }
 
 void ScriptWindowTest::slowTool(const std::string& tool, const std::string& name) {
-  const std::string real = "/run/box/real-" + name;
-  shell("cp -p " + tool + " " + real);
-  writeFile("/run/box/slow-" + name, "#!/bin/sh\ntouch /run/box/" + name +
-                                         "\nuntil [ -e /run/box/go-" + name +
-                                         " ]; do sleep 0.02; done\n"
-                                         "exec " +
-                                         real + " \"$@\"\n");
-  shell("chmod +x /run/box/slow-" + name + "; mount --bind /run/box/slow-" + name + " " + tool);
+  replaceTool(tool, "touch /run/box/" + name + "; until [ -e /run/box/go-" + name +
+                        " ]; do sleep 0.02; done; exec /run/box/real-${0##*/} \"$@\"");
 }
 
 namespace {

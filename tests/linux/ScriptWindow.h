@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include "LoopDevice.h"
 #include "Person.h"
 #include "ScriptBox.h"
 

@@ -47,14 +47,6 @@ TEST_F(UDisksClientTest, NoCallHasATimeOut) {
   EXPECT_EQ(takeDBusTimeOuts(), std::vector<int>(5, 0x7FFFFFFF));
 }
 
-TEST_F(UDisksClientTest, ASilentServiceIsWaitedFor) {
-  const auto identity = plugIn("a");
-  const auto other = plugIn("b");
-  const auto outcome = sendInVain(&DiskSession::mount, identity);
-  EXPECT_EQ(mount(other), "");
-  EXPECT_FALSE(outcome->completed);
-}
-
 TEST_F(UDisksClientTest, NothingIsEverAskedOfTheUser) {
   EXPECT_EQ(mount(plugIn("a")), "");
   const QVariantMap options{{"auth.no_user_interaction", true}};
@@ -70,14 +62,6 @@ TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALineAndIsAskedAgainWhenI
   StandInUDisks again(dbus.connect("stand-in again"));
   EXPECT_EQ(mount(identity), "");
   EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
-}
-
-TEST_F(UDisksClientTest, AServiceThatVanishesMidRequestIsADissenterAndALine) {
-  const auto outcome = sendInVain(&DiskSession::mount, plugIn("a"));
-  udisks.vanish();
-  runLoopUntil([&] { return outcome->completed; });
-  EXPECT_TRUE(outcome->refused.starts_with(kDBusError + "NoReply: "));
-  expectLine(outcome->refused + "\n");
 }
 
 TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgainWhenItIsBack) {

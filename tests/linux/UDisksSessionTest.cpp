@@ -44,20 +44,10 @@ TEST_F(UDisksSessionTest, AMountIsTriedAgainOnlyWhileUDisks2KnowsNoFileSystem) {
   EXPECT_TRUE(machine.isMounted(player().minor));
 }
 
-TEST_F(UDisksSessionTest, TheFirstPartitionIsMountedWhereTheDiskItselfHasNoFileSystem) {
-  player().fileSystem = std::nullopt;
-  const auto identity = plugIn("a");
-  machine.addPartition(player(), 1, MockFileSystem());
-  answer({UDisksAnswer()});
-  EXPECT_EQ(mount(identity), "");
-  ASSERT_EQ(udisks.calls.size(), 1U);
-  EXPECT_EQ(udisks.calls[0].path, "/org/freedesktop/UDisks2/block_devices/sdb1");
-}
-
 TEST_F(UDisksSessionTest, AfterAWipeTheFreshFileSystemIsWaitedFor) {
   services.patience.pauses = 1'000'000;
   const auto identity = plugIn("a");
-  const auto disk = createDiskSession()->diskFromName(identity.node);
+  const auto disk = session->diskFromName(identity.node);
   known.willWipe(identity);
   const auto outcome = send(&DiskSession::mount, identity);
   int looks = 0;
@@ -81,18 +71,6 @@ TEST_F(UDisksSessionTest, AfterAWipeNeitherAnOldMountNorAnythingButFatIsTaken) {
   machine.setFileSystem(player(), MockFileSystem{"btrfs", "3333-CCCC", {}});
   EXPECT_EQ(mount(identity), "No file system has been found.");
   EXPECT_EQ(udisks.members(), Members());
-}
-
-TEST_F(UDisksSessionTest, APlayerThatIsPulledWhileItIsWaitedForIsRefused) {
-  services.patience.pauses = 1'000'000;
-  player().fileSystem = std::nullopt;
-  const auto identity = plugIn("a");
-  const auto outcome = send(&DiskSession::mount, identity);
-  runLoopDry();
-  EXPECT_FALSE(outcome->completed);
-  machine.pull("a");
-  runLoopUntil([&] { return outcome->completed; });
-  EXPECT_EQ(outcome->refused, "The disk has gone.");
 }
 
 TEST_F(UDisksSessionTest, AForeignDiskOfTheSameNameIsNotMounted) {
@@ -196,14 +174,6 @@ TEST_F(UDisksSessionTest, ACompletionWaitsForTheMainLoop) {
 
 TEST_F(UDisksSessionTest, ARequestWithoutADiskSaysSo) {
   EXPECT_EQ(unmount({"/dev/sdb", 0x10002}), "There is no such disk.");
-}
-
-TEST_F(UDisksSessionTest, AnotherVendorsDiskIsLeftMounted) {
-  player().vendor = "OTHER";
-  const auto identity = plugIn("a");
-  machine.mount(player().minor, "x");
-  EXPECT_EQ(unmount(identity), "The disk is not a player's.");
-  EXPECT_EQ(udisks.members(), Members());
 }
 
 TEST_F(UDisksSessionTest, ADriveThatCanIsPoweredOff) {

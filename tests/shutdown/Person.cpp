@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "ChildProcess.h"
 
 namespace fillstation::test {

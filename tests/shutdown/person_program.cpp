@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "AppRunner.h"
 #include "Bench.h"
 #include "JournalLog.h"

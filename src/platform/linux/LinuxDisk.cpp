@@ -4,12 +4,14 @@
 #include <linux/fs.h>
 #include <scsi/sg.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
-#include <utility>
+#include <future>
 
 #include "FileHandle.h"
+#include "PosixVolume.h"
 #include "Url.h"
 #include "Utf8.h"
 
@@ -26,6 +28,9 @@ constexpr std::string_view kPlayerVendor = "ACTIONS";
 constexpr unsigned char kStartStopUnit = 0x1B;
 constexpr unsigned char kEjectMedium = 0x02;
 constexpr unsigned int kTimeOut = 30'000;  // milliseconds
+
+// How often a wait for a request looks for the end of the program.
+constexpr std::chrono::milliseconds kLook{50};
 
 std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
   if (!fileSystem.label && fileSystem.type == "vfat") {
@@ -48,8 +53,8 @@ std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& know
   return volume != blocks.end() ? std::optional(*volume) : std::nullopt;
 }
 
-LinuxDisk::LinuxDisk(std::string name, const KnownDisks& known, const MountTable& mounts)
-    : name_(std::move(name)), known_(known), mounts_(mounts) {
+LinuxDisk::LinuxDisk(std::string name, const KnownDisks& known)
+    : name_(std::move(name)), known_(known) {
   if (const auto facts = readDisk(name_)) {
     sequence_ = facts->sequence;
   }
@@ -68,7 +73,7 @@ std::optional<DiskDescription> LinuxDisk::copyDescription() {
   description.mediaSize = facts->size;
   if (const auto volume = volumeOn(*facts, known_)) {
     description.volumeName = nameOf(*volume->fileSystem);
-    const auto paths = mounts_.mountPoints(volume->number);
+    const auto paths = mountPoints(volume->number);
     if (!paths.empty()) {
       description.volumePath = Url::fromPath(paths.front(), true).absoluteString();
     }
@@ -112,6 +117,67 @@ bool LinuxDisk::stopUnit() const {
   request.timeout = kTimeOut;
   return ::ioctl(unit.get(), SG_IO, &request) == 0 && request.status == 0 &&
          request.host_status == 0;
+}
+
+std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
+                                                         const std::string& mountPath,
+                                                         const DiskIdentity& owner) {
+  const auto facts = LinuxDisk(diskNameOf(owner.node), known_).checkFor(owner).disk;
+  struct stat root {};
+  if (!facts || ::fstat(rootDescriptor, &root) != 0) {
+    return nullptr;
+  }
+  const auto points = mountPoints(root.st_dev);
+  const bool isDisks =
+      std::any_of(facts->blocks.begin(), facts->blocks.end(),
+                  [&root](const auto& block) { return block.number == root.st_dev; });
+  const bool isMount = std::find(points.begin(), points.end(),
+                                 PosixVolume::withoutEndingSlash(mountPath)) != points.end();
+  return isDisks && isMount ? std::make_shared<VolumeMedium>() : nullptr;
+}
+
+std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
+                                                     const std::string& mountPath) {
+  const auto disk = session_.diskFromName(owner.node);
+  bool unmounted = false;
+  for (int attempt = 0; attempt < patience_.attempts && !unmounted; ++attempt) {
+    if (!readDisk(diskNameOf(owner.node)) || (attempt > 0 && !stop_.waitFor(patience_.pause))) {
+      return std::nullopt;
+    }
+    unmounted = carriedOut(&DiskSession::unmount, disk, owner);
+  }
+  // Of several mounts one may have been busy, and this one not.
+  const auto points = placesOf(owner);
+  if (!unmounted && std::find(points.begin(), points.end(),
+                              PosixVolume::withoutEndingSlash(mountPath)) != points.end()) {
+    return mountPath;
+  }
+  if (!carriedOut(&DiskSession::mount, disk, owner)) {
+    return std::nullopt;
+  }
+  const auto now = placesOf(owner);
+  return now.empty() ? std::nullopt : std::optional(now.front());
+}
+
+std::vector<std::string> LinuxVolumeOwner::placesOf(const DiskIdentity& owner) const {
+  const auto facts = readDisk(diskNameOf(owner.node));
+  const auto volume = facts ? volumeOn(*facts, known_) : std::nullopt;
+  return volume ? mountPoints(volume->number) : std::vector<std::string>();
+}
+
+bool LinuxVolumeOwner::carriedOut(Request request, const std::shared_ptr<Disk>& disk,
+                                  const DiskIdentity& owner) const {
+  const auto done = std::make_shared<std::promise<bool>>();
+  auto succeeded = done->get_future();
+  (session_.*request)(disk, owner, [done](const auto& /*disk*/, const Dissenter* dissenter) {
+    done->set_value(dissenter == nullptr);
+  });
+  while (succeeded.wait_for(kLook) != std::future_status::ready) {
+    if (stop_.requested()) {
+      return false;
+    }
+  }
+  return succeeded.get();
 }
 
 }  // namespace fillstation

@@ -1,14 +1,17 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "DiskFacts.h"
 #include "DiskSession.h"
 #include "KnownDisks.h"
-#include "MountTable.h"
+#include "StopSource.h"
+#include "VolumeOwner.h"
 
 namespace fillstation {
 
@@ -21,7 +24,7 @@ std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& know
 class LinuxDisk : public Disk {
  public:
   // The disk of that name ("sdb") as it is now; gone already when it isn't there.
-  LinuxDisk(std::string name, const KnownDisks& known, const MountTable& mounts);
+  LinuxDisk(std::string name, const KnownDisks& known);
 
   std::optional<DiskDescription> copyDescription() override;
 
@@ -45,7 +48,42 @@ class LinuxDisk : public Disk {
   const std::string name_;
   std::optional<std::uint64_t> sequence_;
   const KnownDisks& known_;
-  const MountTable& mounts_;
+};
+
+// Knows mounted volumes by the kernel's mount table, and has UDisks2 mount them again. Any thread;
+// what it was made with outlives it.
+class LinuxVolumeOwner : public VolumeOwner {
+ public:
+  // How often and how long after each other a volume that is in use is asked for: a program that
+  // looks at what has come, an index or a preview, is done by then.
+  struct Patience {
+    std::chrono::seconds pause{1};
+    int attempts = 10;
+  };
+
+  LinuxVolumeOwner(const KnownDisks& known, DiskSession& session, const StopSource& stop,
+                   const Patience& patience)
+      : known_(known), session_(session), stop_(stop), patience_(patience) {}
+
+  std::shared_ptr<VolumeMedium> mediumOf(int rootDescriptor, const std::string& mountPath,
+                                         const DiskIdentity& owner) override;
+  std::optional<std::string> remount(const DiskIdentity& owner,
+                                     const std::string& mountPath) override;
+
+ private:
+  using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
+                                        DiskSession::Completion);
+
+  // Where the disk's volume is mounted.
+  std::vector<std::string> placesOf(const DiskIdentity& owner) const;
+  // Makes the request and waits for its end; false when it failed or the stop was requested.
+  bool carriedOut(Request request, const std::shared_ptr<Disk>& disk,
+                  const DiskIdentity& owner) const;
+
+  const KnownDisks& known_;
+  DiskSession& session_;
+  const StopSource& stop_;
+  const Patience patience_;
 };
 
 }  // namespace fillstation

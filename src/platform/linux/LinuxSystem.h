@@ -1,14 +1,15 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <QDBusConnection>
 #include <memory>
 #include <string>
 
-#include "DiskOrder.h"
+#include "Format.h"
 #include "KnownDisks.h"
-#include "LinuxVolumeOwner.h"
+#include "LinuxDisk.h"
 #include "LogindWakefulness.h"
-#include "MountTable.h"
 #include "Platform.h"
 #include "PolkitScriptRunner.h"
 #include "PosixFileManager.h"
@@ -37,7 +38,6 @@ struct LinuxPlaces {
   BusConnector connect = [](const QString& name) {
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
   };
-  std::string mountTable = "/proc/self/mountinfo";
 };
 
 // The back end for real players: udev, UDisks2 and polkit. Made on the main thread; lives as long
@@ -45,26 +45,57 @@ struct LinuxPlaces {
 // needs that one fails when it is asked for.
 class LinuxSystem {
  public:
-  LinuxSystem(const LinuxServices& services, const LinuxPlaces& places);
+  LinuxSystem(const LinuxServices& services, const LinuxPlaces& places)
+      : places_(places),
+        log_(services.log),
+        systemBus_(places.connect, services.mainThread, services.workers),
+        client_(systemBus_, services.log),
+        diskServices_{services.mainThread, services.workers, services.log, known_, client_, {}},
+        bus_(known_, services.stop),
+        scriptRunner_(
+            places.agent,
+            // From here on nothing that the system says of the old content may be taken for the
+            // new.
+            [this](const DiskIdentity& player) { return known_.willWipe(player); },
+            [this](const DiskIdentity& player) { known_.spared(player); }),
+        owner_(known_, *session_, services.stop, {}),
+        fileManager_(owner_, services.stop,
+                     [&mainThread = services.mainThread] { mainThread.keepWindowAlive(); }),
+        wakefulness_(systemBus_, services.log) {}
 
   // Sets the ports usbBus, createDiskSession, scriptRunner, fileManager, wakefulness and systemLog,
   // and writes down what the machine lacks.
-  void installInto(Platform& installed);
+  void installInto(Platform& installed) {
+    installed.usbBus = &bus_;
+    installed.createDiskSession = [session = session_] { return session; };
+    installed.scriptRunner = &scriptRunner_;
+    installed.fileManager = &fileManager_;
+    installed.systemLog = &log_;
+    installed.wakefulness = &wakefulness_;
+    logWhatIsMissing();
+    // Before the first player comes; the client writes it down if that fails.
+    client_.wake();
+  }
 
  private:
-  std::shared_ptr<DiskSession> createSession() {
-    return std::make_shared<UDisksSession>(diskServices_, order_);
+  void logWhatIsMissing() const {
+    if (::access(places_.udev.c_str(), F_OK) != 0) {
+      log_.write("udev isn't running: no player will be seen.\n");
+    }
+    for (const auto& program : {places_.pkexec, places_.agent}) {
+      if (::access(program.c_str(), X_OK) != 0) {
+        log_.write(formatText("%@ is missing: no player can be formatted.\n", program));
+      }
+    }
   }
-  void logWhatIsMissing() const;
 
   const LinuxPlaces places_;
   SystemLog& log_;
   KnownDisks known_;
-  MountTable mounts_;
   SystemBus systemBus_;
   UDisksClient client_;
   DiskServices diskServices_;
-  DiskOrder order_;
+  const std::shared_ptr<UDisksSession> session_ = std::make_shared<UDisksSession>(diskServices_);
   UdevUsbBus bus_;
   PolkitScriptRunner scriptRunner_;
   LinuxVolumeOwner owner_;

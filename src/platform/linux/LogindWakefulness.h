@@ -1,5 +1,12 @@
 #pragma once
 
+#include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Format.h"
 #include "SystemBus.h"
 #include "SystemLog.h"
 #include "Workspace.h"
@@ -14,7 +21,24 @@ class LogindWakefulness : public Wakefulness {
  public:
   LogindWakefulness(SystemBus& bus, SystemLog& log) : bus_(bus), log_(log) {}
 
-  std::shared_ptr<void> keepAwake(const std::string& why) override;
+  std::shared_ptr<void> keepAwake(const std::string& why) override {
+    auto message = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
+        QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("Inhibit"));
+    message << QStringLiteral("sleep:handle-lid-switch") << QStringLiteral("Fillstation")
+            << QString::fromStdString(why) << QStringLiteral("block");
+    const auto inhibitor = std::make_shared<std::optional<QDBusUnixFileDescriptor>>();
+    const std::weak_ptr waiting = inhibitor;
+    bus_.call(message, SystemBus::kUsualTimeOut, [this, waiting](const QDBusMessage& answer) {
+      if (answer.type() == QDBusMessage::ErrorMessage) {
+        log_.write(formatText("The machine may fall asleep during the run: %@",
+                              answer.errorMessage().toStdString()));
+      } else if (const auto held = waiting.lock()) {
+        held->emplace(answer.arguments().value(0).value<QDBusUnixFileDescriptor>());
+      }
+    });
+    return inhibitor;
+  }
 
  private:
   SystemBus& bus_;

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QFile>
 #include <QString>
+#include <QVariantMap>
 #include <functional>
 #include <utility>
 
-#include "UDisksClient.h"
+#include "SystemBus.h"
 
 namespace fillstation {
 
@@ -20,22 +24,64 @@ class SessionInstance : public QDBusVirtualObject {
 
   // Connects to the session's bus, if the session has one: the connection by itself would start
   // one.
-  static QDBusConnection connect(const QString& name);
+  static QDBusConnection connect(const QString& name) {
+    const bool hasBus =
+        qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") ||
+        QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
+    return hasBus ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
+                  : QDBusConnection(name);
+  }
 
   explicit SessionInstance(const BusConnector& connector)
       : bus_(connector(QStringLiteral("fillstation-session"))) {}
 
   // Takes the name. False when another program has it and has been asked to come to the front; true
   // too when that one doesn't answer within five seconds.
-  bool claim();
+  bool claim() {
+    if (!bus_.isConnected()) {
+      return true;
+    }
+    bus_.registerVirtualObject(QString::fromLatin1(kPath), this);
+    if (bus_.registerService(QString::fromLatin1(kService))) {
+      return true;
+    }
+    auto message =
+        QDBusMessage::createMethodCall(QString::fromLatin1(kService), QString::fromLatin1(kPath),
+                                       QString::fromLatin1(kInterface), QStringLiteral("Activate"));
+    message << QVariantMap{{QString::fromLatin1(kTokenKey), qEnvironmentVariable(kToken)}};
+    return bus_.call(message, QDBus::Block, kPatience).type() != QDBusMessage::ReplyMessage;
+  }
 
   // What a second start makes this one do.
   void onRaise(std::function<void()> raise) { raise_ = std::move(raise); }
 
-  QString introspect(const QString& path) const override;
-  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+  QString introspect(const QString& /*path*/) const override {
+    return QStringLiteral(
+        "<interface name='org.freedesktop.Application'><method name='Activate'>"
+        "<arg type='a{sv}' direction='in'/></method></interface>");
+  }
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    if (message.interface() != QLatin1String(kInterface) ||
+        message.member() != QLatin1String("Activate")) {
+      return false;
+    }
+    connection.send(message.createReply());
+    const auto facts = qdbus_cast<QVariantMap>(message.arguments().value(0));
+    qputenv(kToken, facts.value(QString::fromLatin1(kTokenKey)).toString().toUtf8());
+    if (raise_) {
+      raise_();
+    }
+    return true;
+  }
 
  private:
+  static constexpr const char* kService = "example.fillstation.fillstation";
+  static constexpr const char* kPath = "/example/fillstation/fillstation";
+  static constexpr const char* kInterface = "org.freedesktop.Application";
+  static constexpr const char* kTokenKey = "activation-token";
+  // Milliseconds that somebody who wants a window waits for one that hangs.
+  static constexpr int kPatience = 5000;
+
   QDBusConnection bus_;
   std::function<void()> raise_;
 };

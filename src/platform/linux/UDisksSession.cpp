@@ -36,7 +36,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
     const auto volume = volumeOn(*facts, services_.known);
     if (!volume) {
       mountAgain("No file system has been found.");
-    } else if (!services_.mounts.mountPoints(volume->number).empty()) {
+    } else if (!mountPoints(volume->number).empty()) {
       end(nullptr);
     } else {
       services_.client.mount(volume->name, [self = shared_from_this()](const auto* failure) {
@@ -95,7 +95,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
     std::size_t mounts = 0;
     std::string mounted;
     for (const auto& block : facts->blocks) {
-      const std::size_t ofBlock = services_.mounts.mountPoints(block.number).size();
+      const std::size_t ofBlock = mountPoints(block.number).size();
       mounts += ofBlock;
       mounted = ofBlock > 0 ? block.name : mounted;
     }
@@ -180,7 +180,7 @@ std::shared_ptr<Disk> UDisksSession::diskFromName(std::string_view name) {
   if (!readDisk(diskName) && !services_.known.remembers(diskName)) {
     return nullptr;
   }
-  return std::make_shared<LinuxDisk>(diskName, services_.known, services_.mounts);
+  return std::make_shared<LinuxDisk>(diskName, services_.known);
 }
 
 void UDisksSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
@@ -207,23 +207,22 @@ void UDisksSession::request(Run run, const std::shared_ptr<Disk>& disk,
         }
       };
   const auto ours = std::dynamic_pointer_cast<LinuxDisk>(disk);
-  services_.mainThread.post(
-      [&services = services_, &order = order_, run, ours, expected, complete] {
-        if (!ours) {
-          complete(Dissenter{"There is no such disk."});
-          return;
-        }
-        order.add(ours->sequence(),
-                  [&services, run, ours, expected, complete](const DiskOrder::Ended& ended) {
-                    const auto done = [&services, complete, ended](const auto& dissenter) {
-                      services.mainThread.post([complete, ended, dissenter] {
-                        complete(dissenter);
-                        ended();
-                      });
-                    };
-                    (*std::make_shared<Request>(services, ours, expected, done).*run)();
-                  });
-      });
+  services_.mainThread.post([this, run, ours, expected, complete] {
+    if (!ours) {
+      complete(Dissenter{"There is no such disk."});
+      return;
+    }
+    order_.add(ours->sequence(),
+               [this, run, ours, expected, complete](const DiskOrder::Ended& ended) {
+                 const auto done = [this, complete, ended](const auto& dissenter) {
+                   services_.mainThread.post([complete, ended, dissenter] {
+                     complete(dissenter);
+                     ended();
+                   });
+                 };
+                 (*std::make_shared<Request>(services_, ours, expected, done).*run)();
+               });
+  });
 }
 
 }  // namespace fillstation

@@ -7,7 +7,6 @@
 #include "DiskOrder.h"
 #include "DiskSession.h"
 #include "KnownDisks.h"
-#include "MountTable.h"
 #include "QtMainThread.h"
 #include "SystemLog.h"
 #include "UDisksClient.h"
@@ -27,18 +26,17 @@ struct DiskServices {
   Workers& workers;
   SystemLog& log;
   KnownDisks& known;
-  const MountTable& mounts;
   UDisksClient& client;
   MountPatience patience;
 };
 
 // The disks of this machine through UDisks2. Before anything that changes a disk a request looks
-// whether it still is the player's. Any thread; services and order, which all sessions share,
-// outlive it and its requests.
+// whether it still is the player's. Any thread; one for all who ask, since it keeps the order of
+// the requests to a disk. The services outlive it, and it outlives its requests.
 class UDisksSession : public DiskSession {
  public:
-  UDisksSession(const DiskServices& services, DiskOrder& order)
-      : services_(services), order_(order) {}
+  explicit UDisksSession(const DiskServices& services)
+      : services_(services), order_(services.mainThread) {}
 
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
   // Mounts the volume as soon as the system knows the one that is to be: after a wipe that is the
@@ -63,7 +61,7 @@ class UDisksSession : public DiskSession {
                Completion completion);
 
   const DiskServices& services_;
-  DiskOrder& order_;
+  DiskOrder order_;
 };
 
 }  // namespace fillstation

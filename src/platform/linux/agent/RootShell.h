@@ -1,11 +1,15 @@
 #pragma once
 
-#include <glib.h>
+#include <glib-unix.h>
 #include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "ChildProcess.h"
 
@@ -24,11 +28,40 @@ class RootShell {
   explicit RootShell(Handlers handlers) : handlers_(std::move(handlers)) {}
 
   // 0 or an errno. From the thread that lives to the process's end: pkexec ends with it.
-  int start();
+  int start() {
+    Pipe input;
+    Pipe output;
+    Pipe errors;
+    if (!input.open() || !output.open() || !errors.open()) {
+      return errno;
+    }
+    ChildSetup setup;
+    setup.hand(input.reading.get(), 0);
+    setup.hand(output.writing.get(), 1);
+    setup.hand(errors.writing.get(), 2);
+    const int error = setup.start({"/usr/bin/pkexec", "--disable-internal-agent", "/bin/sh", "-c",
+                                   kOuterScript, kInnerScript},
+                                  child_);
+    if (error == 0) {
+      input_ = std::move(input.writing);
+      output_ = std::move(output.reading);
+      errors_ = std::move(errors.reading);
+      for (const auto* reading : {&output_, &errors_}) {
+        g_unix_fd_add(reading->get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onOutput,
+                      this);
+      }
+      g_child_watch_add(child_, onEnd, this);
+    }
+    return error;
+  }
   pid_t process() const { return child_; }
 
   // Sends the script; the shell begins to execute it. Once, or refuse() instead.
-  void send(std::string_view script);
+  void send(std::string_view script) {
+    writeAll(script);
+    writeAll(kEndMark);
+    input_ = FileHandle();
+  }
   // Has the shell end without executing anything.
   void refuse() { input_ = FileHandle(); }
 
@@ -39,10 +72,53 @@ class RootShell {
   const std::string& err() const { return err_; }
 
  private:
-  static int onOutput(int descriptor, GIOCondition condition, void* self);
-  static void onEnd(pid_t process, int status, void* self);
+  static constexpr std::string_view kMark = "fillstation: ready\n";
+  static constexpr std::string_view kEndMark = "\n# fillstation: complete";
+  // A shell can't undo an ignored signal, and pkexec leaves SIGPIPE ignored.
+  static constexpr const char* kOuterScript = "exec env --default-signal=PIPE /bin/sh -c \"$0\"";
+  static constexpr const char* kInnerScript =
+      "echo 'fillstation: ready'\n"
+      "script=$(cat)\n"
+      "case $script in\n"
+      "*'# fillstation: complete') eval \"$script\" </dev/null ;;\n"
+      "*) exit 125 ;;\n"
+      "esac\n";
 
-  void partEnded();
+  void writeAll(std::string_view text) const {
+    while (!text.empty()) {
+      const ssize_t count = ::write(input_.get(), text.data(), text.size());
+      if (count < 0) {
+        return;  // the shell has gone, as its end will tell
+      }
+      text.remove_prefix(static_cast<std::size_t>(count));
+    }
+  }
+
+  static int onOutput(int descriptor, GIOCondition /*condition*/, void* self) {
+    auto* shell = static_cast<RootShell*>(self);
+    if (!readSome(descriptor, descriptor == shell->output_.get() ? shell->out_ : shell->err_)) {
+      shell->partEnded();
+      return G_SOURCE_REMOVE;
+    }
+    if (!shell->marked_ && shell->out_.starts_with(kMark)) {
+      shell->marked_ = true;
+      shell->out_.erase(0, kMark.size());
+      shell->handlers_.running();
+    }
+    return G_SOURCE_CONTINUE;
+  }
+
+  static void onEnd(pid_t /*process*/, int status, void* self) {
+    auto* shell = static_cast<RootShell*>(self);
+    shell->status_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    shell->partEnded();
+  }
+
+  void partEnded() {
+    if (--partsLeft_ == 0) {
+      handlers_.ended();
+    }
+  }
 
   const Handlers handlers_;
   FileHandle input_;

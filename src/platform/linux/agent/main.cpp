@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "AgentProcess.h"
-#include "AgentProtocol.h"
+#include "AgentShell.h"
 #include "AuthenticationBus.h"
 #include "Format.h"
 #include "PasswordSession.h"
