@@ -14,29 +14,20 @@ NETWORK = "ip link set eth0 up; ip address add 10.0.2.15/24 dev eth0"
 SERVER = "x11vnc -quiet -forever -shared -noxdamage -localhost -nopw -bg"
 
 
-def _arguments():
-    parser = argparse.ArgumentParser(prog="tests/vm/look", description=__doc__)
-    parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
-    parser.add_argument("--players", type=int, default=4, help="how many players (default: 4)")
-    parser.add_argument("--port", type=int, default=5901, help="where VNC listens (default: 5901)")
-    parser.add_argument("--screenshot", action="store_true", help="take a picture and leave")
-    return parser.parse_args()
-
-
 def _network(port):
     forward = f"hostfwd=tcp:127.0.0.1:{port}-10.0.2.15:5900"
     return ["-netdev", f"user,id=look,restrict=on,{forward}", "-device", "virtio-net-pci,netdev=look"]
 
 
 def _furnish(box, players):
-    """Players, an audio book and the program's window."""
+    """Players, an audio book and the program's window, ready for Start; a picture of it."""
     make_book(box)
-    for number in range(1, players + 1):
-        box.player(f"player{number}", content={"system": "fat32", "label": f"PLAYER{number}"})
+    names = [f"PLAYER{number}" for number in range(1, players + 1)]
+    box.players({name: {"content": {"system": "fat32", "label": name}} for name in names})
     person = Operator(box)
     person.open()
-    person.wait_for_players(players, 120)
-    return person
+    person.prepare(players)
+    print(f"vm: {box.picture('window')}")
 
 
 def _let_in(box, port):
@@ -50,18 +41,17 @@ def _let_in(box, port):
 
 
 def main():
-    arguments = _arguments()
+    parser = argparse.ArgumentParser(prog="tests/vm/look", description=__doc__)
+    parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--players", type=int, default=4, help="how many players (default: 4)")
+    parser.add_argument("--port", type=int, default=5901, help="where VNC listens (default: 5901)")
+    arguments = parser.parse_args()
     shutil.rmtree(OUT, ignore_errors=True)
-    box = Box(arguments.program, OUT, [] if arguments.screenshot else _network(arguments.port))
+    box = Box(arguments.program, OUT, _network(arguments.port))
     try:
         box.wait_for_session()
-        person = _furnish(box, arguments.players)
-        if arguments.screenshot:
-            person.add_folder(BOOK)
-            person.click("All")
-            print(f"vm: {box.picture('window')}")
-        else:
-            _let_in(box, arguments.port)
+        _furnish(box, arguments.players)
+        _let_in(box, arguments.port)
     except KeyboardInterrupt:
         pass
     finally:

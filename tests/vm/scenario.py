@@ -3,11 +3,11 @@
 import collections
 import contextlib
 
+from box import BOOK
 from flows import Operator
 
 Scenario = collections.namedtuple("Scenario", "name run short")
 SCENARIOS = []
-BOOK = "/home/player/Audio Book"
 
 
 def scenario(function):

@@ -5,7 +5,7 @@ import time
 from faultrun import FaultRun
 from flows import COMPLETED, Operator
 from outcomes import Exit
-from scenario import BOOK, make_book, scenario
+from scenario import make_book, scenario
 from waiting import expect, expect_equal, until
 
 FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
@@ -24,11 +24,9 @@ class Leaving:
         self.box = box
         self.held, self.stalled = [], []
         self.book = make_book(box, chapters=1, tracks=5, track_kb=4096, coda=True)
-        self._content = {"shelf": {"kind": shelf, "size_mb": 80}}
-        box.player("foreign", content={"system": "ext4", "label": "photos", **self._content}, **FOREIGN)
-        for name in PLAYERS:
-            box.player(name, content={"system": "fat32", **self._content})
-        self.disks = {name: box.disk(name) for name in PLAYERS}
+        content = {"shelf": {"kind": shelf, "size_mb": 80}}
+        box.player("foreign", content={"system": "ext4", "label": "photos", **content}, **FOREIGN)
+        self.disks = box.players(dict.fromkeys(PLAYERS, {"content": {"system": "fat32", **content}}))
         self.foreign = box.call("digest", "foreign")
         box.root("sync")
 
@@ -36,9 +34,7 @@ class Leaving:
         """A fresh window, up to the filled-in credentials."""
         person = Operator(self.box)
         person.open()
-        person.wait_for_players(len(PLAYERS), 300)
-        person.add_folder(BOOK)
-        person.click("All")
+        person.prepare(len(PLAYERS), 300)
         person.ask()
         return person
 
@@ -135,10 +131,6 @@ class Leaving:
         expect_equal(later, 0, "the players that have been written to some time after the end")
         return f"{later} of {len(PLAYERS)} players written to"
 
-    def expect_digests(self, digests):
-        for name, digest in digests.items():
-            expect_equal(self.box.call("digest", name), digest, f"the bytes of {name}")
-
     def record(self, way, step, ended, left, following):
         changed = self.box.call("digest", "foreign") != self.foreign
         row = Exit(f"{way.text} {step}", ended, left, following, "some" if changed else 0)
@@ -217,7 +209,8 @@ def _leave_again_and_again(box, *ways):
         untouched = leaving.begin_early_steps(person, mounted)
         ended, left = leaving.leave(way, person)
         del untouched[mounted]  # UDisks2 takes it offline, as it was told
-        leaving.expect_digests(untouched)
+        for name, digest in untouched.items():
+            expect_equal(box.call("digest", name), digest, f"the bytes of {name}")
         person.expect_commands(4)
         rows.append((way, EARLY, ended, f"{left}, no command begun"))
 

@@ -187,7 +187,7 @@ def swapped_after_the_wipe(box):
         with ready() as swap:
             swap.person.ask()
             swap.run.begin()
-            held = box.call("freeze_when", "mkfs.fat", "fillstation")
+            held = box.call("freeze", "fillstation", when="mkfs.fat")
             box.call("await_none", AGENT)
             swap.swap(seen=False)
             box.call("thaw", held)
