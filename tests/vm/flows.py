@@ -7,7 +7,7 @@ import shlex
 from box import ADMIN, ADMIN_PASSWORD, BOOK
 from waiting import expect, expect_equal, until
 
-PROGRAM = "/box/in/bin/fillstation"
+PROGRAM = "fillstation"
 ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"}
 BUTTON = "push button"
 COMPLETED = "Process Completed."
@@ -38,11 +38,11 @@ def walk(node):
         yield from walk(child)
 
 
-class Window:
-    """The running program. The names of its controls are those that a person reads."""
+class Operator:
+    """A person in front of the program's window. The names of its controls are those that a person reads."""
 
-    def __init__(self, box, name="fillstation"):
-        self._box, self._name = box, name
+    def __init__(self, box):
+        self._box = box
         self.process = None
         self.listen_anew()
 
@@ -52,30 +52,30 @@ class Window:
 
     def open(self, entry=None):
         """Starts the program: the one that the box was given, or that of a desktop entry."""
-        command = self._box.session("command_of", entry) if entry else [PROGRAM]
-        self.process = self._box.session("start", self._name, command, ENVIRONMENT)
+        command = self._box.session("command_of", entry) if entry else [f"/box/in/bin/{PROGRAM}"]
+        self.process = self._box.session("start", PROGRAM, command, ENVIRONMENT)
         self._box.person = self
         until(self.is_in_front, 60, "the window is in front")
 
     def stop(self):
         """Ends the program; returns its exit status."""
-        return self._box.session("stop", self._name)
+        return self._box.session("stop", PROGRAM)
 
     def status(self):
-        return self._box.session("status", self._name)
+        return self._box.session("status", PROGRAM)
 
     def output(self):
         """Standard output and standard error so far."""
-        return self._box.session("output", self._name)
+        return self._box.session("output", PROGRAM)
 
     def journal(self):
         """The texts of the program in the journal since its start."""
         rows = self._box.call("journal_since", self.journal_start)
-        return [text for name, text in rows if name == "fillstation"]
+        return [text for name, text in rows if name == PROGRAM]
 
     def windows(self, roles=None):
         """The visible windows. roles: of those to look into, since that takes time from the program."""
-        for root in self._box.session("tree", self._name, roles):
+        for root in self._box.session("tree", PROGRAM, roles):
             yield from (node for node in [root] if "showing" in node["states"])
 
     def nodes(self, role=None, name=None):
@@ -133,10 +133,6 @@ class Window:
     def enlarge(self):
         """Makes the window as large as the screen."""
         self._hands("getactivewindow windowmove 0 0 windowsize --sync 100% 100%")
-
-
-class Operator(Window):
-    """A person in front of the program's window."""
 
     def players(self):
         """The player list from the top: each player's disk, name and tick."""
@@ -243,10 +239,10 @@ class Operator(Window):
         self.click("Eject")
         until(lambda: self.disks() == left, seconds, "the ejected players have left the list")
 
-    def eject_filled(self, book, names, seconds=60):
-        """Ejects the ticked players; they go off the USB, and hold the book and nothing else."""
-        disks = {self._box.disk(name) for name in names}
-        self.eject(seconds)
+    def eject_filled(self, book, names, staying=()):
+        """Ejects the ticked players; but for some they go off the USB. All hold the book and nothing else."""
+        disks = {self._box.disk(name) for name in names if name not in staying}
+        self.eject(120)
         until(lambda: not disks & set(self._box.disks()), 60, "the ejected players are off")
         for name in names:
             self._box.expect_prepared(name, book)

@@ -6,18 +6,20 @@ from flows import COMPLETED
 from scenario import make_book, operator, scenario, udev_held
 from waiting import expect, expect_equal, until
 
-PLAYERS = {
-    "unlabelled": {"content": {"system": "fat32"}},
-    "digit": {"content": {"system": "fat32", "label": "2FAST"}},
-    "blank": {"content": {}},
-    "partitioned": {"content": {"table": "mbr", "system": "fat32", "label": "PARTED"}},
-    "mounted": {"content": {"table": "gpt", "system": "fat32", "label": "MOUNTED"}},
-    "whole": {"content": {"system": "fat32", "label": "WHOLE"}},
-    "ext4": {"content": {"system": "ext4", "label": "extended"}},
-    "ext4-mounted": {"content": {"system": "ext4", "label": "extended too"}},
-    "nameless": {"content": {"system": "fat32", "label": "NAMELESS"}, "product": None},
-    "automounted": {"content": {"system": "fat32", "label": "AUTO"}},
+# How players arrive, and what the list shows of their volumes.
+STATES = {
+    "unlabelled": ({"content": {"system": "fat32"}}, "NO NAME"),
+    "digit": ({"content": {"system": "fat32", "label": "2FAST"}}, "xFAST"),
+    "blank": ({"content": {}}, "(null)"),
+    "partitioned": ({"content": {"table": "mbr", "system": "fat32", "label": "PARTED"}}, "PARTED"),
+    "mounted": ({"content": {"table": "gpt", "system": "fat32", "label": "MOUNTED"}}, "MOUNTED"),
+    "whole": ({"content": {"system": "fat32", "label": "WHOLE"}}, "WHOLE"),
+    "ext4": ({"content": {"system": "ext4", "label": "extended"}}, "extended"),
+    "ext4-mounted": ({"content": {"system": "ext4", "label": "extended too"}}, "extended too"),
+    "nameless": ({"content": {"system": "fat32", "label": "NAMELESS"}, "product": None}, "NAMELESS"),
+    "automounted": ({"content": {"system": "fat32", "label": "AUTO"}}, "AUTO"),
 }
+PLAYERS = {name: traits for name, (traits, _) in STATES.items()}
 MOUNTED_BY_HAND = {"mounted": "1", "whole": "", "ext4-mounted": ""}  # which partition
 # An automounter takes up everything, as soon as it starts; this one leaves volumes with a label
 # alone, except for one. The fresh volumes have none: it is after them all.
@@ -27,18 +29,6 @@ AUTOMOUNTED = ("unlabelled", "automounted")
 STRANGERS = {
     "vendor": {"vendor": "OTHERS", "content": {"system": "fat32", "label": "VENDOR"}},
     "product": {"product": "USB Flash Disk", "content": {"system": "fat32", "label": "PRODUCT"}},
-}
-LISTED = {
-    "unlabelled": "/dev/{} (NO NAME)",
-    "digit": "/dev/{} (xFAST)",
-    "blank": "/dev/{} ((null))",
-    "partitioned": "/dev/{} (PARTED)",
-    "mounted": "/dev/{} (MOUNTED)",
-    "whole": "/dev/{} (WHOLE)",
-    "ext4": "/dev/{} (extended)",
-    "ext4-mounted": "/dev/{} (extended too)",
-    "nameless": "/dev/{} (NAMELESS)",
-    "automounted": "/dev/{} (AUTO)",
 }
 
 
@@ -66,7 +56,7 @@ def arrivals_in_every_state(box):
         person.enlarge()
         person.wait_for_players(len(PLAYERS) + 1, 180)
         names = {each.disk: each.name for each in person.players() if each.disk in disks.values()}
-        wanted = {disks[name]: form.format(disks[name]) for name, form in LISTED.items()}
+        wanted = {disks[name]: f"/dev/{disks[name]} ({shown})" for name, (_, shown) in STATES.items()}
         expect_equal(names, wanted, "the names of the listed players")
         box.picture("arrivals")
         person.prepare(len(PLAYERS) + 1)

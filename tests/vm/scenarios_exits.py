@@ -1,7 +1,9 @@
 """Every way out in the middle of a run: nothing hangs or goes on writing, and the next start works."""
 
+import collections
 import time
 
+from box import Box
 from faultrun import FaultRun
 from flows import COMPLETED, Operator
 from outcomes import Exit
@@ -87,7 +89,7 @@ class Leaving:
         if self.stalled:
             time.sleep(1)  # everything stands still, and has to be left like that
             self._let_go()
-        status = way.status(self.box, person)
+        status = self._status(way, person)
         took = time.monotonic() - began
         self._let_go()
         way.afterwards(self.box)
@@ -96,6 +98,14 @@ class Leaving:
             self.box.call("await_none", name)
         self.box.call("await_no_holder", list(self.disks.values()))
         return f"ended after {took:.0f} s{status}", self._written_later()
+
+    def _status(self, way, person):
+        if way.status is None:
+            self.box.call("await_none", "fillstation")
+            return ""
+        until(lambda: person.status() is not None, 30, "the program has ended")
+        expect_equal(person.status(), way.status, "the status of the program")
+        return f", status {way.status}"
 
     def _let_go(self):
         """What has been held goes on."""
@@ -150,53 +160,24 @@ class Leaving:
         return f"{len(PLAYERS)} listed, {COMPLETED!r}, {len(PLAYERS)} complete"
 
 
-class Way:
-    """How a person, or the system, leaves the program."""
-
-    def __init__(self, text, leave, status):
-        self.text, self.leave, self.wanted = text, leave, status
-
-    def status(self, box, person):
-        until(lambda: person.status() is not None, 30, "the program has ended")
-        expect_equal(person.status(), self.wanted, "the status of the program")
-        return f", status {person.status()}"
-
-    def afterwards(self, box):
-        pass
-
-
-class LogOut(Way):
-    def __init__(self):
-        super().__init__("logging out", lambda box, person: box.log_out(), None)
-
-    def status(self, box, person):
-        box.call("await_none", "fillstation")
-        return ""
-
-    def afterwards(self, box):
-        box.wait_for_login()
-
-
-class DisplayGoes(LogOut):
-    """The X server ends, and with it the window; the user logs in again."""
-
-    def __init__(self):
-        Way.__init__(self, "an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1)
-
-    status = Way.status
-
-    def afterwards(self, box):
-        box.log_out()
-        super().afterwards(box)
+def _log_out_and_in(box):
+    box.log_out()
+    box.wait_for_login()
 
 
 def _signal(name):
     return lambda box, person: box.root(f"kill -{name} {person.process}")
 
 
+# How a person, or the system, leaves the program; its status, if somebody is left to be told of it; and
+# what has to be done before the next start.
+Way = collections.namedtuple("Way", "text leave status afterwards", defaults=(lambda box: None,))
 CLOSING = Way("closing the window", lambda box, person: person.key("alt+F4"), 0)
 TERMINATION = Way("SIGTERM", _signal("TERM"), 0)
 CRASH = Way("a crash (SIGKILL)", _signal("KILL"), -9)
+LOG_OUT = Way("logging out", lambda box, person: box.log_out(), None, Box.wait_for_login)
+DISPLAY_GOES = Way("an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1, _log_out_and_in)
+POWER_CUT = Way("a power cut", None, None)
 
 
 def _leave_again_and_again(box, *ways):
@@ -231,12 +212,12 @@ def closed_and_terminated_in_the_middle_of_runs(box):
 
 @scenario
 def logged_out_and_crashed_in_the_middle_of_runs(box):
-    _leave_again_and_again(box, LogOut(), CRASH)
+    _leave_again_and_again(box, LOG_OUT, CRASH)
 
 
 @scenario
 def display_goes_in_the_middle_of_runs(box):
-    _leave_again_and_again(box, DisplayGoes())
+    _leave_again_and_again(box, DISPLAY_GOES)
 
 
 @scenario
@@ -248,5 +229,4 @@ def power_cut_in_the_middle_of_a_run(box):
     leaving.plug_in_again()
     left = [leaving.file_system(name) for name in PLAYERS]
     following = leaving.whole_run()
-    way = Way("a power cut", None, None)
-    leaving.record(way, LATE, "stopped with the machine", f"file systems: {', '.join(left)}", following)
+    leaving.record(POWER_CUT, LATE, "stopped with the machine", f"file systems: {', '.join(left)}", following)
