@@ -4,13 +4,12 @@ import contextlib
 
 from box import ADMIN, ADMIN_PASSWORD
 from flows import BUTTON, COMPLETED, TICK, Operator
-from scenario import BOOK, make_book, operator, scenario
+from scenario import BOOK, SLOW, make_book, operator, scenario
 from waiting import expect, expect_equal, until
 
 BAR, BUSY = "Progress of all players", "Players are being filled"
 SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
 LONGEST_ROUND = 50  # more stops than any window has
-SLOW = {"speed": "full-speed"}
 
 
 class Assistant(Operator):

@@ -7,14 +7,12 @@ from box import Box
 from faultrun import FaultRun
 from flows import COMPLETED, Operator
 from outcomes import Exit
-from scenario import make_book, scenario
+from scenario import FOREIGN, PASSWORD_CHECK, PHOTOS, make_book, scenario
 from waiting import expect, expect_equal, until
 
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
 PLAYERS = ("one", "two", "three", "four")
 EARLY = "in unmount, authentication and mount"
 LATE = "in wipe, format, copy and final flush"
-PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 PRIVILEGED = ("fillstation-age", "pkexec", "dd", "mkfs.fat")
 CRASHES = "journalctl -k -b -o cat | grep -E 'segfault|general protection' || true"
 
@@ -27,7 +25,7 @@ class Leaving:
         self.held, self.stalled = [], []
         self.book = make_book(box, chapters=1, tracks=5, track_kb=4096, coda=True)
         content = {"shelf": {"kind": shelf, "size_mb": 80}}
-        box.player("foreign", content={"system": "ext4", "label": "photos", **content}, **FOREIGN)
+        box.player("foreign", content={**PHOTOS, **content}, **FOREIGN)
         self.disks = box.players(dict.fromkeys(PLAYERS, {"content": {"system": "fat32", **content}}))
         self.foreign = box.call("digest", "foreign")
         box.root("sync")

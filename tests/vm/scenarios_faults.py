@@ -5,16 +5,13 @@ import time
 
 from faultrun import FaultRun
 from flows import LOG
-from scenario import make_book, operator, scenario, short_scenario, udev_held
+from scenario import FOREIGN, PHOTOS, SLOW, TWIN, make_book, operator, scenario, short_scenario, udev_held
 from waiting import expect, expect_equal, until
 
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
 SHORT = {"chapters": 1, "tracks": 3}
 LONG = {"chapters": 2, "tracks": 5, "track_kb": 2048}
-SLOW = {"speed": "full-speed"}
 BLANK = {"content": {}}
 STALLING = {"content": {"system": "fat32", "shelf": {"kind": "ext4", "size_mb": 80}}}
-TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}, **SLOW}
 FAILING = {
     "full": {"content": {"size_mb": 18, "system": "fat32"}},
     "worn": {"content": {"system": "fat32", "shelf": {"kind": "tmpfs", "size_mb": 12}}},
@@ -47,7 +44,7 @@ BEGUN = "Beginning format operation.\n"
 
 def _plug(box, players):
     """Plugs in a foreign disk and these players."""
-    box.players({"foreign": {"content": {"system": "ext4", "label": "photos"}, **FOREIGN}})
+    box.players({"foreign": {"content": PHOTOS, **FOREIGN}})
     box.players(players)
 
 

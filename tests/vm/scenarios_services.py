@@ -1,11 +1,8 @@
 """Services that restart, and twins."""
 
 from flows import COMPLETED
-from scenario import BOOK, make_book, operator, scenario, short_scenario
+from scenario import BOOK, SLOW, TWIN, make_book, operator, scenario, short_scenario
 from waiting import expect, expect_equal, until
-
-SLOW = {"speed": "full-speed"}
-TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}}
 
 
 @scenario
@@ -40,7 +37,7 @@ def _replace_the_idle_twin(box, person):
 @short_scenario
 def three_twins_and_one_of_them_ejected(box):
     book = make_book(box, chapters=2, track_kb=2048)
-    disks = box.players(dict.fromkeys(("twin1", "twin2", "twin3"), TWIN | SLOW))
+    disks = box.players(dict.fromkeys(("twin1", "twin2", "twin3"), TWIN))
     with operator(box) as person:
         person.wait_for_players(3)
         person.tick(disks["twin2"])

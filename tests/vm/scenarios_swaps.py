@@ -6,14 +6,12 @@ import time
 from faultrun import FaultRun
 from flows import COMPLETED
 from outcomes import Outcome
-from scenario import BOOK, make_book, operator, scenario, short_scenario, udev_held
+from scenario import BOOK, FOREIGN, PASSWORD_CHECK, PHOTOS, make_book, operator, scenario, short_scenario
+from scenario import udev_held
 from waiting import expect, expect_equal, until
 
-PHOTOS = {"content": {"system": "ext4", "label": "photos"}}
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk", **PHOTOS}
-SAME_VENDOR = {"vendor": "ACTIONS", "model": "HS USB FlashDisk", "product": "Portable Disk", **PHOTOS}
+SAME_VENDOR = {"product": "Portable Disk"}
 READ_ONLY = {"read_only": True}
-PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 AGENT = "fillstation-age"
 INNER_DISK = "scsi_debug dev_size_mb=16 inq_vendor=ACTIONS inq_product='HS USB FlashDisk'"
 
@@ -35,7 +33,8 @@ class Swap:
     def swap(self, seen=True, port=None, name=None, **foreign):
         """The player goes, and a foreign disk gets its name; seen: whether the program can notice."""
         self._pull()
-        self.box.player("foreign", port=self.port if port is None else port, **(foreign or FOREIGN))
+        port = self.port if port is None else port
+        self.box.player("foreign", port=port, content=PHOTOS, **(foreign or FOREIGN))
         (found,) = until(self.box.disks, 20, "the foreign disk")
         expect_equal(found, name or self.disk, "the foreign disk's name")
         self.run.bystander("foreign")
@@ -55,7 +54,7 @@ class Swap:
 
     def change_the_medium(self):
         """The player stays, and gets another medium."""
-        self.box.call("fill", "other", **PHOTOS["content"])
+        self.box.call("fill", "other", **PHOTOS)
         self.box.call("insert", "victim", "/box/players/other")
         self.run.bystander("other")
 

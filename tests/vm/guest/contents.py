@@ -1,6 +1,5 @@
 """What is on the media, and what is to be put on them."""
 
-import contextlib
 import errno
 import hashlib
 import os
@@ -45,7 +44,7 @@ def fill(name, size_mb=64, table=None, system=None, label="", shelf=None):
 
 def find_again(name):
     """A medium that has outlived the box."""
-    (gadgets.BACKING / name).symlink_to(shelves.find_again(name))
+    (gadgets.BACKING / name).symlink_to(shelves.make(name, "found"))
 
 
 def _format(path, system, label, offset, size_mb):
@@ -131,30 +130,6 @@ def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1, coda=False):
     return expected
 
 
-@contextlib.contextmanager
-def _loop(path):
-    command = ["losetup", "--find", "--show", "--partscan", "--read-only", path]
-    device = subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
-    try:
-        yield device
-    finally:
-        subprocess.run(["losetup", "--detach", device], check=True)
-
-
-def _volume(device):
-    """The device itself where it holds a file system, else its first partition."""
-    if _type(device):
-        return device
-    subprocess.run(["udevadm", "settle"], check=False)
-    first = f"{device}p1"
-    return first if os.path.exists(first) else device
-
-
-def _type(device):
-    command = ["blkid", "-p", "-s", "TYPE", "-o", "value", device]
-    return subprocess.run(command, capture_output=True, text=True, check=False).stdout.strip()
-
-
 def _walk(folder, prefix=""):
     """The entries in the order that they have in their directories."""
     for entry in os.scandir(folder):
@@ -167,10 +142,10 @@ def _walk(folder, prefix=""):
             yield [name, len(data), hashlib.sha256(data).hexdigest()]
 
 
-def _entries(device):
+def _entries(medium, system):
+    options = "ro,loop,utf8" if system == "vfat" else "ro,loop"
     with tempfile.TemporaryDirectory() as folder:
-        options = "ro,utf8" if _type(device) == "vfat" else "ro"
-        subprocess.run(["mount", "-o", options, device, folder], check=True)
+        subprocess.run(["mount", "-o", options, medium, folder], check=True)
         try:
             return list(_walk(folder))
         finally:
@@ -178,13 +153,15 @@ def _entries(device):
 
 
 def read_back(name):
-    """The medium's file system, its check and its entries [path, size, SHA-256] in directory order."""
-    with _loop(gadgets.BACKING / name) as device:
-        volume = _volume(device)
-        check = subprocess.run(["fsck.fat", "-n", volume], capture_output=True, text=True, check=False)
-        return {
-            "type": _type(volume),
-            "fsck": check.returncode,
-            "fsck_said": check.stdout + check.stderr,
-            "entries": _entries(volume) if _type(volume) else [],
-        }
+    """What another machine would find: the medium's file system, its check and its entries [path, size,
+    SHA-256] in directory order; behind a partition table nothing."""
+    medium = gadgets.BACKING / name
+    probe = ["blkid", "-p", "-s", "TYPE", "-o", "value", medium]
+    system = subprocess.run(probe, capture_output=True, text=True, check=False).stdout.strip()
+    check = subprocess.run(["fsck.fat", "-n", medium], capture_output=True, text=True, check=False)
+    return {
+        "type": system,
+        "fsck": check.returncode,
+        "fsck_said": check.stdout + check.stderr,
+        "entries": _entries(medium, system) if system else [],
+    }
