@@ -80,7 +80,6 @@ class Explorer {
   void contextMenu();
   void chooseType();
   void cancel();
-  void answer();
   void turns();
   void result();
   void dismiss();

@@ -73,7 +73,8 @@ const std::vector<Explorer::Choice> Explorer::kChoices{
      [](Explorer& e) { e.oneOf(2) ? e.ok("", Machine::kPassword) : e.ok(Machine::kUser, ""); }},
     {"OK with a wrong password", 8, [](Explorer& e) { e.ok(Machine::kUser, "guess"); }},
     {"OK", 60, [](Explorer& e) { e.ok(Machine::kUser, Machine::kPassword); }},
-    {"answer a request", 200, [](Explorer& e) { e.answer(); }},
+    {"answer a request", 200,
+     [](Explorer& e) { e.launch_->answerOne([&e](std::size_t count) { return e.pick(count); }); }},
     {"turns of workers", 250, [](Explorer& e) { e.turns(); }},
     {"the result", 60, [](Explorer& e) { e.result(); }},
     {"OK on the alert", 100, [](Explorer& e) { e.dismiss(); }},
@@ -249,13 +250,6 @@ void Explorer::ok(const std::string& userName, const std::string& password) {
   click(panel.btnPassOk);
   if (rules_.state == Rules::State::kRunning) {
     launch_->turns.begin(rules_.inRun.size());
-  }
-}
-
-void Explorer::answer() {
-  const auto waiting = launch_->waitingRequests();
-  if (!waiting.empty()) {
-    launch_->answerNext(waiting[pick(waiting.size())]);
   }
 }
 
