@@ -20,7 +20,7 @@ import image  # noqa: E402
 from box import Box  # noqa: E402
 from flows import COMPLETED  # noqa: E402
 from scenario import BOOK, make_book, operator  # noqa: E402
-from waiting import expect_equal, until  # noqa: E402
+from waiting import expect_equal  # noqa: E402
 
 PLAYERS = ("one", "two", "three", "four")
 # What a person would write: the same steps for every player at the same time.
@@ -39,9 +39,8 @@ for each in $waits; do wait $each || exit 1; done
 
 def plug_players(box):
     """Four players with a mounted volume each; their disks."""
-    for name in PLAYERS:
-        box.player(name, content={"system": "fat32", "size_mb": 128})
-    disks = [box.disk(name) for name in PLAYERS]
+    traits = {"content": {"system": "fat32", "size_mb": 128}}
+    disks = list(box.players(dict.fromkeys(PLAYERS, traits)).values())
     for disk in disks:
         box.mount(disk)
     return disks
@@ -63,16 +62,11 @@ def journal_seconds(box, cursor):
 def whole_run_ours(box, book):
     plug_players(box)
     with operator(box) as person:
-        person.wait_for_players(len(PLAYERS))
-        person.add_folder(BOOK)
-        person.click("All")
+        person.prepare(len(PLAYERS))
         person.start()
         person.dismiss(COMPLETED, 300)
         seconds = journal_seconds(box, person.journal_start)
-        person.eject()
-        until(lambda: not box.disks(), 60, "all players are off")
-    for name in PLAYERS:
-        box.expect_prepared(name, book)
+        person.eject_filled(book, PLAYERS)
     box.clear()
     return seconds
 

@@ -6,8 +6,6 @@
 #include <QTimer>
 #include <chrono>
 #include <cstdlib>
-#include <exception>
-#include <stdexcept>
 #include <utility>
 
 #include "OpenPanel.h"
@@ -149,11 +147,11 @@ Explored Explorer::explore(std::uint64_t count) {
 
 void Explorer::step() {
   int total = 0;
-  for (const auto& choice : choices()) {
+  for (const auto& choice : kChoices) {
     total += choice.weight;
   }
   auto at = static_cast<int>(pick(static_cast<std::size_t>(total)));
-  for (const auto& choice : choices()) {
+  for (const auto& choice : kChoices) {
     at -= choice.weight;
     if (at < 0) {
       lastStep_ = choice.name;
@@ -161,7 +159,7 @@ void Explorer::step() {
         std::fprintf(steps, "%8llu %*s%s\n", static_cast<unsigned long long>(explored_.steps),
                      2 * depth_, "", choice.name);
       }
-      (this->*choice.act)();
+      choice.act(*this);
       break;
     }
   }
@@ -208,44 +206,21 @@ void Explorer::stepsUnderAlert() {
 
 namespace {
 
-struct Options {
-  std::uint64_t seed = 1;
-  std::uint64_t steps = 1000;
-  bool isVerbose = false;
-};
-
-Options readArguments(int argc, char** argv) {
-  Options options;
-  for (int at = 1; at < argc; ++at) {
-    const std::string word = argv[at];
-    if (word == "--verbose") {
-      options.isVerbose = true;
-    } else if (word == "--seed" && at + 1 < argc) {
-      options.seed = std::stoull(argv[++at]);
-    } else if (word == "--steps" && at + 1 < argc) {
-      options.steps = std::stoull(argv[++at]);
-    } else {
-      throw std::invalid_argument("unknown: " + word);
-    }
-  }
-  return options;
-}
-
-int exploreAndPrint(const Options& options, std::FILE* out) {
+int exploreAndPrint(std::uint64_t seed, std::uint64_t steps, bool isVerbose, std::FILE* out) {
   const auto begin = std::chrono::steady_clock::now();
-  Explorer explorer(options.seed);
-  explorer.steps = options.isVerbose ? out : nullptr;
-  const auto seen = explorer.explore(options.steps);
+  Explorer explorer(seed);
+  explorer.steps = isVerbose ? out : nullptr;
+  const auto seen = explorer.explore(steps);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
   std::fprintf(out,
                "seed %llu: %llu steps in %.1f s, %zu launches, %zu runs, %zu summaries, "
                "%zu players filled, %zu failed\n",
-               static_cast<unsigned long long>(options.seed),
-               static_cast<unsigned long long>(seen.steps), seconds.count(), seen.launches,
-               seen.runs, seen.summaries, seen.filledPlayers, seen.failedPlayers);
+               static_cast<unsigned long long>(seed), static_cast<unsigned long long>(seen.steps),
+               seconds.count(), seen.launches, seen.runs, seen.summaries, seen.filledPlayers,
+               seen.failedPlayers);
   if (seen.broken) {
-    std::fprintf(out, "BROKEN at %s\nAgain: tests/explore/explorer --seed %llu --steps %llu\n",
-                 seen.broken->c_str(), static_cast<unsigned long long>(options.seed),
+    std::fprintf(out, "BROKEN at %s\nAgain: tests/explore/explorer %llu %llu\n",
+                 seen.broken->c_str(), static_cast<unsigned long long>(seed),
                  static_cast<unsigned long long>(seen.steps));
   }
   std::fflush(out);
@@ -256,8 +231,8 @@ int exploreAndPrint(const Options& options, std::FILE* out) {
 
 }  // namespace fillstation::explore
 
-// explorer [--seed N] [--steps N] [--verbose]: one exploration. The exit status is 1 when a rule
-// was broken; what is printed then shows it again. Verbose, each step is a line.
+// explorer SEED STEPS [verbose]: one exploration. The exit status is 1 when a rule was broken; what
+// is printed then shows it again. Verbose, each step is a line.
 int main(int argc, char** argv) {
   using namespace fillstation;
   const test::TempFolder home;
@@ -267,18 +242,15 @@ int main(int argc, char** argv) {
   // The program's own lines would be millions. A sanitizer's report goes to the descriptor.
   std::FILE* const out = ::fdopen(::dup(STDOUT_FILENO), "w");
   std::FILE* const nowhere = std::fopen("/dev/null", "w");
-  if (out == nullptr || nowhere == nullptr) {
+  if (out == nullptr || nowhere == nullptr || argc < 3) {
     return 2;
   }
+  const auto seed = std::stoull(argv[1]);
+  const auto steps = std::stoull(argv[2]);
   stdout = nowhere;
   stderr = nowhere;
   QApplication application(argc, argv);
   QApplication::setStyle(new WindowStyle);
   QApplication::setQuitOnLastWindowClosed(false);
-  try {
-    return explore::exploreAndPrint(explore::readArguments(argc, argv), out);
-  } catch (const std::exception& problem) {
-    std::fprintf(out, "%s\n", problem.what());
-    return 2;
-  }
+  return explore::exploreAndPrint(seed, steps, argc > 3, out);
 }

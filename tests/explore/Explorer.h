@@ -56,9 +56,9 @@ class Explorer {
   struct Choice {
     const char* name;
     int weight;
-    void (Explorer::*act)();
+    void (*act)(Explorer&);
   };
-  static const std::vector<Choice>& choices();
+  static const std::vector<Choice> kChoices;
 
   void launch();
   void hookLaunch();
@@ -70,31 +70,19 @@ class Explorer {
   void expectAlert();
   bool goesOn() const;
 
-  // The steps.
+  // The steps that are more than a line.
   void plug();
-  void unplug();
   void tellAgain();
   void trouble();
-  void automount();
   void tick();
-  void all();
-  void none();
-  void eject();
   void browse();
   void selectRow();
   void contextMenu();
   void chooseType();
-  void start();
   void cancel();
-  void okEmpty();
-  void okWrong();
-  void okRight();
-  void answer();
   void turns();
   void result();
   void dismiss();
-  void link();
-  void close();
 
   static Alert* openAlert();  // null: none is
   void ok(const std::string& userName, const std::string& password);

@@ -26,35 +26,65 @@ Alert* Explorer::openAlert() {
   return nullptr;
 }
 
-const std::vector<Explorer::Choice>& Explorer::choices() {
-  static const std::vector<Choice> all{
-      {"plug in", 50, &Explorer::plug},
-      {"pull out", 20, &Explorer::unplug},
-      {"told again", 5, &Explorer::tellAgain},
-      {"trouble", 20, &Explorer::trouble},
-      {"automount", 10, &Explorer::automount},
-      {"tick", 50, &Explorer::tick},
-      {"All", 70, &Explorer::all},
-      {"None", 5, &Explorer::none},
-      {"Eject", 10, &Explorer::eject},
-      {"Browse", 40, &Explorer::browse},
-      {"select a row", 20, &Explorer::selectRow},
-      {"context menu", 15, &Explorer::contextMenu},
-      {"file type", 5, &Explorer::chooseType},
-      {"Start", 60, &Explorer::start},
-      {"Cancel", 10, &Explorer::cancel},
-      {"OK with an empty field", 10, &Explorer::okEmpty},
-      {"OK with a wrong password", 8, &Explorer::okWrong},
-      {"OK", 60, &Explorer::okRight},
-      {"answer a request", 200, &Explorer::answer},
-      {"turns of workers", 250, &Explorer::turns},
-      {"the result", 60, &Explorer::result},
-      {"OK on the alert", 100, &Explorer::dismiss},
-      {"link", 5, &Explorer::link},
-      {"close the window", 1, &Explorer::close},
-  };
-  return all;
-}
+const std::vector<Explorer::Choice> Explorer::kChoices{
+    {"plug in", 50, [](Explorer& e) { e.plug(); }},
+    {"pull out", 20,
+     [](Explorer& e) {
+       if (const auto device = e.anyDevice()) {
+         e.launch_->unplug(device);
+       }
+     }},
+    {"told again", 5, [](Explorer& e) { e.tellAgain(); }},
+    {"trouble", 20, [](Explorer& e) { e.trouble(); }},
+    {"automount", 10,
+     [](Explorer& e) {
+       if (const auto device = e.anyDevice()) {
+         e.machine_.mount(*device);
+       }
+     }},
+    {"tick", 50, [](Explorer& e) { e.tick(); }},
+    {"All", 70,
+     [](Explorer& e) {
+       e.rules_.tickAll(true);
+       e.click(e.windows_->window().ui().btnAll);
+     }},
+    {"None", 5,
+     [](Explorer& e) {
+       e.rules_.tickAll(false);
+       e.click(e.windows_->window().ui().btnNone);
+     }},
+    {"Eject", 10,
+     [](Explorer& e) {
+       e.rules_.eject();
+       e.click(e.windows_->window().ui().btnEject);
+     }},
+    {"Browse", 40, [](Explorer& e) { e.browse(); }},
+    {"select a row", 20, [](Explorer& e) { e.selectRow(); }},
+    {"context menu", 15, [](Explorer& e) { e.contextMenu(); }},
+    {"file type", 5, [](Explorer& e) { e.chooseType(); }},
+    {"Start", 60,
+     [](Explorer& e) {
+       e.rules_.start();
+       e.click(e.windows_->window().ui().btnStart);
+     }},
+    {"Cancel", 10, [](Explorer& e) { e.cancel(); }},
+    {"OK with an empty field", 10,
+     [](Explorer& e) { e.oneOf(2) ? e.ok("", Machine::kPassword) : e.ok(Machine::kUser, ""); }},
+    {"OK with a wrong password", 8, [](Explorer& e) { e.ok(Machine::kUser, "guess"); }},
+    {"OK", 60, [](Explorer& e) { e.ok(Machine::kUser, Machine::kPassword); }},
+    {"answer a request", 200,
+     [](Explorer& e) { e.launch_->answerOne([&e](std::size_t count) { return e.pick(count); }); }},
+    {"turns of workers", 250, [](Explorer& e) { e.turns(); }},
+    {"the result", 60, [](Explorer& e) { e.result(); }},
+    {"OK on the alert", 100, [](Explorer& e) { e.dismiss(); }},
+    {"link", 5, [](Explorer& e) { e.click(e.windows_->window().ui().tirellLinkBtn); }},
+    {"close the window", 1,
+     [](Explorer& e) {
+       if (e.oneOf(3)) {
+         e.windows_->window().close();
+       }
+     }},
+};
 
 std::shared_ptr<Device> Explorer::anyDevice() {
   const auto present = machine_.present();
@@ -77,12 +107,6 @@ void Explorer::plug() {
   const auto device = machine_.attach(media_[which], products_[which], mounted);
   device->searchesInVain = searches;
   launch_->plug(device);
-}
-
-void Explorer::unplug() {
-  if (const auto device = anyDevice()) {
-    launch_->unplug(device);
-  }
 }
 
 // The window is told of a player a second time.
@@ -109,12 +133,6 @@ void Explorer::trouble() {
   }
 }
 
-void Explorer::automount() {
-  if (const auto device = anyDevice()) {
-    machine_.mount(*device);
-  }
-}
-
 void Explorer::tick() {
   const auto& items = windows_->window().ui().viewPlayers->items();
   if (items.isEmpty()) {
@@ -124,21 +142,6 @@ void Explorer::tick() {
   ElidedTick* const box = items.at(static_cast<int>(row))->tick();
   rules_.tick(row);
   QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
-}
-
-void Explorer::all() {
-  rules_.tickAll(true);
-  click(windows_->window().ui().btnAll);
-}
-
-void Explorer::none() {
-  rules_.tickAll(false);
-  click(windows_->window().ui().btnNone);
-}
-
-void Explorer::eject() {
-  rules_.eject();
-  click(windows_->window().ui().btnEject);
 }
 
 void Explorer::browse() {
@@ -216,11 +219,6 @@ void Explorer::chooseType() {
   windows_->window().ui().cmbFileType->setEditText(QString::fromStdString(rules_.fileType));
 }
 
-void Explorer::start() {
-  rules_.start();
-  click(windows_->window().ui().btnStart);
-}
-
 void Explorer::cancel() {
   if (!windows_->panel().isVisible() || rules_.hasAlert()) {
     return;
@@ -252,19 +250,6 @@ void Explorer::ok(const std::string& userName, const std::string& password) {
   click(panel.btnPassOk);
   if (rules_.state == Rules::State::kRunning) {
     launch_->turns.begin(rules_.inRun.size());
-  }
-}
-
-void Explorer::okEmpty() { oneOf(2) ? ok("", Machine::kPassword) : ok(Machine::kUser, ""); }
-
-void Explorer::okWrong() { ok(Machine::kUser, "guess"); }
-
-void Explorer::okRight() { ok(Machine::kUser, Machine::kPassword); }
-
-void Explorer::answer() {
-  const auto waiting = launch_->waitingRequests();
-  if (!waiting.empty()) {
-    launch_->answerNext(waiting[pick(waiting.size())]);
   }
 }
 
@@ -301,14 +286,6 @@ void Explorer::dismiss() {
   isDismissed_ = true;
   isJustDismissed_ = true;
   click(alert->button(QMessageBox::Ok));
-}
-
-void Explorer::link() { click(windows_->window().ui().tirellLinkBtn); }
-
-void Explorer::close() {
-  if (oneOf(3)) {
-    windows_->window().close();
-  }
 }
 
 }  // namespace fillstation::explore

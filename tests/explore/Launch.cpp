@@ -1,7 +1,6 @@
 #include "Launch.h"
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <utility>
 
 #include "Rules.h"
@@ -239,25 +238,23 @@ void Launch::unplug(const std::shared_ptr<Device>& device) {
   bus_.unplug(device->stick);
 }
 
-std::vector<std::shared_ptr<Disk>> Launch::waitingRequests() {
-  const std::scoped_lock guard(requestsLock_);
-  std::vector<std::shared_ptr<Disk>> all;
-  for (const auto& request : requests_) {
-    if (std::find(all.begin(), all.end(), request.disk) == all.end()) {
-      all.push_back(request.disk);
-    }
-  }
-  return all;
-}
-
-void Launch::answerNext(const std::shared_ptr<Disk>& disk) {
+void Launch::answerOne(const std::function<std::size_t(std::size_t)>& choose) {
   std::function<void()> answer;
   {
     const std::scoped_lock guard(requestsLock_);
-    const auto found = std::find_if(requests_.begin(), requests_.end(),
-                                    [&](const auto& request) { return request.disk == disk; });
-    answer = std::move(found->answer);
-    requests_.erase(found);
+    std::set<std::shared_ptr<Disk>> disks;
+    std::vector<std::size_t> oldest;  // of each disk
+    for (std::size_t at = 0; at < requests_.size(); ++at) {
+      if (disks.insert(requests_[at].disk).second) {
+        oldest.push_back(at);
+      }
+    }
+    if (oldest.empty()) {
+      return;
+    }
+    const auto chosen = requests_.begin() + static_cast<int>(oldest[choose(oldest.size())]);
+    answer = std::move(chosen->answer);
+    requests_.erase(chosen);
   }
   answer();
 }

@@ -73,9 +73,8 @@ class Launch {
   void plug(const std::shared_ptr<Device>& device);
   void unplug(const std::shared_ptr<Device>& device);
 
-  // The disks with requests that wait; answers the oldest one of a disk.
-  std::vector<std::shared_ptr<Disk>> waitingRequests();
-  void answerNext(const std::shared_ptr<Disk>& disk);
+  // Answers the oldest request of one of the disks that wait; it is chosen by their count.
+  void answerOne(const std::function<std::size_t(std::size_t)>& choose);
 
   // Works off what is queued for the main thread.
   void settle();

@@ -215,10 +215,9 @@ bool Machine::flush(Device& device) {
 
 bool Machine::readBack(Device& device) {
   const std::scoped_lock guard(lock_);
-  TaskFacts& facts = facts_[device.node];
-  facts.proven = device.present && device.mounted && device.medium->written == content_;
-  facts.complete = completable_ && facts.proven;
-  return facts.proven;
+  const bool holds = device.present && device.mounted && device.medium->written == content_;
+  facts_[device.node].complete = completable_ && holds;
+  return holds;
 }
 
 void Machine::beginRun(const std::vector<std::shared_ptr<Device>>& devices,

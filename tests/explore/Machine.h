@@ -54,8 +54,7 @@ struct Device {
 struct TaskFacts {
   bool openAsked = false;  // so its format has succeeded
   bool opened = false;
-  bool proven = false;    // flushed and read back with success
-  bool complete = false;  // the medium held the whole file set then
+  bool complete = false;  // when it was read back, the medium held the whole file set
 };
 
 // What the devices on the bus are and hold, beyond one launch of the program. It checks every

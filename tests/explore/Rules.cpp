@@ -44,7 +44,7 @@ std::optional<std::int64_t> sizeOf(const std::string& path) {
 
 // What choosing it must give with this file type; none for a file of another type.
 std::optional<Root> rootOf(const std::string& path, const std::string& fileType) {
-  Root root{path, path.substr(path.rfind('/') + 1), 0, sizeOf(path) == kFolder, {}};
+  Root root{path, 0, sizeOf(path) == kFolder, {}};
   if (!root.isFolder) {
     root.size = sizeOf(path).value_or(0);
     return extensionOf(path) == fileType ? std::optional(root) : std::nullopt;
@@ -101,10 +101,7 @@ void addAudio(test::TestFileManager& files) {
 
 void Rules::told(const std::shared_ptr<Device>& device, bool inserted) {
   const auto hasNode = [&](const Player& player) { return player.device->node == device->node; };
-  if (inserted && !isPlayer(*device)) {
-    return;
-  }
-  if (!inserted && !isNamedAsPlayer(*device)) {
+  if (inserted ? !isPlayer(*device) : !isNamedAsPlayer(*device)) {
     return;
   }
   ++records;
@@ -112,7 +109,7 @@ void Rules::told(const std::shared_ptr<Device>& device, bool inserted) {
   if (!inserted) {
     std::erase_if(players, hasNode);
   } else if (std::none_of(players.begin(), players.end(), hasNode)) {
-    players.push_back({device, "", device->medium->size, false, false});
+    players.push_back({device, device->medium->size, false, false});
   }
 }
 
@@ -173,15 +170,15 @@ void Rules::cancel() {
   }
 }
 
-bool Rules::ok(const std::string& userName, const std::string& password) {
+void Rules::ok(const std::string& userName, const std::string& password) {
   if (state != State::kAsking) {
-    return false;
+    return;
   }
   bar = 0;
   if (userName.empty() || password.empty()) {
     state = State::kRefused;
     alertText = "You'v entered invalid password.";
-    return true;
+    return;
   }
   state = State::kRunning;
   ++runs;
@@ -193,7 +190,6 @@ bool Rules::ok(const std::string& userName, const std::string& password) {
       player.wasInRun = true;
     }
   }
-  return true;
 }
 
 void Rules::report(Machine& machine) {
@@ -206,8 +202,7 @@ void Rules::report(Machine& machine) {
   bool reported = false;
   for (const auto& device : inRun) {
     const TaskFacts& facts = machine.factsOf(device->node);
-    const bool isComplete =
-        facts.openAsked && (facts.opened ? facts.proven && facts.complete : nodes == 0);
+    const bool isComplete = facts.openAsked && (facts.opened ? facts.complete : nodes == 0);
     if (!isComplete) {
       alertText += "\nPlayer " + device->node + " Failed in process";
     }

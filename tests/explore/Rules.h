@@ -15,7 +15,6 @@ namespace fillstation::explore {
 // One chosen root as the rules see it. A plain value.
 struct Root {
   std::string path;
-  std::string name;
   std::int64_t size = 0;
   bool isFolder = true;
   std::map<std::string, std::string> content;  // below the root: path and source, "" for a folder
@@ -67,7 +66,6 @@ class Rules {
 
   struct Player {
     std::shared_ptr<Device> device;
-    std::string name;
     std::int64_t size = 0;
     bool ticked = false;
     bool wasInRun = false;  // its name has been read anew
@@ -82,8 +80,7 @@ class Rules {
   void remove(const std::set<std::size_t>& rows);
   void start();
   void cancel();
-  // True when an alert or a run follows.
-  bool ok(const std::string& userName, const std::string& password);
+  void ok(const std::string& userName, const std::string& password);
   void report(Machine& machine);
   void dismiss();
   void relaunch();

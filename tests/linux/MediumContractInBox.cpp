@@ -54,7 +54,7 @@ std::string answerTo(const std::string& request) {
 QJsonValue askHand(const std::string& operation, const QJsonArray& arguments,
                    const QJsonObject& named = {}) {
   const QJsonObject request{
-      {"id", 0}, {"op", QString::fromStdString(operation)}, {"args", arguments}, {"named", named}};
+      {"op", QString::fromStdString(operation)}, {"args", arguments}, {"named", named}};
   const QByteArray line = QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n';
   const std::string answer = answerTo(line.toStdString());
   const QJsonObject read = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();

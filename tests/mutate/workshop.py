@@ -8,7 +8,7 @@ import shutil
 import signal
 import subprocess
 import time
-from dataclasses import asdict, dataclass, field
+from dataclasses import dataclass, field
 from pathlib import Path
 
 NOT_COPIED = {".git", "build", "demo-out"}  # of the root
@@ -95,11 +95,6 @@ class Program:
     folder: str  # relative to the build folder
     calls: list  # lists of arguments
     executables: list = field(default_factory=list)  # itself and what it may start, like path
-    seconds: float = 0
-    kills: dict = field(default_factory=dict)  # source file -> how often it caught a mutation
-
-    def adopt(self, measured):
-        self.seconds, self.kills = measured.seconds, measured.kills
 
 
 @dataclass
@@ -113,15 +108,13 @@ class Result:
         by = f" by {self.by}" if self.by else ""
         return f"{self.outcome}{by} ({self.seconds:.1f} s): {self.point.describe()}"
 
-    def as_dict(self):
-        return {**asdict(self.point), "outcome": self.outcome, "by": self.by,
-                "seconds": round(self.seconds, 1)}
-
 
 class Workshop:
-    """One worker's tree and build. One thread at a time."""
+    """One worker's tree and build. One thread at a time. Shared with the others: how many seconds a
+    program takes, by its path, and how often it caught a mutation, by that and the source file."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, seconds, kills):
+        self.seconds, self.kills = seconds, kills
         self.tree = folder / "tree"
         self.build = folder / "build"
         self.pristine = folder / "pristine"
@@ -133,8 +126,9 @@ class Workshop:
 
     def prepare(self, root):
         """Copies the tree and builds everything, with what the compiler cache knows of it."""
-        copy_changes(root, self.tree, NOT_COPIED)
-        self.temporary.mkdir(parents=True, exist_ok=True)
+        shutil.copytree(root, self.tree, symlinks=True, ignore=lambda folder, names:
+                        NOT_COPIED if Path(folder) == root else ())
+        self.temporary.mkdir()
         linker = next((name for name in ("mold", "lld") if shutil.which(f"ld.{name}")), "")
         command = [*CONFIGURE, "-S", str(self.tree), "-B", str(self.build)]
         if linker:
@@ -149,7 +143,6 @@ class Workshop:
 
     def keep(self):
         """Everything that a mutation changes in the build is brought back from this copy."""
-        shutil.rmtree(self.pristine, ignore_errors=True)
         shutil.copytree(self.build, self.pristine, symlinks=True)
 
     def end_processes(self):
@@ -199,8 +192,7 @@ class Workshop:
         failed = self._test(program, 600)
         if failed:
             raise SystemExit(f"Fails without a mutation: {program.path} {failed[1]}")
-        program.seconds = time.monotonic() - started
-        return program
+        self.seconds[program.path] = time.monotonic() - started
 
     # --- one mutation
 
@@ -221,16 +213,16 @@ class Workshop:
 
     def _judge(self, point):
         """Program by program: those that caught a mutation of this file before, then the quick."""
-        for program in sorted(
-                self.programs, key=lambda each: (-each.kills.get(point.path, 0), each.seconds)):
+        for program in sorted(self.programs, key=lambda each: (
+                -self.kills[each.path, point.path], self.seconds[each.path])):
             status, _ = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)
             if status != 0:
                 return "unbuildable", ""
             if not self._is_changed(program):
                 continue
-            failed = self._test(program, program.seconds * SLOWEST + 10)
+            failed = self._test(program, self.seconds[program.path] * SLOWEST + 10)
             if failed:
-                program.kills[point.path] = program.kills.get(point.path, 0) + 1
+                self.kills[program.path, point.path] += 1
                 return failed[0], f"{Path(program.path).name} {failed[1]}".strip()
         return "survived", ""
 
@@ -279,19 +271,3 @@ def _bring_back(used, kept):
 def mutated(text, point):
     assert text[point.start : point.end] == point.before, point
     return text[: point.start] + point.after + text[point.end :]
-
-
-def copy_changes(source, target, left_out=()):
-    """Makes target a copy of the tree, leaving alone what is the same already."""
-    target.mkdir(parents=True, exist_ok=True)
-    present = {entry.name for entry in source.iterdir() if entry.name not in left_out}
-    for entry in target.iterdir():
-        if entry.name not in present:
-            shutil.rmtree(entry) if entry.is_dir() else entry.unlink()
-    for name in present:
-        old, new = source / name, target / name
-        if old.is_dir():
-            copy_changes(old, new)
-        elif not new.exists() or new.read_bytes() != old.read_bytes():
-            shutil.copy2(old, new)
-            os.utime(new)

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -19,7 +20,7 @@
 #include "ModalSession.h"
 #include "PolkitScriptRunner.h"
 #include "QtMainThread.h"
-#include "RealSourceFiles.h"
+#include "StepHooks.h"
 #include "WindowSet.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
@@ -37,8 +38,10 @@
 //   dismiss              -> "dismissed" when the alert is gone and the window can be used
 //   close                no answer: closes the window
 //
-// A run stays at the STEP (see heldStep), and "held" tells when it is there. With an AGENT the two
-// commands are run by it, authenticated by polkit, and the log is the journal. Pauses take a
+// A run stays at the STEP for good, as a device that never answers would have it stay, and "held"
+// tells when it is there: "authentication", "unmount", "mount", "copy" (of the second file),
+// "flush", "readback", or none. Commands are held outside, by fakes of the tools. With an AGENT the
+// two commands are run by it, authenticated by polkit, and the log is the journal. Pauses take a
 // thousandth of a second.
 namespace fillstation::test {
 namespace {
@@ -51,106 +54,37 @@ void tell(const std::string& text) {
   sendText(kSocket, text);
 }
 
-// The step of the run at which ports stay for good, as a device that never answers would have them
-// stay: "authentication", "unmount", "mount", "copy" (of the second file), "flush" or "readback".
-// Commands are held outside, by what stands in for the tools. Any thread.
-std::string heldStep;
-
-// Tells and answers true when this is the step.
-bool isHeld(const char* step) {
-  if (heldStep == step) {
+// The hooks that keep a run at this step for good.
+StepHooks hooksFor(const std::string& held) {
+  using Kind = Step::Kind;
+  static const std::map<std::string, Kind> kinds{
+      {"authentication", Kind::kWipe}, {"unmount", Kind::kUnmount}, {"mount", Kind::kMount},
+      {"copy", Kind::kCopy},           {"flush", Kind::kFlush},     {"readback", Kind::kReadBack}};
+  const auto found = kinds.find(held);
+  if (found == kinds.end()) {
+    return {};
+  }
+  const Kind kind = found->second;
+  const auto isHeld = [kind](const Step& step) {
+    thread_local int copies = 0;
+    if (step.kind != kind || (kind == Kind::kCopy && ++copies < 2)) {
+      return false;
+    }
     tell("held");
     return true;
+  };
+  StepHooks hooks;
+  if (kind == Kind::kMount || kind == Kind::kUnmount) {
+    hooks.isLost = isHeld;
+  } else {
+    hooks.before = [isHeld](const Step& step) {
+      while (isHeld(step)) {
+        ::pause();
+      }
+    };
   }
-  return false;
+  return hooks;
 }
-
-// Doesn't return when this is the step.
-void holdAt(const char* step) {
-  while (isHeld(step)) {
-    ::pause();
-  }
-}
-
-class HeldRunner : public ScriptRunner {
- public:
-  explicit HeldRunner(ScriptRunner& runner) : runner_(runner) {}
-
-  ScriptOutcome run(std::string_view source, const DiskIdentity& target) override {
-    holdAt("authentication");
-    return runner_.run(source, target);
-  }
-
- private:
-  ScriptRunner& runner_;
-};
-
-// Requests that are held are never completed.
-class HeldSession : public DiskSession {
- public:
-  explicit HeldSession(std::shared_ptr<DiskSession> session) : session_(std::move(session)) {}
-
-  std::shared_ptr<Disk> diskFromName(std::string_view name) override {
-    return session_->diskFromName(name);
-  }
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    if (!isHeld("mount")) {
-      session_->mount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-               Completion completion) override {
-    if (!isHeld("unmount")) {
-      session_->unmount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    session_->eject(std::move(disk), expected, std::move(completion));
-  }
-
- private:
-  std::shared_ptr<DiskSession> session_;
-};
-
-class HeldVolume : public Volume {
- public:
-  explicit HeldVolume(std::shared_ptr<Volume> volume) : volume_(std::move(volume)) {}
-
-  bool createDirectory(const std::string& destination) override {
-    return volume_->createDirectory(destination);
-  }
-  bool copyItem(const std::string& source, const std::string& destination) override {
-    if (++copies_ == 2) {
-      holdAt("copy");
-    }
-    return volume_->copyItem(source, destination);
-  }
-  bool flush() override {
-    holdAt("flush");
-    return volume_->flush();
-  }
-  bool readBack(const CopiedItems& items) override {
-    holdAt("readback");
-    return volume_->readBack(items);
-  }
-
- private:
-  std::shared_ptr<Volume> volume_;
-  int copies_ = 0;
-};
-
-class HeldFiles : public RealSourceFiles {
- public:
-  using RealSourceFiles::RealSourceFiles;
-
-  std::shared_ptr<Volume> openVolume(const std::string& mountPath,
-                                     const DiskIdentity& owner) override {
-    auto volume = real().openVolume(mountPath, owner);
-    return volume ? std::make_shared<HeldVolume>(std::move(volume)) : nullptr;
-  }
-};
 
 std::string next() {
   auto text = receiveText(kSocket);
@@ -172,29 +106,23 @@ struct Ports {
   Ports(Platform& ports, StopSource& stop, QtMainThread& mainThread, char** words)
       : clock(stop),
         bench(words[1], {stop, mainThread, clock, *ports.workers,
-                         words[3] != nullptr ? journal : *ports.systemLog}) {
-    heldStep = words[2];
+                         words[3] != nullptr ? journal : *ports.systemLog}),
+        hooks(hooksFor(words[2])) {
     bench.installInto(ports);
     if (words[3] != nullptr) {
       polkit = std::make_unique<PolkitScriptRunner>(
           words[3], [](const DiskIdentity&) { return 1; }, [](const DiskIdentity&) {});
       ports.scriptRunner = polkit.get();
     }
-    runner = std::make_unique<HeldRunner>(*ports.scriptRunner);
-    files = std::make_unique<HeldFiles>(*ports.fileManager);
-    ports.scriptRunner = runner.get();
-    ports.fileManager = files.get();
-    ports.createDiskSession = [create = ports.createDiskSession] {
-      return std::make_shared<HeldSession>(create());
-    };
+    hooked = installHooks(hooks, ports);
   }
 
   QuickClock clock;
   JournalLog journal;
   Bench bench;
   std::unique_ptr<PolkitScriptRunner> polkit;
-  std::unique_ptr<HeldRunner> runner;
-  std::unique_ptr<HeldFiles> files;
+  const StepHooks hooks;
+  std::shared_ptr<void> hooked;
 };
 
 Alert* alert() {

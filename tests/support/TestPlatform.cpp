@@ -33,7 +33,7 @@ bool TestMainThread::runAndWait(const std::function<void()>& callable) {
   std::unique_lock guard(state->lock);
   while (
       !state->done.wait_for(guard, std::chrono::milliseconds(5), [&] { return state->finished; })) {
-    if (hasEnded() && !state->begun) {
+    if (ended_ && !state->begun) {
       state->withdrawn = true;
       return false;
     }
@@ -87,24 +87,13 @@ void TestMainThread::runUntil(const std::function<bool()>& done) {
   }
 }
 
-bool TestMainThread::hasEnded() {
-  const std::scoped_lock guard(lock_);
-  return ended_;
-}
-
-void TestMainThread::end() {
-  const std::scoped_lock guard(lock_);
-  ended_ = true;
-}
-
 bool TestClock::sleep(std::chrono::microseconds duration) {
   std::size_t number = 0;
-  bool ended = false;
+  const bool ended = ended_;
   {
     const std::scoped_lock guard(lock_);
     sleeps_.push_back(duration.count());
     number = sleeps_.size();
-    ended = ended_;
   }
   if (onSleep) {
     onSleep(number);
@@ -122,11 +111,6 @@ bool TestClock::sleep(std::chrono::microseconds duration) {
 std::vector<std::int64_t> TestClock::sleeps() const {
   const std::scoped_lock guard(lock_);
   return sleeps_;
-}
-
-void TestClock::end() {
-  const std::scoped_lock guard(lock_);
-  ended_ = true;
 }
 
 void TestLog::write(std::string_view text) {
@@ -155,16 +139,6 @@ void TestWorkers::spawn(std::function<void()> body) {
   threads_.emplace_back(std::move(body));
 }
 
-bool TestWorkers::stopping() const {
-  const std::scoped_lock guard(lock_);
-  return stopping_;
-}
-
-void TestWorkers::stop() {
-  const std::scoped_lock guard(lock_);
-  stopping_ = true;
-}
-
 void TestWorkers::join() {
   std::vector<std::thread> threads;
   {
@@ -174,11 +148,6 @@ void TestWorkers::join() {
   for (auto& thread : threads) {
     thread.join();
   }
-}
-
-std::size_t TestWorkers::spawned() const {
-  const std::scoped_lock guard(lock_);
-  return spawned_;
 }
 
 std::optional<DiskDescription> TestDisk::copyDescription() {
@@ -205,21 +174,6 @@ std::shared_ptr<Disk> TestDiskSession::diskFromName(std::string_view name) {
   disks_.namesAsked.emplace_back(name);
   const auto found = disks_.byName.find(bare);
   return found == disks_.byName.end() ? nullptr : found->second;
-}
-
-void TestDiskSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                            Completion completion) {
-  request("mount", std::move(disk), expected, std::move(completion));
-}
-
-void TestDiskSession::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                              Completion completion) {
-  request("unmount", std::move(disk), expected, std::move(completion));
-}
-
-void TestDiskSession::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                            Completion completion) {
-  request("eject", std::move(disk), expected, std::move(completion));
 }
 
 void TestDiskSession::request(std::string kind, std::shared_ptr<Disk> disk,

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Platform.h"
@@ -35,17 +36,15 @@ class TestMainThread : public MainThread {
   // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.
   void runUntil(const std::function<bool()>& done);
   // From now on hand-overs return undelivered.
-  void end();
+  void end() { ended_ = true; }
   bool isHere() const { return std::this_thread::get_id() == main_; }
 
  private:
-  bool hasEnded();
-
   const std::thread::id main_ = std::this_thread::get_id();
   std::mutex lock_;
   std::condition_variable changed_;
   std::deque<std::function<void()>> queue_;
-  bool ended_ = false;
+  std::atomic<bool> ended_ = false;
 };
 
 // Never really sleeps. On a worker a sleep lets the main thread work off what was queued before it,
@@ -60,13 +59,13 @@ class TestClock : public Clock {
   // Called at each sleep with its number, the first being 1, on the sleeping thread.
   std::function<void(std::size_t)> onSleep;
   // From now on sleeps return false.
-  void end();
+  void end() { ended_ = true; }
 
  private:
   TestMainThread& mainThread_;
   mutable std::mutex lock_;
   std::vector<std::int64_t> sleeps_;
-  bool ended_ = false;
+  std::atomic<bool> ended_ = false;
 };
 
 class TestLog : public SystemLog {
@@ -87,16 +86,16 @@ class TestWorkers : public Workers {
  public:
   ~TestWorkers() override { join(); }
   void spawn(std::function<void()> body) override;
-  bool stopping() const override;
-  void stop();
+  bool stopping() const override { return stopping_; }
+  void stop() { stopping_ = true; }
   void join();
-  std::size_t spawned() const;
+  std::size_t spawned() const { return spawned_; }
 
  private:
-  mutable std::mutex lock_;
+  std::mutex lock_;
   std::vector<std::thread> threads_;
-  std::size_t spawned_ = 0;
-  bool stopping_ = false;
+  std::atomic<std::size_t> spawned_ = 0;
+  std::atomic<bool> stopping_ = false;
 };
 
 // A disk that answers from a script: by default a description that never changes.
@@ -143,11 +142,17 @@ class TestDiskSession : public DiskSession {
       : disks_(disks), mainThread_(mainThread) {}
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
   void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
+             Completion completion) override {
+    request("mount", std::move(disk), expected, std::move(completion));
+  }
   void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-               Completion completion) override;
+               Completion completion) override {
+    request("unmount", std::move(disk), expected, std::move(completion));
+  }
   void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
+             Completion completion) override {
+    request("eject", std::move(disk), expected, std::move(completion));
+  }
 
  private:
   void request(std::string kind, std::shared_ptr<Disk> disk, const DiskIdentity& expected,

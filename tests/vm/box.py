@@ -10,7 +10,7 @@ import machine
 import snapshot
 from waiting import expect_equal, until
 
-HOME = "/home/player"
+BOOK = "/home/player/Audio Book"
 ADMIN, ADMIN_PASSWORD = "admin", "open sesame"
 PLAYER, PLAYER_PASSWORD = "player", "players own"
 
@@ -84,11 +84,17 @@ class Box:
         """Runs a shell command in the user's session: its status, out and err."""
         return self.session("run", ["sh", "-c", command], timeout, timeout=timeout)
 
-    def player(self, name, plug=True, port=None, content=None, **traits):
-        """Makes a player and plugs it in. content: see contents.fill; traits: see gadgets.add."""
+    def player(self, name, port=None, content=None, **traits):
+        """Makes a player and plugs it in; its port. content: see contents.fill; traits: see gadgets.add."""
         self.call("fill", name, **({"system": "fat32"} if content is None else content))
         self.call("add", name, **traits)
-        return self.call("plug", name, port) if plug else None
+        return self.call("plug", name, port)
+
+    def players(self, traits):
+        """Plugs in players by their names and traits; their disks."""
+        for name, each in traits.items():
+            self.player(name, **each)
+        return {name: self.disk(name) for name in traits}
 
     def disk(self, name, seconds=30):
         """The disk of a plugged player (sda, ...), once udev knows it."""

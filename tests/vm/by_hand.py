@@ -1,8 +1,7 @@
-"""Opens the box for a person: a few players are plugged in, and the program runs."""
+"""Opens the box for a person: a few players are plugged in, and the program of that folder runs."""
 
-import argparse
-import pathlib
 import shutil
+import sys
 
 import image
 from box import ADMIN, ADMIN_PASSWORD, Box
@@ -10,39 +9,28 @@ from flows import Operator
 from scenario import BOOK, make_book
 
 OUT = image.CACHE / "by-hand"
+PLAYERS = ("PLAYER1", "PLAYER2", "PLAYER3", "PLAYER4")
+PORT = 5901
+DEVICES = ["-device", "virtio-net-pci,netdev=look",
+           "-netdev", f"user,id=look,restrict=on,hostfwd=tcp:127.0.0.1:{PORT}-10.0.2.15:5900"]
 NETWORK = "ip link set eth0 up; ip address add 10.0.2.15/24 dev eth0"
-SERVER = "x11vnc -quiet -forever -shared -noxdamage -localhost -nopw -bg"
+SERVER = "x11vnc -quiet -forever -shared -noxdamage -nopw -bg"
 
 
-def _arguments():
-    parser = argparse.ArgumentParser(prog="tests/vm/look", description=__doc__)
-    parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
-    parser.add_argument("--players", type=int, default=4, help="how many players (default: 4)")
-    parser.add_argument("--port", type=int, default=5901, help="where VNC listens (default: 5901)")
-    parser.add_argument("--screenshot", action="store_true", help="take a picture and leave")
-    return parser.parse_args()
-
-
-def _network(port):
-    forward = f"hostfwd=tcp:127.0.0.1:{port}-10.0.2.15:5900"
-    return ["-netdev", f"user,id=look,restrict=on,{forward}", "-device", "virtio-net-pci,netdev=look"]
-
-
-def _furnish(box, players):
-    """Players, an audio book and the program's window."""
+def _furnish(box):
+    """Players, an audio book and the program's window, ready for Start; a picture of it."""
     make_book(box)
-    for number in range(1, players + 1):
-        box.player(f"player{number}", content={"system": "fat32", "label": f"PLAYER{number}"})
+    box.players({name: {"content": {"system": "fat32", "label": name}} for name in PLAYERS})
     person = Operator(box)
     person.open()
-    person.wait_for_players(players, 120)
-    return person
+    person.prepare(len(PLAYERS))
+    print(f"vm: {box.picture('window')}")
 
 
-def _let_in(box, port):
+def _let_in(box):
     box.root(NETWORK.replace("eth0", box.root("ls /sys/class/net | grep -v lo").strip()))
-    box.user(SERVER.replace("-localhost ", ""))
-    print(f"vm: The desktop: a VNC viewer at 127.0.0.1:{port}")
+    box.user(SERVER)
+    print(f"vm: The desktop: a VNC viewer at 127.0.0.1:{PORT}")
     print(f"vm: The administrator: {ADMIN}, with the password: {ADMIN_PASSWORD}")
     print(f"vm: An audio book: {BOOK}")
     print("vm: Ctrl+C closes the box", flush=True)
@@ -50,18 +38,12 @@ def _let_in(box, port):
 
 
 def main():
-    arguments = _arguments()
     shutil.rmtree(OUT, ignore_errors=True)
-    box = Box(arguments.program, OUT, [] if arguments.screenshot else _network(arguments.port))
+    box = Box(sys.argv[1], OUT, DEVICES)
     try:
         box.wait_for_session()
-        person = _furnish(box, arguments.players)
-        if arguments.screenshot:
-            person.add_folder(BOOK)
-            person.click("All")
-            print(f"vm: {box.picture('window')}")
-        else:
-            _let_in(box, arguments.port)
+        _furnish(box)
+        _let_in(box)
     except KeyboardInterrupt:
         pass
     finally:

@@ -84,11 +84,7 @@ class FaultRun:
         disks = {self._players[name] for name in self.whole()}
         self._person.tick(*(set(self._person.ticked()) - disks))
         until(lambda: set(self._person.ticked()) == disks, 30, "the players that are whole are ticked")
-        self._person.eject(120)
-        leaving = disks - {self._players[name] for name in staying}
-        until(lambda: not leaving & set(self._box.disks()), 60, "the players are off")
-        for name in self.whole():
-            self._box.expect_prepared(name, self._book)
+        self._person.eject_filled(self._book, self.whole(), staying)
 
     def changed(self):
         """How many bytes of the foreign disks are others than before."""

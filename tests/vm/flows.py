@@ -1,11 +1,15 @@
-"""What an operator does with the window, step by step, in the words of the window."""
+"""The program in the box, used as a person uses it: looked at, clicked, typed into; and what an operator
+does with its window, step by step, in the words of the window."""
 
 import collections
+import shlex
 
-from box import ADMIN, ADMIN_PASSWORD
+from box import ADMIN, ADMIN_PASSWORD, BOOK
 from waiting import expect, expect_equal, until
-from window import BUTTON, Window
 
+PROGRAM = "fillstation"
+ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"}
+BUTTON = "push button"
 COMPLETED = "Process Completed."
 TICK, LABEL, ALERT = "check box", "label", "alert message"
 PORT = " · USB "
@@ -27,8 +31,108 @@ def failed(*disks):
     return COMPLETED + "".join(f"\nPlayer /dev/{disk} Failed in process" for disk in disks)
 
 
-class Operator(Window):
-    """A person in front of the program's window."""
+def walk(node):
+    """The node and everything below it."""
+    yield node
+    for child in node["children"]:
+        yield from walk(child)
+
+
+class Operator:
+    """A person in front of the program's window. The names of its controls are those that a person reads."""
+
+    def __init__(self, box):
+        self._box = box
+        self.process = None
+        self.listen_anew()
+
+    def listen_anew(self):
+        """What has been said so far is forgotten."""
+        self.journal_start = self._box.call("journal_cursor")
+
+    def open(self, entry=None):
+        """Starts the program: the one that the box was given, or that of a desktop entry."""
+        command = self._box.session("command_of", entry) if entry else [f"/box/in/bin/{PROGRAM}"]
+        self.process = self._box.session("start", PROGRAM, command, ENVIRONMENT)
+        self._box.person = self
+        until(self.is_in_front, 60, "the window is in front")
+
+    def stop(self):
+        """Ends the program; returns its exit status."""
+        return self._box.session("stop", PROGRAM)
+
+    def status(self):
+        return self._box.session("status", PROGRAM)
+
+    def output(self):
+        """Standard output and standard error so far."""
+        return self._box.session("output", PROGRAM)
+
+    def journal(self):
+        """The texts of the program in the journal since its start."""
+        rows = self._box.call("journal_since", self.journal_start)
+        return [text for name, text in rows if name == PROGRAM]
+
+    def windows(self, roles=None):
+        """The visible windows. roles: of those to look into, since that takes time from the program."""
+        for root in self._box.session("tree", PROGRAM, roles):
+            yield from (node for node in [root] if "showing" in node["states"])
+
+    def nodes(self, role=None, name=None):
+        """All visible things of that role and name, the window that is in front last."""
+        for window in self.windows():
+            for node in walk(window):
+                fits = role in (None, node["role"]) and name in (None, node["name"])
+                if fits and "showing" in node["states"]:
+                    yield node
+
+    def find(self, role, name=None, seconds=60):
+        found = until(lambda: list(self.nodes(role, name)), seconds, f"a {role} {name or ''}")
+        return found[-1]
+
+    def shows(self, button):
+        return any(True for _ in self.nodes(BUTTON, button))
+
+    def is_in_front(self):
+        return any("active" in window["states"] for window in self.windows([]))
+
+    def has_focus(self, role, name):
+        return any("focused" in node["states"] for node in self.nodes(role, name))
+
+    def is_enabled(self, button):
+        return "enabled" in self.find(BUTTON, button)["states"]
+
+    def click_at(self, node, button=1):
+        x, y, width, height = self._box.session("place_of", node["id"])
+        where = f"{x + min(width // 2, 30)} {y + height // 2}"
+        self._hands(f"mousemove {where} click {button}")
+
+    def click(self, name, role=BUTTON):
+        self.click_at(self.find(role, name))
+
+    def type(self, text):
+        self._hands(f"type --delay 15 -- {shlex.quote(text)}")
+
+    def key(self, *names):
+        self._hands(f"key --delay 30 {' '.join(names)}")
+
+    def _hands(self, action):
+        done = self._box.user(f"xdotool {action}")
+        expect_equal(done["status"], 0, f"xdotool {action}: {done['err']}")
+
+    def fill_in(self, node, text):
+        """Puts the text into a field instead of what is there."""
+        self.click_at(node)
+        self.key("ctrl+a", "BackSpace")
+        if text:
+            self.type(text)
+
+    def minimize(self):
+        self._hands("getactivewindow windowminimize")
+
+    def enlarge(self):
+        """Makes the window as large as the screen."""
+        self._hands("getactivewindow windowmove 0 0 windowsize --sync 100% 100%")
 
     def players(self):
         """The player list from the top: each player's disk, name and tick."""
@@ -46,6 +150,13 @@ class Operator(Window):
         """Waits until the list has that many players; returns their disks."""
         until(lambda: len(self.players()) == count, seconds, f"{count} players in the list")
         return self.disks()
+
+    def prepare(self, count, seconds=120):
+        """Every player is listed and ticked, and the book chosen."""
+        self.wait_for_players(count, seconds)
+        self.add_folder(BOOK)
+        self.click("All")
+        until(lambda: len(self.ticked()) == count, 30, "every player is ticked")
 
     def disks(self):
         return [player.disk for player in self.players()]
@@ -127,6 +238,14 @@ class Operator(Window):
         left = [player.disk for player in self.players() if not player.ticked]
         self.click("Eject")
         until(lambda: self.disks() == left, seconds, "the ejected players have left the list")
+
+    def eject_filled(self, book, names, staying=()):
+        """Ejects the ticked players; but for some they go off the USB. All hold the book and nothing else."""
+        disks = {self._box.disk(name) for name in names if name not in staying}
+        self.eject(120)
+        until(lambda: not disks & set(self._box.disks()), 60, "the ejected players are off")
+        for name in names:
+            self._box.expect_prepared(name, book)
 
     def expect_log(self, **counts):
         """Texts of the log and how often each must be there; the journal and standard error agree."""

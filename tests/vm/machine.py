@@ -60,7 +60,6 @@ class Machine:
         base, form = (snapshot / "root", "qcow2") if snapshot else (image / "root.ext4", "raw")
         overlay = ["-f", "qcow2", "-b", str(base), "-F", form, str(self._folder / "root")]
         subprocess.run(["qemu-img", "create", "-q", *overlay], check=True)
-        self._number = 0
         memory = snapshot and f"exec:cat {shlex.quote(str(snapshot / 'memory'))}"
         self._begin(["-incoming", memory] if memory else [])
 
@@ -132,8 +131,7 @@ class Machine:
         if self._link is None:
             self._link = self._connected("helper")
             self._lines = self._link.makefile("rb")
-        self._number += 1
-        request = {"id": self._number, "op": op, "args": args, "named": named}
+        request = {"op": op, "args": args, "named": named}
         self._link.settimeout(timeout)
         self._link.sendall(json.dumps(request).encode() + b"\n")
         answer = json.loads(self._lines.readline())

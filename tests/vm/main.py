@@ -104,7 +104,8 @@ def main():
     attempt = functools.partial(_attempt, program=arguments.program, extras=extras)
     with concurrent.futures.ThreadPoolExecutor(arguments.boxes) as boxes:
         rows = list(boxes.map(attempt, scenarios))
-    outcomes.write(seen for row in rows for seen in row.seen)
+    tables = outcomes.tables([seen for row in rows for seen in row.seen])
+    (OUT / "outcomes.md").write_text(tables, encoding="utf-8")
     width = max(len(each.name) for each in scenarios)
     for row in rows:
         print(f"{row.name:<{width}}  {row.outcome:<7}  {row.seconds:6.0f} s")

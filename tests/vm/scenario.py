@@ -3,11 +3,16 @@
 import collections
 import contextlib
 
+from box import BOOK
 from flows import Operator
 
 Scenario = collections.namedtuple("Scenario", "name run short")
 SCENARIOS = []
-BOOK = "/home/player/Audio Book"
+SLOW = {"speed": "full-speed"}
+FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
+PHOTOS = {"system": "ext4", "label": "photos"}
+TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}, **SLOW}
+PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 
 
 def scenario(function):

@@ -1,18 +1,18 @@
 """Every way out in the middle of a run: nothing hangs or goes on writing, and the next start works."""
 
+import collections
 import time
 
+from box import Box
 from faultrun import FaultRun
 from flows import COMPLETED, Operator
 from outcomes import Exit
-from scenario import BOOK, make_book, scenario
+from scenario import FOREIGN, PASSWORD_CHECK, PHOTOS, make_book, scenario
 from waiting import expect, expect_equal, until
 
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
 PLAYERS = ("one", "two", "three", "four")
 EARLY = "in unmount, authentication and mount"
 LATE = "in wipe, format, copy and final flush"
-PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 PRIVILEGED = ("fillstation-age", "pkexec", "dd", "mkfs.fat")
 CRASHES = "journalctl -k -b -o cat | grep -E 'segfault|general protection' || true"
 
@@ -24,11 +24,9 @@ class Leaving:
         self.box = box
         self.held, self.stalled = [], []
         self.book = make_book(box, chapters=1, tracks=5, track_kb=4096, coda=True)
-        self._content = {"shelf": {"kind": shelf, "size_mb": 80}}
-        box.player("foreign", content={"system": "ext4", "label": "photos", **self._content}, **FOREIGN)
-        for name in PLAYERS:
-            box.player(name, content={"system": "fat32", **self._content})
-        self.disks = {name: box.disk(name) for name in PLAYERS}
+        content = {"shelf": {"kind": shelf, "size_mb": 80}}
+        box.player("foreign", content={**PHOTOS, **content}, **FOREIGN)
+        self.disks = box.players(dict.fromkeys(PLAYERS, {"content": {"system": "fat32", **content}}))
         self.foreign = box.call("digest", "foreign")
         box.root("sync")
 
@@ -36,9 +34,7 @@ class Leaving:
         """A fresh window, up to the filled-in credentials."""
         person = Operator(self.box)
         person.open()
-        person.wait_for_players(len(PLAYERS), 300)
-        person.add_folder(BOOK)
-        person.click("All")
+        person.prepare(len(PLAYERS), 300)
         person.ask()
         return person
 
@@ -91,7 +87,7 @@ class Leaving:
         if self.stalled:
             time.sleep(1)  # everything stands still, and has to be left like that
             self._let_go()
-        status = way.status(self.box, person)
+        status = self._status(way, person)
         took = time.monotonic() - began
         self._let_go()
         way.afterwards(self.box)
@@ -100,6 +96,14 @@ class Leaving:
             self.box.call("await_none", name)
         self.box.call("await_no_holder", list(self.disks.values()))
         return f"ended after {took:.0f} s{status}", self._written_later()
+
+    def _status(self, way, person):
+        if way.status is None:
+            self.box.call("await_none", "fillstation")
+            return ""
+        until(lambda: person.status() is not None, 30, "the program has ended")
+        expect_equal(person.status(), way.status, "the status of the program")
+        return f", status {way.status}"
 
     def _let_go(self):
         """What has been held goes on."""
@@ -135,10 +139,6 @@ class Leaving:
         expect_equal(later, 0, "the players that have been written to some time after the end")
         return f"{later} of {len(PLAYERS)} players written to"
 
-    def expect_digests(self, digests):
-        for name, digest in digests.items():
-            expect_equal(self.box.call("digest", name), digest, f"the bytes of {name}")
-
     def record(self, way, step, ended, left, following):
         changed = self.box.call("digest", "foreign") != self.foreign
         row = Exit(f"{way.text} {step}", ended, left, following, "some" if changed else 0)
@@ -158,53 +158,24 @@ class Leaving:
         return f"{len(PLAYERS)} listed, {COMPLETED!r}, {len(PLAYERS)} complete"
 
 
-class Way:
-    """How a person, or the system, leaves the program."""
-
-    def __init__(self, text, leave, status):
-        self.text, self.leave, self.wanted = text, leave, status
-
-    def status(self, box, person):
-        until(lambda: person.status() is not None, 30, "the program has ended")
-        expect_equal(person.status(), self.wanted, "the status of the program")
-        return f", status {person.status()}"
-
-    def afterwards(self, box):
-        pass
-
-
-class LogOut(Way):
-    def __init__(self):
-        super().__init__("logging out", lambda box, person: box.log_out(), None)
-
-    def status(self, box, person):
-        box.call("await_none", "fillstation")
-        return ""
-
-    def afterwards(self, box):
-        box.wait_for_login()
-
-
-class DisplayGoes(LogOut):
-    """The X server ends, and with it the window; the user logs in again."""
-
-    def __init__(self):
-        Way.__init__(self, "an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1)
-
-    status = Way.status
-
-    def afterwards(self, box):
-        box.log_out()
-        super().afterwards(box)
+def _log_out_and_in(box):
+    box.log_out()
+    box.wait_for_login()
 
 
 def _signal(name):
     return lambda box, person: box.root(f"kill -{name} {person.process}")
 
 
+# How a person, or the system, leaves the program; its status, if somebody is left to be told of it; and
+# what has to be done before the next start.
+Way = collections.namedtuple("Way", "text leave status afterwards", defaults=(lambda box: None,))
 CLOSING = Way("closing the window", lambda box, person: person.key("alt+F4"), 0)
 TERMINATION = Way("SIGTERM", _signal("TERM"), 0)
 CRASH = Way("a crash (SIGKILL)", _signal("KILL"), -9)
+LOG_OUT = Way("logging out", lambda box, person: box.log_out(), None, Box.wait_for_login)
+DISPLAY_GOES = Way("an X server that goes", lambda box, person: box.root("pkill Xvfb"), 1, _log_out_and_in)
+POWER_CUT = Way("a power cut", None, None)
 
 
 def _leave_again_and_again(box, *ways):
@@ -217,7 +188,8 @@ def _leave_again_and_again(box, *ways):
         untouched = leaving.begin_early_steps(person, mounted)
         ended, left = leaving.leave(way, person)
         del untouched[mounted]  # UDisks2 takes it offline, as it was told
-        leaving.expect_digests(untouched)
+        for name, digest in untouched.items():
+            expect_equal(box.call("digest", name), digest, f"the bytes of {name}")
         person.expect_commands(4)
         rows.append((way, EARLY, ended, f"{left}, no command begun"))
 
@@ -238,12 +210,12 @@ def closed_and_terminated_in_the_middle_of_runs(box):
 
 @scenario
 def logged_out_and_crashed_in_the_middle_of_runs(box):
-    _leave_again_and_again(box, LogOut(), CRASH)
+    _leave_again_and_again(box, LOG_OUT, CRASH)
 
 
 @scenario
 def display_goes_in_the_middle_of_runs(box):
-    _leave_again_and_again(box, DisplayGoes())
+    _leave_again_and_again(box, DISPLAY_GOES)
 
 
 @scenario
@@ -255,5 +227,4 @@ def power_cut_in_the_middle_of_a_run(box):
     leaving.plug_in_again()
     left = [leaving.file_system(name) for name in PLAYERS]
     following = leaving.whole_run()
-    way = Way("a power cut", None, None)
-    leaving.record(way, LATE, "stopped with the machine", f"file systems: {', '.join(left)}", following)
+    leaving.record(POWER_CUT, LATE, "stopped with the machine", f"file systems: {', '.join(left)}", following)

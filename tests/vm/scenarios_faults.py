@@ -1,19 +1,17 @@
 """Many players in one run, and a fault for each of them; the others must not notice."""
 
+import contextlib
 import time
 
 from faultrun import FaultRun
 from flows import LOG
-from scenario import BOOK, make_book, operator, scenario, short_scenario, udev_held
+from scenario import FOREIGN, PHOTOS, SLOW, TWIN, make_book, operator, scenario, short_scenario, udev_held
 from waiting import expect, expect_equal, until
 
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk"}
 SHORT = {"chapters": 1, "tracks": 3}
 LONG = {"chapters": 2, "tracks": 5, "track_kb": 2048}
-SLOW = {"speed": "full-speed"}
 BLANK = {"content": {}}
 STALLING = {"content": {"system": "fat32", "shelf": {"kind": "ext4", "size_mb": 80}}}
-TWIN = {"serialnumber": "0000000000000001", "content": {"system": "fat32", "label": "TWIN"}, **SLOW}
 FAILING = {
     "full": {"content": {"size_mb": 18, "system": "fat32"}},
     "worn": {"content": {"system": "fat32", "shelf": {"kind": "tmpfs", "size_mb": 12}}},
@@ -46,21 +44,17 @@ BEGUN = "Beginning format operation.\n"
 
 def _plug(box, players):
     """Plugs in a foreign disk and these players."""
-    box.player("foreign", content={"system": "ext4", "label": "photos"}, **FOREIGN)
-    box.disk("foreign")
-    for name, traits in players.items():
-        box.player(name, **traits)
-    for name in players:
-        box.disk(name)
+    box.players({"foreign": {"content": PHOTOS, **FOREIGN}})
+    box.players(players)
 
 
-def _prepare(person, count):
-    """A person has ticked every player and chosen the book."""
-    person.enlarge()
-    person.wait_for_players(count, 120)
-    person.add_folder(BOOK)
-    person.click("All")
-    expect_equal(len(person.ticked()), count, "the ticked players")
+@contextlib.contextmanager
+def _run(box, book, names):
+    """A person with a run over these players and the book, up to the filled-in credentials."""
+    with operator(box) as person:
+        person.enlarge()
+        person.prepare(len(names))
+        yield person, FaultRun(box, person, book, names, ["foreign"])
 
 
 @scenario
@@ -69,9 +63,7 @@ def pulled_at_each_tenth_of_the_copy(box):
     tenths = {f"tenth{number}": number / 10 for number in range(10)}
     names = [*tenths, "flushing", "whole1", "whole2"]
     _plug(box, {**{name: {} for name in names}, "flushing": STALLING})
-    with operator(box) as person:
-        _prepare(person, len(names))
-        run = FaultRun(box, person, book, names, ["foreign"])
+    with _run(box, book, names) as (person, run):
         person.ask()
         total = sum(size for _, size, _ in book if size is not None)
         flushing = ["pull_in_flush", "flushing", run.disk("flushing"), total, 300]
@@ -97,9 +89,7 @@ def pulled_before_and_at_the_start(box):
     names = ["listed", "panel", "unseen", "unmounting", "whole"]
     _plug(box, {name: {} for name in names})
     box.mount(box.disk("unmounting"))
-    with operator(box) as person:
-        _prepare(person, len(names))
-        run = FaultRun(box, person, book, names, ["foreign"])
+    with _run(box, book, names) as (person, run):
         _pull(box, person, run, "listed")
         run.case("listed", "pulled while listed, before Start", named=False)
         person.ask()
@@ -129,9 +119,7 @@ def pulled_at_each_step_before_the_copy(box):
     late = ["formatted", "mounting", "whole"]
     players = {"wiping": STALLING, "wiped": {}, "formatting": STALLING}
     _plug(box, {**players, **{name: BLANK for name in late}})
-    with operator(box) as person:
-        _prepare(person, 6)
-        run = FaultRun(box, person, book, [*players, *late], ["foreign"])
+    with _run(box, book, [*players, *late]) as (person, run):
         person.ask()
         box.call("stall", "wiping")
         with udev_held(box):
@@ -170,9 +158,7 @@ def media_that_fail(box):
     box.user(f"echo kept > '{place}/kept.txt'; sync")
     box.session("start", "reader", ["tail", "-f", f"{place}/kept.txt"])
     box.call("write_file", MOUNT_RULE, REFUSE_MOUNT % box.disk("refused"))
-    with operator(box) as person:
-        _prepare(person, len(names))
-        run = FaultRun(box, person, book, names, ["foreign"])
+    with _run(box, book, names) as (person, run):
         person.ask()
         box.root("sync")
         run.bystander("held")
@@ -220,9 +206,7 @@ def _fill_liars(box, lies, **shape):
     media = {**{name: lie for name, (lie, _) in lies.items()}, "whole": ["drops", 1024 << 10]}
     _plug(box, {name: {"content": {"size_mb": 1024, "shelf": {"kind": "lying", "lie": lie}}}
                 for name, lie in media.items()})
-    with operator(box) as person:
-        _prepare(person, len(media))
-        run = FaultRun(box, person, book, media, ["foreign"])
+    with _run(box, book, media) as (person, run):
         person.ask()
         for name, (_, text) in lies.items():
             run.case(name, text)

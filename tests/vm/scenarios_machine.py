@@ -4,7 +4,7 @@ import time
 
 from faultrun import FaultRun
 from flows import Operator
-from scenario import BOOK, make_book, operator, scenario
+from scenario import make_book, operator, scenario
 from waiting import USUAL_LIMIT, expect_equal, until
 
 NAMES = ("one", "two", "three")
@@ -18,12 +18,8 @@ SYSTEM_BUS = "$(systemctl show --property MainPID --value dbus)"
 def _prepare(box, person, names=NAMES, **shape):
     """Every player is ticked, the book chosen, the credentials are filled in."""
     book = make_book(box, **shape)
-    for name in names:
-        box.player(name, **APART)
-        box.disk(name)
-    person.wait_for_players(len(names), 120)
-    person.add_folder(BOOK)
-    person.click("All")
+    box.players(dict.fromkeys(names, APART))
+    person.prepare(len(names))
     run = FaultRun(box, person, book, names)
     person.ask()
     return run

@@ -53,10 +53,8 @@ def _plug(box):
     """Two players and two strangers while an automounter runs; the players' disks."""
     box.call("write_file", "/tmp/udiskie.yml", AUTOMOUNTER)
     box.session("start", "udiskie", "udiskie --no-tray --no-notify -c /tmp/udiskie.yml".split())
-    for name, traits in {**PLAYERS, **STRANGERS}.items():
-        box.player(name, **traits)
-    strangers = {box.disk(name) for name in STRANGERS}
-    disks = [box.disk(name) for name in PLAYERS]
+    disks = list(box.players(PLAYERS).values())
+    strangers = set(box.players(STRANGERS).values())
     until(lambda: strangers <= set(box.mounted()), 60, "the strangers have been mounted")
     for disk in disks:
         _expect_rule(box, disk, True)
@@ -68,14 +66,10 @@ def _plug(box):
     return disks
 
 
-def _options(box, node):
-    return box.root(f"findmnt -no OPTIONS --source {node}").strip().split(",")
-
-
 def _expect_mounts_without_flush(box, disks):
     """The players' volumes; the strangers' show that there is something to leave out."""
     for disk, node in box.mounted().items():
-        options = _options(box, node)
+        options = box.root(f"findmnt -no OPTIONS --source {node}").strip().split(",")
         expect_equal("flush" in options, disk not in disks, f"flush among {options} of {node}")
         for option in ("uid=1000", "gid=1000", "shortname=mixed", "utf8", "showexec"):
             expect(option in options, f"{option} is among {options} of {node}")
@@ -98,19 +92,14 @@ def _try_commands(box, disk, ends):
 
 def _whole_run(box, book, disks):
     with operator(box, ENTRY) as person:
-        person.wait_for_players(2)
-        person.add_folder(BOOK)
-        person.click("All")
+        person.prepare(2)
         person.start(password="not the password")
         person.dismiss(failed(*person.ticked()), 180)
         person.start()
         person.dismiss(COMPLETED, 180)
         _expect_mounts_without_flush(box, disks)
         _try_commands(box, disks[0], ends=True)
-        person.eject()
-        until(lambda: not set(disks) & set(box.disks()), 60, "the players are off")
-    for name in PLAYERS:
-        box.expect_prepared(name, book)
+        person.eject_filled(book, PLAYERS)
 
 
 @short_scenario

@@ -6,14 +6,12 @@ import time
 from faultrun import FaultRun
 from flows import COMPLETED
 from outcomes import Outcome
-from scenario import BOOK, make_book, operator, scenario, short_scenario, udev_held
+from scenario import BOOK, FOREIGN, PASSWORD_CHECK, PHOTOS, make_book, operator, scenario, short_scenario
+from scenario import udev_held
 from waiting import expect, expect_equal, until
 
-PHOTOS = {"content": {"system": "ext4", "label": "photos"}}
-FOREIGN = {"vendor": "ARCHIVE", "model": "Photos", "product": "Portable Disk", **PHOTOS}
-SAME_VENDOR = {"vendor": "ACTIONS", "model": "HS USB FlashDisk", "product": "Portable Disk", **PHOTOS}
+SAME_VENDOR = {"product": "Portable Disk"}
 READ_ONLY = {"read_only": True}
-PASSWORD_CHECK = "polkit-agent-he"  # as much of its name as the kernel keeps
 AGENT = "fillstation-age"
 INNER_DISK = "scsi_debug dev_size_mb=16 inq_vendor=ACTIONS inq_product='HS USB FlashDisk'"
 
@@ -35,7 +33,8 @@ class Swap:
     def swap(self, seen=True, port=None, name=None, **foreign):
         """The player goes, and a foreign disk gets its name; seen: whether the program can notice."""
         self._pull()
-        self.box.player("foreign", port=self.port if port is None else port, **(foreign or FOREIGN))
+        port = self.port if port is None else port
+        self.box.player("foreign", port=port, content=PHOTOS, **(foreign or FOREIGN))
         (found,) = until(self.box.disks, 20, "the foreign disk")
         expect_equal(found, name or self.disk, "the foreign disk's name")
         self.run.bystander("foreign")
@@ -55,9 +54,13 @@ class Swap:
 
     def change_the_medium(self):
         """The player stays, and gets another medium."""
-        self.box.call("fill", "other", **PHOTOS["content"])
+        self.box.call("fill", "other", **PHOTOS)
         self.box.call("insert", "victim", "/box/players/other")
         self.run.bystander("other")
+
+    def begin(self):
+        self.person.ask()
+        self.run.begin()
 
     def end(self, text, commands, summary=True, **log):
         """The run ends; how many commands root's shell has got, and what the log has to say."""
@@ -79,13 +82,15 @@ class Swap:
 
 @contextlib.contextmanager
 def _swaps(box):
-    """A window for several swaps; the block gets what makes the next one ready."""
+    """A window for several swaps; the block gets what makes the next one ready, in a run that has begun."""
     book = make_book(box, chapters=1)
     with operator(box) as person:
 
         @contextlib.contextmanager
-        def ready(**traits):
+        def ready(begins=True, **traits):
             swap = Swap(box, person, book, **traits)
+            if begins:
+                swap.begin()
             yield swap
             swap.clear()
 
@@ -95,21 +100,19 @@ def _swaps(box):
 @scenario
 def swapped_before_the_run(box):
     with _swaps(box) as ready:
-        with ready() as swap:
+        with ready(begins=False) as swap:
             swap.swap()
-            swap.person.ask()
-            swap.run.begin()
+            swap.begin()
             swap.end("swapped before Start", 0, summary=False)
-        with ready() as swap:
+        with ready(begins=False) as swap:
             swap.person.ask()
             swap.swap()
             swap.run.begin()
             swap.end("swapped while the credentials panel is open", 0, summary=False)
-        with ready() as swap:
+        with ready(begins=False) as swap:
             with udev_held(box):
                 swap.swap(seen=False, port=swap.port + 1, **SAME_VENDOR)
-                swap.person.ask()
-                swap.run.begin()
+                swap.begin()
                 text = "swapped before Start, unnoticed, for an ACTIONS disk in another port"
                 swap.end(text, 3, formats=1, wipe_failures=1)
 
@@ -127,16 +130,12 @@ def swapped_before_the_wipe(box):
             (Swap.change_the_medium, 3, "another medium in the same player, during authentication"),
         ):
             with ready() as swap:
-                swap.person.ask()
-                swap.run.begin()
                 held = box.call("freeze", PASSWORD_CHECK)
                 swap.person.expect_commands(0)
                 change(swap)
                 box.call("thaw", held)
                 swap.end(text, commands, formats=1, wipe_failures=1)
         with ready() as swap:
-            swap.person.ask()
-            swap.run.begin()
             held = _root_shell(box)
             swap.person.expect_commands(1)
             swap.swap()
@@ -148,8 +147,6 @@ def swapped_before_the_wipe(box):
 def swapped_during_the_wipe(box):
     with _swaps(box) as ready:
         with ready() as swap:
-            swap.person.ask()
-            swap.run.begin()
             held = box.call("hold_next", "/usr/bin/dd")
             # The check holds the player open, so that its name is nobody else's as long as that.
             swap.swap(name=_next(swap.disk))
@@ -157,8 +154,6 @@ def swapped_during_the_wipe(box):
             text = f"swapped between check and write; the foreign disk became {_next(swap.disk)}"
             swap.end(text, 1, formats=1, wipe_failures=1)
         with ready(**READ_ONLY) as swap:
-            swap.person.ask()
-            swap.run.begin()
             failing = box.call("hold_next", "/usr/bin/dd")
             held = box.call("freeze", "fillstation")
             box.call("thaw", failing)
@@ -176,8 +171,6 @@ def _next(disk):
 def swapped_after_the_wipe(box):
     with _swaps(box) as ready:
         with ready() as swap:
-            swap.person.ask()
-            swap.run.begin()
             box.call("await_head", "victim", True)
             box.call("await_none", AGENT)
             held = _root_shell(box)
@@ -185,14 +178,12 @@ def swapped_after_the_wipe(box):
             box.call("thaw", held)
             swap.end("swapped between wipe and format", 2, formats=1, format_failures=1)
         with ready() as swap:
-            swap.person.ask()
-            swap.run.begin()
-            held = box.call("freeze_when", "mkfs.fat", "fillstation")
+            held = box.call("freeze", "fillstation", when="mkfs.fat")
             box.call("await_none", AGENT)
             swap.swap(seen=False)
             box.call("thaw", held)
             swap.end("swapped between format and mount", 2, formats=1)
-        with ready() as swap:
+        with ready(begins=False) as swap:
             _swap_before_eject(box, swap)
 
 
@@ -224,7 +215,6 @@ def a_medium_that_comes_again(box):
         until(lambda: box.root(f"cat /sys/block/{swap.disk}/diskseq") != before, 30, "the new medium")
         box.root("udevadm settle")
         expect_equal(person.ticked(), [swap.disk], "the ticked players")
-        person.ask()
-        swap.run.begin()
+        swap.begin()
         swap.end("the medium comes again while its player is ticked", 2, summary=False,
                  formats=1, copied=4, done=1)

@@ -14,12 +14,12 @@ ACTION = "org.a11y.atspi.Action"
 EDITABLE = "org.a11y.atspi.EditableText"
 STATES = {"active": 1, "busy": 3, "checked": 4, "editable": 7, "enabled": 8, "focusable": 11,
           "focused": 12, "selected": 23, "sensitive": 24, "showing": 25}
-LABELLED_BY = 2
 WITH_TEXT = ("text",)
 WITH_VALUE = ("progress bar",)
 LEAVES = ("push button", "check box", "label", "cell", "column header", "row header", "scroll bar",
           "image", "combo box", "text")
 PROPERTIES = "org.freedesktop.DBus.Properties"
+THE_BUS = ("org.freedesktop.DBus", "/org/freedesktop/DBus")
 
 
 def _property(bus, place, interface, name, keep):
@@ -84,39 +84,10 @@ def _answer(place, interface, method, kinds="", *values):
     return kept[0]
 
 
-def details(places):
-    """What else things tell: their descriptions, actions, labels and the numbers of their roles."""
-    told = [{"id": place, "labels": []} for place in places]
-    labels = []
-    for each in told:
-        place = each["id"]
-        _property(bus(), place, ACCESSIBLE, "Description",
-                  lambda text, each=each: each.update(description=text))
-        bus().ask(place, ACCESSIBLE, "GetRole", "", (),
-                  lambda answer, each=each: each.update(role=answer[0] if answer else None))
-        bus().ask(place, ACTION, "GetActions", "", (),
-                  lambda answer, each=each: each.update(actions=_action_names(answer)))
-        bus().ask(place, ACCESSIBLE, "GetRelationSet", "", (),
-                  lambda answer, each=each: labels.extend((each, label) for label in _labels(answer)))
-    bus().answers()
-    for each, label in labels:
-        _property(bus(), label, ACCESSIBLE, "Name", each["labels"].append)
-    bus().answers()
-    return told
-
-
-def _action_names(answer):
-    return [name for name, *more in answer[0]] if answer else []
-
-
-def _labels(answer):
-    relations = answer[0] if answer else []
-    return [other for kind, others in relations if kind == LABELLED_BY for other in others]
-
-
 def act(place, action):
     """Has a thing do what it offers by that name; whether it offers that."""
-    names = _action_names(_answer(place, ACTION, "GetActions"))
+    answer = _answer(place, ACTION, "GetActions")
+    names = [name for name, *more in answer[0]] if answer else []
     return action in names and _answer(place, ACTION, "DoAction", "i", names.index(action)) == [True]
 
 
@@ -152,8 +123,7 @@ def tree(owner, roles=None):
 
 @functools.cache
 def _process(name):
-    answer = _answer(("org.freedesktop.DBus", "/org/freedesktop/DBus"), "org.freedesktop.DBus",
-                     "GetConnectionUnixProcessID", "s", name)
+    answer = _answer(THE_BUS, THE_BUS[0], "GetConnectionUnixProcessID", "s", name)
     return answer[0] if answer else None
 
 

@@ -8,6 +8,7 @@ import random
 import shutil
 import stat
 import subprocess
+import tempfile
 
 import gadgets
 import shelves
@@ -18,41 +19,36 @@ BLOCK = 1 << 16
 CODA = 1 << 16  # bytes
 ZEROS = bytes(BLOCK)
 FORMATTERS = {
-    "fat16": ["mkfs.fat", "-F16"],
-    "fat32": ["mkfs.fat", "-F32"],
-    "ext4": ["mkfs.ext4", "-q", "-F"],
+    "fat32": ["mkfs.fat", "-F32", "-n"],
+    "ext4": ["mkfs.ext4", "-q", "-F", "-L"],
 }
-LABEL_OPTIONS = {"fat16": "-n", "fat32": "-n", "ext4": "-L"}
 
 
-def fill(name, size_mb=64, table=None, system=None, label=None, marks=True, unit=0, shelf=None):
+def fill(name, size_mb=64, table=None, system=None, label="", shelf=None):
     """Makes a player's medium: a partition table or none, a file system or none, recognisable bytes.
 
     shelf: where it lies, for one that is to fail; see shelves.make."""
     if shelf:
         (gadgets.BACKING / name).symlink_to(shelves.make(name, **shelf))
-    path = gadgets.backing(name, unit)
+    path = gadgets.BACKING / name
     with open(path, "wb") as medium:
         medium.truncate(size_mb << 20)
     if table:
         subprocess.run(["sfdisk", "-q", path], input=TABLES[table], text=True, check=True)
     if system:
         _format(path, system, label, PARTITION_OFFSET if table else 0, size_mb)
-    if marks:
-        with open(path, "r+b") as medium:
-            medium.seek((size_mb << 20) - 4096)
-            medium.write(f"medium of {name}\n".encode() * 100)
+    with open(path, "r+b") as medium:
+        medium.seek((size_mb << 20) - 4096)
+        medium.write(f"medium of {name}\n".encode() * 100)
 
 
 def find_again(name):
     """A medium that has outlived the box."""
-    (gadgets.BACKING / name).symlink_to(shelves.find_again(name))
+    (gadgets.BACKING / name).symlink_to(shelves.make(name, "found"))
 
 
 def _format(path, system, label, offset, size_mb):
-    command = list(FORMATTERS[system])
-    if label:
-        command += [LABEL_OPTIONS[system], label]
+    command = [*FORMATTERS[system], label]
     if offset:
         part = f"{path}.part"
         with open(part, "wb") as medium:
@@ -65,10 +61,10 @@ def _format(path, system, label, offset, size_mb):
         subprocess.run([*command, path], check=True, stdout=subprocess.DEVNULL)
 
 
-def digest(name, unit=0):
+def digest(name):
     """The SHA-256 of a whole medium: of its size, and of each block that is not all zeros, with its place."""
     sha = hashlib.sha256()
-    with open(gadgets.BACKING / (f"{name}.{unit}" if unit else name), "rb", buffering=0) as medium:
+    with open(gadgets.BACKING / name, "rb", buffering=0) as medium:
         size = medium.seek(0, os.SEEK_END)
         sha.update(f"{size}\n".encode())
         for place in _places(medium, size):
@@ -132,3 +128,40 @@ def audio_book(folder, chapters=3, tracks=4, track_kb=96, seed=1, coda=False):
         (root / f"Chapter {chapter}/cover.jpg").write_bytes(b"no track")
     subprocess.run(["chown", "-R", "player:", root], check=True)
     return expected
+
+
+def _walk(folder, prefix=""):
+    """The entries in the order that they have in their directories."""
+    for entry in os.scandir(folder):
+        name = prefix + entry.name
+        if entry.is_dir():
+            yield [name, None, None]
+            yield from _walk(entry.path, name + "/")
+        else:
+            data = pathlib.Path(entry.path).read_bytes()
+            yield [name, len(data), hashlib.sha256(data).hexdigest()]
+
+
+def _entries(medium, system):
+    options = "ro,loop,utf8" if system == "vfat" else "ro,loop"
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run(["mount", "-o", options, medium, folder], check=True)
+        try:
+            return list(_walk(folder))
+        finally:
+            subprocess.run(["umount", folder], check=True)
+
+
+def read_back(name):
+    """What another machine would find: the medium's file system, its check and its entries [path, size,
+    SHA-256] in directory order; behind a partition table nothing."""
+    medium = gadgets.BACKING / name
+    probe = ["blkid", "-p", "-s", "TYPE", "-o", "value", medium]
+    system = subprocess.run(probe, capture_output=True, text=True, check=False).stdout.strip()
+    check = subprocess.run(["fsck.fat", "-n", medium], capture_output=True, text=True, check=False)
+    return {
+        "type": system,
+        "fsck": check.returncode,
+        "fsck_said": check.stdout + check.stderr,
+        "entries": _entries(medium, system) if system else [],
+    }

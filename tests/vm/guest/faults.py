@@ -90,13 +90,6 @@ def _used(place):
     return (room.f_blocks - room.f_bfree - 1) * room.f_frsize
 
 
-def _text(path):
-    try:
-        return path.read_text(encoding="ascii")
-    except OSError:
-        return ""
-
-
 def pull_in_wipe(name, disk):
     """Pulls the player out while zeros are on their way; its medium stalls already."""
     await_writing(disk)
@@ -104,19 +97,12 @@ def pull_in_wipe(name, disk):
     shelves.unstall(name)
 
 
-def stall_in_format(name, disk):
-    """The medium has been wiped, and stalls while the file system is on its way to it."""
+def pull_in_format(name, disk):
+    """Pulls the player out while the file system is on its way to the wiped medium, which stalls."""
     gadgets.await_head(name, True, 300)
     time.sleep(0.5)  # half of the pause that the program makes
     shelves.stall(name)
-    await_writing(disk)
-
-
-def pull_in_format(name, disk):
-    """Pulls the player out while the file system is on its way to the wiped medium."""
-    stall_in_format(name, disk)
-    gadgets.pull(name)
-    shelves.unstall(name)
+    pull_in_wipe(name, disk)
 
 
 def stall_in_flush(name, disk, total, timeout):
@@ -141,10 +127,10 @@ def pull_in_flush(name, disk, total, timeout):
 
 def await_writing(disk, timeout=300.0):
     """Waits until the player has been sent something that it hasn't confirmed for a while."""
+    inflight = pathlib.Path(f"/sys/block/{disk}/inflight")
     pending, end = 0, time.monotonic() + timeout
     while pending < 10:
-        writes = int(_text(pathlib.Path(f"/sys/block/{disk}/inflight")).split()[1])
-        pending = pending + 1 if writes else 0
+        pending = pending + 1 if int(inflight.read_text(encoding="ascii").split()[1]) else 0
         if time.monotonic() >= end:
             raise TimeoutError(f"nothing has been sent to {disk}")
         time.sleep(0.02)
@@ -154,8 +140,7 @@ def hold_until_mounted(name, disk, program):
     """Once the player has been formatted the program is held, until somebody else has mounted it."""
     gadgets.await_head(name, False, 300)
     held = processes.freeze(program)
-    end = time.monotonic() + 20
-    while f"/dev/{disk}" not in _mounts() and time.monotonic() < end:
-        time.sleep(0.02)
+    with contextlib.suppress(TimeoutError):
+        processes.until(lambda: f"/dev/{disk}" in _mounts(), 20, "", 0.02)
     processes.thaw(held)
     return f"/dev/{disk}" in _mounts()

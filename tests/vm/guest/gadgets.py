@@ -3,80 +3,52 @@
 import contextlib
 import os
 import pathlib
-import time
 
 import shelves
+from processes import until
 
 GADGETS = pathlib.Path("/sys/kernel/config/usb_gadget")
 CONTROLLERS = pathlib.Path("/sys/class/udc")
 BACKING = pathlib.Path("/box/players")
 ENGLISH = "strings/0x409"
-KEYBOARD_REPORTS = bytes.fromhex(
-    "05010906a101050719e029e71500250175019508810295017508810395057501"
-    "0508190129059102950175039103950675081500256505071900296581"
-    "00c0"
-)
 
 
 def _write(path, text):
     path.write_text(str(text), encoding="utf-8")
 
 
-def add(name, kind="player", **traits):
-    """Makes a device without plugging it in. Traits: see _storage and _strings."""
+def add(name, **traits):
+    """Makes a device with a disk, without plugging it in. Traits: see below; a player's by default."""
     gadget = GADGETS / name
     gadget.mkdir()
-    _write(gadget / "idVendor", traits.get("vendor_id", "0x10d6"))
-    _write(gadget / "idProduct", traits.get("product_id", "0x1101"))
-    _write(gadget / "bcdDevice", traits.get("release", "0x0100"))
+    _write(gadget / "idVendor", "0x10d6")
+    _write(gadget / "idProduct", "0x1101")
+    _write(gadget / "bcdDevice", "0x0100")
     if traits.get("speed"):
         _write(gadget / "max_speed", traits["speed"])
-    _strings(gadget, traits)
-    config = gadget / "configs/c.1"
-    config.mkdir()
-    function = _keyboard(gadget) if kind == "keyboard" else _storage(gadget, name, traits)
-    (config / function.name).symlink_to(function)
-
-
-def _strings(gadget, traits):
-    defaults = {"product": "HS USB FlashDisk", "manufacturer": "ACTIONS", "serialnumber": gadget.name}
+    defaults = {"product": "HS USB FlashDisk", "manufacturer": "ACTIONS", "serialnumber": name}
     (gadget / ENGLISH).mkdir()
     for key, default in defaults.items():
         text = traits.get(key, default)
         if text is not None:
             _write(gadget / ENGLISH / key, text)
+    config = gadget / "configs/c.1"
+    config.mkdir()
+    function = _storage(gadget, name, traits)
+    (config / function.name).symlink_to(function)
 
 
 def _storage(gadget, name, traits):
     function = gadget / "functions/mass_storage.0"
     function.mkdir()
-    for number in range(traits.get("units", 1)):
-        unit = function / f"lun.{number}"
-        unit.mkdir(exist_ok=True)
-        vendor, model = traits.get("vendor", "ACTIONS"), traits.get("model", "HS USB FlashDisk")
-        _write(unit / "inquiry_string", f"{vendor:<8.8}{model:<16.16}1.00")
-        _write(unit / "removable", int(traits.get("removable", True)))
-        _write(unit / "ro", int(traits.get("read_only", False)))
-        if traits.get("medium", True) or not traits.get("removable", True):
-            _write(unit / "file", backing(name, number))
+    unit = function / "lun.0"
+    vendor, model = traits.get("vendor", "ACTIONS"), traits.get("model", "HS USB FlashDisk")
+    _write(unit / "inquiry_string", f"{vendor:<8.8}{model:<16.16}1.00")
+    _write(unit / "removable", int(traits.get("removable", True)))
+    _write(unit / "ro", int(traits.get("read_only", False)))
+    if traits.get("medium", True):
+        _write(unit / "file", BACKING / name)
     return function
-
-
-def _keyboard(gadget):
-    function = gadget / "functions/hid.0"
-    function.mkdir()
-    _write(function / "protocol", 1)
-    _write(function / "subclass", 1)
-    _write(function / "report_length", 8)
-    (function / "report_desc").write_bytes(KEYBOARD_REPORTS)
-    return function
-
-
-def backing(name, unit=0):
-    """The medium of a player, made empty where there is none yet."""
-    path = BACKING / (f"{name}.{unit}" if unit else name)
-    path.touch()
-    return path
 
 
 def _controller(name):
@@ -126,11 +98,7 @@ def remove(name, keep=False):
     for link in (gadget / "configs/c.1").iterdir():
         if link.is_symlink():
             link.unlink()
-    for function in (gadget / "functions").iterdir():
-        for unit in function.glob("lun.[1-9]*"):
-            unit.rmdir()
-        function.rmdir()
-    for folder in ("configs/c.1", ENGLISH, ""):
+    for folder in ("functions/mass_storage.0", "configs/c.1", ENGLISH, ""):
         (gadget / folder).rmdir()
     for path in BACKING.glob(f"{name}*"):
         if not keep and path.name.partition(".")[0] == name:
@@ -154,25 +122,23 @@ def _below(name):
 
 def disk(name, timeout=20.0):
     """The name of the disk below the plugged device (sda, ...), when udev knows it; else none."""
-    end = time.monotonic() + timeout
-    while True:
-        for found in _below(name).glob("usb*/*-1/*/host*/target*/*:0/block/*"):
-            with contextlib.suppress(FileNotFoundError):  # a disk of before is just going
-                number = (found / "dev").read_text(encoding="ascii").strip()
-                if os.path.exists(f"/run/udev/data/b{number}"):
-                    return found.name
-        if time.monotonic() >= end:
-            return None
-        time.sleep(0.1)
+    with contextlib.suppress(TimeoutError):
+        return until(lambda: _known_disk(name), timeout, "", 0.1)
+
+
+def _known_disk(name):
+    for found in _below(name).glob("usb*/*-1/*/host*/target*/*:0/block/*"):
+        with contextlib.suppress(FileNotFoundError):  # a disk of before is just going
+            number = (found / "dev").read_text(encoding="ascii").strip()
+            if os.path.exists(f"/run/udev/data/b{number}"):
+                return found.name
 
 
 def await_head(name, zero, timeout=60.0, then_pull=False):
     """Waits until the medium's head has been wiped (or written again); may pull at that moment."""
-    end = time.monotonic() + timeout
     with open(BACKING / name, "rb", buffering=0) as medium:
-        while any(os.pread(medium.fileno(), 4096, 0)) == zero:
-            if time.monotonic() >= end:
-                raise TimeoutError(f"the head of {name} has not changed")
-            time.sleep(0.02)  # more often takes the time from those who write it
+        # More often takes the time from those who write it.
+        until(lambda: any(os.pread(medium.fileno(), 4096, 0)) != zero, timeout,
+              f"the head of {name} has not changed", pause=0.02)
     if then_pull:
         pull(name)

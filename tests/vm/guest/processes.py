@@ -38,22 +38,24 @@ def _content(path):
 
 def await_none(name, timeout=30.0):
     """Waits until no program of that name runs."""
-    _await(lambda: not list(named(name)), timeout, f"{name} still runs")
+    until(lambda: not list(named(name)), timeout, f"{name} still runs")
 
 
-def freeze(name, timeout=30.0):
-    """Waits until a program of that name runs, and holds it; returns its process id."""
-    found = _await(lambda: list(named(name)), timeout, f"{name} never ran")
+def freeze(name, timeout=30.0, when=None):
+    """Waits until a program of that name runs (after one of another name), and holds it; its process id."""
+    if when:
+        until(lambda: list(named(when)), timeout, f"{when} never ran")
+    found = until(lambda: list(named(name)), timeout, f"{name} never ran")
     os.kill(found[0], signal.SIGSTOP)
     return found[0]
 
 
 def freeze_successor(name, successor, timeout=30.0):
     """Waits until a program of that name has become another one, and holds that one at once."""
-    found = _await(lambda: list(named(name)), timeout, f"{name} never ran")
+    found = until(lambda: list(named(name)), timeout, f"{name} never ran")
     wanted = successor.encode() + b"\n"
-    reads = lambda: _content(f"/proc/{found[0]}/comm") == wanted  # noqa: E731
-    _await(reads, timeout, f"{name} never became {successor}", pause=0)
+    until(lambda: _content(f"/proc/{found[0]}/comm") == wanted, timeout,
+          f"{name} never became {successor}", 0)
     os.kill(found[0], signal.SIGSTOP)
     return found[0]
 
@@ -72,8 +74,8 @@ def hold_next(path, timeout=30.0):
         stopper.chmod(0o755)
         subprocess.run(["mount", "--bind", stopper, path], check=True)
     (folder / "process").unlink(missing_ok=True)
-    process = _await(lambda: _number_in(folder / "process"), timeout, f"{path} never ran")
-    _await(lambda: _is_stopped(process), timeout, f"{path} has not stopped")
+    process = until(lambda: _number_in(folder / "process"), timeout, f"{path} never ran")
+    until(lambda: _is_stopped(process), timeout, f"{path} has not stopped")
     return process
 
 
@@ -86,20 +88,9 @@ def _is_stopped(process):
     return _content(f"/proc/{process}/stat").rpartition(b")")[2].split()[0] == b"T"
 
 
-def freeze_when(running, name, timeout=30.0):
-    """Waits until a program runs, and holds another one at once; returns that one's process id."""
-    await_some(running, timeout)
-    return freeze(name)
-
-
-def await_some(name, timeout=30.0):
-    """Waits until a program of that name runs."""
-    _await(lambda: list(named(name)), timeout, f"{name} never ran")
-
-
 def await_no_holder(disks, timeout=60.0):
     """Waits until no command of root's has one of the disks open any more."""
-    _await(lambda: not any(map(_holders, disks)), timeout, f"somebody holds one of {disks}")
+    until(lambda: not any(map(_holders, disks)), timeout, f"somebody holds one of {disks}")
 
 
 def _holders(disk):
@@ -117,7 +108,8 @@ def thaw(process):
         os.kill(process, signal.SIGCONT)
 
 
-def _await(look, timeout, complaint, pause=0.005):
+def until(look, timeout, complaint, pause=0.005):
+    """Looks again and again until the answer is true, and returns it."""
     end = time.monotonic() + timeout
     while True:
         answer = look()

@@ -1,30 +1,21 @@
 """The user's desktop session in the box, and the tests' hands in it."""
 
-import contextlib
-import json
 import os
 import pathlib
-import signal
+import shlex
 import socket
 import subprocess
+import sys
 import time
-import traceback
 
 import accessibility
-from gi.repository import Gio, GLib
+from answers import obey, operations, run  # noqa: F401
+from gi.repository import Gio
 
 DISPLAY = ":0"
 SCREEN = "1280x900x24"
 SOCKET = f"/run/user/{os.getuid()}/box-session"
 started = {}
-
-
-def run(argv, timeout=60, text=None):
-    """Runs a command as the user, in the session."""
-    done = subprocess.run(
-        argv, input=text, capture_output=True, text=True, errors="surrogateescape", timeout=timeout
-    )
-    return {"status": done.returncode, "out": done.stdout, "err": done.stderr}
 
 
 def start(name, argv, environment=None):
@@ -36,46 +27,9 @@ def start(name, argv, environment=None):
     return started[name].pid
 
 
-class Launched:
-    """A program that a desktop has started, with what is needed of a Popen."""
-
-    def __init__(self, pid):
-        self.pid = pid
-        self._status = None
-
-    def poll(self):
-        if self._status is None:
-            ended, status = os.waitpid(self.pid, os.WNOHANG)
-            self._status = os.waitstatus_to_exitcode(status) if ended else None
-        return self._status
-
-    def wait(self, timeout=None):
-        end = time.monotonic() + (timeout or 60)
-        while self.poll() is None:
-            if time.monotonic() >= end:
-                raise subprocess.TimeoutExpired("launched", timeout)
-            time.sleep(0.05)
-        return self._status
-
-    def send_signal(self, number):
-        os.kill(self.pid, number)
-
-    def kill(self):
-        self.send_signal(signal.SIGKILL)
-
-
-def launch(name, entry, environment=None):
-    """Starts a program by its desktop entry, as a menu does; its output goes where start() puts it."""
-    context = Gio.AppLaunchContext()
-    for key, value in (environment or {}).items():
-        context.setenv(key, value)
-    pids = []
-    with open(f"{name}.out", "wb") as out, open(f"{name}.err", "wb") as err:
-        Gio.DesktopAppInfo.new(entry).launch_uris_as_manager_with_fds(
-            [], context, GLib.SpawnFlags.DO_NOT_REAP_CHILD, None, None,
-            lambda _, pid, *more: pids.append(pid), None, -1, out.fileno(), err.fileno())
-    started[name] = Launched(pids[0])
-    return pids[0]
+def command_of(entry):
+    """The command of a desktop entry, as a menu would start it."""
+    return shlex.split(Gio.DesktopAppInfo.new(entry).get_commandline())
 
 
 def status(name):
@@ -91,12 +45,12 @@ def output(name):
     return texts
 
 
-def stop(name, number=signal.SIGTERM, timeout=10):
+def stop(name):
     """Ends a program, by force where it must be; returns its exit status."""
     process = started[name]
-    process.send_signal(number)
+    process.terminate()
     try:
-        return process.wait(timeout)
+        return process.wait(10)
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
@@ -106,30 +60,6 @@ def stop(name, number=signal.SIGTERM, timeout=10):
 def tree(name, roles=None):
     """The windows of a started program."""
     return accessibility.tree(started[name].pid, roles)
-
-
-OPERATIONS = {
-    "run": run,
-    "start": start,
-    "launch": launch,
-    "status": status,
-    "output": output,
-    "stop": stop,
-    "tree": tree,
-    "place_of": accessibility.place_of,
-    "details": accessibility.details,
-    "act": accessibility.act,
-    "put_text": accessibility.put_text,
-}
-
-
-def answer_to(line):
-    try:
-        request = json.loads(line)
-        operation = OPERATIONS[request["op"]]
-        return {"result": operation(*request.get("args", ()), **request.get("named", {}))}
-    except Exception:  # whatever it is, the driver outside has to know it
-        return {"error": traceback.format_exc()}
 
 
 def open_desktop():
@@ -156,12 +86,9 @@ def main():
         server.bind(SOCKET)
         os.chmod(SOCKET, 0o600)
         server.listen()
+        known = operations(accessibility, sys.modules[__name__])
         while True:
-            link, _ = server.accept()
-            with link:
-                line = link.makefile("rb").readline()
-                with contextlib.suppress(BrokenPipeError):  # whoever asked has given up
-                    link.sendall(json.dumps(answer_to(line)).encode() + b"\n")
+            obey(server, known)
 
 
 main()

@@ -13,8 +13,8 @@ LIAR = pathlib.Path(__file__).with_name("liar.py")
 
 def make(name, kind, size_mb=0, lie=()):
     """A file system for one medium; on "tmpfs" its writes fail once that much has been written, on
-    "ext4" they can be stalled, and on "kept", too, which outlives the box; on "lying" it lies as it
-    is told, see liar.py. Returns the path of the medium on it."""
+    "ext4" they can be stalled, and on "kept", too, which outlives the box and is "found" again after it
+    has lost its power; on "lying" it lies as it is told, see liar.py. Returns the path of the medium."""
     place = PLACES / name
     place.mkdir(parents=True)
     if kind == "tmpfs":
@@ -23,22 +23,15 @@ def make(name, kind, size_mb=0, lie=()):
         subprocess.run([sys.executable, "-B", LIAR, place, _image(name), *map(str, lie)], check=True)
     else:
         image = _image(name)
-        if kind == "kept":
+        if kind in ("kept", "found"):
             image.symlink_to(KEPT / image.name)
-        with open(image, "wb") as file:
-            file.truncate(size_mb << 20)
-        subprocess.run(["mkfs.ext4", "-q", "-O", "^has_journal", image], check=True)
+        if kind == "found":
+            subprocess.run(["e2fsck", "-p", image], check=False, stdout=subprocess.DEVNULL)
+        else:
+            with open(image, "wb") as file:
+                file.truncate(size_mb << 20)
+            subprocess.run(["mkfs.ext4", "-q", "-O", "^has_journal", image], check=True)
         subprocess.run(["mount", "-o", "loop", image, place], check=True)
-    return place / "medium"
-
-
-def find_again(name):
-    """The "kept" place of a medium, after the box has lost its power; returns the medium's path."""
-    place, image = PLACES / name, _image(name)
-    place.mkdir(parents=True)
-    image.symlink_to(KEPT / image.name)
-    subprocess.run(["e2fsck", "-p", image], check=False, stdout=subprocess.DEVNULL)
-    subprocess.run(["mount", "-o", "loop", image, place], check=True)
     return place / "medium"
 
 

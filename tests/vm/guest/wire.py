@@ -3,6 +3,7 @@
 GLib passes each message from thread to thread; emulated, that took most of the time of a scenario.
 """
 
+import functools
 import os
 import re
 import socket
@@ -44,6 +45,18 @@ def _message(place, interface, method, kinds, values):
     return _padded(head + encoded, 8) + body
 
 
+@functools.cache
+def _types(kinds):
+    """The complete types in a list of types."""
+    found, depth, begin = [], 0, 0
+    for at, kind in enumerate(kinds):
+        depth += (kind in "({") - (kind in ")}")
+        if depth == 0 and kind != "a":
+            found.append(kinds[begin : at + 1])
+            begin = at + 1
+    return found
+
+
 class Reader:
     """Takes values from a message, one after the other."""
 
@@ -64,12 +77,7 @@ class Reader:
 
     def all(self, kinds):
         """The values of a list of types."""
-        values, at = [], 0
-        while at < len(kinds):
-            end = _end(kinds, at)
-            values.append(self.one(kinds[at:end]))
-            at = end
-        return values
+        return [self.one(kind) for kind in _types(kinds)]
 
     def one(self, kind):
         """The value of one complete type."""
@@ -92,18 +100,6 @@ class Reader:
         while self.at < end:
             values.append(self.one(kind[1:]))
         return values
-
-
-def _end(kinds, at):
-    """Where the complete type ends that begins at a place."""
-    while kinds[at] == "a":
-        at += 1
-    depth = 0
-    while True:
-        depth += (kinds[at] in "({") - (kinds[at] in ")}")
-        at += 1
-        if depth == 0:
-            return at
 
 
 class Bus:
