@@ -203,7 +203,7 @@ TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
   EXPECT_FALSE(closed->flush());
 }
 
-TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
+TEST_P(BenchFaultsTest, WhatCannotBeWrittenIsNotFlushed) {
   plugPlanMounted();
   EXPECT_TRUE(copy("x", "x.mp3"));
   EXPECT_TRUE(copy("y", "y.mp3"));

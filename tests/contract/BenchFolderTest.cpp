@@ -174,7 +174,7 @@ TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
             std::string::npos);
 }
 
-TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
+TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
   plugPlanMounted();
   const std::string source = sources.write("source", "x");
   std::vector<std::string> names;

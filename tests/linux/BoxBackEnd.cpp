@@ -97,7 +97,7 @@ test::UDisksAnswer BoxBackEnd::obeyAndMount(const test::UDisksCall& call) {
 std::vector<OnMedium> BoxBackEnd::content(const std::string& name) {
   EXPECT_EQ(::fsync(disks_[name].loop.device.get()), 0);
   const auto fat = FatImage::open(disks_[name].image.get());
-  const auto root = fat ? fat->list(fat->rootCluster()) : std::nullopt;
+  const auto root = fat ? fat->list(fat->layout().rootCluster) : std::nullopt;
   EXPECT_TRUE(root);
   std::vector<OnMedium> all;
   for (const auto& entry : root ? root->entries : std::vector<FatEntry>()) {

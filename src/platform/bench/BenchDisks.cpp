@@ -58,9 +58,9 @@ class BenchMedium : public VolumeMedium {
     return faults.failAfterBytes && copied > *faults.failAfterBytes ? EIO : 0;
   }
 
-  void created(const std::string& relativePath, bool isDirectory) override {
+  void created(const std::string& relativePath, bool /*isDirectory*/) override {
     if (refusal() == 0) {
-      volume_->created(relativePath, isDirectory);
+      volume_->created(relativePath);
     }
   }
 
