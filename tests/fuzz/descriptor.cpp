@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "Input.h"
-#include "UdevUsbDevice.h"
+#include "QtUsbBus.h"
 #include "UsbUtil.h"
 
 using namespace fillstation;

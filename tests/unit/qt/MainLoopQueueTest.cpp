@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "MainLoop.h"
+#include "QtUsbBus.h"
 
 namespace fillstation {
 namespace {
@@ -105,98 +106,60 @@ TEST(MainLoopQueue, DropsACallableBeforeTheNextBeginsAndNeverRunsWhatIsLeft) {
   EXPECT_TRUE(gone);
 }
 
-class UsbEventQueueTest : public testing::Test {
+// What the contract of all buses doesn't show of their queue.
+class EventBus : public QtUsbBus {
+ public:
+  explicit EventBus(const StopSource& stop) : QtUsbBus(stop) {}
+  using QtUsbBus::post;
+
+  bool open(std::string_view /*className*/) override { return true; }
+  void watchMedia(std::function<void()> /*notification*/) override {}
+  std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override { return {}; }
+  std::string portName(std::uint32_t /*handle*/) const override { return {}; }
+};
+
+class QtUsbBusTest : public testing::Test {
  protected:
   void post(const std::string& name) {
-    queue_.post([this, name] { order_ += name; });
+    bus_.post([this, name] { order_ += name; });
   }
 
   StopSource stop_;
-  UsbEventQueue queue_{stop_};
+  EventBus bus_{stop_};
   std::string order_;
 };
 
-TEST_F(UsbEventQueueTest, RunsInOrderFromTheLoop) {
-  post("a");
-  post("b");
-  EXPECT_EQ(order_, "");
-  test::runLoopDry();
-  EXPECT_EQ(order_, "ab");
-  post("c");
-  EXPECT_EQ(order_, "ab");
-  test::runLoopDry();
-  EXPECT_EQ(order_, "abc");
-}
-
-TEST_F(UsbEventQueueTest, AnEventWaitsWhileAnotherPausesInANestedLoop) {
-  queue_.post([this] {
-    order_ += "(";
-    post("b");
-    test::runLoopDry();
-    order_ += ")";
-  });
-  post("a");
-  test::runLoopDry();
-  EXPECT_EQ(order_, "()ab");
-}
-
-TEST_F(UsbEventQueueTest, WaitsWhileHeldAndHoldsNest) {
-  post("a");
-  queue_.hold();
-  queue_.hold();
-  post("b");
-  test::runLoopDry();
-  queue_.resume();
-  test::runLoopDry();
-  EXPECT_EQ(order_, "");
-  queue_.resume();
-  EXPECT_EQ(order_, "");
-  test::runLoopDry();
-  EXPECT_EQ(order_, "ab");
-}
-
-TEST_F(UsbEventQueueTest, AHoldInsideAnEventHoldsTheNext) {
-  queue_.post([this] {
+TEST_F(QtUsbBusTest, AHoldInsideAnEventHoldsTheNext) {
+  bus_.post([this] {
     order_ += "h";
-    queue_.hold();
+    bus_.hold();
   });
   post("a");
+  EXPECT_EQ(order_, "");
   test::runLoopDry();
   EXPECT_EQ(order_, "h");
-  queue_.resume();
+  bus_.resume();
   test::runLoopDry();
   EXPECT_EQ(order_, "ha");
 }
 
-TEST_F(UsbEventQueueTest, WaitsWhileBusyWhichDoesNotNest) {
-  queue_.setBusy(true);
-  queue_.setBusy(true);
+TEST_F(QtUsbBusTest, AWalkAndAHoldAreApart) {
+  const auto iterator = bus_.watchAttach({});
+  bus_.hold();
   post("a");
+  iterator->next();
   test::runLoopDry();
   EXPECT_EQ(order_, "");
-  queue_.setBusy(false);
+  bus_.watchDetach({});
+  bus_.resume();
+  test::runLoopDry();
   EXPECT_EQ(order_, "");
+  bus_.watchDetach({})->next();
   test::runLoopDry();
   EXPECT_EQ(order_, "a");
 }
 
-TEST_F(UsbEventQueueTest, BusyAndHeldAreApart) {
-  queue_.setBusy(true);
-  queue_.hold();
-  post("a");
-  queue_.setBusy(false);
-  test::runLoopDry();
-  EXPECT_EQ(order_, "");
-  queue_.setBusy(true);
-  queue_.resume();
-  test::runLoopDry();
-  EXPECT_EQ(order_, "");
-  queue_.setBusy(false);
-  test::runLoopDry();
-  EXPECT_EQ(order_, "a");
-}
-
-TEST_F(UsbEventQueueTest, DropsEventsOnceStopped) {
+TEST_F(QtUsbBusTest, DropsEventsOnceStopped) {
   post("a");
   stop_.request();
   post("b");
@@ -204,15 +167,15 @@ TEST_F(UsbEventQueueTest, DropsEventsOnceStopped) {
   EXPECT_EQ(order_, "");
 }
 
-TEST_F(UsbEventQueueTest, AnEventIsDroppedWhenItHasRunAndOneThatIsLeftNeverRuns) {
+TEST_F(QtUsbBusTest, AnEventIsDroppedWhenItHasRunAndOneThatIsLeftNeverRuns) {
   auto held = std::make_shared<int>(1);
   const std::weak_ptr<int> watched = held;
-  queue_.post([held = std::move(held)] {});
+  bus_.post([held = std::move(held)] {});
   test::runLoopDry();
   EXPECT_TRUE(watched.expired());
   {
-    UsbEventQueue queue(stop_);
-    queue.post([this] { order_ += "x"; });
+    EventBus bus(stop_);
+    bus.post([this] { order_ += "x"; });
   }
   test::runLoopDry();
   EXPECT_EQ(order_, "");

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "UdevUsbDevice.h"
+#include "QtUsbBus.h"
 
 namespace fillstation::test {
 
