@@ -7,16 +7,11 @@
 #include <QTest>
 #include <filesystem>
 
+#include "BenchFolder.h"
 #include "FileHandle.h"
-#include "Tools.h"
 #include "Utf8.h"
 
 namespace fillstation::contract {
-
-BenchBackEnd::BenchBackEnd(BenchCredentials credentials) {
-  bench = std::make_unique<Bench>(
-      folder.path(), BenchServices{stop, mainThread, clock, workers, log}, std::move(credentials));
-}
 
 BenchBackEnd::~BenchBackEnd() {
   stop.request();
@@ -69,9 +64,10 @@ std::vector<OnMedium> BenchBackEnd::content(const std::string& name) {
 
 bool BenchBackEnd::isSound(const std::string& name) {
   const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
-  const auto said = runTool({"fsck.fat", "-n", kHandedImage}, file.get());
-  EXPECT_EQ(said, std::nullopt);
-  return !said;
+  const auto said = std::get<ShellCommand::Result>(
+      runOnImage(std::string("fsck.fat -n ") + kHandedImage, file.get()));
+  EXPECT_TRUE(said.succeeded()) << said.out;
+  return said.succeeded();
 }
 
 std::string BenchBackEnd::head(const std::string& name, std::size_t bytes) {

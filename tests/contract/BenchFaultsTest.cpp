@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "BenchDisks.h"
-#include "BenchScriptRunner.h"
 #include "BenchTest.h"
 #include "BenchVolume.h"
 
@@ -152,20 +151,19 @@ class BenchMediumTest : public BenchFaultsTest {
   std::shared_ptr<VolumeMedium> medium() {
     bench->make(plan);
     bench->plug("a");
-    const auto attached = players.attach(bench->folder.path(), "a");
+    disks.emplace(bench->folder.path(),
+                  BenchServices{bench->stop, bench->mainThread, clock, bench->workers, bench->log});
+    const auto attached = disks->attach("a");
     const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
     identity = {player->node(), player->place().handle};
-    root = disks.remount(identity, "").value();
+    root = disks->remount(identity, "").value();
     const FileHandle folder(::open(root.c_str(), O_RDONLY | O_CLOEXEC));
-    return disks.mediumOf(folder.get(), root, identity);
+    return disks->mediumOf(folder.get(), root, identity);
   }
 
-  BenchBackEnd other;
   test::TestMainThread testThread;
   test::TestClock clock{testThread};
-  BenchPlayers players;
-  BenchDisks disks{other.folder.path(), players,
-                   BenchServices{other.stop, other.mainThread, clock, other.workers, other.log}};
+  std::optional<BenchDisks> disks;
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchMediumTest, ::testing::Values(kBench), nameOfKind);
 

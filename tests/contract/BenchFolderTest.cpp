@@ -217,7 +217,7 @@ TEST_P(BenchFolderTest, ThePartitionOfAnImageIsItsVolume) {
 
 TEST_P(BenchFolderTest, AllPortsAreInstalled) {
   Platform installed;
-  bench->bench->installInto(installed);
+  bench->bench.installInto(installed);
   EXPECT_EQ(installed.usbBus, &bench->usbBus());
   EXPECT_NE(installed.createDiskSession(), nullptr);
   EXPECT_EQ(installed.scriptRunner, &bench->scriptRunner());
@@ -238,32 +238,17 @@ TEST_P(BenchFolderTest, APlayerHasAPort) {
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle + 1), "");
 }
 
-TEST_P(BenchFolderTest, AScenariosCredentialsCount) {
-  BenchBackEnd other(BenchCredentials{"anna", "secret"});
+TEST_P(BenchFolderTest, ARefusalSaysByItsNumberWhatWasWrong) {
   const DiskIdentity nobody{"/dev/vp0", 0x10002};
-  const auto run = [&](const std::string& user, const std::string& password) {
-    return other.scriptRunner().run(scriptFor(wipeCommand("/dev/vp0"), user, password), nobody);
+  const auto run = [&](const std::string& command, const std::string& user,
+                       const std::string& password) {
+    return bench->scriptRunner().run(scriptFor(command, user, password), nobody).errorNumber;
   };
-  EXPECT_EQ(run("bench", "bench").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("anna", "bench").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("bench", "secret").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("anna", "secret").errorNumber, kNotThePlayerNumber);
-  EXPECT_EQ(other.scriptRunner().run(scriptFor("true", "anna", "secret"), nobody).errorNumber,
-            kNotAPlayerCommandNumber);
-}
-
-TEST_P(BenchFolderTest, AFolderWithASlashAtTheEndIsTheSame) {
-  BenchBackEnd other;
-  other.bench = std::make_unique<Bench>(
-      other.folder.path() + "/",
-      BenchServices{other.stop, other.mainThread, other.clock, other.workers, other.log});
-  backEnd.reset();
-  session = other.createDiskSession();
-  other.make("a", PlayerWish{});
-  other.plug("a");
-  ASSERT_TRUE(other.usbBus().open("IOUSBDevice"));
-  EXPECT_TRUE(other.await(
-      [&] { return mountPathOf(*session, "vp0") == other.folder.path("volumes/BOOKS"); }));
+  const std::string wipe = wipeCommand("/dev/vp0");
+  EXPECT_EQ(run(wipe, "anna", "bench"), kWrongCredentialsNumber);
+  EXPECT_EQ(run(wipe, "bench", "secret"), kWrongCredentialsNumber);
+  EXPECT_EQ(run(wipe, "bench", "bench"), kNotThePlayerNumber);
+  EXPECT_EQ(run("true", "bench", "bench"), kNotAPlayerCommandNumber);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "BenchBackEnd.h"
+#include "BenchFolder.h"
 #include "ContractTest.h"
 
 namespace fillstation::contract {

@@ -32,7 +32,7 @@ class Operator {
   void tickOnly(const QStringList& nodes);
   void ejectTicked();
   // Start, the credentials, OK; the run is under way afterwards.
-  void start(const QString& userName, const QString& password);
+  void start();
   // Waits for the progress bar, then for the summary; dismisses it and returns its text.
   void seeProgress(int percent);
   QString readSummary();

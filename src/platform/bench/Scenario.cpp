@@ -7,7 +7,6 @@
 #include <array>
 #include <fstream>
 #include <limits>
-#include <set>
 #include <sstream>
 #include <utility>
 
@@ -57,13 +56,6 @@ class Keys {
     if (!value.isObject()) {
       reportAt(path_, "must be an object");
     }
-  }
-
-  // The value of a key, undefined when there is none.
-  QJsonValue take(const QString& key) {
-    QJsonValue value = given_.value(key);
-    content_.insert(key, value);
-    return value;
   }
 
   void read(const QString& key, std::string& target) {
@@ -181,9 +173,6 @@ void readFaults(Keys& keys, BenchFaults& faults) {
   keys.read("bytesPerSecond", 1, kAnyNumber, faults.bytesPerSecond);
   keys.read("pull", kPullMoments, faults.pull);
   keys.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
-  if ((faults.pullAfterBytes > 0) != (faults.pull == PullMoment::kAfterBytes)) {
-    keys.report("pull", "after-bytes and pullAfterBytes go together");
-  }
   keys.read("failAfterBytes", faults.failAfterBytes);
   keys.read("refuseMount", faults.refuseMount);
   keys.read("refuseUnmount", faults.refuseUnmount);
@@ -193,9 +182,6 @@ void readFaults(Keys& keys, BenchFaults& faults) {
   keys.read("readOnlyAfterBytes", faults.readOnlyAfterBytes);
   keys.read("lie", kLies, faults.lie);
   keys.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
-  if ((faults.lieFrom > 0) != (faults.lie != Lie::kNone)) {
-    keys.report("lie", "lie and lieFrom go together");
-  }
   keys.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
 }
 
@@ -241,30 +227,7 @@ void readPlayer(Keys& keys, BenchPlayerPlan& plan) {
   keys.read("blank", plan.blank);
 }
 
-void readScenarioKeys(Keys& keys, Scenario& scenario, std::string& problem) {
-  keys.readObject("credentials", [&scenario](Keys& credentials) {
-    credentials.read("user", scenario.credentials.user);
-    credentials.read("password", scenario.credentials.password);
-  });
-  const QJsonValue players = keys.take("players");
-  if (!players.isArray()) {
-    keys.report("players", "must be a list");
-  }
-  std::set<std::string> names;
-  const QJsonArray list = players.toArray();
-  for (const auto& value : list) {
-    const std::string key = "players[" + std::to_string(scenario.players.size()) + "]";
-    BenchPlayerPlan& plan = scenario.players.emplace_back();
-    Keys player(value, key, problem);
-    readPlayer(player, plan);
-    player.content();
-    if (!names.insert(plan.name).second) {
-      keys.report(QString::fromStdString(key), "there is a player of this name already");
-    }
-  }
-}
-
-// Parses the text, has the reader read it, and gives what it read or the first problem.
+// The values that a text must hold: of a JSON object or list. The first problem is the reader's.
 template <class Value, class Reader>
 std::variant<Value, std::string> parse(std::string_view content, const std::string& file,
                                        Reader reader) {
@@ -278,9 +241,7 @@ std::variant<Value, std::string> parse(std::string_view content, const std::stri
   }
   std::string problem;
   Value value;
-  Keys keys(document.isObject() ? QJsonValue(document.object()) : QJsonValue(), "", problem);
-  reader(keys, value, problem);
-  keys.content();
+  reader(document, value, problem);
   if (!problem.empty()) {
     return file + ": " + problem;
   }
@@ -303,14 +264,27 @@ auto parsedFile(const std::string& file, Parser parser) -> decltype(parser("", f
 
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file) {
-  return parse<Scenario>(content, file, readScenarioKeys);
+  const auto read = [](const QJsonDocument& document, Scenario& scenario, std::string& problem) {
+    problem = document.isArray() ? "" : "must be a list of players";
+    const QJsonArray players = document.array();
+    for (const auto& player : players) {
+      Keys keys(player, "[" + std::to_string(scenario.size()) + "]", problem);
+      readPlayer(keys, scenario.emplace_back());
+      keys.content();
+    }
+  };
+  return parse<Scenario>(content, file, read);
 }
 
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file) {
-  return parse<BenchIdentity>(content, file, [](Keys& keys, BenchIdentity& identity, std::string&) {
+  const auto read = [](const QJsonDocument& document, BenchIdentity& identity,
+                       std::string& problem) {
+    Keys keys(document.isObject() ? QJsonValue(document.object()) : QJsonValue(), "", problem);
     readIdentityKeys(keys, identity);
-  });
+    keys.content();
+  };
+  return parse<BenchIdentity>(content, file, read);
 }
 
 std::variant<Scenario, std::string> readScenario(const std::string& file) {

@@ -77,25 +77,10 @@ struct BenchPlayerPlan {
   bool operator==(const BenchPlayerPlan&) const = default;
 };
 
-// The administrator of the bench.
-struct BenchCredentials {
-  std::string user = "bench";
-  std::string password = "bench";
-
-  bool operator==(const BenchCredentials&) const = default;
-};
-
-// A described bench: its players in plugging order and its administrator. A plain value.
-struct Scenario {
-  BenchCredentials credentials;
-  std::vector<BenchPlayerPlan> players;
-
-  bool operator==(const Scenario&) const = default;
-};
-
-// Reads a scenario, or says what is wrong with it first: "FILE: KEY: REASON", or "FILE:LINE:
-// REASON" of a text that is no JSON. The file's name stands in the error only. Nothing is thrown.
-// Any thread.
+// The players of a described bench in plugging order, or what is wrong with the text first: "FILE:
+// KEY: REASON", or "FILE:LINE: REASON" of a text that is no JSON. The file's name stands in the
+// error only. Nothing is thrown. Any thread.
+using Scenario = std::vector<BenchPlayerPlan>;
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file);
 std::variant<Scenario, std::string> readScenario(const std::string& file);

@@ -1,6 +1,5 @@
-#include "BenchPlayers.h"
+#include "BenchPlayer.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,11 +16,6 @@
 namespace fillstation {
 
 namespace {
-
-constexpr std::uint32_t kBus = 0x10000;  // bus number 1, in a handle
-// 1 is the bus itself; the numbers end at 127 and begin again.
-constexpr std::uint32_t kFirstDeviceNumber = 2;
-constexpr std::uint32_t kLastDeviceNumber = 127;
 
 using Block = std::array<char, 4096>;
 
@@ -61,13 +55,6 @@ std::int64_t sizeOf(int descriptor) {
   struct stat status {};
   ::fstat(descriptor, &status);
   return status.st_size;
-}
-
-std::variant<BenchIdentity, std::string> identityOf(const std::string& file) {
-  if (::access(file.c_str(), F_OK) != 0) {
-    return BenchIdentity{};
-  }
-  return readIdentity(file);
 }
 
 }  // namespace
@@ -140,62 +127,6 @@ bool BenchPlayer::applyLie() const {
     done = lieInBlock(image_.get(), at, lie);
   }
   return done;
-}
-
-std::variant<std::shared_ptr<BenchPlayer>, std::string> BenchPlayers::attach(
-    const std::string& benchFolder, const std::string& name) {
-  auto identity = identityOf(identityFile(benchFolder, name));
-  if (const auto* error = std::get_if<std::string>(&identity)) {
-    return *error;
-  }
-  const std::string path = pluggedImage(benchFolder, name);
-  FileHandle image(::open(path.c_str(), O_RDWR | O_CLOEXEC));
-  if (!image) {
-    return path + ": can't be opened";
-  }
-  const std::scoped_lock guard(lock_);
-  BenchIdentity& self = std::get<BenchIdentity>(identity);
-  BenchPlayer::Place place = freePlace(self);
-  players_.push_back(
-      std::make_shared<BenchPlayer>(path, std::move(image), std::move(self), std::move(place)));
-  return players_.back();
-}
-
-BenchPlayer::Place BenchPlayers::freePlace(const BenchIdentity& identity) {
-  const auto isTaken = [this](auto member, const auto& value) {
-    return std::any_of(players_.begin(), players_.end(),
-                       [&](const auto& player) { return player->place().*member == value; });
-  };
-  BenchPlayer::Place place;
-  do {
-    lastDeviceNumber_ =
-        lastDeviceNumber_ == kLastDeviceNumber ? kFirstDeviceNumber : lastDeviceNumber_ + 1;
-    place.handle = kBus + lastDeviceNumber_;
-  } while (isTaken(&BenchPlayer::Place::handle, place.handle));
-  place.port = identity.port.empty() ? "1-" + std::to_string(lastDeviceNumber_) : identity.port;
-  int number = 0;
-  while (identity.disk &&
-         (place.diskName.empty() || isTaken(&BenchPlayer::Place::diskName, place.diskName))) {
-    place.diskName = "vp" + std::to_string(number++);
-  }
-  return place;
-}
-
-void BenchPlayers::forget(const std::shared_ptr<BenchPlayer>& player) {
-  const std::scoped_lock guard(lock_);
-  std::erase(players_, player);
-}
-
-std::shared_ptr<BenchPlayer> BenchPlayers::first(
-    const std::function<bool(const BenchPlayer&)>& test) const {
-  const std::scoped_lock guard(lock_);
-  const auto found = std::find_if(players_.begin(), players_.end(),
-                                  [&test](const auto& player) { return test(*player); });
-  return found != players_.end() ? *found : nullptr;
-}
-
-std::shared_ptr<BenchPlayer> BenchPlayers::find(const DiskIdentity& expected) const {
-  return first([&expected](const auto& player) { return player.is(expected); });
 }
 
 }  // namespace fillstation
