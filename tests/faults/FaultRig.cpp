@@ -151,8 +151,10 @@ void FaultRig::addBook(std::int64_t moreMiB) {
     folder.write("book/Long/" + std::to_string(number) + ".mp3",
                  noise(seed++, kLongMiB * 1024 * 1024));
   }
-  click(windows->window().ui().btnBrowse);
+  browse();
 }
+
+void FaultRig::browse() { click(windows->window().ui().btnBrowse); }
 
 void FaultRig::tickAll() { click(windows->window().ui().btnAll); }
 

@@ -87,6 +87,25 @@ TEST_F(PosixVolumeTest, AMovedRootIsStillTheVolumeAndItsOldPathStaysEmpty) {
   EXPECT_EQ(test::contentOf(folder_.path("moved/A/a")), "audio");
 }
 
+TEST_F(PosixVolumeTest, ASymbolicLinkToAFileIsCopiedAsTheFile) {
+  folder_.write("file", "content");
+  std::filesystem::create_symlink("file", folder_.path("link"));
+  EXPECT_TRUE(volume_.copyItem(folder_.path("link"), at("a")));
+  EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(at("a"))));
+  EXPECT_EQ(test::contentOf(at("a")), "content");
+}
+
+TEST_F(PosixVolumeTest, WhatIsNoRegularFileIsNotCopiedNorOpened) {
+  ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0600), 0);
+  std::filesystem::create_symlink("fifo", folder_.path("link"));
+  for (const std::string& source :
+       {folder_.path("fifo"), folder_.path("link"), folder_.path("none"),
+        folder_.makeFolder("folder"), std::string("/dev/zero"), std::string()}) {
+    EXPECT_FALSE(volume_.copyItem(source, at("a"))) << source;
+    EXPECT_FALSE(std::filesystem::exists(at("a"))) << source;
+  }
+}
+
 TEST_F(PosixVolumeTest, FollowsNoSymbolicLinkOnTheVolume) {
   const std::string outside = folder_.makeFolder("outside");
   std::filesystem::create_symlink(outside, at("link"));
