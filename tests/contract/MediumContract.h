@@ -134,19 +134,12 @@ TEST_P(MediumContract, IsOpenedForItsDiskOnly) {
   EXPECT_EQ(files.openVolume(root, {identity.node + "9", identity.usbHandle}), nullptr);
   EXPECT_EQ(files.openVolume(root + "/..", identity), nullptr);
   EXPECT_EQ(files.openVolume(sources.path(), identity), nullptr);
+  const DiskIdentity other = plugInMounted("b");
+  EXPECT_EQ(files.openVolume(root, other), nullptr);
+  EXPECT_EQ(files.openVolume(*mountPath(other), identity), nullptr);
+  EXPECT_NE(files.openVolume(*mountPath(other), other), nullptr);
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   EXPECT_EQ(files.openVolume(root, identity), nullptr);
-}
-
-TEST_P(MediumContract, TwoPlayersVolumesAreNotTakenForEachOther) {
-  identity = plugInMounted("a");
-  const DiskIdentity other = plugInMounted("b");
-  const std::string first = *mountPath(identity);
-  const std::string second = *mountPath(other);
-  EXPECT_NE(first, second);
-  EXPECT_EQ(backEnd->fileManager().openVolume(first, other), nullptr);
-  EXPECT_EQ(backEnd->fileManager().openVolume(second, identity), nullptr);
-  EXPECT_NE(backEnd->fileManager().openVolume(second, other), nullptr);
 }
 
 TEST_P(MediumContract, DirectoryOrderIsCreationOrder) {
@@ -305,14 +298,6 @@ TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
                                                           {"Älter/2.mp3", "after"},
                                                           {"empty.mp3", ""}}));
   EXPECT_TRUE(backEnd->isSound("a"));
-}
-
-TEST_P(MediumContract, UnmountingWritesWhatIsNotThereYet) {
-  openVolume();
-  EXPECT_TRUE(copy("x", "x.mp3"));
-  volume.reset();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
 }
 
 TEST_P(MediumContract, AnOpenVolumeIsNeitherUnmountedNorEjected) {
