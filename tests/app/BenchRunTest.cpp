@@ -46,9 +46,9 @@ class BenchRunTest : public ::testing::Test {
   }
 
   std::string listing(const std::string& name) {
-    const auto result = ShellCommand::run("LC_ALL=C.UTF-8 MTOOLSRC=/dev/null mdir -/ -b -i '" +
-                                          rig->imageOf(name) + "' ::/");
-    return std::get<ShellCommand::Result>(result).out;
+    return runShell("LC_ALL=C.UTF-8 MTOOLSRC=/dev/null mdir -/ -b -i '" + rig->imageOf(name) +
+                    "' ::/")
+        .out;
   }
 
   void expectWhatTasksLog(std::size_t tasks) {

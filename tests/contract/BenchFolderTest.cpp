@@ -14,9 +14,7 @@ class BenchFolderTest : public BenchTest {
   std::string at(const std::string& below) const { return bench->folder.path(below); }
 
   // What a shell command line says.
-  static std::string said(const std::string& line) {
-    return std::get<ShellCommand::Result>(ShellCommand::run(line)).out;
-  }
+  static std::string said(const std::string& line) { return runShell(line).out; }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFolderTest, ::testing::Values(kBench), nameOfKind);
 

@@ -254,10 +254,6 @@ BenchDisks::Refusal BenchDisks::mountAsAsked(BenchPlayer& player) {
 
 BenchDisks::Refusal BenchDisks::mountNow(BenchPlayer& player) {
   const std::scoped_lock guard(player.access());
-  return mountLocked(player);
-}
-
-BenchDisks::Refusal BenchDisks::mountLocked(BenchPlayer& player) {
   if (!player.isPresent()) {
     return kGone;
   }
@@ -318,7 +314,7 @@ BenchDisks::Refusal BenchDisks::ejectNow(BenchPlayer& player) {
 
 void BenchDisks::remountAt(BenchPlayer& player, RemountMoment moment) {
   if (player.faults().remount == moment) {
-    mountLocked(player);
+    mountNow(player);
   }
 }
 

@@ -37,7 +37,6 @@ struct BenchServices {
 inline constexpr std::int64_t kWrongCredentialsNumber = -1002;
 inline constexpr std::int64_t kNotAPlayerCommandNumber = -1003;
 inline constexpr std::int64_t kNotThePlayerNumber = -1004;
-inline constexpr std::int64_t kNotStartedNumber = -1005;
 
 // The players of a bench, those that are plugged in and those whose leaving is still to be handled,
 // and what is done to their disks: the requests, each on a worker and one after the other for each
@@ -94,7 +93,6 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
 
   Refusal mountAsAsked(BenchPlayer& player);
   Refusal mountNow(BenchPlayer& player);
-  Refusal mountLocked(BenchPlayer& player);
   Refusal unmountNow(BenchPlayer& player);
   Refusal ejectNow(BenchPlayer& player);
   // Mounts the player when something else on the machine does so at this moment. Its access is

@@ -37,12 +37,8 @@ std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdenti
 
 // Runs the command with the descriptor in the node's place.
 ScriptOutcome runOn(int descriptor, const std::string& command, const std::string& node) {
-  const auto ended = runOnImage(replaced(command, node, kHandedImage), descriptor);
-  if (const auto* notStarted = std::get_if<ShellCommand::NotStarted>(&ended)) {
-    return failure(kNotStartedNumber, notStarted->reason);
-  }
-  const auto& result = std::get<ShellCommand::Result>(ended);
-  if (!result.succeeded()) {
+  const ShellResult result = runOnImage(replaced(command, node, kHandedImage), descriptor);
+  if (result.exitStatus != 0) {
     return failure(result.exitStatus, replaced(result.err, kHandedImage, node));
   }
   return ScriptOutcome{result.out, std::nullopt, std::nullopt};

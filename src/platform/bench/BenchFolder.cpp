@@ -30,12 +30,8 @@ std::optional<std::string> createImage(const std::string& path, const BenchPlaye
   if (plan.label) {
     command += "-n '" + replaced(*plan.label, "'", "'\\''") + "' ";
   }
-  const auto ended = runOnImage(command + kHandedImage, image.get());
-  if (const auto* notStarted = std::get_if<ShellCommand::NotStarted>(&ended)) {
-    return notStarted->reason;
-  }
-  const auto& result = std::get<ShellCommand::Result>(ended);
-  return result.succeeded() ? std::nullopt : std::optional(result.err);
+  const ShellResult made = runOnImage(command + kHandedImage, image.get());
+  return made.exitStatus == 0 ? std::nullopt : std::optional(made.err);
 }
 
 }  // namespace
@@ -85,9 +81,8 @@ bool unplugImage(const std::string& imagePath) {
   return std::rename(image.c_str(), (pulled / image.filename()).c_str()) == 0;
 }
 
-std::variant<ShellCommand::Result, ShellCommand::NotStarted> runOnImage(const std::string& command,
-                                                                        int image) {
-  return ShellCommand::run("export PATH=\"$PATH:/usr/sbin:/sbin\"; " + command, {{image, 3}});
+ShellResult runOnImage(const std::string& command, int image) {
+  return runShell("export PATH=\"$PATH:/usr/sbin:/sbin\"; " + command, {{image, 3}});
 }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "ChildProcess.h"
 #include "Scenario.h"
@@ -36,10 +35,9 @@ bool isOpenOn(int descriptor, const std::string& path);
 // How a command that is run by runOnImage() names the image.
 inline constexpr const char* kHandedImage = "/proc/self/fd/3";
 
-// Runs a command line on an open image, in the system's shell (see ShellCommand); the tools that
-// make file systems, which are not on the PATH of an ordinary user, are found.
-std::variant<ShellCommand::Result, ShellCommand::NotStarted> runOnImage(const std::string& command,
-                                                                        int image);
+// Runs a command line on an open image, in the system's shell; the tools that make file systems,
+// which are not on the PATH of an ordinary user, are found.
+ShellResult runOnImage(const std::string& command, int image);
 
 // The text with one in place of each occurrence of the other.
 std::string replaced(std::string text, const std::string& from, const std::string& to);

@@ -61,7 +61,7 @@ class BenchPlayer : public Disk {
   bool searchDisk();
 
   // What keeps a request and a command apart.
-  std::mutex& access() { return access_; }
+  std::recursive_mutex& access() { return access_; }
 
   // The mounted volume, null for none.
   std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
@@ -87,7 +87,7 @@ class BenchPlayer : public Disk {
   const BenchIdentity identity_;
   const Place place_;
   const std::int64_t mediaSize_;
-  std::mutex access_;
+  std::recursive_mutex access_;
   Atomic<std::shared_ptr<BenchVolume>> volume_;
   std::atomic<bool> gone_ = false;
   std::atomic<bool> known_ = false;

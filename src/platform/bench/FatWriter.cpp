@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <string_view>
 
 #include "FileHandle.h"
@@ -49,20 +50,6 @@ std::string folded(std::string_view name) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
   });
   return same;
-}
-
-// Directory slots that a name needs: a long name's, 13 units each, and the short one.
-std::int64_t slotsOf(std::string_view name) {
-  const std::size_t units = utf16Of(fatName(name)).value_or(std::u16string()).size();
-  return static_cast<std::int64_t>(1 + (units + kUnitsPerSlot - 1) / kUnitsPerSlot);
-}
-
-std::pair<std::string, std::string> split(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) {
-    return {"", path};
-  }
-  return {path.substr(0, slash), path.substr(slash + 1)};
 }
 
 // The bytes of a number, the low one first.
@@ -117,6 +104,11 @@ std::string longSlots(std::string_view name, const std::string& shortName) {
   return bytes;
 }
 
+// Directory slots that a name needs.
+std::int64_t slotsOf(const std::string& name) {
+  return static_cast<std::int64_t>(longSlots(name, "").size()) / kSlotBytes + 1;
+}
+
 bool writeAt(int image, std::int64_t place, const std::string& bytes) {
   return ::pwrite(image, bytes.data(), bytes.size(), place) == static_cast<ssize_t>(bytes.size());
 }
@@ -155,11 +147,12 @@ std::int64_t FatWriter::growth(const Directory& directory, const std::string& na
 }
 
 int FatWriter::admit(const std::string& path, std::optional<std::int64_t> size) const {
-  const auto [parent, name] = split(path);
+  const std::filesystem::path at(path);
+  const std::string name = at.filename();
   if (const int error = nameError(name); error != 0) {
     return error;
   }
-  const auto found = directories_.find(parent);
+  const auto found = directories_.find(at.parent_path());
   if (found == directories_.end()) {
     return ENOENT;
   }
@@ -178,8 +171,9 @@ int FatWriter::admit(const std::string& path, std::optional<std::int64_t> size) 
 }
 
 void FatWriter::add(const std::string& path, const std::string& source) {
-  const auto [parent, name] = split(path);
-  Directory& directory = directories_[parent];
+  const std::filesystem::path at(path);
+  const std::string name = at.filename();
+  Directory& directory = directories_[at.parent_path()];
   Entry& entry = waiting_.emplace_back(Entry{source});
   struct stat status {};
   ::stat(source.c_str(), &status);
@@ -187,7 +181,7 @@ void FatWriter::add(const std::string& path, const std::string& source) {
   if (S_ISDIR(status.st_mode)) {
     Directory& added = directories_[path];
     first = grow(added, entry);
-    const std::uint32_t above = parent.empty() ? 0 : directory.clusters.front();
+    const std::uint32_t above = at.parent_path().empty() ? 0 : directory.clusters.front();
     addSlots(added, shortSlot(".          ", status, first), entry);
     addSlots(added, shortSlot("..         ", status, above), entry);
   } else {

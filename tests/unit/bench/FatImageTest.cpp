@@ -26,10 +26,9 @@ class FatImageTest : public ::testing::Test {
   }
 
   void shell(const std::string& line) {
-    const auto ended = ShellCommand::run("export I='" + path() + "' D='" + folder_.path() +
-                                         "' PATH=\"$PATH:/usr/sbin\" LC_ALL=C.UTF-8; " + line);
-    const auto& result = std::get<ShellCommand::Result>(ended);
-    EXPECT_TRUE(result.succeeded()) << result.err;
+    const auto result = runShell("export I='" + path() + "' D='" + folder_.path() +
+                                 "' PATH=\"$PATH:/usr/sbin\" LC_ALL=C.UTF-8; " + line);
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
   }
 
   std::string path() const { return folder_.path("a.img"); }
