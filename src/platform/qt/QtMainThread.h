@@ -1,20 +1,51 @@
 #pragma once
 
+#include <QSocketNotifier>
 #include <chrono>
-#include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "Clock.h"
-#include "MainLoopQueue.h"
+#include "FileHandle.h"
 #include "MainThread.h"
 #include "StopSource.h"
 
 class QEventLoop;
 
 namespace fillstation {
+
+// Callables for the main loop from any thread. They run in the order of the calls, in whatever loop
+// is running on the main thread, nested ones included, never inside add(). The other threads touch
+// no object of Qt: a callable waits here and only a wake-up crosses, through a descriptor that the
+// loop watches. Made and destroyed on the main thread; what is left then never runs.
+class MainLoopQueue {
+ public:
+  MainLoopQueue();
+  MainLoopQueue(const MainLoopQueue&) = delete;
+  MainLoopQueue& operator=(const MainLoopQueue&) = delete;
+
+  void add(std::function<void()> callable);
+
+  // In between no callable is begun. Main thread.
+  void hold() { notifier_.setEnabled(false); }
+  void resume() { notifier_.setEnabled(true); }
+
+ private:
+  // Runs what is in the queue now; a callable's nested loop may have run some of it already.
+  void runPresent();
+  std::function<void()> takeFirst();
+  // Ends the call to the loop when nothing waits any more; the lock is held.
+  void calmIfEmpty();
+
+  std::mutex lock_;
+  std::deque<std::function<void()>> callables_;
+  FileHandle wake_;  // calls the loop while callables wait, so nested loops too
+  QSocketNotifier notifier_;
+};
 
 // The main thread as Qt's event loop. Callables run in whatever loop is running there, nested ones
 // included. Made on the main thread when the application object exists; the stop source outlives

@@ -1,5 +1,3 @@
-#include "MainLoopQueue.h"
-
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -9,6 +7,7 @@
 #include <thread>
 
 #include "MainLoop.h"
+#include "QtMainThread.h"
 #include "QtUsbBus.h"
 
 namespace fillstation {
