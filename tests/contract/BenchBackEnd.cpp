@@ -24,9 +24,9 @@ void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
   plan.sizeMiB = wish.sizeMiB;
   // mkfs.fat takes text only.
   const std::string label = withoutBadUtf8(wish.label.value_or(""));
-  plan.label = wish.label ? std::optional(label) : std::nullopt;
+  plan.label = label;
   plan.blank = wish.blank;
-  plan.identity.product = wish.product;
+  plan.identity.product = wish.product.value_or("");
   plan.identity.manufacturer = wish.manufacturer;
   plan.identity.serial = wish.serial;
   plan.identity.release = wish.release;

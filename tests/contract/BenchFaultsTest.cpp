@@ -112,39 +112,6 @@ TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
 }
 
-TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
-  plan.identity.faults.diskAfterSearches = 1;
-  plugPlan();
-  EXPECT_EQ(told.at(0).diskName, std::nullopt);
-  pullOut("a");
-  EXPECT_EQ(told.at(1).diskName, std::nullopt);
-}
-
-TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
-  plan.identity.faults.diskAfterSearches = 2;
-  bench->make(plan);
-  bench->plug("a");
-  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
-  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  bench->unplug("a");
-  bench->settle();
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-}
-
-TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
-  plan.identity.automount = false;
-  plugPlan();
-  EXPECT_EQ(volumeName(identity), "BOOKS");
-  bench->settle();
-  EXPECT_EQ(mountPath(identity), std::nullopt);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(mountPath(identity));
-}
-
 // The medium of a mounted player, over a clock that notes the pauses.
 class BenchMediumTest : public BenchFaultsTest {
  protected:
@@ -182,11 +149,11 @@ TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
   std::ofstream(root + "/late.mp3").close();
   std::filesystem::resize_file(root + "/late.mp3", 17 << 20);
   bench->unplug("a");
-  left->created("late.mp3", false);
+  left->created("late.mp3");
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>());
   EXPECT_EQ(left->admitBytes(1), ENODEV);
-  EXPECT_EQ(left->admitFile("x", 1), ENODEV);
-  EXPECT_EQ(left->admitDirectory("x"), ENODEV);
+  EXPECT_EQ(left->admit("x", 1), ENODEV);
+  EXPECT_EQ(left->admit("x", std::nullopt), ENODEV);
 }
 
 TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {

@@ -188,31 +188,6 @@ TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
   EXPECT_EQ(found, names);
 }
 
-TEST_P(BenchFolderTest, ThePartitionOfAnImageIsItsVolume) {
-  plan.blank = true;
-  bench->make(plan);
-  const std::string image = bench->image("a");
-  said("truncate -s 0 '" + image + "'; truncate -s 80M '" + image + "'; " + "truncate -s 64M '" +
-       at("part") + "'; PATH=$PATH:/usr/sbin mkfs.fat -F32 -n INNER '" + at("part") + "'; dd if='" +
-       at("part") + "' of='" + image + "' bs=1M seek=1 conv=notrunc,sparse 2>&1");
-  // One partition of type 0C from sector 2048 on.
-  std::string table(512, '\0');
-  table.replace(446, 16, std::string("\0\0\0\0\x0c\0\0\0\0\x08\0\0\0\0\x02\0", 16));
-  table[510] = '\x55';
-  table[511] = '\xAA';
-  bench->writeHead("a", table);
-  watchBus();
-  identity = plugInAgain("a");
-  ASSERT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
-  EXPECT_EQ(volumeName(identity), "INNER");
-  root = *mountPath(identity);
-  volume = bench->fileManager().openVolume(root, identity);
-  EXPECT_TRUE(volume->createDirectory(root + "/d"));
-  EXPECT_TRUE(copy("x", "d/x.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"d/", ""}, {"d/x.mp3", "x"}}));
-}
-
 TEST_P(BenchFolderTest, AllPortsAreInstalled) {
   Platform installed;
   bench->bench.installInto(installed);
@@ -228,10 +203,9 @@ TEST_P(BenchFolderTest, AllPortsAreInstalled) {
 }
 
 TEST_P(BenchFolderTest, APlayerHasAPort) {
-  plan.identity.port = "3-1.4";
   plugPlan();
   const DiskIdentity other = plugIn("b");
-  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "3-1.4");
+  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "1-2");
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle), "1-3");
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle + 1), "");
 }

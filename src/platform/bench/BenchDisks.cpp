@@ -44,12 +44,7 @@ class BenchMedium : public VolumeMedium {
   }
   ~BenchMedium() override { volume_->released(); }
 
-  int admitDirectory(const std::string& relativePath) override {
-    const int refused = refusal();
-    return refused != 0 ? refused : volume_->admit(relativePath, std::nullopt);
-  }
-
-  int admitFile(const std::string& relativePath, std::int64_t size) override {
+  int admit(const std::string& relativePath, std::optional<std::int64_t> size) override {
     const int refused = refusal();
     return refused != 0 ? refused : volume_->admit(relativePath, size);
   }
@@ -71,10 +66,10 @@ class BenchMedium : public VolumeMedium {
     if (!player_->isPresent()) {
       return ENODEV;
     }
-    return faults.failAfterBytes && copied > *faults.failAfterBytes ? EIO : 0;
+    return faults.failAfterBytes >= 0 && copied > faults.failAfterBytes ? EIO : 0;
   }
 
-  void created(const std::string& relativePath, bool /*isDirectory*/) override {
+  void created(const std::string& relativePath) override {
     if (refusal() == 0) {
       volume_->created(relativePath);
     }
@@ -140,7 +135,6 @@ BenchPlayer::Place BenchDisks::freePlace(const BenchIdentity& identity) {
         lastDeviceNumber_ == kLastDeviceNumber ? kFirstDeviceNumber : lastDeviceNumber_ + 1;
     place.handle = kBus + lastDeviceNumber_;
   } while (isTaken(&BenchPlayer::Place::handle, place.handle));
-  place.port = identity.port.empty() ? "1-" + std::to_string(lastDeviceNumber_) : identity.port;
   int number = 0;
   while (identity.disk &&
          (place.diskName.empty() || isTaken(&BenchPlayer::Place::diskName, place.diskName))) {
@@ -172,9 +166,7 @@ void BenchDisks::clear() {
 }
 
 void BenchDisks::arrived(const std::shared_ptr<BenchPlayer>& player) {
-  if (player->identity().automount) {
-    add(player, [this](BenchPlayer& known) { return mountNow(known); });
-  }
+  add(player, [this](BenchPlayer& known) { return mountNow(known); });
 }
 
 void BenchDisks::left(const std::shared_ptr<BenchPlayer>& player) {

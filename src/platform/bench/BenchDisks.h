@@ -59,8 +59,8 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
   // Removes what an earlier bench on this folder has left mounted.
   void clear();
 
-  // What happens by itself when a player arrives (it is mounted, unless its identity says no) and
-  // when it has left (its volume goes).
+  // What happens by itself when a player arrives (it is mounted, as by a desktop) and when it has
+  // left (its volume goes).
   void arrived(const std::shared_ptr<BenchPlayer>& player);
   void left(const std::shared_ptr<BenchPlayer>& player);
 

@@ -27,8 +27,8 @@ std::optional<std::string> createImage(const std::string& path, const BenchPlaye
     return std::nullopt;
   }
   std::string command = "LC_ALL=C.UTF-8 mkfs.fat -F32 ";
-  if (plan.label) {
-    command += "-n '" + replaced(*plan.label, "'", "'\\''") + "' ";
+  if (!plan.label.empty()) {
+    command += "-n '" + replaced(plan.label, "'", "'\\''") + "' ";
   }
   const ShellResult made = runOnImage(command + kHandedImage, image.get());
   return made.exitStatus == 0 ? std::nullopt : std::optional(made.err);

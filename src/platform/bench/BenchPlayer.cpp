@@ -65,8 +65,7 @@ BenchPlayer::BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity 
       image_(std::move(image)),
       identity_(std::move(identity)),
       place_(std::move(place)),
-      mediaSize_(sizeOf(image_.get())),
-      known_(!identity_.automount) {}
+      mediaSize_(sizeOf(image_.get())) {}
 
 bool BenchPlayer::isPresent() const { return !gone_.load() && isOpenOn(image_.get(), imagePath_); }
 
@@ -101,16 +100,13 @@ void BenchPlayer::pullAt(PullMoment moment) const {
 }
 
 bool BenchPlayer::searchDisk() {
-  const std::int64_t needed = faults().diskAfterSearches;
-  if (hasLeft()) {
-    return identity_.disk && searches_.load() > needed;
-  }
-  return identity_.disk && searches_++ >= needed;
+  found_ = found_ || (identity_.disk && !hasLeft());
+  return found_;
 }
 
 bool BenchPlayer::isReadOnly() const {
-  const auto after = faults().readOnlyAfterBytes;
-  return after && copied_.load() >= *after;
+  const std::int64_t after = faults().readOnlyAfterBytes;
+  return after >= 0 && copied_.load() >= after;
 }
 
 bool BenchPlayer::applyLie() const {

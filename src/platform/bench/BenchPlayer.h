@@ -25,7 +25,6 @@ class BenchPlayer : public Disk {
   struct Place {
     std::string diskName;      // "vp0", empty for a device without a disk
     std::uint32_t handle = 0;  // UsbDevice::handle()
-    std::string port;          // of the USB bus
   };
 
   // The image's path and the descriptor that is open on it.
@@ -57,7 +56,7 @@ class BenchPlayer : public Disk {
   // Pulls when this is the moment for it.
   void pullAt(PullMoment moment) const;
 
-  // Counts a search for the disk; true when it is found. Once the player has left: whether it was.
+  // Searches for the disk: whether there is one. Once the player has left: whether it was found.
   bool searchDisk();
 
   // What keeps a request and a command apart.
@@ -92,7 +91,7 @@ class BenchPlayer : public Disk {
   std::atomic<bool> gone_ = false;
   std::atomic<bool> known_ = false;
   std::atomic<bool> ejected_ = false;
-  std::atomic<std::int64_t> searches_ = 0;
+  std::atomic<bool> found_ = false;
   std::atomic<std::int64_t> copied_ = 0;
 };
 

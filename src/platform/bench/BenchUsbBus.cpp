@@ -29,7 +29,7 @@ class BenchUsbDevice : public UsbDevice {
   }
   std::string className() const override { return kUsbDeviceClass; }
   std::string registryName() const override {
-    const std::string product = player_->identity().product.value_or("");
+    const std::string product = player_->identity().product;
     return product.empty() ? kUsbDeviceClass : product;
   }
   std::uint32_t handle() const override { return player_->place().handle; }
@@ -38,8 +38,9 @@ class BenchUsbDevice : public UsbDevice {
   }
   std::shared_ptr<UsbDeviceInterface> openInterface() const override {
     const BenchIdentity& says = player_->identity();
-    const StringDescriptors::Texts texts{says.manufacturer, says.product.value_or(""), says.serial};
-    return player_->isPresent() ? std::make_shared<StringDescriptors>(texts, says.release)
+    const StringDescriptors::Texts texts{says.manufacturer, says.product, says.serial};
+    return player_->isPresent() ? std::make_shared<StringDescriptors>(
+                                      texts, static_cast<std::uint16_t>(says.release))
                                 : nullptr;
   }
 
@@ -145,7 +146,7 @@ void BenchUsbBus::leave(const std::shared_ptr<BenchPlayer>& player) {
 std::string BenchUsbBus::portName(std::uint32_t handle) const {
   const auto player =
       disks_.first([handle](const BenchPlayer& each) { return each.place().handle == handle; });
-  return player && !player->hasLeft() ? player->place().port : std::string();
+  return player && !player->hasLeft() ? "1-" + std::to_string(handle & 0xFFFF) : std::string();
 }
 
 }  // namespace fillstation

@@ -138,25 +138,12 @@ std::string_view fatName(std::string_view name) {
 
 std::optional<FatImage> FatImage::open(int descriptor) {
   FatImage image(descriptor);
-  if (image.readBootSector(0)) {
-    return image;
-  }
-  std::array<std::uint8_t, kSector> table{};
-  if (!readAt(descriptor, 0, table.data(), kSector) || word(&table[510]) != 0xAA55) {
-    return std::nullopt;
-  }
-  for (std::size_t partition = 0; partition < 4; ++partition) {
-    const std::int64_t first = doubleWord(&table[446 + 16 * partition + 8]);
-    if (first != 0 && image.readBootSector(first * static_cast<std::int64_t>(kSector))) {
-      return image;
-    }
-  }
-  return std::nullopt;
+  return image.readBootSector() ? std::optional(image) : std::nullopt;
 }
 
-bool FatImage::readBootSector(std::int64_t start) {
+bool FatImage::readBootSector() {
   std::array<std::uint8_t, kSector> boot{};
-  if (!readAt(descriptor_, start, boot.data(), kSector) || word(&boot[510]) != 0xAA55 ||
+  if (!readAt(descriptor_, 0, boot.data(), kSector) || word(&boot[510]) != 0xAA55 ||
       std::memcmp(&boot[82], "FAT32   ", 8) != 0) {
     return false;
   }
@@ -175,11 +162,11 @@ bool FatImage::readBootSector(std::int64_t start) {
   if (clusters < kFewestClusters || clusters > kClusterMask) {
     return false;
   }
-  layout_ = {.tables = start + word(&boot[14]) * sector,
+  layout_ = {.tables = word(&boot[14]) * sector,
              .tableBytes = fatSectors * sector,
              .tableCount = boot[16],
-             .info = start + word(&boot[48]) * sector,
-             .data = start + overhead * sector,
+             .info = word(&boot[48]) * sector,
+             .data = overhead * sector,
              .clusterBytes = sector * sectorsPerCluster,
              .clusters = static_cast<std::uint32_t>(clusters),
              .rootCluster = doubleWord(&boot[44]) & kClusterMask};

@@ -50,9 +50,9 @@ struct FatLayout {
   }
 };
 
-// The FAT32 file system of an image file, read as it stands at each call: on the whole disk, or on
-// the first partition that has one. Whatever the bytes are, reading is bounded and fails instead of
-// running away. Any thread; the descriptor stays the caller's and open.
+// The FAT32 file system of an image file, which begins where the image does, read as it stands at
+// each call. Whatever the bytes are, reading is bounded and fails instead of running away. Any
+// thread; the descriptor stays the caller's and open.
 class FatImage {
  public:
   // None when there is no FAT32.
@@ -71,7 +71,7 @@ class FatImage {
 
  private:
   explicit FatImage(int descriptor) : descriptor_(descriptor) {}
-  bool readBootSector(std::int64_t start);
+  bool readBootSector();
   std::optional<std::vector<std::uint32_t>> chain(std::uint32_t first) const;
 
   int descriptor_;

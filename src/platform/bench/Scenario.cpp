@@ -68,19 +68,6 @@ class Keys {
     content_.insert(key, QString::fromStdString(target));
   }
 
-  // null gives none.
-  void read(const QString& key, std::optional<std::string>& target) {
-    const QJsonValue value = given_.value(key);
-    if (value.isString()) {
-      target = value.toString().toStdString();
-    } else if (value.isNull()) {
-      target.reset();
-    } else if (!value.isUndefined()) {
-      report(key, "must be a text or null");
-    }
-    content_.insert(key, target ? QJsonValue(QString::fromStdString(*target)) : QJsonValue());
-  }
-
   void read(const QString& key, bool& target) {
     const QJsonValue value = given_.value(key);
     if (!value.isBool() && !value.isUndefined()) {
@@ -103,12 +90,6 @@ class Keys {
     if (target >= lowest) {
       content_.insert(key, static_cast<qint64>(target));
     }
-  }
-
-  void read(const QString& key, std::optional<std::int64_t>& target) {
-    std::int64_t number = target.value_or(-1);
-    read(key, 0, kAnyNumber, number);
-    target = number < 0 ? std::nullopt : std::optional(number);
   }
 
   // One of the names, or no text for the target that has none.
@@ -173,37 +154,24 @@ void readFaults(Keys& keys, BenchFaults& faults) {
   keys.read("bytesPerSecond", 1, kAnyNumber, faults.bytesPerSecond);
   keys.read("pull", kPullMoments, faults.pull);
   keys.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
-  keys.read("failAfterBytes", faults.failAfterBytes);
+  keys.read("failAfterBytes", 0, kAnyNumber, faults.failAfterBytes);
   keys.read("refuseMount", faults.refuseMount);
   keys.read("refuseUnmount", faults.refuseUnmount);
   keys.read("refuseFormat", faults.refuseFormat);
-  keys.read("diskAfterSearches", 0, 1'000, faults.diskAfterSearches);
   keys.read("remount", kRemountMoments, faults.remount);
-  keys.read("readOnlyAfterBytes", faults.readOnlyAfterBytes);
+  keys.read("readOnlyAfterBytes", 0, kAnyNumber, faults.readOnlyAfterBytes);
   keys.read("lie", kLies, faults.lie);
   keys.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
   keys.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
-}
-
-void readRelease(Keys& keys, std::uint16_t& release) {
-  std::string digits = QString("%1").arg(release, 4, 16, QChar('0')).toStdString();
-  keys.read("release", digits);
-  if (digits.size() != 4 || digits.find_first_not_of("0123456789") != std::string::npos) {
-    keys.report("release", "must be four decimal digits");
-    return;
-  }
-  release = static_cast<std::uint16_t>(std::stoul(digits, nullptr, 16));
 }
 
 void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
   keys.read("product", identity.product);
   keys.read("manufacturer", identity.manufacturer);
   keys.read("serial", identity.serial);
-  readRelease(keys, identity.release);
+  keys.read("release", 0, 0xFFFF, identity.release);
   keys.read("vendor", identity.vendor);
-  keys.read("port", identity.port);
   keys.read("disk", identity.disk);
-  keys.read("automount", identity.automount);
   keys.readObject("faults", [&identity](Keys& faults) { readFaults(faults, identity.faults); });
 }
 
@@ -221,8 +189,8 @@ void readPlayer(Keys& keys, BenchPlayerPlan& plan) {
   readIdentityKeys(keys, plan.identity);
   keys.read("sizeMiB", plan.identity.disk ? kSmallestMiB : 0, kLargestMiB, plan.sizeMiB);
   keys.read("label", plan.label);
-  if (plan.label && (plan.label->empty() || plan.label->size() > kLongestLabel)) {
-    keys.report("label", "must have 1 to 11 characters");
+  if (plan.label.size() > kLongestLabel) {
+    keys.report("label", "must have up to 11 characters");
   }
   keys.read("blank", plan.blank);
 }

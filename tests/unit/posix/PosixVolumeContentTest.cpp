@@ -7,7 +7,7 @@ TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsAheadWhatIsMoreThanOn
   const std::string content(2 * kMiB + 3, 'm');
   EXPECT_TRUE(volume_.copyItem(folder_.write("big", content), at("big")));
   EXPECT_EQ(medium_->log, (Log{"admit file big 2097155", "admit bytes 1048576",
-                               "admit bytes 1048576", "admit bytes 3", "created file big"}));
+                               "admit bytes 1048576", "admit bytes 3", "created big"}));
   EXPECT_EQ(calls_.log, (Log{"advise 2", "advise 3", "start 0 1048576", "start 1048576 1048576"}));
   static_assert(POSIX_FADV_SEQUENTIAL == 2 && POSIX_FADV_WILLNEED == 3);
   calls_.log.clear();
@@ -69,7 +69,7 @@ TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
   EXPECT_EQ(medium_->askedAbout, descriptor);
   EXPECT_TRUE(volume.copyItem(source_, at("a")));
   EXPECT_TRUE(volume.copyItem(source_, at("b")));
-  EXPECT_EQ(medium_->log.back(), "created file b");
+  EXPECT_EQ(medium_->log.back(), "created b");
   std::thread release([&] {
     calls.waitFor(2);
     calls.allow(2);
@@ -106,7 +106,7 @@ TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {
     }
     EXPECT_FALSE(volume_.copyItem(big, at("a"))) << call;
     EXPECT_EQ(entries(), 0U) << call;
-    EXPECT_NE(medium_->log.back(), "created file a") << call;
+    EXPECT_NE(medium_->log.back(), "created a") << call;
   }
 }
 

@@ -26,13 +26,10 @@ constexpr std::size_t kMiB = 1048576;
 // Admits everything unless told otherwise, and records what it was told.
 class TestMedium : public VolumeMedium {
  public:
-  int admitDirectory(const std::string& relativePath) override {
-    log.push_back("admit directory " + relativePath);
+  int admit(const std::string& relativePath, std::optional<std::int64_t> size) override {
+    log.push_back(size ? "admit file " + relativePath + " " + std::to_string(*size)
+                       : "admit directory " + relativePath);
     return relativePath == refused ? ENOSPC : 0;
-  }
-  int admitFile(const std::string& relativePath, std::int64_t size) override {
-    log.push_back("admit file " + relativePath + " " + std::to_string(size));
-    return relativePath == refused ? EINVAL : 0;
   }
   int admitBytes(std::int64_t count) override {
     log.push_back("admit bytes " + std::to_string(count));
@@ -42,8 +39,8 @@ class TestMedium : public VolumeMedium {
     bytesAdmitted += count;
     return bytesAdmitted > mostBytes ? EIO : 0;
   }
-  void created(const std::string& relativePath, bool isDirectory) override {
-    log.push_back((isDirectory ? "created directory " : "created file ") + relativePath);
+  void created(const std::string& relativePath) override {
+    log.push_back("created " + relativePath);
   }
   bool closesSlowly(int rootDescriptor) override {
     askedAbout = rootDescriptor;
