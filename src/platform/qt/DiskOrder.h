@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "QtMainThread.h"
 
@@ -23,10 +24,29 @@ class DiskOrder {
   explicit DiskOrder(QtMainThread& mainThread) : mainThread_(mainThread) {}
 
   // Begins the work when what was added for this disk before has ended, never inside this call.
-  void add(const Sequence& disk, Work work);
+  void add(const Sequence& disk, Work work) {
+    auto& works = waiting_[disk];
+    works.push_back(std::move(work));
+    if (works.size() == 1) {
+      beginFirst(disk);
+    }
+  }
 
  private:
-  void beginFirst(const Sequence& disk);
+  void beginFirst(const Sequence& disk) {
+    mainThread_.post([this, disk] {
+      const Work work = waiting_[disk].front();
+      work([this, disk] {
+        auto& works = waiting_[disk];
+        works.pop_front();
+        if (works.empty()) {
+          waiting_.erase(disk);
+        } else {
+          beginFirst(disk);
+        }
+      });
+    });
+  }
 
   QtMainThread& mainThread_;
   std::map<Sequence, std::deque<Work>> waiting_;  // the first of each has begun
