@@ -12,12 +12,13 @@ namespace fillstation::contract {
 // The virtual bench in a folder of its own.
 class BenchBackEnd : public BackEnd {
  public:
+  BenchBackEnd() { bench.installInto(ports); }
   ~BenchBackEnd() override;
 
-  UsbBus& usbBus() override { return bench.usbBus(); }
-  std::shared_ptr<DiskSession> createDiskSession() override { return bench.createDiskSession(); }
-  ScriptRunner& scriptRunner() override { return bench.scriptRunner(); }
-  FileManager& fileManager() override { return bench.fileManager(); }
+  UsbBus& usbBus() override { return *ports.usbBus; }
+  std::shared_ptr<DiskSession> createDiskSession() override { return ports.createDiskSession(); }
+  ScriptRunner& scriptRunner() override { return *ports.scriptRunner; }
+  FileManager& fileManager() override { return *ports.fileManager; }
   std::string userName() override { return "bench"; }
   std::string password() override { return "bench"; }
   void make(const std::string& name, const PlayerWish& wish) override;
@@ -44,6 +45,7 @@ class BenchBackEnd : public BackEnd {
   test::TestLog log;
   ThreadWorkers workers{stop};
   Bench bench{folder.path(), BenchServices{stop, mainThread, clock, workers, log}};
+  Platform ports;
 };
 
 // For the suites' instances.

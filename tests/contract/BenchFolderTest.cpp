@@ -49,7 +49,9 @@ TEST_P(BenchFolderTest, AnImageThatIsNoFileIsLogged) {
 TEST_P(BenchFolderTest, AFolderThatDoesNotExistCannotBeOpened) {
   Bench nowhere(at("missing"), BenchServices{bench->stop, bench->mainThread, bench->clock,
                                              bench->workers, bench->log});
-  EXPECT_FALSE(nowhere.usbBus().open("IOUSBDevice"));
+  Platform installed;
+  nowhere.installInto(installed);
+  EXPECT_FALSE(installed.usbBus->open("IOUSBDevice"));
 }
 
 TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
@@ -188,18 +190,12 @@ TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
   EXPECT_EQ(found, names);
 }
 
-TEST_P(BenchFolderTest, AllPortsAreInstalled) {
-  Platform installed;
-  bench->bench.installInto(installed);
-  EXPECT_EQ(installed.usbBus, &bench->usbBus());
-  EXPECT_NE(installed.createDiskSession(), nullptr);
-  EXPECT_EQ(installed.scriptRunner, &bench->scriptRunner());
-  EXPECT_EQ(installed.fileManager, &bench->fileManager());
-  EXPECT_EQ(installed.mainThread, &bench->mainThread);
-  EXPECT_EQ(installed.clock, &bench->clock);
-  EXPECT_EQ(installed.workers, &bench->workers);
-  EXPECT_EQ(installed.systemLog, &bench->log);
-  EXPECT_EQ(installed.workspace, nullptr);
+TEST_P(BenchFolderTest, ThePortsThatItWasMadeWithAreInstalledToo) {
+  EXPECT_EQ(bench->ports.mainThread, &bench->mainThread);
+  EXPECT_EQ(bench->ports.clock, &bench->clock);
+  EXPECT_EQ(bench->ports.workers, &bench->workers);
+  EXPECT_EQ(bench->ports.systemLog, &bench->log);
+  EXPECT_EQ(bench->ports.workspace, nullptr);
 }
 
 TEST_P(BenchFolderTest, APlayerHasAPort) {

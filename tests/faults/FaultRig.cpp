@@ -102,13 +102,13 @@ std::string FaultRig::imageOf(const std::string& name) const {
 
 void FaultRig::pull(const std::string& name, const std::string& node) {
   require(unplugPlayer(benchFolder, name), name + " isn't plugged in");
-  require(await([&] { return bench_.createDiskSession()->diskFromName(node) == nullptr; }),
+  require(await([&] { return platform().createDiskSession()->diskFromName(node) == nullptr; }),
           node + " stays");
 }
 
 void FaultRig::plug(const std::string& name, const std::string& node) {
   require(plugPlayer(benchFolder, name), name + " is plugged in already");
-  require(await([&] { return bench_.createDiskSession()->diskFromName(node) != nullptr; }),
+  require(await([&] { return platform().createDiskSession()->diskFromName(node) != nullptr; }),
           node + " doesn't come");
 }
 

@@ -9,14 +9,12 @@ Bench::Bench(const std::string& folder, BenchServices services)
       fileManager_(disks_, services.stop,
                    [&mainThread = services_.mainThread] { mainThread.keepWindowAlive(); }) {}
 
-std::shared_ptr<DiskSession> Bench::createDiskSession() {
-  // The bench outlives its sessions, which are all the same.
-  return {std::shared_ptr<void>(), &disks_};
-}
-
 void Bench::installInto(Platform& installed) {
   installed.usbBus = &bus_;
-  installed.createDiskSession = [this] { return createDiskSession(); };
+  // The bench outlives its sessions, which are all the same.
+  installed.createDiskSession = [this] {
+    return std::shared_ptr<DiskSession>(std::shared_ptr<void>(), &disks_);
+  };
   installed.scriptRunner = &disks_;
   installed.fileManager = &fileManager_;
   installed.mainThread = &services_.mainThread;

@@ -54,12 +54,8 @@ class Bench {
   // The folder's path is absolute, without a "/" at its end.
   Bench(const std::string& folder, BenchServices services);
 
-  UsbBus& usbBus() { return bus_; }
-  std::shared_ptr<DiskSession> createDiskSession();
-  ScriptRunner& scriptRunner() { return disks_; }
-  FileManager& fileManager() { return fileManager_; }
-
-  // Sets these four ports and those that the bench was made with; the others stay.
+  // Sets the ports of the bus, the disks, the scripts and the files, and those that the bench was
+  // made with; the others stay.
   void installInto(Platform& installed);
 
  private:

@@ -1,7 +1,6 @@
 #include "BenchDisks.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,13 +24,6 @@ constexpr std::uint32_t kLastDeviceNumber = 127;
 constexpr std::string_view kDeviceFolder = "/dev/";
 
 const Dissenter kGone{"The device has gone."};
-
-std::variant<BenchIdentity, std::string> identityOf(const std::string& file) {
-  if (::access(file.c_str(), F_OK) != 0) {
-    return BenchIdentity{};
-  }
-  return readIdentity(file);
-}
 
 // One opening of a bench player's volume: the volume's rules, the player's speed and its faults.
 // The clock outlives it.
@@ -107,7 +99,7 @@ BenchDisks::BenchDisks(std::string benchFolder, BenchServices services)
 
 std::variant<std::shared_ptr<BenchPlayer>, std::string> BenchDisks::attach(
     const std::string& name) {
-  auto identity = identityOf(identityFile(folder_, name));
+  auto identity = readIdentity(identityFile(folder_, name));
   if (const auto* error = std::get_if<std::string>(&identity)) {
     return *error;
   }

@@ -7,6 +7,7 @@
 #include <array>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -216,16 +217,12 @@ std::variant<Value, std::string> parse(std::string_view content, const std::stri
   return value;
 }
 
-// What a parser gives of a file's content.
-template <class Parser>
-auto parsedFile(const std::string& file, Parser parser) -> decltype(parser("", file)) {
+// None when it can't be read.
+std::optional<std::string> contentOf(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
-  if (!stream) {
-    return file + ": can't be read";
-  }
   std::ostringstream content;
   content << stream.rdbuf();
-  return parser(content.str(), file);
+  return stream ? std::optional(content.str()) : std::nullopt;
 }
 
 }  // namespace
@@ -256,11 +253,15 @@ std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
 }
 
 std::variant<Scenario, std::string> readScenario(const std::string& file) {
-  return parsedFile(file, parseScenario);
+  if (const auto content = contentOf(file)) {
+    return parseScenario(*content, file);
+  }
+  return file + ": can't be read";
 }
 
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file) {
-  return parsedFile(file, parseIdentity);
+  const auto content = contentOf(file);
+  return content ? parseIdentity(*content, file) : BenchIdentity{};
 }
 
 std::string identityText(const BenchIdentity& identity) {

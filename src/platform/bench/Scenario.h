@@ -81,7 +81,8 @@ std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file);
 std::variant<Scenario, std::string> readScenario(const std::string& file);
 
-// The same for the identity beside an image: one player's keys without those that make the image.
+// The same for the identity beside an image: one player's keys without those that make the image. A
+// file that isn't there is a standard player's.
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file);
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file);
