@@ -9,7 +9,6 @@
 #include <set>
 #include <utility>
 #include <variant>
-#include <vector>
 
 #include "BenchFolder.h"
 

@@ -20,31 +20,19 @@ constexpr std::int64_t kSmallestMiB = 64;  // below it FAT32 has too few cluster
 constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
-template <class Value>
-using Named = std::pair<const char*, Value>;
-
-constexpr std::array<Named<PullMoment>, 9> kPullMoments{{
-    {"before-unmount", PullMoment::kBeforeUnmount},
-    {"during-wipe", PullMoment::kDuringWipe},
-    {"before-format", PullMoment::kBeforeFormat},
-    {"during-format", PullMoment::kDuringFormat},
-    {"before-mount", PullMoment::kBeforeMount},
-    {"during-mount", PullMoment::kDuringMount},
-    {"after-bytes", PullMoment::kAfterBytes},
-    {"during-flush", PullMoment::kDuringFlush},
-    {"during-read-back", PullMoment::kDuringReadBack},
-}};
-
-constexpr std::array<Named<RemountMoment>, 2> kRemountMoments{{
-    {"after-unmount", RemountMoment::kAfterUnmount},
-    {"after-format", RemountMoment::kAfterFormat},
-}};
-
-constexpr std::array<Named<Lie>, 3> kLies{{
-    {"drops", Lie::kDrops},
-    {"wraps", Lie::kWraps},
-    {"flips", Lie::kFlips},
-}};
+// By the values of their enumerations; the first of each has no name.
+constexpr std::array<const char*, 10> kPullMoments{"",
+                                                   "before-unmount",
+                                                   "during-wipe",
+                                                   "before-format",
+                                                   "during-format",
+                                                   "before-mount",
+                                                   "during-mount",
+                                                   "after-bytes",
+                                                   "during-flush",
+                                                   "during-read-back"};
+constexpr std::array<const char*, 3> kRemountMoments{"", "after-unmount", "after-format"};
+constexpr std::array<const char*, 4> kLies{"", "drops", "wraps", "flips"};
 
 // One object of a JSON text, read key by key. A value of the wrong kind is a problem, and an absent
 // one leaves its target untouched. What the targets hold then is the content: so an object is
@@ -93,23 +81,21 @@ class Keys {
     }
   }
 
-  // One of the names, or no text for the target that has none.
+  // One of the names.
   template <class Value, std::size_t kCount>
-  void read(const QString& key, const std::array<Named<Value>, kCount>& names, Value& target) {
-    std::string name;
-    std::string all;
-    for (const auto& [each, value] : names) {
-      name = value == target ? each : name;
-      all += (all.empty() ? "" : ", ") + std::string(each);
-    }
+  void read(const QString& key, const std::array<const char*, kCount>& names, Value& target) {
+    std::string name = names.at(static_cast<std::size_t>(target));
     read(key, name);
-    const auto found = std::find_if(names.begin(), names.end(),
-                                    [&name](const auto& each) { return each.first == name; });
+    const auto found = std::find(names.begin(), names.end(), name);
     if (found != names.end()) {
-      target = found->second;
-    } else if (!name.empty()) {
-      report(key, "must be one of " + all);
+      target = static_cast<Value>(found - names.begin());
+      return;
     }
+    std::string all;
+    for (const std::string each : names) {
+      all += (all.empty() ? "" : ", ") + each;
+    }
+    report(key, "must be one of " + all);
   }
 
   // Has the object of a key read, an empty one when there is none.

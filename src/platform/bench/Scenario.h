@@ -40,8 +40,8 @@ struct BenchFaults {
   bool refuseUnmount = false;
   bool refuseFormat = false;  // the format command fails
   RemountMoment remount = RemountMoment::kNever;
-  std::int64_t readOnlyAfterBytes =
-      -1;  // bytes copied when it turns so, -1: never, 0: it always was
+  // Bytes copied when the medium turns read-only, -1: never, 0: it always was.
+  std::int64_t readOnlyAfterBytes = -1;
   Lie lie = Lie::kNone;
   std::int64_t lieFrom = 4096;  // bytes from the medium's beginning
   std::int64_t lieBytes = 0;    // 0: to its end
