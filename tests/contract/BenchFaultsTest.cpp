@@ -85,33 +85,6 @@ TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "123456789"}}));
 }
 
-TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
-  plan.identity.faults.pull = PullMoment::kAfterBytes;
-  plan.identity.faults.pullAfterBytes = 10;
-  plugPlanMounted();
-  EXPECT_TRUE(copy("12345", "1.mp3"));
-  EXPECT_TRUE(copy("12345", "2.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(copy("1", "3.mp3"));
-  EXPECT_TRUE(isPulled());
-  EXPECT_FALSE(copy("", "4.mp3"));
-  EXPECT_FALSE(volume->createDirectory(root + "/d"));
-  EXPECT_FALSE(volume->flush());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "12345"}, {"2.mp3", "12345"}}));
-}
-
-TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
-  plan.identity.faults.failAfterBytes = 10;
-  plugPlanMounted();
-  EXPECT_TRUE(copy("1234567890", "1.mp3"));
-  EXPECT_FALSE(copy("1", "2.mp3"));
-  EXPECT_FALSE(copy("1", "3.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
-}
-
 // The medium of a mounted player, over a clock that notes the pauses.
 class BenchMediumTest : public BenchFaultsTest {
  protected:
