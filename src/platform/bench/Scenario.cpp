@@ -92,8 +92,8 @@ class Keys {
       return;
     }
     std::string all;
-    for (const std::string each : names) {
-      all += (all.empty() ? "" : ", ") + each;
+    for (const char* const each : names) {
+      all += (all.empty() ? "" : ", ") + std::string(each);
     }
     report(key, "must be one of " + all);
   }
