@@ -7,16 +7,11 @@
 #include <QTest>
 #include <filesystem>
 
+#include "BenchFolder.h"
 #include "FileHandle.h"
-#include "Tools.h"
 #include "Utf8.h"
 
 namespace fillstation::contract {
-
-BenchBackEnd::BenchBackEnd(BenchCredentials credentials) {
-  bench = std::make_unique<Bench>(
-      folder.path(), BenchServices{stop, mainThread, clock, workers, log}, std::move(credentials));
-}
 
 BenchBackEnd::~BenchBackEnd() {
   stop.request();
@@ -29,9 +24,9 @@ void BenchBackEnd::make(const std::string& name, const PlayerWish& wish) {
   plan.sizeMiB = wish.sizeMiB;
   // mkfs.fat takes text only.
   const std::string label = withoutBadUtf8(wish.label.value_or(""));
-  plan.label = wish.label ? std::optional(label) : std::nullopt;
+  plan.label = label;
   plan.blank = wish.blank;
-  plan.identity.product = wish.product;
+  plan.identity.product = wish.product.value_or("");
   plan.identity.manufacturer = wish.manufacturer;
   plan.identity.serial = wish.serial;
   plan.identity.release = wish.release;
@@ -69,9 +64,9 @@ std::vector<OnMedium> BenchBackEnd::content(const std::string& name) {
 
 bool BenchBackEnd::isSound(const std::string& name) {
   const FileHandle file(::open(image(name).c_str(), O_RDONLY | O_CLOEXEC));
-  const auto said = runTool({"fsck.fat", "-n", kHandedImage}, file.get());
-  EXPECT_EQ(said, std::nullopt);
-  return !said;
+  const auto said = runOnImage(std::string("fsck.fat -n ") + kHandedImage, file.get());
+  EXPECT_EQ(said.exitStatus, 0) << said.out;
+  return said.exitStatus == 0;
 }
 
 std::string BenchBackEnd::head(const std::string& name, std::size_t bytes) {

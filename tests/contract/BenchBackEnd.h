@@ -2,7 +2,6 @@
 
 #include "BackEnd.h"
 #include "Bench.h"
-#include "BenchFolder.h"
 #include "QtMainThread.h"
 #include "TempFolder.h"
 #include "TestPlatform.h"
@@ -13,13 +12,13 @@ namespace fillstation::contract {
 // The virtual bench in a folder of its own.
 class BenchBackEnd : public BackEnd {
  public:
-  explicit BenchBackEnd(BenchCredentials credentials = {});
+  BenchBackEnd() { bench.installInto(ports); }
   ~BenchBackEnd() override;
 
-  UsbBus& usbBus() override { return bench->usbBus(); }
-  std::shared_ptr<DiskSession> createDiskSession() override { return bench->createDiskSession(); }
-  ScriptRunner& scriptRunner() override { return bench->scriptRunner(); }
-  FileManager& fileManager() override { return bench->fileManager(); }
+  UsbBus& usbBus() override { return *ports.usbBus; }
+  std::shared_ptr<DiskSession> createDiskSession() override { return ports.createDiskSession(); }
+  ScriptRunner& scriptRunner() override { return *ports.scriptRunner; }
+  FileManager& fileManager() override { return *ports.fileManager; }
   std::string userName() override { return "bench"; }
   std::string password() override { return "bench"; }
   void make(const std::string& name, const PlayerWish& wish) override;
@@ -44,8 +43,9 @@ class BenchBackEnd : public BackEnd {
   QtMainThread mainThread{stop};
   QtClock clock{stop};
   test::TestLog log;
-  std::unique_ptr<Bench> bench;
   ThreadWorkers workers{stop};
+  Bench bench{folder.path(), BenchServices{stop, mainThread, clock, workers, log}};
+  Platform ports;
 };
 
 // For the suites' instances.

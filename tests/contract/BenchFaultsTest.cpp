@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "BenchDisks.h"
-#include "BenchScriptRunner.h"
 #include "BenchTest.h"
 #include "BenchVolume.h"
 
@@ -86,86 +85,25 @@ TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "123456789"}}));
 }
 
-TEST_P(BenchFaultsTest, PulledAfterSoManyBytes) {
-  plan.identity.faults.pull = PullMoment::kAfterBytes;
-  plan.identity.faults.pullAfterBytes = 10;
-  plugPlanMounted();
-  EXPECT_TRUE(copy("12345", "1.mp3"));
-  EXPECT_TRUE(copy("12345", "2.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_FALSE(isPulled());
-  EXPECT_FALSE(copy("1", "3.mp3"));
-  EXPECT_TRUE(isPulled());
-  EXPECT_FALSE(copy("", "4.mp3"));
-  EXPECT_FALSE(volume->createDirectory(root + "/d"));
-  EXPECT_FALSE(volume->flush());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "12345"}, {"2.mp3", "12345"}}));
-}
-
-TEST_P(BenchFaultsTest, FailsAfterSoManyBytesAndStays) {
-  plan.identity.faults.failAfterBytes = 10;
-  plugPlanMounted();
-  EXPECT_TRUE(copy("1234567890", "1.mp3"));
-  EXPECT_FALSE(copy("1", "2.mp3"));
-  EXPECT_FALSE(copy("1", "3.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_FALSE(isPulled());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1234567890"}}));
-}
-
-TEST_P(BenchFaultsTest, ASlowDiskThatWasNeverFoundIsNotRememberedEither) {
-  plan.identity.faults.diskAfterSearches = 1;
-  plugPlan();
-  EXPECT_EQ(told.at(0).diskName, std::nullopt);
-  pullOut("a");
-  EXPECT_EQ(told.at(1).diskName, std::nullopt);
-}
-
-TEST_P(BenchFaultsTest, ASlowDiskThatWasFoundIsRemembered) {
-  plan.identity.faults.diskAfterSearches = 2;
-  bench->make(plan);
-  bench->plug("a");
-  ASSERT_TRUE(bench->usbBus().open("IOUSBDevice"));
-  const auto device = bench->usbBus().watchAttach([](UsbDeviceIterator&) {})->next();
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), std::nullopt);
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-  bench->unplug("a");
-  bench->settle();
-  EXPECT_EQ(device->searchDiskName(), "vp0");
-}
-
-TEST_P(BenchFaultsTest, APlayerThatIsNotMountedByItselfIsKnownByName) {
-  plan.identity.automount = false;
-  plugPlan();
-  EXPECT_EQ(volumeName(identity), "BOOKS");
-  bench->settle();
-  EXPECT_EQ(mountPath(identity), std::nullopt);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
-  EXPECT_TRUE(mountPath(identity));
-}
-
 // The medium of a mounted player, over a clock that notes the pauses.
 class BenchMediumTest : public BenchFaultsTest {
  protected:
   std::shared_ptr<VolumeMedium> medium() {
     bench->make(plan);
     bench->plug("a");
-    const auto attached = players.attach(bench->folder.path(), "a");
+    disks.emplace(bench->folder.path(),
+                  BenchServices{bench->stop, bench->mainThread, clock, bench->workers, bench->log});
+    const auto attached = disks->attach("a");
     const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
     identity = {player->node(), player->place().handle};
-    root = disks.remount(identity, "").value();
+    root = disks->remount(identity, "").value();
     const FileHandle folder(::open(root.c_str(), O_RDONLY | O_CLOEXEC));
-    return disks.mediumOf(folder.get(), root, identity);
+    return disks->mediumOf(folder.get(), root, identity);
   }
 
-  BenchBackEnd other;
   test::TestMainThread testThread;
   test::TestClock clock{testThread};
-  BenchPlayers players;
-  BenchDisks disks{other.folder.path(), players,
-                   BenchServices{other.stop, other.mainThread, clock, other.workers, other.log}};
+  std::optional<BenchDisks> disks;
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchMediumTest, ::testing::Values(kBench), nameOfKind);
 
@@ -184,11 +122,11 @@ TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
   std::ofstream(root + "/late.mp3").close();
   std::filesystem::resize_file(root + "/late.mp3", 17 << 20);
   bench->unplug("a");
-  left->created("late.mp3", false);
+  left->created("late.mp3");
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>());
   EXPECT_EQ(left->admitBytes(1), ENODEV);
-  EXPECT_EQ(left->admitFile("x", 1), ENODEV);
-  EXPECT_EQ(left->admitDirectory("x"), ENODEV);
+  EXPECT_EQ(left->admit("x", 1), ENODEV);
+  EXPECT_EQ(left->admit("x", std::nullopt), ENODEV);
 }
 
 TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
@@ -203,7 +141,7 @@ TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
   EXPECT_FALSE(closed->flush());
 }
 
-TEST_P(BenchFaultsTest, WhatMtoolsCannotWriteIsNotFlushed) {
+TEST_P(BenchFaultsTest, WhatCannotBeWrittenIsNotFlushed) {
   plugPlanMounted();
   EXPECT_TRUE(copy("x", "x.mp3"));
   EXPECT_TRUE(copy("y", "y.mp3"));

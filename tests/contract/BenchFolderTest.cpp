@@ -14,9 +14,7 @@ class BenchFolderTest : public BenchTest {
   std::string at(const std::string& below) const { return bench->folder.path(below); }
 
   // What a shell command line says.
-  static std::string said(const std::string& line) {
-    return std::get<ShellCommand::Result>(ShellCommand::run(line)).out;
-  }
+  static std::string said(const std::string& line) { return runShell(line).out; }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFolderTest, ::testing::Values(kBench), nameOfKind);
 
@@ -51,7 +49,9 @@ TEST_P(BenchFolderTest, AnImageThatIsNoFileIsLogged) {
 TEST_P(BenchFolderTest, AFolderThatDoesNotExistCannotBeOpened) {
   Bench nowhere(at("missing"), BenchServices{bench->stop, bench->mainThread, bench->clock,
                                              bench->workers, bench->log});
-  EXPECT_FALSE(nowhere.usbBus().open("IOUSBDevice"));
+  Platform installed;
+  nowhere.installInto(installed);
+  EXPECT_FALSE(installed.usbBus->open("IOUSBDevice"));
 }
 
 TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
@@ -174,7 +174,7 @@ TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
             std::string::npos);
 }
 
-TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
+TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
   plugPlanMounted();
   const std::string source = sources.write("source", "x");
   std::vector<std::string> names;
@@ -190,80 +190,33 @@ TEST_P(BenchFolderTest, ManyFilesTakeSeveralCommands) {
   EXPECT_EQ(found, names);
 }
 
-TEST_P(BenchFolderTest, ThePartitionOfAnImageIsItsVolume) {
-  plan.blank = true;
-  bench->make(plan);
-  const std::string image = bench->image("a");
-  said("truncate -s 0 '" + image + "'; truncate -s 80M '" + image + "'; " + "truncate -s 64M '" +
-       at("part") + "'; PATH=$PATH:/usr/sbin mkfs.fat -F32 -n INNER '" + at("part") + "'; dd if='" +
-       at("part") + "' of='" + image + "' bs=1M seek=1 conv=notrunc,sparse 2>&1");
-  // One partition of type 0C from sector 2048 on.
-  std::string table(512, '\0');
-  table.replace(446, 16, std::string("\0\0\0\0\x0c\0\0\0\0\x08\0\0\0\0\x02\0", 16));
-  table[510] = '\x55';
-  table[511] = '\xAA';
-  bench->writeHead("a", table);
-  watchBus();
-  identity = plugInAgain("a");
-  ASSERT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
-  EXPECT_EQ(volumeName(identity), "INNER");
-  root = *mountPath(identity);
-  volume = bench->fileManager().openVolume(root, identity);
-  EXPECT_TRUE(volume->createDirectory(root + "/d"));
-  EXPECT_TRUE(copy("x", "d/x.mp3"));
-  EXPECT_TRUE(volume->flush());
-  EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"d/", ""}, {"d/x.mp3", "x"}}));
-}
-
-TEST_P(BenchFolderTest, AllPortsAreInstalled) {
-  Platform installed;
-  bench->bench->installInto(installed);
-  EXPECT_EQ(installed.usbBus, &bench->usbBus());
-  EXPECT_NE(installed.createDiskSession(), nullptr);
-  EXPECT_EQ(installed.scriptRunner, &bench->scriptRunner());
-  EXPECT_EQ(installed.fileManager, &bench->fileManager());
-  EXPECT_EQ(installed.mainThread, &bench->mainThread);
-  EXPECT_EQ(installed.clock, &bench->clock);
-  EXPECT_EQ(installed.workers, &bench->workers);
-  EXPECT_EQ(installed.systemLog, &bench->log);
-  EXPECT_EQ(installed.workspace, nullptr);
+TEST_P(BenchFolderTest, ThePortsThatItWasMadeWithAreInstalledToo) {
+  EXPECT_EQ(bench->ports.mainThread, &bench->mainThread);
+  EXPECT_EQ(bench->ports.clock, &bench->clock);
+  EXPECT_EQ(bench->ports.workers, &bench->workers);
+  EXPECT_EQ(bench->ports.systemLog, &bench->log);
+  EXPECT_EQ(bench->ports.workspace, nullptr);
 }
 
 TEST_P(BenchFolderTest, APlayerHasAPort) {
-  plan.identity.port = "3-1.4";
   plugPlan();
   const DiskIdentity other = plugIn("b");
-  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "3-1.4");
+  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "1-2");
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle), "1-3");
   EXPECT_EQ(bench->usbBus().portName(other.usbHandle + 1), "");
 }
 
-TEST_P(BenchFolderTest, AScenariosCredentialsCount) {
-  BenchBackEnd other(BenchCredentials{"anna", "secret"});
+TEST_P(BenchFolderTest, ARefusalSaysByItsNumberWhatWasWrong) {
   const DiskIdentity nobody{"/dev/vp0", 0x10002};
-  const auto run = [&](const std::string& user, const std::string& password) {
-    return other.scriptRunner().run(scriptFor(wipeCommand("/dev/vp0"), user, password), nobody);
+  const auto run = [&](const std::string& command, const std::string& user,
+                       const std::string& password) {
+    return bench->scriptRunner().run(scriptFor(command, user, password), nobody).errorNumber;
   };
-  EXPECT_EQ(run("bench", "bench").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("anna", "bench").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("bench", "secret").errorNumber, kWrongCredentialsNumber);
-  EXPECT_EQ(run("anna", "secret").errorNumber, kNotThePlayerNumber);
-  EXPECT_EQ(other.scriptRunner().run(scriptFor("true", "anna", "secret"), nobody).errorNumber,
-            kNotAPlayerCommandNumber);
-}
-
-TEST_P(BenchFolderTest, AFolderWithASlashAtTheEndIsTheSame) {
-  BenchBackEnd other;
-  other.bench = std::make_unique<Bench>(
-      other.folder.path() + "/",
-      BenchServices{other.stop, other.mainThread, other.clock, other.workers, other.log});
-  backEnd.reset();
-  session = other.createDiskSession();
-  other.make("a", PlayerWish{});
-  other.plug("a");
-  ASSERT_TRUE(other.usbBus().open("IOUSBDevice"));
-  EXPECT_TRUE(other.await(
-      [&] { return mountPathOf(*session, "vp0") == other.folder.path("volumes/BOOKS"); }));
+  const std::string wipe = wipeCommand("/dev/vp0");
+  EXPECT_EQ(run(wipe, "anna", "bench"), kWrongCredentialsNumber);
+  EXPECT_EQ(run(wipe, "bench", "secret"), kWrongCredentialsNumber);
+  EXPECT_EQ(run(wipe, "bench", "bench"), kNotThePlayerNumber);
+  EXPECT_EQ(run("true", "bench", "bench"), kNotAPlayerCommandNumber);
 }
 
 }  // namespace

@@ -5,15 +5,16 @@
 #include <filesystem>
 
 #include "BenchBackEnd.h"
+#include "BenchFolder.h"
 #include "ContractTest.h"
 
 namespace fillstation::contract {
 
 // What is the bench's own: faults, files, threads.
-class BenchTest : public ContractTest {
+class BenchTest : public VolumeTest {
  protected:
   void SetUp() override {
-    ContractTest::SetUp();
+    VolumeTest::SetUp();
     bench = static_cast<BenchBackEnd*>(backEnd.get());
     plan.name = "a";
     plan.label = "BOOKS";
@@ -28,13 +29,7 @@ class BenchTest : public ContractTest {
   void plugPlanMounted() {
     plugPlan();
     ASSERT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
-    root = *mountPath(identity);
-    volume = bench->fileManager().openVolume(root, identity);
-    ASSERT_NE(volume, nullptr);
-  }
-
-  bool copy(const std::string& content, const std::string& name) {
-    return volume->copyItem(sources.write("source", content), root + "/" + name);
+    openVolume();
   }
 
   bool isPulled() const {
@@ -42,12 +37,8 @@ class BenchTest : public ContractTest {
            std::filesystem::exists(pulledImage(bench->folder.path(), "a"));
   }
 
-  test::TempFolder sources;
   BenchBackEnd* bench = nullptr;
   BenchPlayerPlan plan;
-  DiskIdentity identity;
-  std::string root;
-  std::shared_ptr<Volume> volume;
 };
 
 }  // namespace fillstation::contract

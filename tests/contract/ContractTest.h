@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "BackEnd.h"
+#include "TempFolder.h"
 #include "Url.h"
 
 namespace fillstation::contract {
@@ -153,6 +154,39 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
   std::unique_ptr<BackEnd> backEnd;
   std::shared_ptr<DiskSession> session;
   std::vector<Told> told;
+};
+
+// With the bus watched from the beginning.
+class WatchedContract : public ContractTest {
+ protected:
+  void SetUp() override {
+    ContractTest::SetUp();
+    if (!IsSkipped()) {
+      watchBus();
+    }
+  }
+};
+
+// With a player whose volume is filled.
+class VolumeTest : public ContractTest {
+ protected:
+  // Opens the volume of `identity`, which is mounted.
+  void openVolume() {
+    root = *mountPath(identity);
+    volume = backEnd->fileManager().openVolume(root, identity);
+    ASSERT_NE(volume, nullptr);
+  }
+  // Copies a file of that content onto it, from `source-1`, `source-2` and so on.
+  bool copy(const std::string& content, const std::string& path) {
+    const std::string source = sources.write("source-" + std::to_string(++sourceNumber), content);
+    return volume->copyItem(source, root + "/" + path);
+  }
+
+  test::TempFolder sources;
+  int sourceNumber = 0;
+  DiskIdentity identity;
+  std::string root;
+  std::shared_ptr<Volume> volume;
 };
 
 }  // namespace fillstation::contract

@@ -4,13 +4,8 @@
 
 namespace fillstation::contract {
 
-class DiskSessionContract : public ContractTest {
+class DiskSessionContract : public WatchedContract {
  protected:
-  void SetUp() override {
-    ContractTest::SetUp();
-    watchBus();
-  }
-
   static bool isEmpty(const DiskDescription& description) {
     return !description.deviceVendor && !description.mediaSize && !description.volumeName &&
            !description.volumePath;

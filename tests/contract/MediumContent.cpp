@@ -41,7 +41,7 @@ std::vector<OnMedium> contentOfImage(int descriptor) {
   std::vector<OnMedium> all;
   EXPECT_TRUE(fat);
   if (fat) {
-    collect(*fat, fat->rootCluster(), "", all);
+    collect(*fat, fat->layout().rootCluster, "", all);
   }
   return all;
 }

@@ -13,26 +13,19 @@
 
 namespace fillstation::contract {
 
-class MediumContract : public ContractTest {
+class MediumContract : public VolumeTest {
  protected:
   void SetUp() override {
-    ContractTest::SetUp();
+    VolumeTest::SetUp();
     if (!IsSkipped()) {
       watchBus();
     }
   }
 
   // Plugs in a player and opens its volume.
-  void openVolume(const PlayerWish& wish = {}) {
+  void plugInOpened(const PlayerWish& wish = {}) {
     identity = plugInMounted("a", wish);
-    root = *mountPath(identity);
-    volume = backEnd->fileManager().openVolume(root, identity);
-    ASSERT_NE(volume, nullptr);
-  }
-
-  bool copy(const std::string& content, const std::string& path) {
-    const std::string source = sources.write("source-" + std::to_string(++sourceNumber), content);
-    return volume->copyItem(source, root + "/" + path);
+    openVolume();
   }
 
   bool createDirectory(const std::string& path) {
@@ -51,12 +44,6 @@ class MediumContract : public ContractTest {
     worker.join();
     return held;
   }
-
-  test::TempFolder sources;
-  int sourceNumber = 0;
-  DiskIdentity identity;
-  std::string root;
-  std::shared_ptr<Volume> volume;
 };
 
 TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
@@ -66,9 +53,7 @@ TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
   EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
   EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
   EXPECT_EQ(volumeName(identity), "NO NAME");
-  root = *mountPath(identity);
-  volume = backEnd->fileManager().openVolume(root, identity);
-  ASSERT_NE(volume, nullptr);
+  openVolume();
   EXPECT_TRUE(createDirectory("Album"));
   EXPECT_TRUE(copy("two", "Album/02.mp3"));
   EXPECT_TRUE(copy("one", "Album/01.mp3"));
@@ -83,7 +68,7 @@ TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
 }
 
 TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(createDirectory("Album"));
   EXPECT_TRUE(copy("two", "Album/02.mp3"));
   EXPECT_TRUE(copy("one", "Album/01.mp3"));
@@ -97,10 +82,7 @@ TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
     items[file].destination = root + (file == 1 ? "/Album/02.mp3" : "/Album/01.mp3");
   }
   EXPECT_TRUE(readBack(items));
-  ASSERT_TRUE(mountPath(identity).has_value());
-  root = *mountPath(identity);
-  volume = backEnd->fileManager().openVolume(root, identity);
-  ASSERT_NE(volume, nullptr);
+  openVolume();
   EXPECT_TRUE(copy("three", "03.mp3"));
   EXPECT_TRUE(volume->flush());
   items[0].destination = root + "/Another/";
@@ -108,7 +90,7 @@ TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
 }
 
 TEST_P(MediumContract, NamesThatFatKeepsInWaysOfItsOwnAreReadBack) {
-  openVolume();
+  plugInOpened();
   std::vector<CopiedItem> items;
   for (const std::string name :
        {"UPPER.MP3", "lower.mp3", "Mixed.Mp3", "ÄÖÜ.mp3", "éàí.mp3", "ÁÉ.MP3", "ß.mp3",
@@ -134,23 +116,16 @@ TEST_P(MediumContract, IsOpenedForItsDiskOnly) {
   EXPECT_EQ(files.openVolume(root, {identity.node + "9", identity.usbHandle}), nullptr);
   EXPECT_EQ(files.openVolume(root + "/..", identity), nullptr);
   EXPECT_EQ(files.openVolume(sources.path(), identity), nullptr);
+  const DiskIdentity other = plugInMounted("b");
+  EXPECT_EQ(files.openVolume(root, other), nullptr);
+  EXPECT_EQ(files.openVolume(*mountPath(other), identity), nullptr);
+  EXPECT_NE(files.openVolume(*mountPath(other), other), nullptr);
   EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
   EXPECT_EQ(files.openVolume(root, identity), nullptr);
 }
 
-TEST_P(MediumContract, TwoPlayersVolumesAreNotTakenForEachOther) {
-  identity = plugInMounted("a");
-  const DiskIdentity other = plugInMounted("b");
-  const std::string first = *mountPath(identity);
-  const std::string second = *mountPath(other);
-  EXPECT_NE(first, second);
-  EXPECT_EQ(backEnd->fileManager().openVolume(first, other), nullptr);
-  EXPECT_EQ(backEnd->fileManager().openVolume(second, identity), nullptr);
-  EXPECT_NE(backEnd->fileManager().openVolume(second, other), nullptr);
-}
-
 TEST_P(MediumContract, DirectoryOrderIsCreationOrder) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(copy("z", "zz.mp3"));
   EXPECT_TRUE(createDirectory("m"));
   EXPECT_TRUE(copy("10", "m/10.mp3"));
@@ -176,7 +151,7 @@ TEST_P(MediumContract, EveryNameThatFatCanHoldArrivesUnchanged) {
       "con.mp3",      "lpt1.txt",           "clock$",        "é.mp3",          "è.mp3",
       "noextension",  "two.dots.mp3",       "thirteen78901", "fourteen789012", "\uE000private",
       "`(){}_-'.mp3", std::string(255, 'n')};
-  openVolume();
+  plugInOpened();
   std::vector<OnMedium> expected;
   for (const auto& name : names) {
     EXPECT_TRUE(copy("content of " + name, name)) << name;
@@ -189,7 +164,7 @@ TEST_P(MediumContract, EveryNameThatFatCanHoldArrivesUnchanged) {
 
 TEST_P(MediumContract, EveryNameOfADirectoryCanBeFilled) {
   const std::vector<std::string> names{"-d", "a[1]", "[x]", "😀", "ü", "ö", "日本 1", "CON", "Sub"};
-  openVolume();
+  plugInOpened();
   std::vector<OnMedium> expected;
   for (const auto& name : names) {
     EXPECT_TRUE(createDirectory(name + "/" + name)) << name;
@@ -204,7 +179,7 @@ TEST_P(MediumContract, EveryNameOfADirectoryCanBeFilled) {
 }
 
 TEST_P(MediumContract, NamesThatFatRefusesAreRefused) {
-  openVolume();
+  plugInOpened();
   for (const std::string name : {"a:b", "a?b", "a*b", "a<b", "a>b", "a|b", "a\"b", "a\\b", "a\nb",
                                  "a\x1f", "b\x80", "trailing ", "trailing .", "..."}) {
     EXPECT_FALSE(copy("x", name)) << name;
@@ -216,7 +191,7 @@ TEST_P(MediumContract, NamesThatFatRefusesAreRefused) {
 }
 
 TEST_P(MediumContract, DotsAtTheEndOfANameFallAway) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(copy("x", "dots.."));
   EXPECT_FALSE(copy("x", "dots"));
   EXPECT_TRUE(volume->flush());
@@ -224,7 +199,7 @@ TEST_P(MediumContract, DotsAtTheEndOfANameFallAway) {
 }
 
 TEST_P(MediumContract, NamesThatDifferInCaseAloneCollide) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(copy("x", "Track.mp3"));
   EXPECT_FALSE(copy("y", "track.MP3"));
   EXPECT_TRUE(createDirectory("d"));
@@ -235,7 +210,7 @@ TEST_P(MediumContract, NamesThatDifferInCaseAloneCollide) {
 }
 
 TEST_P(MediumContract, NeverOverwrites) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(copy("first", "x.mp3"));
   EXPECT_FALSE(copy("second", "x.mp3"));
   EXPECT_TRUE(createDirectory("d"));
@@ -250,7 +225,7 @@ TEST_P(MediumContract, NeverOverwrites) {
 TEST_P(MediumContract, AFileOfFourGiBIsTooLarge) {
   PlayerWish wish;
   wish.sizeMiB = 8192;
-  openVolume(wish);
+  plugInOpened(wish);
   const std::string source = sources.write("large", "");
   std::filesystem::resize_file(source, std::uintmax_t{1} << 32);
   EXPECT_FALSE(volume->copyItem(source, root + "/large.mp3"));
@@ -259,7 +234,7 @@ TEST_P(MediumContract, AFileOfFourGiBIsTooLarge) {
 }
 
 TEST_P(MediumContract, TakesNoMoreThanTheMediumHolds) {
-  openVolume();
+  plugInOpened();
   const std::string source = sources.write("large", "");
   std::filesystem::resize_file(source, std::uintmax_t{40} << 20);
   EXPECT_TRUE(volume->copyItem(source, root + "/fits.mp3"));
@@ -274,7 +249,7 @@ TEST_P(MediumContract, TakesNoMoreThanTheMediumHolds) {
 }
 
 TEST_P(MediumContract, AtMostSixteenMiBAreNotOnTheMedium) {
-  openVolume();
+  plugInOpened();
   const std::string source = sources.write("source", "");
   std::filesystem::resize_file(source, std::uintmax_t{16} << 20);
   EXPECT_TRUE(volume->copyItem(source, root + "/1.mp3"));
@@ -286,7 +261,7 @@ TEST_P(MediumContract, AtMostSixteenMiBAreNotOnTheMedium) {
 }
 
 TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(createDirectory("Älter"));
   EXPECT_TRUE(copy("before", "Älter/😀.mp3"));
   EXPECT_TRUE(copy("", "empty.mp3"));
@@ -307,16 +282,8 @@ TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
   EXPECT_TRUE(backEnd->isSound("a"));
 }
 
-TEST_P(MediumContract, UnmountingWritesWhatIsNotThereYet) {
-  openVolume();
-  EXPECT_TRUE(copy("x", "x.mp3"));
-  volume.reset();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
-}
-
 TEST_P(MediumContract, AnOpenVolumeIsNeitherUnmountedNorEjected) {
-  openVolume();
+  plugInOpened();
   EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
   EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
   EXPECT_TRUE(copy("x", "x.mp3"));
@@ -326,7 +293,7 @@ TEST_P(MediumContract, AnOpenVolumeIsNeitherUnmountedNorEjected) {
 }
 
 TEST_P(MediumContract, NothingGetsOntoAPlayerThatHasGone) {
-  openVolume();
+  plugInOpened();
   EXPECT_TRUE(copy("x", "x.mp3"));
   EXPECT_TRUE(volume->flush());
   backEnd->unplug("a");
@@ -336,14 +303,14 @@ TEST_P(MediumContract, NothingGetsOntoAPlayerThatHasGone) {
 }
 
 TEST_P(MediumContract, GoesWithThePlayer) {
-  openVolume();
+  plugInOpened();
   pullOut("a");
   EXPECT_TRUE(backEnd->await([&] { return !std::filesystem::exists(root); }));
   EXPECT_EQ(backEnd->fileManager().openVolume(root, identity), nullptr);
 }
 
 TEST_P(MediumContract, KeepsTheModificationTime) {
-  openVolume();
+  plugInOpened();
   const std::string source = sources.write("source", "x");
   const timespec when{1'000'000'000, 0};
   const timespec times[2]{when, when};

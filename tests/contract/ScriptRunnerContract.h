@@ -4,16 +4,9 @@
 
 namespace fillstation::contract {
 
-class ScriptRunnerContract : public ContractTest {
+class ScriptRunnerContract : public WatchedContract {
  protected:
   static constexpr std::size_t kWiped = 40960;
-
-  void SetUp() override {
-    ContractTest::SetUp();
-    if (!IsSkipped()) {
-      watchBus();
-    }
-  }
 
   // A player that is ready for a command, with marks on its medium.
   void prepare() {

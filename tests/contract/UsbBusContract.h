@@ -135,33 +135,6 @@ TEST_P(UsbBusContract, ADeviceAnswersWithItsDescriptors) {
   EXPECT_EQ(serial->at(126), 's');
 }
 
-TEST_P(UsbBusContract, ADescriptorIsCutToTheBufferAndToTheAskedLength) {
-  const auto interface = onlyDevice()->openInterface();
-  const std::uint16_t product = static_cast<std::uint16_t>(0x300 | interface->productStringIndex());
-  std::array<std::uint8_t, 8> buffer{};
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, product, 1033, 128}, buffer), 8U);
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, product, 1033, 4}, buffer), 4U);
-  EXPECT_EQ(buffer[2], 'H');
-}
-
-TEST_P(UsbBusContract, ARequestThatTheDeviceDoesNotKnowFails) {
-  const auto interface = onlyDevice()->openInterface();
-  const std::uint16_t product = static_cast<std::uint16_t>(0x300 | interface->productStringIndex());
-  std::array<std::uint8_t, 128> buffer{};
-  EXPECT_EQ(interface->deviceRequest({0x00, 6, product, 1033, 128}, buffer), std::nullopt);
-  EXPECT_EQ(interface->deviceRequest({0x80, 7, product, 1033, 128}, buffer), std::nullopt);
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x0F01, 1033, 128}, buffer), std::nullopt);
-  EXPECT_EQ(interface->deviceRequest({0x80, 6, 0x03F0, 1033, 128}, buffer), std::nullopt);
-}
-
-TEST_P(UsbBusContract, TheIndexOfAnAbsentStringHasNoDescriptor) {
-  PlayerWish wish;
-  wish.manufacturer = "";
-  const auto interface = onlyDevice(wish)->openInterface();
-  EXPECT_EQ(interface->manufacturerStringIndex(), 0);
-  EXPECT_EQ(descriptor(*interface, 0), std::nullopt);
-}
-
 TEST_P(UsbBusContract, TellsOfAnArrivalFromTheMainLoop) {
   watchBus();
   backEnd->make("a", {});

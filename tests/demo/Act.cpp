@@ -194,7 +194,7 @@ class Act {
 
   bool perform() {
     std::fprintf(console(), "\n%s\n", qUtf8Printable(plan_.title));
-    const auto count = plan_.scenario.players.size();
+    const auto count = plan_.scenario.size();
     step(QString("Plug in %1 players, one after the other").arg(count), [this] { plugIn(); });
     if (windows_.songs()->list()->empty()) {
       step("Add the folder with the audio book", [this] { person_.addFolder(plan_.audioFolder); });
@@ -231,7 +231,7 @@ class Act {
   }
 
   void plugIn() {
-    for (const auto& plan : plan_.scenario.players) {
+    for (const auto& plan : plan_.scenario) {
       const auto problem = createPlayer(plan_.benchFolder.toStdString(), plan);
       if (problem || !plugPlayer(plan_.benchFolder.toStdString(), plan.name)) {
         throw NotSeen("a player that can't be plugged in: " + problem.value_or(plan.name));

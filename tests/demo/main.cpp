@@ -116,7 +116,7 @@ bool performActs(const Options& options, const QString& folder, WindowSet& windo
 
 void handOver(const Options& options, const QString& folder) {
   const Scenario scenario = scenarioOf(options, "four-players.json");
-  for (const auto& player : scenario.players) {
+  for (const auto& player : scenario) {
     const auto problem = createPlayer(folder.toStdString(), player);
     if (problem || !plugPlayer(folder.toStdString(), player.name)) {
       throw NotSeen("a player that can't be plugged in: " + problem.value_or(player.name));
@@ -125,11 +125,10 @@ void handOver(const Options& options, const QString& folder) {
   std::fprintf(
       console(),
       "The window is yours. An audio book to add:\n  %s\n"
-      "The administrator is \"%s\", the password \"%s\".\n"
+      "The administrator is \"bench\", the password \"bench\".\n"
       "Plug and unplug players by moving images between\n  %s\nand its folder \"pulled\".\n"
       "Close the window when you are done; the players are thrown away at the next start.\n",
-      qUtf8Printable(options.audio), scenario.credentials.user.c_str(),
-      scenario.credentials.password.c_str(), qUtf8Printable(folder));
+      qUtf8Printable(options.audio), qUtf8Printable(folder));
   std::fflush(console());
 }
 

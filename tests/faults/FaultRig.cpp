@@ -102,13 +102,13 @@ std::string FaultRig::imageOf(const std::string& name) const {
 
 void FaultRig::pull(const std::string& name, const std::string& node) {
   require(unplugPlayer(benchFolder, name), name + " isn't plugged in");
-  require(await([&] { return bench_.createDiskSession()->diskFromName(node) == nullptr; }),
+  require(await([&] { return platform().createDiskSession()->diskFromName(node) == nullptr; }),
           node + " stays");
 }
 
 void FaultRig::plug(const std::string& name, const std::string& node) {
   require(plugPlayer(benchFolder, name), name + " is plugged in already");
-  require(await([&] { return bench_.createDiskSession()->diskFromName(node) != nullptr; }),
+  require(await([&] { return platform().createDiskSession()->diskFromName(node) != nullptr; }),
           node + " doesn't come");
 }
 
@@ -151,8 +151,10 @@ void FaultRig::addBook(std::int64_t moreMiB) {
     folder.write("book/Long/" + std::to_string(number) + ".mp3",
                  noise(seed++, kLongMiB * 1024 * 1024));
   }
-  click(windows->window().ui().btnBrowse);
+  browse();
 }
+
+void FaultRig::browse() { click(windows->window().ui().btnBrowse); }
 
 void FaultRig::tickAll() { click(windows->window().ui().btnAll); }
 

@@ -50,6 +50,8 @@ class FaultRig {
   // Writes the folder `book` and adds it: ten tracks of equal size with contents of their own, in
   // folders, beside a file of another type; and more audio on demand.
   void addBook(std::int64_t moreMiB = 0);
+  // Adds the folder `book`.
+  void browse();
   void tickAll();
   // Start; the credentials and OK.
   void ask();

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "Input.h"
-#include "UdevUsbBus.h"
+#include "QtUsbBus.h"
 #include "UsbUtil.h"
 
 using namespace fillstation;

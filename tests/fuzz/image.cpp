@@ -4,7 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "FatImage.h"
+#include "FatWriter.h"
 #include "FileHandle.h"
 #include "Input.h"
 
@@ -33,10 +33,6 @@ void visit(const FatImage& image, std::uint32_t cluster, int sink, int depth) {
     } else if (!entry.isDirectory && image.copyContent(entry, sink)) {
       fuzz::require(::lseek(sink, 0, SEEK_SET) == 0);
     }
-    if (!entry.longNameSlots.empty()) {
-      fuzz::require(entry.name.size() <= entry.longNameSlots.size() * 13 * 3);
-      fuzz::require(image.rename(entry, entry.name));
-    }
   }
 }
 
@@ -52,8 +48,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   put(medium.get(), std::string(input.rest()), kRoot);
   if (const auto image = FatImage::open(medium.get())) {
     fuzz::require(!image->label().empty());
-    fuzz::require(image->freeClusters() * image->clusterBytes() <= kMedium);
-    visit(*image, image->rootCluster(), sink.get(), 0);
+    visit(*image, image->layout().rootCluster, sink.get(), 0);
+    FatWriter writer(*image);
+    writer.haveDirectory("", image->list(image->layout().rootCluster).value_or(FatDirectory()));
+    fuzz::require(writer.admit("x", kMedium) != 0);
   }
   return 0;
 }

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (const auto* error = std::get_if<std::string>(&scenario)) {
     fuzz::require(error->starts_with("scenario:") && error->size() > 10);
   } else {
-    for (const auto& player : std::get<Scenario>(scenario).players) {
+    for (const auto& player : std::get<Scenario>(scenario)) {
       // It becomes the name of a file.
       fuzz::require(!player.name.empty() && player.name.find('/') == std::string::npos);
       fuzz::require(player.sizeMiB >= 64 && player.sizeMiB <= 8192);

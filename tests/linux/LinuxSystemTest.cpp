@@ -91,14 +91,14 @@ TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
   machine.addNode("sdb");
   mockCalls().unit.sequenceResult = 0;
   begin();
-  const auto session = platform().createDiskSession();
+  const auto opened = platform().createDiskSession();
   int completed = 0;
   const auto done = [&](const auto&, const Dissenter* dissenter) {
     ++completed;
     EXPECT_EQ(dissenter, nullptr);
   };
-  session->mount(session->diskFromName("/dev/sdb"), kPlayer, done);
-  session->eject(session->diskFromName("sdb"), kPlayer, done);
+  opened->mount(opened->diskFromName("/dev/sdb"), kPlayer, done);
+  opened->eject(opened->diskFromName("sdb"), kPlayer, done);
   runLoopUntil([&] { return completed == 2; });
   const std::string list = "ObjectManager.GetManagedObjects";
   EXPECT_EQ(udisks.members(),

@@ -107,9 +107,8 @@ class GuardRig {
   void setPatience(int seconds) { replace("+ 15)", "+ " + std::to_string(seconds) + ")"); }
 
   // Of the player, or of the same by another name.
-  ShellCommand::Result run(PlayerCommand::Kind kind, const std::string& name = "sdz") const {
-    return std::get<ShellCommand::Result>(
-        ShellCommand::run(guardedCommand(kind, {node(name), 0x1000C}, 77, script_)));
+  ShellResult run(PlayerCommand::Kind kind, const std::string& name = "sdz") const {
+    return runShell(guardedCommand(kind, {node(name), 0x1000C}, 77, script_));
   }
   void expectRefused(PlayerCommand::Kind kind, const std::string& why,
                      const std::string& name = "sdz") const {

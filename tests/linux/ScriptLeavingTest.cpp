@@ -84,9 +84,8 @@ INSTANTIATE_TEST_SUITE_P(Every, ScriptLeavingTest,
 // The guard as root, on a real block device.
 class ScriptClaimTest : public ScriptWindowTest {
  protected:
-  static ShellCommand::Result wipe() {
-    return std::get<ShellCommand::Result>(
-        ShellCommand::run(guardedCommand(PlayerCommand::wipe, {"/dev/vp0", 0x10002}, 1)));
+  static ShellResult wipe() {
+    return runShell(guardedCommand(PlayerCommand::wipe, {"/dev/vp0", 0x10002}, 1));
   }
 };
 

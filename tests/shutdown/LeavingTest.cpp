@@ -171,7 +171,7 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
       }
     };
     if (fat) {
-      collect(fat->rootCluster());
+      collect(fat->layout().rootCluster);
     }
     return names;
   }

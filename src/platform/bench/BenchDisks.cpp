@@ -1,5 +1,8 @@
 #include "BenchDisks.h"
 
+#include <fcntl.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
@@ -12,6 +15,11 @@
 namespace fillstation {
 
 namespace {
+
+constexpr std::uint32_t kBus = 0x10000;  // bus number 1, in a handle
+// 1 is the bus itself; the numbers end at 127 and begin again.
+constexpr std::uint32_t kFirstDeviceNumber = 2;
+constexpr std::uint32_t kLastDeviceNumber = 127;
 
 constexpr std::string_view kDeviceFolder = "/dev/";
 
@@ -28,12 +36,7 @@ class BenchMedium : public VolumeMedium {
   }
   ~BenchMedium() override { volume_->released(); }
 
-  int admitDirectory(const std::string& relativePath) override {
-    const int refused = refusal();
-    return refused != 0 ? refused : volume_->admit(relativePath, std::nullopt);
-  }
-
-  int admitFile(const std::string& relativePath, std::int64_t size) override {
+  int admit(const std::string& relativePath, std::optional<std::int64_t> size) override {
     const int refused = refusal();
     return refused != 0 ? refused : volume_->admit(relativePath, size);
   }
@@ -55,12 +58,12 @@ class BenchMedium : public VolumeMedium {
     if (!player_->isPresent()) {
       return ENODEV;
     }
-    return faults.failAfterBytes && copied > *faults.failAfterBytes ? EIO : 0;
+    return faults.failAfterBytes >= 0 && copied > faults.failAfterBytes ? EIO : 0;
   }
 
-  void created(const std::string& relativePath, bool isDirectory) override {
+  void created(const std::string& relativePath) override {
     if (refusal() == 0) {
-      volume_->created(relativePath, isDirectory);
+      volume_->created(relativePath);
     }
   }
 
@@ -88,21 +91,74 @@ class BenchMedium : public VolumeMedium {
 
 }  // namespace
 
-BenchDisks::BenchDisks(std::string benchFolder, BenchPlayers& players, BenchServices services)
-    : folder_(std::move(benchFolder) + "/volumes"),
-      players_(players),
+BenchDisks::BenchDisks(std::string benchFolder, BenchServices services)
+    : folder_(std::move(benchFolder)),
+      volumes_(folder_ + "/volumes"),
       services_(services),
       order_(services.mainThread) {}
 
+std::variant<std::shared_ptr<BenchPlayer>, std::string> BenchDisks::attach(
+    const std::string& name) {
+  auto identity = readIdentity(identityFile(folder_, name));
+  if (const auto* error = std::get_if<std::string>(&identity)) {
+    return *error;
+  }
+  const std::string path = pluggedImage(folder_, name);
+  FileHandle image(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+  if (!image) {
+    return path + ": can't be opened";
+  }
+  const std::scoped_lock guard(lock_);
+  BenchIdentity& self = std::get<BenchIdentity>(identity);
+  BenchPlayer::Place place = freePlace(self);
+  players_.push_back(
+      std::make_shared<BenchPlayer>(path, std::move(image), std::move(self), std::move(place)));
+  return players_.back();
+}
+
+BenchPlayer::Place BenchDisks::freePlace(const BenchIdentity& identity) {
+  const auto isTaken = [this](auto member, const auto& value) {
+    return std::any_of(players_.begin(), players_.end(),
+                       [&](const auto& player) { return player->place().*member == value; });
+  };
+  BenchPlayer::Place place;
+  do {
+    lastDeviceNumber_ =
+        lastDeviceNumber_ == kLastDeviceNumber ? kFirstDeviceNumber : lastDeviceNumber_ + 1;
+    place.handle = kBus + lastDeviceNumber_;
+  } while (isTaken(&BenchPlayer::Place::handle, place.handle));
+  int number = 0;
+  while (identity.disk &&
+         (place.diskName.empty() || isTaken(&BenchPlayer::Place::diskName, place.diskName))) {
+    place.diskName = "vp" + std::to_string(number++);
+  }
+  return place;
+}
+
+void BenchDisks::forget(const std::shared_ptr<BenchPlayer>& player) {
+  const std::scoped_lock guard(lock_);
+  std::erase(players_, player);
+}
+
+std::shared_ptr<BenchPlayer> BenchDisks::first(
+    const std::function<bool(const BenchPlayer&)>& test) const {
+  const std::scoped_lock guard(lock_);
+  const auto found = std::find_if(players_.begin(), players_.end(),
+                                  [&test](const auto& player) { return test(*player); });
+  return found != players_.end() ? *found : nullptr;
+}
+
+std::shared_ptr<BenchPlayer> BenchDisks::find(const DiskIdentity& expected) const {
+  return first([&expected](const auto& player) { return player.is(expected); });
+}
+
 void BenchDisks::clear() {
   std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
+  std::filesystem::remove_all(volumes_, ignored);
 }
 
 void BenchDisks::arrived(const std::shared_ptr<BenchPlayer>& player) {
-  if (player->identity().automount) {
-    add(player, [this](BenchPlayer& known) { return mountNow(known); });
-  }
+  add(player, [this](BenchPlayer& known) { return mountNow(known); });
 }
 
 void BenchDisks::left(const std::shared_ptr<BenchPlayer>& player) {
@@ -119,7 +175,7 @@ std::shared_ptr<Disk> BenchDisks::diskFromName(std::string_view name) {
   if (name.starts_with(kDeviceFolder)) {
     name.remove_prefix(kDeviceFolder.size());
   }
-  return players_.first([name](const BenchPlayer& player) {
+  return first([name](const BenchPlayer& player) {
     return player.identity().disk && player.place().diskName == name;
   });
 }
@@ -182,10 +238,6 @@ BenchDisks::Refusal BenchDisks::mountAsAsked(BenchPlayer& player) {
 
 BenchDisks::Refusal BenchDisks::mountNow(BenchPlayer& player) {
   const std::scoped_lock guard(player.access());
-  return mountLocked(player);
-}
-
-BenchDisks::Refusal BenchDisks::mountLocked(BenchPlayer& player) {
   if (!player.isPresent()) {
     return kGone;
   }
@@ -199,7 +251,7 @@ BenchDisks::Refusal BenchDisks::mountLocked(BenchPlayer& player) {
   if (player.faults().refuseMount) {
     refused = Dissenter{"The volume refuses to be mounted."};
   } else {
-    auto mounted = BenchVolume::mount(player.image(), folder_);
+    auto mounted = BenchVolume::mount(player.image(), volumes_);
     if (auto* volume = std::get_if<std::shared_ptr<BenchVolume>>(&mounted)) {
       player.setVolume(std::move(*volume));
     } else {
@@ -246,13 +298,13 @@ BenchDisks::Refusal BenchDisks::ejectNow(BenchPlayer& player) {
 
 void BenchDisks::remountAt(BenchPlayer& player, RemountMoment moment) {
   if (player.faults().remount == moment) {
-    mountLocked(player);
+    mountNow(player);
   }
 }
 
 std::optional<std::string> BenchDisks::remount(const DiskIdentity& owner,
                                                const std::string& mountPath) {
-  const auto player = players_.find(owner);
+  const auto player = find(owner);
   if (!player) {
     return std::nullopt;
   }
@@ -267,7 +319,7 @@ std::optional<std::string> BenchDisks::remount(const DiskIdentity& owner,
 std::shared_ptr<VolumeMedium> BenchDisks::mediumOf(int rootDescriptor,
                                                    const std::string& /*mountPath*/,
                                                    const DiskIdentity& owner) {
-  const auto player = players_.find(owner);
+  const auto player = find(owner);
   const auto volume = player ? player->volume() : nullptr;
   if (!volume || !isOpenOn(rootDescriptor, volume->folder())) {
     return nullptr;

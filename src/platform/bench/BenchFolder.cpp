@@ -9,7 +9,6 @@
 #include <fstream>
 
 #include "FileHandle.h"
-#include "Tools.h"
 
 namespace fillstation {
 
@@ -27,12 +26,12 @@ std::optional<std::string> createImage(const std::string& path, const BenchPlaye
   if (plan.blank || !plan.identity.disk) {
     return std::nullopt;
   }
-  std::vector<std::string> words{"mkfs.fat", "-F32"};
-  if (plan.label) {
-    words.insert(words.end(), {"-n", *plan.label});
+  std::string command = "LC_ALL=C.UTF-8 mkfs.fat -F32 ";
+  if (!plan.label.empty()) {
+    command += "-n '" + replaced(plan.label, "'", "'\\''") + "' ";
   }
-  words.push_back(kHandedImage);
-  return runTool(words, image.get());
+  const ShellResult made = runOnImage(command + kHandedImage, image.get());
+  return made.exitStatus == 0 ? std::nullopt : std::optional(made.err);
 }
 
 }  // namespace
@@ -80,6 +79,18 @@ bool unplugImage(const std::string& imagePath) {
   std::error_code failed;
   std::filesystem::create_directories(pulled, failed);
   return std::rename(image.c_str(), (pulled / image.filename()).c_str()) == 0;
+}
+
+ShellResult runOnImage(const std::string& command, int image) {
+  return runShell("export PATH=\"$PATH:/usr/sbin:/sbin\"; " + command, {{image, 3}});
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
 }
 
 bool isOpenOn(int descriptor, const std::string& path) {

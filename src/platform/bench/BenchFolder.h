@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "ChildProcess.h"
 #include "Scenario.h"
 
 namespace fillstation {
@@ -30,5 +31,15 @@ bool unplugImage(const std::string& imagePath);
 
 // True when the descriptor is open on what lies at the path.
 bool isOpenOn(int descriptor, const std::string& path);
+
+// How a command that is run by runOnImage() names the image.
+inline constexpr const char* kHandedImage = "/proc/self/fd/3";
+
+// Runs a command line on an open image, in the system's shell; the tools that make file systems,
+// which are not on the PATH of an ordinary user, are found.
+ShellResult runOnImage(const std::string& command, int image);
+
+// The text with one in place of each occurrence of the other.
+std::string replaced(std::string text, const std::string& from, const std::string& to);
 
 }  // namespace fillstation

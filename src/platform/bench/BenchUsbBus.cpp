@@ -1,17 +1,14 @@
-#include "BenchUsbBus.h"
+#include "Bench.h"
 
 #include <sys/inotify.h>
 #include <unistd.h>
 
-#include <QString>
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
 #include <set>
 #include <utility>
 #include <variant>
-#include <vector>
 
 #include "BenchFolder.h"
 
@@ -20,62 +17,6 @@ namespace fillstation {
 namespace {
 
 constexpr std::string_view kImageEnding = ".img";
-
-// The standard request for a string descriptor.
-constexpr std::uint8_t kDeviceToHost = 0x80;
-constexpr std::uint8_t kGetDescriptor = 6;
-constexpr std::uint16_t kStringDescriptor = 0x0300;
-// A descriptor's length is one byte: the header and 126 code units.
-constexpr std::size_t kLongestString = 126;
-
-// What the device's descriptors say; the texts are copied.
-class BenchUsbInterface : public UsbDeviceInterface {
- public:
-  explicit BenchUsbInterface(const BenchIdentity& identity)
-      : strings_{u"", unitsOf(identity.manufacturer), unitsOf(identity.product.value_or("")),
-                 unitsOf(identity.serial)},
-        release_(identity.release) {}
-
-  std::uint8_t manufacturerStringIndex() const override { return indexOf(1); }
-  std::uint8_t productStringIndex() const override { return indexOf(2); }
-  std::uint8_t serialNumberStringIndex() const override { return indexOf(3); }
-  std::uint16_t releaseNumber() const override { return release_; }
-
-  std::optional<std::uint32_t> deviceRequest(const UsbRequest& request,
-                                             std::span<std::uint8_t> buffer) override {
-    const std::size_t index = request.value & 0xFF;
-    if (request.requestType != kDeviceToHost || request.request != kGetDescriptor ||
-        (request.value & 0xFF00) != kStringDescriptor || index >= strings_.size() ||
-        strings_[index].empty()) {
-      return std::nullopt;
-    }
-    const std::vector<std::uint8_t> bytes = descriptor(strings_[index]);
-    const std::size_t count = std::min({std::size_t{request.length}, buffer.size(), bytes.size()});
-    std::copy_n(bytes.begin(), count, buffer.begin());
-    return static_cast<std::uint32_t>(count);
-  }
-
- private:
-  static std::u16string unitsOf(const std::string& text) {
-    return QString::fromStdString(text).toStdU16String();
-  }
-
-  // An empty text has no descriptor.
-  std::uint8_t indexOf(std::uint8_t index) const { return strings_[index].empty() ? 0 : index; }
-
-  static std::vector<std::uint8_t> descriptor(const std::u16string& text) {
-    std::vector<std::uint8_t> bytes{0, 3};
-    for (const char16_t unit : text.substr(0, kLongestString)) {
-      bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-      bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
-    bytes[0] = static_cast<std::uint8_t>(bytes.size());
-    return bytes;
-  }
-
-  const std::array<std::u16string, 4> strings_;  // 0 is the index of an absent one
-  const std::uint16_t release_;
-};
 
 // A bench player as a device on the bus.
 class BenchUsbDevice : public UsbDevice {
@@ -87,7 +28,7 @@ class BenchUsbDevice : public UsbDevice {
   }
   std::string className() const override { return kUsbDeviceClass; }
   std::string registryName() const override {
-    const std::string product = player_->identity().product.value_or("");
+    const std::string product = player_->identity().product;
     return product.empty() ? kUsbDeviceClass : product;
   }
   std::uint32_t handle() const override { return player_->place().handle; }
@@ -95,7 +36,10 @@ class BenchUsbDevice : public UsbDevice {
     return player_->searchDisk() ? std::optional(player_->place().diskName) : std::nullopt;
   }
   std::shared_ptr<UsbDeviceInterface> openInterface() const override {
-    return player_->isPresent() ? std::make_shared<BenchUsbInterface>(player_->identity())
+    const BenchIdentity& says = player_->identity();
+    const StringDescriptors::Texts texts{says.manufacturer, says.product, says.serial};
+    return player_->isPresent() ? std::make_shared<StringDescriptors>(
+                                      texts, static_cast<std::uint16_t>(says.release))
                                 : nullptr;
   }
 
@@ -105,11 +49,9 @@ class BenchUsbDevice : public UsbDevice {
 
 }  // namespace
 
-BenchUsbBus::BenchUsbBus(std::string benchFolder, BenchPlayers& players, BenchDisks& disks,
-                         BenchServices services)
+BenchUsbBus::BenchUsbBus(std::string benchFolder, BenchDisks& disks, BenchServices services)
     : QtUsbBus(services.stop),
       folder_(std::move(benchFolder)),
-      players_(players),
       disks_(disks),
       services_(services) {}
 
@@ -165,7 +107,7 @@ void BenchUsbBus::fileChanged(const std::string& fileName, bool come) {
   }
   const std::string name = fileName.substr(0, fileName.size() - kImageEnding.size());
   const std::string image = pluggedImage(folder_, name);
-  const auto known = players_.first([&image](const BenchPlayer& player) {
+  const auto known = disks_.first([&image](const BenchPlayer& player) {
     return player.imagePath() == image && !player.hasLeft();
   });
   const bool isNews = !come || !known || !known->isPresent();
@@ -182,7 +124,7 @@ void BenchUsbBus::fileChanged(const std::string& fileName, bool come) {
 }
 
 void BenchUsbBus::arrive(const std::string& name) {
-  const auto attached = players_.attach(folder_, name);
+  const auto attached = disks_.attach(name);
   if (const auto* reason = std::get_if<std::string>(&attached)) {
     services_.log.write(*reason + "\n");
     return;
@@ -197,13 +139,13 @@ void BenchUsbBus::leave(const std::shared_ptr<BenchPlayer>& player) {
   disks_.left(player);
   // A player whose leaving has been handled is remembered no longer.
   handOutLeaving(std::make_shared<BenchUsbDevice>(player),
-                 [&players = players_, player] { players.forget(player); });
+                 [&disks = disks_, player] { disks.forget(player); });
 }
 
 std::string BenchUsbBus::portName(std::uint32_t handle) const {
   const auto player =
-      players_.first([handle](const BenchPlayer& each) { return each.place().handle == handle; });
-  return player && !player->hasLeft() ? player->place().port : std::string();
+      disks_.first([handle](const BenchPlayer& each) { return each.place().handle == handle; });
+  return player && !player->hasLeft() ? "1-" + std::to_string(handle & 0xFFFF) : std::string();
 }
 
 }  // namespace fillstation

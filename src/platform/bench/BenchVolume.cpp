@@ -41,11 +41,11 @@ std::string makeFolder(const std::string& volumes, std::string label) {
   }
 }
 
-// Brings what the image holds into a folder, and into the account.
+// Brings what the image holds into a folder, and to the writer's knowledge.
 class Extraction {
  public:
-  Extraction(const FatImage& image, std::string folder, FatLedger& ledger)
-      : image_(image), folder_(std::move(folder)), ledger_(ledger) {}
+  Extraction(const FatImage& image, std::string folder, FatWriter& writer)
+      : image_(image), folder_(std::move(folder)), writer_(writer) {}
 
   // False when the file system is damaged or the folder can't be written.
   bool extract(const std::string& path, std::uint32_t cluster) {
@@ -54,7 +54,7 @@ class Extraction {
     if (!directory || !seen_.insert(cluster).second) {
       return false;
     }
-    ledger_.haveDirectory(path, directory->usedSlots);
+    writer_.haveDirectory(path, *directory);
     return std::all_of(directory->entries.begin(), directory->entries.end(),
                        [&](const FatEntry& entry) { return extractEntry(path, entry); });
   }
@@ -67,7 +67,6 @@ class Extraction {
     }
     const std::string path = parent.empty() ? name : parent + "/" + name;
     const std::string target = folder_ + "/" + path;
-    ledger_.haveName(path);
     if (entry.isDirectory) {
       return ::mkdir(target.c_str(), 0755) == 0 && extract(path, entry.firstCluster);
     }
@@ -78,7 +77,7 @@ class Extraction {
 
   const FatImage& image_;
   const std::string folder_;
-  FatLedger& ledger_;
+  FatWriter& writer_;
   std::set<std::uint32_t> seen_;
 };
 
@@ -99,54 +98,33 @@ std::variant<std::shared_ptr<BenchVolume>, Dissenter> BenchVolume::mount(
   if (folder.empty()) {
     return Dissenter{"No folder can be made in " + volumes + "."};
   }
-  FatLedger ledger(fat->clusterBytes(), fat->freeClusters());
-  if (!Extraction(*fat, folder, ledger).extract("", fat->rootCluster())) {
+  FatWriter writer(*fat);
+  if (!Extraction(*fat, folder, writer).extract("", fat->layout().rootCluster)) {
     removeFolder(folder);
     return Dissenter{"The file system can't be read."};
   }
-  return std::make_shared<BenchVolume>(image, folder, std::move(ledger));
+  return std::make_shared<BenchVolume>(folder, std::move(writer));
 }
 
-BenchVolume::BenchVolume(int image, std::string folder, FatLedger ledger)
-    : folder_(std::move(folder)), ledger_(std::move(ledger)), writer_(image, folder_) {}
+BenchVolume::BenchVolume(std::string folder, FatWriter writer)
+    : folder_(std::move(folder)), writer_(std::move(writer)) {}
 
 int BenchVolume::admit(const std::string& path, std::optional<std::int64_t> size) {
   const std::scoped_lock guard(lock_);
-  return closed_ ? ENODEV : ledger_.admit(path, size);
+  return closed_ ? ENODEV : writer_.admit(path, size);
 }
 
-void BenchVolume::created(const std::string& path, bool isDirectory) {
+void BenchVolume::created(const std::string& path) {
   const std::scoped_lock guard(lock_);
-  unwritten_.push_back({path, isDirectory});
-  if (isDirectory) {
-    ledger_.add(path, std::nullopt);
-    return;
-  }
-  struct stat status {};
-  ::stat((folder_ + "/" + path).c_str(), &status);
-  ledger_.add(path, status.st_size);
-  unwrittenBytes_ += status.st_size;
-  if (unwrittenBytes_ > kMostUnwritten) {
-    flushLocked();
+  writer_.add(path, folder_ + "/" + path);
+  if (!closed_ && writer_.waitingBytes() > kMostUnwritten) {
+    writer_.write(writer_.waiting());
   }
 }
 
 bool BenchVolume::flush(bool isCutShort) {
   const std::scoped_lock guard(lock_);
-  if (isCutShort) {
-    unwritten_.resize(unwritten_.size() / 2);
-  }
-  return flushLocked();
-}
-
-// What could not be written stays, and fails again: part of it may be there already.
-bool BenchVolume::flushLocked() {
-  unwrittenBytes_ = 0;
-  if (closed_ || !writer_.write(unwritten_)) {
-    return false;
-  }
-  unwritten_.clear();
-  return true;
+  return !closed_ && writer_.write(isCutShort ? writer_.waiting() / 2 : writer_.waiting());
 }
 
 void BenchVolume::close() {

@@ -7,16 +7,13 @@
 #include <optional>
 #include <string>
 #include <variant>
-#include <vector>
 
 #include "DiskSession.h"
-#include "FatImage.h"
-#include "FatLedger.h"
-#include "ImageWriter.h"
+#include "FatWriter.h"
 
 namespace fillstation {
 
-// A mounted volume of the bench: a folder that shows what the image's FAT32 holds, and the account
+// A mounted volume of the bench: a folder that shows what the image's FAT32 holds, and the writer
 // of what is created in it and not yet in the image. Any thread; lives as long as somebody uses it,
 // also when its folder has gone.
 class BenchVolume {
@@ -26,7 +23,7 @@ class BenchVolume {
                                                                      const std::string& volumes);
 
   // Use mount().
-  BenchVolume(int image, std::string folder, FatLedger ledger);
+  BenchVolume(std::string folder, FatWriter writer);
 
   // Absolute, without a "/" at the end.
   const std::string& folder() const { return folder_; }
@@ -40,24 +37,19 @@ class BenchVolume {
   int admit(const std::string& path, std::optional<std::int64_t> size);
 
   // Enters what has been created. Writes to the image as soon as there is a lot to write.
-  void created(const std::string& path, bool isDirectory);
+  void created(const std::string& path);
 
   // Writes everything that has been created into the image, or half of what waits when it is cut
-  // short; false when that fails, and then always.
+  // short; false when that fails.
   bool flush(bool isCutShort = false);
 
   // Removes the folder; nothing is admitted afterwards.
   void close();
 
  private:
-  bool flushLocked();
-
   std::mutex lock_;
   const std::string folder_;
-  FatLedger ledger_;
-  ImageWriter writer_;
-  std::vector<NewEntry> unwritten_;
-  std::int64_t unwrittenBytes_ = 0;
+  FatWriter writer_;
   bool closed_ = false;
   std::atomic<int> openings_ = 0;
 };

@@ -14,6 +14,8 @@ namespace fillstation {
 
 namespace {
 
+using Bytes = std::vector<std::uint8_t>;
+
 constexpr std::size_t kSector = 512;
 constexpr std::size_t kSlot = 32;
 constexpr std::uint32_t kClusterMask = 0x0FFFFFFF;
@@ -65,19 +67,17 @@ std::string joined(const std::string& base, const std::string& extension) {
 // Collects the slots of one name.
 struct SlotReader {
   FatDirectory& directory;
-  std::u16string longName;
-  std::vector<std::int64_t> longNameSlots;
+  std::optional<std::u16string> longName;
 
-  void takeLongName(const std::uint8_t* slot, std::int64_t offset) {
-    if ((slot[0] & 0x40) != 0) {
-      forgetLongName();
+  void takeLongName(const std::uint8_t* slot) {
+    if ((slot[0] & 0x40) != 0 || !longName) {
+      longName.emplace();
     }
     std::u16string part;
     for (const std::size_t at : kLongNameUnits) {
       part += static_cast<char16_t>(word(slot + at));
     }
-    longName.insert(0, part.substr(0, part.find(u'\0')));
-    longNameSlots.push_back(offset);
+    longName->insert(0, part.substr(0, part.find(u'\0')));
   }
 
   void takeShortName(const std::uint8_t* slot) {
@@ -85,37 +85,30 @@ struct SlotReader {
     const std::string extension = fieldText(slot + 8, 3);
     if (base != "." && base != "..") {
       FatEntry entry;
-      entry.shortName = joined(base, extension);
-      entry.name = longNameSlots.empty() ? joined(lowered(base, (slot[12] & 0x08) != 0),
-                                                  lowered(extension, (slot[12] & 0x10) != 0))
-                                         : utf8Of(longName);
+      entry.name = longName ? utf8Of(*longName)
+                            : joined(lowered(base, (slot[12] & 0x08) != 0),
+                                     lowered(extension, (slot[12] & 0x10) != 0));
       entry.isDirectory = (slot[11] & kDirectory) != 0;
       entry.firstCluster = (static_cast<std::uint32_t>(word(slot + 20)) << 16) | word(slot + 26);
       entry.size = entry.isDirectory ? 0 : doubleWord(slot + 28);
-      entry.longNameSlots.assign(longNameSlots.rbegin(), longNameSlots.rend());
       directory.entries.push_back(std::move(entry));
     }
-    forgetLongName();
-  }
-
-  void forgetLongName() {
-    longName.clear();
-    longNameSlots.clear();
+    longName.reset();
   }
 
   // False at the slot behind the last.
-  bool take(const std::uint8_t* slot, std::int64_t offset) {
+  bool take(const std::uint8_t* slot) {
     if (slot[0] == 0) {
       return false;
     }
     ++directory.usedSlots;
     if (slot[0] == kDeleted) {
-      forgetLongName();
+      longName.reset();
     } else if ((slot[11] & 0x3F) == kLongName) {
-      takeLongName(slot, offset);
+      takeLongName(slot);
     } else if ((slot[11] & kVolumeLabel) != 0) {
       directory.label = fieldText(slot, 11);
-      forgetLongName();
+      longName.reset();
     } else {
       takeShortName(slot);
     }
@@ -144,27 +137,13 @@ std::string_view fatName(std::string_view name) {
 }
 
 std::optional<FatImage> FatImage::open(int descriptor) {
-  FatImage whole(descriptor, 0);
-  if (whole.readBootSector()) {
-    return whole;
-  }
-  std::array<std::uint8_t, kSector> table{};
-  if (!readAt(descriptor, 0, table.data(), kSector) || word(&table[510]) != 0xAA55) {
-    return std::nullopt;
-  }
-  for (std::size_t partition = 0; partition < 4; ++partition) {
-    const std::int64_t first = doubleWord(&table[446 + 16 * partition + 8]);
-    FatImage image(descriptor, first * static_cast<std::int64_t>(kSector));
-    if (first != 0 && image.readBootSector()) {
-      return image;
-    }
-  }
-  return std::nullopt;
+  FatImage image(descriptor);
+  return image.readBootSector() ? std::optional(image) : std::nullopt;
 }
 
 bool FatImage::readBootSector() {
   std::array<std::uint8_t, kSector> boot{};
-  if (!readAt(descriptor_, start_, boot.data(), kSector) || word(&boot[510]) != 0xAA55 ||
+  if (!readAt(descriptor_, 0, boot.data(), kSector) || word(&boot[510]) != 0xAA55 ||
       std::memcmp(&boot[82], "FAT32   ", 8) != 0) {
     return false;
   }
@@ -173,7 +152,8 @@ bool FatImage::readBootSector() {
   const std::int64_t fats = boot[16];
   const std::int64_t fatSectors = doubleWord(&boot[36]);
   const std::int64_t sectors = doubleWord(&boot[32]);
-  if (sector < 512 || sector > 4096 || sectorsPerCluster == 0 || fats == 0) {
+  if (sector < 512 || sector > 4096 || sectorsPerCluster == 0 || fats == 0 ||
+      word(&boot[48]) >= word(&boot[14])) {
     return false;
   }
   const std::int64_t overhead = word(&boot[14]) + fats * fatSectors;
@@ -182,28 +162,24 @@ bool FatImage::readBootSector() {
   if (clusters < kFewestClusters || clusters > kClusterMask) {
     return false;
   }
-  clusters_ = static_cast<std::uint32_t>(clusters);
-  clusterBytes_ = sector * sectorsPerCluster;
-  fatOffset_ = start_ + word(&boot[14]) * sector;
-  dataOffset_ = start_ + overhead * sector;
-  struct stat status {};
-  if (::fstat(descriptor_, &status) != 0 ||
-      dataOffset_ + clusters * clusterBytes_ > status.st_size) {
-    return false;
-  }
-  rootCluster_ = doubleWord(&boot[44]) & kClusterMask;
+  layout_ = {.tables = word(&boot[14]) * sector,
+             .tableBytes = fatSectors * sector,
+             .tableCount = boot[16],
+             .info = word(&boot[48]) * sector,
+             .data = overhead * sector,
+             .clusterBytes = sector * sectorsPerCluster,
+             .clusters = static_cast<std::uint32_t>(clusters),
+             .rootCluster = doubleWord(&boot[44]) & kClusterMask};
   bootLabel_ = fieldText(&boot[71], 11);
-  return true;
+  struct stat status {};
+  return ::fstat(descriptor_, &status) == 0 &&
+         layout_.data + clusters * layout_.clusterBytes <= status.st_size;
 }
 
 std::string FatImage::label() const {
-  const auto root = list(rootCluster_);
+  const auto root = list(layout_.rootCluster);
   const std::string label = root && root->label ? *root->label : bootLabel_;
   return label.empty() ? "NO NAME" : label;
-}
-
-std::int64_t FatImage::offsetOf(std::uint32_t cluster) const {
-  return dataOffset_ + (static_cast<std::int64_t>(cluster) - 2) * clusterBytes_;
 }
 
 std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) const {
@@ -211,8 +187,9 @@ std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) c
   for (std::uint32_t cluster = first; cluster < kEndOfChain;) {
     std::array<std::uint8_t, 4> next{};
     // A chain longer than the file system runs in a circle.
-    if (cluster < 2 || cluster - 2 >= clusters_ || clusters.size() == clusters_ ||
-        !readAt(descriptor_, fatOffset_ + std::int64_t{cluster} * 4, next.data(), next.size())) {
+    if (cluster < 2 || cluster - 2 >= layout_.clusters || clusters.size() == layout_.clusters ||
+        !readAt(descriptor_, layout_.tables + std::int64_t{cluster} * 4, next.data(),
+                next.size())) {
       return std::nullopt;
     }
     clusters.push_back(cluster);
@@ -221,33 +198,22 @@ std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) c
   return clusters;
 }
 
-std::int64_t FatImage::freeClusters() const {
-  Bytes table((static_cast<std::size_t>(clusters_) + 2) * 4);
-  if (!readAt(descriptor_, fatOffset_, table.data(), table.size())) {
-    return 0;
-  }
-  std::int64_t free = 0;
-  for (std::size_t at = 8; at < table.size(); at += 4) {
-    free += (doubleWord(&table[at]) & kClusterMask) == 0 ? 1 : 0;
-  }
-  return free;
-}
-
 std::optional<FatDirectory> FatImage::list(std::uint32_t firstCluster) const {
-  FatDirectory directory;
-  SlotReader reader{directory, {}, {}};
   const auto clusters = chain(firstCluster);
   if (!clusters ||
-      clusters->size() > kMostDirectoryBytes / static_cast<std::size_t>(clusterBytes_)) {
+      clusters->size() > kMostDirectoryBytes / static_cast<std::size_t>(layout_.clusterBytes)) {
     return std::nullopt;
   }
-  Bytes bytes(static_cast<std::size_t>(clusterBytes_));
+  FatDirectory directory;
+  directory.clusters = *clusters;
+  SlotReader reader{directory, {}};
+  Bytes bytes(static_cast<std::size_t>(layout_.clusterBytes));
   for (const std::uint32_t cluster : *clusters) {
-    if (!readAt(descriptor_, offsetOf(cluster), bytes.data(), bytes.size())) {
+    if (!readAt(descriptor_, layout_.offsetOf(cluster), bytes.data(), bytes.size())) {
       return std::nullopt;
     }
     for (std::size_t at = 0; at < bytes.size(); at += kSlot) {
-      if (!reader.take(&bytes[at], offsetOf(cluster) + static_cast<std::int64_t>(at))) {
+      if (!reader.take(&bytes[at])) {
         return directory;
       }
     }
@@ -262,33 +228,16 @@ bool FatImage::copyContent(const FatEntry& entry, int target) const {
   if (!clusters) {
     return false;
   }
-  Bytes bytes(static_cast<std::size_t>(clusterBytes_));
+  Bytes bytes(static_cast<std::size_t>(layout_.clusterBytes));
   for (const std::uint32_t cluster : *clusters) {
     const std::size_t count = std::min(left, bytes.size());
-    if (!readAt(descriptor_, offsetOf(cluster), bytes.data(), count) ||
+    if (!readAt(descriptor_, layout_.offsetOf(cluster), bytes.data(), count) ||
         ::write(target, bytes.data(), count) != static_cast<ssize_t>(count)) {
       return false;
     }
     left -= count;
   }
   return left == 0;
-}
-
-bool FatImage::rename(const FatEntry& entry, const std::string& name) const {
-  const std::u16string units = utf16Of(name).value_or(u"");
-  if (units.size() != utf16Of(entry.name).value_or(u"").size() || entry.longNameSlots.empty()) {
-    return false;
-  }
-  for (std::size_t at = 0; at < units.size(); ++at) {
-    const std::int64_t unit = entry.longNameSlots[at / kLongNameUnits.size()] +
-                              static_cast<std::int64_t>(kLongNameUnits[at % kLongNameUnits.size()]);
-    const std::array<std::uint8_t, 2> bytes{static_cast<std::uint8_t>(units[at] & 0xFF),
-                                            static_cast<std::uint8_t>(units[at] >> 8)};
-    if (::pwrite(descriptor_, bytes.data(), bytes.size(), unit) != 2) {
-      return false;
-    }
-  }
-  return true;
 }
 
 }  // namespace fillstation

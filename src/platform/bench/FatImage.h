@@ -19,36 +19,49 @@ std::string_view fatName(std::string_view name);
 
 // One file or directory of a FAT32 file system. A plain value.
 struct FatEntry {
-  std::string name;       // as a person sees it, in UTF-8
-  std::string shortName;  // "NAME.EXT", the bytes of the 8.3 name
+  std::string name;  // as a person sees it, in UTF-8
   bool isDirectory = false;
   std::uint32_t firstCluster = 0;
-  std::uint32_t size = 0;                   // bytes, 0 for a directory
-  std::vector<std::int64_t> longNameSlots;  // image offsets, those of the name's beginning first
+  std::uint32_t size = 0;  // bytes, 0 for a directory
 };
 
 // One directory as it stands in the image. A plain value.
 struct FatDirectory {
-  std::vector<FatEntry> entries;     // in directory order, without "." and ".."
-  std::int64_t usedSlots = 0;        // up to where nothing has ever been written
-  std::optional<std::string> label;  // the volume's label, in the root directory only
+  std::vector<FatEntry> entries;        // in directory order, without "." and ".."
+  std::vector<std::uint32_t> clusters;  // in which it lies
+  std::int64_t usedSlots = 0;           // up to where nothing has ever been written
+  std::optional<std::string> label;     // the volume's label, in the root directory only
 };
 
-// The FAT32 file system of an image file, read as it stands at each call: on the whole disk, or on
-// the first partition that has one. Whatever the bytes are, reading is bounded and fails instead of
-// running away. Any thread; the descriptor stays the caller's and open.
+// Where the parts of a FAT32 file system are: bytes from the image's beginning, and sizes in bytes.
+// A plain value.
+struct FatLayout {
+  std::int64_t tables = 0;  // one behind the other
+  std::int64_t tableBytes = 0;
+  int tableCount = 0;
+  std::int64_t info = 0;  // the sector with the number of free clusters
+  std::int64_t data = 0;  // the first cluster, which has the number 2
+  std::int64_t clusterBytes = 0;
+  std::uint32_t clusters = 0;
+  std::uint32_t rootCluster = 0;
+
+  std::int64_t offsetOf(std::uint32_t cluster) const {
+    return data + (static_cast<std::int64_t>(cluster) - 2) * clusterBytes;
+  }
+};
+
+// The FAT32 file system of an image file, which begins where the image does, read as it stands at
+// each call. Whatever the bytes are, reading is bounded and fails instead of running away. Any
+// thread; the descriptor stays the caller's and open.
 class FatImage {
  public:
   // None when there is no FAT32.
   static std::optional<FatImage> open(int descriptor);
 
-  // Where the file system begins in the image, bytes.
-  std::int64_t offset() const { return start_; }
+  int descriptor() const { return descriptor_; }
+  const FatLayout& layout() const { return layout_; }
   // The label of the root directory or else of the boot sector, "NO NAME" when there is none.
   std::string label() const;
-  std::int64_t clusterBytes() const { return clusterBytes_; }
-  std::uint32_t rootCluster() const { return rootCluster_; }
-  std::int64_t freeClusters() const;
 
   // None when it can't be read to its end.
   std::optional<FatDirectory> list(std::uint32_t firstCluster) const;
@@ -56,24 +69,13 @@ class FatImage {
   // Writes a file's content to a descriptor; false when it can't be read or written completely.
   bool copyContent(const FatEntry& entry, int target) const;
 
-  // Replaces the long name of an entry by another of as many code units. False when that fails.
-  bool rename(const FatEntry& entry, const std::string& name) const;
-
  private:
-  using Bytes = std::vector<std::uint8_t>;
-
-  FatImage(int descriptor, std::int64_t start) : descriptor_(descriptor), start_(start) {}
+  explicit FatImage(int descriptor) : descriptor_(descriptor) {}
   bool readBootSector();
-  std::int64_t offsetOf(std::uint32_t cluster) const;
   std::optional<std::vector<std::uint32_t>> chain(std::uint32_t first) const;
 
   int descriptor_;
-  std::int64_t start_;
-  std::int64_t fatOffset_ = 0;
-  std::int64_t dataOffset_ = 0;
-  std::int64_t clusterBytes_ = 0;
-  std::uint32_t clusters_ = 0;
-  std::uint32_t rootCluster_ = 0;
+  FatLayout layout_;
   std::string bootLabel_;
 };
 

@@ -7,7 +7,7 @@
 #include <array>
 #include <fstream>
 #include <limits>
-#include <set>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -20,31 +20,19 @@ constexpr std::int64_t kSmallestMiB = 64;  // below it FAT32 has too few cluster
 constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
-template <class Value>
-using Named = std::pair<const char*, Value>;
-
-constexpr std::array<Named<PullMoment>, 9> kPullMoments{{
-    {"before-unmount", PullMoment::kBeforeUnmount},
-    {"during-wipe", PullMoment::kDuringWipe},
-    {"before-format", PullMoment::kBeforeFormat},
-    {"during-format", PullMoment::kDuringFormat},
-    {"before-mount", PullMoment::kBeforeMount},
-    {"during-mount", PullMoment::kDuringMount},
-    {"after-bytes", PullMoment::kAfterBytes},
-    {"during-flush", PullMoment::kDuringFlush},
-    {"during-read-back", PullMoment::kDuringReadBack},
-}};
-
-constexpr std::array<Named<RemountMoment>, 2> kRemountMoments{{
-    {"after-unmount", RemountMoment::kAfterUnmount},
-    {"after-format", RemountMoment::kAfterFormat},
-}};
-
-constexpr std::array<Named<Lie>, 3> kLies{{
-    {"drops", Lie::kDrops},
-    {"wraps", Lie::kWraps},
-    {"flips", Lie::kFlips},
-}};
+// By the values of their enumerations; the first of each has no name.
+constexpr std::array<const char*, 10> kPullMoments{"",
+                                                   "before-unmount",
+                                                   "during-wipe",
+                                                   "before-format",
+                                                   "during-format",
+                                                   "before-mount",
+                                                   "during-mount",
+                                                   "after-bytes",
+                                                   "during-flush",
+                                                   "during-read-back"};
+constexpr std::array<const char*, 3> kRemountMoments{"", "after-unmount", "after-format"};
+constexpr std::array<const char*, 4> kLies{"", "drops", "wraps", "flips"};
 
 // One object of a JSON text, read key by key. A value of the wrong kind is a problem, and an absent
 // one leaves its target untouched. What the targets hold then is the content: so an object is
@@ -59,13 +47,6 @@ class Keys {
     }
   }
 
-  // The value of a key, undefined when there is none.
-  QJsonValue take(const QString& key) {
-    QJsonValue value = given_.value(key);
-    content_.insert(key, value);
-    return value;
-  }
-
   void read(const QString& key, std::string& target) {
     const QJsonValue value = given_.value(key);
     if (value.isString()) {
@@ -74,19 +55,6 @@ class Keys {
       report(key, "must be a text");
     }
     content_.insert(key, QString::fromStdString(target));
-  }
-
-  // null gives none.
-  void read(const QString& key, std::optional<std::string>& target) {
-    const QJsonValue value = given_.value(key);
-    if (value.isString()) {
-      target = value.toString().toStdString();
-    } else if (value.isNull()) {
-      target.reset();
-    } else if (!value.isUndefined()) {
-      report(key, "must be a text or null");
-    }
-    content_.insert(key, target ? QJsonValue(QString::fromStdString(*target)) : QJsonValue());
   }
 
   void read(const QString& key, bool& target) {
@@ -113,29 +81,21 @@ class Keys {
     }
   }
 
-  void read(const QString& key, std::optional<std::int64_t>& target) {
-    std::int64_t number = target.value_or(-1);
-    read(key, 0, kAnyNumber, number);
-    target = number < 0 ? std::nullopt : std::optional(number);
-  }
-
-  // One of the names, or no text for the target that has none.
+  // One of the names.
   template <class Value, std::size_t kCount>
-  void read(const QString& key, const std::array<Named<Value>, kCount>& names, Value& target) {
-    std::string name;
+  void read(const QString& key, const std::array<const char*, kCount>& names, Value& target) {
+    std::string name = names.at(static_cast<std::size_t>(target));
+    read(key, name);
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found != names.end()) {
+      target = static_cast<Value>(found - names.begin());
+      return;
+    }
     std::string all;
-    for (const auto& [each, value] : names) {
-      name = value == target ? each : name;
+    for (const char* const each : names) {
       all += (all.empty() ? "" : ", ") + std::string(each);
     }
-    read(key, name);
-    const auto found = std::find_if(names.begin(), names.end(),
-                                    [&name](const auto& each) { return each.first == name; });
-    if (found != names.end()) {
-      target = found->second;
-    } else if (!name.empty()) {
-      report(key, "must be one of " + all);
-    }
+    report(key, "must be one of " + all);
   }
 
   // Has the object of a key read, an empty one when there is none.
@@ -181,43 +141,24 @@ void readFaults(Keys& keys, BenchFaults& faults) {
   keys.read("bytesPerSecond", 1, kAnyNumber, faults.bytesPerSecond);
   keys.read("pull", kPullMoments, faults.pull);
   keys.read("pullAfterBytes", 1, kAnyNumber, faults.pullAfterBytes);
-  if ((faults.pullAfterBytes > 0) != (faults.pull == PullMoment::kAfterBytes)) {
-    keys.report("pull", "after-bytes and pullAfterBytes go together");
-  }
-  keys.read("failAfterBytes", faults.failAfterBytes);
+  keys.read("failAfterBytes", 0, kAnyNumber, faults.failAfterBytes);
   keys.read("refuseMount", faults.refuseMount);
   keys.read("refuseUnmount", faults.refuseUnmount);
   keys.read("refuseFormat", faults.refuseFormat);
-  keys.read("diskAfterSearches", 0, 1'000, faults.diskAfterSearches);
   keys.read("remount", kRemountMoments, faults.remount);
-  keys.read("readOnlyAfterBytes", faults.readOnlyAfterBytes);
+  keys.read("readOnlyAfterBytes", 0, kAnyNumber, faults.readOnlyAfterBytes);
   keys.read("lie", kLies, faults.lie);
   keys.read("lieFrom", 1, kAnyNumber, faults.lieFrom);
-  if ((faults.lieFrom > 0) != (faults.lie != Lie::kNone)) {
-    keys.report("lie", "lie and lieFrom go together");
-  }
   keys.read("lieBytes", 1, kAnyNumber, faults.lieBytes);
-}
-
-void readRelease(Keys& keys, std::uint16_t& release) {
-  std::string digits = QString("%1").arg(release, 4, 16, QChar('0')).toStdString();
-  keys.read("release", digits);
-  if (digits.size() != 4 || digits.find_first_not_of("0123456789") != std::string::npos) {
-    keys.report("release", "must be four decimal digits");
-    return;
-  }
-  release = static_cast<std::uint16_t>(std::stoul(digits, nullptr, 16));
 }
 
 void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
   keys.read("product", identity.product);
   keys.read("manufacturer", identity.manufacturer);
   keys.read("serial", identity.serial);
-  readRelease(keys, identity.release);
+  keys.read("release", 0, 0xFFFF, identity.release);
   keys.read("vendor", identity.vendor);
-  keys.read("port", identity.port);
   keys.read("disk", identity.disk);
-  keys.read("automount", identity.automount);
   keys.readObject("faults", [&identity](Keys& faults) { readFaults(faults, identity.faults); });
 }
 
@@ -235,36 +176,13 @@ void readPlayer(Keys& keys, BenchPlayerPlan& plan) {
   readIdentityKeys(keys, plan.identity);
   keys.read("sizeMiB", plan.identity.disk ? kSmallestMiB : 0, kLargestMiB, plan.sizeMiB);
   keys.read("label", plan.label);
-  if (plan.label && (plan.label->empty() || plan.label->size() > kLongestLabel)) {
-    keys.report("label", "must have 1 to 11 characters");
+  if (plan.label.size() > kLongestLabel) {
+    keys.report("label", "must have up to 11 characters");
   }
   keys.read("blank", plan.blank);
 }
 
-void readScenarioKeys(Keys& keys, Scenario& scenario, std::string& problem) {
-  keys.readObject("credentials", [&scenario](Keys& credentials) {
-    credentials.read("user", scenario.credentials.user);
-    credentials.read("password", scenario.credentials.password);
-  });
-  const QJsonValue players = keys.take("players");
-  if (!players.isArray()) {
-    keys.report("players", "must be a list");
-  }
-  std::set<std::string> names;
-  const QJsonArray list = players.toArray();
-  for (const auto& value : list) {
-    const std::string key = "players[" + std::to_string(scenario.players.size()) + "]";
-    BenchPlayerPlan& plan = scenario.players.emplace_back();
-    Keys player(value, key, problem);
-    readPlayer(player, plan);
-    player.content();
-    if (!names.insert(plan.name).second) {
-      keys.report(QString::fromStdString(key), "there is a player of this name already");
-    }
-  }
-}
-
-// Parses the text, has the reader read it, and gives what it read or the first problem.
+// The values that a text must hold: of a JSON object or list. The first problem is the reader's.
 template <class Value, class Reader>
 std::variant<Value, std::string> parse(std::string_view content, const std::string& file,
                                        Reader reader) {
@@ -278,47 +196,58 @@ std::variant<Value, std::string> parse(std::string_view content, const std::stri
   }
   std::string problem;
   Value value;
-  Keys keys(document.isObject() ? QJsonValue(document.object()) : QJsonValue(), "", problem);
-  reader(keys, value, problem);
-  keys.content();
+  reader(document, value, problem);
   if (!problem.empty()) {
     return file + ": " + problem;
   }
   return value;
 }
 
-// What a parser gives of a file's content.
-template <class Parser>
-auto parsedFile(const std::string& file, Parser parser) -> decltype(parser("", file)) {
+// None when it can't be read.
+std::optional<std::string> contentOf(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
-  if (!stream) {
-    return file + ": can't be read";
-  }
   std::ostringstream content;
   content << stream.rdbuf();
-  return parser(content.str(), file);
+  return stream ? std::optional(content.str()) : std::nullopt;
 }
 
 }  // namespace
 
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file) {
-  return parse<Scenario>(content, file, readScenarioKeys);
+  const auto read = [](const QJsonDocument& document, Scenario& scenario, std::string& problem) {
+    problem = document.isArray() ? "" : "must be a list of players";
+    const QJsonArray players = document.array();
+    for (const auto& player : players) {
+      Keys keys(player, "[" + std::to_string(scenario.size()) + "]", problem);
+      readPlayer(keys, scenario.emplace_back());
+      keys.content();
+    }
+  };
+  return parse<Scenario>(content, file, read);
 }
 
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file) {
-  return parse<BenchIdentity>(content, file, [](Keys& keys, BenchIdentity& identity, std::string&) {
+  const auto read = [](const QJsonDocument& document, BenchIdentity& identity,
+                       std::string& problem) {
+    Keys keys(document.isObject() ? QJsonValue(document.object()) : QJsonValue(), "", problem);
     readIdentityKeys(keys, identity);
-  });
+    keys.content();
+  };
+  return parse<BenchIdentity>(content, file, read);
 }
 
 std::variant<Scenario, std::string> readScenario(const std::string& file) {
-  return parsedFile(file, parseScenario);
+  if (const auto content = contentOf(file)) {
+    return parseScenario(*content, file);
+  }
+  return file + ": can't be read";
 }
 
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file) {
-  return parsedFile(file, parseIdentity);
+  const auto content = contentOf(file);
+  return content ? parseIdentity(*content, file) : BenchIdentity{};
 }
 
 std::string identityText(const BenchIdentity& identity) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -35,32 +34,29 @@ enum class Lie { kNone, kDrops, kWraps, kFlips };
 struct BenchFaults {
   std::int64_t bytesPerSecond = 0;  // speed limit of the copy, 0 for none
   PullMoment pull = PullMoment::kNever;
-  std::int64_t pullAfterBytes = 0;             // bytes copied when PullMoment::kAfterBytes strikes
-  std::optional<std::int64_t> failAfterBytes;  // bytes copied before every further one fails
+  std::int64_t pullAfterBytes = 0;   // bytes copied when PullMoment::kAfterBytes strikes
+  std::int64_t failAfterBytes = -1;  // bytes copied before every further one fails, -1: never
   bool refuseMount = false;
   bool refuseUnmount = false;
-  bool refuseFormat = false;           // the format command fails
-  std::int64_t diskAfterSearches = 0;  // the disk is found only after so many searches
+  bool refuseFormat = false;  // the format command fails
   RemountMoment remount = RemountMoment::kNever;
-  // Bytes copied when the medium turns read-only; 0: it always was.
-  std::optional<std::int64_t> readOnlyAfterBytes;
+  // Bytes copied when the medium turns read-only, -1: never, 0: it always was.
+  std::int64_t readOnlyAfterBytes = -1;
   Lie lie = Lie::kNone;
-  std::int64_t lieFrom = 0;   // bytes from the medium's beginning
-  std::int64_t lieBytes = 0;  // 0: to its end
+  std::int64_t lieFrom = 4096;  // bytes from the medium's beginning
+  std::int64_t lieBytes = 0;    // 0: to its end
 
   bool operator==(const BenchFaults&) const = default;
 };
 
 // What a bench player says of itself, and how it behaves. A plain value, kept beside the image.
 struct BenchIdentity {
-  std::optional<std::string> product = "HS USB FlashDisk";  // none or empty: it has no name
+  std::string product = "HS USB FlashDisk";  // empty: it has no name
   std::string manufacturer = "Fillstation Bench";
   std::string serial = "0001";
-  std::uint16_t release = 0x0100;  // binary coded decimal
+  std::int64_t release = 0x0100;   // binary coded decimal
   std::string vendor = "ACTIONS";  // of the disk
-  std::string port;                // of the USB bus, empty: named after the device number
   bool disk = true;                // false: a device without a disk
-  bool automount = true;           // mounted at once when it is plugged in, as a desktop would
   BenchFaults faults;
 
   bool operator==(const BenchIdentity&) const = default;
@@ -70,37 +66,23 @@ struct BenchIdentity {
 struct BenchPlayerPlan {
   std::string name;           // letters, digits, "-" and "_"; the image is NAME.img
   std::int64_t sizeMiB = 64;  // 64 to 8192
-  std::optional<std::string> label;
-  bool blank = false;  // no file system
+  std::string label;          // up to 11 characters, empty: none
+  bool blank = false;         // no file system
   BenchIdentity identity;
 
   bool operator==(const BenchPlayerPlan&) const = default;
 };
 
-// The administrator of the bench.
-struct BenchCredentials {
-  std::string user = "bench";
-  std::string password = "bench";
-
-  bool operator==(const BenchCredentials&) const = default;
-};
-
-// A described bench: its players in plugging order and its administrator. A plain value.
-struct Scenario {
-  BenchCredentials credentials;
-  std::vector<BenchPlayerPlan> players;
-
-  bool operator==(const Scenario&) const = default;
-};
-
-// Reads a scenario, or says what is wrong with it first: "FILE: KEY: REASON", or "FILE:LINE:
-// REASON" of a text that is no JSON. The file's name stands in the error only. Nothing is thrown.
-// Any thread.
+// The players of a described bench in plugging order, or what is wrong with the text first: "FILE:
+// KEY: REASON", or "FILE:LINE: REASON" of a text that is no JSON. The file's name stands in the
+// error only. Nothing is thrown. Any thread.
+using Scenario = std::vector<BenchPlayerPlan>;
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file);
 std::variant<Scenario, std::string> readScenario(const std::string& file);
 
-// The same for the identity beside an image: one player's keys without those that make the image.
+// The same for the identity beside an image: one player's keys without those that make the image. A
+// file that isn't there is a standard player's.
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file);
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file);

@@ -1,11 +1,9 @@
 #include "UdevUsbBus.h"
 
-#include <QString>
 #include <algorithm>
 #include <cerrno>
 
 #include "DiskFacts.h"
-#include "Utf8.h"
 
 namespace fillstation {
 
@@ -23,44 +21,11 @@ constexpr const char* kHubClass = "IOUSBHubDevice";
 // The class field of a hub's device descriptor, in sysfs.
 constexpr const char* kUsbHub = "09";
 
-// The standard's values: from the device to the host, get a descriptor, a string descriptor.
-constexpr std::uint8_t kDeviceToHost = 0x80;
-constexpr std::uint8_t kGetDescriptor = 6;
-constexpr std::uint8_t kStringDescriptor = 3;
-// A descriptor's length is one byte, so two bytes of header and 126 code units are the most.
-constexpr std::size_t kLongest = 254;
-
-std::vector<std::uint8_t> descriptorOf(const std::string& text) {
-  std::vector<std::uint8_t> bytes{0, kStringDescriptor};
-  for (const QChar unit : QString::fromStdU32String(decodeUtf8(text).value_or(U""))) {
-    bytes.push_back(unit.cell());
-    bytes.push_back(unit.row());
-  }
-  bytes.resize(std::min(bytes.size(), kLongest));
-  bytes[0] = static_cast<std::uint8_t>(bytes.size());
-  return bytes;
-}
-
 std::string stringOf(udev_device* device, const char* attribute) {
   return udevAttribute(device, attribute).value_or("");
 }
 
 }  // namespace
-
-std::optional<std::uint32_t> StringDescriptors::deviceRequest(const UsbRequest& request,
-                                                              std::span<std::uint8_t> buffer) {
-  const std::size_t index = request.value & 0xFFU;
-  if (request.requestType != kDeviceToHost || request.request != kGetDescriptor ||
-      request.value >> 8U != kStringDescriptor || index < 1 || index > texts_.size() ||
-      texts_[index - 1].empty()) {
-    return std::nullopt;
-  }
-  const auto bytes = descriptorOf(texts_[index - 1]);
-  const std::size_t count =
-      std::min({bytes.size(), buffer.size(), static_cast<std::size_t>(request.length)});
-  std::copy_n(bytes.begin(), count, buffer.begin());
-  return static_cast<std::uint32_t>(count);
-}
 
 // One attach of a whole USB device: what was read of it when it came, since nothing is left to read
 // when it has gone. Main thread; the disks outlive it.

@@ -1,7 +1,7 @@
 #include "ChildProcess.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,65 +82,36 @@ bool readSome(int descriptor, std::string& text) {
 
 namespace {
 
-// Both outputs at once, so that neither fills up while the other is waited for.
-void readBoth(int out, int err, ShellCommand::Result& result) {
-  std::array<pollfd, 2> sources{pollfd{out, POLLIN, 0}, pollfd{err, POLLIN, 0}};
-  const std::array<std::string*, 2> texts{&result.out, &result.err};
-  while (sources[0].fd >= 0 || sources[1].fd >= 0) {
-    if (::poll(sources.data(), sources.size(), -1) < 0) {
-      continue;  // a signal came
-    }
-    for (std::size_t at = 0; at < sources.size(); ++at) {
-      if (sources[at].revents != 0 && !readSome(sources[at].fd, *texts[at])) {
-        sources[at].fd = -1;
-      }
-    }
-  }
+std::string contentOf(const FileHandle& file) {
+  std::string bytes(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_END)), '\0');
+  const ssize_t count = ::pread(file.get(), bytes.data(), bytes.size(), 0);
+  return count == static_cast<ssize_t>(bytes.size()) ? bytes : std::string();
 }
-
-void waitFor(pid_t child, ShellCommand::Result& result) {
-  // What stays when the system doesn't tell, as it does when our parent had us ignore SIGCHLD: a
-  // command that nobody knows of has not succeeded.
-  int status = W_EXITCODE(255, 0);
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (WIFSIGNALED(status)) {
-    result.signal = WTERMSIG(status);
-  } else {
-    result.exitStatus = WEXITSTATUS(status);
-  }
-}
-
-ShellCommand::NotStarted because(int error) { return {std::generic_category().message(error)}; }
 
 }  // namespace
 
-std::variant<ShellCommand::Result, ShellCommand::NotStarted> ShellCommand::run(
-    const std::string& commandLine, const std::vector<Handed>& handed) noexcept {
-  if (commandLine.find('\0') != std::string::npos) {
-    return because(EINVAL);  // the shell would see its beginning only
-  }
-  Pipe out;
-  Pipe err;
-  if (!out.open() || !err.open()) {
-    return because(errno);
-  }
+ShellResult runShell(const std::string& commandLine,
+                     const std::vector<std::pair<int, int>>& handed) {
+  // In memory, where neither output fills up while the other is read.
+  const FileHandle out(::memfd_create("out", MFD_CLOEXEC));
+  const FileHandle err(::memfd_create("err", MFD_CLOEXEC));
   ChildSetup setup;
-  setup.hand(out.writing.get(), 1);
-  setup.hand(err.writing.get(), 2);
+  setup.hand(out.get(), 1);
+  setup.hand(err.get(), 2);
   for (const auto& [descriptor, number] : handed) {
     setup.hand(descriptor, number);
   }
   pid_t child = 0;
   if (const int error = setup.start({"/bin/sh", "-c", commandLine}, child); error != 0) {
-    return because(error);
+    return {255, "", std::generic_category().message(error)};
   }
-  out.writing = FileHandle();
-  err.writing = FileHandle();
-  Result result;
-  readBoth(out.reading.get(), err.reading.get(), result);
-  waitFor(child, result);
-  return result;
+  // What stays when the system doesn't tell, as it does when our parent had us ignore SIGCHLD: a
+  // command that nobody knows of has not succeeded.
+  int status = W_EXITCODE(255, 0);
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), contentOf(out),
+          contentOf(err)};
 }
 
 }  // namespace fillstation

@@ -4,7 +4,6 @@
 
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "FileHandle.h"
@@ -51,31 +50,18 @@ struct Pipe {
 // Appends what there is to be read, after a wait for it; false at the end, and on an error.
 bool readSome(int descriptor, std::string& text);
 
-// Runs one command line in the system's shell, /bin/sh -c. Any thread, several at once.
-class ShellCommand {
- public:
-  // A descriptor of ours, and the number at which the command gets it, 3 or more.
-  using Handed = std::pair<int, int>;
-  // How the shell ended, and all that was written.
-  struct Result {
-    int exitStatus = 0;  // 0 to 255; 0 when a signal ended the shell, 255 when the
-                         // system doesn't tell
-    int signal = 0;      // 0 unless a signal ended the shell
-    std::string out;
-    std::string err;
-
-    bool succeeded() const { return exitStatus == 0 && signal == 0; }
-  };
-  // Why it couldn't be started, as a text for people.
-  struct NotStarted {
-    std::string reason;
-  };
-
-  // Blocks, without a time-out, until the shell has ended and everybody has closed the outputs. The
-  // command gets /dev/null as standard input, default signal handlers with nothing blocked, and no
-  // other descriptor of ours.
-  static std::variant<Result, NotStarted> run(const std::string& commandLine,
-                                              const std::vector<Handed>& handed = {}) noexcept;
+// How a command line ended, and all that it wrote.
+struct ShellResult {
+  int exitStatus = 0;  // 0 to 255; 128 and the signal's number when one ended the shell, 255 when
+                       // it couldn't be started or the system doesn't tell
+  std::string out;
+  std::string err;
 };
+
+// Runs one command line in the system's shell, /bin/sh -c, as a child that gets these descriptors
+// of ours, each at a number from 3 on. Blocks, without a time-out, until the shell has ended. Why
+// it couldn't be started stands in `err`. Any thread, several at once.
+ShellResult runShell(const std::string& commandLine,
+                     const std::vector<std::pair<int, int>>& handed = {});
 
 }  // namespace fillstation

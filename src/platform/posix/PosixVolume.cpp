@@ -174,7 +174,7 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
   struct stat status {};
   const FileHandle from = openRegularFile(source, status);
   const std::string relativePath = joined(*components);
-  if (!from || !enterParent(*components) || medium_->admitFile(relativePath, status.st_size) != 0) {
+  if (!from || !enterParent(*components) || medium_->admit(relativePath, status.st_size) != 0) {
     return false;
   }
   const char* const name = components->back().c_str();
@@ -186,7 +186,7 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
     ::unlinkat(parent_.get(), name, 0);
     return false;
   }
-  medium_->created(relativePath, false);
+  medium_->created(relativePath);
   return true;
 }
 
@@ -224,10 +224,11 @@ FileHandle PosixVolume::createBelow(int parent, const std::string& name,
   if (existing) {
     return existing;
   }
-  if (medium_->admitDirectory(relativePath) != 0 || ::mkdirat(parent, name.c_str(), 0777) != 0) {
+  if (medium_->admit(relativePath, std::nullopt) != 0 ||
+      ::mkdirat(parent, name.c_str(), 0777) != 0) {
     return {};
   }
-  medium_->created(relativePath, true);
+  medium_->created(relativePath);
   return openFolderBelow(root_.get(), parent, name, O_PATH);
 }
 

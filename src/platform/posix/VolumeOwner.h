@@ -19,17 +19,18 @@ class VolumeMedium {
  public:
   virtual ~VolumeMedium() = default;
 
-  // Asked before a directory or a file of that size (bytes) is created: 0, or the errno it fails
-  // with.
-  virtual int admitDirectory(const std::string& /*relativePath*/) { return 0; }
-  virtual int admitFile(const std::string& /*relativePath*/, std::int64_t /*size*/) { return 0; }
+  // Asked before a file of that size (bytes) is created, or a directory, which has none: 0, or the
+  // errno it fails with.
+  virtual int admit(const std::string& /*relativePath*/, std::optional<std::int64_t> /*size*/) {
+    return 0;
+  }
 
   // Asked before each chunk of a file's content is written, with its number of bytes (at least 1);
   // may take its time. 0, or the errno that the write fails with.
   virtual int admitBytes(std::int64_t /*count*/) { return 0; }
 
   // Told of every finished directory and file, in the order of their creation.
-  virtual void created(const std::string& /*relativePath*/, bool /*isDirectory*/) {}
+  virtual void created(const std::string& /*relativePath*/) {}
 
   // True when closing a written file takes long, so that it is better done behind the copy's back:
   // with the mount option `flush`. Asked once, when the volume is opened.

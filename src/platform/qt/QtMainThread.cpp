@@ -2,6 +2,7 @@
 
 #include <sys/eventfd.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <QCursor>
 #include <QEvent>
@@ -10,8 +11,7 @@
 #include <QPointer>
 #include <QTimer>
 #include <condition_variable>
-#include <memory>
-#include <mutex>
+#include <cstddef>
 #include <utility>
 
 namespace fillstation {

@@ -1,10 +1,50 @@
 #include "QtUsbBus.h"
 
 #include <QMetaObject>
-#include <utility>
+#include <QString>
+#include <algorithm>
 #include <vector>
 
+#include "Utf8.h"
+
 namespace fillstation {
+
+namespace {
+
+// The standard's values: from the device to the host, get a descriptor, a string descriptor.
+constexpr std::uint8_t kDeviceToHost = 0x80;
+constexpr std::uint8_t kGetDescriptor = 6;
+constexpr std::uint8_t kStringDescriptor = 3;
+// A descriptor's length is one byte, so two bytes of header and 126 code units are the most.
+constexpr std::size_t kLongest = 254;
+
+std::vector<std::uint8_t> descriptorOf(const std::string& text) {
+  std::vector<std::uint8_t> bytes{0, kStringDescriptor};
+  for (const QChar unit : QString::fromStdU32String(decodeUtf8(text).value_or(U""))) {
+    bytes.push_back(unit.cell());
+    bytes.push_back(unit.row());
+  }
+  bytes.resize(std::min(bytes.size(), kLongest));
+  bytes[0] = static_cast<std::uint8_t>(bytes.size());
+  return bytes;
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> StringDescriptors::deviceRequest(const UsbRequest& request,
+                                                              std::span<std::uint8_t> buffer) {
+  const std::size_t index = request.value & 0xFFU;
+  if (request.requestType != kDeviceToHost || request.request != kGetDescriptor ||
+      request.value >> 8U != kStringDescriptor || index < 1 || index > texts_.size() ||
+      texts_[index - 1].empty()) {
+    return std::nullopt;
+  }
+  const auto bytes = descriptorOf(texts_[index - 1]);
+  const std::size_t count =
+      std::min({bytes.size(), buffer.size(), static_cast<std::size_t>(request.length)});
+  std::copy_n(bytes.begin(), count, buffer.begin());
+  return static_cast<std::uint32_t>(count);
+}
 
 struct QtUsbBus::Event {
   std::shared_ptr<UsbDevice> device;
@@ -101,16 +141,15 @@ void QtUsbBus::resume() {
   schedule();
 }
 
-// A look at the events for each change of what they wait for; a look that comes in vain is
-// harmless.
+// A look at what waits whenever one more may go; a look that comes in vain is harmless.
 void QtUsbBus::schedule() {
   QMetaObject::invokeMethod(
       &context_, [this] { runNext(); }, Qt::QueuedConnection);
 }
 
 void QtUsbBus::runNext() {
-  const bool walking = !attach_->isWalked || !detach_->isWalked;
-  if (handling_ || walking || held_ > 0 || events_.empty() || stop_.requested()) {
+  const bool isWalked = attach_->isWalked && detach_->isWalked;
+  if (handling_ || !isWalked || held_ > 0 || events_.empty() || stop_.requested()) {
     return;
   }
   const auto event = std::move(events_.front());

@@ -3,15 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "BenchFolder.h"
 #include "FatImage.h"
 #include "FileHandle.h"
 #include "TempFolder.h"
-#include "Tools.h"
 
 namespace fillstation {
 
@@ -48,6 +45,12 @@ TEST_F(BenchFolderUnitTest, AnImageIsSparse) {
   struct stat status {};
   ASSERT_EQ(::stat(folder.path("pulled/a.img").c_str(), &status), 0);
   EXPECT_LT(status.st_blocks * 512, 64 << 20);
+}
+
+TEST_F(BenchFolderUnitTest, ALabelReachesTheToolUnchanged) {
+  plan.label = "$HOME'`A`";
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
+  EXPECT_EQ(label(), "$HOME'`A`");
 }
 
 TEST_F(BenchFolderUnitTest, WithoutALabelThereIsNone) {
@@ -102,31 +105,6 @@ TEST_F(BenchFolderUnitTest, UnpluggingMakesThePulledFolder) {
   folder.write("b.img", "x");
   EXPECT_TRUE(unplugPlayer(folder.path(), "b"));
   EXPECT_TRUE(std::filesystem::exists(folder.path("pulled/b.img")));
-}
-
-TEST(ToolsTest, WordsReachTheToolUnchanged) {
-  EXPECT_EQ(runTool({"test", "$HOME `a` \"'\\\n", "=", "$HOME `a` \"'\\\n"}, 0), std::nullopt);
-}
-
-TEST(ToolsTest, AToolThatFailsSaysSo) {
-  const auto said = runTool({"ls", "/nowhere at all"}, 0);
-  ASSERT_TRUE(said);
-  EXPECT_TRUE(said->starts_with("ls: ")) << *said;
-  EXPECT_NE(said->find("/nowhere at all"), std::string::npos);
-  EXPECT_TRUE(runTool({"no-such-tool-anywhere"}, 0));
-}
-
-TEST(ToolsTest, AToolGetsTheImageAndNothingOfOurEnvironment) {
-  ::setenv("FILLSTATION_TEST", "1", 1);
-  std::FILE* image = std::tmpfile();
-  EXPECT_EQ(runTool({"sh", "-c",
-                     "test -z \"$FILLSTATION_TEST\" && test \"$LC_ALL\" = C.UTF-8 && "
-                     "test \"$MTOOLSRC\" = /dev/null && command -v mkfs.fat && "
-                     "test /dev/null -ef /proc/self/fd/0 && echo x > /proc/self/fd/3"},
-                    ::fileno(image)),
-            std::nullopt);
-  EXPECT_EQ(std::fgetc(image), 'x');
-  std::fclose(image);
 }
 
 }  // namespace

@@ -26,13 +26,10 @@ constexpr std::size_t kMiB = 1048576;
 // Admits everything unless told otherwise, and records what it was told.
 class TestMedium : public VolumeMedium {
  public:
-  int admitDirectory(const std::string& relativePath) override {
-    log.push_back("admit directory " + relativePath);
+  int admit(const std::string& relativePath, std::optional<std::int64_t> size) override {
+    log.push_back(size ? "admit file " + relativePath + " " + std::to_string(*size)
+                       : "admit directory " + relativePath);
     return relativePath == refused ? ENOSPC : 0;
-  }
-  int admitFile(const std::string& relativePath, std::int64_t size) override {
-    log.push_back("admit file " + relativePath + " " + std::to_string(size));
-    return relativePath == refused ? EINVAL : 0;
   }
   int admitBytes(std::int64_t count) override {
     log.push_back("admit bytes " + std::to_string(count));
@@ -42,8 +39,8 @@ class TestMedium : public VolumeMedium {
     bytesAdmitted += count;
     return bytesAdmitted > mostBytes ? EIO : 0;
   }
-  void created(const std::string& relativePath, bool isDirectory) override {
-    log.push_back((isDirectory ? "created directory " : "created file ") + relativePath);
+  void created(const std::string& relativePath) override {
+    log.push_back("created " + relativePath);
   }
   bool closesSlowly(int rootDescriptor) override {
     askedAbout = rootDescriptor;
@@ -100,10 +97,9 @@ TEST_F(PosixVolumeTest, CopiesAndTellsTheMedium) {
   EXPECT_TRUE(volume_.copyItem(source_, at("A/B/01.mp3")));
   EXPECT_EQ(test::contentOf(at("A/B/01.mp3")), "audio");
   EXPECT_TRUE(volume_.copyItem(folder_.write("empty", ""), at("empty")));
-  EXPECT_EQ(medium_->log,
-            (Log{"admit directory A", "created directory A", "admit directory A/B",
-                 "created directory A/B", "admit file A/B/01.mp3 5", "admit bytes 5",
-                 "created file A/B/01.mp3", "admit file empty 0", "created file empty"}));
+  EXPECT_EQ(medium_->log, (Log{"admit directory A", "created A", "admit directory A/B",
+                               "created A/B", "admit file A/B/01.mp3 5", "admit bytes 5",
+                               "created A/B/01.mp3", "admit file empty 0", "created empty"}));
 }
 
 TEST_F(PosixVolumeTest, AnExistingDirectoryIsASuccessAndNotAskedFor) {
@@ -118,7 +114,7 @@ TEST_F(PosixVolumeTest, SlashesTooManyDoNotCount) {
   EXPECT_TRUE(volume_.createDirectory(mount_ + "//A///B//"));
   EXPECT_TRUE(volume_.copyItem(source_, mount_ + "/A//B/c"));
   EXPECT_EQ(test::contentOf(at("A/B/c")), "audio");
-  EXPECT_EQ(medium_->log.back(), "created file A/B/c");
+  EXPECT_EQ(medium_->log.back(), "created A/B/c");
   PosixVolume volume(open(), mount_ + "//", medium_, stop_, calls_);
   EXPECT_TRUE(volume.copyItem(source_, at("a")));
   EXPECT_TRUE(exists(at("a")));
@@ -161,6 +157,25 @@ TEST_F(PosixVolumeTest, ACopyNeedsItsDirectoryAndLooksForItAgain) {
   EXPECT_EQ(entries(), 0U);
   EXPECT_TRUE(volume_.createDirectory(at("A")));
   EXPECT_TRUE(volume_.copyItem(source_, at("A/a")));
+}
+
+TEST_F(PosixVolumeTest, ASymbolicLinkToAFileIsCopiedAsTheFile) {
+  folder_.write("file", "content");
+  std::filesystem::create_symlink("file", folder_.path("link"));
+  EXPECT_TRUE(volume_.copyItem(folder_.path("link"), at("a")));
+  EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(at("a"))));
+  EXPECT_EQ(test::contentOf(at("a")), "content");
+}
+
+TEST_F(PosixVolumeTest, WhatIsNoRegularFileIsNotCopiedNorOpened) {
+  ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0600), 0);
+  std::filesystem::create_symlink("fifo", folder_.path("link"));
+  for (const std::string& source :
+       {folder_.path("fifo"), folder_.path("link"), folder_.path("none"),
+        folder_.makeFolder("folder"), std::string("/dev/zero"), std::string()}) {
+    EXPECT_FALSE(volume_.copyItem(source, at("a"))) << source;
+    EXPECT_FALSE(std::filesystem::exists(at("a"))) << source;
+  }
 }
 
 TEST_F(PosixVolumeTest, FollowsNoSymbolicLinkOnTheVolume) {
@@ -263,7 +278,7 @@ TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsAheadWhatIsMoreThanOn
   const std::string content(2 * kMiB + 3, 'm');
   EXPECT_TRUE(volume_.copyItem(folder_.write("big", content), at("big")));
   EXPECT_EQ(medium_->log, (Log{"admit file big 2097155", "admit bytes 1048576",
-                               "admit bytes 1048576", "admit bytes 3", "created file big"}));
+                               "admit bytes 1048576", "admit bytes 3", "created big"}));
   EXPECT_EQ(calls_.log, (Log{"advise 2", "advise 3", "start 0 1048576", "start 1048576 1048576"}));
   static_assert(POSIX_FADV_SEQUENTIAL == 2 && POSIX_FADV_WILLNEED == 3);
   calls_.log.clear();
@@ -317,7 +332,7 @@ TEST_F(PosixVolumeTest, SlowClosesAreWaitedForBeforeTheFlushAlone) {
   EXPECT_EQ(medium_->askedAbout, descriptor);
   EXPECT_TRUE(volume.copyItem(source_, at("a")));
   EXPECT_TRUE(volume.copyItem(source_, at("b")));
-  EXPECT_EQ(medium_->log.back(), "created file b");
+  EXPECT_EQ(medium_->log.back(), "created b");
   std::thread release([&] {
     calls.waitFor(2);
     calls.allow(2);
@@ -354,7 +369,7 @@ TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {
     }
     EXPECT_FALSE(volume_.copyItem(big, at("a"))) << call;
     EXPECT_EQ(entries(), 0U) << call;
-    EXPECT_NE(medium_->log.back(), "created file a") << call;
+    EXPECT_NE(medium_->log.back(), "created a") << call;
   }
 }
 

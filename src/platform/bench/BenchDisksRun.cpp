@@ -1,16 +1,10 @@
-#include "BenchScriptRunner.h"
-
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <optional>
-#include <utility>
-#include <vector>
-
-#include "ChildProcess.h"
+#include "BenchDisks.h"
+#include "BenchFolder.h"
 #include "FileHandle.h"
 #include "ScriptCompiler.h"
-#include "Tools.h"
 
 namespace fillstation {
 
@@ -18,20 +12,14 @@ namespace {
 
 // The only disks that the commands are for.
 constexpr std::string_view kPlayerVendor = "ACTIONS";
+// User name and password.
+constexpr std::string_view kAdministrator = "bench";
 
 ScriptOutcome failure(std::int64_t number, std::string message) {
   return ScriptOutcome{std::nullopt, number, std::move(message)};
 }
 
 ScriptOutcome gone() { return failure(kNotThePlayerNumber, "The device has gone."); }
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  for (std::size_t at = text.find(from); at != std::string::npos;
-       at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
 
 // Why the command must not run on this player, none when it may.
 std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdentity& target) {
@@ -49,14 +37,8 @@ std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdenti
 
 // Runs the command with the descriptor in the node's place.
 ScriptOutcome runOn(int descriptor, const std::string& command, const std::string& node) {
-  // Tools that make file systems are not on the PATH of an ordinary user.
-  const auto ended = ShellCommand::run(
-      "PATH=\"$PATH:/usr/sbin:/sbin\" " + replaced(command, node, kHandedImage), {{descriptor, 3}});
-  if (const auto* notStarted = std::get_if<ShellCommand::NotStarted>(&ended)) {
-    return failure(kNotStartedNumber, notStarted->reason);
-  }
-  const auto& result = std::get<ShellCommand::Result>(ended);
-  if (!result.succeeded()) {
+  const ShellResult result = runOnImage(replaced(command, node, kHandedImage), descriptor);
+  if (result.exitStatus != 0) {
     return failure(result.exitStatus, replaced(result.err, kHandedImage, node));
   }
   return ScriptOutcome{result.out, std::nullopt, std::nullopt};
@@ -98,24 +80,20 @@ ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
 
 }  // namespace
 
-BenchScriptRunner::BenchScriptRunner(BenchPlayers& players, BenchDisks& disks,
-                                     BenchCredentials credentials)
-    : players_(players), disks_(disks), credentials_(std::move(credentials)) {}
-
-ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity& target) {
+ScriptOutcome BenchDisks::run(std::string_view source, const DiskIdentity& target) {
   const auto compiled = compileScript(source);
   if (const auto* error = std::get_if<ScriptOutcome>(&compiled)) {
     return *error;
   }
   const Script& script = std::get<Script>(compiled);
-  if (script.userName != credentials_.user || script.password != credentials_.password) {
+  if (script.userName != kAdministrator || script.password != kAdministrator) {
     return failure(kWrongCredentialsNumber, "The user name or the password is wrong.");
   }
   const auto command = parsePlayerCommand(script.command);
   if (!command || command->node != target.node) {
     return failure(kNotAPlayerCommandNumber, "The command is not one for this player.");
   }
-  const auto player = players_.find(target);
+  const auto player = find(target);
   if (!player) {
     return gone();
   }
@@ -134,7 +112,7 @@ ScriptOutcome BenchScriptRunner::run(std::string_view source, const DiskIdentity
   ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)
                                                                : format(*player, script.command);
   if (command->kind == PlayerCommand::format && outcome.result) {
-    disks_.remountAt(*player, RemountMoment::kAfterFormat);
+    remountAt(*player, RemountMoment::kAfterFormat);
   }
   return player->isPresent() ? outcome : gone();
 }

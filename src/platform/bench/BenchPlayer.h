@@ -2,12 +2,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
-#include <variant>
-#include <vector>
 
 #include "Atomic.h"
 #include "DiskSession.h"
@@ -27,7 +25,6 @@ class BenchPlayer : public Disk {
   struct Place {
     std::string diskName;      // "vp0", empty for a device without a disk
     std::uint32_t handle = 0;  // UsbDevice::handle()
-    std::string port;          // of the USB bus
   };
 
   // The image's path and the descriptor that is open on it.
@@ -59,11 +56,11 @@ class BenchPlayer : public Disk {
   // Pulls when this is the moment for it.
   void pullAt(PullMoment moment) const;
 
-  // Counts a search for the disk; true when it is found. Once the player has left: whether it was.
+  // Searches for the disk: whether there is one. Once the player has left: whether it was found.
   bool searchDisk();
 
   // What keeps a request and a command apart.
-  std::mutex& access() { return access_; }
+  std::recursive_mutex& access() { return access_; }
 
   // The mounted volume, null for none.
   std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
@@ -89,39 +86,13 @@ class BenchPlayer : public Disk {
   const BenchIdentity identity_;
   const Place place_;
   const std::int64_t mediaSize_;
-  std::mutex access_;
+  std::recursive_mutex access_;
   Atomic<std::shared_ptr<BenchVolume>> volume_;
   std::atomic<bool> gone_ = false;
   std::atomic<bool> known_ = false;
   std::atomic<bool> ejected_ = false;
-  std::atomic<std::int64_t> searches_ = 0;
+  std::atomic<bool> found_ = false;
   std::atomic<std::int64_t> copied_ = 0;
-};
-
-// The players that are plugged in, and those whose leaving is still to be handled. Any thread.
-class BenchPlayers {
- public:
-  // Takes in the player NAME of a bench folder: its image is opened, its identity read (a standard
-  // player's when there is none), and it gets the lowest free disk name and the next device number.
-  // The reason when that can't be.
-  std::variant<std::shared_ptr<BenchPlayer>, std::string> attach(const std::string& benchFolder,
-                                                                 const std::string& name);
-
-  // Forgets a player; its disk name is free then.
-  void forget(const std::shared_ptr<BenchPlayer>& player);
-
-  // The first player that passes the test, the remembered ones included; null when none does.
-  std::shared_ptr<BenchPlayer> first(const std::function<bool(const BenchPlayer&)>& test) const;
-  // The player that is meant, null when it isn't there any more.
-  std::shared_ptr<BenchPlayer> find(const DiskIdentity& expected) const;
-
- private:
-  // The lock is held.
-  BenchPlayer::Place freePlace(const BenchIdentity& identity);
-
-  mutable std::mutex lock_;
-  std::vector<std::shared_ptr<BenchPlayer>> players_;
-  std::uint32_t lastDeviceNumber_ = 1;
 };
 
 }  // namespace fillstation

@@ -1,6 +1,5 @@
-#include "FileManagerContract.h"
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +9,8 @@
 #include <filesystem>
 
 #include "DeepTempFolder.h"
+#include "PosixFileManager.h"
+#include "TempFolder.h"
 
 namespace fillstation::test {
 
@@ -47,67 +48,91 @@ rlim_t highestDescriptor() {
   return highest;
 }
 
-}  // namespace
-
-std::vector<std::string> FileManagerContract::walked(const std::string& folder) {
-  const auto walk = files().walk(folder, [this](const std::string& path) {
-    errors_.push_back(path);
-    return goOn_;
-  });
-  Names names;
-  while (const auto entry = walk->next()) {
-    const std::string start = folder.ends_with('/') ? folder : folder + "/";
-    EXPECT_TRUE(entry->path.starts_with(start)) << entry->path;
-    std::string name = entry->path.substr(start.size());
-    if (!entry->isDirectory) {
-      name += entry->size ? " without kind" : " unknown";
-    } else if (*entry->isDirectory) {
-      name += "/";
-    }
-    names.push_back(name);
+class NoOwner : public VolumeOwner {
+ public:
+  std::shared_ptr<VolumeMedium> mediumOf(int /*root*/, const std::string& /*mountPath*/,
+                                         const DiskIdentity& /*owner*/) override {
+    return nullptr;
   }
-  EXPECT_FALSE(walk->next());
-  return names;
-}
+  std::optional<std::string> remount(const DiskIdentity& /*owner*/,
+                                     const std::string& /*mountPath*/) override {
+    return std::nullopt;
+  }
+};
 
-TEST_P(FileManagerContract, ToldWhatExists) {
+// What there is on any file system, and walks over it.
+class FileManagerWalkTest : public testing::Test {
+ protected:
+  // The walk's entries as paths below the folder, folders with "/" at the end.
+  Names walked(const std::string& folder) {
+    const auto walk = files_.walk(folder, [this](const std::string& path) {
+      errors_.push_back(path);
+      return goOn_;
+    });
+    Names names;
+    while (const auto entry = walk->next()) {
+      const std::string start = folder.ends_with('/') ? folder : folder + "/";
+      EXPECT_TRUE(entry->path.starts_with(start)) << entry->path;
+      std::string name = entry->path.substr(start.size());
+      if (!entry->isDirectory) {
+        name += entry->size ? " without kind" : " unknown";
+      } else if (*entry->isDirectory) {
+        name += "/";
+      }
+      names.push_back(name);
+    }
+    EXPECT_FALSE(walk->next());
+    return names;
+  }
+
+  // What couldn't be read during walked().
+  Names errors_;
+  bool goOn_ = true;
+
+  TempFolder folder_;
+  StopSource stop_;
+  NoOwner nobody_;
+  PosixFileManager files_{nobody_, stop_};
+};
+
+TEST_F(FileManagerWalkTest, ToldWhatExists) {
   const std::string file = folder_.write("a/file", "abc");
   bool isDirectory = true;
-  EXPECT_TRUE(files().fileExists(file, &isDirectory));
+  EXPECT_TRUE(files_.fileExists(file, &isDirectory));
   EXPECT_FALSE(isDirectory);
-  EXPECT_TRUE(files().fileExists(folder_.path("a"), &isDirectory));
+  EXPECT_TRUE(files_.fileExists(folder_.path("a"), &isDirectory));
   EXPECT_TRUE(isDirectory);
-  EXPECT_FALSE(files().fileExists(folder_.path("none"), &isDirectory));
+  EXPECT_FALSE(files_.fileExists(folder_.path("none"), &isDirectory));
   EXPECT_FALSE(isDirectory);
-  EXPECT_TRUE(files().fileExists(folder_.path("a/")));
-  EXPECT_TRUE(files().fileExists(file));
-  EXPECT_FALSE(files().fileExists(file + "/"));
-  EXPECT_FALSE(files().fileExists("file://" + file));
-  EXPECT_FALSE(files().fileExists(""));
+  EXPECT_TRUE(files_.fileExists(folder_.path("a/")));
+  EXPECT_TRUE(files_.fileExists(file));
+  EXPECT_FALSE(files_.fileExists(file + "/"));
+  EXPECT_FALSE(files_.fileExists("file://" + file));
+  EXPECT_FALSE(files_.fileExists(""));
 }
 
-TEST_P(FileManagerContract, ExistenceFollowsSymbolicLinks) {
+TEST_F(FileManagerWalkTest, ExistenceFollowsSymbolicLinks) {
   folder_.makeFolder("a");
   std::filesystem::create_symlink("a", folder_.path("toFolder"));
   std::filesystem::create_symlink("none", folder_.path("dangling"));
   bool isDirectory = false;
-  EXPECT_TRUE(files().fileExists(folder_.path("toFolder"), &isDirectory));
+  EXPECT_TRUE(files_.fileExists(folder_.path("toFolder"), &isDirectory));
   EXPECT_TRUE(isDirectory);
-  EXPECT_FALSE(files().fileExists(folder_.path("dangling")));
+  EXPECT_FALSE(files_.fileExists(folder_.path("dangling")));
 }
 
-TEST_P(FileManagerContract, ToldSizes) {
-  EXPECT_EQ(files().fileSize(folder_.write("file", "abc")), 3);
-  EXPECT_EQ(files().fileSize(folder_.write("empty", "")), 0);
-  EXPECT_EQ(files().fileSize(folder_.path("none")), std::nullopt);
+TEST_F(FileManagerWalkTest, ToldSizes) {
+  EXPECT_EQ(files_.fileSize(folder_.write("file", "abc")), 3);
+  EXPECT_EQ(files_.fileSize(folder_.write("empty", "")), 0);
+  EXPECT_EQ(files_.fileSize(folder_.path("none")), std::nullopt);
   std::filesystem::create_symlink("file", folder_.path("link"));
-  EXPECT_EQ(files().fileSize(folder_.path("link")), 3);
+  EXPECT_EQ(files_.fileSize(folder_.path("link")), 3);
   const std::string huge = folder_.write("huge", "");
   ASSERT_EQ(::truncate(huge.c_str(), 5000000000), 0);
-  EXPECT_EQ(files().fileSize(huge), 5000000000);
+  EXPECT_EQ(files_.fileSize(huge), 5000000000);
 }
 
-TEST_P(FileManagerContract, WalksAFolderBeforeWhatItHoldsInNameOrder) {
+TEST_F(FileManagerWalkTest, WalksAFolderBeforeWhatItHoldsInNameOrder) {
   for (const std::string name : {"b/2.mp3", "b/10.mp3", "b/1/z", "a", "c", "B", "b.mp3", ".hidden",
                                  "b/.01.mp3", "10", "9"}) {
     folder_.write(name, "x");
@@ -119,12 +144,12 @@ TEST_P(FileManagerContract, WalksAFolderBeforeWhatItHoldsInNameOrder) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_P(FileManagerContract, AFolderMayBeGivenWithASlash) {
+TEST_F(FileManagerWalkTest, AFolderMayBeGivenWithASlash) {
   folder_.write("a/b", "x");
   EXPECT_EQ(walked(folder_.path() + "/"), (Names{"a/", "a/b"}));
 }
 
-TEST_P(FileManagerContract, NamesAreBytes) {
+TEST_F(FileManagerWalkTest, NamesAreBytes) {
   Names names = {"#hash",
                  "%41",
                  "a b",
@@ -142,11 +167,11 @@ TEST_P(FileManagerContract, NamesAreBytes) {
   EXPECT_EQ(walked(folder_.path()), names);
 }
 
-TEST_P(FileManagerContract, EntriesComeWithTheirSizes) {
+TEST_F(FileManagerWalkTest, EntriesComeWithTheirSizes) {
   folder_.write("1", "abc");
   folder_.write("2", "");
   std::filesystem::create_symlink("1", folder_.path("3"));
-  const auto walk = files().walk(folder_.path(), [](const std::string&) { return true; });
+  const auto walk = files_.walk(folder_.path(), [](const std::string&) { return true; });
   for (const std::int64_t size : {3, 0, 3}) {
     const auto entry = walk->next();
     ASSERT_TRUE(entry);
@@ -155,7 +180,7 @@ TEST_P(FileManagerContract, EntriesComeWithTheirSizes) {
   }
 }
 
-TEST_P(FileManagerContract, ALinkToAFileCountsAsTheFileAndAnyOtherIsLeftOut) {
+TEST_F(FileManagerWalkTest, ALinkToAFileCountsAsTheFileAndAnyOtherIsLeftOut) {
   const TempFolder elsewhere;
   elsewhere.write("in/file", "x");
   std::filesystem::create_symlink(elsewhere.path("in"), folder_.path("folder"));
@@ -168,7 +193,7 @@ TEST_P(FileManagerContract, ALinkToAFileCountsAsTheFileAndAnyOtherIsLeftOut) {
 }
 
 // If links were followed: a path for every order of the folders.
-TEST_P(FileManagerContract, FoldersThatAreLinkedToEachOtherAreWalkedOnce) {
+TEST_F(FileManagerWalkTest, FoldersThatAreLinkedToEachOtherAreWalkedOnce) {
   Names expected;
   for (const std::string name : {"1", "2", "3"}) {
     folder_.write(name + "/file", "x");
@@ -181,16 +206,16 @@ TEST_P(FileManagerContract, FoldersThatAreLinkedToEachOtherAreWalkedOnce) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_P(FileManagerContract, TheWalkedFolderMayBeALink) {
+TEST_F(FileManagerWalkTest, TheWalkedFolderMayBeALink) {
   folder_.write("a/b/file", "x");
   std::filesystem::create_symlink("a", folder_.path("link"));
   EXPECT_EQ(walked(folder_.path("link")), (Names{"b/", "b/file"}));
 }
 
-TEST_P(FileManagerContract, AFolderThatBecomesALinkDuringTheWalkIsNotEntered) {
+TEST_F(FileManagerWalkTest, AFolderThatBecomesALinkDuringTheWalkIsNotEntered) {
   folder_.write("a/in", "x");
   folder_.write("b/in", "x");
-  const auto walk = files().walk(folder_.path(), [this](const std::string& path) {
+  const auto walk = files_.walk(folder_.path(), [this](const std::string& path) {
     errors_.push_back(path);
     return true;
   });
@@ -201,12 +226,12 @@ TEST_P(FileManagerContract, AFolderThatBecomesALinkDuringTheWalkIsNotEntered) {
   EXPECT_EQ(errors_, Names{folder_.path("a")});
 }
 
-TEST_P(FileManagerContract, SpecialFilesAreYieldedUnopened) {
+TEST_F(FileManagerWalkTest, SpecialFilesAreYieldedUnopened) {
   ASSERT_EQ(::mkfifo(folder_.path("fifo.mp3").c_str(), 0600), 0);
   EXPECT_EQ(walked(folder_.path()), Names{"fifo.mp3"});
 }
 
-TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOnOrEnds) {
+TEST_F(FileManagerWalkTest, AnUnreadableFolderIsToldAndTheWalkGoesOnOrEnds) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
   ::chmod(folder_.path().c_str(), 0755);
@@ -219,7 +244,7 @@ TEST_P(FileManagerContract, AnUnreadableFolderIsToldAndTheWalkGoesOnOrEnds) {
   EXPECT_EQ(errors_, Names(2, folder_.path("a")));
 }
 
-TEST_P(FileManagerContract, AnEntryThatCannotBeLookedAtHasNoValues) {
+TEST_F(FileManagerWalkTest, AnEntryThatCannotBeLookedAtHasNoValues) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
   ::chmod(folder_.path().c_str(), 0755);
@@ -229,10 +254,10 @@ TEST_P(FileManagerContract, AnEntryThatCannotBeLookedAtHasNoValues) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_P(FileManagerContract, AFolderThatGoesDuringTheWalkIsTold) {
+TEST_F(FileManagerWalkTest, AFolderThatGoesDuringTheWalkIsTold) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
-  const auto walk = files().walk(folder_.path(), [this](const std::string& path) {
+  const auto walk = files_.walk(folder_.path(), [this](const std::string& path) {
     errors_.push_back(path);
     return true;
   });
@@ -243,7 +268,7 @@ TEST_P(FileManagerContract, AFolderThatGoesDuringTheWalkIsTold) {
   EXPECT_EQ(errors_, Names{folder_.path("a")});
 }
 
-TEST_P(FileManagerContract, WhatIsNoFolderHasNoEntries) {
+TEST_F(FileManagerWalkTest, WhatIsNoFolderHasNoEntries) {
   for (const bool goOn : {true, false}) {
     goOn_ = goOn;
     errors_.clear();
@@ -254,7 +279,7 @@ TEST_P(FileManagerContract, WhatIsNoFolderHasNoEntries) {
   }
 }
 
-TEST_P(FileManagerContract, ThousandsOfLevelsNeedFewDescriptors) {
+TEST_F(FileManagerWalkTest, ThousandsOfLevelsNeedFewDescriptors) {
   const DeepTempFolder top;
   int folder = ::open(top.path().c_str(), O_PATH);
   for (int level = 0; level < 3000; ++level) {
@@ -269,7 +294,7 @@ TEST_P(FileManagerContract, ThousandsOfLevelsNeedFewDescriptors) {
   // Beside those that are open here for other reasons.
   const rlimit few{highestDescriptor() + 37, before.rlim_max};
   ::setrlimit(RLIMIT_NOFILE, &few);
-  const auto walk = files().walk(top.path(), [](const std::string&) { return false; });
+  const auto walk = files_.walk(top.path(), [](const std::string&) { return false; });
   int entries = 0;
   std::size_t longest = 0;
   while (const auto entry = walk->next()) {
@@ -281,71 +306,19 @@ TEST_P(FileManagerContract, ThousandsOfLevelsNeedFewDescriptors) {
   EXPECT_EQ(longest, top.path().size() + 6000);
 }
 
-TEST_P(FileManagerContract, AWalkLeavesNoDescriptorBehind) {
+TEST_F(FileManagerWalkTest, AWalkLeavesNoDescriptorBehind) {
   folder_.write("a/b/c", "x");
   const auto count = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
   };
-  files();
   const auto before = count();
   walked(folder_.path());
   walked(folder_.path("none"));
-  const auto walk = files().walk(folder_.path(), [](const std::string&) { return true; });
+  const auto walk = files_.walk(folder_.path(), [](const std::string&) { return true; });
   EXPECT_TRUE(walk->next());
   EXPECT_EQ(count(), before);
 }
 
-TEST_P(FileManagerContract, OpensTheOwnersVolumeAlone) {
-  EXPECT_NE(openVolume(), nullptr);
-  DiskIdentity other = backEnd_->owner();
-  other.node += "x";
-  EXPECT_EQ(files().openVolume(backEnd_->mountPath(), other), nullptr);
-  EXPECT_EQ(files().openVolume(folder_.path(), backEnd_->owner()), nullptr);
-}
-
-TEST_P(FileManagerContract, ACopyNeverOverwrites) {
-  const auto volume = openVolume();
-  const std::string first = folder_.write("first", "first");
-  const std::string second = folder_.write("second", "second");
-  ASSERT_TRUE(volume->createDirectory(onVolume("A")));
-  ASSERT_TRUE(volume->copyItem(first, onVolume("a.mp3")));
-  EXPECT_FALSE(volume->copyItem(second, onVolume("a.mp3")));
-  EXPECT_EQ(contentOf(onVolume("a.mp3")), "first");
-  EXPECT_FALSE(volume->copyItem(second, onVolume("A")));
-  EXPECT_TRUE(std::filesystem::is_directory(onVolume("A")));
-  EXPECT_FALSE(volume->copyItem(second, backEnd_->mountPath()));
-}
-
-TEST_P(FileManagerContract, ASymbolicLinkToAFileIsCopiedAsTheFile) {
-  const auto volume = openVolume();
-  folder_.write("file", "content");
-  std::filesystem::create_symlink("file", folder_.path("link"));
-  EXPECT_TRUE(volume->copyItem(folder_.path("link"), onVolume("a")));
-  EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(onVolume("a"))));
-  EXPECT_EQ(contentOf(onVolume("a")), "content");
-}
-
-TEST_P(FileManagerContract, WhatIsNoRegularFileIsNotCopiedNorOpened) {
-  const auto volume = openVolume();
-  ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0600), 0);
-  std::filesystem::create_symlink("fifo", folder_.path("link"));
-  for (const std::string& source :
-       {folder_.path("fifo"), folder_.path("link"), folder_.path("none"),
-        folder_.makeFolder("folder"), std::string("/dev/zero"), std::string()}) {
-    EXPECT_FALSE(volume->copyItem(source, onVolume("a"))) << source;
-    EXPECT_FALSE(std::filesystem::exists(onVolume("a"))) << source;
-  }
-}
-
-TEST_P(FileManagerContract, AVolumeThatVanishesTakesNothingAndNothingLandsBeneath) {
-  const auto volume = openVolume();
-  const std::string source = folder_.write("source", "x");
-  backEnd_->vanish();
-  EXPECT_FALSE(volume->createDirectory(onVolume("A")));
-  EXPECT_FALSE(volume->copyItem(source, onVolume("a")));
-  EXPECT_FALSE(std::filesystem::exists(onVolume("A")));
-  EXPECT_FALSE(std::filesystem::exists(onVolume("a")));
-  EXPECT_EQ(openVolume(), nullptr);
-}
+}  // namespace
 
 }  // namespace fillstation::test

@@ -1,6 +1,5 @@
-#include "BenchPlayers.h"
+#include "BenchPlayer.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,11 +16,6 @@
 namespace fillstation {
 
 namespace {
-
-constexpr std::uint32_t kBus = 0x10000;  // bus number 1, in a handle
-// 1 is the bus itself; the numbers end at 127 and begin again.
-constexpr std::uint32_t kFirstDeviceNumber = 2;
-constexpr std::uint32_t kLastDeviceNumber = 127;
 
 using Block = std::array<char, 4096>;
 
@@ -63,13 +57,6 @@ std::int64_t sizeOf(int descriptor) {
   return status.st_size;
 }
 
-std::variant<BenchIdentity, std::string> identityOf(const std::string& file) {
-  if (::access(file.c_str(), F_OK) != 0) {
-    return BenchIdentity{};
-  }
-  return readIdentity(file);
-}
-
 }  // namespace
 
 BenchPlayer::BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity identity,
@@ -78,8 +65,7 @@ BenchPlayer::BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity 
       image_(std::move(image)),
       identity_(std::move(identity)),
       place_(std::move(place)),
-      mediaSize_(sizeOf(image_.get())),
-      known_(!identity_.automount) {}
+      mediaSize_(sizeOf(image_.get())) {}
 
 bool BenchPlayer::isPresent() const { return !gone_.load() && isOpenOn(image_.get(), imagePath_); }
 
@@ -114,16 +100,13 @@ void BenchPlayer::pullAt(PullMoment moment) const {
 }
 
 bool BenchPlayer::searchDisk() {
-  const std::int64_t needed = faults().diskAfterSearches;
-  if (hasLeft()) {
-    return identity_.disk && searches_.load() > needed;
-  }
-  return identity_.disk && searches_++ >= needed;
+  found_ = found_ || (identity_.disk && !hasLeft());
+  return found_;
 }
 
 bool BenchPlayer::isReadOnly() const {
-  const auto after = faults().readOnlyAfterBytes;
-  return after && copied_.load() >= *after;
+  const std::int64_t after = faults().readOnlyAfterBytes;
+  return after >= 0 && copied_.load() >= after;
 }
 
 bool BenchPlayer::applyLie() const {
@@ -140,62 +123,6 @@ bool BenchPlayer::applyLie() const {
     done = lieInBlock(image_.get(), at, lie);
   }
   return done;
-}
-
-std::variant<std::shared_ptr<BenchPlayer>, std::string> BenchPlayers::attach(
-    const std::string& benchFolder, const std::string& name) {
-  auto identity = identityOf(identityFile(benchFolder, name));
-  if (const auto* error = std::get_if<std::string>(&identity)) {
-    return *error;
-  }
-  const std::string path = pluggedImage(benchFolder, name);
-  FileHandle image(::open(path.c_str(), O_RDWR | O_CLOEXEC));
-  if (!image) {
-    return path + ": can't be opened";
-  }
-  const std::scoped_lock guard(lock_);
-  BenchIdentity& self = std::get<BenchIdentity>(identity);
-  BenchPlayer::Place place = freePlace(self);
-  players_.push_back(
-      std::make_shared<BenchPlayer>(path, std::move(image), std::move(self), std::move(place)));
-  return players_.back();
-}
-
-BenchPlayer::Place BenchPlayers::freePlace(const BenchIdentity& identity) {
-  const auto isTaken = [this](auto member, const auto& value) {
-    return std::any_of(players_.begin(), players_.end(),
-                       [&](const auto& player) { return player->place().*member == value; });
-  };
-  BenchPlayer::Place place;
-  do {
-    lastDeviceNumber_ =
-        lastDeviceNumber_ == kLastDeviceNumber ? kFirstDeviceNumber : lastDeviceNumber_ + 1;
-    place.handle = kBus + lastDeviceNumber_;
-  } while (isTaken(&BenchPlayer::Place::handle, place.handle));
-  place.port = identity.port.empty() ? "1-" + std::to_string(lastDeviceNumber_) : identity.port;
-  int number = 0;
-  while (identity.disk &&
-         (place.diskName.empty() || isTaken(&BenchPlayer::Place::diskName, place.diskName))) {
-    place.diskName = "vp" + std::to_string(number++);
-  }
-  return place;
-}
-
-void BenchPlayers::forget(const std::shared_ptr<BenchPlayer>& player) {
-  const std::scoped_lock guard(lock_);
-  std::erase(players_, player);
-}
-
-std::shared_ptr<BenchPlayer> BenchPlayers::first(
-    const std::function<bool(const BenchPlayer&)>& test) const {
-  const std::scoped_lock guard(lock_);
-  const auto found = std::find_if(players_.begin(), players_.end(),
-                                  [&test](const auto& player) { return test(*player); });
-  return found != players_.end() ? *found : nullptr;
-}
-
-std::shared_ptr<BenchPlayer> BenchPlayers::find(const DiskIdentity& expected) const {
-  return first([&expected](const auto& player) { return player.is(expected); });
 }
 
 }  // namespace fillstation

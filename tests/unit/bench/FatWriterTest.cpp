@@ -1,0 +1,172 @@
+#include "FatWriter.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+#include "FileHandle.h"
+#include "TempFolder.h"
+
+namespace fillstation {
+
+namespace {
+
+constexpr std::int64_t kCluster = 512;  // 16 slots
+// 64 MiB less 32 reserved sectors, two tables and the root's cluster.
+constexpr std::int64_t kFreeClusters = 129021;
+
+class FatWriterTest : public ::testing::Test {
+ protected:
+  FatWriterTest() {
+    const std::string image = folder_.path("image");
+    const std::string made = "truncate -s 64M " + image +
+                             "; PATH=\"$PATH:/usr/sbin\" mkfs.fat -F32 " + image + " >/dev/null";
+    EXPECT_EQ(std::system(made.c_str()), 0);
+    file_ = FileHandle(::open(image.c_str(), O_RDWR | O_CLOEXEC));
+    writer.emplace(*FatImage::open(file_.get()));
+    writer->haveDirectory("", directoryWith(1));
+  }
+
+  // A directory of one cluster with so many slots in use.
+  static FatDirectory directoryWith(std::int64_t usedSlots) {
+    FatDirectory directory;
+    directory.clusters = {2};
+    directory.usedSlots = usedSlots;
+    return directory;
+  }
+
+  // Leaves so many clusters free.
+  void leave(std::int64_t clusters) { addFile("room", (kFreeClusters - clusters) * kCluster); }
+
+  void addFile(const std::string& path, std::int64_t size) {
+    std::filesystem::resize_file(folder_.write("source", ""), static_cast<std::uintmax_t>(size));
+    writer->add(path, folder_.path("source"));
+  }
+  void addFolder(const std::string& path) { writer->add(path, folder_.path()); }
+
+  test::TempFolder folder_;
+  FileHandle file_;
+  std::optional<FatWriter> writer;
+};
+
+TEST_F(FatWriterTest, AFileTakesWholeClusters) {
+  leave(2);
+  EXPECT_EQ(writer->admit("a", 0), 0);
+  EXPECT_EQ(writer->admit("a", 2 * kCluster), 0);
+  EXPECT_EQ(writer->admit("a", 2 * kCluster + 1), ENOSPC);
+}
+
+TEST_F(FatWriterTest, WhatWasAddedIsGoneFromTheRoom) {
+  leave(3);
+  addFile("a", kCluster + 1);
+  EXPECT_EQ(writer->admit("b", kCluster), 0);
+  EXPECT_EQ(writer->admit("b", kCluster + 1), ENOSPC);
+}
+
+TEST_F(FatWriterTest, ADirectoryTakesOneCluster) {
+  leave(1);
+  EXPECT_EQ(writer->admit("d", std::nullopt), 0);
+  addFolder("d");
+  EXPECT_EQ(writer->admit("e", std::nullopt), ENOSPC);
+  EXPECT_EQ(writer->admit("e", 0), 0);
+}
+
+TEST_F(FatWriterTest, ADirectoryGrowsWithItsNames) {
+  leave(1);
+  addFolder("d");
+  // Two slots are the directory's own; seven names of two slots fill the cluster.
+  for (const std::string name : {"1", "2", "3", "4", "5", "6", "7"}) {
+    EXPECT_EQ(writer->admit("d/" + name, 0), 0) << name;
+    addFile("d/" + name, 0);
+  }
+  EXPECT_EQ(writer->admit("d/8", 0), ENOSPC);
+}
+
+TEST_F(FatWriterTest, GrowthIsTakenFromTheRoom) {
+  leave(3);
+  writer->haveDirectory("", directoryWith(16));
+  addFile("a", kCluster);
+  EXPECT_EQ(writer->admit("b", kCluster), 0);
+  EXPECT_EQ(writer->admit("b", kCluster + 1), ENOSPC);
+}
+
+TEST_F(FatWriterTest, ADirectoryHasAtMost65536Slots) {
+  writer->haveDirectory("", directoryWith(65534));
+  EXPECT_EQ(writer->admit("a", 0), 0);
+  writer->haveDirectory("", directoryWith(65535));
+  EXPECT_EQ(writer->admit("a", 0), ENOSPC);
+}
+
+TEST_F(FatWriterTest, NamesCollideWithinOneDirectory) {
+  addFolder("D");
+  addFile("D/Track", 1);
+  EXPECT_EQ(writer->admit("D/tRACK", 1), EEXIST);
+  EXPECT_EQ(writer->admit("D/Track.", 1), EEXIST);
+  EXPECT_EQ(writer->admit("d", std::nullopt), EEXIST);
+  EXPECT_EQ(writer->admit("Track", 1), 0);
+}
+
+TEST_F(FatWriterTest, WhatIsThereAlreadyCollidesToo) {
+  FatDirectory directory = directoryWith(2);
+  directory.entries = {{"x"}};
+  writer->haveDirectory("d", directory);
+  directory.entries = {{"d"}};
+  writer->haveDirectory("", directory);
+  EXPECT_EQ(writer->admit("D", std::nullopt), EEXIST);
+  EXPECT_EQ(writer->admit("d/X", 1), EEXIST);
+  EXPECT_EQ(writer->admit("x", 1), 0);
+}
+
+TEST_F(FatWriterTest, AFileIsSmallerThanFourGiB) {
+  EXPECT_EQ(writer->admit("a", 0xFFFFFFFF), ENOSPC);
+  EXPECT_EQ(writer->admit("a", 0x100000000), EFBIG);
+}
+
+TEST_F(FatWriterTest, AParentMustBeThere) { EXPECT_EQ(writer->admit("d/x", 1), ENOENT); }
+
+std::string times(std::string_view text, int count) {
+  std::string all;
+  for (int time = 0; time < count; ++time) {
+    all += text;
+  }
+  return all;
+}
+
+TEST_F(FatWriterTest, NamesHaveAtMost255Units) {
+  for (const std::string& name :
+       {times("a", 255), times("ü", 255), times("😀", 127), times("a", 255) + "."}) {
+    EXPECT_EQ(writer->admit(name, 1), 0) << name;
+  }
+  for (const std::string& name : {times("a", 256), times("😀", 128)}) {
+    EXPECT_EQ(writer->admit(name, 1), ENAMETOOLONG) << name;
+  }
+}
+
+TEST_F(FatWriterTest, ABadNameIsRefusedByItsLastComponent) {
+  writer->haveDirectory("a:b", directoryWith(2));
+  EXPECT_EQ(writer->admit("a:b/x", 1), 0);
+}
+
+TEST_F(FatWriterTest, CaseCountsBeyondAsciiAlone) {
+  addFile("AZ@[Ü", 1);
+  EXPECT_EQ(writer->admit("az@[Ü", 1), EEXIST);
+  for (const std::string name : {"az`[Ü", "az@{Ü", "az@[ü"}) {
+    EXPECT_EQ(writer->admit(name, 1), 0) << name;
+  }
+}
+
+TEST_F(FatWriterTest, ASlotTakesThirteenUnits) {
+  leave(0);
+  writer->haveDirectory("", directoryWith(14));
+  for (const std::string& name : {std::string("a"), times("a", 13), times("a", 13) + "."}) {
+    EXPECT_EQ(writer->admit(name, 0), 0) << name;
+  }
+  EXPECT_EQ(writer->admit(times("a", 14), 0), ENOSPC);
+}
+
+}  // namespace
+
+}  // namespace fillstation
