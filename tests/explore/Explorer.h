@@ -38,8 +38,8 @@ struct Explored {
 // rules hold. The machine is not the bench: a run there takes half a second of real commands, and a
 // hundred thousand steps hold some thousands of runs. Here a medium is a table of what is on it,
 // and every change is checked by the medium's identity, not by its bytes; the bench, with its
-// bytes, has some hundreds of steps of its own (tests/faults). Nothing depends on time or on the
-// order of threads, so a seed always gives the same exploration. Main thread.
+// bytes, has some hundreds of steps of its own (tests/faults). Nothing depends on time, and hardly
+// anything on the order of threads, so a seed gives nearly the same exploration. Main thread.
 class Explorer {
  public:
   explicit Explorer(std::uint64_t seed);
