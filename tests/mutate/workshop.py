@@ -116,7 +116,7 @@ class Workshop:
     def __init__(self, folder, seconds, kills):
         self.seconds, self.kills = seconds, kills
         self.tree = folder / "tree"
-        self.build = folder / "build"
+        self.build = self.tree / "build"  # in which the compiler cache knows the other trees' objects
         self.pristine = folder / "pristine"
         self.temporary = folder / "tmp"
         self.mark = str(folder)
