@@ -1,18 +1,22 @@
 #include "ScriptCompiler.h"
 
 #include <cstddef>
-#include <regex>
 
 namespace fillstation {
 
 namespace {
 
+bool takeWords(std::string_view& text, std::string_view words) {
+  const bool isThere = text.starts_with(words);
+  text.remove_prefix(isThere ? words.size() : 0);
+  return isThere;
+}
+
 // Takes the words and what stands between them and the next double quote, and the quote.
 std::optional<std::string> takeString(std::string_view& text, std::string_view words) {
-  if (!text.starts_with(words)) {
+  if (!takeWords(text, words)) {
     return std::nullopt;
   }
-  text.remove_prefix(words.size());
   const std::size_t end = text.find_first_of("\"\\");
   if (end == std::string_view::npos || text[end] != '"') {
     return std::nullopt;
@@ -20,6 +24,18 @@ std::optional<std::string> takeString(std::string_view& text, std::string_view w
   std::string content(text.substr(0, end));
   text.remove_prefix(end + 1);
   return content;
+}
+
+bool isNode(std::string_view text) {
+  constexpr std::size_t kLongest = 32;
+  if (text.size() > kLongest || !takeWords(text, "/dev/")) {
+    return false;
+  }
+  const std::size_t letters = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz");
+  if (letters == std::string_view::npos) {
+    return !text.empty();
+  }
+  return letters > 0 && text.find_first_not_of("0123456789", letters) == std::string_view::npos;
 }
 
 }  // namespace
@@ -35,18 +51,18 @@ std::variant<Script, ScriptOutcome> compileScript(std::string_view source) {
 }
 
 std::optional<PlayerCommand> parsePlayerCommand(std::string_view commandLine) {
-  static const std::regex kCommands(
-      "dd if=/dev/zero of=(/dev/[a-z]+[0-9]*) bs=4k count=10|mkfs\\.fat -F32 (/dev/[a-z]+[0-9]*)");
-  constexpr std::size_t kLongestNode = 32;
-  constexpr std::size_t kLongest = 80;  // the matching takes stack for each character
-  std::match_results<std::string_view::iterator> found;
-  if (commandLine.size() > kLongest ||
-      !std::regex_match(commandLine.begin(), commandLine.end(), found, kCommands)) {
+  constexpr std::string_view kBehindNode = " bs=4k count=10";
+  const bool isWipe = takeWords(commandLine, "dd if=/dev/zero of=");
+  if (isWipe && commandLine.ends_with(kBehindNode)) {
+    commandLine.remove_suffix(kBehindNode.size());
+  } else if (isWipe || !takeWords(commandLine, "mkfs.fat -F32 ")) {
     return std::nullopt;
   }
-  const auto kind = found[1].matched ? PlayerCommand::wipe : PlayerCommand::format;
-  const std::string node = found[kind == PlayerCommand::wipe ? 1 : 2];
-  return node.size() <= kLongestNode ? std::optional(PlayerCommand{kind, node}) : std::nullopt;
+  if (!isNode(commandLine)) {
+    return std::nullopt;
+  }
+  return PlayerCommand{isWipe ? PlayerCommand::wipe : PlayerCommand::format,
+                       std::string(commandLine)};
 }
 
 }  // namespace fillstation
