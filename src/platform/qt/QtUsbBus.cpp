@@ -122,7 +122,7 @@ void QtUsbBus::handOutLeaving(std::shared_ptr<UsbDevice> device, std::function<v
 }
 
 void QtUsbBus::deliver(Side& side, Event event) {
-  post([this, &side, event = std::move(event)] {
+  post([&side, event = std::move(event)] {
     side.waiting.push_back(event);
     if (side.notification) {
       side.isWalked = false;
