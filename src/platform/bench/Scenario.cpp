@@ -220,8 +220,15 @@ std::variant<Scenario, std::string> parseScenario(std::string_view content,
     const QJsonArray players = document.array();
     for (const auto& player : players) {
       Keys keys(player, "[" + std::to_string(scenario.size()) + "]", problem);
-      readPlayer(keys, scenario.emplace_back());
+      BenchPlayerPlan plan;
+      readPlayer(keys, plan);
       keys.content();
+      // Two of them would share an image.
+      if (std::any_of(scenario.begin(), scenario.end(),
+                      [&plan](const auto& other) { return other.name == plan.name; })) {
+        keys.report(QStringLiteral("name"), "is another player's too");
+      }
+      scenario.push_back(std::move(plan));
     }
   };
   return parse<Scenario>(content, file, read);

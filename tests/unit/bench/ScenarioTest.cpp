@@ -127,6 +127,8 @@ TEST(ScenarioTest, AMistakeIsToldByItsKeyAndReason) {
   }
   EXPECT_EQ(bad("[{}]"), " [0]" + name);
   EXPECT_EQ(bad("[1]"), " [0]: must be an object");
+  EXPECT_EQ(bad(R"([{"name": "a"}, {"name": "b"}, {"name": "a"}])"),
+            " [2].name: is another player's too");
   EXPECT_EQ(bad("{}"), " must be a list of players");
   EXPECT_EQ(std::get<std::string>(parseIdentity("[]", "i")), "i: must be an object");
 }
