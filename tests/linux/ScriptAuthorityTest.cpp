@@ -80,7 +80,7 @@ TEST_F(ScriptAuthorityTest, ACancelledAuthenticationIsCancelled) {
 }
 
 TEST_F(ScriptAuthorityTest, ACommandThatIsRunningIsNotCancelled) {
-  Window window("tester", {{"boss", kBossPassword,
+  Window window("tester", {{"boss", bossPassword(),
                             "touch /run/box/ran; until [ -e /run/box/go ]; do sleep 0.02; done; "
                             "echo finished; exit 3"}});
   awaitFile("/run/box/ran");
@@ -153,13 +153,13 @@ TEST_F(ScriptAuthorityTest, OnlyAServedHelperThatSaidNothingIsAskedOnceMore) {
     long checks;
   };
   const Row rows[] = {
-      {false, "exit 1", "auth requisite " + counted, kBossPassword, Kind::notChecked, 1},
-      {true, "exit 1", "auth requisite " + counted, kBossPassword, Kind::notChecked, 2},
+      {false, "exit 1", "auth requisite " + counted, bossPassword(), Kind::notChecked, 1},
+      {true, "exit 1", "auth requisite " + counted, bossPassword(), Kind::notChecked, 2},
       {true, "[ \"$(wc -l </run/box/checks)\" -gt 1 ]", "auth requisite " + counted + unix,
-       kBossPassword, Kind::ended, 2},
-      {true, "exit 1", "auth optional " + text + "auth requisite " + counted, kBossPassword,
+       bossPassword(), Kind::ended, 2},
+      {true, "exit 1", "auth optional " + text + "auth requisite " + counted, bossPassword(),
        Kind::notChecked, 1},
-      {true, "exit 0", "auth required " + counted + "\nauth requisite " + error, kBossPassword,
+      {true, "exit 0", "auth required " + counted + "\nauth requisite " + error, bossPassword(),
        Kind::notChecked, 1},
       {true, "exit 0", "auth required " + counted + unix, "wrong", Kind::wrongCredentials, 1},
   };

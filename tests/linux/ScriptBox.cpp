@@ -23,6 +23,11 @@
 
 namespace fillstation::test {
 
+const std::string& bossPassword() {
+  static const std::string made = ScriptBoxTest::read("/run/box/password");
+  return made;
+}
+
 std::string& boxRefusal() {
   static std::string reason;
   return reason;

@@ -42,7 +42,7 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
 
   ScriptRunner& scriptRunner() override { return *this; }
   std::string userName() override { return "boss"; }
-  std::string password() override { return test::kBossPassword; }
+  std::string password() override { return test::bossPassword(); }
 
   void make(const std::string& name, const PlayerWish& wish) override {
     LinuxRig::make(name, wish);

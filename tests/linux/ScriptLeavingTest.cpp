@@ -65,7 +65,7 @@ TEST_P(ScriptLeavingTest, NoCommandBeginsAndOneThatRunsEnds) {
   EXPECT_EQ(exists("/run/box/formatting"), moment() == "Format");
 
   const auto again = openWindow();
-  type(*again, kBossPassword);
+  type(*again, bossPassword());
   again->say({"ok"});
   EXPECT_TRUE(again->ask({"alert"}, "Process Completed."));
 }

@@ -87,7 +87,7 @@ void ScriptWindowTest::type(Person& person, const std::string& password) {
 
 std::unique_ptr<Person> ScriptWindowTest::openChecking() {
   auto person = openWindow();
-  type(*person, kBossPassword);
+  type(*person, bossPassword());
   person->say({"ok"});
   awaitFile("/run/box/asked");
   return person;

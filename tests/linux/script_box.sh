@@ -19,9 +19,10 @@ add_user plain
 for name in boss second third locked; do
   add_user --groups sudo "$name"
 done
+printf " two  blanks, 'and' \$igns; %s" "$(cat /proc/sys/kernel/random/uuid)" >/run/box/password
 chpasswd <<EOF
 plain:plain word
-boss: two  blanks, 'and' \$igns;
+boss:$(cat /run/box/password)
 second:Grüße mit Umläuten
 third:$(printf '%510s' '' | tr ' ' x)
 locked:locked word
