@@ -40,23 +40,16 @@ class OpenPanelTest : public WindowTest {
   QPushButton* openButton() const {
     return panel->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open);
   }
-  QModelIndex row(const QString& name) const {
-    const QModelIndex root = list()->rootIndex();
-    for (int at = 0; at < list()->model()->rowCount(root); ++at) {
-      const QModelIndex index = list()->model()->index(at, 0, root);
-      if (index.data() == name) {
-        return index;
-      }
-    }
-    return {};
-  }
   QString shown() const {
     QStringList names;
-    const QModelIndex root = list()->rootIndex();
-    for (int at = 0; at < list()->model()->rowCount(root); ++at) {
-      names.append(list()->model()->index(at, 0, root).data().toString());
+    for (QModelIndex at = firstRow(); at.isValid(); at = at.siblingAtRow(at.row() + 1)) {
+      names.append(at.data().toString());
     }
     return names.join(QLatin1Char(' '));
+  }
+  QModelIndex firstRow() const { return list()->model()->index(0, 0, list()->rootIndex()); }
+  QModelIndex row(const QString& name) const {
+    return list()->model()->match(firstRow(), Qt::DisplayRole, name, 1, Qt::MatchExactly).value(0);
   }
   void select(const QString& name) {
     QTest::mouseClick(list()->viewport(), Qt::LeftButton, {},
@@ -68,10 +61,11 @@ class OpenPanelTest : public WindowTest {
                        list()->visualRect(row(name)).center());
   }
   // Replaces the name, then Return.
-  void type(const std::string& text) {
-    edit()->setFocus();
-    edit()->setText(QString::fromStdString(text));
-    QTest::keyClick(edit(), Qt::Key_Return);
+  static void type(QWidget& dialog, const std::string& text) {
+    auto* const name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    name->setFocus();
+    name->setText(QString::fromStdString(text));
+    QTest::keyClick(name, Qt::Key_Return);
   }
   std::string chosen() const { return panel->chosenPath().toStdString(); }
 
@@ -131,7 +125,7 @@ TEST_F(OpenPanelTest, ATypedPathIsChosen) {
                                     {temp.path("music/album/"), "music/album"}}) {
     panel->show();
     waitForActive(*panel);
-    type(typed);
+    type(*panel, typed);
     EXPECT_FALSE(panel->isVisible()) << typed;
     EXPECT_EQ(chosen(), temp.path(path));
   }
@@ -140,7 +134,7 @@ TEST_F(OpenPanelTest, ATypedPathIsChosen) {
 TEST_F(OpenPanelTest, WhatIsMissingOrOfAnotherTypeOrNothingIsNotChosen) {
   open();
   for (const char* typed : {"missing.mp3", "cover.jpg", ""}) {
-    type(typed);
+    type(*panel, typed);
     EXPECT_TRUE(panel->isVisible()) << typed;
     EXPECT_EQ(chosen(), "") << typed;
     EXPECT_EQ(edit()->selectedText(), QString::fromLatin1(typed));
@@ -179,18 +173,13 @@ class OpenPanelRunnerTest : public OpenPanelTest {
       return true;
     });
   }
-  static void typeInto(OpenPanel& dialog, const std::string& path) {
-    auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    name->setText(QString::fromStdString(path));
-    QTest::keyClick(name, Qt::Key_Return);
-  }
   // Answers the dialog with a typed text, or cancels it; keeps the folder that it showed.
   std::optional<std::vector<Url>> answer(const OpenPanelFunction& run, const std::string& typed) {
     atDialog([typed](OpenPanel& dialog) {
       if (typed.empty()) {
         QTest::keyClick(&dialog, Qt::Key_Escape);
       } else {
-        typeInto(dialog, typed);
+        type(dialog, typed);
       }
     });
     return run("mp3");
@@ -235,7 +224,7 @@ TEST_F(OpenPanelRunnerTest, TheBrowseButtonOpensItAndUsbEventsWaitMeanwhile) {
     bus.plug(makeStick("sdb", 0x10002));
     settle();
     EXPECT_TRUE(listedDisks().empty());
-    typeInto(dialog, temp.path("music"));
+    type(dialog, temp.path("music"));
   });
   click(ui().btnBrowse);
   EXPECT_EQ(bus.calls, (Texts{"hold", "resume", "hold", "resume"}));  // the panel, the walk

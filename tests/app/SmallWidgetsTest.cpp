@@ -1,5 +1,3 @@
-#include <QDir>
-#include <QFile>
 #include <QImage>
 #include <tuple>
 
@@ -223,16 +221,13 @@ TEST_F(ProgramIconTest, APictureHasThePixelsOfItsScreen) {
 }
 
 TEST_F(ProgramIconTest, TheIconOfTheThemeComesFirst) {
-  QDir folder(QString::fromStdString(theme.path()));
-  ASSERT_TRUE(folder.mkpath(QStringLiteral("hicolor/64x64/apps")));
-  QFile index(folder.filePath(QStringLiteral("hicolor/index.theme")));
-  ASSERT_TRUE(index.open(QIODevice::WriteOnly));
-  index.write("[Icon Theme]\nName=hicolor\nDirectories=64x64/apps\n[64x64/apps]\nSize=64\n");
-  index.close();
+  theme.write("hicolor/index.theme",
+              "[Icon Theme]\nName=hicolor\nDirectories=64x64/apps\n[64x64/apps]\nSize=64\n");
   QImage red(64, 64, QImage::Format_ARGB32);
   red.fill(Qt::red);
-  ASSERT_TRUE(red.save(folder.filePath(QStringLiteral("hicolor/64x64/apps/fillstation.png"))));
-  QIcon::setThemeSearchPaths({folder.path()});
+  ASSERT_TRUE(red.save(QString::fromStdString(theme.makeFolder("hicolor/64x64/apps")) +
+                       QStringLiteral("/fillstation.png")));
+  QIcon::setThemeSearchPaths({QString::fromStdString(theme.path())});
   EXPECT_EQ(picture(64).pixelColor(0, 0), QColor(Qt::red));
 }
 

@@ -59,37 +59,28 @@ class Rule(unittest.TestCase):
         self.assertNotIn(f"{RULE.name}:", done.stderr, "what udev finds wrong in the rule")
         return dict(row.split("=", 1) for row in done.stdout.splitlines() if "=" in row)
 
-    def expect(self, holds, **what):
-        known = self.ask(**what)
-        self.assertEqual(known.get("UDISKS_AUTO"), "0" if holds else None, what)
-        self.assertEqual(known.get("UDISKS_MOUNT_OPTIONS_VFAT_DEFAULTS"), OPTIONS if holds else None)
+    def expect(self, holds, *cases):
+        for what in cases:
+            with self.subTest(what):
+                known = self.ask(**what)
+                self.assertEqual(known.get("UDISKS_AUTO"), "0" if holds else None)
+                self.assertEqual(known.get("UDISKS_MOUNT_OPTIONS_VFAT_DEFAULTS"),
+                                 OPTIONS if holds else None)
 
-    def test_a_player_and_its_partitions(self):
-        self.expect(True)
-        self.expect(True, action="change")
-        self.expect(True, at="block/sdz/sdz1")
+    def test_a_player_and_its_partitions_at_a_hub_or_not(self):
+        self.expect(True, {}, {"action": "change"}, {"at": "block/sdz/sdz1"},
+                    *({"products": products} for products in (
+                        ("USB 2.0 Hub", NAME), (None,), ("USB 2.0 Hub", None))))
 
-    def test_a_player_at_a_hub(self):
-        self.expect(True, products=("USB 2.0 Hub", NAME))
-
-    def test_a_player_without_a_product(self):
-        self.expect(True, products=(None,))
-        self.expect(True, products=("USB 2.0 Hub", None))
-
-    def test_a_disk_of_another_vendor(self):
-        for vendor in ("OTHERS  ", "ACTIONSX", "XACTIONS", "actions "):
-            self.expect(False, vendor=vendor)
-
-    def test_a_disk_of_another_product(self):
-        for product in ("USB FlashDisk", f"{NAME} 2", f"X{NAME}"):
-            self.expect(False, products=(product,))
-
-    def test_a_hub_has_no_say(self):
-        self.expect(False, products=(NAME, "USB FlashDisk"))
+    def test_a_disk_of_another_vendor_or_product(self):
+        self.expect(False, *({"vendor": vendor} for vendor in (
+            "OTHERS  ", "ACTIONSX", "XACTIONS", "actions ")))
+        # A hub has no say.
+        self.expect(False, *({"products": products} for products in (
+            ("USB FlashDisk",), (f"{NAME} 2",), (f"X{NAME}",), (NAME, "USB FlashDisk"))))
 
     def test_what_is_no_disk_and_what_goes(self):
-        self.expect(False, at="")
-        self.expect(False, action="remove")
+        self.expect(False, {"at": ""}, {"action": "remove"})
 
 
 if __name__ == "__main__":
