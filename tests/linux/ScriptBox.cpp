@@ -4,27 +4,18 @@
 #include <fnmatch.h>
 #include <linux/fs.h>
 #include <linux/loop.h>
-#include <signal.h>
+#include <linux/major.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-#include <thread>
-
-#include "ChildProcess.h"
 
 namespace fillstation::test {
 
 const std::string& bossPassword() {
-  static const std::string made = ScriptBoxTest::read("/run/box/password");
+  static const std::string made = contentOf("/run/box/password");
   return made;
 }
 
@@ -33,34 +24,23 @@ std::string& boxRefusal() {
   return reason;
 }
 
-Window::Window(const std::string& user, const std::vector<Call>& calls) : calls_(calls.size()) {
-  int ends[2];
-  EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-  socket_ = FileHandle(ends[0]);
-  const FileHandle theirs(ends[1]);
-  ChildSetup setup;
-  setup.hand(theirs.get(), 0);
-  EXPECT_EQ(setup.start({"setpriv", "--reuid=" + user, "--regid=nogroup", "--clear-groups", "env",
-                         "-i", "PATH=/usr/bin:/bin", "LANG=C.UTF-8", "SECRET_OF_WINDOW=1",
-                         "/run/box/driver", "/run/box/agent"},
-                        child_),
-            0);
-  EXPECT_TRUE(sendText(socket_.get(), std::to_string(calls.size())));
+// The replies come when the last of the calls has ended.
+Window::Window(const std::string& user, const std::vector<Call>& calls)
+    : process_({"setpriv", "--reuid=" + user, "--regid=nogroup", "--clear-groups", "env", "-i",
+                "PATH=/usr/bin:/bin", "LANG=C.UTF-8", "SECRET_OF_WINDOW=1", "/run/box/driver",
+                "/run/box/agent"},
+               "/dev/null", std::chrono::minutes(9)),
+      calls_(calls.size()) {
+  process_.say({std::to_string(calls.size())});
   for (const Call& call : calls) {
-    EXPECT_TRUE(sendText(socket_.get(), call.user) && sendText(socket_.get(), call.password) &&
-                sendText(socket_.get(), call.command));
+    process_.say({call.user, call.password, call.command});
   }
-}
-
-Window::~Window() {
-  socket_ = FileHandle();
-  ::waitpid(child_, nullptr, 0);
 }
 
 std::vector<AgentReply> Window::replies() {
   std::vector<AgentReply> all;
   for (std::size_t call = 0; call < calls_; ++call) {
-    auto reply = receiveReply(socket_.get());
+    auto reply = receiveReply(process_.socket());
     EXPECT_TRUE(reply) << "the window has gone";
     if (!reply) {
       break;
@@ -70,25 +50,9 @@ std::vector<AgentReply> Window::replies() {
   return all;
 }
 
-void Window::stop() { ::shutdown(socket_.get(), SHUT_WR); }
-
-void Window::kill() { ::kill(child_, SIGKILL); }
-
 AgentReply runAs(const std::string& user, const Call& call) {
   const auto replies = Window(user, {call}).replies();
   return replies.empty() ? AgentReply{} : replies.front();
-}
-
-namespace {
-
-constexpr unsigned int kLoopMajor = 7;
-
-}  // namespace
-
-std::string LoopDevice::node() const { return "/run/box/loop" + std::to_string(number); }
-
-std::string LoopDevice::deviceNumber() const {
-  return std::to_string(kLoopMajor) + ":" + std::to_string(number);
 }
 
 // Another process may be faster with a free number.
@@ -105,100 +69,12 @@ LoopDevice LoopDevice::of(int file) {
       return {};
     }
     ::mknod(loop.node().c_str(), S_IFBLK | 0600,
-            ::makedev(kLoopMajor, static_cast<unsigned int>(loop.number)));
+            ::makedev(LOOP_MAJOR, static_cast<unsigned int>(loop.number)));
     loop.device = FileHandle(::open(loop.node().c_str(), O_RDWR | O_CLOEXEC));
     if (loop.device && ::ioctl(loop.device.get(), LOOP_CONFIGURE, &config) == 0) {
       return loop;
     }
   }
-}
-
-void ScriptBoxTest::SetUp() {
-  if (!boxRefusal().empty()) {
-    GTEST_SKIP() << boxRefusal();
-  }
-}
-
-void ScriptBoxTest::shell(const std::string& command) {
-  EXPECT_EQ(std::system(command.c_str()), 0) << command;
-}
-
-void ScriptBoxTest::writeFile(const std::string& path, const std::string& text) {
-  EXPECT_TRUE(std::ofstream(path) << text << std::flush) << path;
-}
-
-void ScriptBoxTest::writeScript(const std::string& path, const std::string& lines) {
-  writeFile(path, "#!/bin/sh\n" + lines + "\n");
-  shell("chmod 755 " + path);
-}
-
-void ScriptBoxTest::replaceTool(const std::string& tool, const std::string& lines) {
-  const std::string name = tool.substr(tool.rfind('/') + 1);
-  shell("[ -e /run/box/real-" + name + " ] || cp -p " + tool + " /run/box/real-" + name);
-  writeScript("/run/box/" + name, lines);
-  shell("mount --bind /run/box/" + name + " " + tool);
-}
-
-std::string ScriptBoxTest::read(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
-bool ScriptBoxTest::exists(const std::string& path) { return std::filesystem::exists(path); }
-
-void ScriptBoxTest::await(const std::function<bool()>& condition, const std::string& what) {
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-  while (!condition()) {
-    ASSERT_LT(std::chrono::steady_clock::now(), limit) << "never happened: " << what;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-}
-
-void ScriptBoxTest::awaitFile(const std::string& path) {
-  await([&] { return exists(path); }, path);
-}
-
-int ScriptBoxTest::processesWith(const std::string& word) {
-  int count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    count += read(entry.path() / "cmdline").find(word) != std::string::npos ? 1 : 0;
-  }
-  return count;
-}
-
-std::vector<pid_t> ScriptBoxTest::processes(const std::string& beginning) {
-  std::vector<pid_t> found;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const std::string words = read(entry.path() / "cmdline");
-    if (words.starts_with(beginning)) {
-      found.push_back(std::stoi(entry.path().filename()));
-    }
-  }
-  return found;
-}
-
-void ScriptBoxTest::awaitEnd(const std::vector<std::string>& words) {
-  for (const auto& word : words) {
-    await([&] { return processesWith(word) == 0; }, word + " ends");
-  }
-}
-
-std::unique_ptr<Window> ScriptBoxTest::startCall(const Call& call, const std::string& user) {
-  auto window = std::make_unique<Window>(user, std::vector<Call>{call});
-  awaitFile("/run/box/asked");
-  return window;
-}
-
-void ScriptBoxTest::setPam(const std::string& lines) {
-  writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
-}
-
-void ScriptBoxTest::slowPam(const std::string& step) {
-  writeScript("/run/box/slow",
-              "touch /run/box/asked; until [ -e /run/box/go ]; do sleep 0.02; done");
-  setPam("auth requisite pam_unix.so\n" + step +
-         " required pam_exec.so quiet seteuid /run/box/slow");
 }
 
 namespace {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -10,6 +13,8 @@
 
 #include "AgentShell.h"
 #include "FileHandle.h"
+#include "Person.h"
+#include "TempFolder.h"
 
 namespace fillstation::test {
 
@@ -28,18 +33,20 @@ struct Call {
 class Window {
  public:
   Window(const std::string& user, const std::vector<Call>& calls);
-  ~Window();
+  ~Window() {
+    stop();
+    process_.ended();
+  }
 
   // Of the calls, in order; waits for all of them.
   std::vector<AgentReply> replies();
   // Tells it that the program is ending.
-  void stop();
+  void stop() { process_.fallSilent(); }
   // Ends the process as an accident would.
-  void kill();
+  void kill() { ::kill(process_.process(), SIGKILL); }
 
  private:
-  FileHandle socket_;
-  pid_t child_ = 0;
+  Person process_;
   std::size_t calls_;
 };
 
@@ -53,55 +60,99 @@ struct LoopDevice {
   static LoopDevice of(int file);
 
   // Its node in the box, and its number as "7:3".
-  std::string node() const;
-  std::string deviceNumber() const;
+  std::string node() const { return "/run/box/loop" + std::to_string(number); }
+  std::string deviceNumber() const { return "7:" + std::to_string(number); }
 
   FileHandle device;
   int number = 0;
 };
 
+// Why there is no box, empty when there is one.
+std::string& boxRefusal();
+
 // A test that needs the box; without it (no root, no tools) it says so and is skipped.
 class ScriptBoxTest : public testing::Test {
  public:
   // What a file holds; nothing when it can't be read.
-  static std::string read(const std::string& path);
+  static std::string read(const std::string& path) { return contentOf(path); }
 
  protected:
-  void SetUp() override;
+  void SetUp() override {
+    if (!boxRefusal().empty()) {
+      GTEST_SKIP() << boxRefusal();
+    }
+  }
 
   // Runs it in the system's shell as root and expects success.
-  static void shell(const std::string& command);
-  static void writeFile(const std::string& path, const std::string& text);
+  static void shell(const std::string& command) {
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+  }
+  static void writeFile(const std::string& path, const std::string& text) {
+    EXPECT_TRUE(std::ofstream(path) << text << std::flush) << path;
+  }
   // A script of the shell; and one in a tool's place, which then is /run/box/real-NAME.
-  static void writeScript(const std::string& path, const std::string& lines);
-  static void replaceTool(const std::string& tool, const std::string& lines);
-  static bool exists(const std::string& path);
+  static void writeScript(const std::string& path, const std::string& lines) {
+    writeFile(path, "#!/bin/sh\n" + lines + "\n");
+    shell("chmod 755 " + path);
+  }
+  static void replaceTool(const std::string& tool, const std::string& lines) {
+    const std::string name = tool.substr(tool.rfind('/') + 1);
+    shell("[ -e /run/box/real-" + name + " ] || cp -p " + tool + " /run/box/real-" + name);
+    writeScript("/run/box/" + name, lines);
+    shell("mount --bind /run/box/" + name + " " + tool);
+  }
+  static bool exists(const std::string& path) { return std::filesystem::exists(path); }
   // Waits until it holds, and fails when it doesn't within a minute.
-  static void await(const std::function<bool()>& condition, const std::string& what);
-  static void awaitFile(const std::string& path);
-  // The processes whose command lines begin so.
-  static std::vector<pid_t> processes(const std::string& beginning);
-  // How many processes of the box have that word on their command lines.
-  static int processesWith(const std::string& word);
+  static void await(const std::function<bool()>& condition, const std::string& what) {
+    ASSERT_TRUE(awaitThat(condition)) << "never happened: " << what;
+  }
+  static void awaitFile(const std::string& path) {
+    await([&] { return exists(path); }, path);
+  }
+  // The processes whose command lines begin so, or hold it anywhere.
+  static std::vector<pid_t> processes(const std::string& words, bool anywhere = false) {
+    std::vector<pid_t> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      const std::string name = entry.path().filename();
+      const std::size_t place = read(entry.path() / "cmdline").find(words);
+      if (name.find_first_not_of("0123456789") == std::string::npos &&
+          (place == 0 || (anywhere && place != std::string::npos))) {
+        found.push_back(std::stoi(name));
+      }
+    }
+    return found;
+  }
   // Waits until none has one of the words there.
-  static void awaitEnd(const std::vector<std::string>& words);
+  static void awaitEnd(const std::vector<std::string>& words) {
+    for (const auto& word : words) {
+      await([&] { return processes(word, true).empty(); }, word + " ends");
+    }
+  }
   // A call with the right credentials; its command shows that it ran.
   static Call bossCall(const std::string& command = "touch /run/box/ran") {
     return {"boss", bossPassword(), command};
   }
   // A window with that one call, once the step that was slowed is under way.
   static std::unique_ptr<Window> startCall(const Call& call = bossCall(),
-                                           const std::string& user = "tester");
+                                           const std::string& user = "tester") {
+    auto window = std::make_unique<Window>(user, std::vector<Call>{call});
+    awaitFile("/run/box/asked");
+    return window;
+  }
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
   // What polkit's helper asks of PAM, instead of the password alone.
-  static void setPam(const std::string& lines);
+  static void setPam(const std::string& lines) {
+    writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
+  }
   // Has the check of a password, or another step of PAM, tell in /run/box/asked that it was asked,
   // and wait for /run/box/go.
-  static void slowPam(const std::string& step = "auth");
+  static void slowPam(const std::string& step = "auth") {
+    writeScript("/run/box/slow",
+                "touch /run/box/asked; until [ -e /run/box/go ]; do sleep 0.02; done");
+    setPam("auth requisite pam_unix.so\n" + step +
+           " required pam_exec.so quiet seteuid /run/box/slow");
+  }
 };
-
-// Why there is no box, empty when there is one.
-std::string& boxRefusal();
 
 // Runs this very program again for each case that it was asked for, each in a box of its own, and
 // returns the exit status of all. None in a box, when cases are only listed, and when there can't

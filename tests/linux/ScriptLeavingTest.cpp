@@ -1,44 +1,20 @@
-#include <signal.h>
-#include <sys/wait.h>
-
-#include <ostream>
 #include <string>
 #include <tuple>
 #include <variant>
 
-#include "ChildProcess.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptWindow.h"
 
 namespace fillstation::test {
 namespace {
 
-// How the window comes to its end: by a signal, or closed.
-struct Way {
-  const char* name;
-  int signal;
-};
-
-void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
-
-// Where the run is then: while the password is checked, or a command runs.
-using Case = std::tuple<const char*, Way>;
-
 // What runs as root, and is left when the window ends at one moment of a run.
-class ScriptLeavingTest : public ScriptWindowTest, public ::testing::WithParamInterface<Case> {
+class ScriptLeavingTest : public ScriptWindowTest,
+                          public ::testing::WithParamInterface<LeavingCase> {
  protected:
   static std::string moment() { return std::get<0>(GetParam()); }
   static Way way() { return std::get<1>(GetParam()); }
 
-  static void leave(Person& person) {
-    const auto status = person.end(way().signal);
-    ASSERT_TRUE(status) << "it hangs";
-    if (way().signal == SIGKILL) {
-      EXPECT_EQ(WTERMSIG(*status), SIGKILL);
-    } else {
-      EXPECT_EQ(*status, 0);
-    }
-  }
   static void awaitNothingLeft() {
     await([] { return processes("/run/box/agent").empty(); }, "the agent ends");
     awaitEnd({"pkexec", "polkit-agent-helper", "/dev/fd/9", "fillstation: ready"});
@@ -56,7 +32,7 @@ TEST_P(ScriptLeavingTest, NoCommandBeginsAndOneThatRunsEnds) {
     writeFile("/run/box/go-wiping", "");
     awaitFile("/run/box/formatting");
   }
-  leave(*person);
+  person->leave(way());
   for (const char* file : {"/run/box/go", "/run/box/go-wiping", "/run/box/go-formatting"}) {
     writeFile(file, "");
   }
@@ -70,16 +46,12 @@ TEST_P(ScriptLeavingTest, NoCommandBeginsAndOneThatRunsEnds) {
   EXPECT_TRUE(again->ask({"alert"}, "Process Completed."));
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
-  return std::string(std::get<1>(info.param).name) + "During" + std::get<0>(info.param);
-}
-
 INSTANTIATE_TEST_SUITE_P(Every, ScriptLeavingTest,
                          ::testing::Combine(::testing::Values("Authentication", "Wipe", "Format"),
                                             ::testing::Values(Way{"Closed", 0},
                                                               Way{"Terminated", SIGTERM},
                                                               Way{"Killed", SIGKILL})),
-                         nameOf);
+                         nameOfLeaving);
 
 // The guard as root, on a real block device.
 class ScriptClaimTest : public ScriptWindowTest {
@@ -110,3 +82,10 @@ TEST_F(ScriptClaimTest, ADiskMountedInAnotherMountNamespaceIsNotWiped) {
 
 }  // namespace
 }  // namespace fillstation::test
+
+int main(int argc, char** argv) {
+  std::vector<char*> given(argv, argv + argc);
+  testing::InitGoogleTest(&argc, argv);
+  const auto status = fillstation::test::runInBoxes(static_cast<int>(given.size()), given.data());
+  return status ? *status : RUN_ALL_TESTS();
+}

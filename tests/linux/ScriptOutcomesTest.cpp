@@ -1,11 +1,6 @@
-#include <sys/socket.h>
-#include <sys/wait.h>
-
 #include <string>
 #include <vector>
 
-#include "ChildProcess.h"
-#include "FileHandle.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptBox.h"
 
@@ -161,20 +156,15 @@ TEST_F(ScriptOutcomesTest, AnAgentWithoutFilesLeftToOpenSaysSo) {
 
 TEST_F(ScriptOutcomesTest, AnAgentThatIsNotToldWhoAsksEndsAtOnce) {
   for (const bool namesUser : {false, true}) {
-    int ends[2];
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    const FileHandle ours(ends[0]);
-    const FileHandle theirs(ends[1]);
-    ChildSetup setup;
-    setup.hand(theirs.get(), 0);
-    pid_t agent = 0;
-    ASSERT_EQ(setup.start({"/run/box/agent"}, agent), 0);
-    EXPECT_TRUE(!namesUser || sendText(ours.get(), "boss"));
-    ::shutdown(ours.get(), SHUT_WR);
-    int status = 0;
-    EXPECT_EQ(::waitpid(agent, &status, 0), agent);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 2);
+    Person agent({"/run/box/agent"}, "/dev/null");
+    if (namesUser) {
+      agent.say({"boss"});
+    }
+    agent.fallSilent();
+    const auto status = agent.ended();
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFEXITED(*status));
+    EXPECT_EQ(WEXITSTATUS(*status), 2);
   }
 }
 
@@ -195,114 +185,73 @@ TEST_F(ScriptOutcomesTest, TwiceAsManyAsPolkitServesAtOnceAllHaveTheirOutcome) {
 // taken as it is or refused, and nothing of it is ever interpreted.
 class ScriptCredentialsTest : public ScriptBoxTest {
  protected:
-  struct Row {
-    std::string user;
-    std::string password;
-    std::int64_t number;
-  };
   // The device is none: after the credentials were accepted, that is the refusal.
   static constexpr std::int64_t kAccepted = ScriptError::kNotThePlayer;
+  static constexpr std::int64_t kWrong = ScriptError::kWrongCredentials;
+  static constexpr std::int64_t kUnknown = ScriptError::kUnknownUser;
+  static constexpr std::int64_t kNone = kScriptSyntaxErrorNumber;
 
-  // The text that a task makes of them, run for a device.
-  static Call call(const Row& row) {
-    return {"script", "",
-            "do shell script \"mkfs.fat -F32 /dev/null\" user name \"" + row.user +
-                "\" password \"" + row.password + "\" with administrator privileges"};
-  }
-  static void expectRows(const std::vector<Row>& rows) {
+  // Each user with each password, in the text that a task makes of them, run for a device.
+  static void expect(std::int64_t number, const std::vector<std::string>& users,
+                     const std::vector<std::string>& passwords) {
     std::vector<Call> calls;
-    for (const auto& row : rows) {
-      calls.push_back(call(row));
+    for (const auto& user : users) {
+      for (const auto& password : passwords) {
+        calls.push_back({"script", "",
+                         "do shell script \"mkfs.fat -F32 /dev/null\" user name \"" + user +
+                             "\" password \"" + password + "\" with administrator privileges"});
+      }
     }
     const auto replies = Window("tester", calls).replies();
-    ASSERT_EQ(replies.size(), rows.size());
-    for (std::size_t at = 0; at < rows.size(); ++at) {
-      EXPECT_EQ(replies[at].exitStatus, rows[at].number)
-          << "[" << rows[at].user.substr(0, 80) << "] [" << rows[at].password.substr(0, 80)
-          << "]: " << replies[at].err;
+    ASSERT_EQ(replies.size(), calls.size());
+    for (std::size_t at = 0; at < calls.size(); ++at) {
+      EXPECT_EQ(replies[at].exitStatus, number)
+          << calls[at].command.substr(0, 160) << ": " << replies[at].err;
     }
     expectNothingRan();
     EXPECT_FALSE(exists("/root/ran"));
   }
+
+  const std::string kRun = "touch /run/box/ran";
+  const std::string& word = bossPassword();
 };
 
-const std::string kRun = "touch /run/box/ran";
-
 TEST_F(ScriptCredentialsTest, TheRightOnesAreAcceptedWhateverTheyHold) {
-  expectRows({{"boss", bossPassword(), kAccepted},
-              {"second", "Grüße mit Umläuten", kAccepted},
-              {"third", std::string(510, 'x'), kAccepted}});
+  expect(kAccepted, {"boss"}, {word});
+  expect(kAccepted, {"second"}, {"Grüße mit Umläuten"});
+  expect(kAccepted, {"third"}, {std::string(510, 'x')});
 }
 
 TEST_F(ScriptCredentialsTest, APasswordIsTakenAsItIsOrRefused) {
-  constexpr auto kWrong = ScriptError::kWrongCredentials;
-  constexpr auto kNone = kScriptSyntaxErrorNumber;
-  expectRows({
-      {"boss", "", kWrong},
-      {"locked", "locked word", kWrong},
-      {"boss", bossPassword().substr(1), kWrong},
-      {"boss", bossPassword() + " ", kWrong},
-      {"boss", bossPassword() + "\n", kWrong},
-      {"boss", "\n" + bossPassword(), kWrong},
-      {"boss", bossPassword() + "\r", kWrong},
-      {"boss", bossPassword() + std::string("\0more", 5), kWrong},
-      {"boss", "$(" + kRun + ")", kWrong},
-      {"boss", "`" + kRun + "`", kWrong},
-      {"boss", "; " + kRun + " #", kWrong},
-      {"boss", "' ; " + kRun + " '", kWrong},
-      {"boss", "%s%n%@", kWrong},
-      {"boss",
-       "Gr\xFC\xDF"
-       "e",
-       kWrong},
-      {"second", "Gru\u0308\u00DFe mit Umla\u0308uten", kWrong},  // the same to the eye
-      {"third", std::string(511, 'x'), kWrong},
-      {"third", std::string(509, 'x'), kWrong},
-      {"boss", std::string(1 << 20, 'x'), kWrong},
-      {"boss", "\"", kNone},
-      {"boss", "\\", kNone},
-      {"boss", bossPassword() + "\" with administrator privileges", kNone},
-      {"boss", "\" password \"" + bossPassword(), kNone},
-      {"boss", "\\\" & \"" + kRun, kNone},
-  });
+  expect(kWrong, {"boss"},
+         {"", word.substr(1), word + " ", word + "\n", "\n" + word, word + "\r",
+          word + std::string("\0more", 5), "$(" + kRun + ")", "`" + kRun + "`", "; " + kRun + " #",
+          "' ; " + kRun + " '", "%s%n%@", "Gr\xFC\xDF", std::string(1 << 20, 'x')});
+  expect(kWrong, {"locked"}, {"locked word"});
+  expect(kWrong, {"second"}, {"Gru\u0308\u00DFe mit Umla\u0308uten"});  // the same to the eye
+  expect(kWrong, {"third"}, {std::string(511, 'x'), std::string(509, 'x')});
+  expect(kNone, {"boss"},
+         {"\"", "\\", word + "\" with administrator privileges", "\" password \"" + word,
+          "\\\" & \"" + kRun});
 }
 
 TEST_F(ScriptCredentialsTest, AUserNameIsTakenAsItIsOrRefused) {
-  constexpr auto kUnknown = ScriptError::kUnknownUser;
-  constexpr auto kNone = kScriptSyntaxErrorNumber;
-  const std::string& word = bossPassword();
-  expectRows({
-      {"", word, kUnknown},
-      {"boss ", word, kUnknown},
-      {" boss", word, kUnknown},
-      {"BOSS", word, kUnknown},
-      {"boss\n", word, kUnknown},
-      {"boss\nsecond", word, kUnknown},
-      {std::string("boss\0", 5), word, kUnknown},
-      {std::string("boss\0second", 11), word, kUnknown},
-      {"bo\u0455s", word, kUnknown},
-      {"b\xF6ss", word, kUnknown},
-      {"boss:x:0:0", word, kUnknown},
-      {"boss,second", word, kUnknown},
-      {"%boss", word, kUnknown},
-      {"unix-user:boss", word, kUnknown},
-      {"0", word, kUnknown},
-      {"-u", word, kUnknown},
-      {"--help", word, kUnknown},
-      {"../boss", word, kUnknown},
-      {"*", word, kUnknown},
-      {"$(" + kRun + ")", word, kUnknown},
-      {"`" + kRun + "`", word, kUnknown},
-      {"boss; " + kRun, word, kUnknown},
-      {"boss' ; " + kRun + " '", word, kUnknown},
-      {std::string(1 << 20, 'b'), word, kUnknown},
-      {"root", word, ScriptError::kNotAdministrator},
-      {"plain", "plain word", ScriptError::kNotAdministrator},
-      {"boss\"", word, kNone},
-      {"boss\\", word, kNone},
-      {"boss\" password \"" + word, "more", kNone},
-      {"boss\" password \"" + word + "\" with administrator privileges", "more", kNone},
-  });
+  expect(
+      kUnknown,
+      {"", "boss ", " boss", "BOSS", "boss\n", "boss\nsecond", "bo\u0455s", "b\xF6ss", "boss:x:0:0",
+       "boss,second", "%boss", "unix-user:boss", "0", "-u", "--help", "../boss", "*"},
+      {word});
+  expect(kUnknown,
+         {std::string("boss\0", 5), std::string("boss\0second", 11), "$(" + kRun + ")",
+          "`" + kRun + "`", "boss; " + kRun, "boss' ; " + kRun + " '", std::string(1 << 20, 'b')},
+         {word});
+  expect(ScriptError::kNotAdministrator, {"root"}, {word});
+  expect(ScriptError::kNotAdministrator, {"plain"}, {"plain word"});
+  expect(kNone, {"boss\"", "boss\\"}, {word});
+  expect(kNone,
+         {"boss\" password \"" + word,
+          "boss\" password \"" + word + "\" with administrator privileges"},
+         {"more"});
 }
 
 }  // namespace

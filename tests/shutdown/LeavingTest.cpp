@@ -1,36 +1,21 @@
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <ostream>
-#include <thread>
 
+#include "BackEnd.h"
 #include "BenchFolder.h"
-#include "FatImage.h"
 #include "Person.h"
 #include "TempFolder.h"
 
 namespace fillstation::test {
 namespace {
 
-// How the program comes to its end.
-struct Way {
-  const char* name;
-  int signal;    // 0: its window is closed
-  bool crashes;  // or it leaves with status 0
-};
-
 constexpr Way kWays[] = {
-    {"Closed", 0, false},         {"Terminated", SIGTERM, false}, {"Interrupted", SIGINT, false},
-    {"LoggedOut", SIGHUP, false}, {"Killed", SIGKILL, true},      {"Aborted", SIGABRT, true},
+    {"Closed", 0},         {"Terminated", SIGTERM}, {"Interrupted", SIGINT},
+    {"LoggedOut", SIGHUP}, {"Killed", SIGKILL},     {"Aborted", SIGABRT},
 };
 
 // The steps of a run, in their order.
@@ -38,15 +23,9 @@ constexpr const char* kSteps[] = {"listed", "asking",   "authentication", "unmou
                                   "wipe",   "format",   "mount",          "copy",
                                   "flush",  "readback", "reporting"};
 
-constexpr std::chrono::seconds kPatience{60};
-
-void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
-
-using Case = std::tuple<const char*, Way>;
-
 // The whole program over the virtual bench ends at one step of a run in one way, as a process that
 // is looked at from outside; then it is started again.
-class LeavingTest : public ::testing::TestWithParam<Case> {
+class LeavingTest : public ::testing::TestWithParam<LeavingCase> {
  protected:
   LeavingTest() {
     // What the program leaves behind comes to us.
@@ -88,19 +67,9 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
                                  PERSON_PROGRAM, bench.path(), held},
         notes.path("streams"));
   }
-  static bool await(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + kPatience;
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > limit) {
-        return false;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-  }
   // Everything that the program has started and that outlived it has ended.
   static void awaitNoChild() {
-    EXPECT_TRUE(await([] {
+    EXPECT_TRUE(awaitThat([] {
       while (::waitpid(-1, nullptr, WNOHANG) > 0) {
       }
       return ::waitpid(-1, nullptr, WNOHANG) < 0;
@@ -130,7 +99,7 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
     if (step() == "wipe" || step() == "format") {
       // Both players' commands are under way.
       const std::size_t lines = step() == "wipe" ? 2 : 4;
-      ASSERT_TRUE(await([&] { return linesOf(started()) == lines; })) << started();
+      ASSERT_TRUE(awaitThat([&] { return linesOf(started()) == lines; })) << started();
     } else if (step() == "reporting") {
       ASSERT_TRUE(person.ask({"alert"}, "Process Completed."));
     } else {
@@ -139,41 +108,10 @@ class LeavingTest : public ::testing::TestWithParam<Case> {
       ASSERT_EQ(person.hear(), "held");
     }
   }
-  void leave(Person& person) {
-    const auto status = person.end(way().signal);
-    ASSERT_TRUE(status) << "it hangs";
-    EXPECT_EQ(WIFSIGNALED(*status), way().crashes);
-    if (way().crashes) {
-      EXPECT_EQ(WTERMSIG(*status), way().signal);
-      EXPECT_FALSE(WCOREDUMP(*status));
-    } else {
-      EXPECT_EQ(WEXITSTATUS(*status), 0);
-    }
-  }
   // The tools that were started, a line each.
   std::string started() const { return contentOf(notes.path("started")); }
   static std::size_t linesOf(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-  }
-
-  // The file names on a player's image, in directory order, folders with a "/".
-  std::vector<std::string> filesOn(const std::string& name) const {
-    const FileHandle image(::open(pluggedImage(bench.path(), name).c_str(), O_RDONLY | O_CLOEXEC));
-    const auto fat = FatImage::open(image.get());
-    std::vector<std::string> names;
-    const std::function<void(std::uint32_t)> collect = [&](std::uint32_t cluster) {
-      const auto directory = fat->list(cluster);
-      for (const auto& entry : directory ? directory->entries : std::vector<FatEntry>()) {
-        names.push_back(entry.name + (entry.isDirectory ? "/" : ""));
-        if (entry.isDirectory) {
-          collect(entry.firstCluster);
-        }
-      }
-    };
-    if (fat) {
-      collect(fat->layout().rootCluster);
-    }
-    return names;
   }
 
   TempFolder notes;
@@ -186,7 +124,7 @@ TEST_P(LeavingTest, EndsAtOnceLeavesNothingRunningAndStartsAgain) {
   {
     const auto person = start(step(), tools.path());
     ASSERT_NO_FATAL_FAILURE(reach(*person));
-    ASSERT_NO_FATAL_FAILURE(leave(*person));
+    ASSERT_NO_FATAL_FAILURE(person->leave(way()));
   }
   // A command that is under way goes on to its end, and no other begins.
   const std::string before = started();
@@ -200,19 +138,18 @@ TEST_P(LeavingTest, EndsAtOnceLeavesNothingRunningAndStartsAgain) {
   EXPECT_TRUE(again->ask({"dismiss"}, "dismissed"));
   again->say({"close"});
   EXPECT_EQ(again->ended(), 0);
+  const std::vector<contract::OnMedium> all{
+      {"1.mp3", "first"}, {"2.mp3", "second"}, {"Part/", ""}, {"Part/3.mp3", "third"}};
   for (const char* name : {"a", "b"}) {
-    EXPECT_EQ(filesOn(name), (std::vector<std::string>{"1.mp3", "2.mp3", "Part/", "3.mp3"}));
+    const FileHandle image(::open(pluggedImage(bench.path(), name).c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(contract::contentOfImage(image.get()), all);
   }
-}
-
-std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
-  return std::string(std::get<1>(info.param).name) + "At_" + std::get<0>(info.param);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWay, LeavingTest,
                          ::testing::Combine(::testing::ValuesIn(kSteps),
                                             ::testing::ValuesIn(kWays)),
-                         nameOf);
+                         nameOfLeaving);
 
 }  // namespace
 }  // namespace fillstation::test
