@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/sysmacros.h>
 
-#include "MockCalls.h"
 #include "MockMachine.h"
 #include "Udev.h"
 

@@ -47,6 +47,14 @@ class MockJournal {
     const ssize_t count = ::recv(journal.get(), buffer.data(), buffer.size(), 0);
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
   }
+  // All that have come.
+  std::vector<std::string> entries() const {
+    std::vector<std::string> all;
+    for (std::string next = entry(); !next.empty(); next = entry()) {
+      all.push_back(next);
+    }
+    return all;
+  }
 
   TempFolder folder;
   const std::string socketPath = folder.path("socket");
@@ -61,8 +69,8 @@ class JournalBackEnd : public SystemLogBackEnd, private MockJournal {
   SystemLog& log() override { return log_; }
   std::string recorded() override {
     std::string all;
-    for (std::string next = entry(); !next.empty(); next = entry()) {
-      all += next;
+    for (const auto& each : entries()) {
+      all += each;
     }
     return all;
   }
@@ -94,14 +102,6 @@ class JournalLogTest : public ::testing::Test, protected MockJournal {
   void SetUp() override { ::unsetenv("JOURNAL_STREAM"); }
   void TearDown() override { ::unsetenv("JOURNAL_STREAM"); }
 
-  // How many entries the journal holds; it holds none afterwards.
-  int takeEntries() const {
-    int count = 0;
-    while (!entry().empty()) {
-      ++count;
-    }
-    return count;
-  }
   // Has the journal hold as many entries as it can.
   void fill() const {
     const FileHandle other(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
@@ -129,7 +129,7 @@ class JournalLogTest : public ::testing::Test, protected MockJournal {
     }
     std::array<char, 4096> buffer;
     while (written.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-      takeEntries();
+      entries();
       while (::recv(streamsEnd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT) > 0) {
       }
     }
@@ -164,7 +164,7 @@ TEST_F(JournalLogTest, AStreamThatIsNotTheJournalGetsEachTextAsWell) {
   sayStreamIsJournal();
   JournalLog(stream, socketPath).write("three");
   EXPECT_EQ(streamed(), "one\ntwo\n\n");
-  EXPECT_EQ(takeEntries(), 3);
+  EXPECT_EQ(entries().size(), 3U);
 }
 
 TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverythingUntilThereIsOne) {
@@ -187,8 +187,8 @@ TEST_F(JournalLogTest, AJournalThatDoesNotReadKeepsNobodyWaitingAndIsToldHowMuch
   JournalLog log(stream, socketPath, std::chrono::milliseconds(1));
   EXPECT_TRUE(writesAtOnce(log, kTexts, "one"));
   EXPECT_EQ(streamed().size(), kTexts * 4U);
-  const int taken = takeEntries();
-  EXPECT_GT(taken, 0);
+  const std::size_t taken = entries().size();
+  EXPECT_GT(taken, 0U);
   log.write("two");
   EXPECT_TRUE(entry().starts_with("SYSLOG_IDENTIFIER=fillstation\nFILLSTATION_MISSED=" +
                                   std::to_string(kTexts - taken) + "\nMESSAGE\n\x03"));
@@ -205,7 +205,7 @@ TEST_F(JournalLogTest, AStreamThatLeadsToTheJournalThatDoesNotReadIsNotWaitedFor
   EXPECT_TRUE(writesAtOnce(log, kTexts, std::string(1000, 'x')));
   char first = 0;
   EXPECT_EQ(::recv(streamsEnd.get(), &first, 1, MSG_DONTWAIT), 1);
-  const int taken = takeEntries();
+  const std::size_t taken = entries().size();
   log.write("two");
   EXPECT_NE(entry().find("MISSED=" + std::to_string(kTexts - taken) + "\n"), std::string::npos);
 }
@@ -224,12 +224,11 @@ TEST_F(JournalLogTest, AJournalThatIsSlowerThanWeAreGetsEverything) {
          written.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
     std::this_thread::yield();
   }
-  std::string last;
-  for (std::string next = entry(); !next.empty(); next = entry()) {
-    last = next;
-  }
+  auto last = entries();
   written.get();
-  EXPECT_TRUE((last.ends_with("late\n") ? last : entry()).ends_with("late\n"));
+  const auto rest = entries();
+  last.insert(last.end(), rest.begin(), rest.end());
+  EXPECT_TRUE(last.back().ends_with("late\n"));
 }
 
 }  // namespace fillstation::test

@@ -7,7 +7,6 @@
 
 #include "DiskCases.h"
 #include "FileHandle.h"
-#include "MockCalls.h"
 #include "MockMachine.h"
 #include "TestPlatform.h"
 

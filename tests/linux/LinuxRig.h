@@ -2,16 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <QDeadlineTimer>
+#include <array>
+#include <cstdio>
 #include <deque>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "BackEnd.h"
 #include "KnownDisks.h"
 #include "LinuxDisk.h"
+#include "MainLoop.h"
 #include "MockMachine.h"
 #include "PosixFileManager.h"
 #include "PrivateBus.h"
@@ -29,14 +34,38 @@ namespace fillstation::test {
 // thread.
 class LinuxRig : public contract::BackEnd {
  public:
-  LinuxRig();
-  ~LinuxRig() override;
+  LinuxRig() {
+    udisks.handler = [this](const UDisksCall& call) { return obey(call); };
+    machine.isTaken = [this](const std::string& name) { return known.remembers(name); };
+  }
+  ~LinuxRig() override {
+    stop.request();
+    workers.joinAll();
+  }
 
   // What the stand-in does when no test has another wish.
-  UDisksAnswer obey(const UDisksCall& call);
+  UDisksAnswer obey(const UDisksCall& call) {
+    const std::string object = call.object();
+    if (call.member == "Filesystem.Mount") {
+      return obeyMount(object);
+    }
+    if (call.member == "Filesystem.Unmount") {
+      return obeyUnmount(object);
+    }
+    if (call.member == "Drive.Eject") {
+      machine.changeMedium(machine.player(object), 0);
+    } else if (call.member == "Drive.PowerOff") {
+      machine.pull(object);
+    }
+    return {};
+  }
 
   // Plugs a player in and searches its disk as the watcher does, until the bus has told of it.
-  DiskIdentity plugIn(const std::string& name);
+  DiskIdentity plugIn(const std::string& name) {
+    const MockPlayer& player = attach(name);
+    known.found(player.number, readDisk(player.diskName).value());
+    return {"/dev/" + player.diskName, 0x10000U + player.number};
+  }
 
   UsbBus& usbBus() override { return bus; }
   std::shared_ptr<DiskSession> createDiskSession() override { return session; }
@@ -44,16 +73,39 @@ class LinuxRig : public contract::BackEnd {
   FileManager& fileManager() override { return files; }
   std::string userName() override { return {}; }
   std::string password() override { return {}; }
-  void make(const std::string& name, const contract::PlayerWish& wish) override;
-  void plug(const std::string& name) override;
-  void unplug(const std::string& name) override;
+  void make(const std::string& name, const contract::PlayerWish& wish) override {
+    MockPlayer& player = machine.player(name);
+    static_cast<contract::PlayerWish&>(player) = wish;
+    auto& fileSystem = made_[name];
+    if (!wish.blank) {
+      fileSystem = MockFileSystem();
+      fileSystem->label = wish.label ? std::optional(encodedByUdev(*wish.label)) : std::nullopt;
+    }
+  }
+  void plug(const std::string& name) override {
+    machine.player(name).fileSystem = made_[name];
+    const MockPlayer& player = attach(name);
+    if (player.disk && player.fileSystem) {
+      machine.mount(player.minor, player.fileSystem->label.value_or("1111-AAAA"));
+    }
+  }
+  void unplug(const std::string& name) override {
+    machine.pull(name);
+    std::erase_if(udisks.blocks, [&](const auto& block) { return block.drive == name; });
+  }
   std::vector<contract::OnMedium> content(const std::string& /*name*/) override { return {}; }
   bool isSound(const std::string& /*name*/) override { return true; }
   std::string head(const std::string& /*name*/, std::size_t /*bytes*/) override { return {}; }
   void writeHead(const std::string& /*name*/, const std::string& /*bytes*/) override {}
   std::int64_t mediumSize(const std::string& /*name*/) override { return 0; }
-  bool await(const std::function<bool()>& condition) override;
-  void settle() override;
+  bool await(const std::function<bool()>& condition) override {
+    const QDeadlineTimer minute(60'000);
+    while (!condition() && !minute.hasExpired()) {
+      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    }
+    return condition();
+  }
+  void settle() override { runLoopDry(); }
 
   MockMachine machine;
   PrivateBus dbus;
@@ -74,9 +126,46 @@ class LinuxRig : public contract::BackEnd {
   PosixFileManager files{owner, stop};
 
  private:
-  MockPlayer& attach(const std::string& name);
-  UDisksAnswer obeyMount(const std::string& blockName);
-  UDisksAnswer obeyUnmount(const std::string& blockName);
+  MockPlayer& attach(const std::string& name) {
+    MockPlayer& player = machine.plug(name);
+    udisks.drives[name] = {true, false};
+    if (player.disk) {
+      udisks.blocks.push_back({player.diskName, name});
+    }
+    return player;
+  }
+  UDisksAnswer obeyMount(const std::string& blockName) {
+    MockPlayer* const player = machine.byBlock(blockName);
+    if (player == nullptr || !player->fileSystem) {
+      return UDisksAnswer::error("org.freedesktop.DBus.Error.UnknownMethod");
+    }
+    if (machine.isMounted(player->minor)) {
+      return UDisksAnswer::error("org.freedesktop.UDisks2.Error.AlreadyMounted");
+    }
+    const auto& fileSystem = *player->fileSystem;
+    const std::string path =
+        machine.mount(player->minor, fileSystem.label.value_or(fileSystem.identifier));
+    return {"", "", {QString::fromStdString(path)}, false};
+  }
+  UDisksAnswer obeyUnmount(const std::string& blockName) {
+    MockPlayer* const player = machine.byBlock(blockName);
+    if (player == nullptr || !machine.isMounted(player->minor)) {
+      return UDisksAnswer::error("org.freedesktop.UDisks2.Error.NotMounted");
+    }
+    machine.unmount(player->minor);
+    return {};
+  }
+
+  // What udev makes of a label's bytes that are not text.
+  static std::string encodedByUdev(const std::string& label) {
+    std::string text;
+    for (const char byte : label) {
+      std::array<char, 5> escape{};
+      std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned char>(byte));
+      text += static_cast<unsigned char>(byte) < 0x80 ? std::string(1, byte) : escape.data();
+    }
+    return text;
+  }
 
   TestScriptRunner scripts_;
   std::map<std::string, std::optional<MockFileSystem>> made_;
@@ -97,17 +186,47 @@ class UDisksTest : public ::testing::Test, protected LinuxRig {
   static constexpr const char* kNotThere = "org.freedesktop.DBus.Error.UnknownMethod";
   static constexpr const char* kBusy = "org.freedesktop.UDisks2.Error.DeviceBusy";
 
-  static UDisksAnswer error(const std::string& name) { return {name, "So it is.", {}, false}; }
+  static UDisksAnswer error(const std::string& name) { return UDisksAnswer::error(name); }
   static UDisksAnswer silence() { return {"", "", {}, true}; }
 
   // Sends a request; the outcome fills when it has completed.
-  std::shared_ptr<Outcome> send(Request request, const DiskIdentity& identity);
+  std::shared_ptr<Outcome> send(Request request, const DiskIdentity& identity) {
+    auto outcome = std::make_shared<Outcome>();
+    ((*session).*request)(session->diskFromName(identity.node), identity,
+                          [outcome](const auto&, const Dissenter* dissenter) {
+                            outcome->completed = true;
+                            outcome->refused = dissenter != nullptr ? dissenter->reason : "";
+                          });
+    return outcome;
+  }
   // Sends it and waits; the reason of the refusal, empty when it was done.
-  std::string ask(Request request, const DiskIdentity& identity);
+  std::string ask(Request request, const DiskIdentity& identity) {
+    const auto outcome = send(request, identity);
+    runLoopUntil([&] { return outcome->completed; });
+    return outcome->refused;
+  }
+  std::string mount(const DiskIdentity& identity) { return ask(&DiskSession::mount, identity); }
+  std::string unmount(const DiskIdentity& identity) { return ask(&DiskSession::unmount, identity); }
+  std::string eject(const DiskIdentity& identity) { return ask(&DiskSession::eject, identity); }
   // The answers to come, one by one, and then obedience.
-  void answer(std::deque<UDisksAnswer> answers);
+  void answer(std::deque<UDisksAnswer> answers) {
+    answers_ = std::move(answers);
+    udisks.handler = [this](const UDisksCall& call) {
+      if (answers_.empty()) {
+        return obey(call);
+      }
+      const UDisksAnswer next = answers_.front();
+      answers_.pop_front();
+      return next;
+    };
+  }
   // Has the first call wait for an answer that doesn't come, and waits for that call.
-  std::shared_ptr<Outcome> sendInVain(Request request, const DiskIdentity& identity);
+  std::shared_ptr<Outcome> sendInVain(Request request, const DiskIdentity& identity) {
+    answer({silence()});
+    const auto outcome = send(request, identity);
+    runLoopUntil([&] { return udisks.calls.size() == 1; });
+    return outcome;
+  }
 
   MockPlayer& player() { return machine.player("a"); }
 

@@ -2,8 +2,6 @@
 
 #include "FakeAgentTest.h"
 #include "LinuxRig.h"
-#include "MainLoop.h"
-#include "MockCalls.h"
 
 namespace fillstation::test {
 

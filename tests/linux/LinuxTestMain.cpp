@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-#include "MockCalls.h"
+#include "MockMachine.h"
 
 int main(int argc, char** argv) {
   fillstation::test::preloadMockUdev(argv);

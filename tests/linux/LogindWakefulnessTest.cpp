@@ -11,7 +11,6 @@
 
 #include "FileHandle.h"
 #include "LinuxRig.h"
-#include "MainLoop.h"
 
 namespace fillstation::test {
 

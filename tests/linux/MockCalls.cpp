@@ -1,5 +1,3 @@
-#include "MockCalls.h"
-
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <libudev.h>
@@ -16,6 +14,8 @@
 #include <mutex>
 #include <string_view>
 #include <utility>
+
+#include "MockMachine.h"
 
 // A sanitizer's library insists on being the first.
 #if defined(__SANITIZE_ADDRESS__)

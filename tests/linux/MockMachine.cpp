@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "MockCalls.h"
-
 namespace fillstation::test {
 
 namespace {

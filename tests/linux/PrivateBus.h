@@ -1,11 +1,18 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
 #include <QDBusVirtualObject>
+#include <QMap>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariantMap>
 #include <functional>
 #include <map>
@@ -21,17 +28,45 @@ namespace fillstation::test {
 // A D-Bus of the test's own, as it is until it is stopped. Main thread.
 class PrivateBus {
  public:
-  PrivateBus();
-  ~PrivateBus();
+  PrivateBus() { start(); }
+  ~PrivateBus() {
+    for (const QString& name : connections_) {
+      QDBusConnection::disconnectFromBus(name);
+    }
+    stop();
+  }
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
 
   const QString& address() const { return address_; }
   // A new connection of that name, closed by disconnect() or with the bus. Any thread.
-  QDBusConnection connect(const QString& name);
+  QDBusConnection connect(const QString& name) {
+    {
+      const std::scoped_lock guard(lock_);
+      connections_.append(name);
+    }
+    return QDBusConnection::connectToBus(address_, name);
+  }
   // The whole bus goes; comes back, with nobody on it.
-  void stop();
-  void start();
+  void stop() {
+    daemon_.kill();
+    daemon_.waitForFinished(-1);
+  }
+  void start() {
+    const std::string configuration =
+        folder_.write("bus.conf", "<busconfig><listen>unix:dir=" + folder_.path() +
+                                      "</listen><policy context='default'><allow user='*'/>"
+                                      "<allow own='*'/><allow send_destination='*'/>"
+                                      "<allow receive_sender='*'/></policy></busconfig>");
+    daemon_.setStandardErrorFile(QProcess::nullDevice());
+    // Whatever ends this process, as a time-out does, ends the bus as well.
+    daemon_.start("setpriv",
+                  {"--pdeathsig", "KILL", "dbus-daemon", "--nofork", "--nopidfile",
+                   "--print-address", QString::fromStdString("--config-file=" + configuration)});
+    // It says its address when it is ready.
+    EXPECT_TRUE(daemon_.waitForReadyRead(-1));
+    address_ = QString::fromLatin1(daemon_.readLine()).trimmed();
+  }
 
  private:
   TempFolder folder_;
@@ -46,6 +81,7 @@ struct UDisksCall {
   std::string path;
   std::string member;  // "Filesystem.Mount", without the common beginning of the interfaces
   QVariantMap options;
+  std::string object() const { return path.substr(path.rfind('/') + 1); }  // "sdb", "D1"
   bool operator==(const UDisksCall&) const = default;
 };
 
@@ -56,6 +92,8 @@ struct UDisksAnswer {
   std::string errorText;
   QVariantList values;
   bool withheld = false;
+
+  static UDisksAnswer error(const std::string& name) { return {name, "So it is.", {}, false}; }
 };
 
 // A block object of the stand-in.
@@ -74,7 +112,12 @@ class StandInUDisks : public QDBusVirtualObject {
  public:
   using Handler = std::function<UDisksAnswer(const UDisksCall&)>;
 
-  explicit StandInUDisks(const QDBusConnection& connection);
+  explicit StandInUDisks(const QDBusConnection& connection) : connection_(connection) {
+    qDBusRegisterMetaType<Interfaces>();
+    qDBusRegisterMetaType<Objects>();
+    connection_->registerVirtualObject(kRoot, this, QDBusConnection::SubPath);
+    connection_->registerService(kService);
+  }
 
   // What answers calls; success without a value by default.
   Handler handler;
@@ -83,19 +126,79 @@ class StandInUDisks : public QDBusVirtualObject {
   std::map<std::string, UDisksDrive> drives;
   std::vector<UDisksCall> calls;
   // The names of the members called, in order.
-  std::vector<std::string> members() const;
+  std::vector<std::string> members() const {
+    std::vector<std::string> names;
+    for (const auto& call : calls) {
+      names.push_back(call.member);
+    }
+    return names;
+  }
 
   // UDisks2 dies.
-  void vanish();
+  void vanish() {
+    const QString name = connection_->name();
+    connection_.reset();
+    QDBusConnection::disconnectFromBus(name);
+  }
 
-  static std::string drivePath(const std::string& drive);
+  static std::string drivePath(const std::string& drive) {
+    return drive.empty() ? "/" : std::string(kRoot) + "/drives/" + drive;
+  }
 
-  QString introspect(const QString& path) const override;
-  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+  QString introspect(const QString& /*path*/) const override { return {}; }
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    UDisksCall call;
+    call.path = message.path().toStdString();
+    call.member = (message.interface().section('.', -1) + "." + message.member()).toStdString();
+    call.options = qdbus_cast<QVariantMap>(message.arguments().value(0));
+    calls.push_back(call);
+    QTimer::singleShot(0, this, [this, call, message, connection] {
+      const UDisksAnswer said = answer(call);
+      if (said.withheld) {
+        return;
+      }
+      connection.send(said.errorName.empty()
+                          ? message.createReply(said.values)
+                          : message.createErrorReply(QString::fromStdString(said.errorName),
+                                                     QString::fromStdString(said.errorText)));
+    });
+    message.setDelayedReply(true);
+    return true;
+  }
 
  private:
-  UDisksAnswer answer(const UDisksCall& call);
-  QVariantList objects() const;
+  // Written out here again: a name that is wrong in the program must not be wrong here as well.
+  static constexpr const char* kService = "org.freedesktop.UDisks2";
+  static constexpr const char* kRoot = "/org/freedesktop/UDisks2";
+
+  using Interfaces = QMap<QString, QVariantMap>;
+  using Objects = QMap<QDBusObjectPath, Interfaces>;
+
+  UDisksAnswer answer(const UDisksCall& call) {
+    UDisksAnswer said = handler ? handler(call) : UDisksAnswer();
+    if (call.member == "ObjectManager.GetManagedObjects" && said.errorName.empty()) {
+      said.values = objects();
+    }
+    return said;
+  }
+  QVariantList objects() const {
+    Objects all;
+    for (const auto& block : blocks) {
+      const QDBusObjectPath path(QString(kRoot) + "/block_devices/" +
+                                 QString::fromStdString(block.name));
+      const QDBusObjectPath drive(QString::fromStdString(drivePath(block.drive)));
+      const std::string node = "/dev/" + block.name;
+      all[path]["org.freedesktop.UDisks2.Block"] = {
+          {"Device", QByteArray(node.c_str(), static_cast<qsizetype>(node.size() + 1))},
+          {"Drive", QVariant::fromValue(drive)}};
+    }
+    for (const auto& [name, drive] : drives) {
+      all[QDBusObjectPath(QString::fromStdString(drivePath(name)))]
+         ["org.freedesktop.UDisks2.Drive"] = {{"Ejectable", drive.ejectable},
+                                              {"CanPowerOff", drive.canPowerOff}};
+    }
+    return {QVariant::fromValue(all)};
+  }
 
   std::optional<QDBusConnection> connection_;
 };

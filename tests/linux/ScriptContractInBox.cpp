@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "LinuxRig.h"
-#include "MockCalls.h"
 #include "PolkitScriptRunner.h"
 #include "ScriptBox.h"
 #include "ScriptRunnerContract.h"
@@ -21,8 +20,6 @@ namespace fillstation::contract {
 namespace {
 
 void shell(const std::string& command) { EXPECT_EQ(std::system(command.c_str()), 0) << command; }
-
-std::string lastPart(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 // The Linux back end in a box of script_box.sh: the real polkit and pkexec run the commands on
 // block devices made of files, which the machine that isn't real says to be players. Once per box,
@@ -135,7 +132,7 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
   }
   test::UDisksAnswer obeyAndMount(const test::UDisksCall& call) {
     const auto answer = obey(call);
-    const std::string disk = lastPart(call.path);
+    const std::string disk = call.object();
     if (answer.errorName.empty() && call.member == "Filesystem.Mount") {
       mount(disk);
     } else if (answer.errorName.empty() && call.member == "Filesystem.Unmount") {

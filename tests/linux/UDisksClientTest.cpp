@@ -6,14 +6,11 @@
 #include <thread>
 
 #include "LinuxRig.h"
-#include "MainLoop.h"
-#include "MockCalls.h"
 
 namespace fillstation::test {
 
 class UDisksClientTest : public UDisksTest {
  protected:
-  std::string mount(const DiskIdentity& identity) { return ask(&DiskSession::mount, identity); }
   // UDisks2 dies, and the bus knows it.
   void loseService() {
     udisks.vanish();
@@ -36,13 +33,13 @@ class UDisksClientTest : public UDisksTest {
 TEST_F(UDisksClientTest, NoCallHasATimeOut) {
   const auto identity = plugIn("a");
   machine.mount(player().minor, "x");
-  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
+  EXPECT_EQ(unmount(identity), "");
   machine.mount(player().minor, "x");
   // Up to here it was also about the connection itself.
   takeDBusTimeOuts();
-  EXPECT_EQ(ask(&DiskSession::unmount, identity), "");
+  EXPECT_EQ(unmount(identity), "");
   EXPECT_EQ(mount(identity), "");
-  EXPECT_EQ(ask(&DiskSession::eject, identity), "");
+  EXPECT_EQ(eject(identity), "");
   // The number that libdbus takes for "never".
   EXPECT_EQ(takeDBusTimeOuts(), std::vector<int>(5, 0x7FFFFFFF));
 }
