@@ -9,7 +9,7 @@
 
 #include "ContractTest.h"
 #include "TempFolder.h"
-#include "TestItem.h"
+#include "TestFileManager.h"
 
 namespace fillstation::contract {
 

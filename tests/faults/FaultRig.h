@@ -1,15 +1,18 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QCoreApplication>
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Bench.h"
 #include "BenchFolder.h"
-#include "HurriedClock.h"
 #include "QtMainThread.h"
 #include "StepHooks.h"
 #include "TempFolder.h"
@@ -23,6 +26,30 @@ namespace fillstation::faults {
 inline constexpr std::int64_t kTrackBytes = 20'000;
 
 using test::Step;
+
+// Pauses take no time, but whatever the main thread has to do by then is done. Made on the main
+// thread; lives longer than the threads that pause.
+class HurriedClock : public Clock {
+ public:
+  explicit HurriedClock(QtMainThread& mainThread) : mainThread_(mainThread) {}
+
+  bool sleep(std::chrono::microseconds /*duration*/) override {
+    ++pauses_;
+    if (std::this_thread::get_id() == main_) {
+      QCoreApplication::processEvents();
+      return true;
+    }
+    return mainThread_.runAndWait([] {});
+  }
+
+  // How many pauses there were.
+  std::int64_t pauses() const { return pauses_.load(); }
+
+ private:
+  QtMainThread& mainThread_;
+  const std::thread::id main_ = std::this_thread::get_id();
+  std::atomic<std::int64_t> pauses_ = 0;
+};
 
 // The whole program over a bench in a folder of its own, and the hands of the person at the window.
 // Everything is real but the players, the time and the password's check. Main thread, unless a
@@ -76,7 +103,7 @@ class FaultRig {
   test::TestWorkspace workspace;
   StopSource stop;
   QtMainThread mainThread{stop};
-  test::HurriedClock clock{mainThread};
+  HurriedClock clock{mainThread};
 
  private:
   void click(QAbstractButton* button) const;

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "RealSourceFiles.h"
+#include "TestFileManager.h"
 
 namespace fillstation::test {
 

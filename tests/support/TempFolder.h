@@ -1,5 +1,9 @@
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -47,6 +51,51 @@ class TempFolder {
   std::string makeFolder(std::string_view below) const {
     std::filesystem::create_directories(path(below));
     return path(below);
+  }
+
+ private:
+  std::string path_;
+};
+
+// A temporary folder for thousands of levels: in memory where there is a place for that, because
+// removing them takes disk file systems a minute, and removed by a tool that knows deep trees.
+class DeepTempFolder {
+ public:
+  DeepTempFolder() {
+    path_ = std::string(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/deep-XXXXXX";
+    if (::mkdtemp(path_.data()) == nullptr) {
+      std::abort();
+    }
+  }
+  ~DeepTempFolder() {
+    if (std::system(("rm -rf '" + path_ + "'").c_str()) != 0) {
+      std::abort();
+    }
+  }
+  DeepTempFolder(const DeepTempFolder&) = delete;
+  DeepTempFolder& operator=(const DeepTempFolder&) = delete;
+
+  const std::string& path() const { return path_; }
+
+  // Makes folders of that name below one another, and a file "end" of 5 bytes in the lowest; the
+  // path of the lowest folder.
+  std::string makeFolders(const std::string& name, int levels) const {
+    int folder = ::open(path_.c_str(), O_PATH);
+    std::string path = path_;
+    for (int level = 0; level < levels; ++level) {
+      ::mkdirat(folder, name.c_str(), 0700);
+      const int below = ::openat(folder, name.c_str(), O_PATH);
+      ::close(folder);
+      folder = below;
+      path += "/" + name;
+    }
+    const int file = ::openat(folder, "end", O_WRONLY | O_CREAT, 0600);
+    if (::write(file, "12345", 5) != 5) {
+      std::abort();
+    }
+    ::close(file);
+    ::close(folder);
+    return path;
   }
 
  private:

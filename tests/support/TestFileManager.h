@@ -5,6 +5,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <variant>
@@ -13,6 +15,39 @@
 #include "FileManager.h"
 
 namespace fillstation::test {
+
+// The list, which outlives the result, as a volume takes it.
+inline CopiedItems itemsOf(const std::vector<CopiedItem>& list) {
+  return [&list](const auto& visitor) {
+    for (auto item = list.begin(); item != list.end() && visitor(*item);) {
+      ++item;
+    }
+  };
+}
+
+// What is read comes from another file manager, which outlives this one; what becomes of a player's
+// volume is for those who derive from it to say.
+class RealSourceFiles : public FileManager {
+ public:
+  explicit RealSourceFiles(FileManager& real) : real_(real) {}
+
+  bool fileExists(const std::string& path, bool* isDirectory) override {
+    return real_.fileExists(path, isDirectory);
+  }
+  std::optional<std::int64_t> fileSize(const std::string& path) override {
+    return real_.fileSize(path);
+  }
+  std::unique_ptr<DirectoryWalk> walk(const std::string& folder,
+                                      WalkErrorHandler onError) override {
+    return real_.walk(folder, std::move(onError));
+  }
+
+ protected:
+  FileManager& real() { return real_; }
+
+ private:
+  FileManager& real_;
+};
 
 // One step of a scripted walk: an entry, or a path that can't be read.
 struct WalkError {
@@ -25,8 +60,9 @@ inline WalkStep fileStep(const std::string& path, std::optional<std::int64_t> si
   return WalkEntry{path, false, size};
 }
 
-// A file system by hand: what exists, and what each walk yields, in the order that the test says.
-// Workers may ask what exists and open volumes.
+// A file system by hand: what exists, what each walk yields, in the order that the test says, and
+// volumes that keep no content. Set up before the workers start that ask what exists and use
+// volumes.
 class TestFileManager : public FileManager {
  public:
   bool fileExists(const std::string& path, bool* isDirectory) override {
@@ -49,8 +85,8 @@ class TestFileManager : public FileManager {
   }
   std::shared_ptr<Volume> openVolume(const std::string& mountPath,
                                      const DiskIdentity& owner) override {
-    note("open " + mountPath);
-    return open ? open(mountPath, owner) : nullptr;
+    note("open " + mountPath + " of " + owner.node + " " + std::to_string(owner.usbHandle));
+    return open ? open(mountPath, owner) : std::make_shared<TestVolume>(*this);
   }
 
   // Adds a folder with the steps of its walk.
@@ -62,14 +98,47 @@ class TestFileManager : public FileManager {
 
   std::map<std::string, std::vector<WalkStep>> folders;
   std::map<std::string, std::optional<std::int64_t>> files;
-  // "exists /a", "size /a", "walk /a", "open /a", in order.
+  // "exists /a", "size /a", "walk /a", "open /a of /dev/sdb 7", and of a volume "mkdir /b",
+  // "copy /a -> /b", "flush" and "read back", in order.
   std::vector<std::string> calls;
+  // Told of each of them too, on the thread that makes it.
+  std::function<void(const std::string&)> onRequest;
   // What the error handlers answered.
   std::vector<bool> errorAnswers;
-  // Null volumes by default.
+  // Opens a volume in place of those that note what they are asked.
   std::function<std::shared_ptr<Volume>(const std::string&, const DiskIdentity&)> open;
+  // The requests to a volume that fail, and who is given what is to be read back.
+  std::set<std::string> failing;
+  std::function<void(const CopiedItems&)> onReadBack;
 
  private:
+  class TestVolume : public Volume {
+   public:
+    explicit TestVolume(TestFileManager& files) : files_(files) {}
+
+    bool createDirectory(const std::string& destination) override {
+      return answer("mkdir " + destination);
+    }
+    bool copyItem(const std::string& source, const std::string& destination) override {
+      return answer("copy " + source + " -> " + destination);
+    }
+    bool flush() override { return answer("flush"); }
+    bool readBack(const CopiedItems& items) override {
+      if (files_.onReadBack) {
+        files_.onReadBack(items);
+      }
+      return answer("read back");
+    }
+
+   private:
+    bool answer(const std::string& request) {
+      files_.note(request);
+      return !files_.failing.contains(request);
+    }
+
+    TestFileManager& files_;
+  };
+
   class Walk : public DirectoryWalk {
    public:
     Walk(const std::vector<WalkStep>& steps, WalkErrorHandler onError, std::vector<bool>& answers)
@@ -97,6 +166,9 @@ class TestFileManager : public FileManager {
   };
 
   void note(const std::string& call) {
+    if (onRequest) {
+      onRequest(call);
+    }
     const std::scoped_lock guard(lock_);
     calls.push_back(call);
   }

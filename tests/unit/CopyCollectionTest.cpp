@@ -88,7 +88,7 @@ TEST_F(TRFileCopyTaskCollectionTest, CollectionWithoutPlayersReportsItsResultOnc
   EXPECT_EQ(reports->resultContexts, std::vector<std::shared_ptr<void>>{made});
   EXPECT_TRUE(reports->progress.empty());
   EXPECT_FALSE(made->progress());
-  EXPECT_EQ(trace.events(), Lines{});
+  EXPECT_EQ(trace.texts(), Lines{});
 }
 
 TEST_F(TRFileCopyTaskCollectionTest, RunKeepsItsCollectionAlive) {

@@ -15,8 +15,8 @@
 
 #include "TRFileCopyTask.h"
 #include "TRFileCopyTaskCollection.h"
+#include "TestFileManager.h"
 #include "TestPlatform.h"
-#include "TestVolumes.h"
 #include "UsbUtil.h"
 
 namespace fillstation::test {
@@ -32,23 +32,6 @@ inline Lines operator+(Lines left, const Lines& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
 }
-
-// Everything that a run does to the outside, in one order.
-class Trace {
- public:
-  void add(std::string event) {
-    const std::scoped_lock guard(lock_);
-    events_.push_back(std::move(event));
-  }
-  Lines events() const {
-    const std::scoped_lock guard(lock_);
-    return events_;
-  }
-
- private:
-  mutable std::mutex lock_;
-  Lines events_;
-};
 
 // The receiver of a run's reports: what it was told, and on which thread.
 struct Reports {
@@ -118,21 +101,21 @@ inline std::shared_ptr<TRFileList> roots(TRFileList list = {}) {
 class CopyTest : public ::testing::Test {
  protected:
   CopyTest() {
-    files.onRequest = [this](const std::string& request) { trace.add(request); };
+    files.onRequest = [this](const std::string& request) { trace.write(request); };
     platform().fileManager = &files;
     ports.log.onText = [this](const std::string& text) {
-      trace.add("log " + text);
+      trace.write("log " + text);
       onLog(text);
     };
     session = platform().createDiskSession();
     ports.disks.complete = [this](const TestDisks::Request& request, std::function<void()> answer) {
-      trace.add(request.kind + " " + request.expected.node);
+      trace.write(request.kind + " " + request.expected.node);
       const std::scoped_lock guard(pendingLock);
       pending.push_back({pauses, std::move(answer)});
     };
     ports.clock.onSleep = [this](std::size_t number) { onSleep(number); };
     ports.scripts.answer = [this](std::size_t number, const TestScriptRunner::Call& call) {
-      trace.add("run " + call.source);
+      trace.write("run " + call.source);
       return answerScript ? answerScript(number) : ScriptOutcome{"", {}, {}};
     };
   }
@@ -148,7 +131,7 @@ class CopyTest : public ::testing::Test {
 
   void onSleep(std::size_t number) {
     const std::int64_t duration = ports.clock.sleeps().at(number - 1);
-    trace.add(duration == 1'000'000 ? "pause" : "pause of " + std::to_string(duration));
+    trace.write(duration == 1'000'000 ? "pause" : "pause of " + std::to_string(duration));
     if (atPause) {
       atPause(number);
     }
@@ -174,7 +157,7 @@ class CopyTest : public ::testing::Test {
                                     std::int32_t handle = 0) {
     const auto disk = std::make_shared<TestDisk>();
     disk->describe = [this, mountPath](std::size_t look) -> std::optional<DiskDescription> {
-      trace.add("look");
+      trace.write("look");
       const bool found = look >= foundAtLook;
       return describedAs(found ? std::optional<std::string>("PLAYER") : std::nullopt,
                          Url::fromPath(mountPath, true).absoluteString());
@@ -228,7 +211,7 @@ class CopyTest : public ::testing::Test {
 
   // The events after the one given.
   Lines eventsAfter(const std::string& event) const {
-    const Lines all = trace.events();
+    const Lines all = trace.texts();
     const auto found = std::find(all.begin(), all.end(), event);
     EXPECT_NE(found, all.end());
     return found == all.end() ? Lines() : Lines(found + 1, all.end());
@@ -236,12 +219,12 @@ class CopyTest : public ::testing::Test {
   Lines copyEvents() const { return eventsAfter("log Beginning copyTask operation.\n"); }
 
   std::ptrdiff_t count(const std::string& event) const {
-    const Lines all = trace.events();
+    const Lines all = trace.texts();
     return std::count(all.begin(), all.end(), event);
   }
 
-  Trace trace;
-  TestVolumes files;
+  TestLog trace;  // everything that a run does to the outside, in one order
+  TestFileManager files;
   std::size_t pauses = 1;       // the pause after a disk request in which it completes
   std::size_t foundAtLook = 1;  // the look from which on a volume has its name
   std::atomic<bool> clockEnded{false};

@@ -57,7 +57,7 @@ TEST_F(TRFileCopyTaskTest, WithoutAPlayerOrAListNothingOfTheTaskIsSet) {
 }
 
 TEST_F(TRFileCopyTaskTest, EveryCreationAssignsTheFileManagerAgain) {
-  TestVolumes other;
+  TestFileManager other;
   const TRFileCopyTask first;
   EXPECT_EQ(TRFileCopyTask::filemgr(), &files);
   platform().fileManager = &other;
@@ -111,17 +111,6 @@ class CopyOwnershipTest : public CopyTest {
   std::shared_ptr<TRFileCopyTaskCollection> collection = collectionFor(roots(), {});
   std::weak_ptr<TRFileCopyTaskCollection> watched = collection;
 };
-
-TEST_F(CopyOwnershipTest, TaskThatIsHeldKeepsItsCollectionAlive) {
-  collection->addPlayer(player);
-  auto task = collection->tasks().at(0);
-  collection.reset();
-  ASSERT_NE(task->taskGroup(), nullptr);
-  EXPECT_EQ(task->taskGroup()->userName(), "admin");
-  EXPECT_EQ(task->taskGroup()->tasks().at(0), task);
-  task.reset();
-  EXPECT_TRUE(watched.expired());
-}
 
 TEST_F(CopyOwnershipTest, CollectionSetToItsOwnTasksIsNoCycle) {
   collection->addPlayer(player);

@@ -64,10 +64,9 @@ struct UsbRig {
   std::vector<std::string> records;
 };
 
-// The records of a player with and without answers to what it is asked, and of one that has left.
+// The record of a player that answers.
 inline const std::string kAsked =
     "1 /dev/sdb of 65538: Maker, Stick, 256, N/A; SONGS at file:///media/SONGS/, 4096 bytes";
-inline const std::string kGone = "0 /dev/sdb of 65538: (null), (null), 0, N/A; N/A at N/A, 0 bytes";
 
 // A player that answers.
 inline std::shared_ptr<TestUsbDevice> namedDevice() {

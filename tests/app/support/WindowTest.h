@@ -13,11 +13,10 @@
 #include <vector>
 
 #include "PosixFileManager.h"
-#include "RealSourceFiles.h"
 #include "StdCapture.h"
+#include "TestFileManager.h"
 #include "TestPlatform.h"
 #include "TestUsbBus.h"
-#include "TestVolumes.h"
 #include "UsbUtil.h"
 #include "WindowSet.h"
 #include "ui_CredentialsPanel.h"
@@ -60,7 +59,7 @@ class WindowFiles : private MachineFiles, public RealSourceFiles {
     return volumes.openVolume(mountPath, owner);
   }
 
-  TestVolumes volumes;
+  TestFileManager volumes;
 };
 
 // Counts what is painted.

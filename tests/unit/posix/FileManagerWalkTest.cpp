@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "DeepTempFolder.h"
 #include "PosixFileManager.h"
 #include "TempFolder.h"
 
@@ -95,7 +93,7 @@ class FileManagerWalkTest : public testing::Test {
   PosixFileManager files_{nobody_, stop_};
 };
 
-TEST_F(FileManagerWalkTest, ToldWhatExists) {
+TEST_F(FileManagerWalkTest, ToldWhatExistsThroughSymbolicLinksToo) {
   const std::string file = folder_.write("a/file", "abc");
   bool isDirectory = true;
   EXPECT_TRUE(files_.fileExists(file, &isDirectory));
@@ -109,13 +107,8 @@ TEST_F(FileManagerWalkTest, ToldWhatExists) {
   EXPECT_FALSE(files_.fileExists(file + "/"));
   EXPECT_FALSE(files_.fileExists("file://" + file));
   EXPECT_FALSE(files_.fileExists(""));
-}
-
-TEST_F(FileManagerWalkTest, ExistenceFollowsSymbolicLinks) {
-  folder_.makeFolder("a");
   std::filesystem::create_symlink("a", folder_.path("toFolder"));
   std::filesystem::create_symlink("none", folder_.path("dangling"));
-  bool isDirectory = false;
   EXPECT_TRUE(files_.fileExists(folder_.path("toFolder"), &isDirectory));
   EXPECT_TRUE(isDirectory);
   EXPECT_FALSE(files_.fileExists(folder_.path("dangling")));
@@ -142,11 +135,6 @@ TEST_F(FileManagerWalkTest, WalksAFolderBeforeWhatItHoldsInNameOrder) {
             (Names{".hidden", "9", "10", "a", "B", "b/", "b/.01.mp3", "b/1/", "b/1/z", "b/2.mp3",
                    "b/10.mp3", "b.mp3", "c", "empty/"}));
   EXPECT_EQ(errors_, Names{});
-}
-
-TEST_F(FileManagerWalkTest, AFolderMayBeGivenWithASlash) {
-  folder_.write("a/b", "x");
-  EXPECT_EQ(walked(folder_.path() + "/"), (Names{"a/", "a/b"}));
 }
 
 TEST_F(FileManagerWalkTest, NamesAreBytes) {
@@ -206,24 +194,32 @@ TEST_F(FileManagerWalkTest, FoldersThatAreLinkedToEachOtherAreWalkedOnce) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_F(FileManagerWalkTest, TheWalkedFolderMayBeALink) {
+TEST_F(FileManagerWalkTest, TheWalkedFolderMayBeALinkAndGivenWithASlash) {
   folder_.write("a/b/file", "x");
   std::filesystem::create_symlink("a", folder_.path("link"));
+  EXPECT_EQ(walked(folder_.path("a/")), (Names{"b/", "b/file"}));
   EXPECT_EQ(walked(folder_.path("link")), (Names{"b/", "b/file"}));
 }
 
-TEST_F(FileManagerWalkTest, AFolderThatBecomesALinkDuringTheWalkIsNotEntered) {
-  folder_.write("a/in", "x");
-  folder_.write("b/in", "x");
-  const auto walk = files_.walk(folder_.path(), [this](const std::string& path) {
-    errors_.push_back(path);
-    return true;
-  });
-  EXPECT_EQ(walk->next()->path, folder_.path("a"));
-  std::filesystem::remove_all(folder_.path("a"));
-  std::filesystem::create_symlink("b", folder_.path("a"));
-  EXPECT_EQ(walk->next()->path, folder_.path("b"));
-  EXPECT_EQ(errors_, Names{folder_.path("a")});
+TEST_F(FileManagerWalkTest, AFolderThatGoesOrBecomesALinkDuringTheWalkIsToldAndNotEntered) {
+  for (const bool becomesLink : {false, true}) {
+    folder_.write("a/in", "x");
+    folder_.write("b/in", "x");
+    errors_.clear();
+    const auto walk = files_.walk(folder_.path(), [this](const std::string& path) {
+      errors_.push_back(path);
+      return true;
+    });
+    EXPECT_EQ(walk->next()->path, folder_.path("a"));
+    std::filesystem::remove_all(folder_.path("a"));
+    if (becomesLink) {
+      std::filesystem::create_symlink("b", folder_.path("a"));
+    }
+    EXPECT_EQ(walk->next()->path, folder_.path("b"));
+    EXPECT_EQ(walk->next()->path, folder_.path("b/in"));
+    EXPECT_FALSE(walk->next());
+    EXPECT_EQ(errors_, Names{folder_.path("a")});
+  }
 }
 
 TEST_F(FileManagerWalkTest, SpecialFilesAreYieldedUnopened) {
@@ -254,20 +250,6 @@ TEST_F(FileManagerWalkTest, AnEntryThatCannotBeLookedAtHasNoValues) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_F(FileManagerWalkTest, AFolderThatGoesDuringTheWalkIsTold) {
-  folder_.write("a/in", "x");
-  folder_.write("b", "x");
-  const auto walk = files_.walk(folder_.path(), [this](const std::string& path) {
-    errors_.push_back(path);
-    return true;
-  });
-  EXPECT_EQ(walk->next()->path, folder_.path("a"));
-  std::filesystem::remove_all(folder_.path("a"));
-  EXPECT_EQ(walk->next()->path, folder_.path("b"));
-  EXPECT_FALSE(walk->next());
-  EXPECT_EQ(errors_, Names{folder_.path("a")});
-}
-
 TEST_F(FileManagerWalkTest, WhatIsNoFolderHasNoEntries) {
   for (const bool goOn : {true, false}) {
     goOn_ = goOn;
@@ -281,14 +263,7 @@ TEST_F(FileManagerWalkTest, WhatIsNoFolderHasNoEntries) {
 
 TEST_F(FileManagerWalkTest, ThousandsOfLevelsNeedFewDescriptors) {
   const DeepTempFolder top;
-  int folder = ::open(top.path().c_str(), O_PATH);
-  for (int level = 0; level < 3000; ++level) {
-    ASSERT_EQ(::mkdirat(folder, "d", 0700), 0);
-    const int below = ::openat(folder, "d", O_PATH);
-    ::close(folder);
-    folder = below;
-  }
-  ::close(folder);
+  top.makeFolders("d", 3000);
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
   // Beside those that are open here for other reasons.
@@ -302,8 +277,8 @@ TEST_F(FileManagerWalkTest, ThousandsOfLevelsNeedFewDescriptors) {
     longest = entry->path.size();
   }
   ::setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(entries, 3000);
-  EXPECT_EQ(longest, top.path().size() + 6000);
+  EXPECT_EQ(entries, 3001);
+  EXPECT_EQ(longest, top.path().size() + 6004);
 }
 
 TEST_F(FileManagerWalkTest, AWalkLeavesNoDescriptorBehind) {

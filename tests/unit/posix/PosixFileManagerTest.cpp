@@ -12,10 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "DeepTempFolder.h"
 #include "FileHandle.h"
 #include "TempFolder.h"
-#include "TestItem.h"
+#include "TestFileManager.h"
 
 namespace fillstation {
 namespace {
@@ -180,28 +179,13 @@ TEST(FileHandle, ReleasesAndMoves) {
   EXPECT_FALSE(isOpen(descriptor));
 }
 
-// Makes folders of that name below one another, and a file "end" of 5 bytes in the lowest; the path
-// of the lowest folder.
-std::string makeDeep(const std::string& top, const std::string& name, int levels) {
-  FileHandle folder = openLongPath(top, O_PATH);
-  std::string path = top;
-  for (int level = 0; level < levels; ++level) {
-    EXPECT_EQ(::mkdirat(folder.get(), name.c_str(), 0700), 0);
-    folder = FileHandle(::openat(folder.get(), name.c_str(), O_PATH));
-    path += "/" + name;
-  }
-  const FileHandle file(::openat(folder.get(), "end", O_WRONLY | O_CREAT, 0600));
-  EXPECT_EQ(::write(file.get(), "12345", 5), 5);
-  return path;
-}
-
 TEST(LongPath, FindsWhatAnyPathLengthNames) {
   // Cuts and limits fall at many places of a name.
   for (const int length : {1, 2, 3, 7, 200, 255}) {
     const test::DeepTempFolder top;
     const int levels = 12500 / (length + 1);
     const std::string path =
-        makeDeep(top.path(), std::string(static_cast<std::size_t>(length), 'n'), levels);
+        top.makeFolders(std::string(static_cast<std::size_t>(length), 'n'), levels);
     const auto status = statLongPath(path + "/end");
     ASSERT_TRUE(status);
     EXPECT_EQ(status->st_size, 5);

@@ -16,7 +16,7 @@
 
 #include "FakeCalls.h"
 #include "TempFolder.h"
-#include "TestItem.h"
+#include "TestFileManager.h"
 
 namespace fillstation {
 namespace {
