@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <fstream>
 
+#include "BenchBackEnd.h"
 #include "BenchDisks.h"
-#include "BenchTest.h"
 #include "BenchVolume.h"
 
 namespace fillstation::contract {
@@ -22,14 +22,6 @@ class BenchFaultsTest : public BenchTest {
   }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
-
-TEST_P(BenchFaultsTest, ARefusedMountLeavesANameWithoutAPath) {
-  plan.identity.faults.refuseMount = true;
-  plugPlan();
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
-  EXPECT_EQ(volumeName(identity), "BOOKS");
-  EXPECT_EQ(mountPath(identity), std::nullopt);
-}
 
 TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage) {
   plan.identity.faults.refuseFormat = true;

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "BenchTest.h"
+#include "BenchBackEnd.h"
 #include "ChildProcess.h"
 
 namespace fillstation::contract {
@@ -112,13 +112,6 @@ TEST_P(BenchFolderTest, AnotherImageOverTheOldOneIsALeavingAndAnArrival) {
   EXPECT_TRUE(told[2].arrived);
 }
 
-TEST_P(BenchFolderTest, WritingToThePluggedImageIsNoEvent) {
-  plugPlanMounted();
-  bench->writeHead("a", bench->head("a", 512));
-  bench->settle();
-  EXPECT_EQ(told.size(), 1U);
-}
-
 TEST_P(BenchFolderTest, DiskNamesAreTheLowestFreeOnes) {
   watchBus();
   for (const std::string name : {"a", "b", "c"}) {
@@ -150,16 +143,11 @@ TEST_P(BenchFolderTest, DeviceNumbersAreNotUsedAgainBeforeTheyHaveRunOut) {
   EXPECT_EQ(handles[125], 0x10003U);
 }
 
-TEST_P(BenchFolderTest, WhatAnEarlierBenchLeftMountedGoes) {
+TEST_P(BenchFolderTest, WhatAnEarlierBenchLeftMountedGoesAndEqualLabelsAreNumbered) {
   bench->folder.write("volumes/BOOKS/old.mp3", "x");
-  plugPlanMounted();
-  EXPECT_EQ(root, at("volumes/BOOKS"));
-  EXPECT_FALSE(std::filesystem::exists(root + "/old.mp3"));
-}
-
-TEST_P(BenchFolderTest, EqualLabelsAreNumbered) {
   watchBus();
   EXPECT_EQ(mountPath(plugInMounted("a")), at("volumes/BOOKS"));
+  EXPECT_FALSE(std::filesystem::exists(at("volumes/BOOKS/old.mp3")));
   EXPECT_EQ(mountPath(plugInMounted("b")), at("volumes/BOOKS1"));
   EXPECT_EQ(mountPath(plugInMounted("c")), at("volumes/BOOKS2"));
 }
@@ -188,14 +176,6 @@ TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
     found.push_back(file.path);
   }
   EXPECT_EQ(found, names);
-}
-
-TEST_P(BenchFolderTest, ThePortsThatItWasMadeWithAreInstalledToo) {
-  EXPECT_EQ(bench->ports.mainThread, &bench->mainThread);
-  EXPECT_EQ(bench->ports.clock, &bench->clock);
-  EXPECT_EQ(bench->ports.workers, &bench->workers);
-  EXPECT_EQ(bench->ports.systemLog, &bench->log);
-  EXPECT_EQ(bench->ports.workspace, nullptr);
 }
 
 TEST_P(BenchFolderTest, APlayerHasAPort) {

@@ -104,12 +104,7 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
 
   // The path of the mount point, from the address in the description.
   std::optional<std::string> mountPath(const DiskIdentity& identity) {
-    return mountPathOf(*session, identity.node);
-  }
-  static std::optional<std::string> mountPathOf(DiskSession& from, const std::string& name) {
-    const auto disk = from.diskFromName(name);
-    const auto read = disk ? disk->copyDescription() : std::nullopt;
-    const auto address = read ? read->volumePath : std::nullopt;
+    const auto address = description(identity).volumePath;
     EXPECT_TRUE(!address || address->ends_with('/'));
     return address ? std::optional(Url::withString(*address).path()) : std::nullopt;
   }

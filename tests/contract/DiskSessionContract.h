@@ -21,14 +21,6 @@ TEST_P(DiskSessionContract, ADiskHasANameAndANode) {
   EXPECT_EQ(session->diskFromName("/dev/"), nullptr);
 }
 
-TEST_P(DiskSessionContract, ADeviceWithoutADiskMakesNone) {
-  PlayerWish wish;
-  wish.disk = false;
-  plugIn("a", wish);
-  EXPECT_EQ(session->diskFromName(""), nullptr);
-  EXPECT_EQ(session->diskFromName("/dev/"), nullptr);
-}
-
 TEST_P(DiskSessionContract, AMountedPlayerIsDescribed) {
   struct Described {
     std::optional<std::string> label;
