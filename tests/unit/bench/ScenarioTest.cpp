@@ -30,12 +30,6 @@ BenchPlayerPlan goodPlayer(const std::string& keys) {
 
 TEST(ScenarioTest, AnEmptyListOfPlayersIsAScenario) { EXPECT_EQ(good("[]"), Scenario()); }
 
-TEST(ScenarioTest, APlayerNeedsANameOnly) {
-  BenchPlayerPlan player;
-  player.name = "a";
-  EXPECT_EQ(goodPlayer(""), player);
-}
-
 TEST(ScenarioTest, EveryKeyIsRead) {
   const Scenario scenario = good(R"([
       {"name": "first-1_A", "sizeMiB": 8192, "label": "ELEVENCHARS", "blank": true,
