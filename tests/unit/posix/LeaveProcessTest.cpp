@@ -58,9 +58,10 @@ void stuffStandardOutput() {
   ::dup2(ends[1], STDOUT_FILENO);
 }
 
-TEST_F(LeaveProcess, FlushesTheStandardStreamsGivesTheStatusAndRunsNoExitHandlers) {
+TEST_F(LeaveProcess, FlushesStreamsAndLogGivesTheStatusAndRunsNoExitHandlers) {
   const std::string out = sharedPath("out");
   const std::string err = sharedPath("err");
+  const std::string path = sharedPath("log");
   EXPECT_EXIT(
       {
         std::atexit([] { ::_exit(99); });
@@ -69,28 +70,18 @@ TEST_F(LeaveProcess, FlushesTheStandardStreamsGivesTheStatusAndRunsNoExitHandler
         std::setvbuf(stderr, nullptr, _IOFBF, 4096);
         std::fputs("held back", stdout);
         std::fputs("held back", stderr);
+        StreamLog log(std::fopen(path.c_str(), "w"));
+        LogBatch batch(log);
+        batch.add("recorded");
         leaveProcess(7);
       },
       testing::ExitedWithCode(7), "");
   EXPECT_TRUE(test::contentOf(out).ends_with("held back")) << test::contentOf(out);
   EXPECT_EQ(test::contentOf(err), "held back");
-  ::unlink(out.c_str());
-  ::unlink(err.c_str());
-}
-
-TEST_F(LeaveProcess, RecordsWhatTheLogStillHolds) {
-  const std::string path = sharedPath("log");
-  EXPECT_EXIT(
-      {
-        redirect(stderr, path);
-        StreamLog log(stderr);
-        LogBatch batch(log);
-        batch.add("held back");
-        leaveProcess(0);
-      },
-      testing::ExitedWithCode(0), "");
-  EXPECT_EQ(test::contentOf(path), "held back\n");
-  ::unlink(path.c_str());
+  EXPECT_EQ(test::contentOf(path), "recorded\n");
+  for (const std::string& file : {out, err, path}) {
+    ::unlink(file.c_str());
+  }
 }
 
 // Two threads: one is held in writing to a pipe that is full, the other one empties it into a file

@@ -202,15 +202,6 @@ TEST(PosixVolumeOnTwoFileSystems, EntersNoOtherFileSystem) {
   EXPECT_EQ(medium->log, (Log{"admit directory proc", "admit directory proc"}));
 }
 
-TEST_F(PosixVolumeTest, TheNextFileOfADirectoryAndTheFirstOfAnotherGoWhereTheyBelong) {
-  EXPECT_TRUE(volume_.createDirectory(at("A/B")));
-  EXPECT_TRUE(volume_.createDirectory(at("B")));
-  for (const char* file : {"A/1", "A/2", "A/B/3", "B/4", "5", "6", "A/7"}) {
-    EXPECT_TRUE(volume_.copyItem(source_, at(file))) << file;
-    EXPECT_EQ(test::contentOf(at(file)), "audio") << file;
-  }
-}
-
 TEST_F(PosixVolumeTest, WhatIsTooLargeForTheFileSystemIsNotBegun) {
   calls_.furthest = 5;
   EXPECT_TRUE(volume_.copyItem(source_, at("a")));
