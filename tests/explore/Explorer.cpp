@@ -22,34 +22,26 @@ constexpr std::int64_t kMiB = 1024 * 1024;
 constexpr std::size_t kPausesPerStep = 60;
 constexpr int kDeepest = 3;
 
-std::shared_ptr<Medium> medium(int number, std::int64_t size, const char* label) {
-  auto made = std::make_shared<Medium>();
-  made->number = number;
-  made->size = size;
-  made->label = label;
-  return made;
-}
-
 }  // namespace
 
 Explorer::Explorer(std::uint64_t seed) : random_(seed) {
   // What Qt says of the platform without a screen is not of the program.
   qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-  const std::array<std::int64_t, 6> sizes{0, 1023, kMiB, 64 * kMiB, 2048 * kMiB, 7948206080};
-  for (const auto size : sizes) {
-    media_.push_back(medium(static_cast<int>(media_.size()), size, "SONGS"));
-    products_.emplace_back("HS USB FlashDisk");
+  const auto add = [this](std::int64_t size, const char* label) -> Medium& {
+    Medium& added = *media_.emplace_back(std::make_shared<Medium>());
+    added.number = static_cast<int>(media_.size()) - 1;
+    added.size = size;
+    added.label = label;
+    return added;
+  };
+  for (const std::int64_t size : {std::int64_t{0}, std::int64_t{1023}, kMiB, 64 * kMiB, 2048 * kMiB,
+                                  std::int64_t{7948206080}}) {
+    add(size, "SONGS");
   }
-  media_.push_back(medium(6, 4096 * kMiB, "2DAYS"));
-  products_.emplace_back("IOUSBDevice");
-  media_.push_back(medium(7, 512 * kMiB, "BLANK"));
-  media_.back()->formatted = false;
-  products_.emplace_back("HS USB FlashDisk");
-  media_.push_back(medium(8, 500'000 * kMiB, "BACKUP"));
-  media_.back()->vendor = "OTHER";
-  products_.emplace_back("HS USB FlashDisk");
-  media_.push_back(medium(9, 500'000 * kMiB, "PHOTOS"));
-  products_.emplace_back("Another Disk");
+  add(4096 * kMiB, "2DAYS").product = "IOUSBDevice";
+  add(512 * kMiB, "BLANK").formatted = false;
+  add(500'000 * kMiB, "BACKUP").vendor = "OTHER";
+  add(500'000 * kMiB, "PHOTOS").product = "Another Disk";
   launch();
 }
 

@@ -106,7 +106,6 @@ class Explorer {
 
   std::mt19937_64 random_;
   std::vector<std::shared_ptr<Medium>> media_;
-  std::vector<std::string> products_;
   Machine machine_;
   Rules rules_;
   std::unique_ptr<Launch> launch_;

@@ -104,7 +104,7 @@ void Explorer::plug() {
   if (isIn || present.size() >= kMostDevices) {
     return;
   }
-  const auto device = machine_.attach(media_[which], products_[which], mounted);
+  const auto device = machine_.attach(media_[which], mounted);
   device->searchesInVain = searches;
   launch_->plug(device);
 }

@@ -219,7 +219,7 @@ void Launch::hookBus() {
 
 void Launch::plug(const std::shared_ptr<Device>& device) {
   device->stick = std::make_shared<test::TestUsbDevice>();
-  device->stick->nameText = device->product;
+  device->stick->nameText = device->medium->product;
   device->stick->handleValue = device->handle;
   device->stick->search = [vain = device->searchesInVain,
                            name = device->node.substr(5)](std::size_t number) {

@@ -19,12 +19,10 @@ std::string Device::mountPath() const {
   return "/media/" + medium->label + std::to_string(medium->number);
 }
 
-std::shared_ptr<Device> Machine::attach(std::shared_ptr<Medium> medium, std::string product,
-                                        bool mounted) {
+std::shared_ptr<Device> Machine::attach(std::shared_ptr<Medium> medium, bool mounted) {
   const std::scoped_lock guard(lock_);
   auto device = std::make_shared<Device>();
   device->medium = std::move(medium);
-  device->product = std::move(product);
   device->node = freeNode();
   device->handle = ++lastHandle_;
   device->mounted = mounted && device->medium->formatted;

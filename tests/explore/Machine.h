@@ -21,6 +21,7 @@ struct Medium {
   std::string label;
   std::int64_t size = 0;
   std::string vendor = "ACTIONS";
+  std::string product = "HS USB FlashDisk";  // what its device calls itself
   bool formatted = true;
   std::map<std::string, std::string> written;    // what a player would play: path, source
   std::map<std::string, std::string> unwritten;  // what only the system's memory has
@@ -33,7 +34,6 @@ enum class Trouble { kWipe, kFormat, kMount, kUnmount, kCopy, kFlush, kLies, kNo
 // One attach of a medium.
 struct Device {
   std::shared_ptr<Medium> medium;
-  std::string product;
   std::string node;  // "/dev/sdb"
   std::uint32_t handle = 0;
   bool present = true;
@@ -66,7 +66,7 @@ class Machine {
   static constexpr const char* kPassword = "secret";
 
   // Plugs a medium in: the lowest free node, the next handle.
-  std::shared_ptr<Device> attach(std::shared_ptr<Medium> medium, std::string product, bool mounted);
+  std::shared_ptr<Device> attach(std::shared_ptr<Medium> medium, bool mounted);
   void detach(Device& device);
   // Its leaving has been handled: the node is free.
   void forget(const std::shared_ptr<Device>& device);

@@ -1,7 +1,8 @@
 #include "Rules.h"
 
+#include <strings.h>
+
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 #include <utility>
 
@@ -15,31 +16,24 @@ constexpr std::size_t kSearches = 100;
 constexpr std::int64_t kFolder = -1;
 
 // Path and size, in the order of the walks.
-const std::vector<std::pair<std::string, std::int64_t>>& everything() {
-  static const std::vector<std::pair<std::string, std::int64_t>> all{
-      {"/audio/Book", kFolder},        {"/audio/Book/1.mp3", 1000},
-      {"/audio/Book/Part 2", kFolder}, {"/audio/Book/Part 2/1.mp3", 70'000'000},
-      {"/audio/Book/Part 2/2.txt", 5}, {"/audio/Book/note.txt", 77},
-      {"/audio/Empty", kFolder},       {"/audio/Other", kFolder},
-      {"/audio/Other/2.mp3", 0},       {"/audio/Other/3%20x.MP3", 3'000'000'000},
-      {"/audio/Same", kFolder},        {"/audio/Same/1.mp3", 12345},
-      {"/audio/single.mp3", 500},      {"/audio/single.txt", 600},
-  };
-  return all;
-}
+const std::vector<std::pair<std::string, std::int64_t>> kEverything{
+    {"/audio/Book", kFolder},        {"/audio/Book/1.mp3", 1000},
+    {"/audio/Book/Part 2", kFolder}, {"/audio/Book/Part 2/1.mp3", 70'000'000},
+    {"/audio/Book/Part 2/2.txt", 5}, {"/audio/Book/note.txt", 77},
+    {"/audio/Empty", kFolder},       {"/audio/Other", kFolder},
+    {"/audio/Other/2.mp3", 0},       {"/audio/Other/3%20x.MP3", 3'000'000'000},
+    {"/audio/Same", kFolder},        {"/audio/Same/1.mp3", 12345},
+    {"/audio/single.mp3", 500},      {"/audio/single.txt", 600},
+};
 
-std::string extensionOf(const std::string& path) {
-  std::string extension = path.substr(path.rfind('.') + 1);
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  return extension;
+bool isOfType(const std::string& path, const std::string& fileType) {
+  return ::strcasecmp(path.c_str() + path.rfind('.') + 1, fileType.c_str()) == 0;
 }
 
 std::optional<std::int64_t> sizeOf(const std::string& path) {
-  const auto& all = everything();
-  const auto found =
-      std::find_if(all.begin(), all.end(), [&](const auto& entry) { return entry.first == path; });
-  return found != all.end() ? std::optional(found->second) : std::nullopt;
+  const auto found = std::find_if(kEverything.begin(), kEverything.end(),
+                                  [&](const auto& entry) { return entry.first == path; });
+  return found != kEverything.end() ? std::optional(found->second) : std::nullopt;
 }
 
 // What choosing it must give with this file type; none for a file of another type.
@@ -47,16 +41,16 @@ std::optional<Root> rootOf(const std::string& path, const std::string& fileType)
   Root root{path, 0, sizeOf(path) == kFolder, {}};
   if (!root.isFolder) {
     root.size = sizeOf(path).value_or(0);
-    return extensionOf(path) == fileType ? std::optional(root) : std::nullopt;
+    return isOfType(path, fileType) ? std::optional(root) : std::nullopt;
   }
-  for (const auto& [below, size] : everything()) {
+  for (const auto& [below, size] : kEverything) {
     if (!below.starts_with(path + "/")) {
       continue;
     }
     const std::string relative = below.substr(path.size() + 1);
     if (size == kFolder) {
       root.content[relative] = "";
-    } else if (extensionOf(below) == fileType) {
+    } else if (isOfType(below, fileType)) {
       root.content[relative] = below;
       root.size += size;
     }
@@ -65,7 +59,8 @@ std::optional<Root> rootOf(const std::string& path, const std::string& fileType)
 }
 
 bool isNamedAsPlayer(const Device& device) {
-  return device.product == "HS USB FlashDisk" || device.product == "IOUSBDevice";
+  const std::string& product = device.medium->product;
+  return product == "HS USB FlashDisk" || product == "IOUSBDevice";
 }
 
 bool isPlayer(const Device& device) {
@@ -84,13 +79,13 @@ const std::vector<std::string>& audioChoices() {
 }
 
 void addAudio(test::TestFileManager& files) {
-  for (const auto& [path, size] : everything()) {
+  for (const auto& [path, size] : kEverything) {
     if (size != kFolder) {
       files.addFile(path, size);
       continue;
     }
     std::vector<test::WalkStep> steps;
-    for (const auto& [below, bytes] : everything()) {
+    for (const auto& [below, bytes] : kEverything) {
       if (below.starts_with(path + "/")) {
         steps.push_back(bytes == kFolder ? test::folderStep(below) : test::fileStep(below, bytes));
       }
