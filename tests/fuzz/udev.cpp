@@ -8,6 +8,7 @@
 #include "FileHandle.h"
 #include "Input.h"
 #include "Udev.h"
+#include "VolumeOwner.h"
 
 using namespace fillstation;
 
@@ -23,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::require(::write(table.get(), text.data(), text.size()) ==
                 static_cast<ssize_t>(text.size()));
   const std::string path = "/proc/self/fd/" + std::to_string(table.get());
-  for (const auto& place : mountPoints(makedev(8, 16), path)) {
+  for (const auto& place : mountPoints(makedev(8, 16), "", path)) {
     fuzz::require(place.size() <= text.size());
   }
   return 0;

@@ -1,7 +1,6 @@
 #include "DiskFacts.h"
 
 #include <gtest/gtest.h>
-#include <sys/sysmacros.h>
 
 #include "MockMachine.h"
 #include "Udev.h"
@@ -89,27 +88,6 @@ TEST_F(DiskFactsTest, ANodeHasANameAndANumberIsWhollyOne) {
   EXPECT_EQ(udevNumber(""), std::nullopt);
   EXPECT_EQ(udevNumber(std::nullopt), std::nullopt);
   EXPECT_EQ(udevNumber("99999999999999999999"), std::nullopt);
-}
-
-TEST_F(DiskFactsTest, TheMountPointsOfADeviceAreThoseOfItsRootInTheirOrder) {
-  using Paths = std::vector<std::string>;
-  const auto pointsIn = [this](const std::string& table) {
-    return mountPoints(::makedev(8, 17), machine.folder.write("table", table));
-  };
-  EXPECT_EQ(pointsIn("21 1 8:17 / /media/b rw - vfat /dev/sdb1 rw\n"
-                     "22 1 8:16 / /media/c rw - vfat /dev/sdb rw\n"
-                     "23 1 8:17 /Music /home/music rw - vfat /dev/sdb1 rw\n"
-                     "24 1 8:17 / /media/a rw shared:3 - vfat /dev/sdb1 rw\n"),
-            Paths({"/media/b", "/media/a"}));
-  for (const auto& [written, path] : std::vector<std::pair<std::string, std::string>>{
-           {"/m/A\\040B\\134\\011C\\012", "/m/A B\\\tC\n"},
-           {"/m\\701", "/m\xC1"},
-           {"/m\\x40\\8\\04", "/m\\x40\\8\\04"},  // no escapes
-           {"/m\\040", "/m "}}) {
-    EXPECT_EQ(pointsIn("21 1 8:17 / " + written + " rw - vfat x rw\n"), Paths({path}));
-  }
-  EXPECT_EQ(pointsIn("21\n\n"), Paths());
-  EXPECT_EQ(mountPoints(::makedev(8, 17), machine.folder.path("none")), Paths());
 }
 
 }  // namespace fillstation::test

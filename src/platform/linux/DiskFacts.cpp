@@ -1,12 +1,8 @@
 #include "DiskFacts.h"
 
-#include <sys/sysmacros.h>
-
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <utility>
 
 #include "Udev.h"
@@ -100,22 +96,6 @@ UdevDevice lowestUnit(udev* context, udev_device* usb) {
   return lowest;
 }
 
-bool isOctal(char digit) { return digit >= '0' && digit <= '7'; }
-
-// The kernel writes blank, tab, line feed and backslash as a backslash and three octal digits.
-std::string unescaped(const std::string& text) {
-  std::string plain;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == '\\' && at + 3 < text.size() && isOctal(text[at + 1])) {
-      plain += static_cast<char>(std::stoi(text.substr(at + 1, 3), nullptr, 8));
-      at += 3;
-    } else {
-      plain += text[at];
-    }
-  }
-  return plain;
-}
-
 }  // namespace
 
 std::optional<DiskFacts> readDisk(std::string_view name) {
@@ -156,24 +136,6 @@ std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName) {
   const UdevContext context(::udev_new());
   const UdevDevice block = blockDevice(context.get(), blockName);
   return block ? usbHandleOf(usbDeviceAbove(block.get())) : std::nullopt;
-}
-
-std::vector<std::string> mountPoints(dev_t device, const std::string& tablePath) {
-  const std::string wanted =
-      std::to_string(::major(device)) + ":" + std::to_string(::minor(device));
-  std::vector<std::string> found;
-  std::ifstream table(tablePath);
-  for (std::string line; std::getline(table, line);) {
-    std::istringstream fields(line);
-    std::string number;
-    std::string root;
-    std::string mountPoint;
-    fields >> number >> number >> number >> root >> mountPoint;
-    if (number == wanted && root == "/") {
-      found.push_back(unescaped(mountPoint));
-    }
-  }
-  return found;
 }
 
 }  // namespace fillstation

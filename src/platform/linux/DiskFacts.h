@@ -56,10 +56,4 @@ std::optional<std::string> findDiskBelow(const std::string& usbSysPath);
 // The USB device that a block device of any kind lies below, as above. Any thread.
 std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName);
 
-// The directories where the root of the device's file system is mounted, in the order of mounting,
-// read anew from the kernel's table; a part of it that is mounted by itself doesn't count. Any
-// thread.
-std::vector<std::string> mountPoints(dev_t device,
-                                     const std::string& tablePath = "/proc/self/mountinfo");
-
 }  // namespace fillstation

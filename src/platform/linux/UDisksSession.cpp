@@ -11,6 +11,7 @@
 
 #include "Format.h"
 #include "LinuxDisk.h"
+#include "VolumeOwner.h"
 
 namespace fillstation {
 

@@ -29,6 +29,22 @@ std::string joined(const std::vector<std::string>& components) {
   return path;
 }
 
+bool isOctal(char digit) { return digit >= '0' && digit <= '7'; }
+
+// The kernel writes blank, tab, line feed and backslash as a backslash and three octal digits.
+std::string unescaped(const std::string& text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '\\' && at + 3 < text.size() && isOctal(text[at + 1])) {
+      plain += static_cast<char>(std::stoi(text.substr(at + 1, 3), nullptr, 8));
+      at += 3;
+    } else {
+      plain += text[at];
+    }
+  }
+  return plain;
+}
+
 // By the clock of the times of files.
 std::timespec timeNow() {
   std::timespec now{};
@@ -40,25 +56,29 @@ std::timespec timeNow() {
 
 bool VolumeMedium::closesSlowly(int rootDescriptor) {
   struct stat root {};
-  return ::fstat(rootDescriptor, &root) == 0 &&
-         isMountedWith("flush", std::to_string(::major(root.st_dev)) + ':' +
-                                    std::to_string(::minor(root.st_dev)));
+  return ::fstat(rootDescriptor, &root) == 0 && !mountPoints(root.st_dev, "flush").empty();
 }
 
-bool isMountedWith(const std::string& option, const std::string& device,
-                   const std::string& tablePath) {
+std::vector<std::string> mountPoints(dev_t device, const std::string& option,
+                                     const std::string& tablePath) {
+  const std::string wanted =
+      std::to_string(::major(device)) + ":" + std::to_string(::minor(device));
+  std::vector<std::string> found;
   std::ifstream table(tablePath);
   for (std::string line; std::getline(table, line);) {
     std::istringstream fields(line);
     std::string number;
-    fields >> number >> number >> number;
+    std::string root;
+    std::string mountPoint;
+    fields >> number >> number >> number >> root >> mountPoint;
     // What the file system itself was mounted with stands last.
     const std::string options = ',' + line.substr(line.rfind(' ') + 1) + ',';
-    if (number == device && options.find(',' + option + ',') != std::string::npos) {
-      return true;
+    if (number == wanted && root == "/" &&
+        (option.empty() || options.find(',' + option + ',') != std::string::npos)) {
+      found.push_back(unescaped(mountPoint));
     }
   }
-  return false;
+  return found;
 }
 
 bool WriteWindow::makeRoom(std::int64_t count) {

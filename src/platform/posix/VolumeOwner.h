@@ -1,9 +1,12 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "DiskSession.h"
 #include "KernelCalls.h"
@@ -42,10 +45,11 @@ class VolumeMedium {
   }
 };
 
-// True when the file system that the device number stands for ("8:17") is mounted with the option,
-// by a table in the form of the kernel's.
-bool isMountedWith(const std::string& option, const std::string& device,
-                   const std::string& tablePath = "/proc/self/mountinfo");
+// The directories where the root of the device's file system is mounted, in the order of mounting,
+// read anew from the kernel's table; a part of it that is mounted by itself doesn't count. None
+// when the file system itself was not mounted with the option, unless that is empty. Any thread.
+std::vector<std::string> mountPoints(dev_t device, const std::string& option = "",
+                                     const std::string& tablePath = "/proc/self/mountinfo");
 
 // Knows which disk a mounted volume belongs to. Any thread; outlives the file manager.
 class VolumeOwner {

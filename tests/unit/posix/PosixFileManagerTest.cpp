@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -101,20 +102,43 @@ TEST(VolumeMedium, FlushesTheFileSystemAndClosesSlowlyByItsMount) {
   EXPECT_FALSE(medium.closesSlowly(-1));
 }
 
-TEST(VolumeMedium, AnOptionIsTheFileSystemsOwnAndWhole) {
+TEST(MountPoints, AreThoseOfTheRootOfADeviceInTheirOrder) {
+  using Paths = std::vector<std::string>;
   const test::TempFolder folder;
-  const std::string table = folder.write(
-      "mountinfo",
-      "22 1 8:1 / / rw,flush shared:1 - ext4 /dev/sda1 rw\n"
-      "40 22 8:17 / /media/a\\040b rw,nosuid shared:9 - vfat /dev/sdb1 rw,fmask=0022,flush\n"
-      "41 22 8:33 / /media/c rw - vfat /dev/sdc1 flush,rw\n"
-      "42 22 8:49 / /media/d rw - vfat /dev/sdd1 rw,noflush,flushed\n");
-  EXPECT_TRUE(isMountedWith("flush", "8:17", table));
-  EXPECT_TRUE(isMountedWith("flush", "8:33", table));
-  for (const char* device : {"8:1", "8:49", "8:3", "7:17", ""}) {
-    EXPECT_FALSE(isMountedWith("flush", device, table)) << device;
+  const auto pointsIn = [&folder](const std::string& table) {
+    return mountPoints(::makedev(8, 17), "", folder.write("table", table));
+  };
+  EXPECT_EQ(pointsIn("21 1 8:17 / /media/b rw - vfat /dev/sdb1 rw\n"
+                     "22 1 8:16 / /media/c rw - vfat /dev/sdb rw\n"
+                     "23 1 8:17 /Music /home/music rw - vfat /dev/sdb1 rw\n"
+                     "24 1 8:17 / /media/a rw shared:3 - vfat /dev/sdb1 rw\n"),
+            Paths({"/media/b", "/media/a"}));
+  for (const auto& [written, path] : std::vector<std::pair<std::string, std::string>>{
+           {"/m/A\\040B\\134\\011C\\012", "/m/A B\\\tC\n"},
+           {"/m\\701", "/m\xC1"},
+           {"/m\\x40\\8\\04", "/m\\x40\\8\\04"},  // no escapes
+           {"/m\\040", "/m "}}) {
+    EXPECT_EQ(pointsIn("21 1 8:17 / " + written + " rw - vfat x rw\n"), Paths({path}));
   }
-  EXPECT_FALSE(isMountedWith("flush", "8:17", folder.path("none")));
+  EXPECT_EQ(pointsIn("21\n\n"), Paths());
+  EXPECT_EQ(mountPoints(::makedev(8, 17), "", folder.path("none")), Paths());
+}
+
+TEST(MountPoints, AnOptionIsTheFileSystemsOwnAndWhole) {
+  const test::TempFolder folder;
+  const std::string table =
+      folder.write("mountinfo",
+                   "22 1 8:1 / / rw,flush shared:1 - ext4 /dev/sda1 rw\n"
+                   "40 22 8:17 / /media/b rw,nosuid shared:9 - vfat /dev/sdb1 rw,fmask=0022,flush\n"
+                   "41 22 8:33 / /media/c rw - vfat /dev/sdc1 flush,rw\n"
+                   "42 22 8:49 / /media/d rw - vfat /dev/sdd1 rw,noflush,flushed\n");
+  std::vector<std::string> found;
+  for (const unsigned number : {1U, 17U, 33U, 49U, 3U}) {
+    for (const auto& path : mountPoints(::makedev(8, number), "flush", table)) {
+      found.push_back(path);
+    }
+  }
+  EXPECT_EQ(found, (std::vector<std::string>{"/media/b", "/media/c"}));
 }
 
 TEST_F(PosixFileManagerTest, AVolumeIsClosedAndReadBackWhereItHasComeBack) {
