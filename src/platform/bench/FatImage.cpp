@@ -4,11 +4,12 @@
 #include <unistd.h>
 
 #include <QString>
-#include <QStringDecoder>
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
+
+#include "Utf8.h"
 
 namespace fillstation {
 
@@ -51,15 +52,6 @@ std::string fieldText(const std::uint8_t* field, std::size_t length) {
   return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
-std::string lowered(std::string text, bool lower) {
-  if (lower) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-      return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-    });
-  }
-  return text;
-}
-
 std::string joined(const std::string& base, const std::string& extension) {
   return extension.empty() ? base : base + "." + extension;
 }
@@ -86,8 +78,8 @@ struct SlotReader {
     if (base != "." && base != "..") {
       FatEntry entry;
       entry.name = longName ? utf8Of(*longName)
-                            : joined(lowered(base, (slot[12] & 0x08) != 0),
-                                     lowered(extension, (slot[12] & 0x10) != 0));
+                            : joined((slot[12] & 0x08) != 0 ? lowered(base) : base,
+                                     (slot[12] & 0x10) != 0 ? lowered(extension) : extension);
       entry.isDirectory = (slot[11] & kDirectory) != 0;
       entry.firstCluster = (static_cast<std::uint32_t>(word(slot + 20)) << 16) | word(slot + 26);
       entry.size = entry.isDirectory ? 0 : doubleWord(slot + 28);
@@ -119,17 +111,27 @@ struct SlotReader {
 }  // namespace
 
 std::optional<std::u16string> utf16Of(std::string_view text) {
-  QStringDecoder decoder(QStringDecoder::Utf8,
-                         QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
-  const QString decoded = decoder(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
-  if (decoder.hasError()) {
+  const auto points = decodeUtf8(text);
+  if (!points) {
     return std::nullopt;
   }
-  return decoded.toStdU16String();
+  std::u16string units;
+  for (const char32_t point : *points) {
+    const auto both = QChar::fromUcs4(point);
+    units.append(both.begin(), both.end());
+  }
+  return units;
 }
 
 std::string utf8Of(std::u16string_view units) {
   return QString::fromUtf16(units.data(), static_cast<qsizetype>(units.size())).toStdString();
+}
+
+std::string lowered(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
+  });
+  return text;
 }
 
 std::string_view fatName(std::string_view name) {

@@ -44,13 +44,7 @@ int nameError(std::string_view name) {
 }
 
 // Names that are equal after this are the same name: letters of ASCII count alike in both cases.
-std::string folded(std::string_view name) {
-  std::string same(fatName(name));
-  std::transform(same.begin(), same.end(), same.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-  });
-  return same;
-}
+std::string folded(std::string_view name) { return lowered(std::string(fatName(name))); }
 
 // The bytes of a number, the low one first.
 std::string bytesOf(std::uint32_t number, int count = 4) {
