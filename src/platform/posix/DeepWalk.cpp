@@ -5,9 +5,119 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "Utf8.h"
+
 namespace fillstation {
+
+namespace {
+
+// A small letter, and right behind it those that count as it, in the scripts that put accents on
+// letters. Blanks are between the families.
+constexpr std::u32string_view kFamilies =
+    U"aàáâãäåæāăąǎǟǡǣǻǽȁȃȧḁạảấầẩẫậắằẳẵặ bƀḃḅḇ cçćĉċčḉ dðďđḋḍḏḑḓ eèéêëēĕėęěȅȇȩḕḗḙḛḝẹẻẽếềểễệ fḟ"
+    U" gĝğġģǥǧǵḡ hĥħȟḣḥḧḩḫẖ iìíîïĩīĭįıǐȉȋḭḯỉị jĵǰ kķǩḱḳḵ lĺļľłḷḹḻḽ mḿṁṃ nñńņňŋǹṅṇṉṋ"
+    U" oòóôõöøōŏőœơǒǫǭǿȍȏȫȭȯȱṍṏṑṓọỏốồổỗộớờởỡợ pṕṗ rŕŗřȑȓṙṛṝṟ sßśŝşšſșṡṣṥṧṩẛ tţťŧțṫṭṯṱẗ"
+    U" uùúûüũūŭůűųưǔǖǘǚǜȕȗṳṵṷṹṻụủứừửữự vṽṿ wŵẁẃẅẇẉẘ xẋẍ yýÿŷȳẏẙỳỵỷỹ zźżžƶẑẓẕ ʒǯ αά εέ ηή ιΐίϊ οό"
+    U" σς υΰϋύϒϓϔ ωώ аӑӓ гѓ еѐёӗ жӂӝ зӟ ийѝӣӥ кќ оӧ уўӯӱӳ чӵ ыӹ эӭ ії ѵѷ әӛ өӫ";
+
+// By code point what a small letter counts as, 0 for itself.
+constexpr auto kPlain = [] {
+  std::array<char16_t, 0x1F00> plain{};
+  char32_t first = U' ';
+  for (const char32_t letter : kFamilies) {
+    if (first == U' ' || letter == U' ') {
+      first = letter;
+    } else {
+      plain[letter] = static_cast<char16_t>(first);
+    }
+  }
+  return plain;
+}();
+
+// Behind their letter, as some file systems write names.
+bool isCombiningAccent(char32_t point) { return point >= 0x300 && point <= 0x36F; }
+
+std::u32string pointsOf(std::string_view name) {
+  if (auto points = decodeUtf8(name)) {
+    return *std::move(points);
+  }
+  std::u32string points;
+  for (const char byte : name) {
+    points += static_cast<unsigned char>(byte);
+  }
+  return points;
+}
+
+// The name in small letters without accents.
+std::u32string plainLetters(std::string_view name) {
+  std::u32string points = pointsOf(name);
+  std::erase_if(points, isCombiningAccent);
+  for (char32_t& point : points) {
+    point = lowerCase(point);
+    if (point < kPlain.size() && kPlain[point] != 0) {
+      point = kPlain[point];
+    }
+  }
+  return points;
+}
+
+bool isDigit(char32_t sign) { return sign >= '0' && sign <= '9'; }
+
+// A run of digits as the sign for a number, the number of digits, and the digits. Returns its end.
+template <class Sign>
+const Sign* appendNumber(const Sign* at, const Sign* end, std::string& keys) {
+  const Sign* const last = std::find_if_not(at, end, isDigit);
+  at = std::find_if(at, last, [](Sign digit) { return digit != '0'; });
+  auto count = static_cast<std::size_t>(last - at);
+  keys += '0';
+  for (; count >= 0xFF; count -= 0xFF) {
+    keys += '\xFF';
+  }
+  keys += static_cast<char>(count);
+  keys.append(at, last);
+  return last;
+}
+
+// Anything else than a digit: one byte for ASCII, above them three for the rest.
+void appendSign(char32_t sign, std::string& keys) {
+  if (sign < 0x80) {
+    keys += static_cast<char>(sign >= 'A' && sign <= 'Z' ? sign - 'A' + 'a' : sign);
+  } else {
+    keys += {static_cast<char>(0x80 | sign >> 16U), static_cast<char>(sign >> 8U),
+             static_cast<char>(sign)};
+  }
+}
+
+template <class Text>
+void appendText(const Text& text, std::string& keys) {
+  const auto* at = text.data();
+  const auto* const end = at + text.size();
+  while (at != end) {
+    const auto sign = static_cast<char32_t>(*at);
+    if (isDigit(sign)) {
+      at = appendNumber(at, end, keys);
+    } else {
+      appendSign(sign, keys);
+      ++at;
+    }
+  }
+}
+
+}  // namespace
+
+void appendSortKey(std::string_view name, std::string& keys) {
+  if (isAscii(name)) {
+    appendText(name, keys);
+  } else {
+    appendText(plainLetters(name), keys);
+  }
+  // Below everything else that a key holds at the beginning of a sign.
+  keys += '\0';
+  keys += name;
+}
 
 DeepWalk::DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,
                    std::function<void()> onStep)
