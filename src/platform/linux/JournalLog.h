@@ -1,13 +1,24 @@
 #pragma once
 
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "FileHandle.h"
+#include "Format.h"
 #include "StreamLog.h"
 #include "SystemLog.h"
 
@@ -23,18 +34,80 @@ class JournalLog : public SystemLog {
  public:
   explicit JournalLog(std::FILE* stream = stderr,
                       std::string socketPath = "/run/systemd/journal/socket",
-                      std::chrono::milliseconds patience = std::chrono::milliseconds(200));
+                      std::chrono::milliseconds patience = std::chrono::milliseconds(200))
+      : file_(stream),
+        stream_(stream),
+        socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
+        socketPath_(std::move(socketPath)),
+        streamIsJournal_(isJournal(stream)) {
+    const timeval limit{patience.count() / 1000, patience.count() % 1000 * 1000};
+    ::setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+  }
 
-  void write(std::string_view text) override;
+  void write(std::string_view text) override {
+    const std::size_t missed = missed_.exchange(0);
+    const Sent sent = send(text, missed);
+    if (sent != Sent::taken) {
+      missed_ += sent == Sent::full ? missed + 1 : missed;
+    }
+    // A stream that leads to the same journal gets only what did not get there.
+    if (!streamIsJournal_ || sent == Sent::failed || (sent == Sent::full && takesMore(file_))) {
+      stream_.write(text);
+    }
+  }
 
  private:
+  // What the entries of the journal are found by.
+  static constexpr std::string_view kIdentifier = "SYSLOG_IDENTIFIER=fillstation\n";
+  static constexpr std::string_view kMessage = "MESSAGE\n";
+
+  // A field that may hold line feeds: its name, its length in 64 bits, lowest byte first, its
+  // bytes.
+  static std::string entryOf(std::string_view text, std::size_t missed) {
+    std::string entry(kIdentifier);
+    if (missed > 0) {
+      entry += formatText("FILLSTATION_MISSED=%@\n", std::to_string(missed));
+    }
+    entry += kMessage;
+    for (std::uint64_t length = text.size(), byte = 0; byte < sizeof(length); ++byte) {
+      entry += static_cast<char>(length >> 8 * byte & 0xFF);
+    }
+    entry += text;
+    entry += '\n';
+    return entry;
+  }
+
+  // Whoever has connected the stream to the journal says so by its device and inode.
+  static bool isJournal(std::FILE* stream) {
+    const char* const journal = std::getenv("JOURNAL_STREAM");
+    struct stat status {};
+    return journal != nullptr && ::fstat(::fileno(stream), &status) == 0 &&
+           journal == std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+  }
+
+  // Whether a text can be written there at once.
+  static bool takesMore(std::FILE* stream) {
+    pollfd waiting{::fileno(stream), POLLOUT, 0};
+    return ::poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT) != 0;
+  }
+
   enum class Sent { taken, full, failed };
 
   // `missed` is how many records before this one the journal did not take.
-  Sent send(std::string_view text, std::size_t missed);
+  Sent send(std::string_view text, std::size_t missed) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath_.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const std::string entry = entryOf(text, missed);
+    const bool taken =
+        ::sendto(socket_.get(), entry.data(), entry.size(), givenUp_ ? MSG_DONTWAIT : 0,
+                 reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0;
+    const Sent sent = taken ? Sent::taken : errno == EAGAIN ? Sent::full : Sent::failed;
+    givenUp_ = sent == Sent::full;
+    return sent;
+  }
 
   std::FILE* const file_;
-
   StreamLog stream_;
   // Connected to nobody, so that it outlives a journal that is started anew.
   const FileHandle socket_;
