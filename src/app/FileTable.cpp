@@ -95,8 +95,34 @@ class FileRows : public QAbstractTableModel {
   int columnCount(const QModelIndex& parent) const override {
     return parent.isValid() ? 0 : static_cast<int>(kColumns.size());
   }
-  QVariant data(const QModelIndex& index, int role) const override;
-  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  QVariant data(const QModelIndex& index, int role) const override {
+    if (index.row() >= rowCount()) {
+      return {};  // the list was changed behind the table's back and not reloaded yet
+    }
+    switch (role) {
+      case Qt::DisplayRole:
+        return cellText(index);
+      case Qt::ToolTipRole:
+        return toolTipText(tip(index));
+      case Qt::TextAlignmentRole:
+        return alignmentOf(index.column());
+      default:
+        return {};
+    }
+  }
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
+    if (orientation != Qt::Horizontal) {
+      return {};
+    }
+    switch (role) {
+      case Qt::DisplayRole:
+        return FileTable::tr(kColumns.at(static_cast<std::size_t>(section)).title);
+      case Qt::TextAlignmentRole:
+        return alignmentOf(section);
+      default:
+        return {};
+    }
+  }
 
   // To be called when the list has changed.
   void reload() {
@@ -105,62 +131,28 @@ class FileRows : public QAbstractTableModel {
   }
 
  private:
-  QString cellText(const QModelIndex& index) const;
+  QString cellText(const QModelIndex& index) const {
+    const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
+    const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
+    if (const auto* number = std::get_if<Number>(&value)) {
+      return fileSizeText(number->value());
+    }
+    const auto* text = std::get_if<std::string>(&value);
+    return text != nullptr ? displayText(std::string_view(*text)) : QString();
+  }
   // It says of a file root that it can't be copied.
-  QString tip(const QModelIndex& index) const;
+  QString tip(const QModelIndex& index) const {
+    const TRFile& root = *songs_->list()->at(static_cast<std::size_t>(index.row()));
+    QString text = cellText(index);
+    if (!root.isDir()) {
+      text += QLatin1Char('\n') +
+              FileTable::tr("A single file always fails to copy: add its folder instead.");
+    }
+    return text;
+  }
 
   std::shared_ptr<TRSongsTVC> songs_;
 };
-
-QVariant FileRows::data(const QModelIndex& index, int role) const {
-  if (index.row() >= rowCount()) {
-    return {};  // the list was changed behind the table's back and not reloaded yet
-  }
-  switch (role) {
-    case Qt::DisplayRole:
-      return cellText(index);
-    case Qt::ToolTipRole:
-      return toolTipText(tip(index));
-    case Qt::TextAlignmentRole:
-      return alignmentOf(index.column());
-    default:
-      return {};
-  }
-}
-
-QVariant FileRows::headerData(int section, Qt::Orientation orientation, int role) const {
-  if (orientation != Qt::Horizontal) {
-    return {};
-  }
-  switch (role) {
-    case Qt::DisplayRole:
-      return FileTable::tr(kColumns.at(static_cast<std::size_t>(section)).title);
-    case Qt::TextAlignmentRole:
-      return alignmentOf(section);
-    default:
-      return {};
-  }
-}
-
-QString FileRows::cellText(const QModelIndex& index) const {
-  const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
-  const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
-  if (const auto* number = std::get_if<Number>(&value)) {
-    return fileSizeText(number->value());
-  }
-  const auto* text = std::get_if<std::string>(&value);
-  return text != nullptr ? displayText(std::string_view(*text)) : QString();
-}
-
-QString FileRows::tip(const QModelIndex& index) const {
-  const TRFile& root = *songs_->list()->at(static_cast<std::size_t>(index.row()));
-  QString text = cellText(index);
-  if (!root.isDir()) {
-    text += QLatin1Char('\n') +
-            FileTable::tr("A single file always fails to copy: add its folder instead.");
-  }
-  return text;
-}
 
 FileTable::FileTable(QWidget* parent)
     : QTableView(parent),

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <QPainter>
 #include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionFocusRect>
 #include <QTextCharFormat>
+#include <QTextLayout>
 
 #include "Url.h"
+#include "WindowStyle.h"
 
 namespace fillstation {
 
@@ -33,20 +38,55 @@ class LinkButton : public QPushButton {
   Q_OBJECT
 
  public:
-  explicit LinkButton(QWidget* parent = nullptr);
+  explicit LinkButton(QWidget* parent = nullptr) : QPushButton(parent) {
+    setCursor(Qt::PointingHandCursor);
+    setFlat(true);
+    // After a click the Space bar belongs to whatever it worked before.
+    setFocusPolicy(Qt::TabFocus);
+  }
 
   TRAttributedString attributedTitle() const { return {text(), attributes_}; }
-  void setAttributedTitle(const TRAttributedString& title);
+  void setAttributedTitle(const TRAttributedString& title) {
+    attributes_ = title.attributes;
+    setText(title.text);
+    update();
+  }
 
-  QSize sizeHint() const override;
+  QSize sizeHint() const override {
+    const QFontMetrics metrics(font());
+    return {metrics.horizontalAdvance(text()) + 2 * kMargin, metrics.height() + 2 * kMargin};
+  }
 
   // The title's colour and underline as they are painted.
-  QTextCharFormat paintedFormat() const;
+  QTextCharFormat paintedFormat() const {
+    QTextCharFormat format;
+    format.setFontUnderline(attributes_.fontUnderline());
+    format.setForeground(
+        attributes_.hasProperty(QTextFormat::ForegroundBrush)
+            ? readable(attributes_.foreground().color(), palette().color(QPalette::Window))
+            : palette().color(QPalette::ButtonText));
+    return format;
+  }
 
  protected:
-  void paintEvent(QPaintEvent* event) override;
+  void paintEvent(QPaintEvent* /*event*/) override {
+    QPainter painter(this);
+    QTextLayout layout(text(), font());
+    layout.setFormats({{0, static_cast<int>(text().size()), paintedFormat()}});
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    layout.draw(&painter, QPointF(kMargin, (height() - layout.boundingRect().height()) / 2));
+    if (hasFocus()) {
+      QStyleOptionFocusRect option;
+      option.initFrom(this);
+      style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+    }
+  }
 
  private:
+  static constexpr int kMargin = 4;
+
   QTextCharFormat attributes_;
 };
 
