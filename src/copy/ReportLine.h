@@ -5,7 +5,11 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
+#include <utility>
 #include <vector>
+
+#include "Platform.h"
 
 namespace fillstation {
 
@@ -31,28 +35,83 @@ class ReportLine {
 
   // Runs the report on the main thread and returns when it has returned, or without it when the
   // program is ending.
-  void pass(const Report& report);
+  void pass(const Report& report) {
+    const auto own = std::make_shared<Member>(report);
+    {
+      const std::scoped_lock guard(lock_);
+      line_.push_back(own);
+      isEmpty_ = false;
+      if (!std::exchange(busy_, true)) {
+        own->turn = Turn::leads;
+      }
+    }
+    own->turn.wait(Turn::waits);
+    if (own->turn == Turn::leads) {
+      lead();
+    }
+  }
 
   // How many wait for being shown.
-  std::size_t waiting();
+  std::size_t waiting() {
+    const std::scoped_lock guard(lock_);
+    return line_.size();
+  }
 
  private:
   enum class Turn { waits, leads, ended };
   struct Member {
     explicit Member(const Report& own) : report(own) {}
-    void give(Turn value);
+    void give(Turn value) {
+      turn = value;
+      turn.notify_one();
+    }
 
     const Report& report;
     std::atomic<Turn> turn = Turn::waits;
   };
   using Line = std::vector<std::shared_ptr<Member>>;
 
-  void lead();
+  void lead() {
+    {
+      const std::scoped_lock shown(shown_);
+      if (!platform().mainThread->runAndWait([this] { show(); })) {
+        for (const auto& member : takeAll()) {
+          member->give(Turn::ended);
+        }
+      }
+    }
+    const std::scoped_lock guard(lock_);
+    busy_ = !line_.empty();
+    if (busy_) {
+      line_.front()->give(Turn::leads);
+    }
+  }
   // The body of a hand-over.
-  void show();
+  void show() {
+    for (int shown = 0; shown < most_;) {
+      const Line members = awaitMore();
+      if (members.empty()) {
+        return;
+      }
+      for (const auto& member : members) {
+        member->report();
+        member->give(Turn::ended);
+        ++shown;
+      }
+    }
+  }
   // Takes all that wait, after some patience when nobody does.
-  Line awaitMore();
-  Line takeAll();
+  Line awaitMore() {
+    for (int looks = 0; isEmpty_ && looks < patience_; ++looks) {
+      std::this_thread::yield();
+    }
+    return takeAll();
+  }
+  Line takeAll() {
+    const std::scoped_lock guard(lock_);
+    isEmpty_ = true;
+    return std::exchange(line_, {});
+  }
 
   std::mutex& shown_;
   const int patience_;

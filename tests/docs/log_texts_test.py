@@ -18,7 +18,7 @@ INDIRECT = {
     ("Platform.h", "formatText(pattern, values...)"): (),  # is logText()
     ("SystemLog.h", "texts_"): (),  # what was added
     ("TRFile.cpp", "std::move(address)"): ("file:///…",),
-    ("UsbWatcher.cpp", "textOf(record.mountPath).c_str()"): ("/media/…",),
+    ("UsbUtil.cpp", "textOf(record.mountPath).c_str()"): ("/media/…",),
 }
 
 
