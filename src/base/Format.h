@@ -34,6 +34,15 @@ std::string formatText(std::string_view pattern, const Values&... values) {
   return out.append(pattern);
 }
 
+// The text with `to` in place of each occurrence of `from`, which isn't empty.
+inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
 // Overwrites the text in memory in a way that no compiler leaves out, and empties it.
 inline void wipeText(std::string& text) {
   ::explicit_bzero(text.data(), text.size());

@@ -7,6 +7,7 @@
 #include "BenchBackEnd.h"
 #include "BenchDisks.h"
 #include "BenchVolume.h"
+#include "ScriptCompiler.h"
 
 namespace fillstation::contract {
 
@@ -44,7 +45,7 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   bench->writeHead("a", std::string(40960, 'm'));
   const ScriptOutcome outcome = runAsAdministrator(wipeCommand(identity.node), identity);
   EXPECT_FALSE(outcome.result);
-  EXPECT_EQ(outcome.errorNumber, kNotThePlayerNumber);
+  EXPECT_EQ(outcome.errorNumber, ScriptError::kNotThePlayer);
   EXPECT_EQ(outcome.errorMessage, "The device has gone.");
   EXPECT_TRUE(isPulled());
   EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));

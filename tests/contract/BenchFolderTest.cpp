@@ -4,6 +4,7 @@
 
 #include "BenchBackEnd.h"
 #include "ChildProcess.h"
+#include "ScriptCompiler.h"
 
 namespace fillstation::contract {
 
@@ -193,10 +194,10 @@ TEST_P(BenchFolderTest, ARefusalSaysByItsNumberWhatWasWrong) {
     return bench->scriptRunner().run(scriptFor(command, user, password), nobody).errorNumber;
   };
   const std::string wipe = wipeCommand("/dev/vp0");
-  EXPECT_EQ(run(wipe, "anna", "bench"), kWrongCredentialsNumber);
-  EXPECT_EQ(run(wipe, "bench", "secret"), kWrongCredentialsNumber);
-  EXPECT_EQ(run(wipe, "bench", "bench"), kNotThePlayerNumber);
-  EXPECT_EQ(run("true", "bench", "bench"), kNotAPlayerCommandNumber);
+  EXPECT_EQ(run(wipe, "anna", "bench"), ScriptError::kWrongCredentials);
+  EXPECT_EQ(run(wipe, "bench", "secret"), ScriptError::kWrongCredentials);
+  EXPECT_EQ(run(wipe, "bench", "bench"), ScriptError::kNotThePlayer);
+  EXPECT_EQ(run("true", "bench", "bench"), ScriptError::kNotAPlayerCommand);
 }
 
 }  // namespace

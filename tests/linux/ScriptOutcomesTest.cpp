@@ -189,7 +189,7 @@ class ScriptCredentialsTest : public ScriptBoxTest {
   static constexpr std::int64_t kAccepted = ScriptError::kNotThePlayer;
   static constexpr std::int64_t kWrong = ScriptError::kWrongCredentials;
   static constexpr std::int64_t kUnknown = ScriptError::kUnknownUser;
-  static constexpr std::int64_t kNone = kScriptSyntaxErrorNumber;
+  static constexpr std::int64_t kNone = ScriptError::kSyntax;
 
   // Each user with each password, in the text that a task makes of them, run for a device.
   static void expect(std::int64_t number, const std::vector<std::string>& users,

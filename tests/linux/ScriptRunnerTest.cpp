@@ -134,7 +134,7 @@ class ScriptHostileTest : public ScriptRunnerTest,
   // The command is for the disk that it names, and no agent hears of it.
   void expectRefused(const std::string& command, const std::string& node) {
     EXPECT_EQ(run(command, "boss", "0", {node, kTarget.usbHandle}).errorNumber,
-              isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kNotAPlayerCommand)
+              isSyntax() ? ScriptError::kSyntax : ScriptError::kNotAPlayerCommand)
         << command;
     EXPECT_FALSE(asked_);
     EXPECT_EQ(noted(), "");
@@ -157,7 +157,7 @@ TEST_P(ScriptHostileTest, BesideADeviceNameItReachesNoShell) {
 }
 
 TEST_P(ScriptHostileTest, AsCredentialsItReachesTheAgentAsItIs) {
-  const auto expected = isSyntax() ? kScriptSyntaxErrorNumber : ScriptError::kWrongCredentials;
+  const auto expected = isSyntax() ? ScriptError::kSyntax : ScriptError::kWrongCredentials;
   EXPECT_EQ(run(kWipe, bytes(), "refuse").errorNumber, expected);
   EXPECT_EQ(run(kWipe, "refuse", bytes()).errorNumber, expected);
   EXPECT_EQ(noted(), isSyntax() ? ""

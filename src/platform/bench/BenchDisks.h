@@ -32,11 +32,6 @@ struct BenchServices {
   SystemLog& log;
 };
 
-// Numbers of the bench's own refusals of a script; an exit status is 0 to 255.
-inline constexpr std::int64_t kWrongCredentialsNumber = -1002;
-inline constexpr std::int64_t kNotAPlayerCommandNumber = -1003;
-inline constexpr std::int64_t kNotThePlayerNumber = -1004;
-
 // The players of a bench, those that are plugged in and those whose leaving is still to be handled,
 // and what is done to their disks: the requests, each on a worker and one after the other for each
 // player; the two commands, by the system's real tools in a real shell, for the administrator

@@ -4,6 +4,7 @@
 #include "BenchDisks.h"
 #include "BenchFolder.h"
 #include "FileHandle.h"
+#include "Format.h"
 #include "ScriptCompiler.h"
 
 namespace fillstation {
@@ -15,11 +16,7 @@ constexpr std::string_view kPlayerVendor = "ACTIONS";
 // User name and password.
 constexpr std::string_view kAdministrator = "bench";
 
-ScriptOutcome failure(std::int64_t number, std::string message) {
-  return ScriptOutcome{std::nullopt, number, std::move(message)};
-}
-
-ScriptOutcome gone() { return failure(kNotThePlayerNumber, "The device has gone."); }
+ScriptOutcome gone() { return failure(ScriptError::kNotThePlayer, "The device has gone."); }
 
 // Why the command must not run on this player, none when it may.
 std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdentity& target) {
@@ -27,10 +24,10 @@ std::optional<ScriptOutcome> refusal(const BenchPlayer& player, const DiskIdenti
     return gone();
   }
   if (player.identity().vendor != kPlayerVendor) {
-    return failure(kNotThePlayerNumber, "The disk is not a player.");
+    return failure(ScriptError::kNotThePlayer, "The disk is not a player.");
   }
   if (player.volume()) {
-    return failure(kNotThePlayerNumber, "The disk is mounted.");
+    return failure(ScriptError::kNotThePlayer, "The disk is mounted.");
   }
   return std::nullopt;
 }
@@ -87,11 +84,11 @@ ScriptOutcome BenchDisks::run(std::string_view source, const DiskIdentity& targe
   }
   const Script& script = std::get<Script>(compiled);
   if (script.userName != kAdministrator || script.password != kAdministrator) {
-    return failure(kWrongCredentialsNumber, "The user name or the password is wrong.");
+    return failure(ScriptError::kWrongCredentials, "The user name or the password is wrong.");
   }
   const auto command = parsePlayerCommand(script.command);
   if (!command || command->node != target.node) {
-    return failure(kNotAPlayerCommandNumber, "The command is not one for this player.");
+    return failure(ScriptError::kNotAPlayerCommand, "The command is not one for this player.");
   }
   const auto player = find(target);
   if (!player) {

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "FileHandle.h"
+#include "Format.h"
 
 namespace fillstation {
 
@@ -83,14 +84,6 @@ bool unplugImage(const std::string& imagePath) {
 
 ShellResult runOnImage(const std::string& command, int image) {
   return runShell("export PATH=\"$PATH:/usr/sbin:/sbin\"; " + command, {{image, 3}});
-}
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  for (std::size_t at = text.find(from); at != std::string::npos;
-       at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
 }
 
 bool isOpenOn(int descriptor, const std::string& path) {

@@ -39,7 +39,4 @@ inline constexpr const char* kHandedImage = "/proc/self/fd/3";
 // which are not on the PATH of an ordinary user, are found.
 ShellResult runOnImage(const std::string& command, int image);
 
-// The text with one in place of each occurrence of the other.
-std::string replaced(std::string text, const std::string& from, const std::string& to);
-
 }  // namespace fillstation

@@ -10,20 +10,8 @@ namespace fillstation {
 
 namespace {
 
-ScriptOutcome failure(std::int64_t number, std::string message) {
-  return {std::nullopt, number, std::move(message)};
-}
-
 // The name by which the tools know the disk that the guard holds open.
 constexpr std::string_view kHeldNode = "/dev/fd/9";
-
-std::string replaced(std::string text, std::string_view from, const std::string& to) {
-  for (std::size_t at = text.find(from); at != std::string::npos;
-       at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
 
 // An agent that has gone may have taken the command with it.
 bool mayHaveBegun(const AgentReply& reply) {

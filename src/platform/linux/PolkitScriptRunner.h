@@ -12,19 +12,6 @@
 
 namespace fillstation {
 
-// The numbers of failures other than an exit status (0 to 255).
-struct ScriptError {
-  static constexpr std::int64_t kCancelled = -128;
-  static constexpr std::int64_t kWrongCredentials = -1002;
-  static constexpr std::int64_t kNotAPlayerCommand = -1003;
-  static constexpr std::int64_t kNotThePlayer = -1004;
-  static constexpr std::int64_t kUnavailable = -1005;
-  static constexpr std::int64_t kUnknownUser = -1006;
-  static constexpr std::int64_t kNotAdministrator = -1007;
-  static constexpr std::int64_t kNeedsMore = -1008;
-  static constexpr std::int64_t kNotChecked = -1009;
-};
-
 // Runs the two commands that change a player as root, authenticated by polkit with the typed
 // credentials, and only on the disk that they are meant for. Any thread, several at once.
 class PolkitScriptRunner : public ScriptRunner {

@@ -45,7 +45,8 @@ std::variant<Script, ScriptOutcome> compileScript(std::string_view source) {
   auto userName = takeString(source, " user name \"");
   auto password = takeString(source, " password \"");
   if (!command || !userName || !password || source != " with administrator privileges") {
-    return ScriptOutcome{{}, kScriptSyntaxErrorNumber, std::string(kScriptSyntaxErrorMessage)};
+    return failure(ScriptError::kSyntax,
+                   "The script is not a single command with a user name and a password.");
   }
   return Script{*std::move(command), *std::move(userName), *std::move(password)};
 }

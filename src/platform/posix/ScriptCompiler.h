@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 #include "ScriptRunner.h"
@@ -17,17 +18,29 @@ struct Script {
   std::string password;
 };
 
-// The outcome of a text that is not exactly one command. The number is our own: no exit status (0
-// to 255) and not the number of a cancelled authentication (-128).
-inline constexpr std::int64_t kScriptSyntaxErrorNumber = -1001;
-inline constexpr std::string_view kScriptSyntaxErrorMessage =
-    "The script is not a single command with a user name and a password.";
+// The numbers of the runners' own failures: no exit status (0 to 255).
+struct ScriptError {
+  static constexpr std::int64_t kCancelled = -128;  // the authentication
+  static constexpr std::int64_t kSyntax = -1001;    // the text is not exactly one command
+  static constexpr std::int64_t kWrongCredentials = -1002;
+  static constexpr std::int64_t kNotAPlayerCommand = -1003;
+  static constexpr std::int64_t kNotThePlayer = -1004;
+  static constexpr std::int64_t kUnavailable = -1005;
+  static constexpr std::int64_t kUnknownUser = -1006;
+  static constexpr std::int64_t kNotAdministrator = -1007;
+  static constexpr std::int64_t kNeedsMore = -1008;
+  static constexpr std::int64_t kNotChecked = -1009;
+};
+
+// The outcome of a script that has failed.
+inline ScriptOutcome failure(std::int64_t number, std::string message) {
+  return {std::nullopt, number, std::move(message)};
+}
 
 // Compiles exactly
 //   do shell script "…" user name "…" password "…" with administrator privileges
 // with single blanks between the words and nothing before or behind. The contents of the strings
-// are any bytes but the double quote and the backslash. Any other text gives the outcome above. Any
-// thread.
+// are any bytes but the double quote and the backslash. Any other text gives a failure. Any thread.
 std::variant<Script, ScriptOutcome> compileScript(std::string_view source);
 
 // One of the two commands that change a player.
