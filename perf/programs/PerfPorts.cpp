@@ -39,21 +39,8 @@ class PerfPorts::Session : public DiskSession {
     std::from_chars(digits.data(), digits.data() + digits.size(), player);
     return std::make_shared<OneDisk>(mountPaths_.at(player));
   }
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& /*expected*/,
-             Completion completion) override {
-    complete(std::move(disk), std::move(completion));
-  }
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& /*expected*/,
+  void request(DiskRequest /*what*/, std::shared_ptr<Disk> disk, const DiskIdentity& /*expected*/,
                Completion completion) override {
-    complete(std::move(disk), std::move(completion));
-  }
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& /*expected*/,
-             Completion completion) override {
-    complete(std::move(disk), std::move(completion));
-  }
-
- private:
-  void complete(std::shared_ptr<Disk> disk, Completion completion) {
     mainThread_.post([disk = std::move(disk), completion = std::move(completion)] {
       if (completion) {
         completion(disk, nullptr);
@@ -61,6 +48,7 @@ class PerfPorts::Session : public DiskSession {
     });
   }
 
+ private:
   const std::vector<std::string>& mountPaths_;
   QtMainThread& mainThread_;
 };

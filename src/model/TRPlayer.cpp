@@ -7,12 +7,11 @@ namespace fillstation {
 namespace {
 
 // The disk is made anew for each request: the name may stand for another one by now.
-void request(TRPlayer& player, decltype(&DiskSession::mount) what,
-             decltype(&mountCallback) callback) {
+void request(TRPlayer& player, DiskRequest what, decltype(&mountCallback) callback) {
   const auto diskName = player.diskName();
   const auto disk = diskName ? session->diskFromName(*diskName) : nullptr;
-  ((*session).*what)(
-      disk, player.identity(),
+  session->request(
+      what, disk, player.identity(),
       [self = player.shared_from_this(), callback](const auto& asked, const Dissenter* dissenter) {
         callback(asked, dissenter, self);
       });
@@ -39,11 +38,11 @@ bool TRPlayer::refresVolumeInfo() {
   return volumeName && volumePath;
 }
 
-void TRPlayer::mount() { request(*this, &DiskSession::mount, mountCallback); }
+void TRPlayer::mount() { request(*this, DiskRequest::mount, mountCallback); }
 
-void TRPlayer::unmount() { request(*this, &DiskSession::unmount, unmountCallback); }
+void TRPlayer::unmount() { request(*this, DiskRequest::unmount, unmountCallback); }
 
-void TRPlayer::eject() { request(*this, &DiskSession::unmount, unmountEjectCallback); }
+void TRPlayer::eject() { request(*this, DiskRequest::unmount, unmountEjectCallback); }
 
 void TRPlayer::OnDeviceMounted() {
   setIsMounted(true);
@@ -71,7 +70,7 @@ void unmountCallback(const std::shared_ptr<Disk>& /*disk*/, const Dissenter* /*d
 
 void unmountEjectCallback(const std::shared_ptr<Disk>& disk, const Dissenter* /*dissenter*/,
                           const std::shared_ptr<TRPlayer>& context) {
-  session->eject(disk, context->identity(), {});
+  session->request(DiskRequest::eject, disk, context->identity(), {});
   logText("\nDevice Ejected\n");
 }
 

@@ -9,6 +9,14 @@
 
 namespace fillstation {
 
+// The node's path of a disk or partition, and the name in one ("sdb" of "/dev/sdb"); a name is its
+// own.
+inline constexpr std::string_view kDeviceFolder = "/dev/";
+inline std::string nodeOf(const std::string& name) { return std::string(kDeviceFolder) + name; }
+inline std::string diskNameOf(std::string_view node) {
+  return std::string(node.substr(node.starts_with(kDeviceFolder) ? kDeviceFolder.size() : 0));
+}
+
 // Which player a destructive or state-changing request is meant for. The platform refuses to act on
 // any disk that is not this one any more.
 struct DiskIdentity {
@@ -40,6 +48,10 @@ class Disk {
   virtual std::optional<DiskDescription> copyDescription() = 0;
 };
 
+// To mount the disk's volume at the default place; to unmount every volume of the disk; to eject
+// the device.
+enum class DiskRequest { mount, unmount, eject };
+
 // A connection to the system's disk service. Requests may be made on any thread; they are executed
 // and completed strictly in request order per disk, never inside the call, on the main thread, and
 // never timed out. A completion holds whatever it captured until it has run.
@@ -54,15 +66,10 @@ class DiskSession {
   // is present and for a remembered one while its leaving is handled; otherwise null.
   virtual std::shared_ptr<Disk> diskFromName(std::string_view name) = 0;
 
-  // Mount the disk's volume at the default place; unmount every volume of the disk; eject the
-  // device. Without a disk, or with one that is not `expected` any more, the completion brings a
-  // dissenter. A completion may be empty.
-  virtual void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                     Completion completion) = 0;
-  virtual void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+  // Without a disk, or with one that is not `expected` any more, the completion brings a dissenter.
+  // A completion may be empty.
+  virtual void request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                        Completion completion) = 0;
-  virtual void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                     Completion completion) = 0;
 };
 
 }  // namespace fillstation

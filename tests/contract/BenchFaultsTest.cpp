@@ -19,7 +19,7 @@ class BenchFaultsTest : public BenchTest {
   // Whether the volume, which nobody has open any more, can be unmounted.
   bool unmounts() {
     volume.reset();
-    return succeeds(&DiskSession::unmount, identity);
+    return succeeds(DiskRequest::unmount, identity);
   }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
@@ -34,7 +34,7 @@ TEST_P(BenchFaultsTest, ARefusedFormatFailsWithTheToolsOwnWordsAndLeavesTheImage
   EXPECT_EQ(outcome.errorNumber, 1);
   EXPECT_NE(outcome.errorMessage.value_or("").find("mkfs.fat: "), std::string::npos);
   EXPECT_EQ(outcome.errorMessage->find("/proc/"), std::string::npos);
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::mount, identity));
   EXPECT_EQ(bench->mediumSize("a"), 64 * 1024 * 1024);
 }
 

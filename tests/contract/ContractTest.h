@@ -121,13 +121,10 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
     };
   }
 
-  using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
-                                        DiskSession::Completion);
-
   // Requests and waits; true when it was not refused.
-  bool succeeds(Request request, const DiskIdentity& identity) {
+  bool succeeds(DiskRequest request, const DiskIdentity& identity) {
     Outcome outcome;
-    ((*session).*request)(diskOf(identity), identity, noting(outcome));
+    session->request(request, diskOf(identity), identity, noting(outcome));
     EXPECT_TRUE(backEnd->await([&] { return outcome.completed; }));
     return !outcome.refused;
   }

@@ -50,7 +50,7 @@ TEST_P(DiskSessionContract, ABlankMediumHasNeitherNameNorPath) {
   PlayerWish wish;
   wish.blank = true;
   const DiskIdentity identity = plugIn("a", wish);
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::mount, identity));
   const DiskDescription read = description(identity);
   EXPECT_EQ(vendor(identity), "ACTIONS");
   EXPECT_FALSE(read.volumeName);
@@ -60,13 +60,13 @@ TEST_P(DiskSessionContract, ABlankMediumHasNeitherNameNorPath) {
 TEST_P(DiskSessionContract, UnmountingTakesThePathAndMountingBringsItBack) {
   const DiskIdentity identity = plugInMounted("a");
   const auto path = mountPath(identity);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   EXPECT_EQ(mountPath(identity), path);
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
   EXPECT_EQ(mountPath(identity), std::nullopt);
   EXPECT_EQ(volumeName(identity), "BOOKS");
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   EXPECT_TRUE(mountPath(identity));
 }
 
@@ -74,13 +74,15 @@ TEST_P(DiskSessionContract, CompletesOnTheMainThreadAndNeverInsideTheCall) {
   const DiskIdentity identity = plugInMounted("a");
   const auto disk = diskOf(identity);
   Outcome outcome;
-  session->unmount(disk, identity, noting(outcome));
+  session->request(DiskRequest::unmount, disk, identity, noting(outcome));
   EXPECT_FALSE(outcome.completed);
   ASSERT_TRUE(backEnd->await([&] { return outcome.completed; }));
   EXPECT_EQ(outcome.thread, std::this_thread::get_id());
   EXPECT_EQ(outcome.disk, disk);
   Outcome ofAnother;
-  std::thread([&] { session->unmount(disk, identity, noting(ofAnother)); }).join();
+  std::thread([&] {
+    session->request(DiskRequest::unmount, disk, identity, noting(ofAnother));
+  }).join();
   ASSERT_TRUE(backEnd->await([&] { return ofAnother.completed; }));
   EXPECT_EQ(ofAnother.thread, std::this_thread::get_id());
 }
@@ -94,11 +96,11 @@ TEST_P(DiskSessionContract, RequestsAreDoneInTheirOrder) {
       done.push_back(std::string(what) + (refused != nullptr ? " refused" : ""));
     };
   };
-  session->unmount(disk, identity, note("unmount"));
-  session->mount(disk, identity, note("mount"));
-  session->unmount(disk, {identity.node, 0}, note("wrong"));
-  session->eject(disk, identity, note("eject"));
-  session->mount(disk, identity, note("late mount"));
+  session->request(DiskRequest::unmount, disk, identity, note("unmount"));
+  session->request(DiskRequest::mount, disk, identity, note("mount"));
+  session->request(DiskRequest::unmount, disk, {identity.node, 0}, note("wrong"));
+  session->request(DiskRequest::eject, disk, identity, note("eject"));
+  session->request(DiskRequest::mount, disk, identity, note("late mount"));
   ASSERT_TRUE(backEnd->await([&] { return done.size() == 5; }));
   EXPECT_EQ(done, std::vector<std::string>(
                       {"unmount", "mount", "wrong refused", "eject", "late mount refused"}));
@@ -114,7 +116,8 @@ TEST_P(DiskSessionContract, TwoSessionsShareADisksOrder) {
     const auto note = [&done, number](const std::shared_ptr<Disk>&, const Dissenter*) {
       done.push_back(number);
     };
-    number % 3 == 0 ? one->mount(disk, identity, note) : one->unmount(disk, identity, note);
+    number % 3 == 0 ? one->request(DiskRequest::mount, disk, identity, note)
+                    : one->request(DiskRequest::unmount, disk, identity, note);
   }
   ASSERT_TRUE(backEnd->await([&] { return done.size() == 6; }));
   EXPECT_EQ(done, std::vector<int>({0, 1, 2, 3, 4, 5}));
@@ -124,9 +127,9 @@ TEST_P(DiskSessionContract, WithoutADiskARequestIsRefusedLater) {
   Outcome mounted;
   Outcome unmounted;
   Outcome ejected;
-  session->mount(nullptr, {}, noting(mounted));
-  session->unmount(nullptr, {}, noting(unmounted));
-  session->eject(nullptr, {}, noting(ejected));
+  session->request(DiskRequest::mount, nullptr, {}, noting(mounted));
+  session->request(DiskRequest::unmount, nullptr, {}, noting(unmounted));
+  session->request(DiskRequest::eject, nullptr, {}, noting(ejected));
   EXPECT_FALSE(mounted.completed || unmounted.completed || ejected.completed);
   ASSERT_TRUE(backEnd->await([&] { return ejected.completed; }));
   EXPECT_TRUE(mounted.refused && unmounted.refused && ejected.refused);
@@ -135,8 +138,8 @@ TEST_P(DiskSessionContract, WithoutADiskARequestIsRefusedLater) {
 
 TEST_P(DiskSessionContract, ACompletionMayBeEmpty) {
   const DiskIdentity identity = plugInMounted("a");
-  session->unmount(diskOf(identity), identity, nullptr);
-  session->unmount(nullptr, identity, nullptr);
+  session->request(DiskRequest::unmount, diskOf(identity), identity, nullptr);
+  session->request(DiskRequest::unmount, nullptr, identity, nullptr);
   EXPECT_TRUE(backEnd->await([&] { return !mountPath(identity); }));
   backEnd->settle();
 }
@@ -146,9 +149,9 @@ TEST_P(DiskSessionContract, ADiskThatIsNotTheExpectedOneIsLeftAlone) {
   const DiskIdentity other = plugInMounted("b");
   for (const DiskIdentity& wrong : {DiskIdentity{identity.node, identity.usbHandle + 9},
                                     DiskIdentity{other.node, identity.usbHandle}, other}) {
-    for (const Request request : {Request{&DiskSession::unmount}, Request{&DiskSession::eject}}) {
+    for (const DiskRequest request : {DiskRequest::unmount, DiskRequest::eject}) {
       Outcome outcome;
-      ((*session).*request)(diskOf(identity), wrong, noting(outcome));
+      session->request(request, diskOf(identity), wrong, noting(outcome));
       ASSERT_TRUE(backEnd->await([&] { return outcome.completed; }));
       EXPECT_TRUE(outcome.refused);
     }
@@ -166,7 +169,7 @@ TEST_P(DiskSessionContract, ADiskWhoseDeviceHasGoneSaysNothing) {
     return read && isEmpty(*read);
   }));
   Outcome outcome;
-  session->unmount(disk, identity, noting(outcome));
+  session->request(DiskRequest::unmount, disk, identity, noting(outcome));
   ASSERT_TRUE(backEnd->await([&] { return outcome.completed; }));
   EXPECT_TRUE(outcome.refused);
 }
@@ -193,19 +196,19 @@ TEST_P(DiskSessionContract, ANameIsRememberedWhileItsLeavingIsHandled) {
 TEST_P(DiskSessionContract, AnEjectedPlayerStaysPluggedInWithoutAMedium) {
   const DiskIdentity identity = plugInMounted("a");
   const auto disk = diskOf(identity);
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::eject, identity));
   backEnd->settle();
   EXPECT_EQ(told.size(), 1U);
   const DiskDescription read = description(identity);
   EXPECT_FALSE(read.volumeName);
   EXPECT_FALSE(read.volumePath);
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::mount, identity));
 }
 
 TEST_P(DiskSessionContract, EjectingUnmountsFirstAndThePlayerIsBackWhenItIsPluggedInAgain) {
   const DiskIdentity identity = plugInMounted("a");
-  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::eject, identity));
   EXPECT_EQ(mountPath(identity), std::nullopt);
   pullOut("a");
   const DiskIdentity again = plugInAgain("a");

@@ -48,10 +48,10 @@ class MediumContract : public VolumeTest {
 
 TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
   identity = plugInMounted("a");
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   EXPECT_EQ(volumeName(identity), "NO NAME");
   openVolume();
   EXPECT_TRUE(createDirectory("Album"));
@@ -63,7 +63,7 @@ TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
   EXPECT_EQ(backEnd->content("a"), expected);
   EXPECT_TRUE(backEnd->isSound("a"));
   volume.reset();
-  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::eject, identity));
   EXPECT_EQ(backEnd->content("a"), expected);
 }
 
@@ -120,7 +120,7 @@ TEST_P(MediumContract, IsOpenedForItsDiskOnly) {
   EXPECT_EQ(files.openVolume(root, other), nullptr);
   EXPECT_EQ(files.openVolume(*mountPath(other), identity), nullptr);
   EXPECT_NE(files.openVolume(*mountPath(other), other), nullptr);
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
   EXPECT_EQ(files.openVolume(root, identity), nullptr);
 }
 
@@ -238,8 +238,8 @@ TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
   EXPECT_TRUE(copy("before", "Älter/😀.mp3"));
   EXPECT_TRUE(copy("", "empty.mp3"));
   volume.reset();
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   root = *mountPath(identity);
   EXPECT_EQ(test::contentOf(root + "/Älter/😀.mp3"), "before");
   EXPECT_TRUE(std::filesystem::exists(root + "/empty.mp3"));
@@ -256,11 +256,11 @@ TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
 
 TEST_P(MediumContract, AnOpenVolumeIsNeitherUnmountedNorEjected) {
   plugInOpened();
-  EXPECT_FALSE(succeeds(&DiskSession::unmount, identity));
-  EXPECT_FALSE(succeeds(&DiskSession::eject, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::unmount, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::eject, identity));
   EXPECT_TRUE(copy("x", "x.mp3"));
   volume.reset();
-  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::eject, identity));
   EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
 }
 

@@ -11,7 +11,7 @@ class ScriptRunnerContract : public WatchedContract {
   // A player that is ready for a command, with marks on its medium.
   void prepare() {
     identity = plugIn("a");
-    EXPECT_TRUE(succeeds(&DiskSession::unmount, identity));
+    EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
     backEnd->writeHead("a", std::string(kWiped + 100, 'm'));
   }
 
@@ -39,7 +39,7 @@ TEST_P(ScriptRunnerContract, TheWipeZeroesTheHeadAndNothingElse) {
   EXPECT_FALSE(outcome.errorMessage);
   EXPECT_EQ(backEnd->head("a", kWiped + 100), std::string(kWiped, '\0') + std::string(100, 'm'));
   EXPECT_EQ(backEnd->mediumSize("a"), 64 * 1024 * 1024);
-  EXPECT_FALSE(succeeds(&DiskSession::mount, identity));
+  EXPECT_FALSE(succeeds(DiskRequest::mount, identity));
 }
 
 TEST_P(ScriptRunnerContract, TheFormatMakesAFreshFileSystemThatIsKnownOnceItIsMounted) {
@@ -51,7 +51,7 @@ TEST_P(ScriptRunnerContract, TheFormatMakesAFreshFileSystemThatIsKnownOnceItIsMo
   EXPECT_EQ(backEnd->mediumSize("a"), 64 * 1024 * 1024);
   EXPECT_EQ(volumeName(identity), std::nullopt);
   EXPECT_EQ(mountPath(identity), std::nullopt);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   EXPECT_EQ(volumeName(identity), "NO NAME");
   EXPECT_TRUE(mountPath(identity));
 }
@@ -87,7 +87,7 @@ TEST_P(ScriptRunnerContract, AnyOtherCommandIsRefused) {
 TEST_P(ScriptRunnerContract, ACommandForAnotherDiskIsRefused) {
   prepare();
   const DiskIdentity other = plugInMounted("b");
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, other));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, other));
   expectRefused(script(wipeCommand(identity.node)), other);
   expectRefused(script(wipeCommand(other.node)), identity);
   expectRefused(script(wipeCommand(identity.node)), {identity.node, other.usbHandle});
@@ -98,7 +98,7 @@ TEST_P(ScriptRunnerContract, ACommandForAnotherDiskIsRefused) {
 TEST_P(ScriptRunnerContract, AMountedDiskIsRefused) {
   prepare();
   EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
-  EXPECT_TRUE(succeeds(&DiskSession::mount, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::mount, identity));
   const std::string before = backEnd->head("a", kWiped);
   EXPECT_FALSE(runAsAdministrator(wipeCommand(identity.node), identity).result);
   EXPECT_FALSE(runAsAdministrator(formatCommand(identity.node), identity).result);
@@ -125,14 +125,14 @@ TEST_P(ScriptRunnerContract, APlayerThatCameBackIsAnotherOne) {
   prepare();
   pullOut("a");
   const DiskIdentity again = plugInAgain("a");
-  EXPECT_TRUE(succeeds(&DiskSession::unmount, again));
+  EXPECT_TRUE(succeeds(DiskRequest::unmount, again));
   EXPECT_EQ(again.node, identity.node);
   expectRefused(script(wipeCommand(identity.node)), identity);
 }
 
 TEST_P(ScriptRunnerContract, AnEjectedPlayerIsRefused) {
   prepare();
-  EXPECT_TRUE(succeeds(&DiskSession::eject, identity));
+  EXPECT_TRUE(succeeds(DiskRequest::eject, identity));
   expectRefused(script(wipeCommand(identity.node)), identity);
 }
 
@@ -140,7 +140,7 @@ TEST_P(ScriptRunnerContract, SeveralCommandsRunAtOnce) {
   std::vector<DiskIdentity> identities;
   for (const std::string name : {"a", "b", "c", "d"}) {
     identities.push_back(plugIn(name));
-    EXPECT_TRUE(succeeds(&DiskSession::unmount, identities.back()));
+    EXPECT_TRUE(succeeds(DiskRequest::unmount, identities.back()));
   }
   std::vector<std::thread> threads;
   std::vector<ScriptOutcome> outcomes(identities.size());

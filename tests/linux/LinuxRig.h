@@ -175,8 +175,6 @@ class LinuxRig : public contract::BackEnd {
 class UDisksTest : public ::testing::Test, protected LinuxRig {
  protected:
   using Members = std::vector<std::string>;
-  using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
-                                        DiskSession::Completion);
 
   struct Outcome {
     bool completed = false;
@@ -190,24 +188,24 @@ class UDisksTest : public ::testing::Test, protected LinuxRig {
   static UDisksAnswer silence() { return {"", "", {}, true}; }
 
   // Sends a request; the outcome fills when it has completed.
-  std::shared_ptr<Outcome> send(Request request, const DiskIdentity& identity) {
+  std::shared_ptr<Outcome> send(DiskRequest request, const DiskIdentity& identity) {
     auto outcome = std::make_shared<Outcome>();
-    ((*session).*request)(session->diskFromName(identity.node), identity,
-                          [outcome](const auto&, const Dissenter* dissenter) {
-                            outcome->completed = true;
-                            outcome->refused = dissenter != nullptr ? dissenter->reason : "";
-                          });
+    session->request(request, session->diskFromName(identity.node), identity,
+                     [outcome](const auto&, const Dissenter* dissenter) {
+                       outcome->completed = true;
+                       outcome->refused = dissenter != nullptr ? dissenter->reason : "";
+                     });
     return outcome;
   }
   // Sends it and waits; the reason of the refusal, empty when it was done.
-  std::string ask(Request request, const DiskIdentity& identity) {
+  std::string ask(DiskRequest request, const DiskIdentity& identity) {
     const auto outcome = send(request, identity);
     runLoopUntil([&] { return outcome->completed; });
     return outcome->refused;
   }
-  std::string mount(const DiskIdentity& identity) { return ask(&DiskSession::mount, identity); }
-  std::string unmount(const DiskIdentity& identity) { return ask(&DiskSession::unmount, identity); }
-  std::string eject(const DiskIdentity& identity) { return ask(&DiskSession::eject, identity); }
+  std::string mount(const DiskIdentity& identity) { return ask(DiskRequest::mount, identity); }
+  std::string unmount(const DiskIdentity& identity) { return ask(DiskRequest::unmount, identity); }
+  std::string eject(const DiskIdentity& identity) { return ask(DiskRequest::eject, identity); }
   // The answers to come, one by one, and then obedience.
   void answer(std::deque<UDisksAnswer> answers) {
     answers_ = std::move(answers);
@@ -221,7 +219,7 @@ class UDisksTest : public ::testing::Test, protected LinuxRig {
     };
   }
   // Has the first call wait for an answer that doesn't come, and waits for that call.
-  std::shared_ptr<Outcome> sendInVain(Request request, const DiskIdentity& identity) {
+  std::shared_ptr<Outcome> sendInVain(DiskRequest request, const DiskIdentity& identity) {
     answer({silence()});
     const auto outcome = send(request, identity);
     runLoopUntil([&] { return udisks.calls.size() == 1; });

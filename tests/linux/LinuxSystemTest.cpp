@@ -95,8 +95,8 @@ TEST_F(LinuxSystemTest, ARequestReachesUDisks2AndThePlayersOwnDisk) {
     ++completed;
     EXPECT_EQ(dissenter, nullptr);
   };
-  opened->mount(opened->diskFromName("/dev/sdb"), kPlayer, done);
-  opened->eject(opened->diskFromName("sdb"), kPlayer, done);
+  opened->request(DiskRequest::mount, opened->diskFromName("/dev/sdb"), kPlayer, done);
+  opened->request(DiskRequest::eject, opened->diskFromName("sdb"), kPlayer, done);
   runLoopUntil([&] { return completed == 2; });
   const std::string list = "ObjectManager.GetManagedObjects";
   EXPECT_EQ(udisks.members(),

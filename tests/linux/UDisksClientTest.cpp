@@ -63,7 +63,7 @@ TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALineAndIsAskedAgainWhenI
 
 TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgainWhenItIsBack) {
   const auto identity = plugIn("a");
-  const auto outcome = sendInVain(&DiskSession::mount, identity);
+  const auto outcome = sendInVain(DiskRequest::mount, identity);
   dbus.stop();
   runLoopUntil([&] { return outcome->completed; });
   EXPECT_NE(outcome->refused, "");
@@ -79,7 +79,7 @@ TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgai
 TEST_F(UDisksClientTest, AReconnectionLeavesNoEarlierRequestWithoutAnEnd) {
   const auto identity = plugIn("a");
   const auto other = plugIn("b");
-  const auto waiting = sendInVain(&DiskSession::mount, identity);
+  const auto waiting = sendInVain(DiskRequest::mount, identity);
   dbus.stop();
   // Before the main loop can learn of it.
   while (QDBusConnection(QStringLiteral("fillstation-system")).isConnected()) {

@@ -43,7 +43,7 @@ TEST_F(UDisksSessionTest, AfterAWipeTheFreshFileSystemIsWaitedFor) {
   const auto identity = plugIn("a");
   const auto disk = session->diskFromName(identity.node);
   known.willWipe(identity);
-  const auto outcome = send(&DiskSession::mount, identity);
+  const auto outcome = send(DiskRequest::mount, identity);
   int looks = 0;
   runLoopUntil([&] { return ++looks > 20; });
   EXPECT_FALSE(outcome->completed);
@@ -70,7 +70,7 @@ TEST_F(UDisksSessionTest, AfterAWipeNeitherAnOldMountNorAnythingButFatIsTaken) {
 TEST_F(UDisksSessionTest, AForeignDiskOfTheSameNameIsNotMounted) {
   const auto identity = plugIn("a");
   answer({error(kNotThere)});
-  const auto outcome = send(&DiskSession::mount, identity);
+  const auto outcome = send(DiskRequest::mount, identity);
   runLoopUntil([&] { return udisks.calls.size() == 1; });
   machine.pull("a");
   machine.isTaken = [](const std::string&) { return false; };
@@ -124,13 +124,13 @@ TEST_F(UDisksSessionTest, SomebodyElseMayHaveUnmountedItFirst) {
 TEST_F(UDisksSessionTest, APlayerDoesNotWaitForOneThatHadItsNameBefore) {
   const auto before = plugIn("a");
   machine.mount(player().minor, "x");
-  const auto stuck = sendInVain(&DiskSession::unmount, before);
+  const auto stuck = sendInVain(DiskRequest::unmount, before);
   machine.unmount(player().minor);
   machine.pull("a");
   machine.isTaken = [](const std::string&) { return false; };
   const auto now = plugIn("b");
   EXPECT_EQ(now.node, before.node);
-  const auto next = send(&DiskSession::unmount, now);
+  const auto next = send(DiskRequest::unmount, now);
   runLoopDry();
   EXPECT_TRUE(next->completed);
   EXPECT_FALSE(stuck->completed);
@@ -141,8 +141,8 @@ TEST_F(UDisksSessionTest, TwoDisksAreUnmountedAtTheSameTime) {
   const auto second = plugIn("b");
   machine.mount(player().minor, "x");
   machine.mount(machine.player("b").minor, "y");
-  const auto waiting = sendInVain(&DiskSession::unmount, first);
-  const auto behind = send(&DiskSession::unmount, first);
+  const auto waiting = sendInVain(DiskRequest::unmount, first);
+  const auto behind = send(DiskRequest::unmount, first);
   EXPECT_EQ(unmount(second), "");
   EXPECT_FALSE(waiting->completed || behind->completed);
 }
@@ -154,7 +154,7 @@ TEST_F(UDisksSessionTest, ACompletionWaitsForTheMainLoop) {
     machine.unmount(player().minor);
     return UDisksAnswer();
   };
-  const auto request = send(&DiskSession::unmount, identity);
+  const auto request = send(DiskRequest::unmount, identity);
   while (udisks.calls.empty()) {
     QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents);
   }

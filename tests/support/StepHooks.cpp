@@ -37,31 +37,19 @@ class HookedSession : public DiskSession {
   std::shared_ptr<Disk> diskFromName(std::string_view name) override {
     return real_->diskFromName(name);
   }
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    if (isAsked({Step::Kind::kMount, expected.node})) {
-      real_->mount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+  void request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                Completion completion) override {
-    if (isAsked({Step::Kind::kUnmount, expected.node})) {
-      real_->unmount(std::move(disk), expected, std::move(completion));
-    }
-  }
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    if (isAsked({Step::Kind::kEject, expected.node})) {
-      real_->eject(std::move(disk), expected, std::move(completion));
+    const auto kind = what == DiskRequest::mount     ? Step::Kind::kMount
+                      : what == DiskRequest::unmount ? Step::Kind::kUnmount
+                                                     : Step::Kind::kEject;
+    const Step step{kind, expected.node};
+    tell(hooks_, step);
+    if (!hooks_.isLost || !hooks_.isLost(step)) {
+      real_->request(what, std::move(disk), expected, std::move(completion));
     }
   }
 
  private:
-  bool isAsked(const Step& step) const {
-    tell(hooks_, step);
-    return !hooks_.isLost || !hooks_.isLost(step);
-  }
-
   std::shared_ptr<DiskSession> real_;
   const StepHooks& hooks_;
 };

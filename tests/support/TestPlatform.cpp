@@ -1,5 +1,6 @@
 #include "TestPlatform.h"
 
+#include <array>
 #include <utility>
 
 namespace fillstation::test {
@@ -176,9 +177,11 @@ std::shared_ptr<Disk> TestDiskSession::diskFromName(std::string_view name) {
   return found == disks_.byName.end() ? nullptr : found->second;
 }
 
-void TestDiskSession::request(std::string kind, std::shared_ptr<Disk> disk,
+void TestDiskSession::request(DiskRequest what, std::shared_ptr<Disk> disk,
                               const DiskIdentity& expected, Completion completion) {
-  const TestDisks::Request asked{std::move(kind), std::move(disk), expected};
+  constexpr std::array kKinds{"mount", "unmount", "eject"};
+  const TestDisks::Request asked{kKinds.at(static_cast<std::size_t>(what)), std::move(disk),
+                                 expected};
   {
     const std::scoped_lock guard(disks_.lock);
     disks_.requests.push_back(asked);

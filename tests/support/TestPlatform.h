@@ -141,23 +141,10 @@ class TestDiskSession : public DiskSession {
   TestDiskSession(TestDisks& disks, TestMainThread& mainThread)
       : disks_(disks), mainThread_(mainThread) {}
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    request("mount", std::move(disk), expected, std::move(completion));
-  }
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-               Completion completion) override {
-    request("unmount", std::move(disk), expected, std::move(completion));
-  }
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override {
-    request("eject", std::move(disk), expected, std::move(completion));
-  }
+  void request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+               Completion completion) override;
 
  private:
-  void request(std::string kind, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-               Completion completion);
-
   TestDisks& disks_;
   TestMainThread& mainThread_;
 };

@@ -21,8 +21,6 @@ constexpr std::uint32_t kBus = 0x10000;  // bus number 1, in a handle
 constexpr std::uint32_t kFirstDeviceNumber = 2;
 constexpr std::uint32_t kLastDeviceNumber = 127;
 
-constexpr std::string_view kDeviceFolder = "/dev/";
-
 const Dissenter kGone{"The device has gone."};
 
 // One opening of a bench player's volume: the volume's rules, the player's speed and its faults.
@@ -172,31 +170,13 @@ void BenchDisks::left(const std::shared_ptr<BenchPlayer>& player) {
 }
 
 std::shared_ptr<Disk> BenchDisks::diskFromName(std::string_view name) {
-  if (name.starts_with(kDeviceFolder)) {
-    name.remove_prefix(kDeviceFolder.size());
-  }
-  return first([name](const BenchPlayer& player) {
-    return player.identity().disk && player.place().diskName == name;
+  return first([diskName = diskNameOf(name)](const BenchPlayer& player) {
+    return player.identity().disk && player.place().diskName == diskName;
   });
 }
 
-void BenchDisks::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                       Completion completion) {
-  request([this](BenchPlayer& player) { return mountAsAsked(player); }, disk, expected, completion);
-}
-
-void BenchDisks::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+void BenchDisks::request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                          Completion completion) {
-  request([this](BenchPlayer& player) { return unmountNow(player); }, disk, expected, completion);
-}
-
-void BenchDisks::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                       Completion completion) {
-  request([this](BenchPlayer& player) { return ejectNow(player); }, disk, expected, completion);
-}
-
-void BenchDisks::request(Work work, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
-                         const Completion& completion) {
   const auto complete = [disk, completion](const Refusal& refused) {
     if (completion) {
       completion(disk, refused ? &*refused : nullptr);
@@ -207,8 +187,12 @@ void BenchDisks::request(Work work, const std::shared_ptr<Disk>& disk, const Dis
     services_.mainThread.post([complete] { complete(Dissenter{"There is no such disk."}); });
     return;
   }
-  const auto checked = [work = std::move(work), expected](BenchPlayer& known) {
-    return known.is(expected) ? work(known) : Dissenter{"The disk is not the expected one."};
+  const auto work = what == DiskRequest::mount     ? &BenchDisks::mountAsAsked
+                    : what == DiskRequest::unmount ? &BenchDisks::unmountNow
+                                                   : &BenchDisks::ejectNow;
+  const auto checked = [this, work, expected](BenchPlayer& known) {
+    return known.is(expected) ? (this->*work)(known)
+                              : Dissenter{"The disk is not the expected one."};
   };
   add(player, checked, complete);
 }

@@ -59,12 +59,8 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
   void left(const std::shared_ptr<BenchPlayer>& player);
 
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+  void request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                Completion completion) override;
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
 
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) override;
 
@@ -78,8 +74,6 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
   using Refusal = std::optional<Dissenter>;
   using Work = std::function<Refusal(BenchPlayer&)>;
 
-  void request(Work work, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
-               const Completion& completion);
   // Does the work on a worker when what was asked of the player before is done; `told` is called on
   // the main thread then.
   void add(const std::shared_ptr<BenchPlayer>& player, Work work,

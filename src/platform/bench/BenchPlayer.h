@@ -35,7 +35,7 @@ class BenchPlayer : public Disk {
   const BenchFaults& faults() const { return identity_.faults; }
   const Place& place() const { return place_; }
   // The device node path.
-  std::string node() const { return "/dev/" + place_.diskName; }
+  std::string node() const { return nodeOf(place_.diskName); }
   int image() const { return image_.get(); }
 
   // Volume facts are read from the image: none while the file system that is there now has not been

@@ -17,14 +17,6 @@ struct FileSystemFacts {
   std::optional<std::string> label;  // decoded; none when there is none
 };
 
-// The node's path of a disk or partition, and the name in one ("sdb" of "/dev/sdb"); a name is its
-// own.
-inline constexpr std::string_view kDeviceFolder = "/dev/";
-inline std::string nodeOf(const std::string& name) { return std::string(kDeviceFolder) + name; }
-inline std::string diskNameOf(std::string_view node) {
-  return std::string(node.substr(node.starts_with(kDeviceFolder) ? kDeviceFolder.size() : 0));
-}
-
 // A disk or a partition.
 struct BlockFacts {
   std::string name;  // "sdb", "sdb1"

@@ -144,7 +144,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
     if (!readDisk(diskNameOf(owner.node)) || (attempt > 0 && !stop_.waitFor(patience_.pause))) {
       return std::nullopt;
     }
-    unmounted = carriedOut(&DiskSession::unmount, disk, owner);
+    unmounted = carriedOut(DiskRequest::unmount, disk, owner);
   }
   // Of several mounts one may have been busy, and this one not.
   const auto points = placesOf(owner);
@@ -152,7 +152,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
                               PosixVolume::withoutEndingSlash(mountPath)) != points.end()) {
     return mountPath;
   }
-  if (!carriedOut(&DiskSession::mount, disk, owner)) {
+  if (!carriedOut(DiskRequest::mount, disk, owner)) {
     return std::nullopt;
   }
   const auto now = placesOf(owner);
@@ -165,11 +165,11 @@ std::vector<std::string> LinuxVolumeOwner::placesOf(const DiskIdentity& owner) c
   return volume ? mountPoints(volume->number) : std::vector<std::string>();
 }
 
-bool LinuxVolumeOwner::carriedOut(Request request, const std::shared_ptr<Disk>& disk,
+bool LinuxVolumeOwner::carriedOut(DiskRequest what, const std::shared_ptr<Disk>& disk,
                                   const DiskIdentity& owner) const {
   const auto done = std::make_shared<std::promise<bool>>();
   auto succeeded = done->get_future();
-  (session_.*request)(disk, owner, [done](const auto& /*disk*/, const Dissenter* dissenter) {
+  session_.request(what, disk, owner, [done](const auto& /*disk*/, const Dissenter* dissenter) {
     done->set_value(dissenter == nullptr);
   });
   while (succeeded.wait_for(kLook) != std::future_status::ready) {

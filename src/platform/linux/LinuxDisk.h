@@ -71,13 +71,10 @@ class LinuxVolumeOwner : public VolumeOwner {
                                      const std::string& mountPath) override;
 
  private:
-  using Request = void (DiskSession::*)(std::shared_ptr<Disk>, const DiskIdentity&,
-                                        DiskSession::Completion);
-
   // Where the disk's volume is mounted.
   std::vector<std::string> placesOf(const DiskIdentity& owner) const;
   // Makes the request and waits for its end; false when it failed or the stop was requested.
-  bool carriedOut(Request request, const std::shared_ptr<Disk>& disk,
+  bool carriedOut(DiskRequest what, const std::shared_ptr<Disk>& disk,
                   const DiskIdentity& owner) const;
 
   const KnownDisks& known_;

@@ -184,22 +184,7 @@ std::shared_ptr<Disk> UDisksSession::diskFromName(std::string_view name) {
   return std::make_shared<LinuxDisk>(diskName, services_.known);
 }
 
-void UDisksSession::mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                          Completion completion) {
-  request(&Request::mount, disk, expected, std::move(completion));
-}
-
-void UDisksSession::unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                            Completion completion) {
-  request(&Request::unmount, disk, expected, std::move(completion));
-}
-
-void UDisksSession::eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-                          Completion completion) {
-  request(&Request::eject, disk, expected, std::move(completion));
-}
-
-void UDisksSession::request(Run run, const std::shared_ptr<Disk>& disk,
+void UDisksSession::request(DiskRequest what, std::shared_ptr<Disk> disk,
                             const DiskIdentity& expected, Completion completion) {
   const auto complete =
       [disk, completion = std::move(completion)](const std::optional<Dissenter>& dissenter) {
@@ -207,6 +192,9 @@ void UDisksSession::request(Run run, const std::shared_ptr<Disk>& disk,
           completion(disk, dissenter ? &*dissenter : nullptr);
         }
       };
+  const auto run = what == DiskRequest::mount     ? &Request::mount
+                   : what == DiskRequest::unmount ? &Request::unmount
+                                                  : &Request::eject;
   const auto ours = std::dynamic_pointer_cast<LinuxDisk>(disk);
   services_.mainThread.post([this, run, ours, expected, complete] {
     if (!ours) {

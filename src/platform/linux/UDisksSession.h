@@ -39,26 +39,17 @@ class UDisksSession : public DiskSession {
       : services_(services), order_(services.mainThread) {}
 
   std::shared_ptr<Disk> diskFromName(std::string_view name) override;
-  // Mounts the volume as soon as the system knows the one that is to be: after a wipe that is the
-  // fresh one. A volume that is mounted already is a success.
-  void mount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
-  // Unmounts every file system on the disk and its partitions, wherever they are mounted. A disk
-  // where nothing is mounted is a success.
-  void unmount(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
+  // A mount takes the volume as soon as the system knows the one that is to be: after a wipe that
+  // is the fresh one. An unmount takes every file system on the disk and its partitions, wherever
+  // they are mounted. What is mounted already, or not mounted, is a success. An eject unmounts the
+  // disk, then powers its drive off, or ejects it where that can't be. A drive that other USB
+  // devices share is left alone, for it can't be said whom it would hit: then the unit is stopped
+  // by itself if the user may, and a line in the log says how it ended.
+  void request(DiskRequest what, std::shared_ptr<Disk> disk, const DiskIdentity& expected,
                Completion completion) override;
-  // Unmounts the disk, then powers its drive off, or ejects it where that can't be. A drive that
-  // other USB devices share is left alone, for it can't be said whom it would hit: then the unit is
-  // stopped by itself if the user may, and a line in the log says how it ended.
-  void eject(std::shared_ptr<Disk> disk, const DiskIdentity& expected,
-             Completion completion) override;
 
  private:
   class Request;
-  using Run = void (Request::*)();
-
-  void request(Run run, const std::shared_ptr<Disk>& disk, const DiskIdentity& expected,
-               Completion completion);
 
   const DiskServices& services_;
   DiskOrder order_;
