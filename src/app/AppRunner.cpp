@@ -21,16 +21,15 @@ namespace {
 
 // The ports that don't depend on the kind of players.
 struct CommonPorts {
-  explicit CommonPorts(StopSource& stop) : mainThread(stop), clock(stop), workers(stop) {
+  explicit CommonPorts(StopSource& stop) : mainThread(stop), workers(stop) {
     platform().mainThread = &mainThread;
-    platform().clock = &clock;
+    platform().clock = &mainThread;
     platform().workers = &workers;
     platform().systemLog = &log;
     platform().workspace = &workspace;
   }
 
   QtMainThread mainThread;
-  QtClock clock;
   QtWorkspace workspace;
   StreamLog log{stderr};
   ThreadWorkers workers;

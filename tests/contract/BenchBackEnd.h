@@ -44,7 +44,7 @@ class BenchBackEnd : public BackEnd {
   test::TempFolder folder;
   StopSource stop;
   QtMainThread mainThread{stop};
-  QtClock clock{stop};
+  Clock& clock = mainThread;
   test::TestLog log;
   ThreadWorkers workers{stop};
   Bench bench{folder.path(), BenchServices{stop, mainThread, clock, workers, log}};

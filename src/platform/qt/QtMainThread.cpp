@@ -10,8 +10,9 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
-#include <condition_variable>
+#include <atomic>
 #include <cstddef>
+#include <future>
 #include <utility>
 
 namespace fillstation {
@@ -41,6 +42,15 @@ bool isInput(const QObject* receiver, const QEvent* event) {
 bool isDrag(QEvent::Type type) {
   return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::Drop;
 }
+
+// One callable on its way, shared by the thread that waits, the event that runs it and the stop.
+// Whoever claims it first decides whether it runs, and says how it ended.
+struct HandOver {
+  bool claim() { return !isClaimed.exchange(true); }
+
+  std::atomic<bool> isClaimed = false;
+  std::promise<bool> hasRun;
+};
 
 }  // namespace
 
@@ -90,47 +100,6 @@ void MainLoopQueue::calmIfEmpty() {
     ::eventfd_read(wake_.get(), &calls);
   }
 }
-
-// One callable on its way, shared by the thread that waits and the event that runs it. Whoever
-// takes the lock first decides whether it begins.
-struct QtMainThread::HandOver {
-  enum class State { waiting, begun, returned, dropped };
-
-  bool begin(const StopSource& stop) {
-    const std::scoped_lock guard(lock);
-    if (state == State::waiting && !stop.requested()) {
-      state = State::begun;
-    }
-    return state == State::begun;
-  }
-
-  // The waiting thread is woken when the lock is free, so that it need not sleep a second time.
-  void finish() {
-    {
-      const std::scoped_lock guard(lock);
-      state = State::returned;
-    }
-    changed.notify_all();
-  }
-
-  void drop() {
-    const std::scoped_lock guard(lock);
-    if (state == State::waiting) {
-      state = State::dropped;
-      changed.notify_all();
-    }
-  }
-
-  bool waitForReturn() {
-    std::unique_lock guard(lock);
-    changed.wait(guard, [this] { return state == State::returned || state == State::dropped; });
-    return state == State::returned;
-  }
-
-  std::mutex lock;
-  std::condition_variable changed;
-  State state = State::waiting;
-};
 
 // Work that keeps the main thread from its loop, for as long as the loop is not back. Now and then
 // it lets the window be repainted, under a wait cursor, and be closed. Everything else waits:
@@ -190,7 +159,9 @@ class QtMainThread::LongWork : public QObject {
 };
 
 QtMainThread::QtMainThread(const StopSource& stop, std::chrono::milliseconds pace)
-    : stop_(stop), pace_(pace) {}
+    : stop_(stop),
+      pace_(pace),
+      onStop_(stop.token(), [this] { queue_.add([this] { endPauses(); }); }) {}
 
 QtMainThread::~QtMainThread() = default;
 
@@ -200,15 +171,19 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
     return true;
   }
   const auto handOver = std::make_shared<HandOver>();
-  const StopSource::Callback onStop(stop_.token(), [handOver] { handOver->drop(); });
-  // The callable itself stays with the caller, who waits for as long as it runs.
-  queue_.add([this, handOver, &callable] {
-    if (handOver->begin(stop_)) {
-      callable();
-      handOver->finish();
+  const StopSource::Callback onStop(stop_.token(), [handOver] {
+    if (handOver->claim()) {
+      handOver->hasRun.set_value(false);
     }
   });
-  return handOver->waitForReturn();
+  // The callable itself stays with the caller, who waits for as long as it runs.
+  queue_.add([this, handOver, &callable] {
+    if (!stop_.requested() && handOver->claim()) {
+      callable();
+      handOver->hasRun.set_value(true);
+    }
+  });
+  return handOver->hasRun.get_future().get();
 }
 
 void QtMainThread::runPending() { QCoreApplication::processEvents(); }
@@ -232,11 +207,8 @@ void QtMainThread::keepWindowAlive() {
   longWork_->step();
 }
 
-QtClock::QtClock(const StopSource& stop)
-    : stop_(stop), onStop_(stop.token(), [this] { queue_.add([this] { endPauses(); }); }) {}
-
-bool QtClock::sleep(std::chrono::microseconds duration) {
-  if (std::this_thread::get_id() != main_) {
+bool QtMainThread::sleep(std::chrono::microseconds duration) {
+  if (!isHere()) {
     return stop_.waitFor(duration);
   }
   if (duration > std::chrono::microseconds::zero() && !stop_.requested()) {
@@ -245,13 +217,13 @@ bool QtClock::sleep(std::chrono::microseconds duration) {
   return !stop_.requested();
 }
 
-void QtClock::endPauses() {
+void QtMainThread::endPauses() {
   for (QEventLoop* const pause : pauses_) {
     pause->quit();
   }
 }
 
-void QtClock::runLoopFor(std::chrono::microseconds duration) {
+void QtMainThread::runLoopFor(std::chrono::microseconds duration) {
   QEventLoop pause;
   pauses_.push_back(&pause);
   QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,

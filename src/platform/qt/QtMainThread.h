@@ -46,10 +46,10 @@ class MainLoopQueue {
   QSocketNotifier notifier_;
 };
 
-// The main thread as Qt's event loop. Callables run in whatever loop is running there, nested ones
-// included. Made on the main thread when the application object exists; the stop source outlives
-// it.
-class QtMainThread : public MainThread {
+// The main thread as Qt's event loop, and pauses in real time. Callables run in whatever loop is
+// running there, nested ones included; a pause there runs a nested loop, user input included. Made
+// on the main thread when the application object exists; the stop source outlives it.
+class QtMainThread : public MainThread, public Clock {
  public:
   // The pace of keepWindowAlive().
   explicit QtMainThread(const StopSource& stop,
@@ -70,36 +70,24 @@ class QtMainThread : public MainThread {
   // waits for the main loop. Does nothing on another thread.
   void keepWindowAlive();
 
+  // A duration of zero or less is no pause.
+  bool sleep(std::chrono::microseconds duration) override;
+
   // True on the main thread.
   bool isHere() const { return std::this_thread::get_id() == main_; }
 
  private:
-  struct HandOver;
   class LongWork;
+
+  void endPauses();
+  void runLoopFor(std::chrono::microseconds duration);
 
   const std::thread::id main_ = std::this_thread::get_id();
   const StopSource& stop_;
   const std::chrono::milliseconds pace_;
   MainLoopQueue queue_;
   std::unique_ptr<LongWork> longWork_;  // until the loop is back
-};
-
-// Pauses in real time. On the main thread a pause runs a nested event loop, user input included. A
-// duration of zero or less is no pause. Made on the main thread; the stop source outlives it.
-class QtClock : public Clock {
- public:
-  explicit QtClock(const StopSource& stop);
-
-  bool sleep(std::chrono::microseconds duration) override;
-
- private:
-  void endPauses();
-  void runLoopFor(std::chrono::microseconds duration);
-
-  const std::thread::id main_ = std::this_thread::get_id();
-  const StopSource& stop_;
-  MainLoopQueue queue_;
-  std::vector<QEventLoop*> pauses_;  // in progress on the main thread, the innermost last
+  std::vector<QEventLoop*> pauses_;     // in progress on the main thread, the innermost last
   const StopSource::Callback onStop_;
 };
 

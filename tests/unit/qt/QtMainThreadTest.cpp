@@ -49,7 +49,7 @@ class LoopTest : public testing::Test {
 
   StopSource stop;
   QtMainThread mainThread{stop};
-  QtClock clock{stop};
+  Clock& clock = mainThread;
   ThreadWorkers workers{stop};
 };
 class MainThreadTest : public LoopTest {};
