@@ -53,6 +53,7 @@ TEST(NameOrder, CaseAndAccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
   expectOrder({"еж", "ёж", "ель", "иод", "йод"});
   // An accent may stand behind its letter.
   expectOrder({"Ubar", "U\u0308ber 1", "Über 1", "U\u0308ber 2", "Über 2", "Uhr"});
+  expectOrder({"a\u0300a", "a\u036Fa", "ab", "a\u02FFa", "a\u0370a"});
 }
 
 TEST(NameOrder, OtherScriptsComeBehindAsciiAndWhatIsNotUtf8IsTakenForLatin1) {
