@@ -61,16 +61,18 @@ std::string Url::path() const {
   return removePercentEscapes(text);
 }
 
-std::string removePercentEscapes(std::string_view text) {
+std::string decodeEscapes(std::string_view text, std::string_view mark, std::size_t digits,
+                          int base) {
+  const std::size_t length = mark.size() + digits;
   std::string plain;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const std::string_view digits = text.substr(at + 1, 2);
+    const std::string_view escape = text.substr(at, length);
+    const char* const end = escape.data() + escape.size();
     unsigned byte = 0;
-    if (text[at] == '%' &&
-        std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr ==
-            digits.data() + 2) {
+    if (escape.size() == length && escape.starts_with(mark) &&
+        std::from_chars(escape.data() + mark.size(), end, byte, base).ptr == end) {
       plain += static_cast<char>(byte);
-      at += 2;
+      at += length - 1;
     } else {
       plain += text[at];
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,9 +38,15 @@ class Url {
   std::string text_;
 };
 
-// The text with every valid %XX replaced by its byte, once: "%2525" gives "%25". An escape that is
-// not complete stays as it is.
-std::string removePercentEscapes(std::string_view text);
+// The text with every escape (the mark, and behind it so many digits of the base) replaced by its
+// byte, once. One that is not complete stays as it is.
+std::string decodeEscapes(std::string_view text, std::string_view mark, std::size_t digits,
+                          int base);
+
+// The text with every valid %XX replaced: "%2525" gives "%25".
+inline std::string removePercentEscapes(std::string_view text) {
+  return decodeEscapes(text, "%", 2, 16);
+}
 
 // What follows the last "/" of a path that does not end in one: "01.mp3" of "/a/01.mp3". The whole
 // path when it has no "/", "/" for the root. A part of the path, and no longer there than it.

@@ -8,13 +8,14 @@
 #include "FileHandle.h"
 #include "Input.h"
 #include "Udev.h"
+#include "Url.h"
 #include "VolumeOwner.h"
 
 using namespace fillstation;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(fuzz::Input(data, size).rest());
-  const auto label = udevDecoded(text);
+  const auto label = decodeEscapes(text, "\\x", 2, 16);
   fuzz::require(label.size() <= text.size());
   fuzz::require(text.find('\\') != std::string::npos || label == text);
   const auto number = udevNumber(text);

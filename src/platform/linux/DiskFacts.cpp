@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Udev.h"
+#include "Url.h"
 
 namespace fillstation {
 
@@ -30,7 +31,8 @@ std::optional<FileSystemFacts> fileSystemOn(udev_device* device) {
   facts.type = udevProperty(device, "ID_FS_TYPE").value_or("");
   facts.identifier = udevProperty(device, "ID_FS_UUID").value_or("");
   if (const auto label = udevProperty(device, "ID_FS_LABEL_ENC")) {
-    facts.label = udevDecoded(*label);
+    // udev writes whatever might hurt as \xHH.
+    facts.label = decodeEscapes(*label, "\\x", 2, 16);
   }
   return facts;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <libudev.h>
-#include <sys/types.h>
 
 #include <charconv>
 #include <cstdint>
@@ -60,24 +59,6 @@ inline std::optional<std::uint64_t> udevNumber(const std::optional<std::string>&
   const char* const end = text->data() + text->size();
   const auto read = std::from_chars(text->data(), end, number, base);
   return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
-}
-
-// A property whose name ends in _ENC as it was: udev writes whatever might hurt as \xHH. An escape
-// that is not complete stays as it is.
-inline std::string udevDecoded(const std::string& text) {
-  std::string plain;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const auto byte = text.compare(at, 2, "\\x") == 0 && at + 3 < text.size()
-                          ? udevNumber(text.substr(at + 2, 2), 16)
-                          : std::nullopt;
-    if (byte) {
-      plain += static_cast<char>(*byte);
-      at += 3;
-    } else {
-      plain += text[at];
-    }
-  }
-  return plain;
 }
 
 // What the enumeration yields, in the order of the paths in sysfs. Whatever goes meanwhile is left

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "ReadBack.h"
+#include "Url.h"
 
 namespace fillstation {
 
@@ -27,22 +28,6 @@ std::string joined(const std::vector<std::string>& components) {
     path += (path.empty() ? "" : "/") + component;
   }
   return path;
-}
-
-bool isOctal(char digit) { return digit >= '0' && digit <= '7'; }
-
-// The kernel writes blank, tab, line feed and backslash as a backslash and three octal digits.
-std::string unescaped(const std::string& text) {
-  std::string plain;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == '\\' && at + 3 < text.size() && isOctal(text[at + 1])) {
-      plain += static_cast<char>(std::stoi(text.substr(at + 1, 3), nullptr, 8));
-      at += 3;
-    } else {
-      plain += text[at];
-    }
-  }
-  return plain;
 }
 
 // By the clock of the times of files.
@@ -75,7 +60,8 @@ std::vector<std::string> mountPoints(dev_t device, const std::string& option,
     const std::string options = ',' + line.substr(line.rfind(' ') + 1) + ',';
     if (number == wanted && root == "/" &&
         (option.empty() || options.find(',' + option + ',') != std::string::npos)) {
-      found.push_back(unescaped(mountPoint));
+      // The kernel writes blank, tab, line feed and backslash in octal.
+      found.push_back(decodeEscapes(mountPoint, "\\", 3, 8));
     }
   }
   return found;
