@@ -45,6 +45,16 @@ FileHandle openRegularFile(const std::string& path, struct stat& status) {
   return openLongPath("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
 }
 
+void writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(descriptor, text.data(), text.size());
+    if (count < 0) {
+      return;
+    }
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
 void allowManyOpenFiles() {
   rlimit limit{};
   ::getrlimit(RLIMIT_NOFILE, &limit);

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace fillstation {
@@ -51,6 +52,9 @@ std::optional<struct stat> statLongPath(const std::string& path);
 // that nothing but a regular file ever is: opening a FIFO or a device can wait or act. No handle
 // for anything else.
 FileHandle openRegularFile(const std::string& path, struct stat& status);
+
+// Writes the whole text, unless the descriptor fails: the rest is lost then.
+void writeAll(int descriptor, std::string_view text);
 
 // Lets this process have as many files open as the system allows it: a run keeps some forty per
 // player open, and the usual limit is 1024. Without effect where the system refuses. To be called

@@ -1,8 +1,8 @@
 #include "StreamLog.h"
 
-#include <unistd.h>
-
 #include <set>
+
+#include "FileHandle.h"
 
 namespace fillstation {
 
@@ -43,10 +43,6 @@ void StreamLog::writeEach(std::span<const std::string> texts) {
     waiting_ += text;
     waiting_ += '\n';
   }
-  writeWaiting(guard);
-}
-
-void StreamLog::writeWaiting(std::unique_lock<std::mutex>& guard) {
   if (writing_) {
     return;
   }
@@ -54,22 +50,12 @@ void StreamLog::writeWaiting(std::unique_lock<std::mutex>& guard) {
   while (!waiting_.empty()) {
     std::swap(waiting_, beingWritten_);
     guard.unlock();
-    writeRecords(beingWritten_);
+    std::fflush(stream_);
+    writeAll(::fileno(stream_), beingWritten_);
     guard.lock();
     beingWritten_.clear();
     writing_ = !waiting_.empty();
     wrote_.notify_all();
-  }
-}
-
-void StreamLog::writeRecords(std::string_view records) {
-  std::fflush(stream_);
-  while (!records.empty()) {
-    const ssize_t count = ::write(::fileno(stream_), records.data(), records.size());
-    if (count < 0) {
-      return;
-    }
-    records.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 

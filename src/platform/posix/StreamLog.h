@@ -35,10 +35,6 @@ class StreamLog : public SystemLog {
   void writeEach(std::span<const std::string> texts) override;
 
  private:
-  // Writes what waits, unless another thread is at it, with the lock but for the writing.
-  void writeWaiting(std::unique_lock<std::mutex>& guard);
-  void writeRecords(std::string_view records);
-
   std::FILE* stream_;
   std::mutex lock_;
   std::condition_variable wrote_;

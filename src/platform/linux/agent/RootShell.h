@@ -3,7 +3,6 @@
 #include <glib-unix.h>
 #include <sys/types.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <functional>
@@ -56,10 +55,11 @@ class RootShell {
   }
   pid_t process() const { return child_; }
 
-  // Sends the script; the shell begins to execute it. Once, or refuse() instead.
+  // Sends the script; the shell begins to execute it. A shell that has gone shows by its end. Once,
+  // or refuse() instead.
   void send(std::string_view script) {
-    writeAll(script);
-    writeAll(kEndMark);
+    writeAll(input_.get(), script);
+    writeAll(input_.get(), kEndMark);
     input_ = FileHandle();
   }
   // Has the shell end without executing anything.
@@ -83,16 +83,6 @@ class RootShell {
       "*'# fillstation: complete') eval \"$script\" </dev/null ;;\n"
       "*) exit 125 ;;\n"
       "esac\n";
-
-  void writeAll(std::string_view text) const {
-    while (!text.empty()) {
-      const ssize_t count = ::write(input_.get(), text.data(), text.size());
-      if (count < 0) {
-        return;  // the shell has gone, as its end will tell
-      }
-      text.remove_prefix(static_cast<std::size_t>(count));
-    }
-  }
 
   static int onOutput(int descriptor, GIOCondition /*condition*/, void* self) {
     auto* shell = static_cast<RootShell*>(self);
