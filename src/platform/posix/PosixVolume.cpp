@@ -207,8 +207,9 @@ bool PosixVolume::readBack(const CopiedItems& items) {
   root_ = {};
   medium_.reset();
   const OpenRoot again = remount_ ? remount_() : OpenRoot();
-  return again.root && ReadBack(again.root.get(), mountPath_, opened_, stop_, calls_)
-                           .holds(items, std::random_device{}());
+  return again.root &&
+         ReadBack(again.root.get(), mountPath_, opened_, stop_, calls_)
+             .holds(items, std::random_device{}(), DirectoryOrder::keptOn(again.root.get()));
 }
 
 bool PosixVolume::enterParent(const Components& components) {

@@ -73,10 +73,6 @@ ReadBack::ReadBack(int root, std::string mountPath, const std::timespec& since,
       fromFile_(kPiece + kSampleBlock),
       fromSource_(kPiece) {}
 
-bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed) {
-  return holds(items, seed, DirectoryOrder::keptOn(root_));
-}
-
 bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder) {
   WrittenSizes sizes;
   // A disturbance on the way is no fault of the medium: what differs is read once more.

@@ -54,7 +54,6 @@ class ReadBack {
   // True when all names are there, in their order where the file system keeps one, with the sizes
   // of their sources, and the samples that the seed chooses have their content. False as well when
   // the stop is requested.
-  bool holds(const CopiedItems& items, std::uint64_t seed);
   bool holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder);
 
  private:
