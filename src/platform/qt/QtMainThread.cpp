@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <future>
@@ -159,9 +160,9 @@ class QtMainThread::LongWork : public QObject {
 };
 
 QtMainThread::QtMainThread(const StopSource& stop, std::chrono::milliseconds pace)
-    : stop_(stop),
-      pace_(pace),
-      onStop_(stop.token(), [this] { queue_.add([this] { endPauses(); }); }) {}
+    : stop_(stop), pace_(pace), onStop_(stop.token(), [this] {
+        queue_.add([this] { std::ranges::for_each(pauses_, &QEventLoop::quit); });
+      }) {}
 
 QtMainThread::~QtMainThread() = default;
 
@@ -212,24 +213,14 @@ bool QtMainThread::sleep(std::chrono::microseconds duration) {
     return stop_.waitFor(duration);
   }
   if (duration > std::chrono::microseconds::zero() && !stop_.requested()) {
-    runLoopFor(duration);
+    QEventLoop pause;
+    pauses_.push_back(&pause);
+    QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,
+                       &pause, &QEventLoop::quit);
+    pause.exec();
+    pauses_.pop_back();
   }
   return !stop_.requested();
-}
-
-void QtMainThread::endPauses() {
-  for (QEventLoop* const pause : pauses_) {
-    pause->quit();
-  }
-}
-
-void QtMainThread::runLoopFor(std::chrono::microseconds duration) {
-  QEventLoop pause;
-  pauses_.push_back(&pause);
-  QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(duration), Qt::PreciseTimer,
-                     &pause, &QEventLoop::quit);
-  pause.exec();
-  pauses_.pop_back();
 }
 
 }  // namespace fillstation

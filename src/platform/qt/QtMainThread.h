@@ -79,9 +79,6 @@ class QtMainThread : public MainThread, public Clock {
  private:
   class LongWork;
 
-  void endPauses();
-  void runLoopFor(std::chrono::microseconds duration);
-
   const std::thread::id main_ = std::this_thread::get_id();
   const StopSource& stop_;
   const std::chrono::milliseconds pace_;
