@@ -29,14 +29,6 @@ constexpr std::uint16_t kDescriptorSize = 128;
 constexpr std::uint16_t kHeaderSize = 2;
 constexpr std::uint16_t kUsEnglish = 1033;
 
-// In force in every build: nothing sensible can follow.
-void requireUsbDevice(const UsbDeviceInterface* usbDevice) {
-  if (usbDevice == nullptr) {
-    std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
-    std::abort();
-  }
-}
-
 // A receiver may look at a record's descriptor strings at any time, so they are never freed. Equal
 // texts are kept once: players of one make don't add up.
 const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
@@ -120,7 +112,11 @@ void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
 }
 
 char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {
-  requireUsbDevice(usbDevice);
+  // In force in every build: nothing sensible can follow.
+  if (usbDevice == nullptr) {
+    std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
+    std::abort();
+  }
   const UsbRequest request{.requestType = 0x80,
                            .request = 6,
                            .value = static_cast<std::uint16_t>(0x300U | index),

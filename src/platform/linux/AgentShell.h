@@ -28,12 +28,7 @@ struct AgentReply {
   };
 
   // A reply of a call whose command didn't run, and why.
-  static AgentReply of(Kind kind, std::string why = {}) {
-    AgentReply reply;
-    reply.kind = kind;
-    reply.err = std::move(why);
-    return reply;
-  }
+  static AgentReply of(Kind kind, std::string why = {}) { return {kind, 0, {}, std::move(why)}; }
 
   Kind kind = Kind::unavailable;
   int exitStatus = 0;  // 0 to 255; 128 and the signal's number when one ended the shell
