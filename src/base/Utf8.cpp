@@ -41,10 +41,6 @@ std::optional<std::u32string> foldCase(std::string_view text) {
   return points;
 }
 
-char lowerAscii(char byte) {
-  return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-}
-
 }  // namespace
 
 std::optional<std::u32string> decodeUtf8(std::string_view text) {

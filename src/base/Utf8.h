@@ -16,6 +16,11 @@ std::string withoutBadUtf8(std::string_view text);
 // True when the text holds nothing but ASCII.
 bool isAscii(std::string_view text);
 
+// The small letter for a capital one of ASCII; any other byte unchanged.
+inline char lowerAscii(char byte) {
+  return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+}
+
 // The lower-case form of a capital letter of any script, the same in every locale; any other code
 // point unchanged.
 char32_t lowerCase(char32_t point);

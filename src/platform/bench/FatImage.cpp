@@ -6,7 +6,6 @@
 #include <QString>
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 
 #include "Utf8.h"
@@ -128,9 +127,7 @@ std::string utf8Of(std::u16string_view units) {
 }
 
 std::string lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-  });
+  std::ranges::transform(text, text.begin(), lowerAscii);
   return text;
 }
 

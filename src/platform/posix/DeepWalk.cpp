@@ -84,7 +84,7 @@ const Sign* appendNumber(const Sign* at, const Sign* end, std::string& keys) {
 // Anything else than a digit: one byte for ASCII, above them three for the rest.
 void appendSign(char32_t sign, std::string& keys) {
   if (sign < 0x80) {
-    keys += static_cast<char>(sign >= 'A' && sign <= 'Z' ? sign - 'A' + 'a' : sign);
+    keys += lowerAscii(static_cast<char>(sign));
   } else {
     keys += {static_cast<char>(0x80 | sign >> 16U), static_cast<char>(sign >> 8U),
              static_cast<char>(sign)};
