@@ -92,8 +92,7 @@ char32_t lowerCase(char32_t point) { return ::towlower_l(point, unicodeLocale())
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
   // What file types almost always are, without a detour.
   if (isAscii(left) && isAscii(right)) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char one, char other) { return lowerAscii(one) == lowerAscii(other); });
+    return std::ranges::equal(left, right, {}, lowerAscii, lowerAscii);
   }
   const auto folded = foldCase(left);
   return folded && folded == foldCase(right);

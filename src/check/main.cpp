@@ -127,7 +127,7 @@ FileSet fileSetOf(const std::vector<std::string>& folders, const std::string& fi
       }
     }
   }
-  if (std::all_of(set.begin(), set.end(), [](const auto& entry) { return entry.isDirectory; })) {
+  if (std::ranges::all_of(set, &SetEntry::isDirectory)) {
     throw std::runtime_error("The folders hold no file of the type " + fileType);
   }
   return set;
@@ -333,8 +333,7 @@ int compare(const Arguments& arguments) {
   for (auto& line : lines) {
     progress.print(line.get());
   }
-  const auto isEqual = [](const VolumeCheck& volume) { return volume.equal(); };
-  return std::all_of(volumes.begin(), volumes.end(), isEqual) ? kEqual : kDifferent;
+  return std::ranges::all_of(volumes, &VolumeCheck::equal) ? kEqual : kDifferent;
 }
 
 }  // namespace

@@ -239,10 +239,9 @@ bool waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskNa
 bool isPlayerVendor(const std::string& vendor) {
   constexpr char32_t kToFullWidth = U'\uFF21' - U'A';
   const auto points = decodeUtf8(vendor);
-  return points && std::equal(points->begin(), points->end(), kPlayerVendor.begin(),
-                              kPlayerVendor.end(), [](char32_t point, char32_t letter) {
-                                return point == letter || point == letter + kToFullWidth;
-                              });
+  return points && std::ranges::equal(*points, kPlayerVendor, [](char32_t point, char32_t letter) {
+           return point == letter || point == letter + kToFullWidth;
+         });
 }
 
 std::optional<DiskDescription> firstDescription(Disk& disk) {

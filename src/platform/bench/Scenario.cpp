@@ -224,8 +224,7 @@ std::variant<Scenario, std::string> parseScenario(std::string_view content,
       readPlayer(keys, plan);
       keys.content();
       // Two of them would share an image.
-      if (std::any_of(scenario.begin(), scenario.end(),
-                      [&plan](const auto& other) { return other.name == plan.name; })) {
+      if (std::ranges::count(scenario, plan.name, &BenchPlayerPlan::name) > 0) {
         keys.report(QStringLiteral("name"), "is another player's too");
       }
       scenario.push_back(std::move(plan));

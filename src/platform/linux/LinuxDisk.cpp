@@ -128,11 +128,8 @@ std::shared_ptr<VolumeMedium> LinuxVolumeOwner::mediumOf(int rootDescriptor,
     return nullptr;
   }
   const auto points = mountPoints(root.st_dev);
-  const bool isDisks =
-      std::any_of(facts->blocks.begin(), facts->blocks.end(),
-                  [&root](const auto& block) { return block.number == root.st_dev; });
-  const bool isMount = std::find(points.begin(), points.end(),
-                                 PosixVolume::withoutEndingSlash(mountPath)) != points.end();
+  const bool isDisks = std::ranges::count(facts->blocks, root.st_dev, &BlockFacts::number) > 0;
+  const bool isMount = std::ranges::count(points, PosixVolume::withoutEndingSlash(mountPath)) > 0;
   return isDisks && isMount ? std::make_shared<VolumeMedium>() : nullptr;
 }
 
@@ -148,8 +145,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
   }
   // Of several mounts one may have been busy, and this one not.
   const auto points = placesOf(owner);
-  if (!unmounted && std::find(points.begin(), points.end(),
-                              PosixVolume::withoutEndingSlash(mountPath)) != points.end()) {
+  if (!unmounted && std::ranges::count(points, PosixVolume::withoutEndingSlash(mountPath)) > 0) {
     return mountPath;
   }
   if (!carriedOut(DiskRequest::mount, disk, owner)) {

@@ -179,10 +179,8 @@ bool DeepWalk::readFolder(const FileHandle& folder, Level& level) {
       at += entry->d_reclen;
     }
   }
-  std::sort(level.children.begin(), level.children.end(),
-            [&level](const Child& left, const Child& right) {
-              return level.keyOf(left) > level.keyOf(right);
-            });
+  std::ranges::sort(level.children, std::greater(),
+                    [&level](const Child& child) { return level.keyOf(child); });
   return size == 0;
 }
 

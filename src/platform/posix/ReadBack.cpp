@@ -21,9 +21,7 @@ bool isLater(const std::timespec& left, const std::timespec& right) {
 
 // In order, those that touch made one.
 std::vector<SampleRange> merged(std::vector<SampleRange> ranges) {
-  std::sort(ranges.begin(), ranges.end(), [](const SampleRange& left, const SampleRange& right) {
-    return left.begin < right.begin;
-  });
+  std::ranges::sort(ranges, {}, &SampleRange::begin);
   std::vector<SampleRange> apart;
   for (const auto& range : ranges) {
     if (range.begin >= range.end) {
