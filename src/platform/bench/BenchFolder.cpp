@@ -71,15 +71,10 @@ bool plugPlayer(const std::string& benchFolder, const std::string& name) {
 }
 
 bool unplugPlayer(const std::string& benchFolder, const std::string& name) {
-  return unplugImage(pluggedImage(benchFolder, name));
-}
-
-bool unplugImage(const std::string& imagePath) {
-  const std::filesystem::path image(imagePath);
-  const std::filesystem::path pulled = image.parent_path() / "pulled";
   std::error_code failed;
-  std::filesystem::create_directories(pulled, failed);
-  return std::rename(image.c_str(), (pulled / image.filename()).c_str()) == 0;
+  std::filesystem::create_directories(benchFolder + "/pulled", failed);
+  return std::rename(pluggedImage(benchFolder, name).c_str(),
+                     pulledImage(benchFolder, name).c_str()) == 0;
 }
 
 ShellResult runOnImage(const std::string& command, int image) {

@@ -26,9 +26,6 @@ std::string pluggedImage(const std::string& benchFolder, const std::string& name
 std::string pulledImage(const std::string& benchFolder, const std::string& name);
 std::string identityFile(const std::string& benchFolder, const std::string& name);
 
-// Pulls the player out whose image lies at this path.
-bool unplugImage(const std::string& imagePath);
-
 // True when the descriptor is open on what lies at the path.
 bool isOpenOn(int descriptor, const std::string& path);
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <filesystem>
 #include <utility>
 
 #include "BenchFolder.h"
@@ -80,7 +81,7 @@ std::optional<DiskDescription> BenchPlayer::copyDescription() {
   }
   description.deviceVendor = identity_.vendor;
   description.mediaSize = mediaSize_;
-  const auto fat = isKnown() ? FatImage::open(image_.get()) : std::nullopt;
+  const auto fat = known_.load() ? FatImage::open(image_.get()) : std::nullopt;
   if (!fat) {
     return description;
   }
@@ -91,7 +92,10 @@ std::optional<DiskDescription> BenchPlayer::copyDescription() {
   return description;
 }
 
-void BenchPlayer::pull() const { unplugImage(imagePath_); }
+void BenchPlayer::pull() const {
+  const std::filesystem::path image(imagePath_);
+  unplugPlayer(image.parent_path(), image.stem());
+}
 
 void BenchPlayer::pullAt(PullMoment moment) const {
   if (faults().pull == moment) {

@@ -65,8 +65,7 @@ class BenchPlayer : public Disk {
   // The mounted volume, null for none.
   std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
   void setVolume(std::shared_ptr<BenchVolume> volume) { volume_.set(std::move(volume)); }
-  // Whether the system has looked at the file system that the medium has now.
-  bool isKnown() const { return known_.load(); }
+  // Says whether the system has looked at the file system that the medium has now.
   void setKnown(bool known) { known_.store(known); }
   // Whether the player was ejected: it has no medium then until it is plugged in anew.
   bool isEjected() const { return ejected_.load(); }
