@@ -7,7 +7,6 @@
 #include <chrono>
 #include <filesystem>
 #include <utility>
-#include <variant>
 
 #include "BenchFolder.h"
 #include "BenchVolume.h"

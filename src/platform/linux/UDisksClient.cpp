@@ -1,14 +1,13 @@
 #include "UDisksClient.h"
 
 #include <QDBusArgument>
-#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QMap>
 #include <QVariantMap>
 #include <limits>
 #include <map>
 
-#include "DiskFacts.h"
+#include "DiskSession.h"
 #include "Format.h"
 
 namespace fillstation {

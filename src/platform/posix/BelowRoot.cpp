@@ -3,11 +3,9 @@
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/vfs.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
 
 namespace fillstation {
 

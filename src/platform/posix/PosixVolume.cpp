@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
 #include <fstream>
 #include <random>
 #include <sstream>
