@@ -5,9 +5,12 @@
 #include <cstddef>
 #include <cstdio>
 #include <mutex>
+#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "FileHandle.h"
 #include "SystemLog.h"
 
 namespace fillstation {
@@ -22,19 +25,60 @@ class StreamLog : public SystemLog {
   // Bytes that wait at most for another thread's writing.
   static constexpr std::size_t kMost = std::size_t{1} << 20;
 
-  explicit StreamLog(std::FILE* stream);
-  ~StreamLog() override;
+  explicit StreamLog(std::FILE* stream) : stream_(stream) {
+    const std::scoped_lock guard(logs_.lock);
+    logs_.all.insert(this);
+  }
+  ~StreamLog() override {
+    const std::scoped_lock guard(logs_.lock);
+    logs_.all.erase(this);
+  }
   StreamLog(const StreamLog&) = delete;
   StreamLog& operator=(const StreamLog&) = delete;
 
   // Returns when everything that any of these logs was given before is written.
-  static void settleAll();
+  static void settleAll() {
+    const std::scoped_lock guard(logs_.lock);
+    for (auto* const log : logs_.all) {
+      std::unique_lock own(log->lock_);
+      log->wrote_.wait(own, [log] { return !log->writing_; });
+    }
+  }
 
   void write(std::string_view text) override { writeEach(std::array{std::string(text)}); }
   // Several records in one piece.
-  void writeEach(std::span<const std::string> texts) override;
+  void writeEach(std::span<const std::string> texts) override {
+    std::unique_lock guard(lock_);
+    wrote_.wait(guard, [this] { return waiting_.size() < kMost; });
+    for (const auto& text : texts) {
+      waiting_ += text;
+      waiting_ += '\n';
+    }
+    if (writing_) {
+      return;
+    }
+    writing_ = true;
+    while (!waiting_.empty()) {
+      std::swap(waiting_, beingWritten_);
+      guard.unlock();
+      std::fflush(stream_);
+      writeAll(::fileno(stream_), beingWritten_);
+      guard.lock();
+      beingWritten_.clear();
+      writing_ = !waiting_.empty();
+      wrote_.notify_all();
+    }
+  }
 
  private:
+  // Those that there are, for whoever ends the process.
+  struct Logs {
+    std::mutex lock;
+    std::set<StreamLog*> all;
+  };
+  // Never destroyed: a process may be left while other threads finish logging.
+  static inline Logs& logs_ = *new Logs;
+
   std::FILE* stream_;
   std::mutex lock_;
   std::condition_variable wrote_;
