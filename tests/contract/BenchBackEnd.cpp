@@ -3,12 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <QCoreApplication>
 #include <QTest>
 #include <cstdio>
-#include <filesystem>
 
-#include "BenchFolder.h"
 #include "DiskSessionContract.h"
 #include "FileHandle.h"
 #include "MediumContract.h"

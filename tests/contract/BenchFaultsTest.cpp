@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <fstream>

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <optional>
 #include <utility>
 
 #include "FaultCase.h"

@@ -4,7 +4,6 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include "DiskFacts.h"
 #include "FileHandle.h"
 #include "Input.h"
 #include "Udev.h"

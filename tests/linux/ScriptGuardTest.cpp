@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "ChildProcess.h"

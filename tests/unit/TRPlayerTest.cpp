@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "StdCapture.h"
 #include "TestPlatform.h"
 #include "UsbUtil.h"

@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
