@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLineEdit>
@@ -17,6 +16,7 @@
 
 #include "BenchFolder.h"
 #include "ModalSession.h"
+#include "OpenDialog.h"
 #include "OpenPanel.h"
 #include "PlayerCheck.h"
 #include "ui_CredentialsPanel.h"
@@ -27,17 +27,6 @@ namespace {
 
 constexpr int kPatienceMs = 120'000;
 constexpr int kVisiblePauseMs = 700;
-
-template <class Dialog>
-Dialog* openDialog() {
-  for (QWidget* widget : QApplication::topLevelWidgets()) {
-    auto* const dialog = qobject_cast<Dialog*>(widget);
-    if (dialog != nullptr && dialog->isVisible()) {
-      return dialog;
-    }
-  }
-  return nullptr;
-}
 
 // Does what a person does at the window: clicks, types, looks, waits. Main thread.
 class Operator {
@@ -58,7 +47,7 @@ class Operator {
     // close the list of completions: a person looks, and types again.
     QTimer enter;
     QObject::connect(&enter, &QTimer::timeout, [&] {
-      if (auto* const panel = openDialog<OpenPanel>()) {
+      if (auto* const panel = test::openDialog<OpenPanel>()) {
         auto* const field = panel->findChild<QLineEdit*>("fileNameEdit");
         if (field->text() != folder) {
           type(field, folder);
@@ -109,7 +98,7 @@ class Operator {
     // From a timer: a dialog has a loop of its own, inside which nothing else goes on.
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, [&] {
-      if (auto* const summary = openDialog<Alert>()) {
+      if (auto* const summary = test::openDialog<Alert>()) {
         look.stop();
         text = summary->text();
         pause();

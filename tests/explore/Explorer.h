@@ -15,10 +15,6 @@
 
 class QAbstractButton;
 
-namespace fillstation {
-class Alert;
-}
-
 namespace fillstation::explore {
 
 // What a whole exploration has met. A plain value.
@@ -82,7 +78,6 @@ class Explorer {
   void result();
   void dismiss();
 
-  static Alert* openAlert();  // null: none is
   void ok(const std::string& userName, const std::string& password);
   void click(QAbstractButton* button);
   void rightClick(int row);

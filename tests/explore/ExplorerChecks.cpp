@@ -3,6 +3,7 @@
 
 #include "Explorer.h"
 #include "ModalSession.h"
+#include "OpenDialog.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
@@ -112,7 +113,7 @@ void Explorer::checkControls() {
          "the panel is open while asking");
   expect(ui.pbCircle->isAnimating() == (rules_.state == Rules::State::kRunning),
          "the busy indicator turns while running");
-  const Alert* const opened = openAlert();
+  const Alert* const opened = test::openDialog<Alert>();
   const std::string alert = opened != nullptr ? opened->text().toStdString() : "";
   expect(alert == (rules_.hasAlert() ? rules_.alertText : ""),
          "the alert says \"" + (rules_.hasAlert() ? rules_.alertText : "") + "\", not \"" + alert +

@@ -5,6 +5,7 @@
 
 #include "Explorer.h"
 #include "ModalSession.h"
+#include "OpenDialog.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
@@ -16,15 +17,6 @@ constexpr std::size_t kMostDevices = 8;
 constexpr std::size_t kMostTurns = 40;
 
 }  // namespace
-
-Alert* Explorer::openAlert() {
-  for (QWidget* widget : QApplication::topLevelWidgets()) {
-    if (auto* const alert = qobject_cast<Alert*>(widget); alert != nullptr && alert->isVisible()) {
-      return alert;
-    }
-  }
-  return nullptr;
-}
 
 const std::vector<Explorer::Choice> Explorer::kChoices{
     {"plug in", 50, [](Explorer& e) { e.plug(); }},
@@ -278,7 +270,7 @@ void Explorer::result() {
 }
 
 void Explorer::dismiss() {
-  Alert* const alert = openAlert();
+  Alert* const alert = test::openDialog<Alert>();
   if (alert == nullptr) {
     return;
   }

@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "ModalSession.h"
+#include "OpenDialog.h"
 #include "TRFileCopyTaskCollection.h"
 #include "UsbUtil.h"
 #include "ui_CredentialsPanel.h"
@@ -43,15 +44,6 @@ void require(bool done, const std::string& what) {
   if (!done) {
     throw std::runtime_error(what);
   }
-}
-
-Alert* shownAlert() {
-  for (QWidget* widget : QApplication::topLevelWidgets()) {
-    if (auto* const alert = qobject_cast<Alert*>(widget); alert != nullptr && alert->isVisible()) {
-      return alert;
-    }
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -171,7 +163,7 @@ std::string FaultRig::readSummary() {
   std::string summary;
   QTimer person;
   QObject::connect(&person, &QTimer::timeout, [&] {
-    if (Alert* const alert = shownAlert()) {
+    if (Alert* const alert = test::openDialog<Alert>()) {
       summary = alert->text().toStdString();
       click(alert->button(QMessageBox::Ok));
     }
@@ -218,8 +210,8 @@ std::vector<std::string> FaultRig::ticked() const {
 
 bool FaultRig::isRunning() const {
   const auto& ui = windows->window().ui();
-  return !ui.btnStart->isEnabled() && ui.pbCircle->isAnimating() && shownAlert() == nullptr &&
-         !windows->panel().isVisible();
+  return !ui.btnStart->isEnabled() && ui.pbCircle->isAnimating() &&
+         test::openDialog<Alert>() == nullptr && !windows->panel().isVisible();
 }
 
 std::string joined(const std::vector<std::string>& texts) {

@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QSocketNotifier>
 #include <QTest>
 #include <QTimer>
@@ -18,6 +17,7 @@
 #include "Bench.h"
 #include "JournalLog.h"
 #include "ModalSession.h"
+#include "OpenDialog.h"
 #include "PolkitScriptRunner.h"
 #include "QtMainThread.h"
 #include "StepHooks.h"
@@ -126,15 +126,7 @@ struct Ports {
   std::shared_ptr<void> hooked;
 };
 
-Alert* alert() {
-  for (QWidget* widget : QApplication::topLevelWidgets()) {
-    auto* const box = qobject_cast<Alert*>(widget);
-    if (box != nullptr && box->isVisible()) {
-      return box;
-    }
-  }
-  return nullptr;
-}
+Alert* alert() { return openDialog<Alert>(); }
 
 // Tells a text as soon as there is one. By looking again and again, not by waiting: what is waited
 // for may go on only when this returns.
