@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <array>
 #include <cstdio>
 #include <deque>
@@ -93,18 +92,7 @@ class LinuxRig : public contract::BackEnd {
     machine.pull(name);
     std::erase_if(udisks.blocks, [&](const auto& block) { return block.drive == name; });
   }
-  std::vector<contract::OnMedium> content(const std::string& /*name*/) override { return {}; }
-  bool isSound(const std::string& /*name*/) override { return true; }
-  std::string head(const std::string& /*name*/, std::size_t /*bytes*/) override { return {}; }
-  void writeHead(const std::string& /*name*/, const std::string& /*bytes*/) override {}
-  std::int64_t mediumSize(const std::string& /*name*/) override { return 0; }
-  bool await(const std::function<bool()>& condition) override {
-    const QDeadlineTimer minute(60'000);
-    while (!condition() && !minute.hasExpired()) {
-      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return condition();
-  }
+  bool await(const std::function<bool()>& condition) override { return runLoopAMinute(condition); }
   void settle() override { runLoopDry(); }
 
   MockMachine machine;

@@ -153,17 +153,8 @@ class MountedBackEnd : public BackEnd {
     EXPECT_EQ(::pwrite(file.get(), "", 1, kState), 1);
     return std::system(("/usr/sbin/fsck.fat -n " + copy).c_str()) == 0;
   }
-  // The suite that runs here looks at files only.
-  std::string head(const std::string& /*name*/, std::size_t /*bytes*/) override { return {}; }
-  void writeHead(const std::string& /*name*/, const std::string& /*bytes*/) override {}
-  std::int64_t mediumSize(const std::string& /*name*/) override { return 0; }
-
   bool await(const std::function<bool()>& condition) override {
-    const QDeadlineTimer minute(60'000);
-    while (!condition() && !minute.hasExpired()) {
-      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return condition();
+    return test::runLoopAMinute(condition);
   }
   void settle() override { test::runLoopDry(); }
 

@@ -2,6 +2,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <functional>
 
 namespace fillstation::test {
@@ -11,6 +12,13 @@ inline void runLoopUntil(const std::function<bool()>& condition) {
   while (!condition()) {
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
   }
+}
+
+// The same for a minute at most; whether the condition holds then.
+inline bool runLoopAMinute(const std::function<bool()>& condition) {
+  const QDeadlineTimer minute(60'000);
+  runLoopUntil([&] { return condition() || minute.hasExpired(); });
+  return condition();
 }
 
 // Runs what the main loop has to do now, until it has nothing to do.
