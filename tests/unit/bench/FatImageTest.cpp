@@ -96,6 +96,11 @@ TEST_F(FatImageTest, TheRootsLabelCountsAndWithoutOneTheBootSectors) {
   EXPECT_EQ(image().label(), "NO NAME");
 }
 
+TEST_F(FatImageTest, SectorsOf4096BytesAreTheLargest) {
+  make("-F32 -S4096 -s1", "300M");
+  EXPECT_TRUE(FatImage::open(file()));
+}
+
 TEST_F(FatImageTest, WhatIsNoWholeFat32IsNone) {
   make("-F16");
   EXPECT_FALSE(FatImage::open(file()));
