@@ -26,9 +26,9 @@
 namespace fillstation::endurance {
 namespace {
 
-// What the caches of the window make of the same state at different times: 14 bytes for each
+// What caches take once, in steps of up to 28 KiB, at whichever run: 28 bytes for each
 // player that was filled.
-constexpr long kHeapPlayKiB = 32;
+constexpr long kHeapPlayKiB = 64;
 
 template <class Iterator>
 long entriesOf(const std::string& folder) {
