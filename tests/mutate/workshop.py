@@ -132,7 +132,8 @@ class Workshop:
         linker = next((name for name in ("mold", "lld") if shutil.which(f"ld.{name}")), "")
         command = [*CONFIGURE, "-S", str(self.tree), "-B", str(self.build)]
         if linker:
-            command.append(f"-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld={linker}")
+            # mold 1.10 lays out programs now and then whose relocations can't be protected.
+            command.append(f"-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld={linker} -Wl,-z,norelro")
         for step in (command, ["ninja", "-C", str(self.build)]):
             status, output = run(step, self.tree, mark=self.mark)
             if status != 0:
