@@ -20,10 +20,7 @@ QString placeOf(const TRPlayer& player) {
 
 }  // namespace
 
-ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
-  setTextFormat(Qt::PlainText);
-  setIndent(0);
-}
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
 
 void ElidedLabel::setWholeText(const QString& text) {
   setText(text);

@@ -50,6 +50,14 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));
 }
 
+TEST_P(BenchFaultsTest, PulledDuringTheFormatItHasGone) {
+  plan.identity.faults.pull = PullMoment::kDuringFormat;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  const ScriptOutcome outcome = runAsAdministrator(formatCommand(identity.node), identity);
+  EXPECT_EQ(outcome.errorNumber, ScriptError::kNotThePlayer);
+}
+
 TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
   plan.identity.faults.pull = PullMoment::kDuringFlush;
   plugPlanMounted();

@@ -75,6 +75,7 @@ class Points(unittest.TestCase):
             with self.subTest(text=text):
                 self.assertEqual(found(text), set())
         self.assertEqual(found(in_code("std::abort();")), set())
+        self.assertEqual(found("int mode = 0644;"), set())
 
 
 class Processes(unittest.TestCase):

@@ -191,6 +191,8 @@ class Finder:
         return self._text(index) in ("+", "+=") and any(side.kind == "string" for side in sides)
 
     def _constant(self, index, token):
+        if re.fullmatch(r"0[0-7]+", token.text):
+            return  # the mode of a file: its last bit is others' business
         if token.kind == "number":
             for after in _numbers_beside(token.text):
                 self._add("constant", index, index, after)

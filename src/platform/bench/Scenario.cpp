@@ -5,6 +5,7 @@
 #include <QJsonObject>
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <fstream>
 #include <limits>
 #include <optional>
@@ -163,9 +164,9 @@ void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
 }
 
 bool isPlayerName(const std::string& name) {
-  return !name.empty() && name.find_first_not_of(
-                              "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_") ==
-                              std::string::npos;
+  return !name.empty() && std::ranges::all_of(name, [](unsigned char sign) {
+    return std::isalnum(sign) != 0 || sign == '-' || sign == '_';
+  });
 }
 
 void readPlayer(Keys& keys, BenchPlayerPlan& plan) {
