@@ -165,7 +165,7 @@ void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
 
 bool isPlayerName(const std::string& name) {
   return !name.empty() && std::ranges::all_of(name, [](unsigned char sign) {
-    return std::isalnum(sign) != 0 || sign == '-' || sign == '_';
+    return (sign < 0x80 && std::isalnum(sign) != 0) || sign == '-' || sign == '_';
   });
 }
 
