@@ -41,7 +41,7 @@ class LinkButton : public QPushButton {
   explicit LinkButton(QWidget* parent = nullptr) : QPushButton(parent) {
     setCursor(Qt::PointingHandCursor);
     setFlat(true);
-    // After a click the Space bar belongs to whatever it worked before.
+    // After a click, Space still works the control that had the focus.
     setFocusPolicy(Qt::TabFocus);
   }
 

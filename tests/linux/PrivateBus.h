@@ -59,7 +59,7 @@ class PrivateBus {
                                       "<allow own='*'/><allow send_destination='*'/>"
                                       "<allow receive_sender='*'/></policy></busconfig>");
     daemon_.setStandardErrorFile(QProcess::nullDevice());
-    // Whatever ends this process, as a time-out does, ends the bus as well.
+    // The bus ends with this process, after a time-out too.
     daemon_.start("setpriv",
                   {"--pdeathsig", "KILL", "dbus-daemon", "--nofork", "--nopidfile",
                    "--print-address", QString::fromStdString("--config-file=" + configuration)});

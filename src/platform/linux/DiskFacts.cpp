@@ -31,7 +31,7 @@ std::optional<FileSystemFacts> fileSystemOn(udev_device* device) {
   facts.type = udevProperty(device, "ID_FS_TYPE").value_or("");
   facts.identifier = udevProperty(device, "ID_FS_UUID").value_or("");
   if (const auto label = udevProperty(device, "ID_FS_LABEL_ENC")) {
-    // udev writes whatever might hurt as \xHH.
+    // udev writes unsafe characters as \xHH.
     facts.label = decodeEscapes(*label, "\\x", 2, 16);
   }
   return facts;

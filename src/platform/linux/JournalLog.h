@@ -77,7 +77,7 @@ class JournalLog : public SystemLog {
     return entry;
   }
 
-  // Whoever has connected the stream to the journal says so by its device and inode.
+  // The service manager names a stream that leads to the journal by its device and inode.
   static bool isJournal(std::FILE* stream) {
     const char* const journal = std::getenv("JOURNAL_STREAM");
     struct stat status {};
