@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QFontDatabase>
+#include <QFont>
 #include <cstdlib>
 
 #include "OpenPanel.h"
@@ -16,6 +16,10 @@ int main(int argc, char** argv) {
   ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
   fillstation::OpenPanel::keepSettingsAway();
   QApplication application(argc, argv);
+  // Widths and shapes don't depend on the fonts of the machine.
+  QFont font = QApplication::font();
+  font.setFamilies({QStringLiteral("DejaVu Sans")});
+  QApplication::setFont(font);
   QApplication::setStyle(new fillstation::WindowStyle);
   QApplication::setQuitOnLastWindowClosed(false);
   ::testing::InitGoogleTest(&argc, argv);
