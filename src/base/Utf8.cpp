@@ -87,6 +87,11 @@ bool isAscii(std::string_view text) {
                      [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
+std::string asciiLowerCase(std::string text) {
+  std::ranges::transform(text, text.begin(), lowerAscii);
+  return text;
+}
+
 char32_t lowerCase(char32_t point) { return ::towlower_l(point, unicodeLocale()); }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {

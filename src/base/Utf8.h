@@ -21,6 +21,9 @@ inline char lowerAscii(char byte) {
   return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
 
+// The text with small letters in place of ASCII's capital ones.
+std::string asciiLowerCase(std::string text);
+
 // The lower-case form of a capital letter of any script, the same in every locale; any other code
 // point unchanged.
 char32_t lowerCase(char32_t point);

@@ -76,9 +76,10 @@ struct SlotReader {
     const std::string extension = fieldText(slot + 8, 3);
     if (base != "." && base != "..") {
       FatEntry entry;
-      entry.name = longName ? utf8Of(*longName)
-                            : joined((slot[12] & 0x08) != 0 ? lowered(base) : base,
-                                     (slot[12] & 0x10) != 0 ? lowered(extension) : extension);
+      entry.name = longName
+                       ? utf8Of(*longName)
+                       : joined((slot[12] & 0x08) != 0 ? asciiLowerCase(base) : base,
+                                (slot[12] & 0x10) != 0 ? asciiLowerCase(extension) : extension);
       entry.isDirectory = (slot[11] & kDirectory) != 0;
       entry.firstCluster = (static_cast<std::uint32_t>(word(slot + 20)) << 16) | word(slot + 26);
       entry.size = entry.isDirectory ? 0 : doubleWord(slot + 28);
@@ -124,15 +125,6 @@ std::optional<std::u16string> utf16Of(std::string_view text) {
 
 std::string utf8Of(std::u16string_view units) {
   return QString::fromUtf16(units.data(), static_cast<qsizetype>(units.size())).toStdString();
-}
-
-std::string lowered(std::string text) {
-  std::ranges::transform(text, text.begin(), lowerAscii);
-  return text;
-}
-
-std::string_view fatName(std::string_view name) {
-  return name.substr(0, name.find_last_not_of('.') + 1);
 }
 
 std::optional<FatImage> FatImage::open(int descriptor) {

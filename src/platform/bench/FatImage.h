@@ -14,12 +14,6 @@ std::optional<std::u16string> utf16Of(std::string_view text);
 // The UTF-8 text of UTF-16 code units; a surrogate without its partner becomes a question mark.
 std::string utf8Of(std::u16string_view units);
 
-// The text with small letters in place of ASCII's capital ones.
-std::string lowered(std::string text);
-
-// What the file system calls a name: without the dots at its end.
-std::string_view fatName(std::string_view name);
-
 // One file or directory of a FAT32 file system. A plain value.
 struct FatEntry {
   std::string name;  // as a person sees it, in UTF-8

@@ -12,39 +12,17 @@
 #include <filesystem>
 #include <string_view>
 
+#include "FatNames.h"
 #include "FileHandle.h"
 
 namespace fillstation {
 
 namespace {
 
-constexpr std::int64_t kLargestFile = 0xFFFFFFFF;  // bytes
 constexpr std::int64_t kSlotBytes = 32;
-constexpr std::int64_t kMostSlots = 65536;
-constexpr std::size_t kLongestName = 255;  // UTF-16 units
 constexpr std::size_t kUnitsPerSlot = 13;
 constexpr std::uint32_t kLastInChain = 0x0FFFFFFF;
 constexpr std::int64_t kFreeCount = 488;  // within the sector of information
-
-bool isForbidden(char16_t unit) {
-  return unit < 0x20 || std::u16string_view(u":?*<>|\"\\").find(unit) != std::u16string_view::npos;
-}
-
-// 0 for a name that a FAT file system can hold, or the errno of its creation.
-int nameError(std::string_view name) {
-  const std::string_view stripped = fatName(name);
-  const auto units = utf16Of(stripped);
-  if (stripped.empty()) {
-    return ENOENT;
-  }
-  if (!units || stripped.back() == ' ' || std::any_of(units->begin(), units->end(), isForbidden)) {
-    return EINVAL;
-  }
-  return units->size() > kLongestName ? ENAMETOOLONG : 0;
-}
-
-// Names that are equal after this are the same name: letters of ASCII count alike in both cases.
-std::string folded(std::string_view name) { return lowered(std::string(fatName(name))); }
 
 // The bytes of a number, the low one first.
 std::string bytesOf(std::uint32_t number, int count = 4) {
@@ -126,7 +104,7 @@ void FatWriter::haveDirectory(const std::string& path, const FatDirectory& direc
   entered.clusters = directory.clusters;
   entered.usedSlots = directory.usedSlots;
   for (const auto& entry : directory.entries) {
-    entered.names.insert(folded(entry.name));
+    entered.names.insert(fatFolded(entry.name));
   }
 }
 
@@ -143,7 +121,7 @@ std::int64_t FatWriter::growth(const Directory& directory, const std::string& na
 int FatWriter::admit(const std::string& path, std::optional<std::int64_t> size) const {
   const std::filesystem::path at(path);
   const std::string name = at.filename();
-  if (const int error = nameError(name); error != 0) {
+  if (const int error = fatNameError(name); error != 0) {
     return error;
   }
   const auto found = directories_.find(at.parent_path());
@@ -151,13 +129,13 @@ int FatWriter::admit(const std::string& path, std::optional<std::int64_t> size) 
     return ENOENT;
   }
   const Directory& directory = found->second;
-  if (directory.names.contains(folded(name))) {
+  if (directory.names.contains(fatFolded(name))) {
     return EEXIST;
   }
-  if (size.value_or(0) > kLargestFile) {
+  if (size.value_or(0) > kFatLargestFile) {
     return EFBIG;
   }
-  if (directory.usedSlots + slotsOf(name) > kMostSlots ||
+  if (directory.usedSlots + slotsOf(name) > kFatMostSlots ||
       clustersOf(size.value_or(layout_.clusterBytes)) + growth(directory, name) > free_) {
     return ENOSPC;
   }
@@ -187,7 +165,7 @@ void FatWriter::add(const std::string& path, const std::string& source) {
   std::array<char, 12> shortName{};  // no other has its number
   std::snprintf(shortName.data(), shortName.size(), "%08X   ",
                 static_cast<unsigned>(directory.usedSlots));
-  directory.names.insert(folded(name));
+  directory.names.insert(fatFolded(name));
   addSlots(directory,
            longSlots(name, shortName.data()) + shortSlot(shortName.data(), status, first), entry);
   entry.put(layout_.info + kFreeCount, bytesOf(static_cast<std::uint32_t>(free_)));

@@ -76,7 +76,6 @@ TEST(FatTextTest, TextsAreConvertedBothWays) {
   EXPECT_EQ(utf16Of("\xff"), std::nullopt);
   EXPECT_EQ(utf8Of(u"aü😀"), "aü😀");
   EXPECT_EQ(utf8Of(std::u16string(1, char16_t{0xD83D}) + u"x"), "?x");
-  EXPECT_EQ(fatName("a.b.."), "a.b");
 }
 
 TEST_F(FatImageTest, TheRootsLabelCountsAndWithoutOneTheBootSectors) {

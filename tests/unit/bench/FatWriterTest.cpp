@@ -89,10 +89,10 @@ TEST_F(FatWriterTest, GrowthIsTakenFromTheRoom) {
   EXPECT_EQ(writer->admit("b", kCluster + 1), ENOSPC);
 }
 
-TEST_F(FatWriterTest, ADirectoryHasAtMost65536Slots) {
-  writer->haveDirectory("", directoryWith(65534));
+TEST_F(FatWriterTest, ADirectoryHasAtMost65535Slots) {
+  writer->haveDirectory("", directoryWith(65533));
   EXPECT_EQ(writer->admit("a", 0), 0);
-  writer->haveDirectory("", directoryWith(65535));
+  writer->haveDirectory("", directoryWith(65534));
   EXPECT_EQ(writer->admit("a", 0), ENOSPC);
 }
 
