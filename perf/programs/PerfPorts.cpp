@@ -82,6 +82,7 @@ PerfPorts::PerfPorts(std::vector<std::string> mountPaths, bool readsBack)
   ports.fileManager = &fileManager_;
   ports.mainThread = &mainThread_;
   ports.clock = &clock_;
+  ports.workspace = &workspace_;
   ports.workers = &workers_;
   ports.systemLog = &log_;
   platform() = ports;
@@ -154,6 +155,6 @@ std::shared_ptr<UsbDeviceIterator> PerfPorts::NoBus::watchDetach(Notification /*
   return nullptr;
 }
 
-std::string PerfPorts::NoBus::portName(std::uint32_t /*handle*/) const { return "1-1"; }
+UsbPlace PerfPorts::NoBus::placeOf(std::uint32_t /*handle*/) const { return {"1-1"}; }
 
 }  // namespace fillstation::perf

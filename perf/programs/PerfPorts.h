@@ -11,6 +11,7 @@
 #include "DiskSession.h"
 #include "PosixFileManager.h"
 #include "QtMainThread.h"
+#include "QtWorkspace.h"
 #include "ScriptRunner.h"
 #include "StopSource.h"
 #include "StreamLog.h"
@@ -81,7 +82,7 @@ class PerfPorts {
     bool open(std::string_view className) override;
     std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) override;
     std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) override;
-    std::string portName(std::uint32_t handle) const override;
+    UsbPlace placeOf(std::uint32_t handle) const override;
     void watchMedia(std::function<void()> /*notification*/) override {}
     std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override { return {}; }
     void hold() override {}
@@ -95,6 +96,7 @@ class PerfPorts {
   NoPause clock_;
   YesRunner runner_;
   NoBus bus_;
+  QtWorkspace workspace_;
   StreamLog log_{stderr};
   ThreadWorkers workers_{stop_};
   Files fileManager_;

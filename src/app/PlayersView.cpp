@@ -13,7 +13,7 @@ namespace fillstation {
 namespace {
 
 QString placeOf(const TRPlayer& player) {
-  const auto port = platform().usbBus->portName(static_cast<std::uint32_t>(player.IONumber()));
+  const auto port = platform().usbBus->placeOf(static_cast<std::uint32_t>(player.IONumber())).port;
   return QString::fromUtf8("%1 · USB %2")
       .arg(displayText(player.diskName()), displayText(std::string_view(port)));
 }

@@ -41,6 +41,13 @@ std::string pathOn(const std::string& mountPath, const TRFile& node) {
   return below == "/" ? mountPath : mountPath + '/' + below;
 }
 
+UsbPlace placeOf(const TRPlayer* player) {
+  const auto* const bus = platform().usbBus;
+  return player != nullptr && bus != nullptr
+             ? bus->placeOf(static_cast<std::uint32_t>(player->IONumber()))
+             : UsbPlace();
+}
+
 // A second's pause; false once the program is ending.
 bool pause() { return platform().clock->sleep(std::chrono::seconds(1)) && !ending(); }
 
@@ -51,7 +58,8 @@ TRFileCopyTask::TRFileCopyTask() : TRFileCopyTask(nullptr, nullptr, nullptr, nul
 TRFileCopyTask::TRFileCopyTask(std::shared_ptr<TRPlayer> player,
                                const std::shared_ptr<TRFileList>& files,
                                std::shared_ptr<std::mutex> sharedLock,
-                               const std::shared_ptr<TRFileCopyTaskCollection>& taskGroup) {
+                               const std::shared_ptr<TRFileCopyTaskCollection>& taskGroup)
+    : record_(placeOf(player.get())) {
   sharedFileManager = platform().fileManager;
   if (!player || !files) {
     return;
@@ -77,21 +85,46 @@ void TRFileCopyTask::setTaskGroup(const std::shared_ptr<TRFileCopyTaskCollection
 void TRFileCopyTask::copyTask() {
   logText("Beginning format operation.\n");
   if (!format()) {
-    setError(true);
+    fail();
+    begin(Step::kDone);
     updateProgressWith(totalSize());
     return;
   }
+  begin(Step::kCopy);
   logText("Beginning copyTask operation.\n");
   const Destination destination = openDestination();
+  volume_ = destination.volume;
   forEachNode([&](const TRFile& node, bool isRoot) { return copyNode(node, isRoot, destination); });
   if (ending()) {
-    setError(true);
+    fail();
     return;
   }
   if (destination.volume && !isOnTheMedium(destination)) {
-    setError(true);
+    fail();
   }
+  begin(Step::kDone);
   logText("copy Done!!!\n");
+}
+
+void TRFileCopyTask::fail() {
+  setError(true);
+  record_.fail(volume_ ? volume_->failure() : VolumeFailure());
+}
+
+LogFields TRFileCopyTask::record() const {
+  auto fields = record_.fields();
+  std::int64_t count = 0;
+  forEachNode([&count](const TRFile& node, bool /*isRoot*/) {
+    count += node.isDir() ? 0 : 1;
+    return true;
+  });
+  if (const auto device = player()) {
+    fields.emplace_back("PLAYER", textOf(device->diskName()));
+    fields.emplace_back("SIZE", textOf(device->size()));
+  }
+  fields.emplace_back("FILES", std::to_string(count));
+  fields.emplace_back("BYTES", std::to_string(totalSize()));
+  return fields;
 }
 
 bool TRFileCopyTask::format() {
@@ -100,6 +133,7 @@ bool TRFileCopyTask::format() {
 }
 
 bool TRFileCopyTask::takeOffline() {
+  begin(Step::kUnmount);
   const auto device = player();
   device->unmount();
   while (device->isMounted()) {
@@ -111,6 +145,7 @@ bool TRFileCopyTask::takeOffline() {
 }
 
 bool TRFileCopyTask::wipe() {
+  begin(Step::kWipe);
   bool done = false;
   for (int attempt = 1; attempt <= kWipeAttempts && !done; ++attempt) {
     done = runOnDisk("dd", "if=/dev/zero", "of=%@ bs=4k count=10");
@@ -125,6 +160,7 @@ bool TRFileCopyTask::wipe() {
 }
 
 bool TRFileCopyTask::makeFileSystem() {
+  begin(Step::kFormat);
   const bool done = runOnDisk("mkfs.fat", "-F32", "%@");
   // No pause follows in which the end of the program would be noticed.
   if (ending()) {
@@ -137,6 +173,7 @@ bool TRFileCopyTask::makeFileSystem() {
 }
 
 bool TRFileCopyTask::bringBack() {
+  begin(Step::kMount);
   const auto device = player();
   device->mount();
   while (!device->isMounted()) {
@@ -218,7 +255,8 @@ TRFileCopyTask::Destination TRFileCopyTask::openDestination() const {
   return {mountPath, filemgr()->openVolume(mountPath, owner->identity())};
 }
 
-bool TRFileCopyTask::isOnTheMedium(const Destination& destination) const {
+bool TRFileCopyTask::isOnTheMedium(const Destination& destination) {
+  begin(Step::kFlush);
   const auto items = [&](const auto& visitor) {
     forEachNode([&](const TRFile& node, bool /*isRoot*/) {
       return existsAlready(node) || visitor({node.isDir(), node.size().value(), sourceOf(node),
@@ -227,7 +265,11 @@ bool TRFileCopyTask::isOnTheMedium(const Destination& destination) const {
   };
   const bool flushed = destination.volume->flush();
   // A player that has failed already needs no further proof.
-  return flushed && (error() || destination.volume->readBack(items));
+  if (!flushed || error()) {
+    return flushed;
+  }
+  begin(Step::kCheck);
+  return destination.volume->readBack(items);
 }
 
 void TRFileCopyTask::forEachNode(const Visitor& visitor) const {
@@ -259,7 +301,7 @@ bool TRFileCopyTask::copyNode(const TRFile& node, bool isRoot, const Destination
       copyFile(node, destination);
     } else if (!destination.volume ||
                !destination.volume->createDirectory(pathOn(destination.mountPath, node))) {
-      setError(true);
+      fail();
     }
   }
   updateProgressWith(node.size().value());
@@ -271,7 +313,7 @@ void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination
       destination.volume->copyItem(sourceOf(file), pathOn(destination.mountPath, file))) {
     logText("Copy successful");
   } else {
-    setError(true);
+    fail();
     logText("Copy failed");
   }
 }

@@ -15,6 +15,7 @@
 #include "FileManager.h"
 #include "TRFile.h"
 #include "TRPlayer.h"
+#include "TaskRecord.h"
 
 namespace fillstation {
 
@@ -56,6 +57,12 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
                                  const std::vector<std::string>& arguments,
                                  std::optional<std::string>& output,
                                  std::optional<std::string>& errorDescription);
+
+  // Where the task is: any thread. Enters another step: its own thread.
+  Step step() const { return record_.step(); }
+  void begin(Step step) { record_.begin(step); }
+  // What the log is to hold of the task once it has ended. Worker thread.
+  LogFields record() const;
 
   // Counts bytes as dealt with and reports; returns when the window has shown the new figure. A
   // task with nothing to copy reports 100 percent.
@@ -110,6 +117,9 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   // Called by the collection that now lists the task and so owns it.
   void becomeOwned() { taskGroup_.set({taskGroup_.get().seen, nullptr}); }
 
+  // An error in the present step.
+  void fail();
+
   bool takeOffline();
   bool wipe();
   bool makeFileSystem();
@@ -120,7 +130,7 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
 
   Destination openDestination() const;
   // Flushes the volume and has what was copied read back.
-  bool isOnTheMedium(const Destination& destination) const;
+  bool isOnTheMedium(const Destination& destination);
   // Hands each node that is copied to the visitor, in order, until it returns false.
   void forEachNode(const Visitor& visitor) const;
   // False when the program is ending.
@@ -135,6 +145,8 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   std::atomic<std::int64_t> currentProgress_{0};
   Atomic<std::shared_ptr<void>> authRef_;
   Atomic<Group> taskGroup_;
+  TaskRecord record_;
+  std::shared_ptr<Volume> volume_;  // that is being filled, or has been
 };
 
 }  // namespace fillstation

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 #include <thread>
 
 #include "Platform.h"
@@ -40,7 +41,10 @@ void report(TRFileCopyTaskCollection::Report ReportTargets::*which) {
 
 TRFileCopyTaskCollection::TRFileCopyTaskCollection(std::shared_ptr<TRFileList> files,
                                                    std::string userName, std::string userPass)
-    : userName_(std::move(userName)), userPass_(std::move(userPass)), files_(std::move(files)) {}
+    : userName_(std::move(userName)),
+      userPass_(std::move(userPass)),
+      files_(std::move(files)),
+      runId_(std::to_string(std::random_device{}())) {}
 
 std::shared_ptr<std::mutex> TRFileCopyTaskCollection::sharedLock() {
   static const auto lock = std::make_shared<std::mutex>();
@@ -107,8 +111,11 @@ void TRFileCopyTaskCollection::startTasks(void* /*argument*/) {
 
 void TRFileCopyTaskCollection::runTask(std::size_t index) const {
   logText("Beginning operation.\n");
-  tasks().at(index)->copyTask();
-  logText("done\n");
+  const auto task = tasks().at(index);
+  task->copyTask();
+  auto fields = task->record();
+  fields.emplace_back("RUN", runId_);
+  platform().systemLog->writeWith("done\n", fields);
 }
 
 void TRFileCopyTaskCollection::updateProgress() {

@@ -93,6 +93,7 @@ class TRFileCopyTaskCollection : public std::enable_shared_from_this<TRFileCopyT
   Atomic<std::shared_ptr<const TRFileCopyTaskList>> tasks_{
       std::make_shared<const TRFileCopyTaskList>()};
   Atomic<std::shared_ptr<TRFileList>> files_;
+  const std::string runId_;  // in the log, beside each of its players
 };
 
 }  // namespace fillstation

@@ -154,4 +154,13 @@ std::int64_t totalSize(const TRFileList& files) {
   return static_cast<std::int64_t>(total);
 }
 
+std::size_t fileCount(const TRFile& root) {
+  const auto nodes = root.files();
+  if (!root.isDir() || !nodes) {
+    return root.isDir() ? 0 : 1;
+  }
+  return static_cast<std::size_t>(
+      std::count_if(nodes->begin(), nodes->end(), [](const auto& node) { return !node->isDir(); }));
+}
+
 }  // namespace fillstation

@@ -165,6 +165,9 @@ bool matchesFileType(const std::string& path, const std::optional<std::string>& 
 // The sum of the sizes in bytes, an absent one counting 0.
 std::int64_t totalSize(const TRFileList& files);
 
+// How many files a root brings: itself, or those of the folder.
+std::size_t fileCount(const TRFile& root);
+
 }  // namespace fillstation
 
 template <>

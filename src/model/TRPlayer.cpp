@@ -70,7 +70,10 @@ void unmountCallback(const std::shared_ptr<Disk>& /*disk*/, const Dissenter* /*d
 
 void unmountEjectCallback(const std::shared_ptr<Disk>& disk, const Dissenter* /*dissenter*/,
                           const std::shared_ptr<TRPlayer>& context) {
-  session->request(DiskRequest::eject, disk, context->identity(), {});
+  session->request(DiskRequest::eject, disk, context->identity(),
+                   [context](const auto& /*asked*/, const Dissenter* dissenter) {
+                     context->setIsReleased(dissenter == nullptr);
+                   });
   logText("\nDevice Ejected\n");
 }
 

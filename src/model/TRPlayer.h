@@ -39,6 +39,11 @@ class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
   void unmount();
   void eject();
 
+  // Whether the device can be unplugged after an eject(): none before the request has completed,
+  // false when it was refused.
+  std::optional<bool> isReleased() const { return isReleased_.get(); }
+  void setIsReleased(bool value) { isReleased_.set(value); }
+
   // Set isMounted and log it. Main thread.
   void OnDeviceMounted();
   void OnDeviceUnMounted();
@@ -74,6 +79,7 @@ class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
  private:
   Atomic<bool> isMounted_{false};
   Atomic<bool> isEjecting_{true};
+  Atomic<std::optional<bool>> isReleased_;
   Atomic<std::int32_t> IONumber_{0};
   Atomic<std::optional<std::string>> name_;
   Atomic<std::optional<std::string>> path_;

@@ -41,6 +41,12 @@ struct CopiedItem {
 // Hands every item to the visitor, in the order in which they were copied, until it returns false.
 using CopiedItems = std::function<void(const std::function<bool(const CopiedItem&)>& visitor)>;
 
+// What failed first on a volume. A plain value.
+struct VolumeFailure {
+  std::string path;  // below the mount path; empty for the volume itself, or for nothing
+  int error = 0;     // the system's number (errno); 0 when it gave none
+};
+
 // A player's mounted volume, opened for filling. Everything happens below the directory that was
 // opened, on that file system alone: when the volume vanishes, operations fail instead of reaching
 // what lies beneath. One thread at a time; closes with the last reference.
@@ -65,6 +71,9 @@ class Volume {
   // copied: all names, their order and sizes, and samples of the content. False when something
   // differs or can't be read. Nothing else is done with the volume afterwards.
   virtual bool readBack(const CopiedItems& items) = 0;
+
+  // The first failure of all of the above.
+  virtual VolumeFailure failure() const { return {}; }
 };
 
 // The file system as the program sees it. Paths are bytes. Any thread.

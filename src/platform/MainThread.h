@@ -16,6 +16,10 @@ class MainThread {
   // ending and the callable was not run. Any thread.
   virtual bool runAndWait(const std::function<void()>& callable) = 0;
 
+  // Has the callable run from the main loop, never inside this call, in the order of the calls;
+  // dropped once the program is ending. Any thread.
+  virtual void post(std::function<void()> callable) = 0;
+
   // One pass over the events that are pending now. Main thread.
   virtual void runPending() = 0;
 };
@@ -28,6 +32,11 @@ class Clock {
 
   // Pauses for the duration; false when the program is ending, then at once.
   virtual bool sleep(std::chrono::microseconds duration) = 0;
+
+  // A time that never goes back, for measuring how long something takes.
+  virtual std::chrono::steady_clock::time_point now() const {
+    return std::chrono::steady_clock::now();
+  }
 };
 
 // The program's background threads and the token that ends them. Any thread; lives as long as the

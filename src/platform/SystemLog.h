@@ -10,6 +10,9 @@
 
 namespace fillstation {
 
+// Facts that a record holds beside its text: names of capital letters, and values of any bytes.
+using LogFields = std::vector<std::pair<std::string, std::string>>;
+
 // The system log. Any thread; texts of one thread stay in order.
 class SystemLog {
  public:
@@ -17,6 +20,9 @@ class SystemLog {
 
   // Records one text exactly as given, with its line feeds.
   virtual void write(std::string_view text) = 0;
+
+  // Records one text with fields beside it, where the log has such.
+  virtual void writeWith(std::string_view text, const LogFields& /*fields*/) { write(text); }
 
   // Records several texts in their order, each as write() does.
   virtual void writeEach(std::span<const std::string> texts) {

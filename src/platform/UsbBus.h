@@ -74,6 +74,13 @@ class UsbDeviceIterator {
   virtual std::shared_ptr<UsbDevice> next() = 0;
 };
 
+// Where a device is plugged in. A plain value, all empty when no such device is present.
+struct UsbPlace {
+  std::string port;  // as the system names it ("1-2.4": bus 1, its port 2, port 4 of the hub there)
+  std::string slot;  // what the administrator calls it; empty when nobody has
+  std::string speed;  // of the link, in megabits a second, as the system writes it ("480", "1.5")
+};
+
 // The USB bus: whole devices that are present, arrive and leave, and the media of their disks.
 // Everything happens on the main thread; lives as long as the program.
 class UsbBus {
@@ -103,9 +110,8 @@ class UsbBus {
   // be under way that was meant for the medium of before.
   virtual std::optional<std::int64_t> takeMedium(const DiskIdentity& player) = 0;
 
-  // The port that the device with this handle is plugged into, as the system names it ("1-2.4": bus
-  // 1, its port 2, port 4 of the hub there); empty when no such device is present.
-  virtual std::string portName(std::uint32_t handle) const = 0;
+  // The place of the device with this handle.
+  virtual UsbPlace placeOf(std::uint32_t handle) const = 0;
 
   // While held (calls nest), notifications wait; they are delivered afterwards, in order.
   virtual void hold() = 0;

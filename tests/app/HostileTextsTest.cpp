@@ -80,7 +80,7 @@ class HostileTextsTest : public WindowTest, public ::testing::WithParamInterface
 
 TEST_P(HostileTextsTest, InThePlayerList) {
   deliver("/dev/sdb", true);
-  bus.ports = {{0x10003, bytes()}};
+  bus.places = {{0x10003, {bytes(), "", ""}}};
   deliver("/dev/sdc", true, bytes().c_str(), "file:///media/x/", 4096, 0x10003);
   settle();
   ASSERT_EQ(ui().viewPlayers->items().size(), 2);

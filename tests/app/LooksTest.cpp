@@ -188,7 +188,7 @@ class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> 
 
   void plugIn(int number) {
     const auto handle = static_cast<std::uint32_t>(0x10002 + number);
-    bus.ports[handle] =
+    bus.places[handle].port =
         "1-" + std::to_string(1 + number / 8) + "." + std::to_string(1 + number % 8);
     std::string disk = "/dev/sd";
     if (number >= 25) {

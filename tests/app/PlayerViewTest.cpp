@@ -45,7 +45,7 @@ TEST_F(PlayerViewTest, ThereIsOneItemPerPlayerInListOrder) {
 }
 
 TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
-  bus.ports = {{0x10002, "1-2.4"}, {0xFFFF007FU, "<b>\n"}};
+  bus.places = {{0x10002, {"1-2.4", "", "480"}}, {0xFFFF007FU, {"<b>\n", "", "480"}}};
   addPlayer("sdb");
   settle();
   EXPECT_EQ(tick(0)->shownText(), QStringLiteral("/dev/sdb (SONGS)"));

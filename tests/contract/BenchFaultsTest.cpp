@@ -50,6 +50,21 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
   EXPECT_EQ(bench->head("a", 40960), std::string(20480, '\0') + std::string(20480, 'm'));
 }
 
+TEST_P(BenchFaultsTest, ARefusalSaysWhy) {
+  plugPlanMounted();
+  const auto refusal = [&](const std::shared_ptr<Disk>& disk, const DiskIdentity& expected) {
+    std::optional<std::string> reason;
+    session->request(DiskRequest::unmount, disk, expected,
+                     [&reason](const auto& /*asked*/, const Dissenter* dissenter) {
+                       reason = dissenter != nullptr ? dissenter->reason : "";
+                     });
+    EXPECT_TRUE(backEnd->await([&] { return reason.has_value(); }));
+    return reason.value_or("");
+  };
+  EXPECT_EQ(refusal(nullptr, identity), "There is no such disk.");
+  EXPECT_EQ(refusal(diskOf(identity), {identity.node, 0}), "The disk is not the expected one.");
+}
+
 TEST_P(BenchFaultsTest, PulledDuringTheFormatItHasGone) {
   plan.identity.faults.pull = PullMoment::kDuringFormat;
   plugPlanMounted();

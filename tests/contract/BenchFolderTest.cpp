@@ -180,9 +180,9 @@ TEST_P(BenchFolderTest, ManyFilesKeepTheirOrder) {
 TEST_P(BenchFolderTest, APlayerHasAPort) {
   plugPlan();
   const DiskIdentity other = plugIn("b");
-  EXPECT_EQ(bench->usbBus().portName(identity.usbHandle), "1-2");
-  EXPECT_EQ(bench->usbBus().portName(other.usbHandle), "1-3");
-  EXPECT_EQ(bench->usbBus().portName(other.usbHandle + 1), "");
+  EXPECT_EQ(bench->usbBus().placeOf(identity.usbHandle).port, "1-2");
+  EXPECT_EQ(bench->usbBus().placeOf(other.usbHandle).port, "1-3");
+  EXPECT_EQ(bench->usbBus().placeOf(other.usbHandle + 1).port, "");
 }
 
 TEST_P(BenchFolderTest, ARefusalSaysByItsNumberWhatWasWrong) {

@@ -145,6 +145,9 @@ class Launch::MainLoop : public MainThread {
     launch_.turns.leave();
     return done;
   }
+  void post(std::function<void()> callable) override {
+    launch_.platform_.mainThread.post(std::move(callable));
+  }
   void runPending() override { QCoreApplication::processEvents(); }
 
  private:
@@ -225,7 +228,7 @@ void Launch::plug(const std::shared_ptr<Device>& device) {
                            name = device->node.substr(5)](std::size_t number) {
     return number > vain ? std::optional(name) : std::nullopt;
   };
-  bus_.ports[device->handle] = "1-" + std::to_string(device->handle & 0x7FU);
+  bus_.places[device->handle].port = "1-" + std::to_string(device->handle & 0x7FU);
   {
     const std::scoped_lock guard(platform_.disks.lock);
     platform_.disks.byName[device->node.substr(5)] = device->disk;

@@ -156,6 +156,17 @@ class JournalLogTest : public ::testing::Test, protected MockJournal {
   FileHandle streamsEnd;
 };
 
+TEST_F(JournalLogTest, FieldsStandBesideTheTextWithTheirLengths) {
+  listen();
+  JournalLog log(stream, socketPath);
+  log.writeWith("done\n", {{"FILE", "a\nb"}, {"SLOT", ""}});
+  const std::string three("\3\0\0\0\0\0\0\0", 8);
+  const std::string none(8, '\0');
+  const std::string five("\5\0\0\0\0\0\0\0", 8);
+  EXPECT_EQ(entry(), "SYSLOG_IDENTIFIER=fillstation\nFILLSTATION_FILE\n" + three +
+                         "a\nb\nFILLSTATION_SLOT\n" + none + "\nMESSAGE\n" + five + "done\n\n");
+}
+
 TEST_F(JournalLogTest, AStreamThatIsNotTheJournalGetsEachTextAsWell) {
   listen();
   JournalLog(stream, socketPath).write("one");

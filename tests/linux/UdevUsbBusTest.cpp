@@ -148,15 +148,29 @@ TEST_F(UdevUsbBusTest, NameAndClassAreKnownWhenTheDeviceHasGoneAndItsPortIsNot) 
   machine.plug("a");
   machine.addUsb("3-2.5", 3, 127);
   EXPECT_EQ(handlesOf(watch()), Handles({0x10002, 3 * 65536 + 127}));
-  EXPECT_EQ(bus.portName(0x10002), "1-2");
-  EXPECT_EQ(bus.portName(0x3007F), "3-2.5");
-  EXPECT_EQ(bus.portName(0x1007F), "");
+  EXPECT_EQ(bus.placeOf(0x10002).port, "1-2");
+  EXPECT_EQ(bus.placeOf(0x3007F).port, "3-2.5");
+  EXPECT_EQ(bus.placeOf(0x1007F).port, "");
   machine.pull("a");
   runLoopDry();
   ASSERT_EQ(left.size(), 1U);
   EXPECT_EQ(left[0]->registryName(), "HS USB FlashDisk");
   EXPECT_EQ(left[0]->className(), "IOUSBDevice");
-  EXPECT_EQ(bus.portName(0x10002), "");
+  EXPECT_EQ(bus.placeOf(0x10002).port, "");
+}
+
+TEST_F(UdevUsbBusTest, ARuleMayNameAPortsSlotAndTheLinksSpeedIsRead) {
+  machine.add("usb", "1-2", "", {{"bDeviceClass", "00\n"}, {"speed", "12\n"}},
+              {{"DEVTYPE", "usb_device"},
+               {"MAJOR", "189"},
+               {"MINOR", "4"},
+               {"BUSNUM", "001"},
+               {"DEVNUM", "005"},
+               {"FILLSTATION_SLOT", "7"}});
+  machine.setUdevDatabase("c189:4");
+  watch();
+  EXPECT_EQ(bus.placeOf(0x10005).slot, "7");
+  EXPECT_EQ(bus.placeOf(0x10005).speed, "12");
 }
 
 TEST_F(UdevUsbBusTest, ADiskIsFoundOnceUdevHasLookedAtItAndItHasASequenceNumber) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <deque>
 #include <functional>
 #include <map>
@@ -129,14 +130,20 @@ class TestFileManager : public FileManager {
       }
       return answer("read back");
     }
+    VolumeFailure failure() const override { return failure_; }
 
    private:
     bool answer(const std::string& request) {
       files_.note(request);
-      return !files_.failing.contains(request);
+      if (files_.failing.contains(request)) {
+        failure_ = {request, EIO};
+        return false;
+      }
+      return true;
     }
 
     TestFileManager& files_;
+    VolumeFailure failure_;
   };
 
   class Walk : public DirectoryWalk {

@@ -114,10 +114,11 @@ std::vector<std::int64_t> TestClock::sleeps() const {
   return sleeps_;
 }
 
-void TestLog::write(std::string_view text) {
+void TestLog::writeWith(std::string_view text, const LogFields& fields) {
   {
     const std::scoped_lock guard(lock_);
     texts_.emplace_back(text);
+    fields_.push_back(fields);
   }
   if (onText) {
     onText(std::string(text));
@@ -129,8 +130,20 @@ std::vector<std::string> TestLog::texts() const {
   return texts_;
 }
 
+std::vector<std::map<std::string, std::string>> TestLog::fieldsOf(const std::string& text) const {
+  const std::scoped_lock guard(lock_);
+  std::vector<std::map<std::string, std::string>> all;
+  for (std::size_t at = 0; at < texts_.size(); ++at) {
+    if (texts_[at] == text) {
+      all.emplace_back(fields_[at].begin(), fields_[at].end());
+    }
+  }
+  return all;
+}
+
 void TestLog::clear() {
   const std::scoped_lock guard(lock_);
+  fields_.clear();
   texts_ = {};  // with the room that they took
 }
 

@@ -23,13 +23,12 @@ namespace fillstation::test {
 class TestMainThread : public MainThread {
  public:
   bool runAndWait(const std::function<void()>& callable) override;
+  void post(std::function<void()> callable) override;
   void runPending() override;
 
   // Runs the callable that was queued first; false when there is none.
   bool runNext();
 
-  // Queues a callable for the main thread. Any thread.
-  void post(std::function<void()> callable);
   // Returns when a callable is queued.
   void awaitQueued();
   // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.
@@ -52,7 +51,12 @@ class TestClock : public Clock {
  public:
   explicit TestClock(TestMainThread& mainThread) : mainThread_(mainThread) {}
   bool sleep(std::chrono::microseconds duration) override;
+  std::chrono::steady_clock::time_point now() const override {
+    return std::chrono::steady_clock::time_point(passed.load());
+  }
 
+  // What a look at the time says; sleeps don't count.
+  std::atomic<std::chrono::microseconds> passed{};
   // All sleeps so far, in microseconds.
   std::vector<std::int64_t> sleeps() const;
   // Called at each sleep with its number, the first being 1, on the sleeping thread.
@@ -69,15 +73,19 @@ class TestClock : public Clock {
 
 class TestLog : public SystemLog {
  public:
-  void write(std::string_view text) override;
+  void write(std::string_view text) override { writeWith(text, {}); }
+  void writeWith(std::string_view text, const LogFields& fields) override;
   // Told of each text, on the thread that writes it.
   std::function<void(const std::string&)> onText;
   std::vector<std::string> texts() const;
+  // The fields of each record of that text, by name.
+  std::vector<std::map<std::string, std::string>> fieldsOf(const std::string& text) const;
   void clear();
 
  private:
   mutable std::mutex lock_;
   std::vector<std::string> texts_;
+  std::vector<LogFields> fields_;  // of each text
 };
 
 // Threads are joined by end() or the destructor.
@@ -169,7 +177,13 @@ class TestScriptRunner : public ScriptRunner {
 class TestWorkspace : public Workspace {
  public:
   void openUrl(const std::string& address) override { opened.push_back(address); }
+  void showProgress(std::optional<double> share) override { shares.push_back(share); }
+  void notify(const std::string& text, bool isBad) override {
+    notifications.emplace_back(text, isBad);
+  }
   std::vector<std::string> opened;
+  std::vector<std::optional<double>> shares;
+  std::vector<std::pair<std::string, bool>> notifications;
 };
 
 // Installs itself as the platform for its lifetime. usbBus and fileManager are left for the test to

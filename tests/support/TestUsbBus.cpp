@@ -161,9 +161,9 @@ void TestUsbBus::deliver() {
   schedule();
 }
 
-std::string TestUsbBus::portName(std::uint32_t handle) const {
-  const auto found = ports.find(handle);
-  return found != ports.end() ? found->second : std::string();
+UsbPlace TestUsbBus::placeOf(std::uint32_t handle) const {
+  const auto found = places.find(handle);
+  return found != places.end() ? found->second : UsbPlace();
 }
 
 std::shared_ptr<TestUsbBus::Iterator> TestUsbBus::readyIterator() {

@@ -75,7 +75,7 @@ class TestUsbBus : public UsbBus {
   void resume() override;
   void watchMedia(std::function<void()> notification) override;
   std::optional<std::int64_t> takeMedium(const DiskIdentity& player) override;
-  std::string portName(std::uint32_t handle) const override;
+  UsbPlace placeOf(std::uint32_t handle) const override;
 
   // A device arrives: before watchAttach() it is simply present, afterwards it is notified.
   void plug(std::shared_ptr<TestUsbDevice> device);
@@ -86,8 +86,8 @@ class TestUsbBus : public UsbBus {
 
   // Told of each device when its coming (true) or leaving has been handled.
   std::function<void(const TestUsbDevice&, bool)> onHandled;
-  // Ports by handle.
-  std::map<std::uint32_t, std::string> ports;
+  // By handle.
+  std::map<std::uint32_t, UsbPlace> places;
   bool opens = true;
   bool attachRegisters = true;
   bool detachRegisters = true;

@@ -142,10 +142,14 @@ void BenchUsbBus::leave(const std::shared_ptr<BenchPlayer>& player) {
                  [&disks = disks_, player] { disks.forget(player); });
 }
 
-std::string BenchUsbBus::portName(std::uint32_t handle) const {
+UsbPlace BenchUsbBus::placeOf(std::uint32_t handle) const {
   const auto player =
       disks_.first([handle](const BenchPlayer& each) { return each.place().handle == handle; });
-  return player && !player->hasLeft() ? "1-" + std::to_string(handle & 0xFFFF) : std::string();
+  if (!player || player->hasLeft()) {
+    return {};
+  }
+  return {"1-" + std::to_string(handle & 0xFFFF), player->identity().slot,
+          player->identity().speed};
 }
 
 Bench::Bench(const std::string& folder, BenchServices services)

@@ -30,7 +30,7 @@ class BenchUsbBus : public QtUsbBus {
   std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
     return std::nullopt;
   }
-  std::string portName(std::uint32_t handle) const override;
+  UsbPlace placeOf(std::uint32_t handle) const override;
 
  private:
   bool watchFolder();

@@ -159,6 +159,8 @@ void readIdentityKeys(Keys& keys, BenchIdentity& identity) {
   keys.read("serial", identity.serial);
   keys.read("release", 0, 0xFFFF, identity.release);
   keys.read("vendor", identity.vendor);
+  keys.read("slot", identity.slot);
+  keys.read("speed", identity.speed);
   keys.read("disk", identity.disk);
   keys.readObject("faults", [&identity](Keys& faults) { readFaults(faults, identity.faults); });
 }

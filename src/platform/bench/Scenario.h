@@ -58,6 +58,8 @@ struct BenchIdentity {
   std::string vendor = "ACTIONS";  // of the disk
   bool disk = true;                // false: a device without a disk
   BenchFaults faults;
+  std::string slot;           // of the bench, empty: it has no name
+  std::string speed = "480";  // of its link, in megabits a second
 
   bool operator==(const BenchIdentity&) const = default;
 };

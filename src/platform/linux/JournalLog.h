@@ -18,7 +18,6 @@
 #include <utility>
 
 #include "FileHandle.h"
-#include "Format.h"
 #include "StreamLog.h"
 #include "SystemLog.h"
 
@@ -44,9 +43,11 @@ class JournalLog : public SystemLog {
     ::setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   }
 
-  void write(std::string_view text) override {
+  void write(std::string_view text) override { writeWith(text, {}); }
+  // In the journal each field is called FILLSTATION_ and its name; the stream gets the text alone.
+  void writeWith(std::string_view text, const LogFields& fields) override {
     const std::size_t missed = missed_.exchange(0);
-    const Sent sent = send(text, missed);
+    const Sent sent = send(text, fields, missed);
     if (sent != Sent::taken) {
       missed_ += sent == Sent::full ? missed + 1 : missed;
     }
@@ -59,21 +60,26 @@ class JournalLog : public SystemLog {
  private:
   // What the entries of the journal are found by.
   static constexpr std::string_view kIdentifier = "SYSLOG_IDENTIFIER=fillstation\n";
-  static constexpr std::string_view kMessage = "MESSAGE\n";
 
   // A field that may hold line feeds: its name, its length in 64 bits, lowest byte first, its
   // bytes.
-  static std::string entryOf(std::string_view text, std::size_t missed) {
-    std::string entry(kIdentifier);
-    if (missed > 0) {
-      entry += formatText("FILLSTATION_MISSED=%@\n", std::to_string(missed));
-    }
-    entry += kMessage;
-    for (std::uint64_t length = text.size(), byte = 0; byte < sizeof(length); ++byte) {
+  static void addField(std::string& entry, std::string_view name, std::string_view value) {
+    entry.append(name) += '\n';
+    for (std::uint64_t length = value.size(), byte = 0; byte < sizeof(length); ++byte) {
       entry += static_cast<char>(length >> 8 * byte & 0xFF);
     }
-    entry += text;
-    entry += '\n';
+    entry.append(value) += '\n';
+  }
+
+  static std::string entryOf(std::string_view text, const LogFields& fields, std::size_t missed) {
+    std::string entry(kIdentifier);
+    if (missed > 0) {
+      entry += "FILLSTATION_MISSED=" + std::to_string(missed) + "\n";
+    }
+    for (const auto& [name, value] : fields) {
+      addField(entry, "FILLSTATION_" + name, value);
+    }
+    addField(entry, "MESSAGE", text);
     return entry;
   }
 
@@ -94,11 +100,11 @@ class JournalLog : public SystemLog {
   enum class Sent { taken, full, failed };
 
   // `missed` is how many records before this one the journal did not take.
-  Sent send(std::string_view text, std::size_t missed) {
+  Sent send(std::string_view text, const LogFields& fields, std::size_t missed) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     socketPath_.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    const std::string entry = entryOf(text, missed);
+    const std::string entry = entryOf(text, fields, missed);
     const bool taken =
         ::sendto(socket_.get(), entry.data(), entry.size(), givenUp_ ? MSG_DONTWAIT : 0,
                  reinterpret_cast<const sockaddr*>(&address), sizeof(address)) >= 0;

@@ -17,6 +17,8 @@ constexpr const char* kDiskType = "disk";
 // What udev may send while the main loop is busy. Most users get less.
 constexpr int kReceiveBuffer = 16 * 1024 * 1024;
 
+// What a rule for udev may call the device's port.
+constexpr const char* kSlot = "FILLSTATION_SLOT";
 constexpr const char* kHubClass = "IOUSBHubDevice";
 // The class field of a hub's device descriptor, in sysfs.
 constexpr const char* kUsbHub = "09";
@@ -36,7 +38,8 @@ class UdevUsbDevice : public UsbDevice {
       : attach_(attach),
         handle_(handle),
         sysPath_(udevSysPath(device)),
-        portName_(udevSysName(device)),
+        place_{udevSysName(device), udevProperty(device, kSlot).value_or(""),
+               stringOf(device, "speed")},
         product_(stringOf(device, "product")),
         deviceClass_(udevAttribute(device, "bDeviceClass")),
         disks_(disks) {}
@@ -83,9 +86,9 @@ class UdevUsbDevice : public UsbDevice {
 
   // False when the device had gone before it could be read: nothing is known of it then.
   bool wasRead() const { return deviceClass_.has_value(); }
-  // The number of the attach, and the port's name ("1-2.4").
+  // The number of the attach, and where that was.
   std::size_t attach() const { return attach_; }
-  const std::string& portName() const { return portName_; }
+  const UsbPlace& place() const { return place_; }
   // From now on the search answers from memory.
   void leave() { present_ = false; }
 
@@ -93,7 +96,7 @@ class UdevUsbDevice : public UsbDevice {
   const std::size_t attach_;
   const std::uint32_t handle_;
   const std::string sysPath_;
-  const std::string portName_;
+  const UsbPlace place_;
   const std::string product_;
   // Read last: what comes before it was there too.
   const std::optional<std::string> deviceClass_;
@@ -246,9 +249,9 @@ std::shared_ptr<UdevUsbDevice> UdevUsbBus::present(
   return found != present_.end() ? *found : nullptr;
 }
 
-std::string UdevUsbBus::portName(std::uint32_t handle) const {
+UsbPlace UdevUsbBus::placeOf(std::uint32_t handle) const {
   const auto device = present(handle);
-  return device ? device->portName() : std::string();
+  return device ? device->place() : UsbPlace();
 }
 
 }  // namespace fillstation

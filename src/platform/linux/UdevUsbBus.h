@@ -29,7 +29,7 @@ class UdevUsbBus : public QtUsbBus {
   bool open(std::string_view className) override;
   void watchMedia(std::function<void()> notification) override;
   std::optional<std::int64_t> takeMedium(const DiskIdentity& player) override;
-  std::string portName(std::uint32_t handle) const override;
+  UsbPlace placeOf(std::uint32_t handle) const override;
 
  private:
   bool listen();

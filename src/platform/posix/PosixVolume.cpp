@@ -29,6 +29,12 @@ std::string joined(const std::vector<std::string>& components) {
   return path;
 }
 
+// What a medium says of something that is to be written.
+bool isAdmitted(int error) {
+  errno = error;
+  return error == 0;
+}
+
 // By the clock of the times of files.
 std::timespec timeNow() {
   std::timespec now{};
@@ -155,6 +161,25 @@ std::string PosixVolume::withoutEndingSlash(std::string path) {
 }
 
 bool PosixVolume::createDirectory(const std::string& destination) {
+  errno = 0;
+  return noted(destination, makeFolders(destination));
+}
+
+bool PosixVolume::copyItem(const std::string& source, const std::string& destination) {
+  errno = 0;
+  return noted(destination, copyFile(source, destination));
+}
+
+bool PosixVolume::noted(const std::string& destination, bool done) {
+  if (!done && !hasFailed_) {
+    hasFailed_ = true;
+    failure_.error = errno;
+    failure_.path = destination.substr(std::min(destination.size(), mountPath_.size() + 1));
+  }
+  return done;
+}
+
+bool PosixVolume::makeFolders(const std::string& destination) {
   const auto components = componentsBelow(mountPath_, destination);
   if (!components || stop_.requested()) {
     return false;
@@ -171,7 +196,7 @@ bool PosixVolume::createDirectory(const std::string& destination) {
   return static_cast<bool>(directory);
 }
 
-bool PosixVolume::copyItem(const std::string& source, const std::string& destination) {
+bool PosixVolume::copyFile(const std::string& source, const std::string& destination) {
   const auto components = componentsBelow(mountPath_, destination);
   if (!components || components->empty() || stop_.requested()) {
     return false;
@@ -179,7 +204,8 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
   struct stat status {};
   const FileHandle from = openRegularFile(source, status);
   const std::string relativePath = joined(*components);
-  if (!from || !enterParent(*components) || medium_->admit(relativePath, status.st_size) != 0) {
+  if (!from || !enterParent(*components) ||
+      !isAdmitted(medium_->admit(relativePath, status.st_size))) {
     return false;
   }
   const char* const name = components->back().c_str();
@@ -188,7 +214,9 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
     return false;
   }
   if (!fillFile(from.get(), status, std::move(to))) {
+    const int error = errno;
     ::unlinkat(parent_.get(), name, 0);
+    errno = error;
     return false;
   }
   medium_->created(relativePath);
@@ -196,8 +224,9 @@ bool PosixVolume::copyItem(const std::string& source, const std::string& destina
 }
 
 bool PosixVolume::flush() {
+  errno = 0;
   const bool closed = closers_.finish();
-  return medium_->flush(root_.get()) && closed;
+  return noted("", medium_->flush(root_.get()) && closed);
 }
 
 bool PosixVolume::readBack(const CopiedItems& items) {
@@ -206,9 +235,15 @@ bool PosixVolume::readBack(const CopiedItems& items) {
   root_ = {};
   medium_.reset();
   const OpenRoot again = remount_ ? remount_() : OpenRoot();
-  return again.root &&
-         ReadBack(again.root.get(), mountPath_, opened_, stop_, calls_)
-             .holds(items, std::random_device{}(), DirectoryOrder::keptOn(again.root.get()));
+  if (!again.root) {
+    errno = 0;  // whatever the last call left says nothing of the volume
+    return noted("", false);
+  }
+  ReadBack readBack(again.root.get(), mountPath_, opened_, stop_, calls_);
+  errno = 0;
+  const bool holds =
+      readBack.holds(items, std::random_device{}(), DirectoryOrder::keptOn(again.root.get()));
+  return noted(readBack.latest(), holds);
 }
 
 bool PosixVolume::enterParent(const Components& components) {
@@ -230,7 +265,7 @@ FileHandle PosixVolume::createBelow(int parent, const std::string& name,
   if (existing) {
     return existing;
   }
-  if (medium_->admit(relativePath, std::nullopt) != 0 ||
+  if (!isAdmitted(medium_->admit(relativePath, std::nullopt)) ||
       ::mkdirat(parent, name.c_str(), 0777) != 0) {
     return {};
   }
@@ -264,7 +299,7 @@ bool PosixVolume::copyContent(int source, int target, std::int64_t size) {
   }
   for (std::int64_t copied = 0; copied < size;) {
     const std::int64_t count = std::min(kChunk, size - copied);
-    if (stop_.requested() || medium_->admitBytes(count) != 0 || !window_.makeRoom(count) ||
+    if (stop_.requested() || !isAdmitted(medium_->admitBytes(count)) || !window_.makeRoom(count) ||
         !copyPiece(source, target, count) || !window_.written(target, count)) {
       return false;
     }

@@ -118,8 +118,13 @@ class PosixVolume : public Volume {
   bool copyItem(const std::string& source, const std::string& destination) override;
   bool flush() override;
   bool readBack(const CopiedItems& items) override;
+  VolumeFailure failure() const override { return failure_; }
 
  private:
+  // Keeps what failed first, with the system's number as it is now; hands `done` on.
+  bool noted(const std::string& destination, bool done);
+  bool makeFolders(const std::string& destination);
+  bool copyFile(const std::string& source, const std::string& destination);
   // Opens the directory that holds the last component, which must be there; it stays open for the
   // files behind. Returns false when it can't be reached.
   bool enterParent(const Components& components);
@@ -148,6 +153,8 @@ class PosixVolume : public Volume {
   FileHandle parent_;
   bool inKernel_ = true;
   std::vector<char> buffer_;
+  bool hasFailed_ = false;
+  VolumeFailure failure_;
 };
 
 }  // namespace fillstation

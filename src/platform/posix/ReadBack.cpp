@@ -85,6 +85,7 @@ bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes
   items([&](const CopiedItem& item) {
     const auto path = componentsBelow(mountPath_, item.destination);
     const auto status = path ? order.next(*path, item.isDirectory) : std::nullopt;
+    latest_ = item.destination;
     hold = status && sizeHolds(item, status->st_size) && !stop_.requested();
     if (!item.isDirectory && item.size > 0) {
       sizes.first = sizes.total == 0 ? item.size : sizes.first;
@@ -136,6 +137,7 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
 }
 
 bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
+  latest_ = item.destination;
   const auto path = componentsBelow(mountPath_, item.destination);
   const FileHandle file = path ? openMediumFileBelow(root_, *path) : FileHandle();
   struct stat status {};

@@ -56,6 +56,9 @@ class ReadBack {
   // the stop is requested.
   bool holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder);
 
+  // The destination that was looked at last: after a failure, the one that differs.
+  const std::string& latest() const { return latest_; }
+
  private:
   enum class Piece { kSame, kOther, kUnreadable };
 
@@ -71,6 +74,7 @@ class ReadBack {
   const int root_;
   const std::string mountPath_;
   const std::timespec since_;
+  std::string latest_;
   const StopSource& stop_;
   KernelCalls& calls_;
   std::vector<char> fromFile_;

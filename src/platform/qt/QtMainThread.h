@@ -59,11 +59,8 @@ class QtMainThread : public MainThread, public Clock {
   // A callable that has begun is waited for even when the stop is requested meanwhile (and the
   // answer is true); one that has not begun by then never begins.
   bool runAndWait(const std::function<void()>& callable) override;
+  void post(std::function<void()> callable) override;
   void runPending() override;
-
-  // Has the callable run from the main loop, never inside this call, in the order of the calls;
-  // dropped once the stop is requested. Any thread.
-  void post(std::function<void()> callable);
 
   // For work that keeps the main thread, to be called again and again: once per pace, and not
   // before the work has lasted as long, the window is repainted and obeys closing. Everything else

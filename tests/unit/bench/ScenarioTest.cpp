@@ -45,7 +45,7 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   first.sizeMiB = 8192;
   first.label = "ELEVENCHARS";
   first.blank = true;
-  first.identity = {"", "M", "S", 0x1234, "V", true, {}};
+  first.identity = {"", "M", "S", 0x1234, "V", true, {}, "", "480"};
   first.identity.faults = {1,    PullMoment::kAfterBytes,     2, 0,           true, true,
                            true, RemountMoment::kAfterFormat, 0, Lie::kWraps, 3,    4};
   BenchPlayerPlan second;
@@ -155,7 +155,7 @@ TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
 
 TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   BenchIdentity plain;
-  BenchIdentity odd{"", "M\"ä", "", 0x9876, "V", false, {}};
+  BenchIdentity odd{"", "M\"ä", "", 0x9876, "V", false, {}, "", "480"};
   odd.faults = {5,    PullMoment::kAfterBytes,     6, 7,           true, true,
                 true, RemountMoment::kAfterFormat, 9, Lie::kFlips, 1,    2};
   BenchIdentity pulled;

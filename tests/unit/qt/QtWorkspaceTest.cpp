@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <QDBusConnection>
+#include <QProcess>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -11,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "PrivateBus.h"
 #include "TempFolder.h"
 
 namespace fillstation {
@@ -88,6 +91,74 @@ TEST_F(QtWorkspaceTest, WithoutAHelperNothingHappens) {
   workspace_.openUrl("https://example.com/");
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
+}
+
+// What others on the desktop's bus hear, as a monitor of the bus prints it.
+class DesktopTest : public testing::Test {
+ protected:
+  DesktopTest() {
+    monitor_.start("dbus-monitor", {"--address", bus_.address()});
+    heard("member=NameLost");
+  }
+  ~DesktopTest() override {
+    monitor_.kill();
+    monitor_.waitForFinished(-1);
+  }
+
+  // All that it has printed up to this text, each run of white space as one blank.
+  std::string heard(const std::string& last) {
+    const QString text = QString::fromStdString(last);
+    while (!said_.simplified().contains(text)) {
+      if (!monitor_.waitForReadyRead(-1)) {
+        return "The monitor has ended.";
+      }
+      said_ += QString::fromUtf8(monitor_.readAllStandardOutput());
+    }
+    return said_.simplified().toStdString();
+  }
+
+  test::PrivateBus bus_;
+  QtWorkspace workspace_{[this] { return bus_.connect("workspace"); }};
+
+ private:
+  QProcess monitor_;
+  QString said_;
+};
+
+TEST_F(DesktopTest, ASummaryIsAPlainTextWithASound) {
+  workspace_.notify("2 of 3: A<B & \"C\"\n", true);
+  const std::string all = heard("int32 -1");
+  EXPECT_NE(all.find("path=/org/freedesktop/Notifications; "
+                     "interface=org.freedesktop.Notifications; member=Notify "
+                     "string \"Fillstation\" uint32 0 string \"fillstation\" "
+                     "string \"Fillstation\" "
+                     "string \"2 of 3: A&lt;B &amp; &quot;C&quot; \" array [ ] array [ "
+                     "dict entry( string \"desktop-entry\" variant string \"fillstation\" ) "
+                     "dict entry( string \"sound-name\" variant string \"dialog-warning\" ) ] "
+                     "int32 -1"),
+            std::string::npos)
+      << all;
+  workspace_.notify("Done", false);
+  heard("string \"complete\"");
+}
+
+TEST_F(DesktopTest, AShareIsShownAtTheIconUntilThereIsNone) {
+  workspace_.showProgress(0.25);
+  const std::string all = heard("boolean true");
+  EXPECT_NE(all.find("interface=com.canonical.Unity.LauncherEntry; member=Update "
+                     "string \"application://fillstation.desktop\" array [ "
+                     "dict entry( string \"progress\" variant double 0.25 ) "
+                     "dict entry( string \"progress-visible\" variant boolean true"),
+            std::string::npos)
+      << all;
+  workspace_.showProgress({});
+  heard("boolean false");
+}
+
+TEST(Desktop, WithoutABusNothingHappens) {
+  QtWorkspace workspace([] { return QDBusConnection("nowhere"); });
+  workspace.showProgress(1);
+  workspace.notify("Done", false);
 }
 
 }  // namespace
