@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "DeepWalk.h"
+#include "FatCheck.h"
 #include "PerfPorts.h"
 #include "PosixVolume.h"
 #include "TRFile.h"
@@ -85,6 +86,22 @@ void fieldsOfANode(benchmark::State& state) {
   }
 }
 BENCHMARK(fieldsOfANode);
+
+// Of a thousand files, with names that FAT takes.
+void refusalsByFat(benchmark::State& state) {
+  const auto root = std::make_shared<TRFile>();
+  const auto files = std::make_shared<TRFileList>();
+  for (int index = 0; index < 1000; ++index) {
+    files->push_back(std::make_shared<TRFile>());
+    files->back()->setDestRelativeUrl(Url::withString(std::to_string(index) + "%20Chapter.mp3"));
+  }
+  root->setIsDir(true);
+  root->setFiles(files);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(refusedByFat({root}, [] { return false; }));
+  }
+}
+BENCHMARK(refusalsByFat)->Unit(benchmark::kMillisecond);
 
 // Each of the folder's entries, in nanoseconds.
 void walkOfAFolder(benchmark::State& state) {

@@ -7,10 +7,11 @@ namespace fillstation {
 namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
-constexpr char16_t kMayBreak = 0x200B;
 constexpr char16_t kFirstStrongIsolate = 0x2068;
 constexpr char16_t kEndOfIsolate = 0x2069;
-constexpr int kLongestPiece = 40;
+// Characters of a tool tip, after which it breaks at the next "/", or wherever it is.
+constexpr int kLongLine = 40;
+constexpr int kLongestLine = 60;
 constexpr std::int64_t kKilobyte = 1024;
 constexpr std::int64_t kMegabyte = kKilobyte * kKilobyte;
 
@@ -22,22 +23,22 @@ bool breaksLineOrTurns(char16_t unit) {
          (unit >= 0x2066 && unit <= 0x2069);
 }
 
-QString breakable(const QString& text) {
-  QString pieces;
+QString inLines(const QString& text) {
+  QString lines;
   int length = 0;
   for (const QChar unit : text) {
-    if (length >= kLongestPiece && !unit.isLowSurrogate()) {
-      pieces += QChar(kMayBreak);
+    if (length >= kLongestLine && !unit.isLowSurrogate()) {
+      lines += QLatin1Char('\n');
       length = 0;
     }
-    pieces += unit;
-    ++length;
-    if (unit == QLatin1Char('/')) {
-      pieces += QChar(kMayBreak);
+    lines += unit;
+    length = unit == QLatin1Char('\n') ? 0 : length + 1;
+    if (unit == QLatin1Char('/') && length >= kLongLine) {
+      lines += QLatin1Char('\n');
       length = 0;
     }
   }
-  return pieces;
+  return lines;
 }
 
 // Whole megabytes, or that many kilobytes when there are none.
@@ -76,8 +77,7 @@ QString isolated(const QString& text) {
 }
 
 QString toolTipText(const QString& text) {
-  return QLatin1String("<p style='white-space:pre-wrap'>") + breakable(text).toHtmlEscaped() +
-         QLatin1String("</p>");
+  return QLatin1String("<p style='white-space:pre'>") + inLines(text).toHtmlEscaped();
 }
 
 QString capacityText(std::int64_t bytes) { return sizeText(bytes, bytes / kKilobyte); }

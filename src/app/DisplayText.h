@@ -28,8 +28,9 @@ QString withoutMnemonics(QString text);
 // that is mirrored, where "/dev/sdb" would become "dev/sdb/".
 QString isolated(const QString& text);
 
-// The text for a tool tip, which would otherwise guess whether it is rich text. Lines may break
-// after every "/" and after 40 characters without one, since a tool tip is as wide as its words.
+// The text for a tool tip, which would otherwise guess whether it is rich text, and then be as
+// narrow as its longest word: in lines of 60 characters at most, broken after a "/" if there is
+// one.
 QString toolTipText(const QString& text);
 
 // "7580 MB" from one megabyte up, else "1023 KB"; both truncated.

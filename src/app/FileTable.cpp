@@ -1,6 +1,7 @@
 #include "FileTable.h"
 
 #include <QAbstractTableModel>
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QDropEvent>
@@ -9,13 +10,19 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QPainter>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <functional>
+#include <map>
 #include <utility>
 
 #include "DisplayText.h"
+#include "FatCheck.h"
+#include "Platform.h"
 #include "WindowStyle.h"
 
 namespace fillstation {
@@ -55,12 +62,52 @@ class RoomyStyle : public WindowStyle {
   }
 };
 
-// Shows names and paths in a mirrored window as they are written.
-class OwnDirection : public QStyledItemDelegate {
+// Names of a tool tip.
+constexpr std::size_t kNamed = 5;
+// What a root brings, behind its name.
+constexpr int kRemarkRole = Qt::UserRole;
+
+// Shows names and paths in a mirrored window as they are written, and the remark of a name dimmed
+// at the other end of its cell.
+class Cells : public QStyledItemDelegate {
  public:
   using QStyledItemDelegate::QStyledItemDelegate;
   QString displayText(const QVariant& value, const QLocale& locale) const override {
     return isolated(QStyledItemDelegate::displayText(value, locale));
+  }
+  void paint(QPainter* painter, const QStyleOptionViewItem& option,
+             const QModelIndex& index) const override {
+    const QString remark = index.data(kRemarkRole).toString();
+    if (remark.isEmpty()) {
+      QStyledItemDelegate::paint(painter, option, index);
+      return;
+    }
+    QStyleOptionViewItem ground = option;
+    initStyleOption(&ground, index);
+    const QStyle* const style = option.widget->style();
+    QRect left = style->subElementRect(QStyle::SE_ItemViewItemText, &ground, option.widget)
+                     .adjusted(kCellPadding, 0, -kCellPadding, 0);
+    ground.text.clear();
+    style->drawControl(QStyle::CE_ItemViewItem, &ground, painter, option.widget);
+    const int width = option.fontMetrics.horizontalAdvance(remark) + 2 * kCellPadding;
+    const bool isSelected = (option.state & QStyle::State_Selected) != 0;
+    const QColor text =
+        option.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Text);
+    const QColor base = option.palette.color(isSelected ? QPalette::Highlight : QPalette::Base);
+    painter->save();
+    painter->setPen(dimmed(text, base));
+    const QRect right(option.rect.right() - width, option.rect.top(), width, option.rect.height());
+    painter->drawText(
+        QStyle::visualRect(option.direction, option.rect, right.adjusted(0, 0, -kCellPadding, 0)),
+        static_cast<int>(Qt::AlignRight | Qt::AlignVCenter), remark);
+    painter->setPen(text);
+    // Already where it belongs in a mirrored window.
+    left.adjust(option.direction == Qt::RightToLeft ? width : 0, 0,
+                option.direction == Qt::RightToLeft ? 0 : -width, 0);
+    painter->drawText(left, static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter),
+                      isolated(option.fontMetrics.elidedText(index.data().toString(),
+                                                             Qt::ElideMiddle, left.width())));
+    painter->restore();
   }
 };
 
@@ -81,13 +128,39 @@ std::vector<Url> localUrls(const QMimeData& dragged) {
   return urls;
 }
 
+QString wordFor(FatReason reason) {
+  switch (reason) {
+    case FatReason::kName:
+      return FileTable::tr("the name");
+    case FatReason::kTooLarge:
+      return FileTable::tr("4 GiB or more");
+    case FatReason::kSamePlace:
+      return FileTable::tr("the name exists already");
+    default:
+      return FileTable::tr("its folder is full");
+  }
+}
+
+// How many files a folder brings.
+QString remarkOn(const TRFile& root, const QString& fileType) {
+  if (!root.isDir()) {
+    return {};
+  }
+  const std::size_t count = fileCount(root);
+  if (count == 0) {
+    return FileTable::tr("no %1 files").arg(displayText(std::string_view(fileType.toStdString())));
+  }
+  return count == 1 ? FileTable::tr("1 file") : FileTable::tr("%1 files").arg(count);
+}
+
 }  // namespace
 
 // The file list as rows and columns: name, size, path. Texts are plain and of one line.
 class FileRows : public QAbstractTableModel {
  public:
-  FileRows(std::shared_ptr<TRSongsTVC> songs, QObject* parent)
-      : QAbstractTableModel(parent), songs_(std::move(songs)) {}
+  FileRows(std::shared_ptr<TRSongsTVC> songs, std::function<QString()> fileType, QObject* parent)
+      : QAbstractTableModel(parent), songs_(std::move(songs)), fileType_(std::move(fileType)) {}
+  ~FileRows() override { *isOutdated_ = true; }
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override {
     return parent.isValid() ? 0 : static_cast<int>(songs_->numberOfRowsInTableView(nullptr));
@@ -106,6 +179,14 @@ class FileRows : public QAbstractTableModel {
         return toolTipText(tip(index));
       case Qt::TextAlignmentRole:
         return alignmentOf(index.column());
+      case kRemarkRole:
+        return remark(index);
+      case Qt::AccessibleDescriptionRole:
+        return index.column() == kName ? remark(index) + warning(index.row()) : QString();
+      case Qt::DecorationRole:
+        return index.column() == kName && refused_.contains(static_cast<std::size_t>(index.row()))
+                   ? QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning)
+                   : QVariant();
       default:
         return {};
     }
@@ -127,7 +208,15 @@ class FileRows : public QAbstractTableModel {
   // To be called when the list has changed.
   void reload() {
     beginResetModel();
+    std::map<std::shared_ptr<TRFile>, QString> remarks;
+    for (const auto& root : *songs_->list()) {
+      const auto known = remarks_.find(root);
+      remarks[root] = known != remarks_.end() ? known->second : remarkOn(*root, fileType_());
+    }
+    remarks_ = std::move(remarks);
+    refused_.clear();
     endResetModel();
+    checkForFat();
   }
 
  private:
@@ -148,10 +237,61 @@ class FileRows : public QAbstractTableModel {
       text += QLatin1Char('\n') +
               FileTable::tr("A single file always fails to copy: add its folder instead.");
     }
-    return text;
+    return text + warning(index.row());
+  }
+  QString remark(const QModelIndex& index) const {
+    const auto found = remarks_.find(songs_->list()->at(static_cast<std::size_t>(index.row())));
+    return index.column() == kName && found != remarks_.end() ? found->second : QString();
+  }
+  // The first names that the players can't store, on lines of their own; empty for none.
+  QString warning(int row) const {
+    const auto found = refused_.find(static_cast<std::size_t>(row));
+    if (found == refused_.end()) {
+      return {};
+    }
+    const auto& refused = found->second;
+    QString text = QLatin1Char('\n') +
+                   FileTable::tr("The players can't store %1 of these:").arg(refused.size());
+    for (std::size_t at = 0; at < std::min(refused.size(), kNamed); ++at) {
+      text +=
+          QStringLiteral("\n%1: %2")
+              .arg(displayText(std::string_view(refused[at].path)), wordFor(refused[at].reason));
+    }
+    return refused.size() > kNamed ? text + QStringLiteral("\n…") : text;
+  }
+
+  // Finds what the players' file system will refuse, beside the main thread.
+  void checkForFat() {
+    *isOutdated_ = true;
+    isOutdated_ = std::make_shared<std::atomic<bool>>(false);
+    if (rowCount() == 0) {
+      return;
+    }
+    platform().workers->spawn([this, roots = *songs_->list(), outdated = isOutdated_] {
+      const auto refused =
+          refusedByFat(roots, [&] { return outdated->load() || platform().workers->stopping(); });
+      // Nobody waits for it, and the table may be gone by then.
+      platform().mainThread->post([=, this] {
+        if (!*outdated) {
+          showRefused(refused);
+        }
+      });
+    });
+  }
+  void showRefused(const std::vector<FatRefusal>& refused) {
+    refused_.clear();
+    for (const auto& each : refused) {
+      refused_[each.root].push_back(each);
+    }
+    emit dataChanged(index(0, kName), index(rowCount() - 1, kName));
   }
 
   std::shared_ptr<TRSongsTVC> songs_;
+  std::function<QString()> fileType_;
+  // Made when a root is added: its files are counted once.
+  std::map<std::shared_ptr<TRFile>, QString> remarks_;
+  std::map<std::size_t, std::vector<FatRefusal>> refused_;  // by row
+  std::shared_ptr<std::atomic<bool>> isOutdated_ = std::make_shared<std::atomic<bool>>(false);
 };
 
 FileTable::FileTable(QWidget* parent)
@@ -160,7 +300,7 @@ FileTable::FileTable(QWidget* parent)
   auto* const roomy = new RoomyStyle(this);
   setStyle(roomy);
   horizontalHeader()->setStyle(roomy);
-  setItemDelegate(new OwnDirection(this));
+  setItemDelegate(new Cells(this));
   setSelectionBehavior(SelectRows);
   setSelectionMode(ExtendedSelection);
   setEditTriggers(NoEditTriggers);
@@ -171,7 +311,7 @@ FileTable::FileTable(QWidget* parent)
   setDragDropMode(DropOnly);
   setAccessibleName(tr("Files"));
   setAccessibleDescription(
-      tr("What the players get, in this order. Delete removes the selected rows."));
+      tr("The folders to copy, in this order. Delete removes the selected rows."));
   setWordWrap(false);
   setTextElideMode(Qt::ElideMiddle);
   verticalHeader()->hide();
@@ -184,9 +324,9 @@ FileTable::FileTable(QWidget* parent)
   cover->addWidget(hint_);
 }
 
-void FileTable::showList(std::shared_ptr<TRSongsTVC> songs) {
+void FileTable::showList(std::shared_ptr<TRSongsTVC> songs, std::function<QString()> fileType) {
   songs_ = std::move(songs);
-  rows_ = new FileRows(songs_, this);
+  rows_ = new FileRows(songs_, std::move(fileType), this);
   setModel(rows_);
   horizontalHeader()->setSectionResizeMode(kPath, QHeaderView::Stretch);
   horizontalHeader()->setSectionResizeMode(kName, QHeaderView::Stretch);
@@ -239,6 +379,26 @@ void FileTable::keyPressEvent(QKeyEvent* event) {
 void FileTable::dragEnterEvent(QDragEnterEvent* event) {
   event->setDropAction(Qt::CopyAction);
   event->setAccepted(!localUrls(*event->mimeData()).empty());
+  setDraggedOver(event->isAccepted() && isEnabled());
+}
+
+void FileTable::dragLeaveEvent(QDragLeaveEvent* event) {
+  QTableView::dragLeaveEvent(event);
+  setDraggedOver(false);
+}
+
+void FileTable::setDraggedOver(bool value) {
+  isDraggedOver_ = value;
+  viewport()->update();
+}
+
+void FileTable::paintEvent(QPaintEvent* event) {
+  QTableView::paintEvent(event);
+  if (isDraggedOver_) {
+    QPainter painter(viewport());
+    painter.setPen(QPen(palette().color(QPalette::Highlight), 4));
+    painter.drawRect(viewport()->rect());
+  }
 }
 
 // Anywhere on the table, since a drop goes to the end of the list.
@@ -249,6 +409,7 @@ void FileTable::dragMoveEvent(QDragMoveEvent* event) {
 
 // A drag that has entered the table goes on there when the table is switched off.
 void FileTable::dropEvent(QDropEvent* event) {
+  setDraggedOver(false);
   event->setDropAction(Qt::CopyAction);
   event->setAccepted(isEnabled());
   if (isEnabled()) {

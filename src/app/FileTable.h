@@ -2,6 +2,7 @@
 
 #include <QTableView>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <set>
 #include <vector>
@@ -25,8 +26,8 @@ class FileTable : public QTableView, public TableView {
  public:
   explicit FileTable(QWidget* parent = nullptr);
 
-  // Shows this list from now on. Once.
-  void showList(std::shared_ptr<TRSongsTVC> songs);
+  // Shows this list from now on; asks for the file type of what is added. Once.
+  void showList(std::shared_ptr<TRSongsTVC> songs, std::function<QString()> fileType);
 
   // The menu of right clicks and of the keyboard's menu key.
   void setContextMenu(QMenu* menu) { menu_ = menu; }
@@ -49,17 +50,22 @@ class FileTable : public QTableView, public TableView {
   void keyPressEvent(QKeyEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dragMoveEvent(QDragMoveEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
+  void setDraggedOver(bool value);
+
   std::shared_ptr<TRSongsTVC> songs_;
   TRFileList shown_;  // the roots of the rows, as of the last reload
   FileRows* rows_ = nullptr;
   QMenu* menu_ = nullptr;
   QLabel* hint_;
   long clickedRow_ = -1;
+  bool isDraggedOver_ = false;
 };
 
 }  // namespace fillstation

@@ -97,10 +97,14 @@ void runModalSession(QDialog& dialog) {
   modal.wait();
 }
 
-Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
+Alert::Alert(QWidget* parent, const QString& message, Icon icon) : QMessageBox(parent) {
   setWindowTitle(QApplication::applicationDisplayName());
   const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-  setIconPixmap(programPicture(side, devicePixelRatio()));
+  if (icon == NoIcon) {
+    setIconPixmap(programPicture(side, devicePixelRatio()));
+  } else {
+    setIcon(icon);
+  }
   setTextFormat(Qt::PlainText);
   setTextInteractionFlags(Qt::TextSelectableByMouse);
   setText(message);
@@ -110,8 +114,8 @@ Alert::Alert(QWidget* parent, const QString& message) : QMessageBox(parent) {
   }
 }
 
-void Alert::run(QWidget* parent, const std::string& message) {
-  Alert alert(parent, linesOf(message));
+void Alert::run(QWidget* parent, const std::string& message, Icon icon) {
+  Alert alert(parent, linesOf(message), icon);
   QApplication::alert(parent);  // asks for attention unless it has it
   runModalSession(alert);
 }

@@ -31,11 +31,12 @@ class Alert : public QMessageBox {
   Q_OBJECT
 
  public:
-  // The message is plain text; line feeds in it begin new lines.
-  Alert(QWidget* parent, const QString& message);
+  // The message is plain text; line feeds in it begin new lines. Without an icon of its own it has
+  // the program's.
+  Alert(QWidget* parent, const QString& message, Icon icon = NoIcon);
 
   // Shows the message and returns when it has been dismissed (or the program is ending).
-  static void run(QWidget* parent, const std::string& message);
+  static void run(QWidget* parent, const std::string& message, Icon icon = NoIcon);
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;

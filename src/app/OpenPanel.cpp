@@ -22,7 +22,7 @@ namespace fillstation {
 namespace {
 
 // Wide enough for the names beside their sizes, types and times.
-constexpr QSize kPanelSize(820, 520);
+constexpr QSize kPanelSize(960, 560);
 
 // Of a file system model, every folder and the files of one type: an extension, compared as the
 // file list compares it. Leaves sorting to the model.
@@ -62,6 +62,26 @@ QString startFolder() {
   return QFileInfo(music).isDir() ? music : QDir::homePath();
 }
 
+// Where audio is: at home, and on what is plugged in.
+QList<QUrl> usualPlaces() {
+  QList<QUrl> places;
+  for (const auto place : {QStandardPaths::HomeLocation, QStandardPaths::MusicLocation,
+                           QStandardPaths::DesktopLocation}) {
+    const QString folder = QStandardPaths::writableLocation(place);
+    if (QFileInfo(folder).isDir() && !places.contains(QUrl::fromLocalFile(folder))) {
+      places << QUrl::fromLocalFile(folder);
+    }
+  }
+  const QString person = QDir::home().dirName();
+  for (const QString& media :
+       {QStringLiteral("/media/%1").arg(person), QStringLiteral("/run/media/%1").arg(person)}) {
+    for (const QString& name : QDir(media).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+      places << QUrl::fromLocalFile(media + QLatin1Char('/') + name);
+    }
+  }
+  return places;
+}
+
 }  // namespace
 
 OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString& folder)
@@ -71,16 +91,18 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   setProxyModel(new FileTypeProxy(fileType, this));
   setDirectory(folder);
   resize(kPanelSize);
+  setLabelText(FileName, tr("Folder or file:"));
+  setSidebarUrls(usualPlaces());
   setWindowTitle(tr("Add a folder or a file (%1)").arg(displayText(std::string_view(fileType))));
   for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
     findChild<QWidget*>(QLatin1String(name))->hide();
   }
   auto* const lookIn = findChild<QComboBox*>(QStringLiteral("lookInCombo"));
-  lookIn->view()->setAccessibleName(tr("Folders above"));
+  lookIn->view()->setAccessibleName(tr("Parent folders"));
   findChild<QLabel*>(QStringLiteral("lookInLabel"))->setBuddy(lookIn);
-  findChild<QTreeView*>(QStringLiteral("treeView"))
-      ->header()
-      ->setSectionResizeMode(0, QHeaderView::Stretch);
+  auto* const header = findChild<QTreeView*>(QStringLiteral("treeView"))->header();
+  header->setSectionResizeMode(QHeaderView::ResizeToContents);
+  header->setSectionResizeMode(0, QHeaderView::Stretch);
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
           &OpenPanel::showSelectedName);

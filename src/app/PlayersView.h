@@ -1,14 +1,19 @@
 #pragma once
 
+#include <QAction>
 #include <QCheckBox>
 #include <QLabel>
 #include <QList>
+#include <QProgressBar>
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
 
 #include "ArrayController.h"
+#include "TRFileCopyTaskCollection.h"
 #include "TRPlayer.h"
+#include "UsbBus.h"
 
 class QVBoxLayout;
 
@@ -62,8 +67,8 @@ class ElidedTick : public QCheckBox {
 };
 
 // One player in the player view: a tick box with its name, and a second line by which a person
-// finds the device (device node, USB port, size); a click on either ticks it. Main thread; belongs
-// to the player view, holds its player.
+// finds the device (device node, USB port, size) and that says how far its task is, or what came of
+// it; a click on either ticks it. Main thread; belongs to the player view, holds its player.
 class PlayerItem : public QWidget {
   Q_OBJECT
 
@@ -76,21 +81,37 @@ class PlayerItem : public QWidget {
   // Shows the player's name, size and tick as they are now; the rest never changes.
   void refresh();
 
+  // Shows how far the task is, as long as it is followed; touches only what has changed.
+  void follow(std::shared_ptr<TRFileCopyTask> task);
+  void showStep();
+  // Shows what came of the task, which is let go; does nothing without one.
+  void showVerdict();
+  void clearVerdict();
+  bool hasFailed() const { return hasFailed_; }
+
  signals:
   // The operator ticked or unticked the player, whose `selected` has followed.
   void ticked();
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;
+  void changeEvent(QEvent* event) override;
 
  private:
   void onToggled(bool checked);
+  void showState(const QString& text);
+  void colourState();
 
   std::shared_ptr<TRPlayer> player_;
-  // "/dev/sdb · USB 1-2.4": a device that is leaving has no port any more.
-  const QString place_;
+  std::shared_ptr<TRFileCopyTask> task_;
+  bool hasFailed_ = false;
+  // As it was when the player came: a device that is leaving has none any more.
+  const UsbPlace place_;
+  QString shownName_;
   ElidedTick* tick_;
   ElidedLabel* facts_;
+  QProgressBar* bar_;
+  QLabel* state_;
 };
 
 // The player view: one item per listed player, in list order, or a line that says what to do while
@@ -109,15 +130,29 @@ class PlayersView : public QWidget {
   // In list order.
   const QList<PlayerItem*>& items() const { return items_; }
 
+  // The rows forget what came of earlier tasks and follow these, ten times a second, until they
+  // show what came of them.
+  void watch(const TRFileCopyTaskList& tasks);
+  void showVerdicts();
+
+  // Ticks the players that have failed, and no others. Invisible while there are none.
+  QAction* tickFailed() const { return tickFailed_; }
+
  signals:
-  // The operator ticked or unticked a player.
+  // The operator ticked or unticked a player, or those that have failed.
   void selectionChanged();
+  // How many players are ticked, of how many.
+  void counted(int ticked, int all);
 
  private:
   void showPlayers(const ArrayController<TRPlayer>::List& players);
   PlayerItem* takeItem(QList<PlayerItem*>& from, const std::shared_ptr<TRPlayer>& player);
   void arrange();
+  void onTickFailed();
+  void tell();
 
+  QTimer steps_;
+  QAction* tickFailed_;
   QList<PlayerItem*> items_;
   std::function<bool()> startsEnabled_;
   QVBoxLayout* rows_;

@@ -12,6 +12,8 @@
 namespace fillstation {
 namespace {
 
+constexpr auto kCompleted = "Process Completed.";
+
 std::shared_ptr<TRPlayer> playerOf(const UsbDeviceInfo& record) {
   auto player = std::make_shared<TRPlayer>();
   player->setName(formatText("%s (%s)", record.diskName, record.volumeName));
@@ -100,13 +102,16 @@ void TRAppDelegate::selectAll(int selected) {
 
 void TRAppDelegate::ejectSelectedPlayers(QObject* /*sender*/) {
   const auto controller = playerController();
+  ArrayController<TRPlayer>::List leaving;
   for (const auto& player : controller->listed()) {
     if (player->selected().isTrue()) {
       player->eject();
       controller->removeObject(*player);
+      leaving.push_back(player);
     }
   }
   updateFilesSize();
+  emit ejected(leaving);
 }
 
 void TRAppDelegate::updateFilesSize() {
@@ -131,6 +136,7 @@ void TRAppDelegate::updateFilesSize() {
   const auto songs = songsTVC();
   const std::int64_t used = songs ? songs->totalFileSize().value() : 0;
   lblFreeDiskSpaceLeft()->setText(capacity >= 0 ? spaceLeftText(capacity, used) : capacityText(0));
+  emit setChanged();
 }
 
 void TRAppDelegate::btnBrowseFileClicked(QObject* /*sender*/) {
@@ -261,6 +267,7 @@ void TRAppDelegate::startRun(const ArrayController<TRPlayer>::List& players,
       collection->addPlayer(player);
     }
   }
+  emit runBegan(collection->tasks());
   using Context = std::shared_ptr<void>;
   collection->startAsyncCopyWithCallBack(
       shared_from_this(),
@@ -277,25 +284,22 @@ void TRAppDelegate::startRun(const ArrayController<TRPlayer>::List& players,
 }
 
 void TRAppDelegate::updateProgress(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
-  // A run reports after every file of every player: what is shown is touched when it changes.
-  const int percent = static_cast<int>(collection->progress().value());
-  if (pbProgressBar()->value() != percent) {
-    pbProgressBar()->setValue(percent);
-    playerController()->objectsChanged();  // a format gives a player a new name
-  }
+  pbProgressBar()->setValue(static_cast<int>(collection->progress().value()));
 }
 
 void TRAppDelegate::onCopyResult(const std::shared_ptr<TRFileCopyTaskCollection>& collection) {
   pbCircle()->stopAnimation();
   awake_ = nullptr;
   playerController()->objectsChanged();
-  std::string message = "Process Completed.";
+  std::string message = kCompleted;
   for (const auto& task : collection->tasks()) {
     if (task->error()) {
       message = formatText("%@\nPlayer %@ Failed in process", message, task->player()->diskName());
     }
   }
-  Alert::run(window(), message);
+  const bool isBad = message != kCompleted;
+  emit runEnded(QString::fromStdString(message), isBad);
+  Alert::run(window(), message, isBad ? QMessageBox::Warning : QMessageBox::NoIcon);
   enableView(true);
   giveFocusBack();
   takeMedia();
@@ -315,6 +319,7 @@ void TRAppDelegate::enableView(bool enabled) {
   btnNone()->setEnabled(enabled);
   btnEject()->setEnabled(enabled);
   drillSubViews(viewPlayers(), enabled);
+  viewPlayers()->tickFailed()->setEnabled(enabled);
 }
 
 void TRAppDelegate::drillSubViews(QWidget* view, bool enabled) {

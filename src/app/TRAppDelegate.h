@@ -116,6 +116,17 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   // Opens the home page in the default browser.
   void tirellLinkClicked(QObject* sender);
 
+  // A run begins, with these tasks; it has ended, and the summary is shown next; it, or the panel
+  // before it, is over.
+ signals:
+  void runBegan(const fillstation::TRFileCopyTaskList& tasks);
+  void runEnded(const QString& summary, bool isBad);
+  // The players were asked to be ejected.
+  void ejected(const std::vector<std::shared_ptr<fillstation::TRPlayer>>& players);
+  // What is ticked and what is listed may have changed.
+  void setChanged();
+
+ public:
   // How files are chosen.
   void setOpenPanel(OpenPanelFunction openPanel) { openPanel_ = std::move(openPanel); }
 

@@ -1,89 +1,84 @@
 #include "WindowSet.h"
 
-#include <QAbstractItemView>
 #include <QApplication>
-#include <QFocusFrame>
+#include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QShortcut>
 #include <QShowEvent>
+#include <algorithm>
 
+#include "DisplayText.h"
 #include "Platform.h"
-#include "WindowStyle.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
 namespace fillstation {
 namespace {
 
-constexpr int kRingWidth = 2;  // as much as the frame reaches beyond the control
-
-// The line around the control that has the focus, in whichever window: styles don't show it
-// everywhere, nor before the first Tab.
-class FocusRing : public QFocusFrame {
- public:
-  explicit FocusRing(QWidget* around) : QFocusFrame(around) { setWidget(around); }
-
- protected:
-  void paintEvent(QPaintEvent* /*event*/) override {
-    QPainter painter(this);
-    QPen pen(readable(palette().color(QPalette::Highlight), palette().color(QPalette::Window),
-                      kVisibleOutline),
-             kRingWidth);
-    pen.setJoinStyle(Qt::MiterJoin);
-    painter.setPen(pen);
-    const int inside = kRingWidth / 2;
-    painter.drawRect(rect().adjusted(inside, inside, -inside, -inside));
-  }
-};
+// An eye, for where the theme has none.
+QIcon eyeIcon(const QPalette& palette) {
+  constexpr int kEyeSide = 32;
+  QPixmap picture(kEyeSide, kEyeSide);
+  picture.fill(Qt::transparent);
+  QPainter painter(&picture);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(QPen(palette.color(QPalette::Text), 2));
+  QPainterPath lids(QPointF(2, 16));
+  lids.quadTo(16, 2, 30, 16);
+  lids.quadTo(16, 30, 2, 16);
+  painter.drawPath(lids);
+  painter.setBrush(palette.color(QPalette::Text));
+  painter.drawEllipse(QPointF(16, 16), 4, 4);
+  return picture;
+}
 
 }  // namespace
-
-MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
-  ui_->setupUi(this);
-  connect(qApp, &QApplication::focusChanged, this,
-          [ring = QPointer<FocusRing>()](QWidget* /*old*/, QWidget* now) mutable {
-            delete ring;
-            if (now != nullptr) {
-              ring = new FocusRing(now);
-            }
-          });
-  ui_->cmbFileType->lineEdit()->setAccessibleName(tr("File type"));
-  ui_->cmbFileType->view()->setAccessibleName(tr("File types"));
-}
-
-MainWindow::~MainWindow() = default;
-
-void MainWindow::comeToFront() {
-  setWindowState(windowState() & ~Qt::WindowMinimized);
-  QWidget* front = this;
-  front->raise();
-  for (auto* dialog : findChildren<QDialog*>()) {
-    if (dialog->isVisible()) {
-      front = dialog;
-      front->raise();
-    }
-  }
-  front->activateWindow();
-}
-
-void MainWindow::closeEvent(QCloseEvent* /*event*/) {
-  for (QWidget* window : QApplication::topLevelWidgets()) {
-    window->hide();
-  }
-  platform().endProgram();
-}
 
 CredentialsPanel::CredentialsPanel(QWidget* parent)
     : QDialog(parent), ui_(std::make_unique<Ui::CredentialsPanel>()) {
   ui_->setupUi(this);
+  // In the desktop's own order.
+  ui_->buttonBox->addButton(ui_->btnPassOk, QDialogButtonBox::AcceptRole);
+  ui_->buttonBox->addButton(ui_->btnPassCancel, QDialogButtonBox::RejectRole);
   connect(ui_->btnPassCancel, &QPushButton::clicked, this, &CredentialsPanel::reject);
   parent->installEventFilter(this);
+  ui_->passwordField->installEventFilter(this);
+  auto* const look = ui_->passwordField->addAction(
+      QIcon::fromTheme(QStringLiteral("view-reveal-symbolic"), eyeIcon(palette())),
+      QLineEdit::TrailingPosition);
+  look->setText(tr("Show the password"));
+  look->setToolTip(look->text());
+  look->setCheckable(true);
+  connect(look, &QAction::toggled, this, [this](bool shown) {
+    ui_->passwordField->setEchoMode(shown ? QLineEdit::Normal : QLineEdit::Password);
+  });
+  ui_->capsLabel->hide();
 }
 
 CredentialsPanel::~CredentialsPanel() = default;
 
-bool CredentialsPanel::eventFilter(QObject* /*receiver*/, QEvent* event) {
-  if (event->type() == QEvent::WindowActivate && !isHidden()) {
+// No toolkit tells whether Caps Lock is on: a letter does that is large without Shift, or small
+// with it, and the key itself turns what is known about.
+void CredentialsPanel::noticeCapsLock(const QKeyEvent& key) {
+  const QString text = key.text();
+  if (key.key() == Qt::Key_CapsLock) {
+    ui_->capsLabel->hide();
+  } else if (text.size() == 1 && text.at(0).isLetter() &&
+             text.at(0).isUpper() != text.at(0).isLower()) {
+    const bool isShifted = (key.modifiers() & Qt::ShiftModifier) != 0;
+    ui_->capsLabel->setVisible(text.at(0).isUpper() != isShifted);
+  }
+}
+
+void CredentialsPanel::showTask(const QString& text) { ui_->taskLabel->setText(text); }
+
+bool CredentialsPanel::eventFilter(QObject* receiver, QEvent* event) {
+  if (receiver == ui_->passwordField) {
+    if (event->type() == QEvent::KeyPress) {
+      noticeCapsLock(*static_cast<QKeyEvent*>(event));
+    }
+  } else if (event->type() == QEvent::WindowActivate && !isHidden()) {
     activateWindow();
   }
   return false;
@@ -97,6 +92,7 @@ void CredentialsPanel::showEvent(QShowEvent* event) {
   QRect place = geometry();
   place.moveCenter(parentWidget()->geometry().center());
   setGeometry(place);
+  ui_->passwordField->actions().constFirst()->setChecked(false);
   QLineEdit* field = ui_->userNameField->text().isEmpty() ? ui_->userNameField : ui_->passwordField;
   field->setFocus();
   field->selectAll();
@@ -113,6 +109,7 @@ WindowSet::WindowSet()
   fillFields();
   connectButtons();
   connectFiles();
+  connectRun();
   players_->setArrangedObjects({});
   roots_->setArrangedObjects({});
 }
@@ -122,7 +119,7 @@ WindowSet::~WindowSet() { fileView = nullptr; }
 void WindowSet::makeContextMenu() {
   menu_ = new QMenu(window_->ui().lstFiles);
   delegate_->setSongsTVCContextMenu(menu_);
-  delegate_->setFileMenuDelete(menu_->addAction(TRAppDelegate::tr("&Remove from List")));
+  delegate_->setFileMenuDelete(menu_->addAction(TRAppDelegate::tr("&Remove This Row")));
   delegate_->setFileMenuDeleteSelected(menu_->addAction(TRAppDelegate::tr("Remove &Selected")));
   delegate_->setFileMenuDeleteAll(menu_->addAction(TRAppDelegate::tr("Remove &All")));
 }
@@ -179,7 +176,7 @@ void WindowSet::connectFiles() {
   const Ui::MainWindow& ui = window_->ui();
   TRAppDelegate* controller = delegate_.get();
   ui.cmbFileType->setCompleter(nullptr);  // the typed text counts, not what it could become
-  ui.lstFiles->showList(songs_);
+  ui.lstFiles->showList(songs_, [box = ui.cmbFileType] { return box->currentText(); });
   ui.lstFiles->setContextMenu(menu_);
   // The table belongs to its window and outlives the list.
   songs_->setTblView(std::shared_ptr<FileTable>(ui.lstFiles, [](FileTable*) {}));
@@ -190,8 +187,11 @@ void WindowSet::connectFiles() {
   // Beside the button's own mnemonic.
   const auto* open = new QShortcut(QKeySequence::Open, window_.get());
   QObject::connect(open, &QShortcut::activated, ui.btnBrowse, &QPushButton::click);
-  QObject::connect(menu_, &QMenu::aboutToShow, controller,
-                   [=, this] { controller->menuNeedsUpdate(menu_); });
+  QObject::connect(menu_, &QMenu::aboutToShow, controller, [=, this, table = ui.lstFiles] {
+    delegate_->fileMenuDeleteSelected()->setText(
+        TRAppDelegate::tr("Remove %1 &Selected").arg(table->selectedRowIndexes().size()));
+    controller->menuNeedsUpdate(menu_);
+  });
   const auto on = [controller](QAction* action, void (TRAppDelegate::*command)(QObject*)) {
     QObject::connect(action, &QAction::triggered, controller,
                      [=] { (controller->*command)(action); });
@@ -199,6 +199,50 @@ void WindowSet::connectFiles() {
   on(delegate_->fileMenuDelete(), &TRAppDelegate::menuFileDeleteCurrent);
   on(delegate_->fileMenuDeleteSelected(), &TRAppDelegate::menuFileDeleteSelection);
   on(delegate_->fileMenuDeleteAll(), &TRAppDelegate::menuFileDeleteAll);
+}
+
+void WindowSet::connectRun() {
+  const Ui::MainWindow& ui = window_->ui();
+  TRAppDelegate* controller = delegate_.get();
+  QObject::connect(ui.viewPlayers, &PlayersView::counted, window_.get(), &MainWindow::showCount);
+  QObject::connect(controller, &TRAppDelegate::ejected, window_.get(), &MainWindow::showEject);
+  QObject::connect(controller, &TRAppDelegate::runBegan, ui.viewPlayers,
+                   [=, window = window_.get(), view = ui.viewPlayers](const auto& tasks) {
+                     window->beginRun(static_cast<int>(tasks.size()));
+                     view->watch(tasks);
+                   });
+  QObject::connect(
+      controller, &TRAppDelegate::runEnded, ui.viewPlayers,
+      [=, window = window_.get(), view = ui.viewPlayers](const auto& summary, bool isBad) {
+        view->showVerdicts();
+        window->endRun(summary, isBad);
+      });
+  const auto showTask = [this] { panel_->showTask(taskText()); };
+  QObject::connect(controller, &TRAppDelegate::setChanged, panel_, showTask);
+  QObject::connect(ui.viewPlayers, &PlayersView::counted, panel_, showTask);
+}
+
+QString WindowSet::taskText() const {
+  const auto tr = [](const char* text) { return CredentialsPanel::tr(text); };
+  const auto players = players_->listed();
+  const auto ticked = std::count_if(players.begin(), players.end(),
+                                    [](const auto& player) { return player->selected().isTrue(); });
+  if (ticked == 0) {
+    return tr("No player is ticked.");
+  }
+  const QString who = ticked == 1 ? tr("1 player") : tr("%1 players").arg(ticked);
+  const auto roots = songs_->list();
+  if (!roots || roots->empty()) {
+    return tr("The file list is empty: %1 will be erased and left empty.").arg(who);
+  }
+  std::size_t files = 0;
+  for (const auto& root : *roots) {
+    files += fileCount(*root);
+  }
+  return tr("%1 will be erased and filled from %2 (%3, %4).")
+      .arg(who, roots->size() == 1 ? tr("1 folder") : tr("%1 folders").arg(roots->size()),
+           files == 1 ? tr("1 file") : tr("%1 files").arg(files),
+           fileSizeText(songs_->totalFileSize().value()));
 }
 
 }  // namespace fillstation

@@ -1,39 +1,17 @@
 #pragma once
 
 #include <QDialog>
-#include <QMainWindow>
 #include <memory>
 
 #include "ArrayController.h"
+#include "MainWindow.h"
 #include "TRAppDelegate.h"
 
 namespace Ui {
 class CredentialsPanel;
-class MainWindow;
 }  // namespace Ui
 
 namespace fillstation {
-
-// The main window. Closing it ends the program, at any time and without a question. Main thread.
-class MainWindow : public QMainWindow {
-  Q_OBJECT
-
- public:
-  MainWindow();
-  ~MainWindow() override;
-
-  const Ui::MainWindow& ui() const { return *ui_; }
-
-  // Asks the desktop to show the window above the others, back from the task bar if it is there,
-  // and to give the keyboard to it, or to the dialog that it shows.
-  void comeToFront();
-
- protected:
-  void closeEvent(QCloseEvent* event) override;
-
- private:
-  std::unique_ptr<Ui::MainWindow> ui_;
-};
 
 // The window that asks for the administrator's name and password. Not modal, but while
 // it is up the keyboard comes back to it whenever the main window, its parent, is brought to the
@@ -49,6 +27,9 @@ class CredentialsPanel : public QDialog {
 
   const Ui::CredentialsPanel& ui() const { return *ui_; }
 
+  // Says what OK will do.
+  void showTask(const QString& text);
+
   void reject() override { emit cancelled(); }
 
   bool eventFilter(QObject* receiver, QEvent* event) override;
@@ -60,6 +41,8 @@ class CredentialsPanel : public QDialog {
   void showEvent(QShowEvent* event) override;
 
  private:
+  void noticeCapsLock(const QKeyEvent& key);
+
   std::unique_ptr<Ui::CredentialsPanel> ui_;
 };
 
@@ -85,6 +68,8 @@ class WindowSet {
   void fillFields();
   void connectButtons();
   void connectFiles();
+  void connectRun();
+  QString taskText() const;
 
   std::unique_ptr<MainWindow> window_;
   CredentialsPanel* panel_;  // belongs to the window

@@ -107,20 +107,28 @@ QPixmap programPicture(int side, qreal density) {
   return picture;
 }
 
+QColor dimmed(const QColor& text, const QColor& ground) {
+  const auto mixed = [](int own, int other) { return (own * 3 + other * 2) / 5; };
+  return readable(QColor(mixed(text.red(), ground.red()), mixed(text.green(), ground.green()),
+                         mixed(text.blue(), ground.blue())),
+                  ground);
+}
+
 WindowStyle::WindowStyle() : QProxyStyle(QStringLiteral("fusion")) {}
 
 void WindowStyle::polish(QPalette& palette) {
   QProxyStyle::polish(palette);
-  for (const auto& [text, ground] : {std::pair(QPalette::WindowText, QPalette::Window),
-                                     {QPalette::Text, QPalette::Base},
-                                     {QPalette::ButtonText, QPalette::Button}}) {
-    QColor dimmed = palette.color(QPalette::Disabled, text);
-    // A control that is off may stand on one that is on.
-    for (const auto group : {QPalette::Active, QPalette::Disabled}) {
-      dimmed = readable(dimmed, palette.color(group, ground), kVisibleOutline);
-    }
-    palette.setColor(QPalette::Disabled, text, dimmed);
+  // Lists are read during a run, when they are switched off: only buttons look so.
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::Base,
+                          QPalette::AlternateBase, QPalette::Highlight}) {
+    palette.setColor(QPalette::Disabled, role, palette.color(QPalette::Active, role));
   }
+  QColor dim = palette.color(QPalette::Disabled, QPalette::ButtonText);
+  // A control that is off may stand on one that is on.
+  for (const auto group : {QPalette::Active, QPalette::Disabled}) {
+    dim = readable(dim, palette.color(group, QPalette::Button), kVisibleOutline);
+  }
+  palette.setColor(QPalette::Disabled, QPalette::ButtonText, dim);
 }
 
 QPalette WindowStyle::outlined(const QPalette& palette) const {
@@ -144,8 +152,14 @@ QPalette WindowStyle::outlined(const QPalette& palette) const {
 
 int WindowStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                            QStyleHintReturn* returned) const {
-  return hint == SH_FocusFrame_AboveWidget ? 1
-                                           : QProxyStyle::styleHint(hint, option, widget, returned);
+  switch (hint) {
+    case SH_FocusFrame_AboveWidget:
+      return 1;
+    case SH_DialogButtonBox_ButtonsHaveIcons:
+      return 0;
+    default:
+      return QProxyStyle::styleHint(hint, option, widget, returned);
+  }
 }
 
 void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,

@@ -31,6 +31,9 @@ QIcon programIcon();
 // pixel ratio. Main thread, once there is an application.
 QPixmap programPicture(int side, qreal density);
 
+// The colour of a text that matters less than others on that ground, and can still be read.
+QColor dimmed(const QColor& text, const QColor& ground);
+
 // The look of all windows: Qt's Fusion, whatever the desktop's colours are. It draws the outlines
 // of controls in a shade of the window's colour, which on dark grounds nobody sees; here they stand
 // out from it, as do texts of what is switched off, since the players are read during a run. It

@@ -111,10 +111,10 @@ TEST_F(AccessibilityTest, WhateverTakesTheKeyboardHasAName) {
 
 TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
   EXPECT_EQ(description(ui().lstFiles),
-            "What the players get, in this order. Delete removes the selected rows.");
-  EXPECT_EQ(description(ui().lblMaxCapSize), "What a ticked player holds");
+            "The folders to copy, in this order. Delete removes the selected rows.");
+  EXPECT_EQ(description(ui().lblMaxCapSize), "The size of one ticked player");
   EXPECT_EQ(description(ui().lblFreeDiskSpaceLeft),
-            "What the files leave free on it; twenty digits mean that they don't fit");
+            "Free space after copying. A 20-digit number means that the files don't fit.");
   for (QWidget* control :
        std::initializer_list<QWidget*>{ui().btnAll, ui().btnNone, ui().btnEject, ui().btnBrowse,
                                        ui().btnStart, ui().tirellLinkBtn, ui().cmbFileType}) {
@@ -126,7 +126,7 @@ TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
 TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   const auto player = addPlayer("sdb", 7948206080, true);
   EXPECT_EQ(name(tick(0)), "/dev/sdb (SONGS)");
-  EXPECT_EQ(description(tick(0)), "/dev/sdb · USB  · 7580 MB");
+  EXPECT_EQ(description(tick(0)), "USB  · 7580 MB");
   // The second line is no more than that either; its tool tip has marks for line breaks in it.
   EXPECT_EQ(description(ui().viewPlayers->findChild<ElidedLabel*>()), description(tick(0)));
   EXPECT_TRUE(of(tick(0)).state().checked);

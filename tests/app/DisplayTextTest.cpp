@@ -48,22 +48,25 @@ TEST(DisplayText, ToolTipsAreNeverReadAsMarkup) {
   EXPECT_TRUE(Qt::mightBeRichText(tip));
   QTextDocument document;
   document.setHtml(tip);
-  EXPECT_EQ(document.toPlainText().remove(QChar(0x200B)), evil);
+  EXPECT_EQ(document.toPlainText().remove(QLatin1Char('\n')), evil);
 }
 
-TEST(DisplayText, ToolTipsMayBreakAfterSlashesAndFortyCharacters) {
+TEST(DisplayText, ToolTipsBreakAfterSlashesPastFortyCharactersAndAtSixty) {
   const auto shown = [](const QString& whole) {
     QTextDocument document;
     document.setHtml(toolTipText(whole));
-    return document.toPlainText().replace(QChar(0x200B), QLatin1Char('|'));
+    return document.toPlainText().replace(QLatin1Char('\n'), QLatin1Char('|'));
   };
-  const QString forty(40, QLatin1Char('x'));
-  EXPECT_EQ(shown(text(u"/a/b")), text(u"/|a/|b"));
-  EXPECT_EQ(shown(forty), forty);
-  EXPECT_EQ(shown(forty + forty + text(u"y")), forty + text(u"|") + forty + text(u"|y"));
-  EXPECT_EQ(shown(text(u"aa/") + forty), text(u"aa/|") + forty);
+  const QString sixty(60, QLatin1Char('x'));
+  EXPECT_EQ(shown(text(u"/a/b")), text(u"/a/b"));
+  EXPECT_EQ(shown(sixty), sixty);
+  EXPECT_EQ(shown(sixty + sixty + text(u"y")), sixty + text(u"|") + sixty + text(u"|y"));
+  EXPECT_EQ(shown(sixty.mid(22) + text(u"/") + sixty),
+            sixty.mid(22) + text(u"/") + sixty.mid(39) + text(u"|") + sixty.mid(21));
+  EXPECT_EQ(shown(sixty.mid(21) + text(u"/") + sixty), sixty.mid(21) + text(u"/|") + sixty);
+  EXPECT_EQ(shown(text(u"a\n") + sixty), text(u"a|") + sixty);
   const QString note = text(u"🎵");
-  EXPECT_EQ(shown(forty.mid(1) + note + note), forty.mid(1) + note + text(u"|") + note);
+  EXPECT_EQ(shown(sixty.mid(1) + note + note), sixty.mid(1) + note + text(u"|") + note);
 }
 
 constexpr std::int64_t kMega = 1024 * 1024;

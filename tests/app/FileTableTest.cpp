@@ -21,7 +21,7 @@ class FileTableTest : public WindowTest {
   }
   // The tool tip without the places where its lines may break.
   QString tip(int row, int column) const {
-    return cell(row, column, Qt::ToolTipRole).toString().remove(QChar(0x200B));
+    return cell(row, column, Qt::ToolTipRole).toString().remove(QLatin1Char('\n'));
   }
   QLabel* hint() const { return table().viewport()->findChild<QLabel*>(); }
 };
@@ -98,9 +98,9 @@ TEST_F(FileTableTest, AFilesToolTipSaysToAddItsFolder) {
   addRoot("/m/a.mp3", 1, false);
   addRoot("/m", 1, true);
   const QString advice = QStringLiteral("A single file always fails to copy: add its folder");
-  EXPECT_TRUE(tip(0, 0).contains(QStringLiteral("a.mp3\n") + advice));
+  EXPECT_TRUE(tip(0, 0).contains(QStringLiteral("a.mp3") + advice));
   EXPECT_FALSE(tip(1, 0).contains(advice));
-  EXPECT_TRUE(tip(1, 2).contains(QStringLiteral(">/m<")));
+  EXPECT_TRUE(tip(1, 2).endsWith(QStringLiteral(">/m")));
 }
 
 TEST_F(FileTableTest, ARowThatIsGoneFromTheListIsEmptyUntilTheReload) {
@@ -116,6 +116,7 @@ TEST_F(FileTableTest, ARowThatIsGoneFromTheListIsEmptyUntilTheReload) {
 TEST_F(FileTableTest, AnEmptyListSaysWhatToDo) {
   EXPECT_TRUE(hint()->isVisible());
   EXPECT_EQ(hint()->text(), QStringLiteral("Drop folders of audio here,\nor choose Browse"));
+  EXPECT_EQ(hint()->alignment(), Qt::AlignCenter);
   EXPECT_TRUE(hint()->testAttribute(Qt::WA_TransparentForMouseEvents));
   addRoot("/a", 1);
   EXPECT_FALSE(hint()->isVisible());
@@ -202,7 +203,7 @@ class ContextMenuTest : public WindowTest {
 TEST_F(ContextMenuTest, OffersWhatFitsTheClickedRowAndTheSelection) {
   EXPECT_EQ(menu().actions().at(0), controller().fileMenuDelete());
   EXPECT_EQ(menu().actions().size(), 3);
-  const Texts two{"Remove from List", "Remove All"};
+  const Texts two{"Remove This Row", "Remove All"};
   const auto offered = [this](int row) {
     rightClickRow(row);
     const Texts texts = menuTexts();
@@ -218,7 +219,7 @@ TEST_F(ContextMenuTest, OffersWhatFitsTheClickedRowAndTheSelection) {
   EXPECT_EQ(offered(2), two);
   EXPECT_EQ(selected(), std::set<std::size_t>{1});  // as before the right clicks
   ui().lstFiles->selectAll();
-  EXPECT_EQ(offered(2), (Texts{"Remove from List", "Remove Selected", "Remove All"}));
+  EXPECT_EQ(offered(2), (Texts{"Remove This Row", "Remove 3 Selected", "Remove All"}));
   ui().lstFiles->clearSelection();
   EXPECT_EQ(offered(2), two);
   rightClick({20, ui().lstFiles->viewport()->height() - 5});

@@ -57,6 +57,7 @@ std::vector<Look> looks() {
   const auto strong = strongColours();
   return {
       {"Light", light, Qt::LeftToRight, kUsual, 4, false},
+      {"Twelve", light, Qt::LeftToRight, kUsual, 12, false},
       {"Smallest", light, Qt::LeftToRight, kSmallest, 4, false},
       {"Large", light, Qt::LeftToRight, kLarge, 4, false},
       {"Empty", light, Qt::LeftToRight, kSmallest, 0, false},
@@ -201,8 +202,8 @@ class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> 
 
   void addFolders() {
     if (GetParam().players > 0) {
-      addRoot("/home/player/Music/" + named("The Time Machine"), 287 << 20);
-      addRoot("/home/player/Music/" + named("Tales of the Sea"), 141 << 20);
+      addRoot("/home/player/Music/" + named("The Time Machine"), 287 << 20, true, 24);
+      addRoot("/home/player/Music/" + named("Tales of the Sea"), 141 << 20, true, 12);
     }
   }
 
@@ -217,6 +218,21 @@ class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> 
                                .arg(qRound(picture.devicePixelRatio() * 100));
       EXPECT_TRUE(inFewColours(picture.toImage()).save(QDir(folder).filePath(name)));
     }
+  }
+
+  // Every player in another step.
+  std::shared_ptr<TRFileCopyTaskCollection> aRun() const {
+    auto run = std::make_shared<TRFileCopyTaskCollection>(windows->songs()->list(), "a", "b");
+    int number = 0;
+    for (const auto& player : windows->players()->listed()) {
+      run->addPlayer(player);
+      const auto task = run->tasks().back();
+      const auto steps = {Step::kCopy, Step::kCopy, Step::kWaiting, Step::kFormat, Step::kCheck};
+      task->begin(*(steps.begin() + number % 5));
+      task->setCurrentProgress(number % 5 == 4 ? 100 : number % 5 < 2 ? 17 + 29 * number % 80 : 0);
+      ++number;
+    }
+    return run;
   }
 
   QRect mirrored(const QRect& place) const {
@@ -285,10 +301,26 @@ TEST_P(LooksTest, Running) {
   windows->panel().hide();
   waitForActive(windows->window());
   ui().pbCircle->startAnimation();
+  emit controller().runBegan(aRun()->tasks());
   ui().pbProgressBar->setRange(0, 100);
   ui().pbProgressBar->setValue(42);
   settle();
   look(windows->window(), "running");
+}
+
+TEST_P(LooksTest, AfterARun) {
+  click(ui().btnAll);
+  const auto run = aRun();
+  for (std::size_t number = 1; number < run->tasks().size(); number += 6) {
+    run->tasks()[number]->setError(true);
+  }
+  emit controller().runBegan(run->tasks());
+  ui().pbProgressBar->setRange(0, 100);
+  ui().pbProgressBar->setValue(100);
+  answerAlert();
+  controller().onCopyResult(run);
+  settle();
+  look(windows->window(), "afterARun");
 }
 
 TEST_P(LooksTest, Summary) {

@@ -50,10 +50,26 @@ TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
   settle();
   EXPECT_EQ(tick(0)->shownText(), QStringLiteral("/dev/sdb (SONGS)"));
   EXPECT_EQ(facts(0)->shownText(), facts(0)->text());
-  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("/dev/sdb · USB 1-2.4 · 7580 MB"));
+  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("USB 1-2.4 · 7580 MB"));
   EXPECT_EQ(facts(0)->textFormat(), Qt::PlainText);
   deliver("/dev/sdc", true, "SONGS", "x", 1024, 0xFFFF007FU);
-  EXPECT_EQ(facts(1)->text(), QString::fromUtf8("/dev/sdc · USB <b>\uFFFD · 1 KB"));
+  EXPECT_EQ(facts(1)->text(), QString::fromUtf8("USB <b>\uFFFD · 1 KB"));
+}
+
+TEST_F(PlayerViewTest, ANodeThatTheNameDoesNotSayASlotAndASlowLinkAreSaid) {
+  bus.places = {{0x10002, {"1-2.4", "7", "12"}}};
+  const auto player = addPlayer("sdb");
+  EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("Slot 7 · /dev/sdb (SONGS)"));
+  EXPECT_EQ(facts(0)->text(), QString::fromUtf8("USB 1-2.4 · 7580 MB · slow: 12 Mbit/s"));
+  player->setName("NO NAME");
+  windows->players()->objectsChanged();
+  EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("Slot 7 · NO NAME"));
+  EXPECT_TRUE(facts(0)->text().startsWith(QString::fromUtf8("/dev/sdb · USB")));
+}
+
+TEST_F(PlayerViewTest, AVolumeWithoutANameIsBlank) {
+  deliver("/dev/sdb", true, nullptr);
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("/dev/sdb (blank)"));
 }
 
 TEST_F(PlayerViewTest, AClickOnTheTickOrTheSecondLineSelectsThePlayerAndUpdatesTheSizes) {
@@ -114,12 +130,15 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
   EXPECT_NE(painted(0), painted(1)) << "the device's name is on the second line";
 }
 
+// The second line is dimmed.
+constexpr int kDark = 170;
+
 // What is written in that part of the picture, without the empty space around it.
 QImage writingIn(const QImage& image, const QRect& part) {
   QRect written;
   for (int y = part.top(); y <= part.bottom(); ++y) {
     for (int x = part.left(); x <= part.right(); ++x) {
-      if (image.pixelColor(x, y).lightness() < 128) {
+      if (image.pixelColor(x, y).lightness() < kDark) {
         written |= QRect(x, y, 1, 1);
       }
     }
@@ -129,15 +148,16 @@ QImage writingIn(const QImage& image, const QRect& part) {
 
 // A slash has its foot at the left, and nothing above it.
 bool beginsWithSlash(const QImage& writing) {
-  bool begins = writing.pixelColor(0, writing.height() - 1).lightness() < 128;
+  bool begins = writing.pixelColor(0, writing.height() - 1).lightness() < kDark;
   for (int y = 0; y < writing.height() * 6 / 10; ++y) {
-    begins = begins && writing.pixelColor(0, y).lightness() >= 128;
+    begins = begins && writing.pixelColor(0, y).lightness() >= kDark;
   }
   return begins;
 }
 
 TEST_F(PlayerViewTest, AMirroredPlayersTextsAreWrittenAsEver) {
-  addPlayer("sdb");
+  addPlayer("sdb")->setName("/SONGS");
+  windows->players()->objectsChanged();
   for (const auto direction : {Qt::RightToLeft, Qt::LeftToRight}) {
     QGuiApplication::setLayoutDirection(direction);
     settle();

@@ -135,7 +135,8 @@ TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
   for (const auto& [text, ground] : kTexts) {
     const QColor dimmed = polished.color(QPalette::Disabled, text);
     EXPECT_GE(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kVisibleOutline);
-    EXPECT_LT(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kReadableText);
+    // What is read during a run is at full strength; buttons look switched off.
+    EXPECT_EQ(dimmed == polished.color(QPalette::Active, text), text != QPalette::ButtonText);
     EXPECT_EQ(polished.color(QPalette::Active, text), palette.color(QPalette::Active, text));
   }
 }

@@ -212,12 +212,13 @@ class LongDay {
     await([&] { return rig_.listed().size() == static_cast<std::size_t>(count); });
   }
 
-  // Waits until it holds and no worker is left; then forgets what was logged.
+  // Waits until it holds and no worker is left; then forgets what was logged and shown.
   void await(const std::function<bool()>& condition) {
     if (!rig_.await([&] { return condition() && threadsNow() <= idleThreads_; })) {
       throw std::runtime_error("waited in vain");
     }
     rig_.log.clear();
+    rig_.workspace = {};
   }
 
   // Fills all players, from All to the dismissed summary, and expects that none has failed.

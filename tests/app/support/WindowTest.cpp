@@ -98,7 +98,7 @@ std::shared_ptr<TRPlayer> WindowTest::addPlayer(const std::string& disk, std::in
 }
 
 std::shared_ptr<TRFile> WindowTest::addRoot(const std::string& path, std::int64_t size,
-                                            bool isDirectory) {
+                                            bool isDirectory, int fileCount) {
   auto root = std::make_shared<TRFile>();
   root->setPath(path);
   root->setName(std::string(lastPathComponent(path)));
@@ -108,6 +108,12 @@ std::shared_ptr<TRFile> WindowTest::addRoot(const std::string& path, std::int64_
   root->setDestRelativeUrl(Url::withString("/"));
   if (isDirectory) {
     root->setFiles(std::make_shared<TRFileList>());
+  }
+  for (int number = 0; number < fileCount; ++number) {
+    auto file = std::make_shared<TRFile>();
+    const std::string name = std::to_string(fileCount) + '-' + std::to_string(number);
+    file->setDestRelativeUrl(Url::withString(name + ".mp3"));
+    root->files()->push_back(std::move(file));
   }
   windows->songs()->addTRFile(root);
   return root;

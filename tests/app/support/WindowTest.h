@@ -96,7 +96,7 @@ class WindowTest : public ::testing::Test {
                                       bool ticked = false);
   // A root put into the file list directly.
   std::shared_ptr<TRFile> addRoot(const std::string& path, std::int64_t size,
-                                  bool isDirectory = true);
+                                  bool isDirectory = true, int fileCount = 0);
 
   // Hands a record to the controller as the watcher does.
   void deliver(const char* disk, bool inserted, const char* label = "SONGS",
