@@ -123,12 +123,12 @@ FileSet fileSetOf(const std::vector<std::string>& folders, const std::string& fi
       if (isNew) {
         set.push_back({node->path().value_or(""), name, node->isDir(), node->size().value(), {}});
       } else if (!known->second || !node->isDir()) {
-        throw std::runtime_error("Two of the folders hold " + name);
+        throw std::runtime_error("Two of the folders contain " + name);
       }
     }
   }
   if (std::ranges::all_of(set, &SetEntry::isDirectory)) {
-    throw std::runtime_error("The folders hold no file of the type " + fileType);
+    throw std::runtime_error("The folders contain no file of the type " + fileType);
   }
   return set;
 }
@@ -233,12 +233,12 @@ constexpr const char* kUsage =
     "Usage: fillstation-check [--type TYPE] FOLDER... -- MOUNTPOINT...\n";
 constexpr const char* kHelp = R"(
 Compares mounted players with the folders that they were filled from: names, order, sizes and every
-byte. Prints one line for each player and changes nothing.
+byte. Prints one line for each player. Changes nothing.
 
-  --type TYPE  the file type that was chosen in the window, mp3 if not given
+  --type TYPE  the file type that was chosen in the window; the default is mp3
   --help       this text
 
-The exit status is 0 if all players are equal, 1 if one differs, 2 if they can't be compared.
+The exit status is 0 if all players are equal, 1 if any differs, 2 if they can't be compared.
 )";
 
 // What was asked for. A plain value.

@@ -1,6 +1,8 @@
-"""What is installed, and that the program finds its agent there: install_test.py BUILD"""
+"""What is installed, that the links of its pages lead somewhere, and that the program finds its agent
+there: install_test.py BUILD"""
 
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -9,12 +11,25 @@ from pathlib import Path
 EXPECTED = {
     "bin/fillstation",
     "bin/fillstation-check",
+    "bin/fillstation-report",
+    "bin/fillstation-slots",
     "lib/udev/rules.d/60-fillstation.rules",
     "libexec/fillstation/fillstation-agent",
     "share/applications/fillstation.desktop",
+    "share/doc/fillstation/SECURITY.html",
+    "share/doc/fillstation/handbook.css",
+    "share/doc/fillstation/handbook.html",
+    "share/doc/fillstation/images/window-failed.png",
+    "share/doc/fillstation/images/window-panel.png",
+    "share/doc/fillstation/images/window-running.png",
+    "share/doc/fillstation/images/window.png",
+    "share/doc/fillstation/reliability.html",
+    "share/doc/fillstation/troubleshooting.html",
     "share/icons/hicolor/scalable/apps/fillstation.svg",
     "share/icons/hicolor/symbolic/apps/fillstation-symbolic.svg",
     "share/man/man1/fillstation-check.1",
+    "share/man/man1/fillstation-report.1",
+    "share/man/man1/fillstation-slots.1",
     "share/man/man1/fillstation.1",
     "share/metainfo/example.fillstation.fillstation.metainfo.xml",
 }
@@ -25,6 +40,11 @@ with tempfile.TemporaryDirectory() as scratch:
                    stdout=subprocess.DEVNULL)
     files = {str(file.relative_to(prefix)) for file in prefix.rglob("*") if file.is_file()}
     assert files == EXPECTED, files
+    for page in (prefix / "share/doc/fillstation").glob("*.html"):
+        for path, anchor in re.findall(r'(?:href|src)="([^"#]*)#?([^"]*)"', page.read_text()):
+            linked = page.parent / path if path else page
+            assert linked.is_file(), f"{page.name} links to {path}"
+            assert not anchor or f'id="{anchor}"' in linked.read_text(), f"{page.name}: {anchor}"
     environment = {**os.environ, "HOME": scratch, "QT_QPA_PLATFORM": "offscreen",
                    "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={scratch}/none"}
     program = subprocess.Popen([prefix / "bin/fillstation"], env=environment,

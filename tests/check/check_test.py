@@ -160,7 +160,7 @@ class Check(unittest.TestCase):
     def test_two_folders_with_the_same_file_fit_on_no_player(self):
         more = self.folder("more", {"Part 1/1.mp3": BOOK["Part 1/1.mp3"]})
         self.expect_error([self.book, more, "--", self.player],
-                          "Two of the folders hold Part 1/1.mp3")
+                          "Two of the folders contain Part 1/1.mp3")
 
     def test_wrong_words_are_refused_with_a_hint(self):
         for words in ([], [self.book], [self.book, self.player], [self.book, "--"],
