@@ -11,6 +11,14 @@ import snapshot
 from waiting import expect_equal, until
 
 BOOK = "/home/player/Audio Book"
+# Unbinds these gadgets from their ports, and waits until the bus has noticed; binds them again.
+UNPLUG = """set -e; cd /sys/kernel/config/usb_gadget
+for name in {0}; do cat $name/UDC >/run/$name.port; echo >$name/UDC; done
+for name in {0}; do
+  port=$(cat /run/$name.port)
+  while test -e /sys/devices/platform/dummy_hcd.${{port##*.}}/usb*/*-1; do sleep 0.1; done
+done"""
+PLUG_AGAIN = "set -e; for name in {0}; do cat /run/$name.port >/sys/kernel/config/usb_gadget/$name/UDC; done"
 ADMIN, ADMIN_PASSWORD = "admin", "open sesame"
 PLAYER, PLAYER_PASSWORD = "player", "players own"
 
@@ -89,6 +97,14 @@ class Box:
         self.call("fill", name, **({"system": "fat32"} if content is None else content))
         self.call("add", name, **traits)
         return self.call("plug", name, port)
+
+    def unplug(self, *names):
+        """Pulls these players out; each keeps its medium, and its place for plug_again()."""
+        self.root(UNPLUG.format(" ".join(names)), 120)
+
+    def plug_again(self, *names):
+        """Plugs unplugged players in again, each where it was."""
+        self.root(PLUG_AGAIN.format(" ".join(names)), 120)
 
     def players(self, traits):
         """Plugs in players by their names and traits; their disks."""

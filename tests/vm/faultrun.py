@@ -62,7 +62,7 @@ class FaultRun:
     def leave(self, text, complete):
         """The run waits for good: closing the window ends it, and these players are complete."""
         shown = self._person.alert_text()
-        self._person.key("alt+F4")
+        self._person.close_window()
         until(lambda: self._person.status() is not None, 30, "the program has ended")
         expect_equal((shown, self._person.status()), (None, 0), "the summary, and how the program ended")
         self._box.person = None

@@ -2,6 +2,7 @@
 does with its window, step by step, in the words of the window."""
 
 import collections
+import re
 import shlex
 
 from box import ADMIN, ADMIN_PASSWORD, BOOK
@@ -12,7 +13,9 @@ ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"
 BUTTON = "push button"
 COMPLETED = "Process Completed."
 TICK, LABEL, ALERT = "check box", "label", "alert message"
-PORT = " · USB "
+BAR, PATH_FIELD = "Progress of all players", "Folder or file:"
+PORT = re.compile(r"(?:^| · )USB (\S+)")
+NODE = re.compile(r"/dev/(\w+)")
 LOG = {
     "formats": "Beginning format operation.\n",
     "wipe_failures": "dd operation failed.\n",
@@ -23,7 +26,7 @@ LOG = {
 }
 RUN_BUTTONS = ("Start", "Browse…", "All", "None", "Eject")
 
-Listed = collections.namedtuple("Listed", "disk name ticked node")
+Listed = collections.namedtuple("Listed", "disk name ticked node port state")
 
 
 def failed(*disks):
@@ -36,6 +39,21 @@ def walk(node):
     yield node
     for child in node["children"]:
         yield from walk(child)
+
+
+def _row_of(node):
+    """The player that this part of the window is the row of, if it is one."""
+    shown = [child for child in node["children"] if "showing" in child["states"]]
+    labels = [child["name"] for child in shown if child["role"] == LABEL]
+    if not labels or shown[0]["role"] != TICK:
+        return None
+    tick, (facts, *states) = shown[0], labels
+    # The disk is in the one or the other text: a format gives the player a new name.
+    disk, port = NODE.search(f"{facts} {tick['name']}"), PORT.search(facts)
+    if not disk or not port:
+        return None
+    ticked = "checked" in tick["states"]
+    return Listed(disk.group(1), tick["name"], ticked, tick, port.group(1), "".join(states))
 
 
 class Operator:
@@ -127,6 +145,10 @@ class Operator:
         if text:
             self.type(text)
 
+    def close_window(self):
+        """Closes the window. During a run that takes a second close within five seconds."""
+        self.key("alt+F4", "alt+F4")
+
     def minimize(self):
         self._hands("getactivewindow windowminimize")
 
@@ -135,16 +157,8 @@ class Operator:
         self._hands("getactivewindow windowmove 0 0 windowsize --sync 100% 100%")
 
     def players(self):
-        """The player list from the top: each player's disk, name and tick."""
-        listed, tick = [], None
-        for node in self.nodes():
-            if node["role"] == TICK:
-                tick = node
-            elif tick and node["role"] == LABEL and PORT in node["name"]:
-                disk = node["name"].partition(" ")[0].removeprefix("/dev/")
-                listed.append(Listed(disk, tick["name"], "checked" in tick["states"], tick))
-                tick = None
-        return listed
+        """The player list from the top: each row's disk, name, tick, port, and what it says of a run."""
+        return [row for row in map(_row_of, self.nodes()) if row]
 
     def wait_for_players(self, count, seconds=60):
         """Waits until the list has that many players; returns their disks."""
@@ -175,12 +189,12 @@ class Operator:
         return [shown[shown.index(caption) + 1] for caption in ("Capacity:", "Space left:")]
 
     def progress(self):
-        return self.find("progress bar")["value"]
+        return self.find("progress bar", BAR)["value"]
 
     def add_folder(self, path):
         """Adds a folder to the file list through the open dialog."""
         self.click("Browse…")
-        until(lambda: self.has_focus("text", "File name:"), 60, "the open dialog")
+        until(lambda: self.has_focus("text", PATH_FIELD), 60, "the open dialog")
         self.type(path)
         self.key("Return")
         until(lambda: not self.shows("Open"), 60, "the open dialog has gone")

@@ -20,6 +20,7 @@ from scenario import SCENARIOS
 import scenarios_package  # noqa: F401
 import scenarios_exits  # noqa: F401
 import scenarios_contract  # noqa: F401
+import scenarios_bench  # noqa: F401
 import scenarios_faults  # noqa: F401
 import scenarios_swaps  # noqa: F401
 import scenarios_access  # noqa: F401
@@ -29,13 +30,14 @@ import scenarios_services  # noqa: F401
 import scenarios_arrivals  # noqa: F401
 
 OUT = image.CACHE / "out"
+COMMANDS = sorted((image.PROJECT / "src/commands").glob("fillstation-*"))
 Row = collections.namedtuple("Row", "name outcome seconds seen")
 
 
 def _arguments():
     parser = argparse.ArgumentParser(prog="tests/vm/run", description=__doc__)
     parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
-    parser.add_argument("--test", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--test", action="append", type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--package", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--list", action="store_true", help="names the scenarios")
     parser.add_argument("--short", action="store_true", help="only those of .ci/run")
@@ -100,7 +102,7 @@ def main():
     OUT.mkdir(parents=True)
     started = time.monotonic()
     snapshot.ensure()
-    extras = [arguments.test, arguments.package]
+    extras = [*arguments.test, arguments.package, *COMMANDS]
     attempt = functools.partial(_attempt, program=arguments.program, extras=extras)
     with concurrent.futures.ThreadPoolExecutor(arguments.boxes) as boxes:
         rows = list(boxes.map(attempt, scenarios))

@@ -3,11 +3,11 @@
 import contextlib
 
 from box import ADMIN, ADMIN_PASSWORD
-from flows import BUTTON, COMPLETED, TICK, Operator
+from flows import BAR, BUTTON, COMPLETED, PATH_FIELD, TICK, Operator
 from scenario import BOOK, SLOW, make_book, operator, scenario
 from waiting import expect, expect_equal, until
 
-BAR, BUSY = "Progress of all players", "Players are being filled"
+BUSY = "Players are being filled"
 SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
 LONGEST_ROUND = 50  # more stops than any window has
 
@@ -27,8 +27,8 @@ class Assistant(Operator):
 
     def add_folder(self, path):
         self.click("Browse…")
-        until(lambda: self.has_focus("text", "File name:"), 60, "the open panel")
-        self.fill_in(self.find("text", "File name:"), path)
+        until(lambda: self.has_focus("text", PATH_FIELD), 60, "the open panel")
+        self.fill_in(self.find("text", PATH_FIELD), path)
         until(lambda: self.is_enabled("Open"), 60, "the folder can be opened")
         self.click("Open")
         until(lambda: path in self.files(), 60, f"{path} in the file table")
@@ -152,7 +152,7 @@ def _tick_by_keys(person, disks):
 
 def _add_by_keys(person):
     person.key("ctrl+o")
-    person.await_focus("text", "File name:")
+    person.await_focus("text", PATH_FIELD)
     person.type(BOOK)
     person.key("Return")
     until(lambda: BOOK in person.files(), 60, f"{BOOK} in the file table")
@@ -191,8 +191,9 @@ def a_run_by_keyboard_alone(box):
     book = make_book(box, chapters=2, track_kb=1024)
     names = {disk: name for name, disk in box.players({"one": SLOW, "two": SLOW, "three": SLOW}).items()}
     with operator(box, kind=Typist) as person:
-        person.await_focus(BUTTON, "All")
+        person.await_focus(BUTTON, "Browse…")
         disks = person.wait_for_players(3)
+        person.tab_to(BUTTON, "All")
         _tick_by_keys(person, disks[1:])
         _add_by_keys(person)
         _credentials_by_keys(person)

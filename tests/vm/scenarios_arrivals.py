@@ -10,7 +10,7 @@ from waiting import expect, expect_equal, until
 STATES = {
     "unlabelled": ({"content": {"system": "fat32"}}, "NO NAME"),
     "digit": ({"content": {"system": "fat32", "label": "2FAST"}}, "xFAST"),
-    "blank": ({"content": {}}, "(null)"),
+    "blank": ({"content": {}}, "blank"),
     "partitioned": ({"content": {"table": "mbr", "system": "fat32", "label": "PARTED"}}, "PARTED"),
     "mounted": ({"content": {"table": "gpt", "system": "fat32", "label": "MOUNTED"}}, "MOUNTED"),
     "whole": ({"content": {"system": "fat32", "label": "WHOLE"}}, "WHOLE"),

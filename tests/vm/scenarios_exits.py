@@ -170,7 +170,7 @@ def _signal(name):
 # How a person, or the system, leaves the program; its status, if somebody is left to be told of it; and
 # what has to be done before the next start.
 Way = collections.namedtuple("Way", "text leave status afterwards", defaults=(lambda box: None,))
-CLOSING = Way("closing the window", lambda box, person: person.key("alt+F4"), 0)
+CLOSING = Way("closing the window", lambda box, person: person.close_window(), 0)
 TERMINATION = Way("SIGTERM", _signal("TERM"), 0)
 CRASH = Way("a crash (SIGKILL)", _signal("KILL"), -9)
 LOG_OUT = Way("logging out", lambda box, person: box.log_out(), None, Box.wait_for_login)

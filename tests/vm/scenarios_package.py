@@ -2,6 +2,7 @@
 
 import pathlib
 import sys
+import time
 
 from flows import COMPLETED, failed
 from scenario import BOOK, make_book, operator, short_scenario
@@ -13,6 +14,7 @@ from commands import commands_for_the_box  # noqa: E402
 INSTALL = "sudo apt install ./fillstation_*.deb"
 REPAIR = "sudo apt install --reinstall ./fillstation_*.deb"
 PURGE = "sudo apt purge fillstation"
+NAME_SLOTS = "fillstation-slots | sudo tee /etc/udev/rules.d/61-fillstation-slots.rules"
 ENTRY = "fillstation.desktop"
 AGENT = "/usr/libexec/fillstation/fillstation-agent"
 FOLDER = "/root/download"
@@ -90,6 +92,33 @@ def _try_commands(box, disk, ends):
         expect(how.says in said, f"{command} says {how.says!r}, and not only {said!r}")
 
 
+def _await_said(box, text):
+    said = "cat /tmp/tour 2>/dev/null || true"
+    until(lambda: text in box.root(said), 60, f"fillstation-slots says {text!r}")
+
+
+def _name_two_slots(box):
+    """A player goes through two slots as the command asks for it; from then on they have numbers."""
+    box.call("fill", "visitor")
+    box.call("add", "visitor")
+    box.call("meanwhile", "tour", "run", ["sh", "-c", f"({NAME_SLOTS}) 2>/tmp/tour"], 120)
+    _await_said(box, "Plug a player into slot 1.")
+    time.sleep(2)  # it doesn't say from when on it listens to udev
+    for port, said in ((20, "Slot 1 is"), (21, "Slot 2 is"), (20, "2 slots.")):
+        box.call("plug", "visitor", port)
+        _await_said(box, said)
+        box.unplug("visitor")
+    done = box.call("joined", "tour", timeout=150)
+    expect_equal(done["status"], 0, f"the status of {NAME_SLOTS}: {done}")
+    box.root("udevadm control --reload")  # which udev does by itself, every three seconds at most
+    box.call("plug", "visitor", 21)
+    box.disk("visitor")
+    said = box.root("udevadm info --query=property -p /sys/devices/platform/dummy_hcd.21/usb*/*-1")
+    expect("FILLSTATION_SLOT=2" in said.splitlines(), f"the second slot has its number:\n{said}")
+    box.call("remove", "visitor")
+    box.root(f"rm {NAME_SLOTS.split()[-1]}")
+
+
 def _whole_run(box, book, disks):
     with operator(box, ENTRY) as person:
         person.prepare(2)
@@ -116,6 +145,7 @@ def the_package(box):
     expect_equal(_files(box) - before, installed, "what is installed after a repair")
     _whole_run(box, book, _plug(box))
     _try_commands(box, "", ends=False)
+    _name_two_slots(box)
     _run(box, "apt remove fillstation")
     expect_equal(_files(box) ^ before, set(), "what has come or gone after the removal")
     _run(box, INSTALL)
