@@ -1,3 +1,7 @@
+#include <QCoreApplication>
+#include <cstdio>
+#include <string_view>
+
 #include "AgentShell.h"
 #include "AppRunner.h"
 #include "JournalLog.h"
@@ -21,12 +25,53 @@ struct RealPlayers {
   LinuxSystem system;
 };
 
+constexpr auto kVersion = "fillstation " FILLSTATION_VERSION "\n";
+constexpr auto kHelp =
+    "Usage: fillstation [QT-OPTION]...\n"
+    "\n"
+    "Opens a window with the audio players that are plugged in, and fills the ticked ones.\n"
+    "Options of every Qt program, for example -platform, are accepted.\n"
+    "\n"
+    "  --version  print the version\n"
+    "  --help     print this text\n"
+    "\n"
+    "The handbook: F1 in the window, or man fillstation\n";
+constexpr int kBadUsage = 2;
+
+// What is answered without a window, and so without a display; null for nothing.
+const char* answerTo(std::string_view word) {
+  return word == "--version" || word == "-v" ? kVersion
+         : word == "--help" || word == "-h"  ? kHelp
+                                             : nullptr;
+}
+
+// Says on standard error which word is one too many, if there is one. Those for Qt have gone.
+bool hasOneTooMany(const QStringList& words) {
+  if (words.size() < 2) {
+    return false;
+  }
+  std::fprintf(stderr, "fillstation: '%s' is not an option. Try 'fillstation --help'.\n",
+               qUtf8Printable(words.at(1)));
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  for (int at = 1; at < argc; ++at) {
+    if (const char* const answer = answerTo(argv[at])) {
+      std::fputs(answer, stdout);
+      return 0;
+    }
+  }
   BackEnd backEnd;
+  bool isRefused = false;
   std::unique_ptr<SessionInstance> instance;
-  backEnd.claim = [&instance] {
+  backEnd.claim = [&] {
+    isRefused = hasOneTooMany(QCoreApplication::arguments());
+    if (isRefused) {
+      return false;
+    }
     instance = std::make_unique<SessionInstance>(&SessionInstance::connect);
     return instance->claim();
   };
@@ -38,5 +83,6 @@ int main(int argc, char** argv) {
     places.agent = agentOf(thisProgram());
     return std::make_shared<RealPlayers>(ports, stop, mainThread, places);
   };
-  return runApplication(argc, argv, backEnd);
+  const int status = runApplication(argc, argv, backEnd);
+  return isRefused ? kBadUsage : status;
 }

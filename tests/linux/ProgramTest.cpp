@@ -2,6 +2,8 @@
 
 #include <QProcess>
 #include <filesystem>
+#include <string>
+#include <tuple>
 
 #include "TempFolder.h"
 
@@ -47,6 +49,32 @@ TEST(ProgramTest, OnAMachineThatLacksWhatItNeedsItStartsSaysSoAndEndsWell) {
   EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
   EXPECT_EQ(program.exitCode(), 0) << program.readAllStandardError().toStdString();
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
+}
+
+// Exit status, standard output and standard error.
+using Answer = std::tuple<int, std::string, std::string>;
+
+Answer answerTo(const QString& word, const char* platform) {
+  const TempFolder runtime;
+  QProcess program;
+  auto environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("QT_QPA_PLATFORM", platform);
+  environment.insert("XDG_RUNTIME_DIR", QString::fromStdString(runtime.path()));
+  program.setProcessEnvironment(environment);
+  program.start(APP_PROGRAM, {word});
+  EXPECT_TRUE(program.waitForFinished(60'000));
+  return {program.exitCode(), program.readAllStandardOutput().toStdString(),
+          program.readAllStandardError().toStdString()};
+}
+
+TEST(ProgramTest, TellsItsVersionAndOptionsWithoutADisplayAndRefusesOtherWords) {
+  EXPECT_EQ(answerTo("--version", "none"), Answer(0, "fillstation " FILLSTATION_VERSION "\n", ""));
+  const auto [status, help, said] = answerTo("--help", "none");
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(help.starts_with("Usage: fillstation "));
+  EXPECT_EQ(said, "");
+  EXPECT_EQ(answerTo("--fast", "offscreen"),
+            Answer(2, "", "fillstation: '--fast' is not an option. Try 'fillstation --help'.\n"));
 }
 
 }  // namespace fillstation::test
