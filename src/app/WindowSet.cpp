@@ -10,6 +10,7 @@
 
 #include "DisplayText.h"
 #include "Platform.h"
+#include "Url.h"
 #include "ui_CredentialsPanel.h"
 #include "ui_MainWindow.h"
 
@@ -34,6 +35,8 @@ QIcon eyeIcon(const QPalette& palette) {
 }
 
 }  // namespace
+
+const char kHandbook[] = FILLSTATION_HANDBOOK;
 
 CredentialsPanel::CredentialsPanel(QWidget* parent)
     : QDialog(parent), ui_(std::make_unique<Ui::CredentialsPanel>()) {
@@ -165,6 +168,10 @@ void WindowSet::connectButtons() {
   on(ui.btnBrowse, &TRAppDelegate::btnBrowseFileClicked);
   on(ui.btnStart, &TRAppDelegate::btnStartClick);
   on(ui.tirellLinkBtn, &TRAppDelegate::tirellLinkClicked);
+  const auto* help = new QShortcut(QKeySequence::HelpContents, window_.get());
+  QObject::connect(help, &QShortcut::activated, window_.get(), [] {
+    platform().workspace->openUrl(Url::fromPath(kHandbook, false).absoluteString());
+  });
   on(panel_->ui().btnPassOk, &TRAppDelegate::btnPassOk);
   QObject::connect(panel_, &CredentialsPanel::cancelled, controller,
                    [=, this] { controller->btnPassCancel(panel_); });

@@ -46,6 +46,9 @@ class CredentialsPanel : public QDialog {
   std::unique_ptr<Ui::CredentialsPanel> ui_;
 };
 
+// The path of the handbook, which F1 opens; the build sets it.
+extern const char kHandbook[];
+
 // The main window, the credentials panel, the lists behind them and the controller, connected with
 // one another. Made when the platform is installed; nothing is shown yet. Main thread; one at a
 // time. Destroyed only when somebody ends the main loop, after the workers.

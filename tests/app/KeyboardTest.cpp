@@ -68,6 +68,19 @@ TEST_F(KeyboardTest, MnemonicsAndControlOPressTheButtons) {
   EXPECT_EQ(browsed, 2);
 }
 
+TEST_F(KeyboardTest, F1OpensTheHandbookDuringARunToo) {
+  const std::string address = Url::fromPath(kHandbook, false).absoluteString();
+  EXPECT_TRUE(address.starts_with("file:///")) << address;
+  EXPECT_TRUE(address.ends_with("/handbook.html")) << address;
+  for (const bool enabled : {true, false}) {
+    controller().enableView(enabled);
+    ports.workspace.opened.clear();
+    QTest::keyClick(&windows->window(), Qt::Key_F1);
+    runUntil([&] { return !ports.workspace.opened.empty(); });
+    EXPECT_EQ(ports.workspace.opened, Texts{address});
+  }
+}
+
 TEST_F(KeyboardTest, DeleteRemovesTheSelectedRows) {
   for (const char* path : {"/a", "/b", "/c"}) {
     addRoot(path, 1);

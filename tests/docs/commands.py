@@ -5,8 +5,8 @@ import re
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-DOCUMENTS = ("README.md", "docs/troubleshooting.md", "data/fillstation.1",
-             "data/fillstation-check.1")
+DOCUMENTS = ("README.md", "docs/handbook.md", "docs/troubleshooting.md", "data/fillstation.1",
+             "data/fillstation-check.1", "data/fillstation-report.1", "data/fillstation-slots.1")
 
 # In .ci/run, by this command, which has to be one of its steps.
 InCI = collections.namedtuple("InCI", "step")
@@ -28,6 +28,10 @@ HOW = {
     "tests/vm/run": InCI("tests/vm/run --short"),
     "fillstation": InBox("end event", ends=False),
     "fillstation-check Audio -- /media/*/????-????": InBox(": equal, "),
+    "fillstation-report": InBox("players filled"),
+    "fillstation-report --since today": InBox("players filled"),
+    "fillstation-report --since today --csv": InBox("end,run,player,slot,port"),
+    "fillstation-slots | sudo tee /etc/udev/rules.d/61-fillstation-slots.rules": InScenario(),
     "sudo apt install ./fillstation_*.deb": InScenario(),
     "sudo apt install --reinstall ./fillstation_*.deb": InScenario(),
     "sudo apt purge fillstation": InScenario(),
