@@ -183,6 +183,11 @@ void PlayerItem::refresh() {
 void PlayerItem::follow(std::shared_ptr<TRFileCopyTask> task) {
   task_ = std::move(task);
   bar_->show();
+  // The bars of all rows begin at one place, and a new text moves nothing: ten times a second, that
+  // would arrange the whole list anew.
+  state_->setFixedSize(fontMetrics().horizontalAdvance(wordFor(Step::kFormat, 0)),
+                       fontMetrics().height());
+  state_->show();
   showStep();
   colourState();
 }
@@ -204,9 +209,6 @@ void PlayerItem::showState(const QString& text) {
   if (state_->text() != text) {
     state_->setText(text);
   }
-  // The bars of all rows begin at one place.
-  state_->setMinimumWidth(task_ ? fontMetrics().horizontalAdvance(wordFor(Step::kFormat, 0)) : 0);
-  state_->show();
 }
 
 void PlayerItem::colourState() {
@@ -239,6 +241,8 @@ void PlayerItem::showVerdict() {
   if (const auto task = std::exchange(task_, nullptr)) {
     hasFailed_ = task->error();
     bar_->hide();
+    state_->setMinimumSize(0, 0);
+    state_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     showState(hasFailed_ ? PlayersView::tr("✗ Failed") : PlayersView::tr("✓ Filled"));
     colourState();
     refresh();
