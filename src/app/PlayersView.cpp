@@ -184,7 +184,7 @@ void PlayerItem::follow(std::shared_ptr<TRFileCopyTask> task) {
   task_ = std::move(task);
   bar_->show();
   // The bars of all rows begin at one place, and a new text moves nothing: ten times a second, that
-  // would arrange the whole list anew.
+  // would lay out the whole list again.
   state_->setFixedSize(fontMetrics().horizontalAdvance(wordFor(Step::kFormat, 0)),
                        fontMetrics().height());
   state_->show();

@@ -77,7 +77,7 @@ def _plug_again(box, person, names, count):
 
 @scenario
 def slots_of_a_bench(box):
-    """A slot keeps its number when players come and go, and when the machine starts anew."""
+    """A slot keeps its number when players come and go, and after a restart of the machine."""
     names = [f"player{number}" for number in range(1, PORTS + 1)]
     # So that a slot's number isn't its controller's.
     ports = dict(zip(names, random.Random(1).sample(range(PORTS), PORTS)))

@@ -236,7 +236,7 @@ bool PosixVolume::readBack(const CopiedItems& items) {
   medium_.reset();
   const OpenRoot again = remount_ ? remount_() : OpenRoot();
   if (!again.root) {
-    errno = 0;  // whatever the last call left says nothing of the volume
+    errno = 0;  // a stale number says nothing about the volume
     return noted("", false);
   }
   ReadBack readBack(again.root.get(), mountPath_, opened_, stop_, calls_);
