@@ -86,7 +86,7 @@ void BusyIndicator::paintEvent(QPaintEvent* /*event*/) {
   for (int dot = 0; dot < kDots; ++dot) {
     QColor color = palette().color(QPalette::WindowText);
     const int behind = (step_ - dot + kDots) % kDots;
-    color.setAlphaF(static_cast<float>(isAnimating() && behind < 4 ? 0.9 - 0.2 * behind : 0.2));
+    color.setAlphaF(static_cast<float>(isAnimating() ? std::max(0.2, 0.9 - 0.2 * behind) : 0.2));
     painter.setBrush(color);
     const double angle = 2 * std::numbers::pi * dot / kDots;
     painter.drawEllipse(QPointF(radius * std::sin(angle), -radius * std::cos(angle)), radius / 4.2,
