@@ -25,18 +25,21 @@ Url Url::fromPath(std::string_view path, bool isDirectory) {
   while (path.size() > 1 && path.ends_with('/')) {
     path.remove_suffix(1);
   }
-  std::string text;
-  // With room for some escapes.
-  text.reserve(kScheme.size() + path.size() + path.size() / 2);
-  text += kScheme;
+  std::string text(kScheme);
+  // With room for an escape of each byte.
+  text.resize(kScheme.size() + 3 * path.size());
+  char* end = text.data() + kScheme.size();
   for (const char character : path) {
     const auto byte = static_cast<unsigned char>(character);
     if (kStaysPlain[byte]) {
-      text += character;
+      *end++ = character;
     } else {
-      text += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+      *end++ = '%';
+      *end++ = kDigits[byte >> 4U];
+      *end++ = kDigits[byte & 0xFU];
     }
   }
+  text.resize(static_cast<std::size_t>(end - text.data()));
   if (isDirectory && !text.ends_with('/')) {
     text += '/';
   }
@@ -64,19 +67,23 @@ std::string Url::path() const {
 std::string decodeEscapes(std::string_view text, std::string_view mark, std::size_t digits,
                           int base) {
   const std::size_t length = mark.size() + digits;
-  std::string plain;
+  std::string plain(text);
+  auto end = plain.begin();
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const std::string_view escape = text.substr(at, length);
-    const char* const end = escape.data() + escape.size();
-    unsigned byte = 0;
-    if (escape.size() == length && escape.starts_with(mark) &&
-        std::from_chars(escape.data() + mark.size(), end, byte, base).ptr == end) {
-      plain += static_cast<char>(byte);
-      at += length - 1;
-    } else {
-      plain += text[at];
+    char byte = text[at];
+    if (byte == mark.front()) {
+      const std::string_view escape = text.substr(at, length);
+      const char* const last = escape.data() + escape.size();
+      unsigned value = 0;
+      if (escape.size() == length && escape.starts_with(mark) &&
+          std::from_chars(escape.data() + mark.size(), last, value, base).ptr == last) {
+        byte = static_cast<char>(value);
+        at += length - 1;
+      }
     }
+    *end++ = byte;
   }
+  plain.erase(end, plain.end());
   return plain;
 }
 
