@@ -36,8 +36,19 @@ constexpr std::array<std::array<std::string_view, 2>, 10> kCases{{{"Ü", "ü"},
                                                                   {"Φ", "φ"}}};
 
 bool isForbidden(char32_t point) {
-  return point < 0x20 ||
-         std::u32string_view(U":?*<>|\"\\").find(point) != std::u32string_view::npos;
+  switch (point) {
+    case U':':
+    case U'?':
+    case U'*':
+    case U'<':
+    case U'>':
+    case U'|':
+    case U'"':
+    case U'\\':
+      return true;
+    default:
+      return point < 0x20;
+  }
 }
 
 std::size_t unitsOf(std::u32string_view points) {
@@ -87,7 +98,7 @@ int fatNameError(std::string_view name) {
 
 std::string fatFolded(std::string_view name) {
   std::string same = asciiLowerCase(std::string(fatName(name)));
-  const auto points = decodeUtf8(same);
+  const auto points = isAscii(same) ? std::nullopt : decodeUtf8(same);
   if (points && isShort(*points)) {
     for (const auto& [large, small] : kCases) {
       same = replaced(std::move(same), large, small);
