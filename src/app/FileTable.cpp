@@ -200,6 +200,8 @@ class FileRows : public QAbstractTableModel {
         return FileTable::tr(kColumns.at(static_cast<std::size_t>(section)).title);
       case Qt::TextAlignmentRole:
         return alignmentOf(section);
+      case Qt::SizeHintRole:
+        return titleSize(section);
       default:
         return {};
     }
@@ -228,6 +230,15 @@ class FileRows : public QAbstractTableModel {
     }
     const auto* text = std::get_if<std::string>(&value);
     return text != nullptr ? displayText(std::string_view(*text)) : QString();
+  }
+  // In the font of the header. It would ask for that of bold type, which it doesn't show: a start
+  // doesn't wait for another font.
+  QSize titleSize(int section) const {
+    const auto* const header = static_cast<FileTable*>(QObject::parent())->horizontalHeader();
+    QStyleOptionHeader option;
+    option.initFrom(header);
+    option.text = headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
+    return header->style()->sizeFromContents(QStyle::CT_HeaderSection, &option, {}, header);
   }
   // It says of a file root that it can't be copied.
   QString tip(const QModelIndex& index) const {

@@ -61,6 +61,8 @@ TEST_F(FileTableTest, AnAbsentFieldShowsEmpty) {
 
 TEST_F(FileTableTest, TheHeadersNameTheColumnsAndSizesAreRightAligned) {
   addRoot("/a", 1);
+  const QHeaderView& header = *table().horizontalHeader();
+  const int margin = header.style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, &header);
   for (const auto& [column, title, side] : {std::tuple(0, "Name", Qt::AlignLeft),
                                             {1, "Size", Qt::AlignRight},
                                             {2, "Path", Qt::AlignLeft}}) {
@@ -68,6 +70,10 @@ TEST_F(FileTableTest, TheHeadersNameTheColumnsAndSizesAreRightAligned) {
     const auto wanted = QVariant::fromValue<Qt::Alignment>(side | Qt::AlignVCenter);
     EXPECT_EQ(cell(0, column, Qt::TextAlignmentRole), wanted);
     EXPECT_EQ(model().headerData(column, Qt::Horizontal, Qt::TextAlignmentRole), wanted);
+    // Not in bold type.
+    EXPECT_EQ(
+        model().headerData(column, Qt::Horizontal, Qt::SizeHintRole).toSize(),
+        header.fontMetrics().size(0, QString::fromLatin1(title)) + QSize(2 * margin, 2 * margin));
   }
   EXPECT_FALSE(model().headerData(0, Qt::Vertical).isValid());
   EXPECT_FALSE(model().headerData(0, Qt::Horizontal, Qt::ToolTipRole).isValid());
