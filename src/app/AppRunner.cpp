@@ -19,6 +19,9 @@
 namespace fillstation {
 namespace {
 
+// Milliseconds in which the window is painted for the first time: nobody waits for the icon.
+constexpr int kIconPause = 30;
+
 // The ports that don't depend on the kind of players.
 struct CommonPorts {
   explicit CommonPorts(StopSource& stop) : mainThread(stop), workers(stop) {
@@ -39,7 +42,6 @@ void dressApplication() {
   QApplication::setApplicationName(QStringLiteral("fillstation"));
   QApplication::setApplicationDisplayName(QStringLiteral("Fillstation"));
   QApplication::setDesktopFileName(QStringLiteral("fillstation"));
-  QApplication::setWindowIcon(programIcon());
   QApplication::setStyle(new WindowStyle);
   // Hiding the windows on the way out must not end the main loop a second way.
   QApplication::setQuitOnLastWindowClosed(false);
@@ -71,6 +73,7 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   WindowSet windows;
   windows.window().show();
   QTimer::singleShot(0, windows.delegate().get(), &TRAppDelegate::applicationDidFinishLaunching);
+  QTimer::singleShot(kIconPause, [] { QApplication::setWindowIcon(programIcon()); });
   backEnd.shown(windows);
   const int status = QApplication::exec();
   stop.request();

@@ -47,9 +47,7 @@ CredentialsPanel::CredentialsPanel(QWidget* parent)
   connect(ui_->btnPassCancel, &QPushButton::clicked, this, &CredentialsPanel::reject);
   parent->installEventFilter(this);
   ui_->passwordField->installEventFilter(this);
-  auto* const look = ui_->passwordField->addAction(
-      QIcon::fromTheme(QStringLiteral("view-reveal-symbolic"), eyeIcon(palette())),
-      QLineEdit::TrailingPosition);
+  auto* const look = ui_->passwordField->addAction(QIcon(), QLineEdit::TrailingPosition);
   look->setText(tr("Show the password"));
   look->setToolTip(look->text());
   look->setCheckable(true);
@@ -95,7 +93,9 @@ void CredentialsPanel::showEvent(QShowEvent* event) {
   QRect place = geometry();
   place.moveCenter(parentWidget()->geometry().center());
   setGeometry(place);
-  ui_->passwordField->actions().constFirst()->setChecked(false);
+  QAction* const look = ui_->passwordField->actions().constFirst();
+  look->setIcon(QIcon::fromTheme(QStringLiteral("view-reveal-symbolic"), eyeIcon(palette())));
+  look->setChecked(false);
   QLineEdit* field = ui_->userNameField->text().isEmpty() ? ui_->userNameField : ui_->passwordField;
   field->setFocus();
   field->selectAll();

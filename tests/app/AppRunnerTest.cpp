@@ -94,7 +94,6 @@ TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
     EXPECT_EQ(QApplication::applicationName(), QStringLiteral("fillstation"));
     EXPECT_EQ(QApplication::applicationDisplayName(), QStringLiteral("Fillstation"));
     EXPECT_EQ(QApplication::desktopFileName(), QStringLiteral("fillstation"));
-    EXPECT_FALSE(shown->windowIcon().isNull());
     EXPECT_EQ(qobject_cast<QProxyStyle*>(QApplication::style())->baseStyle()->name(),
               QStringLiteral("fusion"));
     EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
@@ -106,7 +105,10 @@ TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
       }
       say("worker ended");
     });
-    QTimer::singleShot(50, &windows.window(), [] { QApplication::exit(7); });
+    QTimer::singleShot(50, shown, [this] {
+      EXPECT_FALSE(shown->windowIcon().isNull());
+      QApplication::exit(7);
+    });
   };
   StdCapture err(stderr);
   EXPECT_EQ(run(), 7);

@@ -223,9 +223,11 @@ TEST_F(RunDisplayTest, ThePasswordCanBeLookedAtAndCapsLockIsTold) {
   QTest::sendKeyEvent(QTest::Click, panelUi().passwordField, Qt::Key_A, QStringLiteral("A"),
                       Qt::ShiftModifier);
   EXPECT_TRUE(panelUi().capsLabel->isHidden());
-  panelUi().passwordField->actions().constFirst()->trigger();
+  QAction* const look = panelUi().passwordField->actions().constFirst();
+  EXPECT_FALSE(look->icon().isNull());
+  look->trigger();
   EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Normal);
-  panelUi().passwordField->actions().constFirst()->trigger();
+  look->trigger();
   EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Password);
 }
 
