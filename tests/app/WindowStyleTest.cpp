@@ -1,7 +1,10 @@
 #include "WindowStyle.h"
 
+#include <QGroupBox>
 #include <QImage>
 #include <QScrollBar>
+#include <QStyleFactory>
+#include <memory>
 
 #include "WindowTest.h"
 
@@ -138,6 +141,25 @@ TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
     // What is read during a run is at full strength; buttons look switched off.
     EXPECT_EQ(dimmed == polished.color(QPalette::Active, text), text != QPalette::ButtonText);
     EXPECT_EQ(polished.color(QPalette::Active, text), palette.color(QPalette::Active, text));
+  }
+}
+
+TEST_P(OutlineTest, AGroupLooksLikeFusions) {
+  const std::unique_ptr<QStyle> fusion(QStyleFactory::create(QStringLiteral("fusion")));
+  WindowStyle ours;
+  QGroupBox group(QStringLiteral("Players"));
+  group.resize(160, 90);
+  group.setStyle(fusion.get());
+  const QImage wanted = drawn(group, palette, window);
+  group.setStyle(&ours);
+  const QImage image = drawn(group, palette, window);
+  // Fewer than the line itself stands out by on the light ground.
+  constexpr int kShades = 23;
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) {
+      ASSERT_NEAR(image.pixelColor(x, y).green(), wanted.pixelColor(x, y).green(), kShades)
+          << x << ", " << y;
+    }
   }
 }
 
