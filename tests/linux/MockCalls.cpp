@@ -84,7 +84,7 @@ using fillstation::test::systems;
 
 // umockdev gives libudev another /sys and /dev but not another /run/udev, and root alone could put
 // files there; and mounts need root. So the function that libudev opens its database with, and we
-// the kernel's table, is ours.
+// the kernel's table, is ours, by both of its names.
 extern "C" std::FILE* fopen64(const char* path, const char* mode) {
   static const auto next = systems<std::FILE*(const char*, const char*)>("fopen64");
   constexpr std::string_view kDatabase = "/run/udev/data/";
@@ -100,6 +100,7 @@ extern "C" std::FILE* fopen64(const char* path, const char* mode) {
   const std::string name(asked.substr(kDatabase.size()));
   return next((mockCalls().udevDatabase + name).c_str(), mode);
 }
+extern "C" std::FILE* fopen(const char* path, const char* mode) { return fopen64(path, mode); }
 
 // Events are only lost when the kernel is quicker than the program. So a test says when.
 extern "C" udev_device* udev_monitor_receive_device(udev_monitor* monitor) {
