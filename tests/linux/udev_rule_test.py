@@ -57,7 +57,10 @@ class Rule(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertIn(f"Reading rules file: /run/udev/rules.d/{RULE.name}", done.stderr)
         self.assertNotIn(f"{RULE.name}:", done.stderr, "what udev finds wrong in the rule")
-        return dict(row.split("=", 1) for row in done.stdout.splitlines() if "=" in row)
+        # Newer versions of udev indent them.
+        known = dict(row.strip().split("=", 1) for row in done.stdout.splitlines() if "=" in row)
+        self.assertIn("DEVPATH", known)
+        return known
 
     def expect(self, holds, *cases):
         for what in cases:
