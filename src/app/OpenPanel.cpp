@@ -13,6 +13,7 @@
 #include <QSortFilterProxyModel>
 #include <QStandardPaths>
 #include <QTreeView>
+#include <filesystem>
 
 #include "DisplayText.h"
 #include "ModalSession.h"
@@ -82,6 +83,38 @@ QList<QUrl> usualPlaces() {
   return places;
 }
 
+// Qt 6.8 lists nothing that the system reports after a name that isn't UTF-8. So in a folder with
+// such a name the model is told every other name.
+void listAll(QFileSystemModel& model, const QString& folder, const QHeaderView& header) {
+  QStringList names;
+  bool hasOtherBytes = false;
+  std::error_code failed;
+  std::filesystem::directory_iterator entry(QFile::encodeName(folder).toStdString(), failed);
+  for (; !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
+    const std::string bytes = entry->path().filename().string();
+    const QString name = QString::fromStdString(bytes);
+    if (name.toStdString() != bytes) {
+      hasOtherBytes = true;
+    } else if (!name.startsWith(QLatin1Char('.'))) {
+      names.append(name);
+    }
+  }
+  if (!hasOtherBytes) {
+    return;
+  }
+  const int before = model.rowCount(model.index(folder));
+  for (const QString& name : names) {
+    static_cast<void>(model.index(folder + QLatin1Char('/') + name));
+  }
+  if (model.rowCount(model.index(folder)) != before) {
+    // New ones are at the end, and a model that was sorted in this order doesn't sort again.
+    const int column = header.sortIndicatorSection();
+    const bool isUpwards = header.sortIndicatorOrder() == Qt::AscendingOrder;
+    model.sort(column, isUpwards ? Qt::DescendingOrder : Qt::AscendingOrder);
+    model.sort(column, header.sortIndicatorOrder());
+  }
+}
+
 }  // namespace
 
 OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString& folder)
@@ -106,9 +139,11 @@ OpenPanel::OpenPanel(QWidget* parent, const std::string& fileType, const QString
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
           &OpenPanel::showSelectedName);
+  auto* const files = findChild<QFileSystemModel*>();
+  connect(files, &QFileSystemModel::directoryLoaded, this,
+          [files, header](const QString& loaded) { listAll(*files, loaded, *header); });
   // A folder that was entered is named, so that the "Open" button can take it.
-  connect(findChild<QFileSystemModel*>(), &QFileSystemModel::rootPathChanged, nameEdit(*this),
-          &QLineEdit::setText);
+  connect(files, &QFileSystemModel::rootPathChanged, nameEdit(*this), &QLineEdit::setText);
   // Qt takes double quotes for marks around several names and would refuse a name that has some.
   auto* const open = findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open);
   connect(nameEdit(*this), &QLineEdit::textChanged, open,

@@ -85,6 +85,20 @@ TEST_F(OpenPanelTest, ShowsFoldersFirstAndTheFilesOfTheTypeWhateverTheirCaseWith
   EXPECT_EQ(shown(), QStringLiteral("two.mp3 One.MP3 empty.jpg album"));
 }
 
+// The system reports the names of a folder in an order of its own.
+TEST_F(OpenPanelTest, NamesThatAreNotUtf8HideNoOthers) {
+  for (const char* name : {"\xFF", "x\xE9", "\xC3"}) {
+    temp.write(std::string("music/") + name + ".mp3", "1");
+  }
+  for (char letter = 'b'; letter < 'k'; ++letter) {
+    temp.makeFolder(std::string("music/") + letter);
+  }
+  open();
+  runUntil([this] {
+    return shown() == QStringLiteral("album b c d e empty.jpg f g h i j One.MP3 two.mp3");
+  });
+}
+
 TEST_F(OpenPanelTest, WhatWasSelectedLastIsChosenAndAFolderIsNotEntered) {
   open();
   EXPECT_EQ(chosen(), "");
