@@ -42,7 +42,7 @@ void dressApplication() {
   QApplication::setApplicationName(QStringLiteral("fillstation"));
   QApplication::setApplicationDisplayName(QStringLiteral("Fillstation"));
   QApplication::setDesktopFileName(QStringLiteral("fillstation"));
-  QApplication::setStyle(new WindowStyle);
+  QApplication::setStyle(new WindowStyle(WindowStyle::nameFor(QApplication::style()->name())));
   // Hiding the windows on the way out must not end the main loop a second way.
   QApplication::setQuitOnLastWindowClosed(false);
 }

@@ -1,5 +1,6 @@
 #include "WindowStyle.h"
 
+#include <QApplication>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QStyleOption>
@@ -12,10 +13,12 @@ namespace {
 // Fusion's outline is the window's colour, this much darker, in percent.
 constexpr int kOutlineDarkness = 140;
 
-// It draws some of them lighter than others, and around lists and fields, whose ground is another.
+// With a reserve: Fusion draws some outlines lighter than others, and those of lists and fields on
+// another background.
 constexpr double kOutline = 1.25 * kVisibleOutline;
 
-// More palettes than the windows have at a time: the desktop's, and those of a few odd controls.
+// More than the palettes that are in use at a time: the desktop's, and those of a few special
+// controls.
 constexpr std::size_t kPalettes = 16;
 
 // Fusion's, above the frame of a group and its title.
@@ -33,8 +36,8 @@ double luminance(const QColor& color) {
          0.0722 * linear(color.blueF());
 }
 
-// To be given another one for the time of a drawing. Not nested: for a box with a list, Fusion
-// draws a field and a button.
+// The palette of an option, to be replaced during a drawing. Not nested: for a box with a list,
+// Fusion draws a field and a button.
 QPalette& paletteOf(const QStyleOption* option) {
   return const_cast<QStyleOption*>(option)->palette;
 }
@@ -47,8 +50,8 @@ QColor outlinedWindow(const QColor& window) {
   return enough ? wanted : QColor(Qt::black);
 }
 
-// Fusion takes the other end of a mirrored bar for what is done: so it gets a bar from left to
-// right whose done part is what is left, and whose two colours are exchanged.
+// Fusion paints the wrong end of a mirrored bar. So it gets a bar from left to right that shows the
+// remaining part, with its two colours exchanged.
 QStyleOptionProgressBar unmirrored(const QStyleOptionProgressBar& bar) {
   QStyleOptionProgressBar other = bar;
   other.direction = Qt::LeftToRight;
@@ -56,6 +59,13 @@ QStyleOptionProgressBar unmirrored(const QStyleOptionProgressBar& bar) {
   other.palette.setBrush(QPalette::Text, bar.palette.brush(QPalette::HighlightedText));
   other.palette.setBrush(QPalette::HighlightedText, bar.palette.brush(QPalette::Text));
   return other;
+}
+
+// Without a name, the style below the application's.
+QString nameOrApplications(const QString& name) {
+  const auto* const style = qobject_cast<const WindowStyle*>(QApplication::style());
+  const QString below = style != nullptr ? style->baseStyle()->name() : QString();
+  return name.isEmpty() ? WindowStyle::nameFor(below) : name;
 }
 
 // The frame of a group as Fusion shows it, but for shades. It stretches a picture over the group,
@@ -91,7 +101,7 @@ QColor readable(const QColor& color, const QColor& ground, double least) {
     const auto part = [share](float from, float to) {
       return static_cast<float>(from + (to - from) * share);
     };
-    // In the 256 shades of the screen, so that what is asked for is what is seen.
+    // In the screen's 256 shades, so that the requested contrast is the visible one.
     return QColor(QColor::fromRgbF(part(color.redF(), goal.redF()),
                                    part(color.greenF(), goal.greenF()),
                                    part(color.blueF(), goal.blueF()))
@@ -131,7 +141,14 @@ QColor dimmed(const QColor& text, const QColor& ground) {
                   ground);
 }
 
-WindowStyle::WindowStyle() : QProxyStyle(QStringLiteral("fusion")) {}
+QString WindowStyle::nameFor(const QString& chosen) {
+  // Where the desktop has no style, Qt chose the first that it has.
+  return chosen.isEmpty() || chosen == QLatin1String("windows") ? QStringLiteral("fusion") : chosen;
+}
+
+WindowStyle::WindowStyle(const QString& name)
+    : QProxyStyle(nameOrApplications(name)),
+      isFusion_(baseStyle()->name() == QLatin1String("fusion")) {}
 
 void WindowStyle::polish(QPalette& palette) {
   QProxyStyle::polish(palette);
@@ -141,7 +158,7 @@ void WindowStyle::polish(QPalette& palette) {
     palette.setColor(QPalette::Disabled, role, palette.color(QPalette::Active, role));
   }
   QColor dim = palette.color(QPalette::Disabled, QPalette::ButtonText);
-  // A control that is off may stand on one that is on.
+  // A disabled control may be inside an enabled one.
   for (const auto group : {QPalette::Active, QPalette::Disabled}) {
     dim = readable(dim, palette.color(group, QPalette::Button), kVisibleOutline);
   }
@@ -149,6 +166,9 @@ void WindowStyle::polish(QPalette& palette) {
 }
 
 QPalette WindowStyle::outlined(const QPalette& palette) const {
+  if (!isFusion_) {
+    return palette;
+  }
   auto known = std::find_if(outlined_.begin(), outlined_.end(),
                             [&](const auto& pair) { return pair.first == palette; });
   if (known == outlined_.end()) {
@@ -183,6 +203,9 @@ void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
                                 QPainter* painter, const QWidget* widget) const {
   switch (element) {
     case PE_FrameGroupBox:
+      if (!isFusion_) {
+        break;
+      }
       drawGroupFrame(*option,
                      std::max(pixelMetric(PM_ExclusiveIndicatorHeight, option, widget),
                               option->fontMetrics.height()),
@@ -197,8 +220,9 @@ void WindowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
       return;
     }
     default:
-      QProxyStyle::drawPrimitive(element, option, painter, widget);
+      break;
   }
+  QProxyStyle::drawPrimitive(element, option, painter, widget);
 }
 
 void WindowStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
@@ -207,7 +231,7 @@ void WindowStyle::drawControl(ControlElement element, const QStyleOption* option
   if (element == CE_ProgressBarGroove) {
     const QScopedValueRollback repainted(paletteOf(option), outlined(option->palette));
     QProxyStyle::drawControl(element, option, painter, widget);
-  } else if (element == CE_ProgressBarLabel && bar->direction == Qt::RightToLeft) {
+  } else if (isFusion_ && element == CE_ProgressBarLabel && bar->direction == Qt::RightToLeft) {
     const QStyleOptionProgressBar other = unmirrored(*bar);
     QProxyStyle::drawControl(element, &other, painter, widget);
   } else if (element != CE_ProgressBarContents || bar->progress > bar->minimum) {

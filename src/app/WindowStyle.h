@@ -34,22 +34,28 @@ QPixmap programPicture(int side, qreal density);
 // The colour of a text that matters less than others on that ground, and can still be read.
 QColor dimmed(const QColor& text, const QColor& ground);
 
-// The look of all windows: Qt's Fusion, whatever the desktop's colours are. It draws the outlines
-// of controls in a shade of the window's colour, which on dark grounds nobody sees; here they stand
-// out from it, as do texts of what is switched off, since the players are read during a run. It
-// also puts the text of a mirrored progress bar right. Main thread.
+// The look of all windows: the desktop's own style, or Qt's Fusion. Fusion draws the outlines of
+// controls in a shade of the window's colour, which on dark grounds nobody sees, and the text of a
+// mirrored progress bar wrong: both are put right here. In every style the texts of what is
+// switched off stand out, since the players are read during a run. Main thread.
 class WindowStyle : public QProxyStyle {
   Q_OBJECT
 
  public:
-  WindowStyle();
+  // The style to draw with on a desktop for which Qt chose that one: Fusion, unless the desktop has
+  // a style of its own.
+  static QString nameFor(const QString& chosen);
+
+  // Over the style of that name. Without one, over the same as the application's.
+  explicit WindowStyle(const QString& name = {});
 
   // Takes the desktop's palette and makes it ours.
   void polish(QPalette& palette) override;
   using QProxyStyle::polish;
 
-  // The palette with window's colours of which outlines can be seen. For equal ones it is the same
-  // one again and again: Fusion keeps what it has drawn under a palette's key.
+  // The palette with window's colours of which Fusion's outlines can be seen; the same palette for
+  // another style. Equal ones get the same one again and again: Fusion keeps what it has drawn
+  // under a palette's key.
   QPalette outlined(const QPalette& palette) const;
 
   // The ring around the focus is above the control and its neighbours, so that nothing cuts it off.
@@ -65,6 +71,7 @@ class WindowStyle : public QProxyStyle {
                           QPainter* painter, const QWidget* widget) const override;
 
  private:
+  const bool isFusion_;
   // Each palette of late and what it has become, the oldest first.
   mutable std::deque<std::pair<QPalette, QPalette>> outlined_;
 };

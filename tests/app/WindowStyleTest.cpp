@@ -165,6 +165,23 @@ TEST_P(OutlineTest, AGroupLooksLikeFusions) {
 
 INSTANTIATE_TEST_SUITE_P(Every, OutlineTest, ::testing::ValuesIn(kGrounds));
 
+TEST(WindowStyleTest, IsTheDesktopsOwnOrFusion) {
+  const auto nameFor = [](const char* chosen) {
+    return WindowStyle::nameFor(QLatin1String(chosen)).toStdString();
+  };
+  EXPECT_EQ(nameFor("breeze"), "breeze");
+  EXPECT_EQ(nameFor("fusion"), "fusion");
+  EXPECT_EQ(nameFor("windows"), "fusion");
+  EXPECT_EQ(nameFor(""), "fusion");
+  EXPECT_EQ(WindowStyle().baseStyle()->name(), QStringLiteral("fusion"));
+}
+
+TEST(WindowStyleTest, AnotherStyleKeepsItsOutlines) {
+  const QPalette palette = paletteOf(Qt::black, Qt::black);
+  EXPECT_EQ(WindowStyle(QStringLiteral("windows")).outlined(palette), palette);
+  EXPECT_NE(WindowStyle(QStringLiteral("fusion")).outlined(palette), palette);
+}
+
 // Fusion keeps what it has drawn, for the palette's key.
 TEST(WindowStyleTest, EqualPalettesAreDrawnWithOneAndTheSame) {
   const WindowStyle style;
