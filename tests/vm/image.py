@@ -1,10 +1,11 @@
-"""Builds the image that the box boots, once for each recipe: a Debian 12 from packages."""
+"""Builds the image that the box boots, once for each recipe: a Debian from packages."""
 
 import hashlib
 import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 
@@ -12,23 +13,27 @@ import initrd
 
 HERE = pathlib.Path(__file__).resolve().parent
 PROJECT = HERE.parent.parent
+sys.path.append(str(PROJECT / "scripts"))
+import debian  # noqa: E402
+
 CACHE = PROJECT / "build" / "vm"
-SUITE = "bookworm"
-SUITES = (SUITE, f"{SUITE}-updates", f"{SUITE}-security")
+RELEASES = ("bookworm", "trixie")
 FREE_SPACE = 512 << 20
 BLOCK = 1 << 20
 LEFT_OUT = ("/usr/share/man/*", "/usr/share/doc/*", "/usr/share/locale/*")
+release = RELEASES[0]  # that the box boots; main.py may choose another one, before all else
 
 
 def _recipe_files():
     named = [HERE / name for name in ("guest-packages.txt", "customize", "image.py", "initrd.py")]
+    named.append(pathlib.Path(debian.__file__))
     return named + sorted(path for path in (HERE / "overlay").rglob("*") if path.is_file())
 
 
 def recipe_key():
-    digest = hashlib.sha256()
+    digest = hashlib.sha256(release.encode())
     for path in _recipe_files():
-        digest.update(str(path.relative_to(HERE)).encode() + b"\0" + path.read_bytes() + b"\0")
+        digest.update(str(path.relative_to(PROJECT)).encode() + b"\0" + path.read_bytes() + b"\0")
     return digest.hexdigest()[:16]
 
 
@@ -37,38 +42,16 @@ def packages():
     return [line for line in lines if line]
 
 
-def _host_sources():
-    """The files of apt's own configuration that name this suite, with their mirrors and keys."""
-    form = "$(RELEASE) $(CODENAME) $(SOURCESENTRY)"
-    command = ["apt-get", "indextargets", "--format", form, "Created-By: Packages"]
-    answer = subprocess.run(command, capture_output=True, text=True, check=False).stdout
-    rows = [line.split(maxsplit=2) for line in answer.splitlines()]
-    entries = [entry for *names, entry in rows if set(names) & set(SUITES)]
-    files = {entry.rpartition(":")[0]: None for entry in entries}
-    if not files:
-        raise RuntimeError(
-            f"The image needs the packages of {SUITE}, and apt has no source for them here.\n"
-            f"Add one with the suite {SUITE} to /etc/apt/sources.list.d, and run: apt-get update")
-    return list(files)
-
-
-def _host_options():
-    """What the host's apt has been told about reaching its mirror."""
-    dump = subprocess.run(["apt-config", "dump"], capture_output=True, text=True, check=False).stdout
-    wanted = ("Acquire::http", "Acquire::https", "Acquire::Check-")
-    lines = (line.rstrip(";") for line in dump.splitlines() if line.startswith(wanted))
-    return [f"--aptopt={line}" for line in lines if not line.endswith('""')]
-
-
 def _bootstrap(folder):
     command = ["mmdebstrap", "--variant=minbase", f"--include={','.join(packages())}"]
-    command += _host_options()
-    # A file of apt's configuration may name other suites too.
-    command += [f'--aptopt=APT::Default-Release "/^({"|".join(SUITES)})$/"']
+    sources = folder / "sources"
+    sources.mkdir()
+    options, files = debian.arguments(release, sources)
+    command += options
     command += [f"--dpkgopt=path-exclude={pattern}" for pattern in LEFT_OUT]
     command += ["--dpkgopt=force-unsafe-io", f"--customize-hook={HERE / 'customize'} \"$1\""]
     command += [f"--customize-hook={HERE / 'pack'} \"$1\" {folder}", "--skip=cleanup/apt"]
-    command += ["--format=null", SUITE, "/dev/null", *_host_sources()]
+    command += ["--format=null", release, "/dev/null", *files]
     with open(folder / "bootstrap.log", "w", encoding="utf-8") as log:
         done = subprocess.run(command, stdout=log, stderr=subprocess.STDOUT, check=False)
     if done.returncode != 0:
@@ -115,13 +98,13 @@ def _build(target):
 
 def ensure():
     """The folder with vmlinuz, initrd and root.ext4 of this recipe; builds it where it is missing."""
-    target = CACHE / f"image-{recipe_key()}"
+    target = CACHE / f"image-{release}-{recipe_key()}"
     if not target.is_dir():
         print("vm: Building the image from Debian's packages", flush=True)
         started = time.monotonic()
         _build(target)
         print(f"vm: Image built in {time.monotonic() - started:.0f} s", flush=True)
-        for other in CACHE.glob("image-*"):
+        for other in CACHE.glob(f"image-{release}-*"):
             if other != target:
                 shutil.rmtree(other, ignore_errors=True)
     return target

@@ -1,5 +1,6 @@
 """The box's first file system: loads the root disk's modules and hands over to the real system."""
 
+import lzma
 import os
 import pathlib
 
@@ -21,11 +22,16 @@ exec /bin/busybox switch_root /root /sbin/init
 """
 
 
+def _name(path):
+    """The module's name: the file's, without .ko or .ko.xz."""
+    return pathlib.Path(path).name.partition(".")[0].replace("-", "_")
+
+
 def _dependencies(modules_folder):
     table = {}
     for line in (modules_folder / "modules.dep").read_text().splitlines():
         path, _, needed = line.partition(":")
-        table[pathlib.Path(path).stem.replace("-", "_")] = (path, needed.split())
+        table[_name(path)] = (path, needed.split())
     return table
 
 
@@ -33,7 +39,7 @@ def _in_loading_order(modules_folder):
     table, order = _dependencies(modules_folder), []
 
     def add(path):
-        for needed in reversed(table[pathlib.Path(path).stem.replace("-", "_")][1]):
+        for needed in reversed(table[_name(path)][1]):
             if needed not in order:
                 add(needed)
         if path not in order:
@@ -43,6 +49,12 @@ def _in_loading_order(modules_folder):
         if name in table:
             add(table[name][0])
     return [modules_folder / path for path in order]
+
+
+def _plain(path):
+    """The module's bytes as the kernel takes them."""
+    data = path.read_bytes()
+    return lzma.decompress(data) if path.suffix == ".xz" else data
 
 
 def _entry(name, mode, content=b"", minor=0, major=0):
@@ -57,7 +69,7 @@ def _entry(name, mode, content=b"", minor=0, major=0):
 def write(root, target):
     """Writes the archive for the one kernel below the folder root to the file target."""
     modules = _in_loading_order(next((root / "lib/modules").iterdir()))
-    listing = "".join(f"{path.name}\n" for path in modules).encode()
+    listing = "".join(f"{_name(path)}\n" for path in modules).encode()
     entries = [
         _entry("dev", 0o40755),
         _entry("dev/console", 0o20600, major=5, minor=1),
@@ -66,7 +78,7 @@ def write(root, target):
         _entry("init", 0o100755, INIT.encode()),
         _entry("modules", 0o100644, listing),
     ]
-    entries += [_entry(path.name, 0o100644, path.read_bytes()) for path in modules]
+    entries += [_entry(_name(path), 0o100644, _plain(path)) for path in modules]
     entries.append(_entry("TRAILER!!!", 0))
     with open(target, "wb") as archive:
         archive.write(b"".join(entries))

@@ -35,10 +35,13 @@ Row = collections.namedtuple("Row", "name outcome seconds seen")
 
 
 def _arguments():
-    parser = argparse.ArgumentParser(prog="tests/vm/run", description=__doc__)
+    parser = argparse.ArgumentParser(prog="tests/vm/run", description=__doc__,
+                                     allow_abbrev=False)
     parser.add_argument("--program", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--test", action="append", type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--package", required=True, type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--release", choices=image.RELEASES, default=image.release,
+                        help=f"the Debian in the machine (default: {image.release})")
     parser.add_argument("--list", action="store_true", help="names the scenarios")
     parser.add_argument("--short", action="store_true", help="only those of .ci/run")
     parser.add_argument("--boxes", type=int, default=2, help="machines side by side (default: 2)")
@@ -94,6 +97,7 @@ def _attempt(scenario, program, extras):
 
 def main():
     arguments = _arguments()
+    image.release = arguments.release
     scenarios = _selected(arguments.names, arguments.short)
     if arguments.list:
         print("\n".join(each.name for each in scenarios))

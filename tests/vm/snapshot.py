@@ -45,7 +45,7 @@ def _take(base, folder):
 def ensure():
     """The folder with root and memory of a machine with a desktop; takes them where they are missing."""
     base = image.ensure()
-    target = image.CACHE / f"snapshot-{_key(base)}"
+    target = image.CACHE / f"snapshot-{image.release}-{_key(base)}"
     if not target.is_dir():
         started = time.monotonic()
         folder = pathlib.Path(tempfile.mkdtemp(prefix="new-", dir=image.CACHE))
@@ -55,7 +55,7 @@ def ensure():
         finally:
             shutil.rmtree(folder, ignore_errors=True)
         print(f"vm: Booted, and kept, in {time.monotonic() - started:.0f} s", flush=True)
-        for other in image.CACHE.glob("snapshot-*"):
+        for other in image.CACHE.glob(f"snapshot-{image.release}-*"):
             if other != target:
                 shutil.rmtree(other, ignore_errors=True)
     return target
