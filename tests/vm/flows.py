@@ -9,7 +9,7 @@ from box import ADMIN, ADMIN_PASSWORD, BOOK
 from waiting import expect, expect_equal, until
 
 PROGRAM = "fillstation"
-ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb"}
+ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
 BUTTON = "push button"
 COMPLETED = "Process Completed."
 TICK, LABEL, ALERT = "check box", "label", "alert message"
@@ -59,6 +59,8 @@ def _row_of(node):
 class Operator:
     """A person in front of the program's window. The names of its controls are those that a person reads."""
 
+    environment = {"QT_QPA_PLATFORM": "xcb"}
+
     def __init__(self, box):
         self._box = box
         self.process = None
@@ -71,7 +73,7 @@ class Operator:
     def open(self, entry=None):
         """Starts the program: the one that the box was given, or that of a desktop entry."""
         command = self._box.session("command_of", entry) if entry else [f"/box/in/bin/{PROGRAM}"]
-        self.process = self._box.session("start", PROGRAM, command, ENVIRONMENT)
+        self.process = self._box.session("start", PROGRAM, command, ENVIRONMENT | self.environment)
         self._box.person = self
         until(self.is_in_front, 60, "the window is in front")
 

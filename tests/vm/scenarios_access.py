@@ -1,6 +1,8 @@
-"""The whole job without a mouse: through the accessibility tree alone, and by the keyboard alone."""
+"""The whole job without a mouse: through the accessibility tree alone, in a session of X11 and in one of
+Wayland, and by the keyboard alone."""
 
 import contextlib
+import json
 
 from box import ADMIN, ADMIN_PASSWORD
 from flows import BAR, BUTTON, COMPLETED, PATH_FIELD, TICK, Operator
@@ -10,6 +12,10 @@ from waiting import expect, expect_equal, until
 BUSY = "Players are being filled"
 SLEEPLESS = "systemd-inhibit --list --no-legend --no-pager"
 LONGEST_ROUND = 50  # more stops than any window has
+WAYLAND = "wayland-1"  # the name that sway gives the first session
+# A screen without a screen, drawn without a graphics card, and windows of their own size.
+HEADLESS = {"WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"}
+SWAY = "xwayland disable\noutput HEADLESS-1 resolution 1280x900\nfor_window [app_id=fillstation] floating enable\n"
 
 
 class Assistant(Operator):
@@ -35,6 +41,29 @@ class Assistant(Operator):
 
     def _hands(self, action):
         raise AssertionError(f"An assistive program has no hands: {action}")
+
+
+class WaylandAssistant(Assistant):
+    """The same in a session of Wayland, which the program has to find by itself."""
+
+    environment = {"XDG_SESSION_TYPE": "wayland", "WAYLAND_DISPLAY": WAYLAND, "DISPLAY": ""}
+
+    def picture(self, name):
+        """A picture of the screen, in the results' folder."""
+        done = self._box.user(f"WAYLAND_DISPLAY={WAYLAND} grim /tmp/{name}.png")
+        expect_equal(done["status"], 0, f"grim: {done['err']}")
+        self._box.root(f"cp /tmp/{name}.png /box/out/")
+
+    def app_ids(self):
+        """By what the session knows the windows, and so their icons."""
+        shown = self._box.user("swaymsg --socket $XDG_RUNTIME_DIR/sway-ipc.* --raw --type get_tree")
+        return {node["app_id"] for node in _containers(json.loads(shown["out"])) if node.get("app_id")}
+
+
+def _containers(node):
+    yield node
+    for child in node["nodes"] + node["floating_nodes"]:
+        yield from _containers(child)
 
 
 def _focused(node):
@@ -116,11 +145,11 @@ def _follow_run(person):
     expect(any(0 < value < 100 for value in values), f"the bar moves: {values}")
 
 
-@scenario
-def a_run_over_the_accessibility_tree(box):
+def _run_over_the_tree(box, kind, look=lambda person: None):
+    """The whole job. look(person) is called while players are being filled."""
     book = make_book(box, chapters=2, track_kb=1024)
     disks = box.players({"one": SLOW, "two": SLOW, "three": SLOW})
-    with operator(box, kind=Assistant) as person, box.unchanged("three"):
+    with operator(box, kind=kind) as person, box.unchanged("three"):
         person.wait_for_players(3)
         expect_equal(_keeping_awake(box), 0, "who keeps the machine awake")
         person.tick(disks["one"], disks["two"])
@@ -133,12 +162,31 @@ def a_run_over_the_accessibility_tree(box):
         with _held(box):
             person.click("OK")
             _expect_running(box, person)
+            look(person)
         _follow_run(person)
         expect_equal(_keeping_awake(box), 0, "who keeps the machine awake after a run")
         person.dismiss(COMPLETED, 60)
         expect_equal(person.progress(), 100.0, "the progress bar")
         person.expect_log(formats=2, copied=16, done=2)
         person.eject_filled(book, ("one", "two"))
+
+
+@scenario
+def a_run_over_the_accessibility_tree(box):
+    _run_over_the_tree(box, Assistant)
+
+
+@scenario
+def a_run_in_a_session_of_wayland(box):
+    def look(person):
+        person.picture("wayland")
+        expect_equal(person.app_ids(), {"fillstation"}, "the desktop entry of the windows")
+
+    box.user(f"cat >sway <<'END'\n{SWAY}END")
+    box.session("start", "sway", ["sway", "--config", "sway"], HEADLESS)
+    until(lambda: box.user(f"test -S $XDG_RUNTIME_DIR/{WAYLAND}")["status"] == 0, 60, "a session of Wayland")
+    _run_over_the_tree(box, WaylandAssistant, look)
+    box.session("stop", "sway")
 
 
 def _tick_by_keys(person, disks):
