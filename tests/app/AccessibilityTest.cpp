@@ -28,7 +28,7 @@ class AccessibilityTest : public WindowTest {
     return names;
   }
 
-  // Everything in the tree of a window that can have the focus, but for what never shows.
+  // All focusable objects in the tree of a window, except those that never show.
   static void collect(QAccessibleInterface& node, std::vector<QAccessibleInterface*>& found) {
     const auto* widget = qobject_cast<QWidget*>(node.object());
     if (widget != nullptr && !widget->isWindow() && widget->isHidden()) {
@@ -43,7 +43,7 @@ class AccessibilityTest : public WindowTest {
     }
   }
 
-  // A box to choose from is called by its label: its name is what stands in it.
+  // The label beside a combo box is its name; the accessible name is its contents.
   static void expectNames(const QWidget& window, std::size_t atLeast) {
     std::vector<QAccessibleInterface*> found;
     collect(of(const_cast<QWidget*>(&window)), found);
@@ -86,7 +86,7 @@ TEST_F(AccessibilityTest, EveryControlHasANameAndItsRole) {
   }
 }
 
-// A box is called by the label beside it; its own name is what stands in it.
+// The label beside a combo box is its name; the accessible name is its contents.
 TEST_F(AccessibilityTest, TheFileTypeAndTheFiguresAreLabelled) {
   EXPECT_EQ(of(ui().cmbFileType).role(), QAccessible::ComboBox);
   EXPECT_EQ(name(ui().cmbFileType), "mp3");
@@ -96,7 +96,7 @@ TEST_F(AccessibilityTest, TheFileTypeAndTheFiguresAreLabelled) {
   EXPECT_EQ(labels(of(ui().lblFreeDiskSpaceLeft)), (Texts{"Space left:", "Files"}));
 }
 
-TEST_F(AccessibilityTest, WhateverTakesTheKeyboardHasAName) {
+TEST_F(AccessibilityTest, EveryFocusableControlHasAName) {
   addPlayer("sdb");
   addRoot("/a", 1);
   expectNames(windows->window(), 16);
@@ -109,7 +109,7 @@ TEST_F(AccessibilityTest, WhateverTakesTheKeyboardHasAName) {
   expectNames(panel, 14);
 }
 
-TEST_F(AccessibilityTest, WhatIsNotObviousIsDescribed) {
+TEST_F(AccessibilityTest, ControlsThatNeedItHaveADescription) {
   EXPECT_EQ(description(ui().lstFiles),
             "The folders to copy, in this order. Delete removes the selected rows.");
   EXPECT_EQ(description(ui().lblMaxCapSize), "The size of one ticked player");
@@ -137,7 +137,7 @@ TEST_F(AccessibilityTest, APlayerAnnouncesNamePlaceAndTick) {
   EXPECT_EQ(name(tick(0)), description(tick(0)));
 }
 
-// Such a program doesn't click: it has the tick box do what it offers.
+// A screen reader doesn't click: it calls the tick box's action.
 TEST_F(AccessibilityTest, ATickThatAnAssistiveProgramTogglesIsThePlayers) {
   const auto player = addPlayer("sdb");
   for (const int selected : {1, 0}) {

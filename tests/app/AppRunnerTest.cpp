@@ -21,7 +21,7 @@
 namespace fillstation::test {
 namespace {
 
-// The program itself, in a home folder of its own; what happens is written down in its order.
+// The program itself, with a temporary home folder; records the events in their order.
 class AppRunnerTest : public ::testing::Test {
  protected:
   AppRunnerTest() {
@@ -55,7 +55,7 @@ class AppRunnerTest : public ::testing::Test {
   std::vector<std::string> said;
 };
 
-// A bus on which nobody can be watched.
+// A bus that can't be watched.
 class SilentBus : public TestUsbBus {
  public:
   explicit SilentBus(std::function<void()> onOpen)
@@ -70,7 +70,7 @@ class SilentBus : public TestUsbBus {
   const std::function<void()> onOpen_;
 };
 
-TEST_F(AppRunnerTest, WhenAnotherProgramDoesTheWorkNothingBegins) {
+TEST_F(AppRunnerTest, ASecondInstanceBeginsNothing) {
   backEnd.claim = [] { return false; };
   EXPECT_EQ(run(), 0);
 }
@@ -115,7 +115,7 @@ TEST_F(AppRunnerTest, AnEndOfTheMainLoopWaitsForTheWorkersAndReturnsItsStatus) {
   EXPECT_NE(err.text().find("a log text\n"), std::string::npos);
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
   ASSERT_EQ(said.size(), 6U);
-  // The stop wakes the worker and whoever else listens, in no order.
+  // The stop wakes the worker and other listeners, in no order.
   std::sort(said.begin() + 3, said.begin() + 5);
   EXPECT_EQ(said, (std::vector<std::string>{"install", "shown, visible",
                                             "registering, visible, in the loop", "stop",

@@ -37,7 +37,7 @@ TEST_F(FileCommandsTest, ThePanelIsRestrictedToTheTypeOfTheBoxAndCancelledOnlyUp
   EXPECT_EQ(logTexts(), Texts{"\nLog xxxP Size 0\n"});
 }
 
-TEST_F(FileCommandsTest, AFolderBecomesARootOfItsSubfoldersAndMatchingFilesWhateverTheirCase) {
+TEST_F(FileCommandsTest, AFolderBecomesARootOfItsSubfoldersAndMatchingFilesIgnoringCase) {
   temp.write("album/01.mp3", "12345");
   temp.write("album/sub/02.MP3", "1");
   temp.write("album/cover.jpg", "123");
@@ -146,7 +146,7 @@ class DropTest : public WindowTest {
     QDropEvent drop(QPointF(6, 6), Qt::CopyAction | Qt::MoveAction, &things, Qt::LeftButton,
                     Qt::NoModifier);
     QCoreApplication::sendEvent(target, &drop);
-    // Whoever lent the things keeps them: a move would have them deleted.
+    // Dropped files stay with their owner: a move would delete them.
     EXPECT_EQ(move.dropAction(), Qt::CopyAction);
     EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
     return move.isAccepted() && drop.isAccepted();
@@ -168,7 +168,7 @@ TEST_F(DropTest, FoldersAndFilesAreAddedAsIfChosen) {
   EXPECT_EQ(logTexts().back(), "\nLog xxxP Size 0\n");
 }
 
-TEST_F(DropTest, WhatIsNotOnThisMachineIsRefused) {
+TEST_F(DropTest, AddressesOfOtherMachinesAreRefused) {
   const QString path = QString::fromStdString(temp.makeFolder("album"));
   const QString before = QDir::currentPath();
   ASSERT_TRUE(QDir::setCurrent(QString::fromStdString(temp.path())));

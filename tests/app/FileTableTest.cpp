@@ -119,7 +119,7 @@ TEST_F(FileTableTest, ARowThatIsGoneFromTheListIsEmptyUntilTheReload) {
   EXPECT_FALSE(last.data(Qt::ToolTipRole).isValid());
 }
 
-TEST_F(FileTableTest, AnEmptyListSaysWhatToDo) {
+TEST_F(FileTableTest, AnEmptyListShowsAHint) {
   EXPECT_TRUE(hint()->isVisible());
   EXPECT_EQ(hint()->text(), QStringLiteral("Drop folders of audio here,\nor choose Browse"));
   EXPECT_EQ(hint()->alignment(), Qt::AlignCenter);
@@ -142,7 +142,7 @@ TEST_F(FileTableTest, SelectsWholeRowsAndEditsNothing) {
   EXPECT_EQ(table().editTriggers(), QAbstractItemView::NoEditTriggers);
 }
 
-TEST_F(FileTableTest, AChangeOfTheListKeepsSelectionAndCurrentRowOfWhatRemains) {
+TEST_F(FileTableTest, AChangeOfTheListKeepsSelectionAndCurrentRowOfRemainingRoots) {
   for (const char* path : {"/a", "/b", "/c", "/d"}) {
     addRoot(path, 1);
   }
@@ -206,7 +206,7 @@ class ContextMenuTest : public WindowTest {
   QMenu* menu_ = nullptr;
 };
 
-TEST_F(ContextMenuTest, OffersWhatFitsTheClickedRowAndTheSelection) {
+TEST_F(ContextMenuTest, OffersCommandsForTheClickedRowAndTheSelection) {
   EXPECT_EQ(menu().actions().at(0), controller().fileMenuDelete());
   EXPECT_EQ(menu().actions().size(), 3);
   const Texts two{"Remove This Row", "Remove All"};

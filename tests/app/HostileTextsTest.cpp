@@ -18,7 +18,7 @@
 namespace fillstation::test {
 namespace {
 
-// Nothing in it acts on what stands around it.
+// It has no effect on its surroundings.
 bool isHarmless(const QString& text) {
   const std::set<QChar::Direction> turning{QChar::DirLRE, QChar::DirLRO, QChar::DirRLE,
                                            QChar::DirRLO, QChar::DirPDF, QChar::DirLRI,
@@ -57,7 +57,7 @@ class HostileTextsTest : public WindowTest, public ::testing::WithParamInterface
   }
 
   static const std::string& bytes() { return GetParam().bytes; }
-  // What becomes of the bytes where a text ends with a null byte.
+  // The result for the bytes if the text ends at a null byte.
   static std::string cut() { return bytes().c_str(); }
   PlayerItem* item(int row) const { return ui().viewPlayers->items().at(row); }
   ElidedLabel* facts(int row) const { return item(row)->findChild<ElidedLabel*>(); }
@@ -184,11 +184,11 @@ TEST_P(HostileTextsTest, InTheOpenPanelsTitle) {
   EXPECT_TRUE(isHarmless(panel.windowTitle()));
 }
 
-// What the device says of itself in its string descriptors, on its way through the whole program.
+// The texts in a device's string descriptors, passed through the whole program.
 TEST_P(HostileTextsTest, InStringDescriptors) {
   const auto whole = TestUsbInterface::descriptorOf(bytes().substr(0, 126));
   auto unterminated = whole;
-  unterminated[0] = 0xFF;  // says that it is longer than what comes
+  unterminated[0] = 0xFF;  // claims to be longer than it is
   std::uint32_t handle = 0x10002;
   for (const auto& descriptor : {whole, unterminated, {whole.front()}, {}}) {
     auto stick =
@@ -199,7 +199,7 @@ TEST_P(HostileTextsTest, InStringDescriptors) {
     const StdCapture err(stderr);
     bus.plug(stick);
     settle();
-    // Whatever it calls itself it is no player; under a player's name it is one.
+    // With any other name it is no player; with a player's name it is one.
     EXPECT_EQ(listedDisks().size(), handle - 0x10002);
     handle++;
     stick->nameText = "HS USB FlashDisk";

@@ -119,7 +119,7 @@ class VisibleFocusTest : public WindowTest, public ::testing::WithParamInterface
   VisibleFocusTest() {
     QApplication::setPalette(GetParam() ? QPalette(QColor(66, 66, 66), QColor(53, 53, 53))
                                         : QPalette(QColor(239, 239, 239)));
-    QApplication::setCursorFlashTime(0);  // a cursor that stands still
+    QApplication::setCursorFlashTime(0);  // a cursor that doesn't blink
     launch();
   }
   ~VisibleFocusTest() override {
@@ -139,7 +139,7 @@ class VisibleFocusTest : public WindowTest, public ::testing::WithParamInterface
     return found;
   }
 
-  // What is painted of the control and just around it, with the focus given there or elsewhere.
+  // The picture of the control and its surroundings, with the focus there or elsewhere.
   QImage painted(QWidget& control, QWidget& focus) {
     QWidget& window = *control.window();
     focus.setFocus();
@@ -199,7 +199,7 @@ TEST_P(VisibleFocusTest, InEveryDialog) {
   }
 }
 
-TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {
+TEST_P(VisibleFocusTest, WithEveryHighlightColourOfTheDesktop) {
   QPalette pale = QApplication::palette();
   pale.setColor(QPalette::Highlight, pale.color(QPalette::Window));
   QApplication::setPalette(pale);
@@ -210,7 +210,7 @@ TEST_P(VisibleFocusTest, WhateverTheDesktopHighlightsWith) {
       << color.name().toStdString();
 }
 
-// The button fills the box that it lies in.
+// The button fills its box.
 TEST_P(VisibleFocusTest, AllAroundAControlThatHasNoRoomAroundIt) {
   Alert alert(&windows->window(), QStringLiteral("Text"));
   alert.show();
@@ -233,7 +233,7 @@ TEST_F(FocusTest, IsOnAControlFromTheBeginning) {
   EXPECT_EQ(QApplication::focusWidget(), ui().btnBrowse);
 }
 
-TEST_F(FocusTest, OfAPlayerThatLeavesGoesOn) {
+TEST_F(FocusTest, OfAPlayerThatLeavesMovesToTheNextControl) {
   launch();
   const auto first = addPlayer("sdb");
   const auto second = addPlayer("sdc");

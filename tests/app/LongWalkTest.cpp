@@ -7,7 +7,7 @@
 namespace fillstation::test {
 namespace {
 
-// A folder is chosen whose walk takes so long, by its own measure, that each entry is a pause.
+// Chooses a folder whose walk takes so long, by its own clock, that each entry is a pause.
 class LongWalkTest : public WindowTest {
  protected:
   LongWalkTest() {
@@ -88,7 +88,7 @@ TEST_F(LongWalkTest, ClicksKeysAndShortcutsWait) {
   EXPECT_NE(ui().cmbFileType->currentText(), type);
 }
 
-TEST_F(LongWalkTest, WhatIsDraggedHereIsRefused) {
+TEST_F(LongWalkTest, ADragOntoTheWindowIsRefused) {
   QMimeData things;
   things.setUrls({QUrl::fromLocalFile(QStringLiteral("/tmp"))});
   const auto isTaken = [&] {

@@ -36,7 +36,7 @@ QPalette lightColours() {
   return colours;
 }
 
-// Black, white and yellow, as for those who see badly.
+// Black, white and yellow, for people with low vision.
 QPalette strongColours() {
   QPalette colours(Qt::white, Qt::black, Qt::white, Qt::gray, Qt::lightGray, Qt::white, Qt::white,
                    Qt::black, Qt::black);
@@ -50,7 +50,7 @@ QPalette strongColours() {
 // For GoogleTest's messages.
 void PrintTo(const Look& look, std::ostream* stream) { *stream << look.name; }
 
-// Those that every state of the window is looked at in.
+// The appearances in which every state of the window is checked.
 std::vector<Look> looks() {
   const auto light = lightColours();
   const auto dark = darkColours();
@@ -135,7 +135,7 @@ constexpr int kLongest = 200;
 constexpr std::int64_t kSize = 7948206080;
 const std::vector<std::string> kLabels = {"KITCHEN", "GARAGE", "NO NAME", "ATTIC"};
 
-// With its 256 most frequent colours, which hardly anybody sees; in a third of the bytes.
+// With its 256 most frequent colours: hardly visible, and a third of the bytes.
 QImage inFewColours(const QImage& picture) {
   std::map<QRgb, int> counts;
   for (int y = 0; y < picture.height(); ++y) {
@@ -207,7 +207,7 @@ class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> 
     }
   }
 
-  // Nothing in it is cut or covered; takes its picture if there is to be one.
+  // Checks that nothing is cut or covered; takes a picture if asked to.
   static void look(QWidget& top, const char* state) {
     expectRoomForEverything(top);
     const QPixmap picture = top.grab();

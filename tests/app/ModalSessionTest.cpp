@@ -114,7 +114,7 @@ TEST_F(ModalSessionTest, AClickOnAnotherWindowBringsTheDialogBackAndAKeyDoesNot)
   });
 }
 
-TEST_F(ModalSessionTest, PopUpsThatAreOpenAreClosedAndThoseOfTheDialogWork) {
+TEST_F(ModalSessionTest, OpenPopUpsAreClosedAndPopUpsOfTheDialogWork) {
   addRoot("/a", 1);
   settle();
   rightClickRow(0);

@@ -73,7 +73,7 @@ class OpenPanelTest : public WindowTest {
   std::unique_ptr<OpenPanel> panel;
 };
 
-TEST_F(OpenPanelTest, ShowsFoldersFirstAndTheFilesOfTheTypeWhateverTheirCaseWithoutWildcards) {
+TEST_F(OpenPanelTest, ShowsFoldersFirstAndTheFilesOfTheTypeIgnoringCaseWithoutWildcards) {
   for (const char* type : {"*", "mp?"}) {
     open(type);
     EXPECT_EQ(shown(), QStringLiteral("album empty.jpg"));
@@ -99,7 +99,7 @@ TEST_F(OpenPanelTest, NamesThatAreNotUtf8HideNoOthers) {
   });
 }
 
-TEST_F(OpenPanelTest, WhatWasSelectedLastIsChosenAndAFolderIsNotEntered) {
+TEST_F(OpenPanelTest, TheLastSelectionIsChosenAndAFolderIsNotEntered) {
   open();
   EXPECT_EQ(chosen(), "");
   EXPECT_FALSE(openButton()->isEnabled());
@@ -145,7 +145,7 @@ TEST_F(OpenPanelTest, ATypedPathIsChosen) {
   }
 }
 
-TEST_F(OpenPanelTest, WhatIsMissingOrOfAnotherTypeOrNothingIsNotChosen) {
+TEST_F(OpenPanelTest, AMissingPathAnotherTypeOrNoPathIsNotChosen) {
   open();
   for (const char* typed : {"missing.mp3", "cover.jpg", ""}) {
     type(*panel, typed);
@@ -155,7 +155,7 @@ TEST_F(OpenPanelTest, WhatIsMissingOrOfAnotherTypeOrNothingIsNotChosen) {
   }
 }
 
-TEST_F(OpenPanelTest, SaysWhatItIsForShowsNamesFirstAndChangesNothingOnTheDisk) {
+TEST_F(OpenPanelTest, HasATitleShowsNamesFirstAndChangesNothingOnTheDisk) {
   EXPECT_EQ(open("a\nb").windowTitle(), QString::fromUtf8("Add a folder or a file (a\uFFFDb)"));
   open();
   EXPECT_TRUE(panel->testOption(QFileDialog::ReadOnly));
@@ -212,7 +212,7 @@ TEST_F(OpenPanelRunnerTest, ReturnsTheAddressOfAFolderOrAFileOrNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(QDir::homePath().toStdString()));
 }
 
-TEST_F(OpenPanelRunnerTest, BeginsAtHomeAndGoesOnWhereTheLastChoiceWas) {
+TEST_F(OpenPanelRunnerTest, BeginsAtHomeAndLaterAtTheLastChoice) {
   const auto run = OpenPanel::runner(&windows->window());
   answer(run, "");
   EXPECT_EQ(shownFolder, QDir::homePath().toStdString());

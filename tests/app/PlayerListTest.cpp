@@ -217,7 +217,7 @@ TEST_F(CapacityLabelsTest, WithoutATickedPlayerTheFilesAreNotCounted) {
 }
 
 TEST_F(CapacityLabelsTest, TheSecondTickedPlayerReplacesTheFirstByTheOrderOfTheBoxesAlone) {
-  // Two boxes whose order by identity is known, with the smaller value on either side.
+  // Two boxes with a known order by identity, with the smaller value on either side.
   const Number one(5 * 1048576);
   const Number other(3 * 1048576);
   const Number& low = one.ordersAbove(other) ? other : one;
@@ -231,8 +231,8 @@ TEST_F(CapacityLabelsTest, TheSecondTickedPlayerReplacesTheFirstByTheOrderOfTheB
   }
 }
 
-TEST_F(CapacityLabelsTest, TheFirstTickedPlayerIsTakenWhateverItsBoxIs) {
-  // One of the two boxes lies above the sentinel's or below it; each is taken when it is first.
+TEST_F(CapacityLabelsTest, TheFirstTickedPlayerIsTakenWithAnyBox) {
+  // One of the two boxes is above the sentinel's or below it; each is taken when it is first.
   std::vector<Number> boxes;
   for (int count = 0; count < 64; ++count) {
     boxes.emplace_back(count + 4096);
@@ -278,7 +278,7 @@ std::shared_ptr<TRFile> file(const std::string& path) {
 
 using Controller = ArrayController<TRFile>;
 
-TEST(ArrayController, HasNoListAtFirstAndAppendsAlsoWhatIsEqual) {
+TEST(ArrayController, HasNoListAtFirstAndAppendsEqualObjectsToo) {
   Controller controller;
   EXPECT_EQ(controller.arrangedObjects(), nullptr);
   EXPECT_FALSE(controller.contains(*file("/a")));
@@ -292,7 +292,7 @@ TEST(ArrayController, HasNoListAtFirstAndAppendsAlsoWhatIsEqual) {
   EXPECT_FALSE(controller.contains(*file("/b")));
 }
 
-TEST(ArrayController, RemovesEveryEqualObjectFromAnotherListAndTellsOfEachChangeAfterwards) {
+TEST(ArrayController, RemovesEveryEqualObjectFromANewListAndReportsEachChange) {
   Controller controller;
   std::vector<std::size_t> sizes;
   controller.setObserver([&] { sizes.push_back(controller.listed().size()); });

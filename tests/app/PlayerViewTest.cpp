@@ -14,7 +14,7 @@ class PlayerViewTest : public WindowTest {
   ElidedLabel* facts(int row) const { return items().at(row)->findChild<ElidedLabel*>(); }
 };
 
-TEST_F(PlayerViewTest, AnEmptyListSaysWhatToDo) {
+TEST_F(PlayerViewTest, AnEmptyListShowsAHint) {
   EXPECT_TRUE(hint()->isVisible());
   EXPECT_EQ(hint()->text(), QStringLiteral("Plug in a player"));
   const auto player = addPlayer("sdb");
@@ -133,7 +133,7 @@ TEST_F(PlayerViewTest, TheNameAndTheSecondLineArePaintedAlignedAndFollowTheText)
 // The second line is dimmed.
 constexpr int kDark = 170;
 
-// What is written in that part of the picture, without the empty space around it.
+// The text in that part of the picture, without the space around it.
 QImage writingIn(const QImage& image, const QRect& part) {
   QRect written;
   for (int y = part.top(); y <= part.bottom(); ++y) {
@@ -155,7 +155,7 @@ bool beginsWithSlash(const QImage& writing) {
   return begins;
 }
 
-TEST_F(PlayerViewTest, AMirroredPlayersTextsAreWrittenAsEver) {
+TEST_F(PlayerViewTest, AMirroredPlayersTextsKeepTheirDirection) {
   addPlayer("sdb")->setName("/SONGS");
   windows->players()->objectsChanged();
   for (const auto direction : {Qt::RightToLeft, Qt::LeftToRight}) {

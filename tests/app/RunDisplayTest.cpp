@@ -6,7 +6,7 @@
 namespace fillstation::test {
 namespace {
 
-// What the window shows of a run beside the described controls.
+// What the window shows of a run in addition to the described controls.
 class RunDisplayTest : public WindowTest {
  protected:
   RunDisplayTest() {
@@ -30,7 +30,7 @@ class RunDisplayTest : public WindowTest {
     controller().onCopyResult(run);
   }
   PlayerItem* item(int row) const { return ui().viewPlayers->items().at(row); }
-  // What stands at the end of the second line; empty when nothing does.
+  // The text at the end of the second line; empty for none.
   std::string stateOf(int row) const {
     for (const auto* label : item(row)->findChildren<QLabel*>()) {
       if (qobject_cast<const ElidedLabel*>(label) == nullptr && !label->isHidden()) {
@@ -94,7 +94,7 @@ TEST_F(RunDisplayTest, TheSummarysVerdictStaysUntilTheNextRun) {
   EXPECT_TRUE(ui().btnFailed->isHidden());
 }
 
-TEST_F(RunDisplayTest, APlayerThatIsPluggedInAnewHasNoVerdict) {
+TEST_F(RunDisplayTest, APlayerThatIsPluggedInAgainHasNoVerdict) {
   end(begin());
   windows->players()->removeObject(*windows->players()->listed().at(0));
   addPlayer("sdb");
@@ -148,7 +148,7 @@ TEST_F(RunDisplayTest, TitleAndTaskBarFollowTheBar) {
   EXPECT_EQ(barText(), "Last run: 40 %");
 }
 
-TEST_F(RunDisplayTest, APersonWhoIsElsewhereIsNotified) {
+TEST_F(RunDisplayTest, AUserOfAnotherWindowIsNotified) {
   end(begin());
   EXPECT_TRUE(ports.workspace.notifications.empty());
   for (const bool isBad : {false, true}) {
@@ -171,7 +171,7 @@ TEST_F(RunDisplayTest, TheFirstCloseOfARunSaysHowToStopIt) {
   EXPECT_EQ(endings, 1);
 }
 
-TEST_F(RunDisplayTest, WhatIsEjectedIsSaidUntilItCanBeUnplugged) {
+TEST_F(RunDisplayTest, TheLineBelowTheListFollowsAnEject) {
   ports.disks.byName["sdb"] = std::make_shared<TestDisk>();
   bool isHeld = true;
   std::vector<std::function<void()>> completions;
@@ -195,7 +195,7 @@ TEST_F(RunDisplayTest, WhatIsEjectedIsSaidUntilItCanBeUnplugged) {
       [this] { return ui().ejectLabel->text() == QStringLiteral("2 players can be unplugged."); });
 }
 
-TEST_F(RunDisplayTest, ThePanelSaysWhatOkWillDo) {
+TEST_F(RunDisplayTest, ThePanelShowsWhatOkWillDo) {
   const auto said = [this] { return panelUi().taskLabel->text().toStdString(); };
   EXPECT_EQ(said(), "The file list is empty: 3 players will be erased and left empty.");
   addRoot("/music/Book", 563200, true, 2);
@@ -211,7 +211,7 @@ TEST_F(RunDisplayTest, ThePanelSaysWhatOkWillDo) {
   EXPECT_EQ(said(), "No player is ticked.");
 }
 
-TEST_F(RunDisplayTest, ThePasswordCanBeLookedAtAndCapsLockIsTold) {
+TEST_F(RunDisplayTest, ThePasswordCanBeShownAndCapsLockIsReported) {
   click(ui().btnStart);
   waitForActive(windows->panel());
   panelUi().passwordField->setFocus();

@@ -14,7 +14,7 @@ class RunFlowTest : public WindowTest {
     ports.log.clear();
   }
 
-  // Clicks the alert away and keeps what was to be seen under it.
+  // Closes the alert with a click, and records the window under it.
   void answerAlertAndLook() {
     answerAlert([this](QMessageBox&) {
       enabledUnderAlert = ui().btnStart->isEnabled();
@@ -62,7 +62,7 @@ class RunFlowTest : public WindowTest {
   bool animatingUnderAlert = true;
 };
 
-TEST_F(RunFlowTest, CancelEscapeAndTheCloseButtonEnableExactlyWhatStartDisabledAndSaySo) {
+TEST_F(RunFlowTest, CancelEscapeAndTheCloseButtonEnableWhatStartDisabledAndLogIt) {
   addPlayer("sdb");
   const std::vector<std::function<void()>> ways = {
       [this] { click(panelUi().btnPassCancel); },
@@ -105,7 +105,7 @@ TEST_F(RunFlowTest, AnEmptyNameOrPasswordIsRefusedAndTheBarReset) {
   }
 }
 
-TEST_F(RunFlowTest, TheBarIsDrawnAnewEvenWhenItsFigureIsTheSame) {
+TEST_F(RunFlowTest, TheBarIsDrawnAgainEvenIfItsFigureIsTheSame) {
   ui().pbProgressBar->setRange(0, 100);
   ui().pbProgressBar->setValue(0);
   settle();
@@ -128,7 +128,7 @@ TEST_F(RunFlowTest, AReportMovesTheBarAndNothingElse) {
   EXPECT_NE(tick(0)->wholeText(), QStringLiteral("PLAYER"));
 }
 
-TEST_F(RunFlowTest, TheSummaryNamesThoseThatFailedInTaskOrder) {
+TEST_F(RunFlowTest, TheSummaryNamesTheFailedPlayersInTaskOrder) {
   EXPECT_EQ(summaryOf({"/dev/sdd", "/dev/sdb", "/dev/sdc"}, {"/dev/sdc", "/dev/sdd"}),
             "Process Completed.\nPlayer /dev/sdd Failed in process\n"
             "Player /dev/sdc Failed in process");
@@ -193,7 +193,7 @@ TEST_F(RunFlowTest, WithoutATickedPlayerTheRunCompletesAtOnceAndTheFieldsAreKept
   EXPECT_EQ(panelUi().passwordField->text(), QStringLiteral("secret"));
 }
 
-TEST_F(RunFlowTest, TheFocusComesBackToWhereItWas) {
+TEST_F(RunFlowTest, TheFocusReturns) {
   const std::vector<std::function<void()>> ways = {[this] { click(panelUi().btnPassCancel); },
                                                    [this] {
                                                      answerAlert();
@@ -351,7 +351,7 @@ TEST_F(WholeRunTest, APlayerThatIsTickedIsFormattedAndFilledWithTheCredentialsAs
   EXPECT_EQ(std::count(log.begin(), log.end(), "\nafter task call!!!!\n"), 1);
 }
 
-// Counts those that are kept awake.
+// Counts the requests to stay awake.
 class TestWakefulness : public Wakefulness {
  public:
   std::shared_ptr<void> keepAwake(const std::string& why) override {

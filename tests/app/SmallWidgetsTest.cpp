@@ -32,7 +32,7 @@ QPalette paletteOn(const QColor& window) {
   return palette;
 }
 
-TEST(TRAttributedStringTest, DressesALinkOverItsWholeLength) {
+TEST(TRAttributedStringTest, FormatsALinkOverItsWholeLength) {
   const auto link = TRAttributedString::hyperlinkFromString(
       QStringLiteral("Home page"), Url::withString("https://a.example/%20b"));
   TRAttributedString expected = blueTitle(QStringLiteral("Home page"));
@@ -134,7 +134,7 @@ TEST(BusyIndicatorTest, TheBrightDotWalksRound) {
 }
 
 // Once another one has turned by a quarter, one that turned too would have moved.
-TEST(BusyIndicatorTest, StandsStillWhileNobodySeesIt) {
+TEST(BusyIndicatorTest, StandsStillInAMinimisedWindow) {
   QWidget window;
   BusyIndicator indicator(&window);
   BusyIndicator clock;
@@ -220,7 +220,7 @@ TEST_F(ProgramIconTest, APictureHasThePixelsOfItsScreen) {
   }
 }
 
-TEST_F(ProgramIconTest, TheIconOfTheThemeComesFirst) {
+TEST_F(ProgramIconTest, TheIconOfTheThemeIsPreferred) {
   theme.write("hicolor/index.theme",
               "[Icon Theme]\nName=hicolor\nDirectories=64x64/apps\n[64x64/apps]\nSize=64\n");
   QImage red(64, 64, QImage::Format_ARGB32);

@@ -8,7 +8,7 @@ namespace {
 
 class StartUpTest : public WindowTest {
  protected:
-  // A player that is there already, but whose disk is found at the third look: the registration
+  // A player that is present, but whose disk is only found at the third look: the registration
   // pauses.
   void plugSlowStick() {
     const auto stick = makeStick("sdb", 0x10005);
@@ -56,7 +56,7 @@ TEST_F(StartUpTest, TheFileTypesAreOfferedInTheirOrder) {
   EXPECT_EQ(ui().cmbFileType->completer(), nullptr);
 }
 
-TEST_F(StartUpTest, PlayersAreListedFromTheLaunchUntilTheyGo) {
+TEST_F(StartUpTest, PlayersAreListedFromTheLaunchUntilTheyLeave) {
   bus.plug(makeStick("sdb", 0x10005));
   bus.plug(makeStick("sdc", 0x10006));
   launch();

@@ -46,7 +46,7 @@ const std::vector<std::pair<QColor, QColor>> kGrounds = {{QColor(239, 239, 239),
                                                          {QColor(53, 53, 53), QColor(30, 30, 30)},
                                                          {Qt::black, Qt::black}};
 
-// What texts are painted with, and what on.
+// The colours of texts and their backgrounds.
 const std::vector<std::pair<QPalette::ColorRole, QPalette::ColorRole>> kTexts = {
     {QPalette::WindowText, QPalette::Window},
     {QPalette::Text, QPalette::Base},
@@ -61,7 +61,7 @@ QPalette paletteOf(const QColor& window, const QColor& base) {
   return palette;
 }
 
-// What a widget looks like on a ground of that colour.
+// A widget's picture on a background of that colour.
 QImage drawn(QWidget& widget, const QPalette& palette, const QColor& ground) {
   widget.setPalette(palette);
   QImage image(widget.size(), QImage::Format_RGB32);
@@ -92,7 +92,7 @@ class OutlineTest : public ::testing::TestWithParam<std::pair<QColor, QColor>> {
                                {{width / 2, 0}, {0, 1}},
                                {{width / 2, height - 1}, {0, -1}}};
     for (const auto& edge : edges) {
-      // What is left of it by the rounding to 256 shades.
+      // The rounding to 256 shades.
       EXPECT_GE(bestContrast(image, ground, edge[0], edge[1], depth), kVisibleOutline - 0.1)
           << widget.metaObject()->className() << " at " << edge[0].x() << ' ' << edge[0].y();
     }
@@ -129,7 +129,7 @@ TEST_P(OutlineTest, AScrollBarCanBeSeen) {
   EXPECT_GE(bestContrast(image, base, {bar.width() / 2, 0}, {0, 1}, 100), kVisibleOutline - 0.1);
 }
 
-TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
+TEST_P(OutlineTest, DisabledControlsCanBeRead) {
   QPalette polished = palette;
   for (const auto& [text, ground] : kTexts) {
     polished.setColor(QPalette::Disabled, text, polished.color(QPalette::Base));
@@ -138,7 +138,7 @@ TEST_P(OutlineTest, WhatIsSwitchedOffCanBeRead) {
   for (const auto& [text, ground] : kTexts) {
     const QColor dimmed = polished.color(QPalette::Disabled, text);
     EXPECT_GE(contrast(dimmed, polished.color(QPalette::Disabled, ground)), kVisibleOutline);
-    // What is read during a run is at full strength; buttons look switched off.
+    // Texts that are read during a run have full strength; buttons look disabled.
     EXPECT_EQ(dimmed == polished.color(QPalette::Active, text), text != QPalette::ButtonText);
     EXPECT_EQ(polished.color(QPalette::Active, text), palette.color(QPalette::Active, text));
   }
@@ -218,7 +218,7 @@ TEST(WindowStyleTest, OutlinesStandOutFromEveryGreyInEachGroupOfColours) {
   }
 }
 
-TEST(WindowStyleTest, WhatIsSwitchedOffCanBeReadInTheStylesOwnColours) {
+TEST(WindowStyleTest, DisabledControlsCanBeReadInTheStylesOwnColours) {
   WindowStyle style;
   QPalette palette = style.standardPalette();
   style.polish(palette);

@@ -43,7 +43,7 @@ def compile_text(flags, directory, text):
 
 
 def cannot(commands_file, folder, header):
-    """What is wrong, if anything is."""
+    """The problem, if there is one."""
     flags, directory = flags_of(commands_file, folder)
     plain = compile_text(flags, directory, PLAIN)
     if plain.returncode != 0:

@@ -1,8 +1,8 @@
-"""Every test that a document names is there, and .ci/run runs one for each promise:
+"""Every test that a document names exists, and .ci/run runs one for each guarantee:
 promises_test.py DOCUMENT…
 
-Names are what stands in backquotes and has the form of one: Suite.Case of GoogleTest, a scenario of
-the box (scenario:NAME), a fuzzer (fuzzer:NAME), a test of ctest's ("test:NAME").
+A name is a text in backquotes with one of these forms: Suite.Case of GoogleTest, scenario:NAME of the
+box, fuzzer:NAME, test:NAME of ctest.
 """
 
 import re
@@ -36,7 +36,7 @@ def known(root):
 
 
 def cases(text):
-    """The names of GoogleTest's cases in a source; what stands in a comment is none."""
+    """The names of GoogleTest's cases in a source, without those in comments."""
     return [".".join(match) for match in CASE.findall(text) + TYPED.findall(text)]
 
 
@@ -52,7 +52,7 @@ def missing(document, names):
 
 
 def unguarded(document, late):
-    """The points of the document that name tests, but none that .ci/run runs; late: those it doesn't."""
+    """The points of the document that name only tests in `late`, which .ci/run doesn't run."""
     points = [NAME.findall(point) for point in re.split(r"^- ", document, flags=re.MULTILINE)]
     return [names for names in points if names and set(names) <= late]
 
@@ -69,7 +69,7 @@ def main():
             sys.exit(f"{path} names tests that don't exist: {', '.join(wrong)}")
         if alone := unguarded(document, late):
             sys.exit(f"{path}: .ci/run runs none of these tests of one promise: {alone}")
-    # The check itself: what isn't there is found.
+    # The check itself: missing names are found.
     assert missing("`NoSuite.NoCase` `scenario:none` `SignalQuit.h` x", names) == (
         ["NoSuite.NoCase", "scenario:none"], 2), "the check finds nothing"
     # And so is a promise that only scenarios outside the short set hold.

@@ -55,7 +55,7 @@ class Check(unittest.TestCase):
                               timeout=300, **options)
 
     def expect(self, words, status, *lines, **options):
-        """What it says on standard output, as the words after the player's path."""
+        """Its standard output, as the words after the player's path."""
         done = self.run_it(*words, **options)
         self.assertEqual(done.stdout.splitlines(), list(lines))
         self.assertEqual((done.stderr, done.returncode), ("", status))

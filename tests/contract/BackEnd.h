@@ -34,8 +34,8 @@ struct OnMedium {
   bool operator==(const OnMedium&) const = default;
 };
 
-// A back end with hands to plug players in and eyes to see what is on them: what a contract suite
-// runs against. Main thread.
+// A back end with functions that plug players in and look at their contents: the base of the
+// contract suites. Main thread.
 class BackEnd {
  public:
   virtual ~BackEnd() = default;
@@ -54,9 +54,9 @@ class BackEnd {
   virtual void plug(const std::string& name) = 0;
   virtual void unplug(const std::string& name) = 0;
 
-  // Everything on a player's medium, in directory order, a directory before what it holds; whether
-  // its file system is sound; the medium's first bytes and its size. Plugged in or not. As they are
-  // here for a back end whose suites don't look.
+  // Everything on a player's medium, in directory order, a directory before its contents; whether
+  // its file system is sound; the medium's first bytes and its size. Plugged in or not. These
+  // defaults are for a back end whose suites don't use them.
   virtual std::vector<OnMedium> content(const std::string& /*name*/) { return {}; }
   virtual bool isSound(const std::string& /*name*/) { return true; }
   virtual std::string head(const std::string& /*name*/, std::size_t /*bytes*/) { return {}; }
@@ -69,8 +69,8 @@ class BackEnd {
   virtual void settle() = 0;
 };
 
-// Everything in the FAT32 file system of an image, in directory order, a directory before what it
-// holds.
+// Everything in the FAT32 file system of an image, in directory order, a directory before its
+// contents.
 std::vector<OnMedium> contentOfImage(int descriptor);
 
 struct BackEndKind {

@@ -95,7 +95,7 @@ bool BenchBackEnd::await(const std::function<bool()>& condition) {
 }
 
 void BenchBackEnd::settle() {
-  // An event may bring another one; what is posted now comes after all that is pending.
+  // An event may cause another one; this is posted after all pending ones.
   for (int pass = 0; pass < 3; ++pass) {
     bool passed = false;
     mainThread.post([&passed] { passed = true; });

@@ -12,7 +12,7 @@
 
 namespace fillstation::contract {
 
-// The virtual bench in a folder of its own.
+// The virtual bench in a temporary folder.
 class BenchBackEnd : public BackEnd {
  public:
   BenchBackEnd() { bench.installInto(ports); }
@@ -54,7 +54,7 @@ class BenchBackEnd : public BackEnd {
 // For the suites' instances.
 inline const BackEndKind kBench{"Bench", [] { return std::unique_ptr<BackEnd>(new BenchBackEnd); }};
 
-// What is the bench's own: faults, files, threads.
+// Tests of the bench itself: faults, files, threads.
 class BenchTest : public VolumeTest {
  protected:
   void SetUp() override {

@@ -12,10 +12,10 @@ namespace fillstation::contract {
 
 namespace {
 
-// What the table of tests/faults doesn't show of the same faults.
+// The facts about these faults that the table of tests/faults doesn't show.
 class BenchFaultsTest : public BenchTest {
  protected:
-  // Whether the volume, which nobody has open any more, can be unmounted.
+  // Whether the volume, which is no longer open, can be unmounted.
   bool unmounts() {
     volume.reset();
     return succeeds(DiskRequest::unmount, identity);
@@ -84,7 +84,7 @@ TEST_P(BenchFaultsTest, PulledDuringTheFlushWhenHalfIsThere) {
   EXPECT_EQ(bench->content("a"), std::vector<OnMedium>({{"1.mp3", "1"}}));
 }
 
-TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesWhatWasNotYetWritten) {
+TEST_P(BenchFaultsTest, AMediumThatTurnsReadOnlyLosesUnwrittenData) {
   plan.identity.faults.readOnlyAfterBytes = 10;
   plugPlanMounted();
   EXPECT_TRUE(copy("123456789", "1.mp3"));
@@ -130,7 +130,7 @@ TEST_P(BenchMediumTest, TheSpeedLimitIsAPauseOfTheClock) {
   EXPECT_EQ(clock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
 }
 
-TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
+TEST_P(BenchMediumTest, NothingCreatedOnAPlayerThatHasGoneReachesItsImage) {
   const auto left = medium();
   EXPECT_EQ(left->admitBytes(1'000'000), 0);
   EXPECT_TRUE(clock.sleeps().empty());
@@ -144,7 +144,7 @@ TEST_P(BenchMediumTest, WhatIsCreatedOnAPlayerThatHasGoneDoesNotReachItsImage) {
   EXPECT_EQ(left->admit("x", std::nullopt), ENODEV);
 }
 
-TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
+TEST_P(BenchFaultsTest, AClosedVolumeAcceptsNothing) {
   bench->make(plan);
   const FileHandle image(::open(bench->image("a").c_str(), O_RDWR | O_CLOEXEC));
   const auto mounted = BenchVolume::mount(image.get(), bench->folder.path("volumes"));
@@ -156,7 +156,7 @@ TEST_P(BenchFaultsTest, AVolumeThatIsClosedWhileSomebodyOpensItTakesNothing) {
   EXPECT_FALSE(closed->flush());
 }
 
-TEST_P(BenchFaultsTest, WhatCannotBeWrittenIsNotFlushed) {
+TEST_P(BenchFaultsTest, DataThatCannotBeWrittenIsNotFlushed) {
   plugPlanMounted();
   EXPECT_TRUE(copy("x", "x.mp3"));
   EXPECT_TRUE(copy("y", "y.mp3"));

@@ -12,7 +12,7 @@ class BenchFolderTest : public BenchTest {
  protected:
   std::string at(const std::string& below) const { return bench->folder.path(below); }
 
-  // What a shell command line says.
+  // The output of a shell command line.
   static std::string said(const std::string& line) { return runShell(line).out; }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFolderTest, ::testing::Values(kBench), nameOfKind);
@@ -64,7 +64,7 @@ TEST_P(BenchFolderTest, OtherFilesAreNoPlayers) {
   EXPECT_TRUE(bench->log.texts().empty());
 }
 
-TEST_P(BenchFolderTest, AnImageThatIsCopiedInComesWhenItIsComplete) {
+TEST_P(BenchFolderTest, AnImageThatIsCopiedInAppearsWhenItIsComplete) {
   watchBus();
   bench->make(plan);
   EXPECT_EQ(said("cp '" + at("pulled/a.img") + "' '" + at("a.img") + "'"), "");
@@ -91,7 +91,7 @@ TEST_P(BenchFolderTest, OutAndInAtOnceIsALeavingAndAnArrival) {
   EXPECT_NE(told[2].handle, told[0].handle);
 }
 
-TEST_P(BenchFolderTest, InAndOutBeforeAnybodyLooksIsNothing) {
+TEST_P(BenchFolderTest, InAndOutBetweenTwoLooksIsNoEvent) {
   watchBus();
   bench->make(plan);
   bench->plug("a");
@@ -142,7 +142,7 @@ TEST_P(BenchFolderTest, DeviceNumbersAreNotUsedAgainBeforeTheyHaveRunOut) {
   EXPECT_EQ(handles[125], 0x10003U);
 }
 
-TEST_P(BenchFolderTest, WhatAnEarlierBenchLeftMountedGoesAndEqualLabelsAreNumbered) {
+TEST_P(BenchFolderTest, MountsOfAnEarlierBenchAreRemovedAndEqualLabelsAreNumbered) {
   bench->folder.write("volumes/BOOKS/old.mp3", "x");
   watchBus();
   EXPECT_EQ(mountPath(plugInMounted("a")), at("volumes/BOOKS"));
@@ -185,7 +185,7 @@ TEST_P(BenchFolderTest, APlayerHasAPort) {
   EXPECT_EQ(bench->usbBus().placeOf(other.usbHandle + 1).port, "");
 }
 
-TEST_P(BenchFolderTest, ARefusalSaysByItsNumberWhatWasWrong) {
+TEST_P(BenchFolderTest, ARefusalHasItsErrorNumber) {
   const DiskIdentity nobody{"/dev/vp0", 0x10002};
   const auto run = [&](const std::string& command, const std::string& user,
                        const std::string& password) {

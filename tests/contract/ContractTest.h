@@ -14,11 +14,11 @@
 
 namespace fillstation::contract {
 
-// What the suites have in common: a back end whose bus is watched the way the program does it, and
-// requests that are waited for.
+// The base of the suites: a back end whose bus is watched as the program watches it, and requests
+// that are waited for.
 class ContractTest : public ::testing::TestWithParam<BackEndKind> {
  protected:
-  // A device that the bus has told of.
+  // A device reported by the bus.
   struct Told {
     bool arrived = false;
     std::uint32_t handle = 0;
@@ -41,7 +41,7 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
     session = backEnd->createDiskSession();
   }
 
-  // Opens the bus and takes in everything that it tells, from now on.
+  // Opens the bus, and from now on handles its reports.
   void watchBus() {
     ASSERT_TRUE(backEnd->usbBus().open("IOUSBDevice"));
     walk(*backEnd->usbBus().watchAttach([this](UsbDeviceIterator& it) { walk(it, true); }), true);
@@ -54,7 +54,8 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
     }
   }
 
-  // Makes and plugs in a player and waits until the bus has told of it: the identity of its disk.
+  // Makes a player and plugs it in. Waits until the bus has reported it; returns the identity of
+  // its disk.
   DiskIdentity plugIn(const std::string& name, const PlayerWish& wish = {}) {
     backEnd->make(name, wish);
     return plugInAgain(name);
@@ -72,7 +73,7 @@ class ContractTest : public ::testing::TestWithParam<BackEndKind> {
     return identity;
   }
 
-  // Pulls a player out and waits until the bus has told of it.
+  // Unplugs a player and waits until the bus has reported it.
   void pullOut(const std::string& name) {
     const std::size_t before = told.size();
     backEnd->unplug(name);
@@ -158,7 +159,7 @@ class WatchedContract : public ContractTest {
   }
 };
 
-// With a player whose volume is filled.
+// With a player whose volume is being filled.
 class VolumeTest : public ContractTest {
  protected:
   // Opens the volume of `identity`, which is mounted.

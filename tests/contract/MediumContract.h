@@ -46,7 +46,7 @@ class MediumContract : public VolumeTest {
   }
 };
 
-TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
+TEST_P(MediumContract, APlayerIsFilledInAWholeRun) {
   identity = plugInMounted("a");
   EXPECT_TRUE(succeeds(DiskRequest::unmount, identity));
   EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
@@ -67,7 +67,7 @@ TEST_P(MediumContract, APlayerGoesThroughAWholeRun) {
   EXPECT_EQ(backEnd->content("a"), expected);
 }
 
-TEST_P(MediumContract, WhatWasCopiedIsReadBackAndTheVolumeStaysMounted) {
+TEST_P(MediumContract, CopiedFilesAreReadBackAndTheVolumeStaysMounted) {
   plugInOpened();
   EXPECT_TRUE(createDirectory("Album"));
   EXPECT_TRUE(copy("two", "Album/02.mp3"));
@@ -175,7 +175,7 @@ TEST_P(MediumContract, NamesThatFatRefusesAreRefused) {
 }
 
 // Dots at the end of a name fall away, and case doesn't count.
-TEST_P(MediumContract, NeverOverwritesWhatHasTheSameNameForFat) {
+TEST_P(MediumContract, NeverOverwritesAFileWithTheSameNameOnFat) {
   plugInOpened();
   EXPECT_TRUE(copy("first", "Track.mp3"));
   EXPECT_FALSE(copy("second", "Track.mp3"));
@@ -232,7 +232,7 @@ TEST_P(MediumContract, AtMostSixteenMiBAreNotOnTheMedium) {
   EXPECT_EQ(content[0].content.size(), std::size_t{16} << 20);
 }
 
-TEST_P(MediumContract, WhatIsThereIsShownAndKept) {
+TEST_P(MediumContract, ExistingFilesAreShownAndKept) {
   plugInOpened();
   EXPECT_TRUE(createDirectory("Älter"));
   EXPECT_TRUE(copy("before", "Älter/😀.mp3"));
@@ -274,7 +274,7 @@ TEST_P(MediumContract, NothingGetsOntoAPlayerThatHasGone) {
   EXPECT_EQ(backEnd->content("a"), std::vector<OnMedium>({{"x.mp3", "x"}}));
 }
 
-TEST_P(MediumContract, GoesWithThePlayer) {
+TEST_P(MediumContract, VanishesWithThePlayer) {
   plugInOpened();
   pullOut("a");
   EXPECT_TRUE(backEnd->await([&] { return !std::filesystem::exists(root); }));

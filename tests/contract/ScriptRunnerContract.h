@@ -15,7 +15,7 @@ class ScriptRunnerContract : public WatchedContract {
     backEnd->writeHead("a", std::string(kWiped + 100, 'm'));
   }
 
-  // Expects a refusal that says why, and an untouched medium.
+  // Expects a refusal with a reason, and an unchanged medium.
   void expectRefused(const std::string& source, const DiskIdentity& target) {
     const ScriptOutcome outcome = backEnd->scriptRunner().run(source, target);
     EXPECT_FALSE(outcome.result);

@@ -12,18 +12,17 @@
 
 namespace fillstation::test {
 
-// A log whose records can be read again. Each back end makes its own and instantiates the suite
-// below with it.
+// A log whose records can be read. Each back end has its own, and instantiates the suite below with
+// it.
 class SystemLogBackEnd {
  public:
   virtual ~SystemLogBackEnd() = default;
 
   virtual SystemLog& log() = 0;
-  // Everything recorded so far, in the form in which it is kept, and what these texts look like in
-  // that form.
+  // All records so far, in their stored form; and these texts in that form.
   virtual std::string recorded() = 0;
   virtual std::string formOf(const std::vector<std::string>& texts) = 0;
-  // Nobody takes records any more.
+  // Removes the reader of the records.
   virtual void lose() = 0;
 };
 
@@ -66,7 +65,7 @@ TEST_P(SystemLogContract, TextsOfSeveralThreadsStayWhole) {
   EXPECT_EQ(backEnd_->recorded(), backEnd_->formOf(std::vector<std::string>(4, "one of four")));
 }
 
-TEST_P(SystemLogContract, ALogThatNobodyTakesHurtsNobody) {
+TEST_P(SystemLogContract, ALogWithoutAReaderIsHarmless) {
   backEnd_->lose();
   backEnd_->log().write("lost");
   backEnd_->log().write("as well");

@@ -44,14 +44,14 @@ class UsbBusContract : public ContractTest {
   }
 };
 
-TEST_P(UsbBusContract, OffersWholeDevicesOnlyAndNobodyOnAnEmptyBus) {
+TEST_P(UsbBusContract, OffersOnlyWholeDevicesAndNoneOnAnEmptyBus) {
   EXPECT_FALSE(bus().open("IOSomethingElse"));
   ASSERT_TRUE(bus().open("IOUSBDevice"));
   EXPECT_EQ(bus().watchAttach([](UsbDeviceIterator&) {})->next(), nullptr);
   EXPECT_EQ(bus().watchDetach([](UsbDeviceIterator&) {})->next(), nullptr);
 }
 
-TEST_P(UsbBusContract, YieldsWhoIsPresentOnceEach) {
+TEST_P(UsbBusContract, YieldsEachPresentDeviceOnce) {
   for (const std::string name : {"a", "b", "c"}) {
     backEnd->make(name, {});
     backEnd->plug(name);
@@ -70,7 +70,7 @@ TEST_P(UsbBusContract, YieldsWhoIsPresentOnceEach) {
   EXPECT_FALSE(notified);
 }
 
-TEST_P(UsbBusContract, ADeviceSaysWhatItIs) {
+TEST_P(UsbBusContract, ADeviceHasItsIdentity) {
   const auto device = onlyDevice();
   EXPECT_TRUE(device->conformsTo("IOUSBDevice"));
   EXPECT_FALSE(device->conformsTo("IOUSBInterface"));
@@ -133,7 +133,7 @@ TEST_P(UsbBusContract, ADeviceAnswersWithItsDescriptors) {
   EXPECT_EQ(serial->at(126), 's');
 }
 
-TEST_P(UsbBusContract, TellsOfALeavingWithTheNameThatWasFound) {
+TEST_P(UsbBusContract, ReportsADepartureWithTheNameThatWasFound) {
   watchBus();
   const DiskIdentity identity = plugIn("a");
   pullOut("a");
@@ -144,7 +144,7 @@ TEST_P(UsbBusContract, TellsOfALeavingWithTheNameThatWasFound) {
   EXPECT_EQ("/dev/" + told[1].diskName.value_or(""), identity.node);
 }
 
-TEST_P(UsbBusContract, TellsOneByOneInTheOrderOfTheEvents) {
+TEST_P(UsbBusContract, ReportsOneByOneInTheOrderOfTheEvents) {
   ASSERT_TRUE(bus().open("IOUSBDevice"));
   std::vector<std::size_t> perNotification;
   const auto note = [&](UsbDeviceIterator& iterator) {
@@ -162,7 +162,7 @@ TEST_P(UsbBusContract, TellsOneByOneInTheOrderOfTheEvents) {
   EXPECT_EQ(perNotification, std::vector<std::size_t>(4, 1));
 }
 
-TEST_P(UsbBusContract, NothingIsToldBeforeTheFirstWalkHasEnded) {
+TEST_P(UsbBusContract, NothingIsReportedBeforeTheFirstWalkHasEnded) {
   backEnd->make("a", {});
   backEnd->make("b", {});
   backEnd->plug("a");
@@ -180,7 +180,7 @@ TEST_P(UsbBusContract, NothingIsToldBeforeTheFirstWalkHasEnded) {
   EXPECT_TRUE(backEnd->await([&] { return notified == 1; }));
 }
 
-TEST_P(UsbBusContract, NothingIsToldBeforeANotificationsWalkHasEnded) {
+TEST_P(UsbBusContract, NothingIsReportedBeforeANotificationsWalkHasEnded) {
   ASSERT_TRUE(bus().open("IOUSBDevice"));
   int notified = 0;
   const auto iterator = bus().watchAttach([&](UsbDeviceIterator&) { ++notified; });
@@ -198,7 +198,7 @@ TEST_P(UsbBusContract, NothingIsToldBeforeANotificationsWalkHasEnded) {
   EXPECT_EQ(all(*iterator).size(), 1U);
 }
 
-TEST_P(UsbBusContract, NothingIsToldWhileHeldAndHoldsNest) {
+TEST_P(UsbBusContract, NothingIsReportedWhileHeldAndHoldsNest) {
   watchBus();
   bus().hold();
   bus().hold();
@@ -213,7 +213,7 @@ TEST_P(UsbBusContract, NothingIsToldWhileHeldAndHoldsNest) {
   EXPECT_TRUE(backEnd->await([&] { return told.size() == 1; }));
 }
 
-TEST_P(UsbBusContract, NothingIsToldWhileSomethingIsHandledNotEvenInAPause) {
+TEST_P(UsbBusContract, NothingIsReportedDuringAnotherReportNotEvenInAPause) {
   ASSERT_TRUE(bus().open("IOUSBDevice"));
   backEnd->make("a", {});
   backEnd->make("b", {});
@@ -237,7 +237,7 @@ TEST_P(UsbBusContract, NothingIsToldWhileSomethingIsHandledNotEvenInAPause) {
   EXPECT_EQ(deepest, 1);
 }
 
-TEST_P(UsbBusContract, ALeavingBeforeItIsWatchedForIsToldThen) {
+TEST_P(UsbBusContract, ADepartureBeforeTheWatchIsReportedByIt) {
   backEnd->make("a", {});
   backEnd->plug("a");
   ASSERT_TRUE(bus().open("IOUSBDevice"));

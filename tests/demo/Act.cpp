@@ -28,13 +28,13 @@ namespace {
 constexpr int kPatienceMs = 120'000;
 constexpr int kVisiblePauseMs = 700;
 
-// Does what a person does at the window: clicks, types, looks, waits. Main thread.
+// The actions of a person at the window: clicks, typing, looking, waiting. Main thread.
 class Operator {
  public:
   Operator(WindowSet& windows, bool visible, QString pictureFolder)
       : windows_(windows), visible_(visible), pictureFolder_(std::move(pictureFolder)) {}
 
-  // Waits until so many players are listed.
+  // Waits until this number of players is listed.
   void seePlayers(std::size_t count) {
     waitFor([&] { return windows_.players()->listed().size() == count; },
             "the players in the list");
@@ -64,7 +64,7 @@ class Operator {
 
   void tickAll() { click(windows_.window().ui().btnAll); }
 
-  // Unticks everybody, then ticks the players with these device nodes.
+  // Unticks all players, then ticks those with these device nodes.
   void tickOnly(const QStringList& nodes) {
     click(windows_.window().ui().btnNone);
     for (const auto* item : windows_.window().ui().viewPlayers->items()) {
@@ -95,7 +95,7 @@ class Operator {
   // Waits for the summary, dismisses it and returns its text.
   QString readSummary() {
     QString text;
-    // From a timer: a dialog has a loop of its own, inside which nothing else goes on.
+    // From a timer: a dialog runs its own loop, inside which nothing else continues.
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, [&] {
       if (auto* const summary = test::openDialog<Alert>()) {

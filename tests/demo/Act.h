@@ -10,18 +10,18 @@
 
 namespace fillstation::demo {
 
-// The terminal of the person who watches. The program under the demonstration writes to the
-// standard streams as it always does; useConsole() sends those to "stdout.log" and "stderr.log" in
-// a folder, so that its lines and the demonstration's table don't mix.
+// The terminal of the watching person. The demonstrated program writes to the standard streams as
+// usual. useConsole() sends these to "stdout.log" and "stderr.log" in a folder, so that its lines
+// don't mix with the demonstration's table.
 std::FILE* console();
 void useConsole(const QString& logFolder);
 
-// Thrown when the window doesn't do within two minutes what a person would wait for.
+// Thrown when the window doesn't do what a person waits for within two minutes.
 struct NotSeen : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// One performance at the window with the players of a scenario, and what came of it.
+// One performance at the window with the players of a scenario, and its result.
 struct ActPlan {
   QString title;
   QString benchFolder;

@@ -11,7 +11,7 @@ inline void setDisabledText(QPalette& colours, const QColor& color) {
   }
 }
 
-// What a dark desktop gives a window, for whoever shows or looks at one; its links have Qt's own
+// The colours of a dark desktop, for programs that show or check a window; its links have Qt's own
 // blue. Any thread.
 inline QPalette darkColours() {
   QPalette colours(QColor(66, 66, 66), QColor(53, 53, 53));

@@ -66,7 +66,7 @@ QString parentOf(const QString& destination) {
   return bare.left(bare.lastIndexOf('/') + 1);
 }
 
-// What each folder holds, in order, by its destination; the player's root has none.
+// The entries of each folder, in order, by its destination; the player's root has none.
 QMap<QString, QStringList> foldersOf(const QStringList& destinations) {
   QMap<QString, QStringList> folders{{QString(), {}}};
   for (const auto& destination : destinations) {

@@ -7,9 +7,9 @@
 
 namespace fillstation::demo {
 
-// What reading one player's image back with tools that are not ours has shown.
+// The result of reading one player's image with independent tools.
 struct PlayerCheck {
-  QString fileSystem;  // as mdir and fsck.fat see it: "FAT32", or what is wrong
+  QString fileSystem;  // from mdir and fsck.fat: "FAT32", or the problem
   int files = 0;       // files found on the player
   QStringList faults;  // empty when the player holds exactly the file set, in order, byte for byte
 

@@ -29,7 +29,7 @@ struct Options {
   QString sources;   // this program's own folder: scenarios and the audio book's maker
   QString pictures;  // where the screenshots go
   QString audio;     // where the audio book is
-  QString bench;     // the bench folder, made anew
+  QString bench;     // the bench folder, created again
 };
 
 // The size in a text such as 720x480; invalid if it is none.
@@ -38,7 +38,7 @@ QSize sizeOf(const QString& text) {
   return sides.size() == 2 ? QSize(sides[0].toInt(), sides[1].toInt()) : QSize();
 }
 
-// Null after saying what is wrong with the arguments.
+// Null after reporting a problem with the arguments.
 std::optional<Options> readArguments(const QStringList& arguments) {
   QCommandLineParser parser;
   parser.addOptions(

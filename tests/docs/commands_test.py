@@ -1,4 +1,4 @@
-"""Every command of the documents is one that is tried, where commands.py says so."""
+"""Every command of the documents is tested, in the place that commands.py names."""
 
 import re
 import unittest
@@ -8,10 +8,10 @@ from commands import HOW, InCI, InScenario, ROOT, Started
 
 
 class Commands(unittest.TestCase):
-    def test_every_command_of_the_documents_is_tried(self):
+    def test_every_command_of_the_documents_is_tested(self):
         self.assertEqual(commands.all_commands() - set(HOW), set())
 
-    def test_every_command_that_is_tried_is_in_a_document(self):
+    def test_every_tested_command_is_in_a_document(self):
         self.assertEqual(set(HOW) - commands.all_commands(), set())
 
     def test_ci_has_the_steps(self):

@@ -1,4 +1,4 @@
-"""Every link and picture of the pages leads somewhere, and every page can be reached from README.md."""
+"""Every link and picture of the pages exists, and every page can be reached from README.md."""
 
 import re
 import unittest
@@ -18,13 +18,13 @@ def pages():
 
 
 def anchors(text):
-    """What a link can name in a page, as a browser of the repository makes it of the headings."""
+    """The anchors of a page, as repository browsers make them from the headings."""
     return {re.sub(r"[^\w\- ]", "", heading.replace("`", "")).strip().lower().replace(" ", "-")
             for heading in HEADING.findall(text)}
 
 
 def links(name, text):
-    """Where the links of a page lead: the file, and the anchor or an empty text."""
+    """The targets of a page's links: the file, and the anchor or an empty text."""
     for target in LINK.findall(CODE.sub("", text)):
         if re.match(r"\w+:", target):
             continue  # the web
@@ -37,7 +37,7 @@ class Links(unittest.TestCase):
     def setUp(self):
         self.pages = pages()
 
-    def test_every_link_leads_to_a_file_and_a_heading(self):
+    def test_every_link_names_a_file_and_a_heading(self):
         for name, text in self.pages.items():
             for path, anchor in links(name, text):
                 with self.subTest(page=name, link=path):

@@ -7,17 +7,17 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
-# Whatever says something to somebody.
+# The calls that write a text.
 SINK = re.compile(r"(?:\b(?:logText|fputs|fprintf|printf|puts)|\blog_?\.(?:write|writeEach|writeWith|add)"
                   r"|[lL]og->(?:write|writeEach|writeWith))\(")
 LITERALS = re.compile(r'(?:stderr,\s*|stdout,\s*)?(?:formatText\(\s*)?((?:"(?:[^"\\]|\\.)*"\s*)+)')
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
-# Where the text isn't beside the call: the file and the first argument, and what it stands for.
+# Calls without a literal text: the file and the first argument, and the texts.
 INDIRECT = {
     ("Platform.h", "formatText(pattern, values...)"): (),  # is logText()
-    ("SystemLog.h", "texts_"): (),  # what was added
-    ("main.cpp", "answer"): (),  # is what somebody asked for
+    ("SystemLog.h", "texts_"): (),  # texts that were added
+    ("main.cpp", "answer"): (),  # the answer to an option
     ("TRFile.cpp", "std::move(address)"): ("file:///…",),
     ("UsbUtil.cpp", "textOf(record.mountPath).c_str()"): ("/media/…",),
 }
@@ -34,7 +34,7 @@ def _argument(text):
 
 
 def shown(pattern):
-    """A text as a person finds it: without its line feeds, and … for what differs."""
+    """A text as a reader finds it: without its line feeds, and … for the variable parts."""
     text = pattern.replace("\\n", "\n").replace("\\\\", "\\").replace('\\"', '"').strip()
     return re.sub(r"%[@sd]", "…", text)
 
@@ -55,7 +55,7 @@ def texts_of(name, source, used):
             used.add((name, argument))
             found += INDIRECT[name, argument]
         else:
-            raise ValueError(f"{name} says {argument}, and nobody knows which text that is.")
+            raise ValueError(f"{name} says {argument}, and its text is not known.")
     return found
 
 
@@ -67,7 +67,7 @@ def sources():
 
 
 def sections(document):
-    """The texts that the document has a section for, which is what its heading quotes."""
+    """The texts that have a section in the document: its heading quotes the text."""
     headings = re.findall(r"^### (`+) ?(.+?) ?\1$", document, re.MULTILINE)
     return [text for _, text in headings]
 
@@ -90,7 +90,7 @@ class Sections(unittest.TestCase):
         self.assertEqual([text for text, count in collections.Counter(self.sections).items()
                           if count > 1], [])
 
-    def test_what_is_said_indirectly_is_still_said(self):
+    def test_every_indirect_call_exists(self):
         self.assertEqual(self.used, set(INDIRECT))
 
 

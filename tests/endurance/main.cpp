@@ -20,14 +20,13 @@
 #include "OpenPanel.h"
 #include "WindowStyle.h"
 
-// endurance [--runs N] [--events N] [--players N]: so many runs with 8 players, and so many players
-// plugged in and pulled out, in one process. Prints what the process holds as that goes on; the
-// exit status is 1 when something has grown after the tenth run, or the first tenth of the events.
+// endurance [--runs N] [--events N] [--players N]: fills 8 players N times, and plugs players in
+// and out N times, in one process. Prints the process's figures at intervals. The exit status is 1
+// if something has grown after the tenth run, or after the first tenth of the events.
 namespace fillstation::endurance {
 namespace {
 
-// What caches take once, in steps of up to 28 KiB, at whichever run: 28 bytes for each
-// player that was filled.
+// One-time growth of caches, in steps of up to 28 KiB, at any run: 28 bytes for each filled player.
 constexpr long kHeapPlayKiB = 64;
 
 template <class Iterator>
@@ -58,7 +57,7 @@ long residentKiBNow() {
   return resident * (::sysconf(_SC_PAGESIZE) / 1024);
 }
 
-// What the process holds at one moment.
+// The figures of the process at one moment.
 struct Figures {
   long heapKiB = 0;      // handed out by the allocator, in all arenas; 0 where it doesn't count
   long residentKiB = 0;  // memory that the process has
@@ -82,8 +81,8 @@ struct Figures {
   bool operator==(const Figures&) const = default;
 };
 
-// Figures after so many repetitions of something, printed as a table while they come in; and
-// whether they are flat from the first of them on.
+// Figures after a number of repetitions, printed as a table while they come in; and whether they
+// stay constant from the first one on.
 class Curve {
  public:
   // `counted` heads the first column.
@@ -92,8 +91,8 @@ class Curve {
                  "descriptors", "threads", "children", "files");
   }
 
-  // What the process holds at rest: what the last players had is let go of a moment later, and
-  // what leaks stays. The first figures, which the others are compared with, have stayed for a
+  // The figures of the process at rest: the last players' memory is released a moment later, and
+  // leaks stay. The first figures, to which the others are compared, must have been stable for a
   // moment.
   void add(int count, const std::string& folder) {
     constexpr int kRestPatienceMs = 5000;
@@ -113,7 +112,7 @@ class Curve {
     all_.push_back(now);
   }
 
-  // Prints what has grown between the first and the last figures; true when nothing has.
+  // Prints the growth between the first and the last figures; true if there is none.
   bool isFlat() const {
     const auto grown = growth(all_.front(), all_.back());
     for (const std::string& text : grown) {
@@ -123,7 +122,7 @@ class Curve {
   }
 
  private:
-  // What has grown, a text each.
+  // The figures that have grown, one text each.
   static std::vector<std::string> growth(const Figures& before, const Figures& after) {
     std::vector<std::string> grown;
     const auto compare = [&](const char* what, long first, long last, long play) {
@@ -144,8 +143,8 @@ class Curve {
   std::vector<Figures> all_;
 };
 
-// The window over the virtual bench, worked with for a long time. Throws when the window doesn't do
-// what it should.
+// The window over the virtual bench, used for a long time. Throws if the window doesn't behave as
+// it should.
 class LongDay {
  public:
   // The folder is everything that the program writes to.
@@ -212,7 +211,7 @@ class LongDay {
     await([&] { return rig_.listed().size() == static_cast<std::size_t>(count); });
   }
 
-  // Waits until it holds and no worker is left; then forgets what was logged and shown.
+  // Waits until the predicate is true and no worker is left; then clears log and notifications.
   void await(const std::function<bool()>& condition) {
     if (!rig_.await([&] { return condition() && threadsNow() <= idleThreads_; })) {
       throw std::runtime_error("waited in vain");
@@ -248,9 +247,9 @@ std::map<std::string, int> readArguments(int argc, char** argv) {
   return numbers;
 }
 
-// Without the allocator's caches per thread, which count what lies in them as handed out, and with
-// one arena, since each has its own bookkeeping: the heap's figures are exact then. They are read
-// when a process starts.
+// Without the allocator's per-thread caches, which count their contents as used, and with one
+// arena, since each has its own bookkeeping: then the heap's figures are exact. These variables are
+// read when a process starts.
 void startWithPlainHeap(char** argv) {
   constexpr const char* kTunables = "GLIBC_TUNABLES";
   if (std::getenv(kTunables) == nullptr) {
@@ -279,7 +278,7 @@ int main(int argc, char** argv) {
   std::FILE* const out = ::fdopen(::dup(STDOUT_FILENO), "w");
   try {
     const auto numbers = endurance::readArguments(argc, argv);
-    // What the program itself says isn't of interest here.
+    // The program's own output doesn't matter here.
     if (std::freopen("/dev/null", "w", stdout) == nullptr ||
         std::freopen("/dev/null", "w", stderr) == nullptr) {
       return 2;

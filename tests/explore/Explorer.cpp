@@ -25,7 +25,7 @@ constexpr int kDeepest = 3;
 }  // namespace
 
 Explorer::Explorer(std::uint64_t seed) : random_(seed) {
-  // What Qt says of the platform without a screen is not of the program.
+  // Qt's messages about the offscreen platform don't come from the program.
   qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
   const auto add = [this](std::int64_t size, const char* label) -> Medium& {
     Medium& added = *media_.emplace_back(std::make_shared<Medium>());
@@ -158,10 +158,10 @@ void Explorer::step() {
   ++explored_.steps;
   stepsToGo_ -= stepsToGo_ > 0 ? 1 : 0;
   if (std::exchange(isJustDismissed_, false)) {
-    return;  // the window goes on when the alert's loop has been left
+    return;  // the window continues when the alert's loop has ended
   }
   if (!isClosed_) {
-    ++depth_;  // what settles may pause
+    ++depth_;  // pending work may pause
     launch_->settle();
     --depth_;
   }
@@ -223,8 +223,8 @@ int exploreAndPrint(std::uint64_t seed, std::uint64_t steps, bool isVerbose, std
 
 }  // namespace fillstation::explore
 
-// explorer SEED STEPS [verbose]: one exploration. The exit status is 1 when a rule was broken; what
-// is printed then shows it again. Verbose, each step is a line.
+// explorer SEED STEPS [verbose]: one exploration. The exit status is 1 if a rule was broken; the
+// output then tells how to repeat it. Verbose, each step is a line.
 int main(int argc, char** argv) {
   using namespace fillstation;
   const test::TempFolder home;

@@ -17,7 +17,7 @@ class QAbstractButton;
 
 namespace fillstation::explore {
 
-// What a whole exploration has met. A plain value.
+// The figures of a whole exploration. A plain value.
 struct Explored {
   std::uint64_t steps = 0;
   std::size_t launches = 0;
@@ -25,15 +25,15 @@ struct Explored {
   std::size_t summaries = 0;
   std::size_t failedPlayers = 0;
   std::size_t filledPlayers = 0;
-  std::optional<std::string> broken;  // the rule that was broken, and after what
+  std::optional<std::string> broken;  // the broken rule, and the step before
 };
 
-// Random steps at the real window over a machine in memory, each followed by a look whether the
-// rules hold. The machine is not the bench: a run there takes half a second of real commands, and a
-// hundred thousand steps hold some thousands of runs. Here a medium is a table of what is on it,
-// and every change is checked by the medium's identity, not by its bytes; the bench, with its
-// bytes, has some hundreds of steps of its own (tests/faults). Nothing depends on time, and hardly
-// anything on the order of threads, so a seed gives nearly the same exploration. Main thread.
+// Random steps at the real window over a machine in memory; the rules are checked after each step.
+// The machine is not the bench: there a run takes half a second of real commands, and a hundred
+// thousand steps contain some thousand runs. Here a medium is a table of its contents, and every
+// change is checked by the medium's identity, not by its bytes. The bench, with its bytes, has some
+// hundred random steps as well (tests/faults). Nothing depends on time, and hardly anything on the
+// order of threads, so a seed gives nearly the same exploration. Main thread.
 class Explorer {
  public:
   explicit Explorer(std::uint64_t seed);

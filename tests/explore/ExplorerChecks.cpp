@@ -11,8 +11,8 @@ namespace fillstation::explore {
 
 namespace {
 
-// What a label says of so many bytes: whole megabytes, or kilobytes below one; negative ones as
-// they stand in 64 bits without a sign.
+// A label's text for this number of bytes: whole megabytes, or kilobytes below one; negative ones
+// as unsigned 64-bit numbers.
 std::string label(std::int64_t bytes) {
   const std::int64_t megabytes = bytes / (1024 * 1024);
   const std::int64_t shown = megabytes != 0 ? megabytes : bytes / 1024;

@@ -101,7 +101,7 @@ void Explorer::plug() {
   launch_->plug(device);
 }
 
-// The window is told of a player a second time.
+// The window gets the same player a second time.
 void Explorer::tellAgain() {
   if (rules_.players.empty() || rules_.hasAlert()) {
     return;
@@ -164,7 +164,7 @@ void Explorer::rightClick(int row) {
                     table->viewport()->mapTo(&window, at));
 }
 
-// Opens the context menu somewhere, looks at what it offers, and chooses something or nothing.
+// Opens the context menu somewhere, checks its commands, and chooses one or none.
 void Explorer::contextMenu() {
   const auto& controller = windows_->delegate();
   FileTable* const table = windows_->window().ui().lstFiles;

@@ -9,10 +9,10 @@ namespace fillstation::explore {
 
 namespace {
 
-// Who this thread is; empty for the main thread and for those that nobody knows yet.
+// The name of this thread; empty for the main thread and for unknown ones.
 thread_local std::string self;
-// A request begins when its disk is looked for: what a program does that ends in between counts as
-// begun before.
+// A request begins when its disk is looked up: if the program ends in between, the request counts
+// as begun before.
 thread_local bool isLate = false;
 
 }  // namespace
@@ -88,7 +88,7 @@ void LockStep::leave() {
   mainThread_.post([] {});
 }
 
-// What the program has opened of a player.
+// A player's volume, opened by the program.
 class Launch::Opened : public Volume {
  public:
   Opened(Launch& launch, std::shared_ptr<Device> device, std::string mountPath)

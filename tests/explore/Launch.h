@@ -15,10 +15,10 @@
 namespace fillstation::explore {
 
 // Makes the threads of a run take turns, so that a run with real threads happens the same way each
-// time. A worker stops at each call that leaves the program until it is its turn; the main thread
-// says whose turn it is, and waits until that one stops again. What a worker hands over to the main
-// thread runs there at once, as part of its turn. The coordinator takes part as kResult: it only
-// ever hands over the result, which waits until it is asked for.
+// time. A worker stops at each call that leaves the program until it is its turn. The main thread
+// chooses whose turn it is, and waits until that thread stops again. A worker's hand-over to the
+// main thread runs at once, as part of its turn. The coordinator takes part as kResult: it only
+// hands over the result, which waits for its turn.
 class LockStep {
  public:
   static constexpr const char* kResult = "result";
@@ -27,8 +27,8 @@ class LockStep {
 
   // Main thread.
 
-  // A run has begun with so many workers; when this returns all of them have stopped for the first
-  // time.
+  // A run has begun with this number of workers; returns when all of them have stopped for the
+  // first time.
   void begin(std::size_t workers);
   // The names of the workers that wait for their turn.
   std::set<std::string> waiting();
@@ -36,7 +36,7 @@ class LockStep {
   void turn(const std::string& name);
   // Of a run: whether all workers have ended and only the result is left.
   bool isResultDue();
-  // The program is ending: everybody goes on freely.
+  // The program is ending: all threads continue freely.
   void end();
 
   // Worker threads.
@@ -54,13 +54,13 @@ class LockStep {
   test::TestMainThread& mainThread_;
   std::mutex lock_;
   std::condition_variable changed_;
-  std::map<std::string, bool> waits_;  // by name; those that don't are under way
+  std::map<std::string, bool> waits_;  // by name; the others are running
   bool ended_ = false;
 };
 
-// One launch of the program: TestPlatform over a machine that outlives it. Nothing happens by
-// itself: requests wait until answerNext(), workers for their turn, and the main thread's queue for
-// settle(). Main thread.
+// One launch of the program: TestPlatform over a machine that outlives it. Nothing happens
+// automatically: requests wait until answerNext(), workers for their turn, and the main thread's
+// queue for settle(). Main thread.
 class Launch {
  public:
   explicit Launch(Machine& machine);
@@ -68,26 +68,25 @@ class Launch {
   Launch(const Launch&) = delete;
   Launch& operator=(const Launch&) = delete;
 
-  // A device is plugged in, or pulled out. One that is there before the window asks is told of by
-  // the bus's first walk.
+  // Plugs a device in, or unplugs it. The bus's first walk reports a device that is already
+  // present.
   void plug(const std::shared_ptr<Device>& device);
   void unplug(const std::shared_ptr<Device>& device);
 
   // Answers the oldest request of one of the disks that wait; it is chosen by their count.
   void answerOne(const std::function<std::size_t(std::size_t)>& choose);
 
-  // Works off what is queued for the main thread.
+  // Runs the main thread's queue.
   void settle();
   // Has the result of a run handed over, and returns when the coordinator has ended.
   void deliverResult();
-  // The program is ending: its threads go on freely. end() waits for them, outside of whatever they
-  // may wait for.
+  // The program is ending: its threads continue freely. end() waits for them.
   void stop();
   void end();
 
-  // Called in each pause of the main thread, nested in whatever pauses.
+  // Called in each pause of the main thread, also in nested ones.
   std::function<void()> onPause;
-  // Called when the window has been told of a device that came (true) or left.
+  // Called when the window has received the arrival (true) or departure of a device.
   std::function<void(const std::shared_ptr<Device>&, bool)> onTold;
   // Called with each text of the log that the main thread writes.
   std::function<void(const std::string&)> onLog;

@@ -15,20 +15,19 @@
 
 namespace fillstation::explore {
 
-// What is on a medium. A plain value; paths are below the volume's root.
+// The contents of a medium. A plain value; paths are below the volume's root.
 struct Medium {
   int number = 0;
   std::string label;
   std::int64_t size = 0;
   std::string vendor = "ACTIONS";
-  std::string product = "HS USB FlashDisk";  // what its device calls itself
+  std::string product = "HS USB FlashDisk";  // the product name of its device
   bool formatted = true;
-  std::map<std::string, std::string> written;    // what a player would play: path, source
-  std::map<std::string, std::string> unwritten;  // what only the system's memory has
+  std::map<std::string, std::string> written;    // in playing order: path, source
+  std::map<std::string, std::string> unwritten;  // data that is only in the system's memory
 };
 
-// What goes wrong with a device from now on. One that lies says that it has everything and drops
-// the last of it.
+// The faults of a device from now on. One that lies reports success and drops the end of the data.
 enum class Trouble { kWipe, kFormat, kMount, kUnmount, kCopy, kFlush, kLies, kNone };
 
 // One attach of a medium.
@@ -42,7 +41,7 @@ struct Device {
   bool ejected = false;
   Trouble trouble = Trouble::kNone;
   std::size_t searchesInVain = 0;  // for the disk
-  // What the window's first look at the disk has shown.
+  // The result of the window's first look at the disk.
   std::optional<DiskDescription> firstLook;
   std::shared_ptr<test::TestDisk> disk;
   std::shared_ptr<test::TestUsbDevice> stick;  // of this launch
@@ -50,16 +49,16 @@ struct Device {
   std::string mountPath() const;
 };
 
-// What one task of a run was told by the machine. A plain value.
+// The machine's answers to one task of a run. A plain value.
 struct TaskFacts {
   bool openAsked = false;  // so its format has succeeded
   bool opened = false;
   bool complete = false;  // when it was read back, the medium held the whole file set
 };
 
-// What the devices on the bus are and hold, beyond one launch of the program. It checks every
-// change of a medium by the medium's identity and notes what must not happen. Made on the main
-// thread; any thread.
+// The devices on the bus and their contents, beyond one launch of the program. Checks every change
+// of a medium by the medium's identity, and records forbidden ones. Made on the main thread; any
+// thread.
 class Machine {
  public:
   static constexpr const char* kUser = "admin";
@@ -70,7 +69,7 @@ class Machine {
   void detach(Device& device);
   // Its leaving has been handled: the node is free.
   void forget(const std::shared_ptr<Device>& device);
-  // The program has ended: nobody handles leavings any more.
+  // The program has ended: departures are no longer handled.
   void forgetLeft();
   std::vector<std::shared_ptr<Device>> present() const;
   // The device that has this stick, also while its leaving isn't handled yet.
@@ -80,23 +79,23 @@ class Machine {
   std::optional<Dissenter> carryOut(const test::TestDisks::Request& request);
   std::optional<Dissenter> mount(Device& device);
   ScriptOutcome runScript(const test::TestScriptRunner::Call& call);
-  // The device whose volume is mounted there, null when it isn't that of the owner.
+  // The device whose volume is mounted there, null if it isn't the owner's.
   std::shared_ptr<Device> open(const std::string& mountPath, const DiskIdentity& owner);
   bool create(Device& device, const std::string& path, const std::string& source);
   bool flush(Device& device);
   bool readBack(Device& device);
 
-  // A run begins with the media behind these nodes and what each must hold in the end; nothing else
-  // may change from now on. A new run, or none, takes the place of the last.
+  // A run begins with the media behind these nodes, and the contents that each must have in the
+  // end; nothing else may change from now on. Replaces the last run.
   void beginRun(const std::vector<std::shared_ptr<Device>>& devices,
                 std::map<std::string, std::string> content, bool completable);
   const TaskFacts& factsOf(const std::string& node) { return facts_[node]; }
   // While the program is ending nothing may begin.
   void setEnding(bool ending);
-  // Called before whatever begins something.
+  // Called before everything that begins something.
   void noteBeginning(const std::string& what);
 
-  // What has happened and must not.
+  // The forbidden events that have happened.
   std::vector<std::string> takeViolations();
 
  private:
@@ -109,7 +108,7 @@ class Machine {
 
   const std::thread::id main_ = std::this_thread::get_id();
   mutable std::recursive_mutex lock_;
-  std::vector<std::shared_ptr<Device>> devices_;  // also those whose leaving isn't handled yet
+  std::vector<std::shared_ptr<Device>> devices_;  // also those whose departure isn't handled yet
   std::uint32_t lastHandle_ = 0x10001;
   std::set<int> mayChange_;
   std::map<std::string, std::string> content_;

@@ -36,7 +36,7 @@ std::optional<std::int64_t> sizeOf(const std::string& path) {
   return found != kEverything.end() ? std::optional(found->second) : std::nullopt;
 }
 
-// What choosing it must give with this file type; none for a file of another type.
+// The expected root for a choice with this file type; none for a file of another type.
 std::optional<Root> rootOf(const std::string& path, const std::string& fileType) {
   Root root{path, 0, sizeOf(path) == kFolder, {}};
   if (!root.isFolder) {
@@ -201,8 +201,8 @@ void Rules::report(Machine& machine) {
     if (!isComplete) {
       alertText += "\nPlayer " + device->node + " Failed in process";
     }
-    // Whoever failed before the copy, or has copied all there is, is done; without files nobody
-    // ever says so.
+    // A task that failed before the copy, or has copied everything, is done; without files there is
+    // no report of that.
     const bool isDone = !facts.openAsked || nodes > 0;
     sum += isDone ? 100 : 0;
     reported = reported || isDone;
@@ -224,7 +224,7 @@ std::int64_t Rules::totalSize() const {
 bool Rules::contentOfRun(std::map<std::string, std::string>& content) const {
   bool completable = true;
   for (const auto& root : rootsOfRun) {
-    // A single file has no place of its own.
+    // A single file has no destination.
     completable = completable && root.isFolder;
     for (const auto& [path, source] : root.content) {
       const auto [place, isNew] = content.emplace(path, source);

@@ -24,23 +24,22 @@ struct Root {
 const std::vector<std::string>& audioChoices();
 void addAudio(test::TestFileManager& files);
 
-// The rules of the window, as a model that is a page long. What it says of the window must hold
-// after every step of the explorer.
+// The rules of the window, as a model of one page. The window must agree with it after every step
+// of the explorer.
 //
-//  what happens               | when            | what it does
+//  event                      | when            | effect
 //  ---------------------------+-----------------+------------------------------------------------
 //  a player is plugged in     | always          | listed last, not ticked; labels. Only devices
-//                             |                 | named as players are, whose disk is found and
-//                             says |                 | ACTIONS. A listed node keeps its player.
+//                             |                 | with a player's name and an ACTIONS disk count.
+//                             |                 | A listed node keeps its player.
 //  a player is pulled out     | always          | its node isn't listed any more; labels
 //  All, None, a tick          | idle            | the ticks; labels
 //  Eject                      | idle            | the ticked players aren't listed any more, though
 //                             |                 | plugged in; labels
-//  Browse                     | idle            | a root is added, unless its path was ever added
-//  in
-//                             |                 | this launch or its type is another; labels, also
-//                             |                 | when nothing was chosen
-//  Remove (row, selected, all)| idle            | the roots go; labels
+//  Browse                     | idle            | a root is added, unless its path was added before
+//                             |                 | in this launch or its type is another; labels,
+//                             |                 | even if nothing was chosen
+//  Remove (row, selected, all)| idle            | the roots are removed; labels
 //  Start                      | idle            | asking
 //  Cancel                     | asking          | idle
 //  OK, a field empty          | asking          | refused; the bar is at 0
@@ -57,7 +56,7 @@ void addAudio(test::TestFileManager& files);
 //  The working controls and ticks are on while idle and off otherwise; file type and link are
 //  always on. The busy indicator turns while running. The panel is open while asking. An alert is
 //  open while refused or reporting; no event of the bus is handled then. "Labels" computes both
-//  anew from the ticked players and the sum of the roots, and leaves one line in the log; nothing
+//  again from the ticked players and the sum of the roots, and leaves one line in the log; nothing
 //  else changes them. Media change only by a run that they are in, and never when mounted, ejected
 //  or of another vendor.
 class Rules {
@@ -68,10 +67,10 @@ class Rules {
     std::shared_ptr<Device> device;
     std::int64_t size = 0;
     bool ticked = false;
-    bool wasInRun = false;  // its name has been read anew
+    bool wasInRun = false;  // its name was read again
   };
 
-  // What happens; see the table.
+  // The events; see the table.
   void told(const std::shared_ptr<Device>& device, bool inserted);
   void tick(std::size_t row);
   void tickAll(bool ticked);
@@ -88,7 +87,7 @@ class Rules {
   bool isIdle() const { return state == State::kIdle; }
   bool hasAlert() const { return state == State::kRefused || state == State::kReporting; }
   std::int64_t totalSize() const;
-  // What a complete player of this run holds; false when none can be complete.
+  // The contents of a complete player of this run; false if none can be complete.
   bool contentOfRun(std::map<std::string, std::string>& content) const;
 
   State state = State::kIdle;

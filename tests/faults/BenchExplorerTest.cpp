@@ -20,8 +20,9 @@ constexpr std::array<Step::Kind, 5> kSteps{Step::Kind::kUnmount, Step::Kind::kWi
                                            Step::Kind::kFormat, Step::Kind::kMount,
                                            Step::Kind::kOpen};
 
-// Rounds of random faults, hands and runs on the real bench, with real bytes: what the explorer
-// does a hundred thousand times in memory (tests/explore), here some hundred times for good.
+// Rounds of random faults, actions and runs on the real bench, with real bytes. The explorer
+// (tests/explore) does this a hundred thousand times in memory, this test some hundred times in
+// reality.
 class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
  protected:
   void SetUp() override {
@@ -74,7 +75,7 @@ class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
   bool isPlugged(const std::string& name) const {
     return rig.imageOf(name).find("/pulled/") == std::string::npos;
   }
-  // Everybody who isn't there comes, most with other faults; what was ejected as well.
+  // All missing players are plugged in, most with other faults; ejected ones as well.
   void plugEverybody() {
     ASSERT_TRUE(rig.await([this] { return isUpToDate(); }));
     for (const auto& name : kNames) {
@@ -94,7 +95,7 @@ class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
       nameOf[rig.listed().back()] = name;
     }
   }
-  // Whoever has been pulled out is not listed any more.
+  // Unplugged players are no longer listed.
   bool isUpToDate() const {
     const auto listed = rig.listed();
     return std::all_of(listed.begin(), listed.end(),
@@ -110,7 +111,7 @@ class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
   void arrangeHand() {
     const auto kind = kSteps[pick(kSteps.size())];
     auto hand = pick(4);
-    // One that pulls itself frees a name, which what is plugged in then would get.
+    // A player that unplugs itself frees a name, which the next player would get.
     if ((hand == 1 || hand == 2) && namesMayChange()) {
       hand = 0;
     }
@@ -155,7 +156,7 @@ class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
     for (const auto& node : *nodes) {
       named.insert(nameOf.at(node));
     }
-    // Or are what they were before: what an earlier run has left is none of this one's.
+    // Or have their earlier contents: the results of an earlier run don't count.
     std::set<std::string> incomplete;
     for (const auto& name : tookPart) {
       const std::string image = rig.imageOf(name);
@@ -177,7 +178,7 @@ class BenchExplorerTest : public ::testing::TestWithParam<unsigned> {
 
 INSTANTIATE_TEST_SUITE_P(Seed, BenchExplorerTest, ::testing::Range(1U, 7U));
 
-TEST_P(BenchExplorerTest, NamesExactlyWhoIsNotCompleteAndChangesNothingElse) {
+TEST_P(BenchExplorerTest, NamesExactlyTheIncompletePlayersAndChangesNothingElse) {
   for (int round = 0; round < kRounds && !HasFailure(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     plugEverybody();

@@ -23,14 +23,14 @@ struct FaultCase {
   std::int64_t otherMiB = 64;
   // More audio than the book's own.
   std::int64_t audioMiB = 0;
-  // What is done by hand: before the run's steps begin, when all are ticked, while the panel is
+  // Actions by hand: before the run's steps begin, when all players are ticked, while the panel is
   // open.
   std::function<void(FaultRig&)> prepare = {};
   std::function<void(FaultRig&)> ticked = {};
   std::function<void(FaultRig&)> asked = {};
-  // What must hold besides when the run is over: the problems.
+  // Additional checks after the run: their problems.
   std::function<std::vector<std::string>(FaultRig&)> ended = {};
-  // It is complete when it fails, and nobody knows yet.
+  // The player is complete when it fails, but not confirmed yet.
   bool unproven = false;
   // The run waits for good, as long as this player does.
   bool waits = false;

@@ -48,7 +48,7 @@ std::function<void(FaultRig&)> before(Step::Kind kind, const std::function<void(
   };
 }
 
-// What a player is that has come during a run: listed, not ticked.
+// The state of a player that arrived during a run: listed, not ticked.
 std::vector<std::string> listedUnticked(FaultRig& rig, const std::string& node) {
   const auto contains = [&](const std::vector<std::string>& all) {
     return std::find(all.begin(), all.end(), node) != all.end();

@@ -13,7 +13,7 @@
 
 namespace fillstation::faults {
 
-// What GoogleTest calls a case.
+// GoogleTest's name of a case.
 inline void PrintTo(const FaultCase& planned, std::ostream* out) { *out << planned.name; }
 
 namespace {
@@ -76,7 +76,7 @@ class FaultMatrixTest : public ::testing::TestWithParam<FaultCase> {
     return {rig.folder.path(), std::set<std::string>(kPlayers.begin(), kPlayers.end())};
   }
 
-  // The run, until its summary or until it is plain that it waits: what the table says of both.
+  // The run, until its summary or until it certainly waits: the table's entries about both.
   std::string watch() {
     if (!planned.waits) {
       const std::string summary = rig.readSummary();
@@ -99,7 +99,7 @@ class FaultMatrixTest : public ::testing::TestWithParam<FaultCase> {
     return rig.isRunning() ? "waits | not shown" : "ends | shown";
   }
 
-  // What the table says of the player that it happens to and of the two others.
+  // The table's entries about the affected player and the two others.
   std::string readBack(const std::string& untouched) {
     std::vector<std::string> incomplete;
     std::string hit;
@@ -188,7 +188,7 @@ TEST(FaultTableTest, TheTableHasExactlyTheCasesInTheirOrder) {
   EXPECT_EQ(documented, names);
 }
 
-// What the table rests on: one byte anywhere makes another digest.
+// The table depends on this: one changed byte changes the digest.
 TEST(OutsideTest, EveryByteOfAFileCounts) {
   const test::TempFolder folder;
   const std::string image = folder.write("a.img", "x");

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::chrono::seconds kLongestWait(60);
 
-// Bytes that no other seed gives and nobody would write by chance; no two blocks are alike.
+// Bytes that no other seed gives, and that don't occur by chance; no two blocks are equal.
 std::string noise(std::uint32_t seed, std::int64_t count) {
   constexpr std::int64_t kBlock = 64 * 1024;
   std::mt19937 random(seed);
@@ -49,7 +49,7 @@ void require(bool done, const std::string& what) {
 }  // namespace
 
 FaultRig::FaultRig(const std::vector<BenchPlayerPlan>& players) {
-  // What Qt says of the platform without a screen is not of the program.
+  // Qt's messages about the offscreen platform don't come from the program.
   qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
   bench_.installInto(platform());
   platform().workspace = &workspace;

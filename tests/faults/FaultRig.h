@@ -27,8 +27,8 @@ inline constexpr std::int64_t kTrackBytes = 20'000;
 
 using test::Step;
 
-// Pauses take no time, but whatever the main thread has to do by then is done. Made on the main
-// thread; lives longer than the threads that pause.
+// Pauses take no time, but the main thread first runs its pending work. Made on the main thread;
+// lives longer than the threads that pause.
 class HurriedClock : public Clock {
  public:
   explicit HurriedClock(QtMainThread& mainThread) : mainThread_(mainThread) {}
@@ -51,9 +51,9 @@ class HurriedClock : public Clock {
   std::atomic<std::int64_t> pauses_ = 0;
 };
 
-// The whole program over a bench in a folder of its own, and the hands of the person at the window.
-// Everything is real but the players, the time and the password's check. Main thread, unless a
-// function says otherwise; one at a time.
+// The whole program over a bench in a temporary folder, and the actions of the person at the
+// window. Everything is real except the players, the time and the password check. Main thread,
+// unless a function says otherwise; one at a time.
 class FaultRig {
  public:
   // The players are plugged in and listed, in the order of their names: /dev/vp0, /dev/vp1, …
@@ -70,8 +70,8 @@ class FaultRig {
   // Pulls a player out, or plugs it in, and returns when the bench has noticed. Any thread.
   void pull(const std::string& name, const std::string& node);
   void plug(const std::string& name, const std::string& node);
-  // Runs the main loop, wherever it runs, until the predicate holds, asked on the main thread;
-  // false when that takes a minute, or when the program ends. Any thread.
+  // Runs the main loop until the predicate, called on the main thread, is true; false if that takes
+  // a minute, or if the program ends. Any thread.
   bool await(const std::function<bool()>& seen);
 
   // Writes the folder `book` and adds it: ten tracks of equal size with contents of their own, in
@@ -96,7 +96,7 @@ class FaultRig {
   bool isRunning() const;
   const TRFileList& roots() const { return *windows->songs()->list(); }
 
-  test::TempFolder folder;  // with `bench`, `book` and whatever a case puts beside them
+  test::TempFolder folder;  // with `bench`, `book` and the files of a case
   const std::string benchFolder = folder.makeFolder("bench");
   test::StepHooks hooks;
   test::TestLog log;

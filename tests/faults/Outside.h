@@ -7,15 +7,15 @@
 
 namespace fillstation::faults {
 
-// What lies in and around a bench and must stay as it is: every file but the images of the players
-// that a run may write, by its content. A plain value.
+// The files in and around a bench that must not change: all except the images of the players that a
+// run may write, by their contents. A plain value.
 class Outside {
  public:
-  // Looks at a folder and everything below it. The images of these players, and what the bench
-  // shows as mounted, don't count. An image is the same wherever it lies.
+  // Reads a folder and everything below it, except the images of these players and the bench's
+  // mounted folders. An image is the same in every place.
   Outside(const std::string& folder, const std::set<std::string>& players);
 
-  // What is not as it was: one text per file that has changed, come or gone.
+  // The changes: one text per file that was changed, added or removed.
   std::vector<std::string> changesSince(const Outside& before) const;
 
  private:

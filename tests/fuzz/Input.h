@@ -9,7 +9,7 @@
 
 namespace fillstation::fuzz {
 
-// What must hold for every input; in force in every build.
+// A condition for every input; checked in every build.
 inline void require(bool holds) {
   if (!holds) {
     std::abort();
@@ -24,7 +24,7 @@ class Input {
 
   std::string_view rest() const { return rest_; }
 
-  // As many bytes, or what is left.
+  // This number of bytes, or the rest.
   std::string take(std::size_t count) {
     const std::string taken(rest_.substr(0, count));
     rest_.remove_prefix(taken.size());

@@ -1,4 +1,4 @@
-// String descriptors: those that a device makes up, and those that are made of the kernel's texts.
+// String descriptors: invented ones, and those made of the kernel's texts.
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Script texts: whatever compiles is what was written, and names at most one disk.
+// Script texts: each one that compiles has the written meaning, and names at most one disk.
 
 #include "Input.h"
 #include "ScriptCompiler.h"

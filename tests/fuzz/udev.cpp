@@ -1,4 +1,4 @@
-// What udev and the kernel write: labels with escapes, numbers, the table of mounts.
+// Texts of udev and the kernel: labels with escapes, numbers, the mount table.
 
 #include <sys/mman.h>
 #include <sys/sysmacros.h>

@@ -6,8 +6,8 @@
 
 namespace fillstation::test {
 
-// What may be found at a player's node, beside what was found there first: the one table for
-// everything that asks whether a disk is a player.
+// The disks that can be at a player's node instead of the first one: one table for all tests of
+// whether a disk is a player.
 struct DiskCase {
   const char* what;
   // How far the USB device's bus and device number are from the player's.

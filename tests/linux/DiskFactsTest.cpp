@@ -32,7 +32,7 @@ TEST_F(DiskFactsTest, OnlyPaddingIsTakenOffTheVendor) {
   EXPECT_EQ(readDisk("sdc")->vendor, "");
 }
 
-TEST_F(DiskFactsTest, ADiskOfTheMachineItselfHasNoUsbDevice) {
+TEST_F(DiskFactsTest, AnInternalDiskHasNoUsbDevice) {
   const auto path =
       machine.add("block", "vda", "", {}, {{"DEVTYPE", "disk"}, {"MAJOR", "254"}, {"MINOR", "0"}});
   EXPECT_EQ(readDisk("vda")->size, 0);
@@ -45,7 +45,7 @@ TEST_F(DiskFactsTest, ADiskOfTheMachineItselfHasNoUsbDevice) {
   EXPECT_EQ(facts->size, 4096);
 }
 
-TEST_F(DiskFactsTest, AFileSystemIsWhatUdevSays) {
+TEST_F(DiskFactsTest, TheFileSystemComesFromUdev) {
   auto& player = machine.plug("a");
   machine.setFileSystem(player, MockFileSystem{"ext4", "ID-1", "A\\x20B\\x5c\\xc3\\xa4\\x7e"});
   EXPECT_EQ(read().blocks.at(0).fileSystem.value().type, "ext4");
@@ -64,7 +64,7 @@ TEST_F(DiskFactsTest, AFileSystemIsWhatUdevSays) {
   EXPECT_FALSE(read().blocks.at(0).fileSystem);
 }
 
-TEST_F(DiskFactsTest, ADeviceThatGoesWhileItIsLookedForIsLeftOut) {
+TEST_F(DiskFactsTest, ADeviceThatLeavesDuringTheSearchIsLeftOut) {
   mockCalls().vanishing = machine.plug("a").diskPath;
   machine.plug("b");
   const UdevContext context(::udev_new());

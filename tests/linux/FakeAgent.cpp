@@ -59,7 +59,7 @@ int serve(const AgentReply& answer, long together) {
 // Refused, once that many are there at the same time; how many there were at most is noted.
 int crowd(long together) {
   awaitPresent("crowd", together);
-  // Whoever else gets a place gets it now.
+  // Waiting agents get a free place now.
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   note(std::to_string(present("crowd", false)) + "\n");
   return reply({Kind::wrongCredentials, 0, {}, {}});
@@ -97,7 +97,7 @@ int outstay() {
 
 }  // namespace
 
-// An agent that does as the user name says.
+// An agent that behaves as the user name says.
 int main() {
   const std::string user = receiveText(STDIN_FILENO).value_or("");
   const std::string password = receiveText(STDIN_FILENO).value_or("");

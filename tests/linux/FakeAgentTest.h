@@ -9,7 +9,7 @@
 
 namespace fillstation::test {
 
-// A test with the agent that does as the user name says, and notes what reaches it.
+// A test with the agent that behaves as the user name says, and records its input.
 class FakeAgentTest : public testing::Test {
  protected:
   FakeAgentTest() {
@@ -18,7 +18,7 @@ class FakeAgentTest : public testing::Test {
     ::setenv("FAKE_AGENT_FOLDER", folder_.path().c_str(), 1);
   }
 
-  // What the agents noted.
+  // The records of the agents.
   std::string noted() const { return contentOf(folder_.path("log")); }
   // Lets an agent end that lingers.
   void go() const { folder_.write("go", ""); }

@@ -47,7 +47,7 @@ class MockJournal {
     const ssize_t count = ::recv(journal.get(), buffer.data(), buffer.size(), 0);
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
   }
-  // All that have come.
+  // All received records.
   std::vector<std::string> entries() const {
     std::vector<std::string> all;
     for (std::string next = entry(); !next.empty(); next = entry()) {
@@ -110,14 +110,14 @@ class JournalLogTest : public ::testing::Test, protected MockJournal {
                     sizeof(at)) >= 0) {
     }
   }
-  // Whether a thread of ours has something to do: it waits for nothing and has not ended.
+  // Whether one of our threads is busy: it is not waiting and has not ended.
   static bool isRunning(pid_t thread) {
     std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
     std::string words;
     std::getline(status, words);
     return words.find(") R ") != std::string::npos;
   }
-  // Writes that many texts, and says whether nothing had to be read for that.
+  // Writes this number of texts; returns whether that needed no reader.
   bool writesAtOnce(JournalLog& log, int count, const std::string& text) const {
     auto written = std::async(std::launch::async, [&] {
       for (int number = 0; number < count; ++number) {
@@ -192,7 +192,7 @@ TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverythingUntilThereIsOne) {
   EXPECT_EQ(streamed(), "one\ntwo\n");
 }
 
-TEST_F(JournalLogTest, AJournalThatDoesNotReadKeepsNobodyWaitingAndIsToldHowMuchItMissed) {
+TEST_F(JournalLogTest, AJournalThatDoesNotReadBlocksNothingAndGetsTheNumberOfMissedRecords) {
   constexpr int kTexts = 2000;
   listen();
   JournalLog log(stream, socketPath, std::chrono::milliseconds(1));

@@ -80,7 +80,7 @@ TEST_F(LinuxDiskTest, OnlyFatWithoutALabelHasANameAllTheSame) {
   EXPECT_EQ(name(described()), "label");
 }
 
-TEST_F(LinuxDiskTest, TheFirstPartitionsFileSystemComesBeforeTheDisksOwn) {
+TEST_F(LinuxDiskTest, TheFirstPartitionsFileSystemIsPreferredToTheDisks) {
   machine.plug("a");
   machine.setFileSystem(machine.player("a"), MockFileSystem{"vfat", "id", "whole"});
   machine.addPartition(machine.player("a"), 1);
@@ -162,7 +162,7 @@ TEST_F(LinuxDiskTest, AUnitIsStoppedByAnEjectOfItsMedium) {
   EXPECT_EQ(unit.timeOut, 30'000U);
   EXPECT_TRUE(unit.opensWithoutMedium);
   EXPECT_FALSE(unit.isInherited);
-  // One that refuses is told apart.
+  // A refusal is distinguished.
   unit.result = -1;
   EXPECT_FALSE(disk().stopUnit());
   unit.result = 0;
@@ -173,7 +173,7 @@ TEST_F(LinuxDiskTest, AUnitIsStoppedByAnEjectOfItsMedium) {
   EXPECT_FALSE(disk().stopUnit());
 }
 
-TEST_F(LinuxDiskTest, WhatIsNotThisDiskOrCannotBeOpenedIsNotStopped) {
+TEST_F(LinuxDiskTest, AnotherDiskOrOneThatCannotBeOpenedIsNotStopped) {
   machine.plug("a");
   machine.addNode("sdb");
   MockUnit& unit = mockCalls().unit;

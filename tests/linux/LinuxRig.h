@@ -13,13 +13,13 @@
 #include <vector>
 
 #include "BackEnd.h"
+#include "FakeUDisks.h"
 #include "KnownDisks.h"
 #include "LinuxDisk.h"
 #include "MainLoop.h"
 #include "MockMachine.h"
 #include "PosixFileManager.h"
 #include "QtMainThread.h"
-#include "StandInUDisks.h"
 #include "StopSource.h"
 #include "TestPlatform.h"
 #include "ThreadWorkers.h"
@@ -28,9 +28,8 @@
 
 namespace fillstation::test {
 
-// The whole back end over a machine and a UDisks2 that aren't real: the stand-in does to the
-// machine what UDisks2 would. A medium has no content there, and nothing runs a command. Main
-// thread.
+// The whole back end over a fake machine and a fake UDisks2, which does to the machine what the
+// real one would. Media have no content, and no command runs. Main thread.
 class LinuxRig : public contract::BackEnd {
  public:
   LinuxRig() {
@@ -42,7 +41,7 @@ class LinuxRig : public contract::BackEnd {
     workers.joinAll();
   }
 
-  // What the stand-in does when no test has another wish.
+  // The fake's behaviour unless a test changes it.
   UDisksAnswer obey(const UDisksCall& call) {
     const std::string object = call.object();
     if (call.member == "Filesystem.Mount") {
@@ -59,7 +58,7 @@ class LinuxRig : public contract::BackEnd {
     return {};
   }
 
-  // Plugs a player in and searches its disk as the watcher does, until the bus has told of it.
+  // Plugs a player in and searches its disk as the watcher does, until the bus has reported it.
   DiskIdentity plugIn(const std::string& name) {
     const MockPlayer& player = attach(name);
     known.found(player.number, readDisk(player.diskName).value());
@@ -97,7 +96,7 @@ class LinuxRig : public contract::BackEnd {
 
   MockMachine machine;
   PrivateBus dbus;
-  StandInUDisks udisks{dbus.connect("stand-in")};
+  FakeUDisks udisks{dbus.connect("fake")};
   StopSource stop;
   QtMainThread mainThread{stop, std::chrono::milliseconds(0)};
   TestLog log;
@@ -144,7 +143,7 @@ class LinuxRig : public contract::BackEnd {
     return {};
   }
 
-  // What udev makes of a label's bytes that are not text.
+  // udev's form of a label's bytes that are not text.
   static std::string encodedByUdev(const std::string& label) {
     std::string text;
     for (const char byte : label) {
@@ -159,7 +158,7 @@ class LinuxRig : public contract::BackEnd {
   std::map<std::string, std::optional<MockFileSystem>> made_;
 };
 
-// Requests to a disk session over the stand-in of UDisks2.
+// Requests to a disk session over the fake UDisks2.
 class UDisksTest : public ::testing::Test, protected LinuxRig {
  protected:
   using Members = std::vector<std::string>;

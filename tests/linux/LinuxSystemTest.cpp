@@ -58,7 +58,7 @@ TEST_F(LinuxSystemTest, AWholeMachineGetsNoLineInTheLog) {
   EXPECT_EQ(platform().createDiskSession(), platform().createDiskSession());
 }
 
-TEST_F(LinuxSystemTest, WhatAMachineLacksIsInTheLog) {
+TEST_F(LinuxSystemTest, MissingPartsOfTheSystemAreInTheLog) {
   EXPECT_EQ(LinuxPlaces().udev, "/run/udev/control");
   EXPECT_EQ(LinuxPlaces().pkexec, "/usr/bin/pkexec");
   places.udev = folder.path("no-udev");
@@ -116,7 +116,7 @@ TEST_F(LinuxSystemTest, ACommandIsForTheMediumThatWasTakenLast) {
   EXPECT_EQ(sequence(), "sequence=102");
 }
 
-TEST_F(LinuxSystemTest, AfterACommandButNotAWrongPasswordNothingOldIsTakenForTheFreshVolume) {
+TEST_F(LinuxSystemTest, AfterACommandButNotAWrongPasswordNoOldVolumeIsTakenForTheNew) {
   auto& player = machine.plug("a");
   machine.setFileSystem(player, MockFileSystem{"vfat", "1111-AAAA", "OLD"});
   begin();

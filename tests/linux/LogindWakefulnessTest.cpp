@@ -14,11 +14,11 @@
 
 namespace fillstation::test {
 
-// Stands in for the login manager: it gives out one end of a pipe and sees by the other end whether
-// anybody still holds it.
-class StandInLogind : public QDBusVirtualObject {
+// A fake login manager: it gives out one end of a pipe, and sees at the other end whether the first
+// is still open.
+class FakeLogind : public QDBusVirtualObject {
  public:
-  explicit StandInLogind(QDBusConnection connection) {
+  explicit FakeLogind(QDBusConnection connection) {
     connection.registerVirtualObject("/org/freedesktop/login1", this);
     connection.registerService("org.freedesktop.login1");
   }
@@ -38,7 +38,7 @@ class StandInLogind : public QDBusVirtualObject {
     connection.send(message.createReply(QVariant::fromValue(QDBusUnixFileDescriptor(given.get()))));
     return true;
   }
-  // True when the last copy of what was given out is closed.
+  // True when the last copy of the end that was given out is closed.
   bool isReleased() const {
     char byte = 0;
     ::fcntl(watched.get(), F_SETFL, O_NONBLOCK);
@@ -53,18 +53,18 @@ class StandInLogind : public QDBusVirtualObject {
 
 class LogindWakefulnessTest : public ::testing::Test, protected LinuxRig {
  protected:
-  // Long enough for whatever is on its way.
+  // Long enough for every message on its way.
   static void giveTime() {
     for (int turn = 0; turn < 200; ++turn) {
       QCoreApplication::processEvents();
     }
   }
 
-  StandInLogind logind{dbus.connect("logind")};
+  FakeLogind logind{dbus.connect("logind")};
   LogindWakefulness wakefulness{systemBus, log};
 };
 
-TEST_F(LogindWakefulnessTest, SleepAndTheLidAreBlockedUntilThePointerGoes) {
+TEST_F(LogindWakefulnessTest, SleepAndTheLidAreBlockedUntilThePointerIsReleased) {
   auto awake = wakefulness.keepAwake("Players are being filled");
   runLoopUntil([&] { return static_cast<bool>(logind.watched); });
   EXPECT_EQ(logind.called, QStringLiteral("org.freedesktop.login1.Manager.Inhibit"));

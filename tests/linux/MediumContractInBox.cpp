@@ -143,7 +143,7 @@ class MountedBackEnd : public BackEnd {
     const FileHandle file(::open(medium(name).c_str(), O_RDONLY | O_CLOEXEC));
     return contentOfImage(file.get());
   }
-  // While a volume is mounted its boot sector says so, which is no damage.
+  // The boot sector of a mounted volume is marked, which is no damage.
   bool isSound(const std::string& name) override {
     constexpr off_t kState = 0x41;
     const std::string copy = folder_.path(name);

@@ -26,8 +26,8 @@ constexpr const char* kPreload = "libtsan.so.2 libumockdev-preload.so.0";
 constexpr const char* kPreload = "libumockdev-preload.so.0";
 #endif
 
-// Qt, GLib and umockdev bring threads of their own and are not built with ThreadSanitizer, which
-// therefore doesn't see by what those wait for ours. What our own code does is watched as ever.
+// The threads of Qt, GLib and umockdev are not built with ThreadSanitizer, which therefore doesn't
+// see how they synchronise with ours. It still checks our own code.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() { return "ignore_noninstrumented_modules=1"; }
 
@@ -102,7 +102,7 @@ extern "C" std::FILE* fopen64(const char* path, const char* mode) {
 }
 extern "C" std::FILE* fopen(const char* path, const char* mode) { return fopen64(path, mode); }
 
-// Events are only lost when the kernel is quicker than the program. So a test says when.
+// Events are only lost if the kernel is faster than the program, so a test decides when.
 extern "C" udev_device* udev_monitor_receive_device(udev_monitor* monitor) {
   static const auto next = systems<udev_device*(udev_monitor*)>("udev_monitor_receive_device");
   auto& looks = mockCalls().looks;
@@ -129,7 +129,7 @@ extern "C" udev_device* udev_device_new_from_syspath(udev* context, const char* 
   return mockCalls().vanishing == path ? nullptr : next(context, path);
 }
 
-// Mounting needs root. So a folder is said to be on the device that the test says.
+// Mounting needs root, so the test decides which device a folder is on.
 extern "C" int fstat(int descriptor, struct stat* status) noexcept {
   static const auto next = systems<int(int, struct stat*)>("fstat");
   const int result = next(descriptor, status);
@@ -138,7 +138,7 @@ extern "C" int fstat(int descriptor, struct stat* status) noexcept {
     std::error_code failed;
     const auto path =
         std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), failed);
-    // What is below a mount is on its device, too; a mount in a mount comes later in the order.
+    // Folders below a mount are on its device too; a mount inside a mount comes later in the order.
     for (const auto& [mount, device] : mounts) {
       if ((path.string() + "/").starts_with(mount + "/")) {
         status->st_dev = device;
@@ -154,7 +154,7 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_start(rest, request);
   void* const argument = va_arg(rest, void*);
   va_end(rest);
-  // Other threads' calls must not look at what a test may be setting.
+  // Calls of other threads must not read it while a test sets it.
   const bool isForUnit = request == BLKGETDISKSEQ || request == SG_IO;
   if (!isForUnit || mockCalls().udevDatabase.empty()) {
     return next(descriptor, request, argument);

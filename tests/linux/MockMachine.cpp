@@ -37,7 +37,7 @@ std::string usbMinor(std::uint32_t bus, std::uint32_t number) {
   return std::to_string((bus - 1) * 128 + number - 1);
 }
 
-// What the kernel says of a node of a disk.
+// The kernel's facts about a disk's node.
 MockMachine::Properties nodeProperties(const std::string& name, const std::string& type,
                                        int minor) {
   return {{"DEVTYPE", type},
@@ -244,7 +244,7 @@ void MockMachine::tell(const std::string& sysPath, const std::string& action) {
 }
 
 void MockMachine::remove(const std::string& sysPath) {
-  // What is below goes first: umockdev forgets the links to it otherwise.
+  // Children first: otherwise umockdev forgets their links.
   const auto isGoing = [&sysPath](const std::string& path) {
     return path == sysPath || path.starts_with(sysPath + "/");
   };

@@ -16,8 +16,8 @@ struct _UMockdevTestbed;
 
 namespace fillstation::test {
 
-// The SCSI unit that answers in place of all others while there is a MockMachine, whatever node is
-// asked; nobody's until sequenceResult is 0.
+// The fake SCSI unit, which answers for every node while there is a MockMachine; no unit answers
+// before sequenceResult is 0.
 struct MockUnit {
   std::uint64_t sequence = 101;
   int sequenceResult = -1;
@@ -32,8 +32,8 @@ struct MockUnit {
   bool isInherited = true;
 };
 
-// What the system's libraries answer in place of a machine: functions of the C library, libudev and
-// libdbus that are replaced by ours in every program with this header. One per process.
+// The fake answers of the system's libraries: functions of the C library, libudev and libdbus that
+// every program with this header replaces. One per process.
 struct MockCalls {
   // One look of udev's monitor for an event: an error in place of one (0 for none), and whether all
   // that wait are lost.
@@ -46,9 +46,9 @@ struct MockCalls {
   std::string udevDatabase;
   // The file in place of the kernel's table of mounts; empty while there is none.
   std::string mountTable;
-  // What the monitor's next looks give; those after them give what there is.
+  // The results of the monitor's next receive calls; later calls give real ones.
   std::vector<Look> looks;
-  // The sizes of the monitor's receive buffer that were asked for.
+  // The requested sizes of the monitor's receive buffer.
   std::vector<int> bufferSizes;
   // The path in sysfs of a device that goes between being listed and being looked at.
   std::string vanishing;
@@ -61,9 +61,8 @@ MockCalls& mockCalls();
 // The time-outs, in milliseconds, that calls have been given to libdbus with since the last look.
 std::vector<int> takeDBusTimeOuts();
 
-// Begins the program anew with umockdev's library before all others, which is how that one works;
-// returns in the program that has it. First thing in main(), or whatever is to be done without it
-// comes before.
+// Starts the program again with umockdev's library preloaded, which it needs; returns in the second
+// process. First in main(), except for code that must run without the library.
 void preloadMockUdev(char** argv);
 
 // A file system as udev describes it; nothing else of it exists.
@@ -73,7 +72,7 @@ struct MockFileSystem {
   std::optional<std::string> label;  // in udev's encoded form
 };
 
-// A player of a MockMachine: what it is, and where it is while it is plugged in.
+// A player of a MockMachine: its properties, and its place while it is plugged in.
 struct MockPlayer : contract::PlayerWish {
   std::optional<MockFileSystem> fileSystem = MockFileSystem();
   bool isPlugged = false;
@@ -85,9 +84,9 @@ struct MockPlayer : contract::PlayerWish {
   int minor = 0;
 };
 
-// A machine without hardware: a sysfs and a udev of the test's own, from which libudev reads and
-// receives as if they were real, with players, file systems that know only what they are called,
-// and a mount table. One at a time; main thread.
+// A machine without hardware: a sysfs and a udev of the test, which libudev reads as if they were
+// real, with players, file systems that have only names, and a mount table. One at a time; main
+// thread.
 class MockMachine {
  public:
   using Properties = std::map<std::string, std::string>;
@@ -97,13 +96,13 @@ class MockMachine {
   MockMachine(const MockMachine&) = delete;
   MockMachine& operator=(const MockMachine&) = delete;
 
-  // A player comes and goes, and udev tells of it. The first disk is "sdb" (8:16), of sequence
+  // Plugs a player in or out, and udev reports it. The first disk is "sdb" (8:16) with the sequence
   // number 101.
   MockPlayer& plug(const std::string& name);
   void pull(const std::string& name);
   // Players are made by being named.
   MockPlayer& player(const std::string& name) { return players_[name]; }
-  // The plugged player whose disk or partition that is; null for none.
+  // The plugged player with this disk or partition; null for none.
   MockPlayer* byBlock(const std::string& blockName);
 
   void setFileSystem(MockPlayer& player, const std::optional<MockFileSystem>& fileSystem);
@@ -119,16 +118,15 @@ class MockMachine {
   void unmount(int minor);
   bool isMounted(int minor) const;
 
-  // Single devices, of which udev tells when it is asked to. Each returns its path in sysfs.
-  //
-  // A whole USB device, of no class of its own unless the attributes say one. The parent is another
-  // one's path or empty.
+  // Single devices, which udev reports on request. Each function returns the path in sysfs. A whole
+  // USB device, whose class is 0 unless the attributes have one. The parent is another device's
+  // path or empty.
   std::string addUsb(const std::string& portName, std::uint32_t bus, std::uint32_t number,
                      const Properties& attributes = {}, const std::string& parent = "");
   // A SCSI unit below a USB device (or anything). Type 0 is a disk, 5 a CD-ROM.
   std::string addUnit(const std::string& usbPath, int host, int unit, const std::string& type = "0",
                       const std::string& inquiry = "", const std::string& vendor = "ACTIONS ");
-  // The disk of a unit, with a sequence number of its own. Node number 8:minor.
+  // The disk of a unit, with a new sequence number. Node number 8:minor.
   std::string addDisk(const std::string& unitPath, const std::string& name, int minor,
                       std::int64_t sizeMiB = 1);
   // A device of any kind.
@@ -137,12 +135,12 @@ class MockMachine {
   // A node in /dev, which can be opened and holds nothing.
   void addNode(const std::string& name) const;
   void setAttribute(const std::string& sysPath, const std::string& name, const std::string& value);
-  // Has udev tell of a device.
+  // Has udev report a device.
   void tell(const std::string& sysPath, const std::string& action);
   // Takes the device and all below it out of sysfs, without an event.
   void remove(const std::string& sysPath);
 
-  // Marks a device ("b8:16") as one that udev has looked at, with what it has found.
+  // Marks a device ("b8:16") as one that udev has looked at, with these results.
   void setUdevDatabase(const std::string& id, const Properties& found = {}) const;
   void removeUdevDatabase(const std::string& id) const;
   static std::string usbDatabaseId(std::uint32_t bus, std::uint32_t number);
@@ -172,7 +170,7 @@ class MockMachine {
   std::uint64_t lastSequence_ = 100;
 };
 
-// What udev writes into its database for a file system; nothing for none.
+// udev's database entries for a file system; none for no file system.
 MockMachine::Properties databaseOf(const std::optional<MockFileSystem>& fileSystem);
 
 }  // namespace fillstation::test

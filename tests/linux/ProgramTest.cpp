@@ -10,7 +10,7 @@
 namespace fillstation::test {
 
 // The program that users run, without a bus, UDisks2 and its agent.
-TEST(ProgramTest, OnAMachineThatLacksWhatItNeedsItStartsSaysSoAndEndsWell) {
+TEST(ProgramTest, WithoutTheServicesItNeedsItStartsReportsThemAndEndsNormally) {
   const TempFolder elsewhere;
   const TempFolder home;
   std::filesystem::create_directory(elsewhere.path("bin"));
@@ -67,7 +67,7 @@ Answer answerTo(const QString& word, const char* platform) {
           program.readAllStandardError().toStdString()};
 }
 
-TEST(ProgramTest, TellsItsVersionAndOptionsWithoutADisplayAndRefusesOtherWords) {
+TEST(ProgramTest, PrintsItsVersionAndOptionsWithoutADisplayAndRefusesOtherWords) {
   EXPECT_EQ(answerTo("--version", "none"), Answer(0, "fillstation " FILLSTATION_VERSION "\n", ""));
   const auto [status, help, said] = answerTo("--help", "none");
   EXPECT_EQ(status, 0);

@@ -11,11 +11,11 @@ namespace {
 
 using Kind = AgentReply::Kind;
 
-// What the authority, or its helper, may ask of an agent at the wrong time or in the wrong way.
+// Requests of the authority, or its helper, to an agent at the wrong time or in the wrong way.
 class ScriptAuthorityTest : public ScriptBoxTest {
  protected:
-  // Calls a method of every connection's agent in the authority's name; the answers, the errors of
-  // those that are no agents left out.
+  // Calls a method of every connection's agent in the authority's name; returns the answers,
+  // without the errors of connections that are no agents.
   static std::string callAgents(const std::string& method) {
     shell(
         "for name in $(gdbus call --system --dest org.freedesktop.DBus --object-path / --method "
@@ -26,8 +26,8 @@ class ScriptAuthorityTest : public ScriptBoxTest {
         method + " 2>&1; done | grep -v UnknownMethod >/run/box/answers; true");
     return read("/run/box/answers");
   }
-  // A request as the authority would make it, before pkexec's own; what becomes of that one.
-  // Without numbers of the processes, for the right ones.
+  // A request like the authority's, sent before pkexec's own; returns the result of pkexec's. Uses
+  // the right process numbers unless others are given.
   static Kind kindAfter(const std::string& caller, const std::string& subject,
                         const std::string& identities) {
     shell("rm -f /run/box/asked /run/box/go");
@@ -178,7 +178,7 @@ TEST_F(ScriptAuthorityTest, OnlyAServedHelperThatSaidNothingIsAskedOnceMore) {
   }
 }
 
-// What must not happen while a call is under way, with the real polkit and pkexec.
+// Events that must not happen during a call, with the real polkit and pkexec.
 class ScriptSafetyTest : public ScriptBoxTest {};
 
 TEST_F(ScriptSafetyTest, NothingOfTheWindowsEnvironmentReachesTheAgentsChildren) {
@@ -214,7 +214,7 @@ TEST_F(ScriptSafetyTest, AWindowThatEndsCancelsTheAuthentication) {
   expectNothingRan();
 }
 
-TEST_F(ScriptSafetyTest, AnAuthorityThatGoesDuringTheAuthenticationRunsNothing) {
+TEST_F(ScriptSafetyTest, AnAuthorityThatEndsDuringTheAuthenticationRunsNothing) {
   slowPam();
   const auto window = startCall();
   shell("kill -KILL $(pidof polkitd)");
@@ -242,14 +242,14 @@ TEST_F(ScriptSafetyTest, APasswordThatIsNotAskedForHasNotBeenChecked) {
   expectNothingRan();
 }
 
-TEST_F(ScriptSafetyTest, ARuleThatLetsEverybodyPassDoesNotReplaceThePassword) {
+TEST_F(ScriptSafetyTest, ARuleThatAllowsEverybodyDoesNotReplaceThePassword) {
   writeFile("/etc/polkit-1/rules.d/00-yes.rules",
             "polkit.addRule(function(action, subject) { return polkit.Result.YES; });\n");
   EXPECT_EQ(runAs("tester", {"boss", "wrong", "touch /run/box/ran"}).kind, Kind::notChecked);
   expectNothingRan();
 }
 
-TEST_F(ScriptSafetyTest, ASystemThatAsksForMoreOrForNothingIsToldApart) {
+TEST_F(ScriptSafetyTest, ASystemThatAsksForMoreOrForNothingHasItsOwnError) {
   setPam("auth required pam_unix.so\nauth optional pam_ftp.so");
   EXPECT_EQ(runAs("tester", bossCall()).kind, Kind::needsMore);
   setPam("auth required pam_deny.so");

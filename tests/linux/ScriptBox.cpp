@@ -99,10 +99,9 @@ std::string whyNot() {
   return {};
 }
 
-// Runs this very program in a box of its own, with what it was given and one case to run; its exit
-// status.
+// Runs this program in a separate box, with its arguments and one case; returns its exit status.
 int runInBox(const std::vector<std::string>& given, const std::string& filter) {
-  // Whoever ends this process, as a time-out does, ends the box as well.
+  // If this process is killed, as a time-out does, the box ends too.
   std::vector<std::string> words{"setpriv",      "--pdeathsig",   "KILL",    "unshare",
                                  "--mount",      "--pid",         "--fork",  "--kill-child",
                                  "--mount-proc", "--propagation", "private", "/bin/sh",
@@ -110,7 +109,7 @@ int runInBox(const std::vector<std::string>& given, const std::string& filter) {
   words.insert(words.end(), given.begin(), given.end());
   words.push_back("--gtest_filter=" + filter);
   pid_t child = 0;
-  // Our own streams, which show what becomes of the case.
+  // Our own streams, which show the case's output.
   ChildSetup setup;
   setup.hand(1, 1);
   setup.hand(2, 2);

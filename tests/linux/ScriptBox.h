@@ -18,8 +18,8 @@
 
 namespace fillstation::test {
 
-// Of boss, another one in every box: what is found with it there was left by the program under test
-// and by no other program of this machine. Empty outside.
+// The password of boss, different in every box: where it is found, the program under test has left
+// it, and no other program of this machine. Empty outside a box.
 const std::string& bossPassword();
 
 // One call that a window makes.
@@ -40,7 +40,7 @@ class Window {
 
   // Of the calls, in order; waits for all of them.
   std::vector<AgentReply> replies();
-  // Tells it that the program is ending.
+  // Reports that the program is ending.
   void stop() { process_.fallSilent(); }
   // Ends the process as an accident would.
   void kill() { ::kill(process_.process(), SIGKILL); }
@@ -53,8 +53,8 @@ class Window {
 // The one reply to one call of tester's.
 AgentReply runAs(const std::string& user, const Call& call);
 
-// A block device made of a file, in a box whose /run/box/loop-control leads to the kernel's. Gone
-// when nobody has it open any more. A plain value.
+// A block device made of a file, in a box whose /run/box/loop-control is the kernel's. It vanishes
+// when it is closed. A plain value.
 struct LoopDevice {
   // Makes it of an open file. Number 0 and no device when that can't be.
   static LoopDevice of(int file);
@@ -70,10 +70,10 @@ struct LoopDevice {
 // Why there is no box, empty when there is one.
 std::string& boxRefusal();
 
-// A test that needs the box; without it (no root, no tools) it says so and is skipped.
+// A test that needs the box; without it (no root, no tools) it is skipped with the reason.
 class ScriptBoxTest : public testing::Test {
  public:
-  // What a file holds; nothing when it can't be read.
+  // The contents of a file; empty if it can't be read.
   static std::string read(const std::string& path) { return contentOf(path); }
 
  protected:
@@ -109,7 +109,7 @@ class ScriptBoxTest : public testing::Test {
   static void awaitFile(const std::string& path) {
     await([&] { return exists(path); }, path);
   }
-  // The processes whose command lines begin so, or hold it anywhere.
+  // The processes whose command lines begin with the text, or contain it.
   static std::vector<pid_t> processes(const std::string& words, bool anywhere = false) {
     std::vector<pid_t> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
@@ -140,12 +140,11 @@ class ScriptBoxTest : public testing::Test {
     return window;
   }
   static void expectNothingRan() { EXPECT_FALSE(exists("/run/box/ran")); }
-  // What polkit's helper asks of PAM, instead of the password alone.
+  // The PAM configuration of polkit's helper, in place of the password alone.
   static void setPam(const std::string& lines) {
     writeFile("/etc/pam.d/polkit-1", lines + "\naccount required pam_unix.so\n");
   }
-  // Has the check of a password, or another step of PAM, tell in /run/box/asked that it was asked,
-  // and wait for /run/box/go.
+  // Makes the password check, or another PAM step, create /run/box/asked and wait for /run/box/go.
   static void slowPam(const std::string& step = "auth") {
     writeScript("/run/box/slow",
                 "touch /run/box/asked; until [ -e /run/box/go ]; do sleep 0.02; done");
@@ -154,10 +153,10 @@ class ScriptBoxTest : public testing::Test {
   }
 };
 
-// Runs this very program again for each case that it was asked for, each in a box of its own, and
-// returns the exit status of all. None in a box, when cases are only listed, and when there can't
-// be a box here, for which boxRefusal() then has the reason: go on with the cases. After
-// testing::InitGoogleTest(); argv as it was before. `obstacle` is a reason of the program's own,
+// Runs this program again for each selected case, each in a separate box, and returns the exit
+// status of all. Returns none inside a box, when cases are only listed, and when there can be no
+// box here (boxRefusal() then has the reason): continue with the cases. Call it after
+// testing::InitGoogleTest(); argv as it was before. `obstacle` is another reason against a box,
 // empty for none.
 std::optional<int> runInBoxes(int argc, char** argv, const std::string& obstacle = {});
 

@@ -22,8 +22,7 @@ namespace {
 void shell(const std::string& command) { EXPECT_EQ(std::system(command.c_str()), 0) << command; }
 
 // The Linux back end in a box of script_box.sh: the real polkit and pkexec run the commands on
-// block devices made of files, which the machine that isn't real says to be players. Once per box,
-// as root.
+// block devices made of files, which the fake machine presents as players. Once per box, as root.
 class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
  public:
   BoxBackEnd()
@@ -32,7 +31,7 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
             [this](const DiskIdentity& player) { known.spared(player); }) {
     platform().workers = &workers;
     udisks.handler = [this](const test::UDisksCall& call) { return obeyAndMount(call); };
-    // What the box's root sees: this machine's devices, and nodes that nobody outside has.
+    // The view of the box's root: this machine's devices, and nodes that exist only inside.
     shell("sh '" BOX_DISKS_SCRIPT "' '" + sysPath("") + "'");
   }
   ~BoxBackEnd() override { platform() = {}; }
@@ -109,7 +108,7 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
     return static_cast<std::int64_t>(size);
   }
 
-  // Runs a command and then has udev notice what has become of the disk.
+  // Runs a command, and then has udev notice the change of the disk.
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) override {
     auto outcome = polkit_.run(source, target);
     mainThread.post([this, node = target.node] { notice(node); });
@@ -126,7 +125,7 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
     return std::string(std::getenv("UMOCKDEV_DIR")) + "/sys" + below;
   }
 
-  // The mount table of the box shows what the machine has mounted.
+  // The box's mount table shows the fake machine's mounts.
   static void mount(const std::string& disk) {
     shell("mkdir -p /run/box/" + disk + "; mount -t tmpfs /dev/" + disk + " /run/box/" + disk);
   }

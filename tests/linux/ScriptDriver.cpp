@@ -14,7 +14,7 @@ using namespace fillstation;
 
 namespace {
 
-// A call by this name holds a whole script for the port, whose outcome is put into a reply.
+// A call with this name contains a whole script for the port; its outcome becomes a reply.
 constexpr const char* kScript = "script";
 
 AgentReply replyOf(const ScriptOutcome& outcome) {

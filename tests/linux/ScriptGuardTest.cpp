@@ -21,9 +21,9 @@ constexpr const char* kGone = "The device has gone.";
 constexpr const char* kMounted = "The disk is mounted.";
 constexpr const char* kNoPlayer = "The disk is not a player.";
 constexpr const char* kInUse = "The disk is in use.";
-const std::string kMarked(65536, 'x');  // what a node holds at first
+const std::string kMarked(65536, 'x');  // the first contents of a node
 
-// What the tests' own commands work with, in the system's folder.
+// The tools of the tests' commands, in the fake system's folder.
 constexpr const char* kWorld = R"sh(
 usb=sys/devices/usb1/1-2
 scsi=$usb/sdz/host0/0:0:0:0
@@ -57,9 +57,9 @@ mounted() {  # MAJOR:MINOR SOURCE
 }
 )sh";
 
-// The guard on a system of folders and files, without root: a file with the sticky bit stands for
-// a block device, and small scripts for the tools that would ask the kernel about it. The script
-// itself is the real one but for its first lines and two tests of a file's type.
+// The guard on a fake system of folders and files, without root: a file with the sticky bit is a
+// block device, and small scripts replace the tools that would query the kernel. The script is the
+// real one, except for its first lines and two checks of a file's type.
 class GuardRig {
  public:
   GuardRig() {
@@ -84,7 +84,7 @@ class GuardRig {
   std::string node(const std::string& name = "sdz") const { return path("dev/" + name); }
   std::string content(const std::string& name = "sdz") const { return contentOf(node(name)); }
 
-  // Runs it in the system's folder, with what there is in kWorld.
+  // Runs it in the system's folder, on the contents of kWorld.
   void sh(const std::string& commands) const {
     const std::string line = "cd '" + path(".") + "'; set -e" + kWorld + commands;
     EXPECT_EQ(std::system(line.c_str()), 0) << commands;
@@ -102,7 +102,7 @@ class GuardRig {
   static std::string writesFat() {
     return "printf FAT32 | /usr/bin/dd of=\"$2\" conv=notrunc status=none";
   }
-  // What the script says of the time to wait, in seconds.
+  // The waiting time in the script, in seconds.
   void setPatience(int seconds) { replace("+ 15)", "+ " + std::to_string(seconds) + ")"); }
 
   // Of the player, or of the same by another name.
@@ -155,7 +155,7 @@ TEST_F(ScriptGuardTest, ThePlayersHeadIsWiped) {
   EXPECT_EQ(logged(), "");
 }
 
-TEST_F(ScriptGuardTest, ThePlayerIsFormattedAfterItsTableWasReadAnew) {
+TEST_F(ScriptGuardTest, ThePlayerIsFormattedAfterItsTableWasReadAgain) {
   const auto result = run(kFormat);
   EXPECT_EQ(result.exitStatus, 0) << result.err;
   EXPECT_TRUE(content().starts_with("FAT32x"));
@@ -212,7 +212,7 @@ TEST_F(ScriptGuardTest, ADiskUnderAnotherBlockDeviceIsRefused) {
   expectUntouched(kInUse);
 }
 
-TEST_F(ScriptGuardTest, ADiskThatSomebodyHasClaimedIsNotWiped) {
+TEST_F(ScriptGuardTest, AClaimedDiskIsNotWiped) {
   addTool("perl", "exit 1");
   expectRefused(kWipe, kInUse);
   EXPECT_EQ(content(), kMarked);
@@ -237,7 +237,7 @@ TEST_F(ScriptGuardTest, ASystemThatIsNotAsItWasIsRefused) {
   }
 }
 
-TEST_F(ScriptGuardTest, WhatCantBeReadIsRefused) {
+TEST_F(ScriptGuardTest, UnreadableFactsAreRefused) {
   const std::vector<std::pair<std::string, std::string>> changes = {
       {"partition sdz1 8:401; rm $disk/sdz1/dev", kGone},
       {"rm proc/self/mountinfo", "The mount table is missing."},
@@ -248,13 +248,13 @@ TEST_F(ScriptGuardTest, WhatCantBeReadIsRefused) {
     rig.sh(commands);
     const auto result = rig.run(kWipe);
     EXPECT_EQ(result.exitStatus, kGuardRefusal);
-    // Behind what the system says of it.
+    // After the system's message.
     EXPECT_TRUE(result.err.ends_with(why + "\n")) << result.err;
     EXPECT_EQ(rig.content(), kMarked);
   }
 }
 
-TEST_F(ScriptGuardTest, WhatIsOfOthersDoesntMatter) {
+TEST_F(ScriptGuardTest, OtherDisksDontMatter) {
   for (const char* commands :
        {"mounted 8:40 /dev/sdzz; mounted 8:4001 /dev/sd; mounted 18:400 /dev/sdz3; "
         "printf 'Filename\tType\n/dev/sdzz file\n/dev/sdz3 partition\n' >proc/swaps",
@@ -269,8 +269,8 @@ TEST_F(ScriptGuardTest, WhatIsOfOthersDoesntMatter) {
   }
 }
 
-// A shell takes it for a pattern of paths unless it is told not to.
-TEST_F(ScriptGuardTest, ALineOfTheMountTableIsReadAsItStands) {
+// By default a shell takes it for a pattern of paths.
+TEST_F(ScriptGuardTest, ALineOfTheMountTableIsReadUnchanged) {
   const std::string line = path("40") + " 22 0:60 / /media/x rw - vfat /dev/sd";
   std::filesystem::create_directories(line + "z rw");
   sh("echo '" + line + "? rw' >proc/self/mountinfo");
@@ -295,7 +295,7 @@ TEST_F(ScriptGuardTest, ANodeSwappedBetweenCheckAndFormatDoesNotRedirectTheWrite
   EXPECT_TRUE(content("linked").starts_with("FAT32x"));
 }
 
-TEST_F(ScriptGuardTest, ANodeThatVanishesBeforeTheWriteIsNotMadeAnew) {
+TEST_F(ScriptGuardTest, ANodeThatVanishesBeforeTheWriteIsNotCreated) {
   addTool("dd", "rm '" + node() + "'\nexec /usr/bin/dd \"$@\"");
   run(kWipe);
   EXPECT_FALSE(std::filesystem::exists(node()));
@@ -307,7 +307,7 @@ TEST_F(ScriptGuardTest, ARegularFileInTheNodesPlaceIsRemovedAndTheCommandHasFail
   EXPECT_FALSE(std::filesystem::exists(node()));
 }
 
-TEST_F(ScriptGuardTest, TheCommandsOwnFailureComesBack) {
+TEST_F(ScriptGuardTest, TheCommandsFailureIsReturned) {
   addTool("dd", "echo full >&2; exit 1");
   addTool("mkfs.fat", "echo broken >&2; exit 5");
   EXPECT_EQ(run(kWipe).exitStatus, 1);
@@ -336,7 +336,7 @@ TEST_F(ScriptGuardTest, PartitionsThatStayAreRefusedInTheEnd) {
   EXPECT_EQ(logged(), "blockdev --rereadpt /dev/fd/9\n");
 }
 
-TEST_F(ScriptGuardTest, ADiskWhoseTableCantBeReadAnewIsFormattedWhenItHasNoPartitions) {
+TEST_F(ScriptGuardTest, ADiskWhoseTableCantBeReadAgainIsFormattedIfItHasNoPartitions) {
   addTool("blockdev", log("blockdev") + "echo no >&2; exit 1");
   setPatience(0);
   const auto result = run(kFormat);
@@ -345,7 +345,7 @@ TEST_F(ScriptGuardTest, ADiskWhoseTableCantBeReadAnewIsFormattedWhenItHasNoParti
   EXPECT_EQ(logged(), "blockdev --rereadpt /dev/fd/9\nmkfs.fat -F32 /dev/fd/9\n");
 }
 
-TEST_F(ScriptGuardTest, WhatChangesDuringTheWaitIsRefused) {
+TEST_F(ScriptGuardTest, AChangeDuringTheWaitIsRefused) {
   addTool("blockdev",
           "echo '40 22 8:400 / /media/x rw - vfat x rw' >>'" + path("proc/self/mountinfo") + "'");
   expectRefused(kFormat, kMounted);

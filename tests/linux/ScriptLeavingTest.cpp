@@ -8,7 +8,8 @@
 namespace fillstation::test {
 namespace {
 
-// What runs as root, and is left when the window ends at one moment of a run.
+// The commands that run as root, and the processes that are left, when the window ends at a certain
+// moment of a run.
 class ScriptLeavingTest : public ScriptWindowTest,
                           public ::testing::WithParamInterface<LeavingCase> {
  protected:

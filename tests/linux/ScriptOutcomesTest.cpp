@@ -16,20 +16,20 @@ constexpr int kFilesOfSanitizer = 2;
 constexpr int kFilesOfSanitizer = 0;
 #endif
 
-// What becomes of one call in every situation, with the real polkit and pkexec. The window is
-// tester's, who is no administrator, unless said otherwise.
+// The outcome of one call in every situation, with the real polkit and pkexec. By default the
+// window runs as tester, who is no administrator.
 class ScriptOutcomesTest : public ScriptBoxTest {
  protected:
   static AgentReply runAsBoss(const std::string& command = "touch /run/box/ran") {
     return runAs("tester", bossCall(command));
   }
   static void pretendPkexec(const std::string& script) { replaceTool("/usr/bin/pkexec", script); }
-  // Has a command of the shell change what the agents inherit.
+  // Runs a shell command before each agent, which inherits its effects.
   static void beforeAgents(const std::string& command) {
     shell("[ -e /run/box/real-agent ] || mv /run/box/agent /run/box/real-agent");
     writeScript("/run/box/agent", command + "\nexec /run/box/real-agent");
   }
-  // Boss's call says why it can't run; the system may say more.
+  // The reason why boss's call can't run; the system may add more.
   static void expectUnavailable(const std::string& why) {
     const auto reply = runAsBoss();
     EXPECT_EQ(reply.kind, Kind::unavailable);
@@ -39,7 +39,7 @@ class ScriptOutcomesTest : public ScriptBoxTest {
   }
 };
 
-TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRootWhoeverTheWindowsUserIs) {
+TEST_F(ScriptOutcomesTest, TheRightAdministratorsCommandRunsAsRootForEveryWindowsUser) {
   for (const char* user : {"tester", "boss"}) {
     const auto reply = runAs(user, bossCall("id -u; id -un; pwd; umask; echo to err >&2"));
     EXPECT_EQ(reply.kind, Kind::ended) << reply.err;
@@ -78,7 +78,7 @@ TEST_F(ScriptOutcomesTest, ARootShellThatNeverRunsHasNoCommand) {
   EXPECT_EQ(runAsBoss("true").kind, Kind::unavailable);
 }
 
-TEST_F(ScriptOutcomesTest, AShellThatGoesWhileTheCommandIsSentHasAStatusAllTheSame) {
+TEST_F(ScriptOutcomesTest, AShellThatEndsWhileTheCommandIsSentHasAStatus) {
   pretendPkexec(
       "exec /run/box/real-pkexec --disable-internal-agent /bin/sh -c "
       "\"echo 'fillstation: ready'; head -c 1 >/dev/null; exit 5\"");
@@ -87,7 +87,7 @@ TEST_F(ScriptOutcomesTest, AShellThatGoesWhileTheCommandIsSentHasAStatusAllTheSa
   EXPECT_EQ(reply.exitStatus, 5);
 }
 
-TEST_F(ScriptOutcomesTest, TheCommandsOwnExitStatusComesBack) {
+TEST_F(ScriptOutcomesTest, TheCommandsExitStatusIsReturned) {
   for (const int status : {3, 125, 126, 127, 255}) {
     const auto reply = runAsBoss("echo so; echo why >&2; exit " + std::to_string(status));
     EXPECT_EQ(reply.kind, Kind::ended) << status;
@@ -125,7 +125,7 @@ TEST_F(ScriptOutcomesTest, WithoutPkexecPolkitOrBusThereIsAnError) {
   expectUnavailable("polkit can't be reached: Could not connect");
 }
 
-TEST_F(ScriptOutcomesTest, WhatPkexecSaysOfItsOwnFailureComesBack) {
+TEST_F(ScriptOutcomesTest, PkexecsOwnErrorMessageIsReturned) {
   writeFile("/etc/polkit-1/rules.d/00-no.rules",
             "polkit.addRule(function(action, subject) { return polkit.Result.NO; });\n");
   const auto reply = runAsBoss();
@@ -154,7 +154,7 @@ TEST_F(ScriptOutcomesTest, AnAgentWithoutFilesLeftToOpenSaysSo) {
   EXPECT_GE(told, 9 - 1 - kFilesOfSanitizer);
 }
 
-TEST_F(ScriptOutcomesTest, AnAgentThatIsNotToldWhoAsksEndsAtOnce) {
+TEST_F(ScriptOutcomesTest, AnAgentWithoutCredentialsEndsAtOnce) {
   for (const bool namesUser : {false, true}) {
     Person agent({"/run/box/agent"}, "/dev/null");
     if (namesUser) {
@@ -181,8 +181,8 @@ TEST_F(ScriptOutcomesTest, TwiceAsManyAsPolkitServesAtOnceAllHaveTheirOutcome) {
   expectNothingRan();
 }
 
-// What a person may type into the two fields, and what becomes of it with the real polkit: it is
-// taken as it is or refused, and nothing of it is ever interpreted.
+// Possible texts in the two fields, and their outcome with the real polkit: a text is accepted
+// unchanged or refused, never interpreted.
 class ScriptCredentialsTest : public ScriptBoxTest {
  protected:
   // The device is none: after the credentials were accepted, that is the refusal.
@@ -216,7 +216,7 @@ class ScriptCredentialsTest : public ScriptBoxTest {
   const std::string& word = bossPassword();
 };
 
-TEST_F(ScriptCredentialsTest, TheRightOnesAreAcceptedWhateverTheyHold) {
+TEST_F(ScriptCredentialsTest, TheRightOnesAreAcceptedWithAnyCharacters) {
   expect(kAccepted, {"boss"}, {word});
   expect(kAccepted, {"second"}, {"Grüße mit Umläuten"});
   expect(kAccepted, {"third"}, {std::string(510, 'x')});

@@ -23,7 +23,7 @@ void expectFailure(const ScriptOutcome& outcome, std::int64_t number, const std:
   EXPECT_EQ(outcome.errorMessage, message);
 }
 
-// The runner over an agent that does as it is told.
+// The runner over an agent that behaves as the user name says.
 class ScriptRunnerTest : public FakeAgentTest {
  protected:
   ScriptRunnerTest() { platform().workers = &workers_; }

@@ -24,7 +24,8 @@
 #include "PolkitScriptRunner.h"
 #include "ScriptWindow.h"
 
-// A change of the user as on a system whose fs.suid_dumpable is 1: the process can be dumped again.
+// A change of the user like on a system whose fs.suid_dumpable is 1: the process can be dumped
+// again.
 extern "C" int setresuid(uid_t real, uid_t effective, uid_t saved) noexcept {
   const auto result = static_cast<int>(::syscall(SYS_setresuid, real, effective, saved));
   ::prctl(PR_SET_DUMPABLE, 1);
@@ -34,13 +35,13 @@ extern "C" int setresuid(uid_t real, uid_t effective, uid_t saved) noexcept {
 namespace fillstation::test {
 namespace {
 
-// Refused by the system, and by us before anybody is asked; of this very process, as boss's is of
-// its box: in no source, and so in nothing that a compiler at work nearby writes.
+// One is refused by the system, one by us before the system is asked. Random in each process, as
+// boss's is in each box: so no source file has them, and no file of a compiler that runs nearby.
 const std::string kWrongPassword = "an unlikely guess " + std::to_string(std::random_device()());
 const std::string kQuotedPassword = "a \"quoted\" guess " + std::to_string(std::random_device()());
 const std::vector<std::string> kSecrets = {bossPassword(), kWrongPassword, kQuotedPassword};
 
-// What the root shell is given to run holds it.
+// A part of the root shell's command.
 constexpr const char* kPartOfCommand = "check_holders";
 
 // The passwords that a text shows.
@@ -83,7 +84,7 @@ class ProcessWatch {
   std::jthread thread_;
 };
 
-// Everybody who looks while a run is under way in the window.
+// The observers during a run in the window.
 class ScriptSecretsTest : public ScriptWindowTest {
  protected:
   void SetUp() override {
@@ -100,8 +101,8 @@ class ScriptSecretsTest : public ScriptWindowTest {
     }
   }
 
-  // Has a process write to the file what is sent to the socket, as the journal does, or the older
-  // log.
+  // Makes a process write everything that is sent to the socket to the file, as the journal or the
+  // older log does.
   static void keepLog(const std::string& socket, const std::string& file) {
     shell("mkdir -p $(dirname " + socket + R"(); python3 -c '
 import os, socket, sys
@@ -113,7 +114,7 @@ with open(sys.argv[2], "ab", 0) as file:
         file.write(log.recv(65536))' )" +
           socket + " " + file + " & until [ -e " + file + " ]; do sleep 0.02; done");
   }
-  // What is left of the run so far where others may look.
+  // The traces of the run so far in readable places.
   void expectNothingShown(const std::string& when) {
     for (const char* log : {kJournal, kSystemsLog}) {
       EXPECT_EQ(secretsIn(read(log)), std::vector<std::string>()) << when << log;
@@ -166,7 +167,7 @@ TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
   EXPECT_TRUE(person->ask({"alert"}, "Process Completed."));
   expectNothingShown("completed");
   await([] { return read(kJournal).find("done\n") != std::string::npos; }, "the journal");
-  // pkexec tells the system's log who ran what.
+  // pkexec writes to the system's log who ran a command.
   await([] { return read(kSystemsLog).find("pkexec") != std::string::npos; }, "the log");
 }
 
@@ -212,10 +213,10 @@ TEST_F(ScriptSecretsTest, APasswordInAFileIsFound) {
   EXPECT_EQ(filesWithSecrets(), "/run/box/home/core\n");
 }
 
-// What the programs of a user may learn of his other ones.
+// The accesses of a user's programs to the user's other programs.
 class ScriptPrivacyTest : public ScriptSecretsTest {
  protected:
-  // Runs it in a process of its own; its answer.
+  // Runs it in a separate process; returns its answer.
   static int inChild(const std::function<int()>& look) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -276,7 +277,7 @@ TEST_F(ScriptPrivacyTest, TheUsersOtherProgramsCantLookIntoWindowOrAgent) {
 }
 
 TEST_F(ScriptPrivacyTest, AnotherProgramOfTheUsersIsAnOpenBook) {
-  // What the looks above would see of a window that doesn't hide.
+  // What these observers see of a window that doesn't protect itself.
   shell("cp /bin/sleep /run/box/plain");
   Person plain(
       {"setpriv", "--reuid=tester", "--regid=nogroup", "--clear-groups", "/run/box/plain", "1000"},
@@ -285,7 +286,7 @@ TEST_F(ScriptPrivacyTest, AnotherProgramOfTheUsersIsAnOpenBook) {
   EXPECT_EQ(looksInto(plain.process()), 6);
 }
 
-TEST_F(ScriptPrivacyTest, TheAgentOfRootsWindowStaysClosedWhateverTheSystemsSetting) {
+TEST_F(ScriptPrivacyTest, TheAgentOfRootsWindowStaysClosedWithEverySystemSetting) {
   EXPECT_EQ(inChild([] {
               agent::harden();
               return agent::leaveRoot() ? ::prctl(PR_GET_DUMPABLE) : 99;
@@ -297,8 +298,8 @@ TEST_F(ScriptPrivacyTest, ACrashLeavesNoCore) {
   const auto person = openChecking();
   const auto agents = processes("/run/box/agent");
   ASSERT_EQ(agents.size(), 1U);
-  // A core that goes to a pipe leaves no file here. The kernel makes none of what it keeps from the
-  // agent's own user, to whom the agent would belong otherwise.
+  // A core that goes to a pipe leaves no file here. The kernel makes none of data that it protects
+  // from the agent's own user; otherwise the agent would belong to that user.
   struct stat status {};
   ASSERT_EQ(::stat(("/proc/" + std::to_string(agents.front()) + "/maps").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, 0U);

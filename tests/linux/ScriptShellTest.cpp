@@ -57,7 +57,7 @@ struct Line {
   FileHandle other;
 };
 
-// What arrives of such a beginning of all that a call sends, and the end.
+// What arrives of a call that is cut off after this many bytes, and its end.
 template <class Send, class Receive>
 auto receivedOf(std::size_t bytes, const Send& send, const Receive& receive) {
   Line whole;
@@ -99,7 +99,7 @@ TEST_F(ScriptProtocolTest, ATextThatClaimsToBeEndlessIsNone) {
   }
 }
 
-TEST_F(ScriptProtocolTest, SendingToNobodyFailsWithoutASignal) {
+TEST_F(ScriptProtocolTest, SendingWithoutAReceiverFailsWithoutASignal) {
   line_.other = FileHandle();
   EXPECT_FALSE(sendText(line_.one.get(), "text"));
   EXPECT_FALSE(sendReply(line_.one.get(), {}));
@@ -190,7 +190,7 @@ TEST_F(ScriptShellTest, WithoutFilesLeftToOpenNoAgentIsStarted) {
   ::setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "The agent program can't be started: Too many open files");
-  // What is open stays so.
+  // Open descriptors stay open.
   EXPECT_NE(::fcntl(0, F_GETFD), -1);
 }
 
@@ -207,7 +207,7 @@ TEST_F(ScriptShellTest, NoMoreThan32AreAuthenticatedAtOnce) {
   runMany(36, "crowd", "32");
   const std::string all = noted();
   EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 2 * 36);
-  // What the first of them saw, before any had left.
+  // The first agent's view, before any had left.
   std::smatch seen;
   ASSERT_TRUE(std::regex_search(all, seen, std::regex("(^|\n)([0-9]+)\n")));
   EXPECT_EQ(seen[2], "32");

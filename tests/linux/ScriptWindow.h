@@ -32,7 +32,7 @@ class ScriptWindowTest : public ScriptBoxTest {
     slowTool("/usr/bin/dd", "wiping");
   }
 
-  // Has a tool tell by the file /run/box/NAME that it was started, and wait for /run/box/go-NAME.
+  // Makes a tool create /run/box/NAME at its start, and wait for /run/box/go-NAME.
   static void slowTool(const std::string& tool, const std::string& name) {
     replaceTool(tool, "touch /run/box/" + name + "; until [ -e /run/box/go-" + name +
                           " ]; do sleep 0.02; done; exec /run/box/real-${0##*/} \"$@\"");
@@ -76,7 +76,7 @@ class ScriptWindowTest : public ScriptBoxTest {
   LoopDevice loop_;
 
  private:
-  // The bench's image as /dev/vp0, which the box's /sys says to be the first player of USB bus 1.
+  // The bench's image as /dev/vp0, which the box's /sys presents as the first player of USB bus 1.
   void makePlayer() {
     BenchPlayerPlan plan;
     plan.name = "a";
@@ -93,7 +93,7 @@ class ScriptWindowTest : public ScriptBoxTest {
         number + " >usb/vp0/dev; ln -s ../../usb/vp0 dev/block/" + number +
         "; mknod /dev/vp0 b 7 " + std::to_string(loop_.number));
   }
-  // What ThreadSanitizer is told, for a user who can't read the project's folder.
+  // The options of ThreadSanitizer for a user who can't read the project's folder.
   static std::string sanitizerOptions() {
     const char* const told = std::getenv("TSAN_OPTIONS");
     std::string options = told != nullptr ? told : "";

@@ -18,7 +18,7 @@ class SessionInstanceTest : public ::testing::Test {
     return std::make_unique<SessionInstance>(
         [&](const QString& /*name*/) { return bus.connect(connection); });
   }
-  // Whether it is to go on; what others do meanwhile is done.
+  // Whether it continues; messages of others are handled meanwhile.
   static bool claims(SessionInstance& instance) {
     auto claim = std::async(std::launch::async, [&instance] { return instance.claim(); });
     while (claim.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
@@ -30,7 +30,7 @@ class SessionInstanceTest : public ::testing::Test {
   PrivateBus bus;
 };
 
-TEST_F(SessionInstanceTest, TheFirstGoesOnAndTheSecondRaisesItWithTheDesktopsLeave) {
+TEST_F(SessionInstanceTest, TheFirstContinuesAndTheSecondRaisesItWithTheDesktopsPermission) {
   const auto first = program("first");
   EXPECT_TRUE(claims(*first));
   // While it has no window.

@@ -19,7 +19,7 @@ class UDisksClientTest : public UDisksTest {
       return !witness.interface()->isServiceRegistered("org.freedesktop.UDisks2").value();
     });
   }
-  // The log's only line so far says that UDisks2 can't be reached, and why.
+  // The log's only line so far: UDisks2 can't be reached, with the reason.
   void expectLine(const std::string& why) const {
     const auto texts = log.texts();
     ASSERT_EQ(texts.size(), 1U);
@@ -56,12 +56,12 @@ TEST_F(UDisksClientTest, AMissingServiceIsADissenterAndALineAndIsAskedAgainWhenI
   loseService();
   EXPECT_TRUE(mount(identity).starts_with(kDBusError + "ServiceUnknown: "));
   expectLine(kDBusError + "ServiceUnknown: ");
-  StandInUDisks again(dbus.connect("stand-in again"));
+  FakeUDisks again(dbus.connect("fake again"));
   EXPECT_EQ(mount(identity), "");
   EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
 }
 
-TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgainWhenItIsBack) {
+TEST_F(UDisksClientTest, ABusThatEndsMidRequestIsADissenterAndALineAndIsUsedAgainWhenItIsBack) {
   const auto identity = plugIn("a");
   const auto outcome = sendInVain(DiskRequest::mount, identity);
   dbus.stop();
@@ -71,7 +71,7 @@ TEST_F(UDisksClientTest, ABusThatGoesMidRequestIsADissenterAndALineAndIsUsedAgai
   EXPECT_TRUE(mount(identity).starts_with(kDBusError + "Disconnected: "));
   EXPECT_EQ(log.texts().size(), 2U);
   dbus.start();
-  StandInUDisks again(dbus.connect("stand-in again"));
+  FakeUDisks again(dbus.connect("fake again"));
   EXPECT_EQ(mount(identity), "");
   EXPECT_EQ(again.members(), Members({"Filesystem.Mount"}));
 }
@@ -130,7 +130,7 @@ TEST_F(UDisksClientTest, OneConnectionServesAllCallsAndEndsWithTheBus) {
   EXPECT_FALSE(QDBusConnection(QStringLiteral("fillstation-system")).isConnected());
 }
 
-TEST_F(UDisksClientTest, ABusThatNeverAnswersBlocksNobody) {
+TEST_F(UDisksClientTest, ABusThatNeverAnswersBlocksNothing) {
   std::promise<void> silence;
   SystemBus silent(
       [until = silence.get_future().share()](const QString& name) {

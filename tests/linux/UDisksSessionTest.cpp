@@ -56,7 +56,7 @@ TEST_F(UDisksSessionTest, AfterAWipeTheFreshFileSystemIsWaitedFor) {
   EXPECT_EQ(disk->copyDescription()->volumeName, "NO NAME");
 }
 
-// A file system whose signature the wipe doesn't reach shows once what was before it has gone.
+// A file system whose signature the wipe doesn't reach appears when the earlier one has gone.
 TEST_F(UDisksSessionTest, AfterAWipeNeitherAnOldMountNorAnythingButFatIsTaken) {
   const auto identity = plugIn("a");
   machine.mount(player().minor, "x");
@@ -80,7 +80,7 @@ TEST_F(UDisksSessionTest, AForeignDiskOfTheSameNameIsNotMounted) {
   EXPECT_EQ(udisks.members(), Members({"Filesystem.Mount"}));
 }
 
-TEST_F(UDisksSessionTest, EveryMountOfTheDiskAndItsPartitionsGoes) {
+TEST_F(UDisksSessionTest, EveryMountOfTheDiskAndItsPartitionsIsRemoved) {
   const auto identity = plugIn("a");
   machine.addPartition(player(), 1);
   machine.addPartition(player(), 2);
@@ -110,7 +110,7 @@ TEST_F(UDisksSessionTest, AVolumeThatIsBusyOrStaysMountedIsADissenter) {
   EXPECT_EQ(udisks.members(), Members(3, "Filesystem.Unmount"));
 }
 
-TEST_F(UDisksSessionTest, SomebodyElseMayHaveUnmountedItFirst) {
+TEST_F(UDisksSessionTest, AnotherProgramMayHaveUnmountedItFirst) {
   const auto identity = plugIn("a");
   machine.mount(player().minor, "x");
   udisks.handler = [this](const UDisksCall&) {
@@ -213,7 +213,7 @@ TEST_F(UDisksSessionTest, NoEjectFollowsWhenAnotherDiskHasTakenTheNameMeanwhile)
   EXPECT_EQ(udisks.members(), Members({kList, "Drive.PowerOff"}));
 }
 
-TEST_F(UDisksSessionTest, ADiskThatGoesMeanwhileIsNotEjected) {
+TEST_F(UDisksSessionTest, ADiskThatLeavesMeanwhileIsNotEjected) {
   const auto identity = plugIn("a");
   udisks.handler = [this](const UDisksCall&) {
     machine.pull("a");

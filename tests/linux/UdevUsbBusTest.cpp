@@ -23,7 +23,7 @@ class UdevUsbBusTest : public ::testing::Test {
     return devices;
   }
 
-  // Who is there when the bus is opened; from then on arrived and left fill up.
+  // The devices that are present when the bus is opened; `arrived` and `left` record later events.
   Devices watch() {
     EXPECT_TRUE(bus.open("IOUSBDevice"));
     const auto note = [](Devices& devices) {
@@ -58,7 +58,7 @@ class UdevUsbBusTest : public ::testing::Test {
     machine.tell(usbPath, "remove");
     machine.remove(usbPath);
   }
-  // What waits is looked for, and the looks give this.
+  // Looks at the waiting events, with this result.
   static void look(const std::vector<MockCalls::Look>& looks) {
     mockCalls().looks = looks;
     runLoopDry();
@@ -110,7 +110,7 @@ TEST_F(UdevUsbBusTest, ABusThatCannotBeListenedToIsNotOpened) {
   EXPECT_TRUE(bus.open("IOUSBDevice"));
 }
 
-TEST_F(UdevUsbBusTest, ADeviceThatUdevHasNotLookedAtComesWhenItHas) {
+TEST_F(UdevUsbBusTest, ADeviceArrivesWhenUdevHasLookedAtIt) {
   const auto usb = comes(2);
   machine.removeUdevDatabase(MockMachine::usbDatabaseId(1, 2));
   EXPECT_TRUE(watch().empty());
@@ -120,7 +120,7 @@ TEST_F(UdevUsbBusTest, ADeviceThatUdevHasNotLookedAtComesWhenItHas) {
   EXPECT_EQ(handlesOf(arrived), Handles({0x10002}));
 }
 
-TEST_F(UdevUsbBusTest, ADeviceComesAndGoesOnceHoweverOftenItIsToldOf) {
+TEST_F(UdevUsbBusTest, ADeviceArrivesAndLeavesOnceForAnyNumberOfEvents) {
   const auto usb = comes(2);
   EXPECT_EQ(watch().size(), 1U);
   for (const char* action : {"add", "change", "bind"}) {
@@ -258,7 +258,7 @@ TEST_F(UdevUsbBusTest, AnIteratorMayBeWalkedWhenTheBusHasGone) {
   EXPECT_TRUE(all(*detach).empty());
 }
 
-TEST_F(UdevUsbBusTest, WhoCameAndWentAmongEventsThatWereLostIsFound) {
+TEST_F(UdevUsbBusTest, ArrivalsAndDeparturesAmongLostEventsAreFound) {
   const auto first = comes(2);
   const auto second = comes(3);
   EXPECT_EQ(handlesOf(watch()), Handles({0x10002, 0x10003}));
@@ -272,18 +272,18 @@ TEST_F(UdevUsbBusTest, WhoCameAndWentAmongEventsThatWereLostIsFound) {
   EXPECT_EQ(handlesOf(arrived), Handles({0x1004D, 0x10004}));
 }
 
-TEST_F(UdevUsbBusTest, WhatStillComesIsTakenBeforeALossIsMadeUpFor) {
+TEST_F(UdevUsbBusTest, WaitingEventsAreReadBeforeALossIsRepaired) {
   const auto first = comes(2);
   watch();
   goes(first);
-  // Another device gets the number, and its coming is among what was lost.
+  // Another device gets the number, and its arrival is among the lost events.
   comes(2);
   look({{ENOBUFS, false}, {0, false}, kLoss});
   EXPECT_EQ(handlesOf(left), Handles({0x10002}));
   EXPECT_EQ(handlesOf(arrived), Handles({0x10002}));
 }
 
-TEST_F(UdevUsbBusTest, WithoutALossNobodyLooksAndThereIsRoomForALongTimeOfBeingBusy) {
+TEST_F(UdevUsbBusTest, WithoutALossThereIsNoSearchAndTheQueueHoldsALongBusyTime) {
   watch();
   comes(2);
   look({{EAGAIN, true}});
@@ -293,7 +293,7 @@ TEST_F(UdevUsbBusTest, WithoutALossNobodyLooksAndThereIsRoomForALongTimeOfBeingB
   EXPECT_EQ(mockCalls().bufferSizes, std::vector<int>({16 * 1024 * 1024}));
 }
 
-// The descriptor of a text, as it is asked for without a limit.
+// The descriptor of a text, requested without a limit.
 static std::vector<std::uint8_t> descriptorOf(const std::string& text) {
   StringDescriptors device({"", text, ""}, 0);
   std::array<std::uint8_t, 300> buffer{};
@@ -307,7 +307,7 @@ TEST(StringDescriptorsTest, CharactersAreCodeUnitsLowByteFirst) {
       {"\uFFFF", {4, 3, 0xFF, 0xFF}},
       {"\U00010000", {6, 3, 0x00, 0xD8, 0x00, 0xDC}},
       {"\U0001F600", {6, 3, 0x3D, 0xD8, 0x00, 0xDE}},
-      {"\xFF", {2, 3}}};  // what is not UTF-8
+      {"\xFF", {2, 3}}};  // not UTF-8
   for (const auto& [text, bytes] : texts) {
     EXPECT_EQ(descriptorOf(text), bytes);
   }
@@ -346,7 +346,7 @@ class UdevMediaTest : public UdevUsbBusTest {
   int notified = 0;
 };
 
-TEST_F(UdevMediaTest, AnotherMediumIsToldOfAndIsThePlayersOnceItIsTaken) {
+TEST_F(UdevMediaTest, AnotherMediumIsReportedAndIsThePlayersOnceItIsTaken) {
   EXPECT_EQ(bus.takeMedium(identity), std::nullopt);
   changeMedium(0);
   EXPECT_EQ(notified, 1);
@@ -357,13 +357,13 @@ TEST_F(UdevMediaTest, AnotherMediumIsToldOfAndIsThePlayersOnceItIsTaken) {
   changeMedium(32);
   EXPECT_EQ(notified, 2);
   EXPECT_EQ(bus.takeMedium(identity), 32 * 1024 * 1024);
-  // Nobody needs to be told.
+  // No notification is needed.
   bus.watchMedia({});
   changeMedium(64);
   EXPECT_EQ(bus.takeMedium(identity), 64 * 1024 * 1024);
 }
 
-TEST_F(UdevMediaTest, OtherChangesAreNotToldOf) {
+TEST_F(UdevMediaTest, OtherChangesAreNotReported) {
   const auto& player = machine.player("a");
   machine.tell(player.diskPath, "change");
   machine.tell(player.usbPath, "change");

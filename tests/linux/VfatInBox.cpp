@@ -18,8 +18,8 @@
 #include "FileHandle.h"
 #include "Format.h"
 
-// What is said of names before a run, beside what the kernel's FAT32 does with them. The argument
-// is the path of a volume that is mounted and empty; tests/vm/scenarios_contract.py has one.
+// Compares the prediction about names before a run with the kernel's FAT32. The argument is the
+// path of a mounted, empty volume; tests/vm/scenarios_contract.py provides one.
 
 namespace fillstation {
 namespace {
@@ -82,7 +82,7 @@ class Folder {
   // The folder itself is the first one.
   const std::vector<std::string>& paths() const { return paths_; }
 
-  // The errno of each, 0 for success: as it is predicted, and as the kernel says.
+  // The errno of each, 0 for success: predicted, and from the kernel.
   std::vector<int> predicted() const {
     auto root = std::make_shared<TRFile>();
     root->setIsDir(true);
@@ -124,7 +124,8 @@ const Texts kLetters{"a", "B", "z", "1", "0", " ", "-", "_", "ß", "ü", "é", "
 const Texts kEndings{"", ".mp3", ".MP3", ".Mp3", ".jpeg", ".a.b", ".", " ", ".mp3 .", "..x"};
 const Texts kTails{"", ".", "..", "...", " ", "  ", ". ", " .", ".a"};
 const Texts kPieces{"a", "Z", "ü", "語", "🎵", "𝄞", "\x7F", "\u00A0"};
-// Cut short, overlong, surrogates, past the last character, and what never begins one.
+// Truncated and overlong sequences, surrogates, code points beyond the last one, and invalid first
+// bytes.
 const Texts kBad{"\xC3",
                  "\xE8\xAA",
                  "\xF0\x9F\x8E",
@@ -142,7 +143,7 @@ const Texts kBad{"\xC3",
 // Names of every kind, the same ones in each run.
 class Names {
  public:
-  // One that a folder can hold; paths: what is there already.
+  // One that a folder can store; paths: the existing entries.
   std::string next(const std::vector<std::string>& paths) {
     std::string name = any(paths);
     std::erase(name, '/');
@@ -262,7 +263,8 @@ TEST(Vfat, AFolderIsFullWhenThatIsPredicted) {
     slots += fatSlots(name);
     ASSERT_TRUE(folder.add(name)) << name;
   };
-  // Names that need one slot, two, three and more, told apart by their first letter and a number.
+  // Names that need one slot, two, three and more, distinguished by their first letter and a
+  // number.
   for (int number = 0; number < 50; ++number) {
     const std::string digits = std::to_string(number);
     for (const auto& name :
@@ -279,7 +281,7 @@ TEST(Vfat, AFolderIsFullWhenThatIsPredicted) {
     const std::string digits = std::to_string(number);
     add(digits + std::string(255 - digits.size(), 'x'));
   }
-  // Then those of one slot into what is left.
+  // Then names of one slot, into the rest.
   for (std::int64_t number = 0; number <= kLongest; ++number) {
     add("Z" + std::to_string(number));
   }

@@ -1,6 +1,6 @@
 #!/bin/sh
 # script_disks.sh SYS: in a box, the folder SYS becomes its /sys, and /dev a folder of its own with
-# what every system has and a way to block devices made of files.
+# the usual nodes and a way to block devices made of files.
 set -e
 mount --bind "$1" /sys
 mknod /run/box/loop-control c 10 237

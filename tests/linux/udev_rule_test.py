@@ -1,4 +1,4 @@
-"""What udev makes of players and of other disks by the package's rule, on devices that aren't there."""
+"""The effect of the package's udev rule on players and other disks, with fake devices."""
 
 import os
 import pathlib
@@ -41,7 +41,7 @@ class Rule(unittest.TestCase):
         self.devices = pathlib.Path(scratch.name) / "devices"
 
     def ask(self, vendor="ACTIONS ", products=(NAME,), at="block/sdz", action="add"):
-        """What udev knows of a device after the rule; products: of the hub (if any), of the player."""
+        """udev's properties of a device after the rule; products: of the hub (if any), of the player."""
         path, rows = PORT, usb_device(PORT, "Host Controller")
         for product in products:
             path += "/1-1" if path == PORT else "/1-1.1"

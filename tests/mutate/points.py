@@ -1,4 +1,4 @@
-"""Finds the places of a C++ text that can be mutated, and what each can become.
+"""Finds the places of a C++ text that can be mutated, and their mutations.
 
 Relies on the layout that clang-format gives to this tree: a binary operator has white space on both
 sides, which tells a comparison from template arguments and a product from a pointer.
@@ -82,9 +82,9 @@ SWAPS = {
 UNARY_SWAPS = {"++": ["--"], "--": ["++"], "!": [""]}
 WORD_SWAPS = {"true": ["false"], "false": ["true"]}
 
-# What these are given in brackets is no behaviour.
+# The arguments of these are no behaviour.
 UNSEEN = {"static_assert", "assert", "decltype", "noexcept", "alignas", "Q_ASSERT", "Q_ASSERT_X"}
-# Statements of these have no effect, or mark what can't be reached.
+# Statements with these have no effect, or mark unreachable code.
 NO_CALL = {"static_assert", "assert", "abort", "terminate", "__builtin_unreachable"}
 NOT_A_CALL = {"return", "throw", "delete", "using", "case", "if", "while", "for", "switch", "goto",
               "co_return", "co_await", "co_yield", "sizeof", "operator", "new", "do", "else"}
@@ -125,7 +125,7 @@ class Finder:
         self._calls()
         return sorted(self.found)
 
-    # --- what all of them use
+    # --- shared functions
 
     def _text(self, index):
         return self.tokens[index].text if 0 <= index < len(self.tokens) else ""
@@ -236,7 +236,7 @@ class Finder:
         return self._text(first) == "!" or bool(self._at_top(first, last, SWAPS["comparison"]))
 
     def _at_top(self, first, last, texts):
-        """The indexes of these signs from first to last, those in brackets left out."""
+        """The indexes of these signs from first to last, except those in brackets."""
         found = []
         index = first
         while index <= last:
@@ -275,7 +275,7 @@ class Finder:
                     self._add("call", index, end, "")
 
     def _block(self, index, around):
-        """What a "{" opens: code, or a scope of declarations."""
+        """The kind of block that a "{" opens: code, or a scope of declarations."""
         head = index - 1
         words = set()
         while head >= 0 and self._text(head) not in (";", "{", "}"):

@@ -16,7 +16,7 @@ CONFIGURE = ["cmake", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-
              "-DFILLSTATION_WERROR=OFF"]
 NO_CACHE = {"CCACHE_DISABLE": "1"}  # no mutant is compiled twice
 WHOLE = ["--gtest_fail_fast", "--gtest_brief=1"]
-SLOWEST = 5  # times what a program took without a mutation, and some seconds more
+SLOWEST = 5  # times the time of a program without a mutation, and some seconds more
 MARK = "FILLSTATION_MUTANT"
 LIMITS = ["prlimit", f"--as={16 << 30}", f"--fsize={16 << 30}", "--core=0"]
 KEPT_OUTPUT = 1 << 24  # more than the list of all tests takes
@@ -37,7 +37,7 @@ def run(command, folder, environment=None, mark="", seconds=None):
 
 
 def _read(process, deadline):
-    """What the process prints until it ends or the deadline passes."""
+    """The output of the process until it ends or the deadline passes."""
     output = b""
     pipe = process.stdout.fileno()
     while True:
@@ -47,7 +47,7 @@ def _read(process, deadline):
             chunk = os.read(pipe, 1 << 16)
             output += chunk[: KEPT_OUTPUT - len(output)] if len(output) < KEPT_OUTPUT else b""
             if not chunk and not ended:
-                time.sleep(0.05)  # it has closed its output, and goes on
+                time.sleep(0.05)  # it has closed its output, but is still running
         else:
             chunk = b""
         if is_late or (ended and not chunk):
@@ -66,7 +66,7 @@ def _end(process, mark):
 
 
 def end_marked(mark):
-    """Ends every process that carries the mark, those that left their group on their own too."""
+    """Ends every process with the mark, also those that have left their group."""
     while found := list(marked(mark)):
         for process in found:
             try:
@@ -94,7 +94,7 @@ class Program:
     environment: dict
     folder: str  # relative to the build folder
     calls: list  # lists of arguments
-    executables: list = field(default_factory=list)  # itself and what it may start, like path
+    executables: list = field(default_factory=list)  # itself and programs that it may start, like path
 
 
 @dataclass
@@ -125,7 +125,7 @@ class Workshop:
     # --- preparation
 
     def prepare(self, root):
-        """Copies the tree and builds everything, with what the compiler cache knows of it."""
+        """Copies the tree and builds everything, with the compiler cache."""
         shutil.copytree(root, self.tree, symlinks=True, ignore=lambda folder, names:
                         NOT_COPIED if Path(folder) == root else ())
         self.temporary.mkdir()
@@ -169,7 +169,7 @@ class Workshop:
         path = os.path.relpath(command[0], self.build)
         environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
         folder = properties.get("WORKING_DIRECTORY", str(self.build))
-        # Without what divides a program of GoogleTest's into several calls, and keeps its results.
+        # Without the variables that split a GoogleTest program into several calls and keep its results.
         plain = {key: text for key, text in environment.items() if not key.startswith("GTEST_")}
         program = programs.setdefault(
             path, Program(path, plain, os.path.relpath(folder, self.build), []))
@@ -178,7 +178,7 @@ class Workshop:
             program.calls.append(call)
 
     def _executables(self, path):
-        """A program needs what it starts to be built before it, as what it is made from."""
+        """Adds the programs that a program starts to its dependencies."""
         status, output = run(["ninja", "-t", "inputs", path], self.build, NO_CACHE, self.mark)
         if status != 0:
             raise SystemExit(f"ninja can't list what {path} needs:\n{output[-5000:]}")
@@ -213,7 +213,7 @@ class Workshop:
         return Result(point, outcome, by, time.monotonic() - started)
 
     def _judge(self, point):
-        """Program by program: those that caught a mutation of this file before, then the quick."""
+        """The order of the programs: first those that caught a mutation of this file before, then quick ones."""
         for program in sorted(self.programs, key=lambda each: (
                 -self.kills[each.path, point.path], self.seconds[each.path])):
             status, _ = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)

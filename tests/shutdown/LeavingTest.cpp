@@ -28,7 +28,7 @@ constexpr const char* kSteps[] = {"listed", "asking",   "authentication", "unmou
 class LeavingTest : public ::testing::TestWithParam<LeavingCase> {
  protected:
   LeavingTest() {
-    // What the program leaves behind comes to us.
+    // We become the parent of processes that the program leaves behind.
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     rlimit cores{};
     ::getrlimit(RLIMIT_CORE, &cores);
@@ -76,7 +76,7 @@ class LeavingTest : public ::testing::TestWithParam<LeavingCase> {
     })) << "a process is left behind";
   }
 
-  // Does what a person does to start a run, or no more than leads to the step.
+  // The actions that start a run, up to the step.
   void begin(Person& person, const std::string& last = "") {
     ASSERT_TRUE(person.ask({"players", "2"}, "players"));
     if (last == "listed") {
@@ -126,7 +126,7 @@ TEST_P(LeavingTest, EndsAtOnceLeavesNothingRunningAndStartsAgain) {
     ASSERT_NO_FATAL_FAILURE(reach(*person));
     ASSERT_NO_FATAL_FAILURE(person->leave(way()));
   }
-  // A command that is under way goes on to its end, and no other begins.
+  // A running command finishes, and no other begins.
   const std::string before = started();
   notes.write("go", "");
   awaitNoChild();

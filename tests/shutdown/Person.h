@@ -53,12 +53,12 @@ inline std::string nameOfLeaving(const ::testing::TestParamInfo<LeavingCase>& in
   return std::string(std::get<1>(info.param).name) + "At_" + std::get<0>(info.param);
 }
 
-// A person at the window of person_program, a process of its own: says what is to be done there and
-// hears what there is to be seen. One thread.
+// A person at the window of person_program, a separate process: sends the actions and receives the
+// observations. One thread.
 class Person {
  public:
-  // Starts the program by these words; a program before it may change what it inherits. What it
-  // writes to its streams goes to the file; an answer is waited for as long as that.
+  // Starts the program with these words; a program before it may change its inherited state. Its
+  // streams go to the file; each answer is waited for up to this time.
   Person(const std::vector<std::string>& words, const std::string& streams,
          std::chrono::seconds longest = kPatience) {
     int ends[2] = {-1, -1};
@@ -91,11 +91,11 @@ class Person {
       sendText(socket_.get(), text);
     }
   }
-  // Will say nothing more.
+  // Sends nothing more.
   void fallSilent() { ::shutdown(socket_.get(), SHUT_WR); }
-  // The next answer; none when the program has gone, or says nothing for so long.
+  // The next answer; none if the program has gone, or sends nothing for that time.
   std::optional<std::string> hear() { return receiveText(socket_.get()); }
-  // Says it, and whether this is the answer.
+  // Sends the text; returns whether this is the answer.
   bool ask(std::initializer_list<std::string> texts, const std::string& answer) {
     say(texts);
     return hear() == answer;
@@ -103,7 +103,7 @@ class Person {
 
   int socket() const { return socket_.get(); }
   pid_t process() const { return process_; }
-  // How the process has ended, as waitpid tells; waits for it a minute, then none.
+  // The process's end in the form of waitpid; waits for it up to a minute, then none.
   std::optional<int> ended() {
     int status = 0;
     if (!awaitThat([&] { return ::waitpid(process_, &status, WNOHANG) != 0; })) {

@@ -26,23 +26,22 @@
 #include "ui_MainWindow.h"
 
 // person_program BENCH STEP [AGENT]: the program over the virtual bench of that folder, with a
-// person at its window who does what comes over the socket that is standard input, and tells over
-// it what there is to be seen:
+// simulated person at its window. Standard input is a socket with the person's actions and
+// observations:
 //
-//   players N            -> "players" when so many are listed
-//   add FOLDER           -> "added" when it was chosen and the command is over
+//   players N            -> "players" when this number is listed
+//   add FOLDER           -> "added" when it was chosen and the command has ended
 //   ask                  -> "asking" when all are ticked and the credentials are asked for
 //   type NAME PASSWORD   -> "typed"
 //   ok                   no answer
-//   alert                -> the text of the alert that is up or will be
+//   alert                -> the text of the present or next alert
 //   dismiss              -> "dismissed" when the alert is gone and the window can be used
 //   close                no answer: closes the window
 //
-// A run stays at the STEP for good, as a device that never answers would have it stay, and "held"
-// tells when it is there: "authentication", "unmount", "mount", "copy" (of the second file),
-// "flush", "readback", or none. Commands are held outside, by fakes of the tools. With an AGENT the
-// two commands are run by it, authenticated by polkit, and the log is the journal. Pauses take a
-// thousandth of a second.
+// A run stays at the STEP, as if a device never answered, and "held" is sent when it is there:
+// "authentication", "unmount", "mount", "copy" (of the second file), "flush", "readback", or none.
+// Commands are held outside, by fakes of the tools. An AGENT runs the two commands, authenticated
+// by polkit, and the log is the journal. Pauses take a thousandth of a second.
 namespace fillstation::test {
 namespace {
 
@@ -89,7 +88,7 @@ StepHooks hooksFor(const std::string& held) {
 std::string next() {
   auto text = receiveText(kSocket);
   if (!text) {
-    ::_exit(3);  // nobody is there any more
+    ::_exit(3);  // the other side has gone
   }
   return *std::move(text);
 }
@@ -128,8 +127,8 @@ struct Ports {
 
 Alert* alert() { return openDialog<Alert>(); }
 
-// Tells a text as soon as there is one. By looking again and again, not by waiting: what is waited
-// for may go on only when this returns.
+// Sends a text as soon as there is one. It polls instead of waiting, because the awaited work may
+// only continue when this returns.
 void tellWhen(QObject* owner, const std::function<std::optional<std::string>()>& look) {
   auto* const again = new QTimer(owner);
   QObject::connect(again, &QTimer::timeout, [again, look] {
@@ -149,7 +148,7 @@ class Hands {
         [this](const std::string&) { return std::vector{Url::fromPath(folder_, true)}; });
   }
 
-  // A command with what belongs to it.
+  // A command and its arguments.
   void obey(const std::string& command, const std::string& what, const std::string& password) {
     if (command == "players") {
       const std::size_t count = std::stoul(what);
@@ -220,7 +219,7 @@ void listen(WindowSet& windows) {
 
 int main(int argc, char** argv) {
   using namespace fillstation;
-  // Qt takes words of its own out of the list.
+  // Qt removes its own options from the list.
   char** const words = argv;
   BackEnd backEnd;
   backEnd.install = [words](Platform& ports, StopSource& stop, QtMainThread& mainThread) {

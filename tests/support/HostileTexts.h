@@ -6,14 +6,14 @@
 
 namespace fillstation::test {
 
-// A text that a device, a label or a file name may hold, and what it is out for. Null bytes occur,
-// "/" doesn't.
+// A hostile text for a device, a label or a file name, and its purpose. It may contain null bytes,
+// but no "/".
 struct HostileText {
   std::string name;  // letters only
   std::string bytes;
 };
 
-// Its name says enough where a test fails.
+// For messages of failing tests the name is enough.
 inline void PrintTo(const HostileText& text, std::ostream* out) { *out << text.name; }
 
 inline const std::vector<HostileText>& hostileTexts() {

@@ -35,7 +35,7 @@ class PrivateBus {
     }
     return QDBusConnection::connectToBus(address_, name);
   }
-  // The whole bus goes; comes back, with nobody on it.
+  // Ends the whole bus; starts it again, without any client.
   void stop() {
     daemon_.kill();
     daemon_.waitForFinished(-1);
@@ -51,7 +51,7 @@ class PrivateBus {
     daemon_.start("setpriv",
                   {"--pdeathsig", "KILL", "dbus-daemon", "--nofork", "--nopidfile",
                    "--print-address", QString::fromStdString("--config-file=" + configuration)});
-    // It says its address when it is ready.
+    // The bus prints its address when it is ready.
     EXPECT_TRUE(daemon_.waitForReadyRead(-1));
     address_ = QString::fromLatin1(daemon_.readLine()).trimmed();
   }

@@ -7,8 +7,7 @@
 
 namespace fillstation::test {
 
-// What one of the standard streams receives between construction and text(), which restores the
-// stream.
+// Captures one of the standard streams from construction until text(), which restores the stream.
 class StdCapture {
  public:
   explicit StdCapture(std::FILE* stream) : stream_(stream), file_(std::tmpfile()) {

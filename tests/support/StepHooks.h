@@ -18,9 +18,8 @@ struct Step {
   bool operator==(const Step&) const = default;
 };
 
-// What happens at the steps of a run, on the thread that makes the step: a worker, but for the
-// eject and the unmount before it. Each may be absent. Set before the first step and not changed
-// while there are any.
+// Hooks at the steps of a run, called on the thread of the step: a worker, except for the eject and
+// its unmount. Each may be absent. Set before the first step, and not changed afterwards.
 struct StepHooks {
   std::function<void(const Step&)> before;
   // Of a request: true if it is never answered, and never carried out.

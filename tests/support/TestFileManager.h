@@ -26,8 +26,8 @@ inline CopiedItems itemsOf(const std::vector<CopiedItem>& list) {
   };
 }
 
-// What is read comes from another file manager, which outlives this one; what becomes of a player's
-// volume is for those who derive from it to say.
+// Reads through another file manager, which outlives this one; derived classes define the players'
+// volumes.
 class RealSourceFiles : public FileManager {
  public:
   explicit RealSourceFiles(FileManager& real) : real_(real) {}
@@ -61,9 +61,8 @@ inline WalkStep fileStep(const std::string& path, std::optional<std::int64_t> si
   return WalkEntry{path, false, size};
 }
 
-// A file system by hand: what exists, what each walk yields, in the order that the test says, and
-// volumes that keep no content. Set up before the workers start that ask what exists and use
-// volumes.
+// A fake file system: the test sets which files exist, and the entries of each walk in their order;
+// volumes keep no content. Set up before the workers use it.
 class TestFileManager : public FileManager {
  public:
   bool fileExists(const std::string& path, bool* isDirectory) override {
@@ -102,13 +101,13 @@ class TestFileManager : public FileManager {
   // "exists /a", "size /a", "walk /a", "open /a of /dev/sdb 7", and of a volume "mkdir /b",
   // "copy /a -> /b", "flush" and "read back", in order.
   std::vector<std::string> calls;
-  // Told of each of them too, on the thread that makes it.
+  // Also called for each of them, on the thread that makes it.
   std::function<void(const std::string&)> onRequest;
-  // What the error handlers answered.
+  // The results of the error handlers.
   std::vector<bool> errorAnswers;
-  // Opens a volume in place of those that note what they are asked.
+  // Opens another kind of volume instead of the recording ones.
   std::function<std::shared_ptr<Volume>(const std::string&, const DiskIdentity&)> open;
-  // The requests to a volume that fail, and who is given what is to be read back.
+  // The requests to a volume that fail, and the receiver of the read-back.
   std::set<std::string> failing;
   std::function<void(const CopiedItems&)> onReadBack;
 

@@ -144,7 +144,7 @@ std::vector<std::map<std::string, std::string>> TestLog::fieldsOf(const std::str
 void TestLog::clear() {
   const std::scoped_lock guard(lock_);
   fields_.clear();
-  texts_ = {};  // with the room that they took
+  texts_ = {};  // and the memory of the texts
 }
 
 void TestWorkers::spawn(std::function<void()> body) {

@@ -31,7 +31,8 @@ class TestMainThread : public MainThread {
 
   // Returns when a callable is queued.
   void awaitQueued();
-  // Runs queued callables, waiting for more, until the predicate (asked on the main thread) holds.
+  // Runs queued callables, and waits for more, until the predicate, called on the main thread, is
+  // true.
   void runUntil(const std::function<bool()>& done);
   // From now on hand-overs return undelivered.
   void end() { ended_ = true; }
@@ -45,8 +46,9 @@ class TestMainThread : public MainThread {
   std::atomic<bool> ended_ = false;
 };
 
-// Never really sleeps. On a worker a sleep lets the main thread work off what was queued before it,
-// so that a poll sees what completed; on the main thread it is one pass over what is pending.
+// Never really sleeps. On a worker, a sleep lets the main thread run everything that was queued
+// before it, so that a poll sees the results; on the main thread it is one pass over the pending
+// events.
 class TestClock : public Clock {
  public:
   explicit TestClock(TestMainThread& mainThread) : mainThread_(mainThread) {}
@@ -55,7 +57,7 @@ class TestClock : public Clock {
     return std::chrono::steady_clock::time_point(passed.load());
   }
 
-  // What a look at the time says; sleeps don't count.
+  // The fake time; sleeps don't advance it.
   std::atomic<std::chrono::microseconds> passed{};
   // All sleeps so far, in microseconds.
   std::vector<std::int64_t> sleeps() const;
@@ -75,7 +77,7 @@ class TestLog : public SystemLog {
  public:
   void write(std::string_view text) override { writeWith(text, {}); }
   void writeWith(std::string_view text, const LogFields& fields) override;
-  // Told of each text, on the thread that writes it.
+  // Called with each text, on the thread that writes it.
   std::function<void(const std::string&)> onText;
   std::vector<std::string> texts() const;
   // The fields of each record of that text, by name.
@@ -118,7 +120,7 @@ class TestDisk : public Disk {
   std::atomic<std::size_t> looks_ = 0;
 };
 
-// The disks behind every session that the platform opens, and what was asked of them.
+// The disks behind every session that the platform opens, and the requests to them.
 struct TestDisks {
   struct Request {
     std::string kind;  // "mount", "unmount" or "eject"
@@ -130,10 +132,10 @@ struct TestDisks {
   std::vector<Request> requests;
   std::vector<std::string> namesAsked;
   std::size_t sessionsOpened = 0;
-  // Told of each disk that is asked for ("sdb"), before it is looked up.
+  // Called with each disk name ("sdb") before it is looked up.
   std::function<void(const std::string&)> onName;
-  // The dissenter of a request's completion, none by default; the second is asked when the
-  // completion runs.
+  // The dissenter of a request's completion, none by default; the second function is called when
+  // the completion runs.
   std::function<std::optional<Dissenter>(const Request&)> refuse;
   std::function<std::optional<Dissenter>(const Request&)> carryOut;
   // Called in place of queueing the completion when set: the test runs it when it likes.
@@ -195,7 +197,7 @@ class TestPlatform {
   TestPlatform(const TestPlatform&) = delete;
   TestPlatform& operator=(const TestPlatform&) = delete;
 
-  // What happens when the program ends: sleeps and hand-overs return at once, nothing new is begun.
+  // The effect of the program's end: sleeps and hand-overs return at once, nothing new begins.
   void end();
 
   TestMainThread mainThread;

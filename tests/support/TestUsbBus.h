@@ -56,7 +56,7 @@ class TestUsbDevice : public UsbDevice {
   std::optional<std::string> diskName = "sdb";
   // The answer of a search by its number, the first being 1, in place of diskName.
   std::function<std::optional<std::string>(std::size_t)> search;
-  // Null: the device can't be asked.
+  // Null: the device doesn't answer.
   std::shared_ptr<TestUsbInterface> interface = std::make_shared<TestUsbInterface>();
   mutable std::size_t searches = 0;
 };
@@ -81,10 +81,10 @@ class TestUsbBus : public UsbBus {
   void plug(std::shared_ptr<TestUsbDevice> device);
   // A device leaves.
   void unplug(std::shared_ptr<TestUsbDevice> device);
-  // The disk of this node gets another medium, of so many bytes.
+  // The disk of this node gets another medium with this number of bytes.
   void changeMedium(const std::string& node, std::int64_t size);
 
-  // Told of each device when its coming (true) or leaving has been handled.
+  // Called with each device when its arrival (true) or departure has been handled.
   std::function<void(const TestUsbDevice&, bool)> onHandled;
   // By handle.
   std::map<std::uint32_t, UsbPlace> places;
@@ -100,7 +100,7 @@ class TestUsbBus : public UsbBus {
     std::shared_ptr<TestUsbDevice> device;  // null: a medium has changed
     bool inserted;
   };
-  // One direction: the iterator that was handed out and who is to be told.
+  // One direction: the iterator that was handed out, and the function to notify.
   struct Watch {
     Notification notification;
     std::weak_ptr<Iterator> iterator;

@@ -25,7 +25,7 @@ class TRFileCopyTaskCollectionTest : public CopyTest {
   }
 };
 
-TEST_F(TRFileCopyTaskCollectionTest, PropertiesHoldWhatTheyWereGivenTheVeryListIncluded) {
+TEST_F(TRFileCopyTaskCollectionTest, PropertiesKeepTheirValuesAndTheListObject) {
   const auto list = roots({fileRoot("/a", 1)});
   const auto made = std::make_shared<TRFileCopyTaskCollection>(list, "admin", "secret");
   EXPECT_EQ(made->files(), list);
@@ -102,7 +102,7 @@ TEST_F(TRFileCopyTaskCollectionTest, RunKeepsItsCollectionAlive) {
   EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(TRFileCopyTaskCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiverAndTheContext) {
+TEST_F(TRFileCopyTaskCollectionTest, BothReportsRunOnTheMainThreadWithTheReceiverAndTheContext) {
   const auto made = collectionFor(roots({fileRoot("/a", 10)}), {addDisk("sdb", "/media/p")});
   const auto reports = run(*made);
   EXPECT_EQ(reports->progress, std::vector<std::int64_t>{100});
@@ -111,8 +111,8 @@ TEST_F(TRFileCopyTaskCollectionTest, BothReportsComeOnTheMainThreadWithTheReceiv
             (std::vector<std::thread::id>{std::this_thread::get_id(), std::this_thread::get_id()}));
 }
 
-TEST_F(TRFileCopyTaskCollectionTest, ManyPlayersAreFilledAllAtTheSameTimeAndTheResultComesOnce) {
-  // Each task's wipe waits until every task has come so far.
+TEST_F(TRFileCopyTaskCollectionTest, ManyPlayersAreFilledAtTheSameTimeAndTheResultIsReportedOnce) {
+  // Each task's wipe waits until every task is there.
   constexpr std::size_t kPlayers = 12;
   std::latch all(kPlayers);
   ports.scripts.answer = [&](std::size_t, const TestScriptRunner::Call& call) {
@@ -189,7 +189,7 @@ TEST_F(TRFileCopyTaskCollectionTest, SecondStartTakesOverTheRemainingReportsOfTh
   ports.mainThread.runUntil([&] { return secondReports->resultContexts.size() == 2; });
   EXPECT_EQ(firstReports->progress, std::vector<std::int64_t>{25});
   EXPECT_TRUE(firstReports->resultContexts.empty());
-  // The context is the second collection, whose figure nobody changes.
+  // The context is the second collection, whose progress never changes.
   EXPECT_EQ(secondReports->progress, (std::vector<std::int64_t>{77, 77, 77}));
   EXPECT_EQ(secondReports->resultContexts, (std::vector<std::shared_ptr<void>>{second, second}));
   EXPECT_EQ(first->progress().value(), 100);

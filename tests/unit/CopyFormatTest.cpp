@@ -14,8 +14,8 @@ constexpr const char* kFormat =
 constexpr const char* kUnmounted = "log \nDevice /dev/sdb unmounted\n";
 constexpr const char* kMounted = "log \nDevice /dev/sdb mounted\n";
 
-// What happens up to the first command, when the unmount completes in the first pause; up to the
-// mount; and up to the volume's facts.
+// The log up to the first command, when the unmount completes in the first pause; up to the mount;
+// and up to the volume's facts.
 const Lines kOffline{"unmount /dev/sdb", "pause", kUnmounted, "pause"};
 const Lines kMount{kFormat, "mount /dev/sdb", "pause"};
 const Lines kLook{"look", "pause"};
@@ -49,7 +49,8 @@ class TRFileCopyTaskFormatTest : public CopyTest {
   std::shared_ptr<TRFileCopyTask> task = collection->tasks().at(0);
 };
 
-// Which commands fail, at which look the volume's facts are there, and what comes behind kOffline.
+// The commands that fail, the look at which the volume's facts are there, and the log after
+// kOffline.
 struct FormatCase {
   const char* name;
   std::size_t firstFailure;
@@ -90,7 +91,7 @@ TEST_P(TRFileCopyTaskFormatCases, DoTheStepsThatTheyMust) {
 INSTANTIATE_TEST_SUITE_P(Of, TRFileCopyTaskFormatCases, ::testing::ValuesIn(kFormatCases),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(TRFileCopyTaskFormatTest, MountStateIsAwaitedWithoutABoundWhateverTheSystemAnswers) {
+TEST_F(TRFileCopyTaskFormatTest, MountStateIsAwaitedWithoutALimitForEveryAnswer) {
   pauses = 250;
   ports.disks.refuse = [](const TestDisks::Request&) { return Dissenter{"busy"}; };
   EXPECT_TRUE(format());
@@ -111,7 +112,7 @@ TEST_F(TRFileCopyTaskFormatTest, PlayerThatIsNotMountedIsAskedToUnmountAllTheSam
   EXPECT_EQ(begin, lines("unmount /dev/sdb", "pause", kUnmounted, kWipe));
 }
 
-TEST_F(TRFileCopyTaskFormatTest, CredentialsAreReadAnewBeforeEachCommand) {
+TEST_F(TRFileCopyTaskFormatTest, CredentialsAreReadBeforeEachCommand) {
   answerScript = [this](std::size_t number) {
     collection->setUserName("name" + std::to_string(number));
     collection->setUserPass("pass" + std::to_string(number));
@@ -165,7 +166,7 @@ TEST_P(TRFileCopyTaskFormatEndingTest, NothingFollowsAPauseThatIsCutShort) {
   }
   atPause = [this](std::size_t number) {
     if (number + 1 == GetParam()) {
-      // Counts from the next pause on; this one still completes what is pending.
+      // Counts from the next pause; the present one still completes pending requests.
       ports.clock.end();
     }
     clockEnded = number >= GetParam();
@@ -243,7 +244,7 @@ TEST_F(CopyRunnerTest, EverythingIsInsertedIntoTheScriptAsItIs) {
   struct Case {
     std::vector<std::string> arguments;
     std::string password;
-    std::string source;  // without what is always the same
+    std::string source;  // without the constant part
   };
   const std::vector<Case> cases{
       {{"if=/dev/zero", "of=/dev/disk3 bs=4k count=10"},

@@ -33,7 +33,7 @@ inline Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-// The receiver of a run's reports: what it was told, and on which thread.
+// The receiver of a run's reports: the calls, and their threads.
 struct Reports {
   using Any = std::shared_ptr<void>;
 
@@ -180,7 +180,7 @@ class CopyTest : public ::testing::Test {
     return made;
   }
 
-  // Runs the body on a thread of its own, this one being the main thread meanwhile.
+  // Runs the body on a separate thread; meanwhile this thread is the main thread.
   void runOnWorker(const std::function<void()>& body) {
     std::atomic<bool> done{false};
     std::thread worker([&] {

@@ -3,7 +3,7 @@
 #include <limits>
 #include <tuple>
 
-// What a task is made of, how it counts, and who keeps whom alive.
+// The fields of a task, its counting, and its ownership.
 
 namespace fillstation::test {
 namespace {
@@ -100,7 +100,7 @@ TEST_F(TRFileCopyTaskTest, PercentageIsExactAndTruncatedAndOfNothingAHundred) {
   }
 }
 
-// Who keeps whom alive.
+// Ownership of tasks and collections.
 class CopyOwnershipTest : public CopyTest {
  protected:
   std::shared_ptr<TRFileCopyTask> alone(const std::shared_ptr<TRFileCopyTaskCollection>& group) {

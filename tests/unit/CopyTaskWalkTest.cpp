@@ -1,6 +1,6 @@
 #include "CopyRig.h"
 
-// What a task does to a volume.
+// The effects of a task on a volume.
 
 namespace fillstation::test {
 namespace {
@@ -13,13 +13,13 @@ class TRFileCopyTaskWalkTest : public CopyTest {
     task = collection->tasks().at(0);
     reports = run(*collection, std::move(receiver));
   }
-  // Runs a task of these roots and gives what it does after the formatting.
+  // Runs a task with these roots; returns its calls after the formatting.
   Lines copied(const std::shared_ptr<TRFileList>& list) {
     runTask(list);
     return copyEvents();
   }
-  // The last log texts and reports of a task of these roots; "error: " before those that come when
-  // its error is set.
+  // The last log texts and reports of a task with these roots; "error: " before those that follow
+  // the setting of its error.
   Lines lastMarked(std::ptrdiff_t count, const std::shared_ptr<TRFileList>& list) {
     Lines marked;
     const auto note = [&](const std::string& event) {
@@ -158,7 +158,7 @@ TEST_F(TRFileCopyTaskWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
   EXPECT_TRUE(task->error());
 }
 
-TEST_F(TRFileCopyTaskWalkTest, WhatWasCopiedIsReadBackInItsOrder) {
+TEST_F(TRFileCopyTaskWalkTest, CopiedFilesAreReadBackInTheirOrder) {
   Lines items;
   files.onReadBack = [&items](const CopiedItems& all) {
     all([&items](const CopiedItem& item) {

@@ -67,7 +67,7 @@ TEST(FatCheck, FourGibibytesAreTooMany) {
             (Refused{{0, "b", FatReason::kTooLarge}}));
 }
 
-TEST(FatCheck, AFolderHasSoManySlots) {
+TEST(FatCheck, AFolderHasALimitOfSlots) {
   std::vector<Node> nodes{{"A", true}};
   for (int number = 0; number < 65533; ++number) {
     nodes.push_back({"A/F" + std::to_string(number)});
@@ -77,7 +77,7 @@ TEST(FatCheck, AFolderHasSoManySlots) {
   EXPECT_EQ(refused({rootOf(nodes)}), (Refused{{0, "A/ONE", FatReason::kTooMany}}));
 }
 
-TEST(FatCheck, EndsWhenItIsTold) {
+TEST(FatCheck, StopsOnRequest) {
   int asked = 0;
   EXPECT_EQ(refusedByFat({rootOf({{"a?"}, {"b?"}})}, [&] { return ++asked > 1; }).size(), 1U);
 }

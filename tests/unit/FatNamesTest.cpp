@@ -7,7 +7,7 @@
 namespace fillstation {
 namespace {
 
-TEST(FatNames, WhatCanBeHeld) {
+TEST(FatNames, NamesThatCanBeStored) {
   const std::string long255(255, 'a');
   for (const auto& [name, error] : {std::pair<std::string, int>("01 – Überfahrt.mp3", 0),
                                     {"a.", 0},

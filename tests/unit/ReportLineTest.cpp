@@ -17,7 +17,7 @@ namespace {
 
 class ReportLineTest : public ::testing::Test {
  protected:
-  // Passes a report on a thread of its own, which writes its name.
+  // Passes a report, which writes its name, from a separate thread.
   void pass(char name) {
     workers.push_back(std::async(std::launch::async,
                                  [this, name] { line.pass([this, name] { shown += name; }); }));
@@ -34,7 +34,7 @@ class ReportLineTest : public ::testing::Test {
     ports.mainThread.awaitQueued();
     EXPECT_TRUE(ports.mainThread.runNext());
   }
-  // What was shown when all have returned and no other hand-over is left.
+  // The shown reports, when all have returned and no hand-over is left.
   std::string shownInAll() {
     workers.clear();
     EXPECT_FALSE(ports.mainThread.runNext());
@@ -59,7 +59,7 @@ TEST_F(ReportLineTest, ReportsThatWaitAreHandedOverTogetherInTheirOrder) {
   EXPECT_EQ(shownInAll(), "abcd");
 }
 
-TEST_F(ReportLineTest, HandOverShowsWhatComesWhileItLasts) {
+TEST_F(ReportLineTest, HandOverShowsReportsThatArriveMeanwhile) {
   line.pass([this] {
     passBehind('b', 1);
     shown += 'a';
@@ -112,7 +112,7 @@ TEST_F(ReportLineTest, EachReturnsWhenItsOwnReportHasReturned) {
   ports.mainThread.awaitQueued();
   passBehind('b', 2);
   std::promise<void> returned;
-  // This report ends only when the thread of the one before goes on.
+  // This report ends only after the previous one's thread has continued.
   auto last =
       std::async(std::launch::async, [&] { line.pass([&] { returned.get_future().wait(); }); });
   while (line.waiting() != 3) {

@@ -15,7 +15,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// Everything that can be asked of a node, as one text.
+// All facts about a node, as one text.
 std::string textOfAll(const TRFile& node) {
   return formatText("%@ %@ %@ %@ %@ %@ %@", node.isDir() ? "folder" : "file", node.name(),
                     node.path(), node.size(), node.url(), node.destRelativeUrl(),
@@ -27,7 +27,7 @@ TEST(TRFile, NewNodeIsEmpty) {
   EXPECT_EQ(TRFile().getUrl(), std::nullopt);
 }
 
-TEST(TRFile, FieldsHoldWhatTheyWereGivenByTheirNamesToo) {
+TEST(TRFile, FieldsKeepTheirValuesByNameToo) {
   TRFile file;
   const Number size(5);
   const auto files = std::make_shared<TRFileList>();
@@ -156,7 +156,7 @@ class TRFileBuilder : public testing::Test {
   TestFileManager files;
 };
 
-TEST_F(TRFileBuilder, FolderIsAFolderAndSaysSoInTheLog) {
+TEST_F(TRFileBuilder, FolderIsAFolderAndIsLogged) {
   files.addFolder("/a");
   files.addFile("/a/f", 1);
   EXPECT_TRUE(TRFile::isDir("/a"));
@@ -194,7 +194,7 @@ TEST_F(TRFileBuilder, ChosenFileOfTheRightTypeIsARootWithTheRelativeAddressSlash
   EXPECT_TRUE(ports.log.texts().empty());
 }
 
-TEST_F(TRFileBuilder, WhatElseIsChosenIsNoRoot) {
+TEST_F(TRFileBuilder, OtherFilesAreNoRoots) {
   files.addFile("/a/x.mp3", std::nullopt);
   EXPECT_EQ(build("/a/x.mp3", "wma"), nullptr) << "another type isn't measured";
   EXPECT_EQ(build("/a/x.mp3", "mp3"), nullptr) << "its size can't be read";

@@ -30,7 +30,7 @@ class TRPlayerTest : public testing::Test {
   void refuseEverything() {
     ports.disks.refuse = [](const TestDisks::Request&) { return Dissenter{"busy"}; };
   }
-  // What a refresh answers and leaves.
+  // The result and the effect of a refresh.
   std::string refreshed() {
     const StdCapture quiet(stdout);
     const bool found = player->refresVolumeInfo();
@@ -62,7 +62,7 @@ TEST(TRPlayer, NewPlayerIsEmptyNotSelectedNotMountedAndEjecting) {
   EXPECT_FALSE(player.selected().isTrue());
 }
 
-TEST(TRPlayer, PropertiesHoldWhatTheyWereGiven) {
+TEST(TRPlayer, PropertiesKeepTheirValues) {
   TRPlayer player;
   const Number size(5);
   const Number selected(1);
@@ -107,7 +107,7 @@ TEST_F(TRPlayerTest, IdentityIsTheNodeAndTheHandleAsUnsigned) {
   EXPECT_EQ(TRPlayer().identity().node, "");
 }
 
-TEST_F(TRPlayerTest, RefreshStoresWhatItFindsAndNeedsBoth) {
+TEST_F(TRPlayerTest, RefreshStoresItsResultsAndNeedsBoth) {
   EXPECT_EQ(refreshedWith("NEW", "file:///NEW/"), "found: NEW at file:///NEW/");
   EXPECT_EQ(ports.disks.namesAsked, Texts{"/dev/sdb"});
   EXPECT_EQ(refreshedWith(std::nullopt, "file:///A/"), "not found: (null) at file:///A/");
@@ -183,7 +183,7 @@ TEST_F(TRPlayerTest, EveryRequestNamesTheDiskAndThePlayerInTheSharedSession) {
   EXPECT_EQ(ports.disks.sessionsOpened, opened);
 }
 
-TEST_F(TRPlayerTest, DiskIsMadeAnewForEachRequestWhichIsMadeWithoutOneToo) {
+TEST_F(TRPlayerTest, EachRequestHasANewDiskObjectOrNone) {
   const auto replacement = std::make_shared<TestDisk>();
   ports.disks.byName["sdb"] = replacement;
   player->mount();

@@ -106,7 +106,7 @@ TEST_F(TRSongsTVCTest, ChangeMadeToTheListItselfCountsFromTheNextRefreshInANewBo
   EXPECT_EQ(list.totalFileSize().value(), 54321);
 }
 
-TEST_F(TRSongsTVCTest, FieldsHoldWhatTheyWereGiven) {
+TEST_F(TRSongsTVCTest, FieldsKeepTheirValues) {
   const auto other = std::make_shared<TRFileList>();
   const Number total(9);
   list.setList(other);

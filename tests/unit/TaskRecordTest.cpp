@@ -1,7 +1,7 @@
 #include "CopyRig.h"
 #include "TestUsbBus.h"
 
-// What the log holds of a player beside the text.
+// The fields of a player's log record.
 
 namespace fillstation::test {
 namespace {

@@ -10,10 +10,10 @@
 
 namespace fillstation::test {
 
-// What is printed of a device, and of one that is a player.
+// The output for a device, and for one that is a player.
 inline const std::string kClassLine = "This device's className is IOUSBDevice\n";
 inline const std::string kPlayerLines = kClassLine + "Device Name is HS USB FlashDisk\n";
-// What is printed when the volume is found.
+// The output when the volume is found.
 inline const std::string kFound = "\n got vol name\n got vol path";
 
 inline std::string repeated(const std::string& text, int count) {
@@ -24,8 +24,8 @@ inline std::string repeated(const std::string& text, int count) {
   return all;
 }
 
-// The platform with a bus, a disk "sdb" with a mounted volume, and a receiver that keeps what it is
-// given, every field of each record as one text.
+// The platform with a bus, a disk "sdb" with a mounted volume, and a receiver that stores every
+// field of each record as one text.
 struct UsbRig {
   UsbRig() {
     platform().usbBus = &bus;

@@ -13,7 +13,7 @@ namespace {
 
 std::string converted(const std::string& text) { return cfStringRefToCString(&text); }
 
-// What is found in a description with this text between its quotes.
+// The result for a description with this text between its quotes.
 std::string extracted(const std::string& text) {
   const std::string description = "text = \"" + text + "\"";
   return cfTypeToCString(&description);
@@ -42,7 +42,7 @@ TEST_P(UsbText, CallsShareOneBufferOfTheirThread) {
 
 INSTANTIATE_TEST_SUITE_P(Both, UsbText, testing::Values(cfStringRefToCString, cfTypeToCString));
 
-TEST(CfStringRefToCString, TextComesBackAsItIs) {
+TEST(CfStringRefToCString, TextIsUnchanged) {
   for (const char* text : {"sdb", "7 \xC3\xA4\xF0\x9F\x8E\xB5\"", ""}) {
     EXPECT_EQ(converted(text), text);
   }
@@ -63,7 +63,7 @@ TEST(CfTypeToCString, HasABufferOfItsOwn) {
   EXPECT_STREQ(fromValue, "value");
 }
 
-TEST(CfTypeToCString, GivesWhatStandsBetweenTheQuotesALeadingDigitAsX) {
+TEST(CfTypeToCString, GivesTheTextBetweenTheQuotesALeadingDigitAsX) {
   for (const auto& [text, expected] :
        std::vector<std::pair<std::string, std::string>>{{"7DAYS", "xDAYS"},
                                                         {"0", "x"},
@@ -138,7 +138,7 @@ TEST_F(UsbDescriptors, LowByteOfEachCodeUnitIsTaken) {
             "AB");
 }
 
-TEST_F(UsbDescriptors, WhateverCountIsClaimedItStaysWithinTheBuffers) {
+TEST_F(UsbDescriptors, AnyClaimedCountStaysWithinTheBuffers) {
   EXPECT_EQ(textOf(1), full);
   // Nothing transferred is an enormous count, and a half code unit counts.
   const std::vector<std::pair<std::uint32_t, std::string>> claims{
@@ -181,7 +181,7 @@ TEST_F(UsbDescriptors, RecordIsFilledFromTheDeviceByItsIndexesInThisOrder) {
   EXPECT_EQ(asked(device).rev, 9);
 }
 
-TEST_F(UsbDescriptors, TextsStayWhateverDevicesFollow) {
+TEST_F(UsbDescriptors, TextsStayAfterLaterDevices) {
   device.interface->descriptors[1] = TestUsbInterface::descriptorOf("Maker");
   const UsbDeviceInfo record = asked(device);
   for (char letter = 'a'; letter <= 'z'; ++letter) {
@@ -196,7 +196,7 @@ constexpr std::int64_t kShort = 10'000;
 
 class DiskVolume : public testing::Test {
  protected:
-  // What one lookup gave, as "name at path", and printed.
+  // The result of one lookup, as "name at path", and its output.
   std::string lookUp(Disk* disk) {
     std::string unset = "unset";
     char* name = unset.data();
@@ -235,7 +235,7 @@ class DiskVolume : public testing::Test {
   std::string printed;
 };
 
-TEST_F(DiskVolume, WhatIsKnownIsFoundInOneLook) {
+TEST_F(DiskVolume, KnownFactsAreFoundInOneLook) {
   EXPECT_EQ(lookUp(rig.disk.get()), "SONGS at file:///media/SONGS/");
   EXPECT_EQ(printed, "\n got vol name\n got vol path");
   EXPECT_EQ(rig.disk->looks(), 1U);

@@ -44,7 +44,7 @@ class UsbWatcher : public testing::Test {
   }
   void arrive() { notify({device}, true); }
   void leave() { notify({device}, false); }
-  // The record of the arrival of a player whose disk is described so.
+  // The record of the arrival of a player with this disk description.
   std::string arrivedAs(const DiskDescription& description) {
     rig.records.clear();
     rig.addDisk("sdb", description);
@@ -68,7 +68,7 @@ class UsbWatcher : public testing::Test {
   std::string errors;
 };
 
-TEST_F(UsbWatcher, DepartureCarriesNothingButTheNodeAndTheHandleWhateverTheVendor) {
+TEST_F(UsbWatcher, DepartureHasOnlyTheNodeAndTheHandleForEveryVendor) {
   const auto disk = rig.addDisk("sdb", describedAs("SONGS", std::nullopt, "OTHER"));
   device->handleValue = 0xFFFFFFFF;
   leave();
@@ -77,7 +77,7 @@ TEST_F(UsbWatcher, DepartureCarriesNothingButTheNodeAndTheHandleWhateverTheVendo
   EXPECT_EQ(rig.records, std::vector<std::string>{"0 /dev/sdb of 4294967295: (null), (null), 0, "
                                                   "N/A; N/A at N/A, 0 bytes"});
   EXPECT_EQ(rig.ports.disks.sessionsOpened, 1U);
-  // Neither the disk nor the device is asked.
+  // Neither the disk nor the device is queried.
   EXPECT_EQ(disk->looks(), 0U);
   EXPECT_TRUE(device->interface->requests.empty());
 }
@@ -184,7 +184,7 @@ TEST_F(UsbWatcher, VendorIsComparedExactlyButForFullWidthForms) {
   EXPECT_FALSE(deliversVendor(std::nullopt));
 }
 
-TEST_F(UsbWatcher, WhatIsAbsentIsDeliveredAsNullOrZero) {
+TEST_F(UsbWatcher, AbsentValuesAreDeliveredAsNullOrZero) {
   const std::string begin = "1 /dev/sdb of 65538: Maker, Stick, 256, N/A; ";
   EXPECT_EQ(arrivedAs(describedAs("SONGS", std::nullopt, "ACTIONS", std::nullopt)),
             begin + "SONGS at (null), 0 bytes");
@@ -243,7 +243,7 @@ const std::string kWalk = "start event" + kFound + "file:///media/SONGS/\nend ev
 
 class UsbRegistration : public testing::Test {
  protected:
-  // Registers, and gives what is printed.
+  // Registers, and returns the output.
   std::string registered(int expected) {
     StdCapture out(stdout);
     StdCapture err(stderr);
@@ -251,7 +251,7 @@ class UsbRegistration : public testing::Test {
     errors = err.text();
     return out.text();
   }
-  // What runs until nothing is pending any more, printed.
+  // The output until no event is pending any more.
   std::string printedMeanwhile() {
     StdCapture out(stdout);
     StdCapture err(stderr);
@@ -281,7 +281,7 @@ TEST_F(UsbRegistration, PlayerPluggedInBeforeTheStartIsDeliveredOnceMeanwhile) {
             (std::vector<std::string>{"open IOUSBDevice", "watchAttach", "watchDetach"}));
 }
 
-TEST_F(UsbRegistration, FailsWithWhatCannotBeRegisteredAfterAnEmptyWalk) {
+TEST_F(UsbRegistration, FailsWithAFailedRegistrationAfterAnEmptyWalk) {
   rig.bus.plug(device);
   rig.bus.detachRegisters = false;
   EXPECT_EQ(registered(-1), kWalk + kNothing);

@@ -17,7 +17,7 @@
 namespace fillstation::test {
 namespace {
 
-// A function's argument, and what it gives.
+// A function's argument and result.
 using Cases = std::vector<std::pair<std::string, std::string>>;
 
 TEST(Atomic, AccessesOfSeveralThreadsAreIndivisible) {
@@ -59,7 +59,7 @@ struct Looker {
   bool& sawNothing;
 };
 
-TEST(Atomic, ReplacedValueGoesAfterTheLockIsFree) {
+TEST(Atomic, ReplacedValueIsDestroyedAfterTheLockIsReleased) {
   bool sawNothing = false;
   Atomic<std::shared_ptr<Looker>> property;
   property.set(std::make_shared<Looker>(property, sawNothing));
@@ -149,7 +149,7 @@ TEST(Url, FolderEndsInExactlyOneSlash) {
   EXPECT_EQ(Url::fromPath("/a/b//", false).absoluteString(), "file:///a/b");
 }
 
-TEST(Url, EveryPathComesBackUnchanged) {
+TEST(Url, EveryPathIsConvertedBackUnchanged) {
   for (const std::string path :
        {"/", "/a b/c", "/100%", "/%25", "/a#b?c:d", "/a,b{c}d", "/\xC3\xA4\xC3\x9F\xE2\x82\xAC",
         "/\xF0\x9F\x8E\xB5", "/a\nb", "/\xFF\xFE\x80", "/a\"b\\c", "/a//b"}) {
@@ -158,7 +158,7 @@ TEST(Url, EveryPathComesBackUnchanged) {
   }
 }
 
-TEST(Url, TextIsKeptExactlyAndIsWhatIsCompared) {
+TEST(Url, TextIsKeptExactlyAndCompared) {
   EXPECT_EQ(Url::withString("a b%zz").absoluteString(), "a b%zz");
   EXPECT_EQ(Url().absoluteString(), "");
   EXPECT_EQ(Url::withString("a"), Url::withString("a"));
@@ -193,7 +193,7 @@ TEST(Url, CompleteEscapesAreDecodedOnce) {
                                          {"%1_41", "%1_41"}}) {
     EXPECT_EQ(removePercentEscapes(text), plain);
   }
-  // Only what lies in the text counts, not what follows it in memory.
+  // Only the text itself counts, not the memory after it.
   EXPECT_EQ(removePercentEscapes(std::string_view("%41", 2)), "%4");
 }
 

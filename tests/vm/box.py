@@ -48,12 +48,12 @@ class Box:
         self.machine.close()
 
     def spare_digest(self):
-        """The SHA-256 of a disk of the machine itself, which is nobody's but the machine's."""
+        """The SHA-256 of a disk of the machine itself, which no player uses."""
         self.root("sync")
         return hashlib.sha256(self.machine.spare.read_bytes()).hexdigest()
 
     def strays(self):
-        """The files that somebody has made in the place of disks."""
+        """Regular files in the place of disks."""
         return self.root("find /dev -maxdepth 1 -name 'sd*' -type f")
 
     def cut_power(self):
@@ -83,7 +83,7 @@ class Box:
         return self.call("session", request, timeout, timeout=timeout + 10)
 
     def root(self, command, timeout=60):
-        """Runs a shell command as root and returns what it wrote; it has to succeed."""
+        """Runs a shell command as root and returns its output; it has to succeed."""
         done = self.call("run", ["sh", "-c", command], timeout, timeout=timeout + 10)
         expect_equal(done["status"], 0, f"{command}: {done['err']}")
         return done["out"]

@@ -28,13 +28,13 @@ class FaultRun:
         return self._players[name]
 
     def begin(self):
-        """Presses OK: the run is on, and its players are those that are ticked."""
+        """Presses OK: the run begins with the ticked players."""
         self._listed = self._person.ticked()
         self._person.click("OK")
         self._began = time.monotonic()
 
     def case(self, player, text, named=True):
-        """What happens to a player of the run, and whether the summary has to name it."""
+        """The fault of a player in the run, and whether the summary has to name it."""
         self._cases.append(Case(player, text, named))
 
     def bystander(self, name, text=None):
@@ -44,7 +44,7 @@ class FaultRun:
             self._bystanders[self._box.disk(name)] = text
 
     def end(self, seconds):
-        """The run has to end with the summary that is due, and nobody else has been harmed."""
+        """The run has to end with the right summary, and nothing else may be damaged."""
         shown = self._await_summary(seconds)
         took = f"ended after {time.monotonic() - self._began:.0f} s"
         named = re.findall(r"^Player /dev/(\S+) Failed in process$", shown, re.MULTILINE)
@@ -74,7 +74,7 @@ class FaultRun:
         expect_equal((whole, changed), (len(complete), 0), "complete players, changed foreign bytes")
 
     def whole(self):
-        """The players that have to be complete: those of the run that need not be named."""
+        """The players that have to be complete: those of the run that the summary doesn't name."""
         lost = {case.player for case in self._cases if case.named}
         return [name for name, disk in self._players.items()
                 if disk in self._listed and name not in lost]

@@ -57,7 +57,7 @@ def _row_of(node):
 
 
 class Operator:
-    """A person in front of the program's window. The names of its controls are those that a person reads."""
+    """A person in front of the program's window. Controls have the names that a person reads."""
 
     environment = {"QT_QPA_PLATFORM": "xcb"}
 
@@ -67,7 +67,7 @@ class Operator:
         self.listen_anew()
 
     def listen_anew(self):
-        """What has been said so far is forgotten."""
+        """Clears the output so far."""
         self.journal_start = self._box.call("journal_cursor")
 
     def open(self, entry=None):
@@ -94,7 +94,7 @@ class Operator:
         return [text for name, text in rows if name == PROGRAM]
 
     def windows(self, roles=None):
-        """The visible windows. roles: of those to look into, since that takes time from the program."""
+        """The visible windows. roles: the kinds to look into, since that takes the program's time."""
         for root in self._box.session("tree", PROGRAM, roles):
             yield from (node for node in [root] if "showing" in node["states"])
 
@@ -141,7 +141,7 @@ class Operator:
         expect_equal(done["status"], 0, f"xdotool {action}: {done['err']}")
 
     def fill_in(self, node, text):
-        """Puts the text into a field instead of what is there."""
+        """Replaces the text of a field."""
         self.click_at(node)
         self.key("ctrl+a", "BackSpace")
         if text:
@@ -159,7 +159,7 @@ class Operator:
         self._hands("getactivewindow windowmove 0 0 windowsize --sync 100% 100%")
 
     def players(self):
-        """The player list from the top: each row's disk, name, tick, port, and what it says of a run."""
+        """The player list from the top: each row's disk, name, tick, port, and progress or result."""
         return [row for row in map(_row_of, self.nodes()) if row]
 
     def wait_for_players(self, count, seconds=60):
@@ -245,7 +245,7 @@ class Operator:
         expect_equal(self._enabled(RUN_BUTTONS), set(), "the buttons that can be pressed during a run")
 
     def _enabled(self, buttons):
-        """Those of the buttons that can be pressed; all of them have to be there."""
+        """The enabled buttons; all buttons have to exist."""
         shown = {node["name"]: node for node in self.nodes(BUTTON)}
         return {name for name in buttons if "enabled" in shown[name]["states"]}
 
@@ -274,7 +274,7 @@ class Operator:
             expect(text in errors, f"{text!r} of the journal is on standard error too")
 
     def expect_commands(self, count):
-        """So many commands have been handed to root's shell, for a caller with the right password."""
+        """Waits until this number of commands has reached root's shell, with the right password."""
         until(lambda: self._commands() >= count, 120, f"{count} commands of root's shell")
         expect_equal(self._commands(), count, "how often root's shell was started")
 

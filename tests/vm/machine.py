@@ -80,14 +80,14 @@ class Machine:
         self._lines = None
 
     def cut_power(self):
-        """The machine stops at once, and boots again from what its disk has got by then."""
+        """The machine stops at once, and boots again from the present contents of its disk."""
         self._process.kill()
         self._process.wait()
         self._link.close()
         self._begin()
 
     def _command(self):
-        # What newer processors do at once is emulated byte by byte.
+        # Newer processors' instructions are emulated byte by byte.
         processor = ["kvm", "-cpu", "max"] if self.accelerated else ["tcg,thread=multi", "-cpu", "Nehalem"]
         # However this process ends, its machine ends with it.
         command = ["setpriv", "--pdeathsig", "TERM", QEMU, "-accel", *processor]

@@ -1,4 +1,4 @@
-"""What came of each fault and each way out, as it was seen."""
+"""The observed result of each fault and each way out."""
 
 import collections
 

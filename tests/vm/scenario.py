@@ -43,13 +43,13 @@ def operator(box, entry=None, kind=Operator):
 
 
 def make_book(box, **shape):
-    """An audio book in the user's home; what a player with it holds, in playing order."""
+    """An audio book in the user's home; returns a player's files with it, in playing order."""
     return box.call("audio_book", BOOK, timeout=120, **shape)
 
 
 @contextlib.contextmanager
 def udev_held(box):
-    """The kernel goes on, and udev's view stays what it is."""
+    """The kernel continues, and udev's view stays unchanged."""
     box.root("systemctl kill -s STOP systemd-udevd")
     yield
     box.root("systemctl kill -s CONT systemd-udevd")

@@ -22,7 +22,7 @@ class Assistant(Operator):
     """An operator without mouse and keys, who finds everything by role and name."""
 
     def click_at(self, node, button=1):
-        """Has the thing do what it is there for."""
+        """Calls the object's action."""
         action = {"check box": "Toggle"}.get(node["role"], "Press")
         done = self._box.session("act", node["id"], action)
         expect(done, f"the {node['role']} {node['name']!r} offers {action}")
@@ -67,7 +67,7 @@ def _containers(node):
 
 
 def _focused(node):
-    """The things with the focus, but not what merely holds such a thing.
+    """The objects with the focus, but not their containers.
 
     A table is one thing: its current cell is said to have the focus wherever that is."""
     inside = node["children"] if node["role"] != "table" else ()
@@ -79,7 +79,7 @@ class Typist(Operator):
     """An operator without a mouse."""
 
     def focus(self):
-        """What has the focus, if one thing has that shows and can be used."""
+        """The object with the focus, if there is exactly one and it is visible and enabled."""
         found = [node for window in self.windows() for node in _focused(window)]
         usable = [node for node in found if {"showing", "enabled"} <= set(node["states"])]
         return usable[0] if len(found) == 1 and usable else None
@@ -121,7 +121,7 @@ def _held(box):
 
 
 def _expect_running(box, person):
-    """It is told that the program is busy, and the machine is kept awake."""
+    """It learns that the program is busy, and the machine is kept awake."""
     (busy,) = until(lambda: list(person.nodes("animation", BUSY)), 30, "the busy indicator")
     expect("busy" in busy["states"], f"the indicator is busy: {busy}")
     expect_equal(_keeping_awake(box), 1, "who keeps the machine awake during a run")

@@ -6,7 +6,7 @@ from flows import COMPLETED
 from scenario import make_book, operator, scenario, udev_held
 from waiting import expect, expect_equal, until
 
-# How players arrive, and what the list shows of their volumes.
+# How players arrive, and how the list shows their volumes.
 STATES = {
     "unlabelled": ({"content": {"system": "fat32"}}, "NO NAME"),
     "digit": ({"content": {"system": "fat32", "label": "2FAST"}}, "xFAST"),
@@ -33,7 +33,7 @@ STRANGERS = {
 
 
 def _plug_all(box):
-    """Plugs everything in, mounts what is to be mounted; returns the players' disks by name."""
+    """Plugs everything in and mounts the marked ones; returns the players' disks by name."""
     for name, traits in {**PLAYERS, **STRANGERS}.items():
         if name == "automounted":
             box.call("write_file", "/tmp/udiskie.yml", AUTOMOUNTER)
@@ -71,7 +71,7 @@ def arrivals_in_every_state(box):
 
 @scenario
 def a_volume_that_udev_has_not_seen(box):
-    """What udev has not seen yet must not be taken for what it is not."""
+    """A disk that udev has not seen yet must not be mistaken for another one."""
     book = make_book(box, chapters=1)
     disk = box.players({"old": {"content": {"system": "fat32", "label": "OLD"}}})["old"]
     with operator(box) as person:

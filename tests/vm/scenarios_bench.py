@@ -1,4 +1,4 @@
-"""A bench whose slots have numbers: how it gets and keeps them, and how it tells by them what failed."""
+"""A bench whose slots have numbers: how it gets and keeps them, and how they name the failed players."""
 
 import random
 import re
@@ -77,7 +77,7 @@ def _plug_again(box, person, names, count):
 
 @scenario
 def slots_of_a_bench(box):
-    """A slot keeps its number when players come and go, and after a restart of the machine."""
+    """A slot keeps its number when players arrive and leave, and when the machine restarts."""
     names = [f"player{number}" for number in range(1, PORTS + 1)]
     # So that a slot's number isn't its controller's.
     ports = dict(zip(names, random.Random(1).sample(range(PORTS), PORTS)))
@@ -131,7 +131,7 @@ def _expect_report(box, failures):
 
 @scenario
 def the_operator_finds_what_failed(box):
-    """Rows, the button for those that failed, and the report tell the same afterwards."""
+    """Rows, "Tick the Failed" and the report agree afterwards."""
     book = make_book(box, chapters=2, tracks=3, track_kb=2048)
     _install(box, "".join(RULE.format(port=PLACES[name], slot=SLOTS[name]) for name in PLAYERS))
     for name, traits in PLAYERS.items():
@@ -150,7 +150,7 @@ def the_operator_finds_what_failed(box):
         run.case("pulled", f"pulled at {seen:.0%} of the copy, and looked for afterwards")
         run.case("liar", "8 MiB that claim to be 1 GiB, and looked for afterwards")
         run.end(600)
-        # The row of a player goes with it.
+        # A player's row vanishes with it.
         wanted = {**{run.disk(name): FILLED for name in WHOLE}, run.disk("liar"): FAILED}
         expect_equal({row.disk: row.state for row in person.players()}, wanted, "what the rows say")
         again = _come_back(box, person, "pulled")

@@ -5,12 +5,12 @@ import re
 from scenario import scenario, short_scenario
 from waiting import expect, expect_equal, until
 
-# With clusters as those of real players: the kernel's rule for a full folder depends on them a little.
+# With the clusters of real players: the kernel's rule for a full folder depends on them a little.
 LARGE = {"system": "fat32", "size_mb": 512}
 
 
 def _run_suite(box, suite, *arguments, seconds):
-    """All cases of a program of GoogleTest's pass; what it said."""
+    """All cases of a GoogleTest program pass; returns its output."""
     box.session("start", suite, [f"/box/in/bin/{suite}", *arguments])
     until(lambda: box.session("status", suite) is not None, seconds, f"{suite} has ended")
     said = box.session("output", suite)[0]
@@ -28,7 +28,7 @@ def contract_of_a_mounted_volume(box):
 
 @scenario
 def what_fat_refuses(box):
-    """What the window says of names before a run is what the kernel does with them."""
+    """The window's warnings of names before a run agree with the kernel."""
     box.player("player", content=LARGE)
     said = _run_suite(box, "vfat_test", box.mount(box.disk("player")), seconds=1200)
     for line in re.findall(r"^vfat: (.+)$", said, re.MULTILINE):

@@ -1,4 +1,4 @@
-"""Every way out in the middle of a run: nothing hangs or goes on writing, and the next start works."""
+"""Every way out in the middle of a run: nothing hangs or continues writing, and the next start works."""
 
 import collections
 import time
@@ -85,7 +85,7 @@ class Leaving:
         began = time.monotonic()
         way.leave(self.box, person)
         if self.stalled:
-            time.sleep(1)  # everything stands still, and has to be left like that
+            time.sleep(1)  # everything is held, and is left in that state
             self._let_go()
         status = self._status(way, person)
         took = time.monotonic() - began
@@ -106,7 +106,7 @@ class Leaving:
         return f", status {way.status}"
 
     def _let_go(self):
-        """What has been held goes on."""
+        """Releases everything that was held."""
         for process in self.held:
             self.box.call("thaw", process)
         for name in self.stalled:
@@ -123,7 +123,7 @@ class Leaving:
         self.disks = {name: self.box.disk(name) for name in PLAYERS}
 
     def file_system(self, name):
-        """What the machine takes a player for."""
+        """The machine's view of a player."""
         probe = f"blkid -p -s TYPE -o value /dev/{self.disks[name]} || true"
         return self.box.root(probe).strip() or "none"
 
@@ -131,7 +131,7 @@ class Leaving:
         return {name: self.box.call("digest", name) for name in PLAYERS}
 
     def _written_later(self):
-        """How many players somebody writes to, some time after the end."""
+        """The number of players that are still being written to some time after the end."""
         self.box.root("sync")
         before = self._digests()
         time.sleep(2)
@@ -179,7 +179,7 @@ POWER_CUT = Way("a power cut", None, None)
 
 
 def _leave_again_and_again(box, *ways):
-    """Each start after the first one is the next one of what was left before."""
+    """Each start after the first one begins with the state that was left before."""
     leaving = Leaving(box)
     rows = []
     for way in ways:
@@ -187,7 +187,7 @@ def _leave_again_and_again(box, *ways):
         person = leaving.ask()
         untouched = leaving.begin_early_steps(person, mounted)
         ended, left = leaving.leave(way, person)
-        del untouched[mounted]  # UDisks2 takes it offline, as it was told
+        del untouched[mounted]  # UDisks2 takes it offline, as requested
         for name, digest in untouched.items():
             expect_equal(box.call("digest", name), digest, f"the bytes of {name}")
         person.expect_commands(4)

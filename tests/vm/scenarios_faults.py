@@ -143,7 +143,7 @@ def pulled_at_each_step_before_the_copy(box):
         run.case("formatted", "pulled before the mount; the program hasn't noticed")
         run.case("mounting", "pulled while UDisks2 mounts it")
         run.end(300)
-        # A pull hits the end of a wipe or what follows it: either step may be the one that fails.
+        # A player is pulled at the end of a wipe or just after it: either step may fail.
         wipes = person.journal().count("dd operation failed.\n")
         person.expect_log(formats=6, wipe_failures=wipes, format_failures=3 - wipes, copied=3, done=1)
         run.eject()
@@ -217,7 +217,7 @@ def _fill_liars(box, lies, **shape):
 
 
 def _arrives(box, person, run):
-    """A player is plugged in during the run: it is listed without a tick, and nobody writes to it."""
+    """A player is plugged in during the run: it is listed without a tick, and is not written to."""
     box.player("late")
     disk = box.disk("late")
     until(lambda: disk in person.disks(), 60, "the new player is listed")
@@ -226,7 +226,7 @@ def _arrives(box, person, run):
 
 
 def _comes_back(box, person, run):
-    """The pulled player is plugged in again and gets its old name; nobody writes to it any more."""
+    """The pulled player is plugged in again and gets its old name; it is not written to any more."""
     disk = run.disk("back")
     until(lambda: disk not in box.disks() and "copy Done!!!\n" in person.journal(), 120, "it has gone")
     box.call("remove", "back", keep=True)

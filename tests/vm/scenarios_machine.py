@@ -1,4 +1,4 @@
-"""What befalls the machine in the middle of a run, and not its players."""
+"""Failures of the machine itself, not of its players, in the middle of a run."""
 
 import time
 
@@ -70,7 +70,7 @@ def udisks_hangs_for_good(box):
 
 @scenario
 def the_machine_sleeps_in_the_middle_of_the_copy(box):
-    # What the machine outside shares with it doesn't survive its sleep.
+    # Folders shared with the host don't survive its sleep.
     box.root("cp -a /box/in /run/in && mount --bind /run/in /box/in")
     with operator(box) as person:
         run = _prepare(box, person, ["one"], chapters=2, tracks=5, track_kb=2048)

@@ -18,10 +18,10 @@ NAME_SLOTS = "fillstation-slots | sudo tee /etc/udev/rules.d/61-fillstation-slot
 ENTRY = "fillstation.desktop"
 AGENT = "/usr/libexec/fillstation/fillstation-agent"
 FOLDER = "/root/download"
-# Where Debian's own tools remember what they have done.
+# The places where Debian's own tools store their state.
 OF_OTHERS = ("/dev", "/proc", "/run", "/sys", "/tmp", "/box", "/var/log", "/var/cache/apt",
              "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd", "/var/lib/udisks2", "/media")
-# An automounter that heeds what UDisks2 says of a volume, as those of the large desktops do.
+# An automounter that obeys UDisks2's hints, as those of the large desktops do.
 AUTOMOUNTER = """{"device_config": [{"should_automount": false, "automount": false}]}"""
 STRANGERS = {
     "vendor": {"vendor": "OTHERS", "content": {"system": "fat32", "label": "VENDOR"}},
@@ -34,7 +34,7 @@ PLAYERS = {
 
 
 def _files(box):
-    """Every file of the machine but those that Debian's own tools keep of their work and volumes."""
+    """Every file of the machine, except the state of Debian's own tools and volumes."""
     left_out = " -o ".join(f"-path {folder}" for folder in OF_OTHERS)
     return set(box.root(f"find / \\( {left_out} \\) -prune -o -print").splitlines())
 
@@ -98,7 +98,7 @@ def _await_said(box, text):
 
 
 def _name_two_slots(box):
-    """A player goes through two slots as the command asks for it; from then on they have numbers."""
+    """A player is plugged into two slots as the command asks for it; from then on they have numbers."""
     box.call("fill", "visitor")
     box.call("add", "visitor")
     box.call("meanwhile", "tour", "run", ["sh", "-c", f"({NAME_SLOTS}) 2>/tmp/tour"], 120)

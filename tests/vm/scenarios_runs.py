@@ -1,4 +1,4 @@
-"""Players that are what they should be: plugged in, prepared, read back; credentials that open nothing."""
+"""Good players: plugged in, prepared, read back; and refused credentials."""
 
 from box import ADMIN, ADMIN_PASSWORD, PLAYER, PLAYER_PASSWORD
 from flows import COMPLETED, failed

@@ -31,7 +31,7 @@ class Swap:
         self.run = FaultRun(box, person, book, ["victim"])
 
     def swap(self, seen=True, port=None, name=None, **foreign):
-        """The player goes, and a foreign disk gets its name; seen: whether the program can notice."""
+        """The player leaves, and a foreign disk gets its name; seen: whether the program can notice."""
         self._pull()
         port = self.port if port is None else port
         self.box.player("foreign", port=port, content=PHOTOS, **(foreign or FOREIGN))
@@ -42,7 +42,7 @@ class Swap:
             until(lambda: self.person.disks() == [], 20, "the pulled player has left the list")
 
     def swap_for_an_inner_disk(self):
-        """The player goes, and a disk that isn't on the USB, but says it were a player's, comes."""
+        """The player leaves, and a disk with a player's vendor arrives that isn't on the USB."""
         self._pull()
         self.box.root(f"modprobe {INNER_DISK}")
         until(lambda: self.box.disks() == [self.disk], 20, "the inner disk")
@@ -63,7 +63,7 @@ class Swap:
         self.run.begin()
 
     def end(self, text, commands, summary=True, **log):
-        """The run ends; how many commands root's shell has got, and what the log has to say."""
+        """The run ends; checks the number of commands in root's shell, and the log."""
         self.run.case("victim", text, named=summary)
         self.run.end(180)
         self.person.expect_commands(commands)
@@ -82,7 +82,7 @@ class Swap:
 
 @contextlib.contextmanager
 def _swaps(box):
-    """A window for several swaps; the block gets what makes the next one ready, in a run that has begun."""
+    """A window for several swaps; the block gets the function that prepares the next one in a running run."""
     book = make_book(box, chapters=1)
     with operator(box) as person:
 
@@ -148,7 +148,7 @@ def swapped_during_the_wipe(box):
     with _swaps(box) as ready:
         with ready() as swap:
             held = box.call("hold_next", "/usr/bin/dd")
-            # The check holds the player open, so that its name is nobody else's as long as that.
+            # The check holds the player open, so that no other disk gets its name meanwhile.
             swap.swap(name=_next(swap.disk))
             box.call("thaw", held)
             text = f"swapped between check and write; the foreign disk became {_next(swap.disk)}"

@@ -1,8 +1,8 @@
-"""Waiting for what the box does in its own time."""
+"""Waiting for events in the box."""
 
 import time
 
-USUAL_LIMIT = 25  # seconds, after which a bus gives a request up unless it is told otherwise
+USUAL_LIMIT = 25  # seconds: a bus's default limit of a request
 
 
 def until(look, seconds, what, pause=0.25):

@@ -40,7 +40,7 @@ WindowTest::~WindowTest() {
 }
 
 void WindowTest::pump() {
-  // Started anew, so that it also runs in a loop that the next callable begins.
+  // Restarted, so that it also runs in a loop that the next callable begins.
   pump_.start(0);
   if (!ports.mainThread.runNext()) {
     std::this_thread::yield();

@@ -62,7 +62,7 @@ class WindowFiles : private MachineFiles, public RealSourceFiles {
   TestFileManager volumes;
 };
 
-// Counts what is painted.
+// Counts paint events.
 class PaintCount : public QObject {
  public:
   explicit PaintCount(QObject* painted) { painted->installEventFilter(this); }
@@ -73,8 +73,8 @@ class PaintCount : public QObject {
   int paints = 0;
 };
 
-// The whole window over the in-memory platform, whose main-thread queue is worked off by Qt's event
-// loop, nested ones included.
+// The whole window over the in-memory platform; Qt's event loop, nested ones included, runs its
+// main-thread queue.
 class WindowTest : public ::testing::Test {
  protected:
   WindowTest();

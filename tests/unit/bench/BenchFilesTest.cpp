@@ -60,7 +60,7 @@ TEST_F(BenchFolderUnitTest, AnOldImageIsReplaced) {
   EXPECT_EQ(first, '\0');
 }
 
-TEST_F(BenchFolderUnitTest, WhatCannotBeMadeHasAReason) {
+TEST_F(BenchFolderUnitTest, AFailedCreationHasAReason) {
   const std::string blocked = folder.write("file", "x");
   EXPECT_EQ(createPlayer(blocked, plan), blocked + "/pulled/a.img can't be written");
   folder.makeFolder("a.json");

@@ -100,7 +100,7 @@ TEST_F(FatImageTest, SectorsOf4096BytesAreTheLargest) {
   EXPECT_TRUE(FatImage::open(file()));
 }
 
-TEST_F(FatImageTest, WhatIsNoWholeFat32IsNone) {
+TEST_F(FatImageTest, AnIncompleteFat32IsNone) {
   make("-F16");
   EXPECT_FALSE(FatImage::open(file()));
   make();

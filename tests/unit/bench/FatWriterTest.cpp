@@ -30,7 +30,7 @@ class FatWriterTest : public ::testing::Test {
     writer->haveDirectory("", directoryWith(1));
   }
 
-  // A directory of one cluster with so many slots in use.
+  // A directory of one cluster with this number of slots in use.
   static FatDirectory directoryWith(std::int64_t usedSlots) {
     FatDirectory directory;
     directory.clusters = {2};
@@ -38,7 +38,7 @@ class FatWriterTest : public ::testing::Test {
     return directory;
   }
 
-  // Leaves so many clusters free.
+  // Leaves this number of clusters free.
   void leave(std::int64_t clusters) { addFile("room", (kFreeClusters - clusters) * kCluster); }
 
   void addFile(const std::string& path, std::int64_t size) {

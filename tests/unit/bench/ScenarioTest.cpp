@@ -77,13 +77,13 @@ TEST(ScenarioTest, EveryMomentAndEveryLieHasItsName) {
   EXPECT_EQ(faults("lie", "flips").lie, Lie::kFlips);
 }
 
-TEST(ScenarioTest, AMistakeIsToldByItsKeyAndReason) {
+TEST(ScenarioTest, AMistakeHasItsKeyAndReason) {
   const std::string size = ".sizeMiB: must be a whole number from 64 to 8192";
   const std::string name = R"(.name: must be made of letters, digits, "-" and "_")";
   const std::string text = ": must be a text";
   const std::string flag = ": must be true or false";
   const std::string huge = "9223372036854775807";
-  // A player's keys behind its name, and what is wrong.
+  // A player's keys after its name, and the expected problem.
   const std::vector<std::pair<std::string, std::string>> mistakes{
       {R"("sizeMiB": 63)", size},
       {R"("sizeMiB": 8193)", size},

@@ -83,7 +83,7 @@ TEST(RunShell, BeginsWithDefaultSignals) {
   ::sigemptyset(&blocked);
   ::sigaddset(&blocked, SIGTERM);
   ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
-  // Asked by the shell itself: it blocks everything while it waits for a program.
+  // The shell itself checks: it blocks all signals while it waits for a program.
   const auto result = runShell(
       "while read -r name value; do case $name in SigBlk:|SigIgn:) echo $name $value; esac; done "
       "</proc/self/status");

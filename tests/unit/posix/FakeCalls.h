@@ -16,7 +16,7 @@
 
 namespace fillstation::test {
 
-// The real calls, which can be made to fail, with a record of those that nobody else can see.
+// The real calls, which can be made to fail, and a record of calls without a visible effect.
 class FakeCalls : public KernelCalls {
  public:
   ssize_t sendFile(int target, int source, std::size_t count) override {
@@ -84,12 +84,12 @@ class FakeCalls : public KernelCalls {
   }
 
   std::string failing;
-  int sendError = 0;  // what the kernel says to every sendfile, 0 when it can
+  int sendError = 0;  // the errno of every sendfile, 0 for none
   int sendsRefused = 0;
   int callsUntilFailure = 0;
   std::size_t longest = SIZE_MAX;  // bytes that one call moves at most
   std::function<void()> onReadAt;
-  int disturbed = 0;  // so many reads bring a wrong first byte
+  int disturbed = 0;  // the number of reads with a wrong first byte
   std::int64_t furthest = INT64_MAX;
   std::vector<std::string> log;
   unsigned int flagsSeen = 0;
@@ -116,13 +116,13 @@ class HeldCloses : public FakeCalls {
     return FakeCalls::close(descriptor);
   }
 
-  // Lets so many closes end.
+  // Lets this number of closes end.
   void allow(int count) {
     const std::scoped_lock guard(lock_);
     allowed_ += count;
     changed_.notify_all();
   }
-  // Waits until so many closes last.
+  // Waits until this number of closes is in progress.
   void waitFor(int count) {
     std::unique_lock guard(lock_);
     changed_.wait(guard, [&] { return inside_ == count; });

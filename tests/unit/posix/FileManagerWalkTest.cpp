@@ -15,8 +15,7 @@ using Names = std::vector<std::string>;
 
 namespace {
 
-// Gives up root's rights for its lifetime, so that permissions mean something to a test whoever
-// runs it.
+// Gives up root's rights for its lifetime, so that permissions have an effect for every user.
 class Unprivileged {
  public:
   Unprivileged() : before_(::geteuid()) {
@@ -57,7 +56,7 @@ class NoOwner : public VolumeOwner {
   }
 };
 
-// What there is on any file system, and walks over it.
+// Files and folders of any file system, and walks over them.
 class FileManagerWalkTest : public testing::Test {
  protected:
   // The walk's entries as paths below the folder, folders with "/" at the end.
@@ -82,7 +81,7 @@ class FileManagerWalkTest : public testing::Test {
     return names;
   }
 
-  // What couldn't be read during walked().
+  // The unreadable paths of walked().
   Names errors_;
   bool goOn_ = true;
 
@@ -92,7 +91,7 @@ class FileManagerWalkTest : public testing::Test {
   PosixFileManager files_{nobody_, stop_};
 };
 
-TEST_F(FileManagerWalkTest, ToldWhatExistsThroughSymbolicLinksToo) {
+TEST_F(FileManagerWalkTest, GivesExistenceThroughSymbolicLinksToo) {
   const std::string file = folder_.write("a/file", "abc");
   bool isDirectory = true;
   EXPECT_TRUE(files_.fileExists(file, &isDirectory));
@@ -113,7 +112,7 @@ TEST_F(FileManagerWalkTest, ToldWhatExistsThroughSymbolicLinksToo) {
   EXPECT_FALSE(files_.fileExists(folder_.path("dangling")));
 }
 
-TEST_F(FileManagerWalkTest, ToldSizes) {
+TEST_F(FileManagerWalkTest, GivesSizes) {
   EXPECT_EQ(files_.fileSize(folder_.write("file", "abc")), 3);
   EXPECT_EQ(files_.fileSize(folder_.write("empty", "")), 0);
   EXPECT_EQ(files_.fileSize(folder_.path("none")), std::nullopt);
@@ -124,7 +123,7 @@ TEST_F(FileManagerWalkTest, ToldSizes) {
   EXPECT_EQ(files_.fileSize(huge), 5000000000);
 }
 
-TEST_F(FileManagerWalkTest, WalksAFolderBeforeWhatItHoldsInNameOrder) {
+TEST_F(FileManagerWalkTest, WalksAFolderBeforeItsContentsInNameOrder) {
   for (const std::string name : {"b/2.mp3", "b/10.mp3", "b/1/z", "a", "c", "B", "b.mp3", ".hidden",
                                  "b/.01.mp3", "10", "9"}) {
     folder_.write(name, "x");
@@ -154,7 +153,7 @@ TEST_F(FileManagerWalkTest, NamesAreBytes) {
   EXPECT_EQ(walked(folder_.path()), names);
 }
 
-TEST_F(FileManagerWalkTest, EntriesComeWithTheirSizes) {
+TEST_F(FileManagerWalkTest, EntriesHaveTheirSizes) {
   folder_.write("1", "abc");
   folder_.write("2", "");
   std::filesystem::create_symlink("1", folder_.path("3"));
@@ -200,7 +199,7 @@ TEST_F(FileManagerWalkTest, TheWalkedFolderMayBeALinkAndGivenWithASlash) {
   EXPECT_EQ(walked(folder_.path("link")), (Names{"b/", "b/file"}));
 }
 
-TEST_F(FileManagerWalkTest, AFolderThatGoesOrBecomesALinkDuringTheWalkIsToldAndNotEntered) {
+TEST_F(FileManagerWalkTest, AFolderThatVanishesOrBecomesALinkDuringTheWalkIsReportedAndNotEntered) {
   for (const bool becomesLink : {false, true}) {
     folder_.write("a/in", "x");
     folder_.write("b/in", "x");
@@ -226,7 +225,7 @@ TEST_F(FileManagerWalkTest, SpecialFilesAreYieldedUnopened) {
   EXPECT_EQ(walked(folder_.path()), Names{"fifo.mp3"});
 }
 
-TEST_F(FileManagerWalkTest, AnUnreadableFolderIsToldAndTheWalkGoesOnOrEnds) {
+TEST_F(FileManagerWalkTest, AnUnreadableFolderIsReportedAndTheWalkContinuesOrEnds) {
   folder_.write("a/in", "x");
   folder_.write("b", "x");
   ::chmod(folder_.path().c_str(), 0755);
@@ -249,7 +248,7 @@ TEST_F(FileManagerWalkTest, AnEntryThatCannotBeLookedAtHasNoValues) {
   EXPECT_EQ(errors_, Names{});
 }
 
-TEST_F(FileManagerWalkTest, WhatIsNoFolderHasNoEntries) {
+TEST_F(FileManagerWalkTest, NothingButAFolderHasEntries) {
   for (const bool goOn : {true, false}) {
     goOn_ = goOn;
     errors_.clear();
@@ -265,7 +264,7 @@ TEST_F(FileManagerWalkTest, ThousandsOfLevelsNeedFewDescriptors) {
   top.makeFolders("d", 3000);
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
-  // Beside those that are open here for other reasons.
+  // In addition to descriptors that are open for other reasons.
   const rlimit few{highestDescriptor() + 37, before.rlim_max};
   ::setrlimit(RLIMIT_NOFILE, &few);
   const auto walk = files_.walk(top.path(), [](const std::string&) { return false; });

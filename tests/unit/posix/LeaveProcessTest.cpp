@@ -113,12 +113,12 @@ TEST_F(LeaveProcess, LetsAnotherThreadsRecordsReachTheStream) {
     leaveProcess(0);
   };
   EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
-  // All but what the pipe holds, and one piece on its way.
+  // All except the contents of the pipe and one piece on its way.
   EXPECT_GE(test::contentOf(path).size(), 200'001U - 65'536U - 4'096U);
   ::unlink(path.c_str());
 }
 
-TEST_F(LeaveProcess, IsNotHeldByAStreamThatNobodyReads) {
+TEST_F(LeaveProcess, IsNotBlockedByAStreamWithoutAReader) {
   EXPECT_EXIT(
       {
         stuffStandardOutput();
@@ -197,7 +197,7 @@ std::string readAll(int descriptor) {
   return received;
 }
 
-TEST(StreamLog, WritesAtOnceBehindWhatTheStreamStillHeld) {
+TEST(StreamLog, WritesAtOnceAfterTheStreamsEarlierContents) {
   std::FILE* const stream = std::tmpfile();
   {
     StreamLog log(stream);
@@ -236,7 +236,7 @@ TEST(StreamLog, WritesTheRestOfARecordThatASignalCutShort) {
   EXPECT_EQ(received, text + "\n");
 }
 
-// A log whose stream takes nothing: a thread is held in writing the record "held".
+// A log whose stream accepts nothing: a thread is stuck in writing the record "held".
 class HeldStreamLog : public testing::Test {
  protected:
   HeldStreamLog() {
@@ -300,7 +300,7 @@ TEST_F(HeldStreamLog, WaitsWhileVeryMuchIsWaiting) {
   EXPECT_EQ(readUntilAllHaveReturned(), held + "\n" + much + "\n\nlate\nlate\n");
 }
 
-TEST(LogBatch, RecordsWhenItIsFullWhenTheProcessLeavesAndWhenItGoes) {
+TEST(LogBatch, RecordsWhenFullWhenTheProcessLeavesAndWhenDestroyed) {
   test::TestLog log;
   EXPECT_EQ(LogBatch::kMost, 256U);
   {

@@ -34,7 +34,7 @@ TEST(NameOrder, NumbersCountByValueAndLeadingZerosDecideATie) {
   expectOrder({"99999999999999999999998", "99999999999999999999999", "100000000000000000000000"});
   expectOrder({"0", "00", "007", "07", "7", "008", "8", "010", "10"});
   expectOrder({"01 a", "1 a", "01 b", "1 b", "02 a"});
-  // Behind other scripts too, and each where its digits stand.
+  // After other scripts, and each at the place of its digits.
   expectOrder({"Übung 2", "übung 2", "Übung 10"});
   expectOrder({"第2回", "第10回", "第10部"});
   expectOrder({"", " 1", "-1", "/", "0", "5", ":", "A", "a", "a/", "a5", "a:"});
@@ -51,12 +51,12 @@ TEST(NameOrder, CaseAndAccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
   expectOrder({"Łódź", "Log", "Lotus"});
   expectOrder({"Άλφα", "αλφα", "Βήτα"});
   expectOrder({"еж", "ёж", "ель", "иод", "йод"});
-  // An accent may stand behind its letter.
+  // An accent may be a separate character after its letter.
   expectOrder({"Ubar", "U\u0308ber 1", "Über 1", "U\u0308ber 2", "Über 2", "Uhr"});
   expectOrder({"a\u0300a", "a\u036Fa", "ab", "a\u02FFa", "a\u0370a"});
 }
 
-TEST(NameOrder, OtherScriptsComeBehindAsciiAndWhatIsNotUtf8IsTakenForLatin1) {
+TEST(NameOrder, OtherScriptsFollowAsciiAndInvalidUtf8CountsAsLatin1) {
   expectOrder({"~", "א", "あ", "ア", "音", "\U0001F3B5"});
   expectOrder({"Ubar", "Über", "\xDC\x62\x65r", "Uhr", "\x80"});
   expectOrder({"\xf0\x9f\x8e", "\xff\xfe", "Z"});

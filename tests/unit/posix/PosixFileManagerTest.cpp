@@ -167,7 +167,7 @@ TEST_F(PosixFileManagerTest, AVolumeIsClosedAndReadBackWhereItHasComeBack) {
 bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) >= 0; }
 int newDescriptor() { return ::open("/dev/null", O_RDONLY | O_CLOEXEC); }
 
-TEST(FileHandle, ClosesWhatItOwns) {
+TEST(FileHandle, ClosesItsDescriptor) {
   EXPECT_FALSE(FileHandle());
   EXPECT_EQ(FileHandle().get(), -1);
   const int descriptor = newDescriptor();
@@ -202,7 +202,7 @@ TEST(FileHandle, ReleasesAndMoves) {
   EXPECT_FALSE(isOpen(descriptor));
 }
 
-TEST(LongPath, FindsWhatAnyPathLengthNames) {
+TEST(LongPath, FindsFilesOfAnyPathLength) {
   // Cuts and limits fall at many places of a name.
   for (const int length : {1, 2, 3, 7, 200, 255}) {
     const test::DeepTempFolder top;
@@ -230,7 +230,7 @@ TEST(LongPath, SlashesDoNotMakeTheRestAbsolute) {
   EXPECT_TRUE(statLongPath(folder.path("a") + std::string(9000, '/')));
 }
 
-TEST(LongPath, WhatNoFileSystemTakesIsNotFound) {
+TEST(LongPath, ImpossibleNamesAreNotFound) {
   const test::TempFolder folder;
   const std::string name(5000, 'n');
   std::string nowhere = "/nowhere";

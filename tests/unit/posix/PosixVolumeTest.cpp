@@ -22,7 +22,7 @@ namespace {
 using Log = std::vector<std::string>;
 constexpr std::size_t kMiB = 1048576;
 
-// Admits everything unless told otherwise, and records what it was told.
+// Accepts everything by default, and records its calls.
 class TestMedium : public VolumeMedium {
  public:
   int admit(const std::string& relativePath, std::optional<std::int64_t> size) override {
@@ -91,7 +91,7 @@ class PosixVolumeTest : public testing::Test {
   PosixVolume volume_;
 };
 
-TEST_F(PosixVolumeTest, CopiesAndTellsTheMedium) {
+TEST_F(PosixVolumeTest, CopiesAndReportsToTheMedium) {
   EXPECT_TRUE(volume_.createDirectory(at("A/B")));
   EXPECT_TRUE(volume_.copyItem(source_, at("A/B/01.mp3")));
   EXPECT_EQ(test::contentOf(at("A/B/01.mp3")), "audio");
@@ -134,7 +134,7 @@ TEST_F(PosixVolumeTest, RefusesDestinationsThatAreNotOnTheVolume) {
   EXPECT_EQ(entries(), 0U);
 }
 
-TEST_F(PosixVolumeTest, WhatTheMediumRefusesIsNotCreated) {
+TEST_F(PosixVolumeTest, RefusedEntriesAreNotCreated) {
   medium_->refused = "A";
   EXPECT_FALSE(volume_.createDirectory(at("A/B")));
   EXPECT_FALSE(volume_.copyItem(source_, at("A")));
@@ -142,7 +142,7 @@ TEST_F(PosixVolumeTest, WhatTheMediumRefusesIsNotCreated) {
   EXPECT_EQ(medium_->log, (Log{"admit directory A", "admit file A 5"}));
 }
 
-TEST_F(PosixVolumeTest, ADirectoryThatCannotBeMadeIsNotTold) {
+TEST_F(PosixVolumeTest, ADirectoryThatCannotBeMadeIsNotReported) {
   folder_.write("mount/A", "a file");
   EXPECT_FALSE(volume_.createDirectory(at("A")));
   EXPECT_FALSE(volume_.createDirectory(at("A/B")));
@@ -166,7 +166,7 @@ TEST_F(PosixVolumeTest, ASymbolicLinkToAFileIsCopiedAsTheFile) {
   EXPECT_EQ(test::contentOf(at("a")), "content");
 }
 
-TEST_F(PosixVolumeTest, WhatIsNoRegularFileIsNotCopiedNorOpened) {
+TEST_F(PosixVolumeTest, OnlyRegularFilesAreOpenedAndCopied) {
   ASSERT_EQ(::mkfifo(folder_.path("fifo").c_str(), 0600), 0);
   std::filesystem::create_symlink("fifo", folder_.path("link"));
   for (const std::string& source :
@@ -201,7 +201,7 @@ TEST(PosixVolumeOnTwoFileSystems, EntersNoOtherFileSystem) {
   EXPECT_EQ(medium->log, (Log{"admit directory proc", "admit directory proc"}));
 }
 
-TEST_F(PosixVolumeTest, WhatIsTooLargeForTheFileSystemIsNotBegun) {
+TEST_F(PosixVolumeTest, ATooLargeFileIsNotBegun) {
   calls_.furthest = 5;
   EXPECT_TRUE(volume_.copyItem(source_, at("a")));
   calls_.furthest = 4;
@@ -264,7 +264,7 @@ TEST_F(PosixVolumeTest, LeavesNoDescriptorBehind) {
   EXPECT_EQ(count(), before);
 }
 
-TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsAheadWhatIsMoreThanOne) {
+TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsLargerFilesAhead) {
   const std::string content(2 * kMiB + 3, 'm');
   EXPECT_TRUE(volume_.copyItem(folder_.write("big", content), at("big")));
   EXPECT_EQ(medium_->log, (Log{"admit file big 2097155", "admit bytes 1048576",
@@ -276,8 +276,8 @@ TEST_F(PosixVolumeTest, CopiesInPiecesOfOneMebibyteAndReadsAheadWhatIsMoreThanOn
   EXPECT_EQ(calls_.log, Log{"start 0 1048576"});
 }
 
-// Also where the kernel can't copy: it is asked once then, and not for every file.
-TEST_F(PosixVolumeTest, CopiesWhateverTheBytesAreHoweverTheyAreMoved) {
+// The same if the kernel can't copy: it is tried once then, and not for every file.
+TEST_F(PosixVolumeTest, CopiesAnyBytesByEveryMethod) {
   std::string content;
   for (std::size_t index = 0; index < 3 * kMiB + 17; ++index) {
     content += static_cast<char>((index * 7 + index / 251) & 0xFFU);
@@ -298,7 +298,7 @@ TEST_F(PosixVolumeTest, CopiesWhateverTheBytesAreHoweverTheyAreMoved) {
 }
 
 // The kernel's answer to the first piece counts: one that comes later is a failure of the medium.
-TEST_F(PosixVolumeTest, WhatTheKernelRefusesInTheMiddleOfAPieceIsNotCarried) {
+TEST_F(PosixVolumeTest, ARefusalInTheMiddleOfAPieceIsAFailure) {
   struct OncePerFile : test::FakeCalls {
     ssize_t sendFile(int target, int source, std::size_t count) override {
       errno = EINVAL;
@@ -350,7 +350,7 @@ TEST_F(PosixVolumeTest, EveryFailureRemovesThePartialFile) {
     calls_.failing = call;
     calls_.callsUntilFailure = 1;
     calls_.sendError = call == "read" || call == "write" ? EINVAL : 0;
-    if (call == "sync volume") {  // the room that earlier files left is used up
+    if (call == "sync volume") {  // the space of earlier files is used up
       calls_.failing = "";
       EXPECT_TRUE(volume_.copyItem(big, at("before")));
       std::filesystem::remove(at("before"));

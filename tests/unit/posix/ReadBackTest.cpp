@@ -98,21 +98,21 @@ class ReadBackTest : public testing::Test {
   test::TempFolder source_;
   test::TempFolder volume_;
   std::vector<CopiedItem> items_;
-  // Nothing has changed later than that, unless a test says so.
+  // By default nothing has changed after that.
   std::timespec since_{std::numeric_limits<std::int32_t>::max(), 0};
   StopSource stop_;
   test::FakeCalls calls_;
   std::mt19937_64 random_{42};
 };
 
-TEST_F(ReadBackTest, SoundVolumeHoldsAtEverySeed) {
+TEST_F(ReadBackTest, GoodVolumePassesWithEverySeed) {
   fill();
   for (std::uint64_t seed = 0; seed < 100; ++seed) {
     EXPECT_TRUE(holds(seed)) << seed;
   }
 }
 
-TEST_F(ReadBackTest, PieceOfTwoPercentIsFoundWhereverItIsLost) {
+TEST_F(ReadBackTest, LostPieceOfTwoPercentIsFoundEverywhere) {
   fill();
   const std::int64_t piece = total() / 50;
   for (std::uint64_t seed = 0; seed < 60; ++seed) {
@@ -168,7 +168,7 @@ TEST_F(ReadBackTest, OrderCountsWhereItIsKept) {
   EXPECT_TRUE(holdsInOrder(1, false));
 }
 
-TEST_F(ReadBackTest, FolderThatTwoChosenOnesShareMayComeBefore) {
+TEST_F(ReadBackTest, AFolderInTwoChosenOnesMayComeEarlier) {
   for (const std::string folder : {"A", "B", "C"}) {
     addFolder(folder);
     add(folder + "/1.mp3", "one");
@@ -191,7 +191,7 @@ TEST_F(ReadBackTest, FolderThatTwoChosenOnesShareMayComeBefore) {
   EXPECT_TRUE(holdsInOrder(1, true));
 }
 
-TEST_F(ReadBackTest, SampleThatGoesOnInOtherFilesIsComparedInEach) {
+TEST_F(ReadBackTest, SampleAcrossSeveralFilesIsComparedInEach) {
   for (const std::string name : {"a", "b", "c", "d"}) {
     add(name, noise(1000));
   }
@@ -218,7 +218,7 @@ TEST_F(ReadBackTest, SourceThatHasChangedSinceIsNotCompared) {
   EXPECT_FALSE(holds());
 }
 
-TEST_F(ReadBackTest, SourceOfATimeToComeIsCompared) {
+TEST_F(ReadBackTest, SourceWithATimeInTheFutureIsCompared) {
   fill();
   const auto later = std::filesystem::file_time_type::clock::now() + std::chrono::hours(9);
   std::filesystem::last_write_time(source_.path("Book/1.mp3"), later);
@@ -272,7 +272,7 @@ TEST_F(ReadBackTest, ReadErrorIsAFailureWithItsSourceOrWithout) {
   }
 }
 
-TEST_F(ReadBackTest, WhatDiffersIsReadOnceMore) {
+TEST_F(ReadBackTest, ADifferenceIsReadOnceMore) {
   fill();
   calls_.disturbed = 1;
   EXPECT_TRUE(holds());

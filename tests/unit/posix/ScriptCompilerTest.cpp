@@ -100,7 +100,7 @@ TEST(PlayerCommand, ANodeHasAtMost32Characters) {
   EXPECT_FALSE(parsePlayerCommand(formatOf(longest + "8")));
 }
 
-TEST(PlayerCommand, RefusesWhatIsNoNode) {
+TEST(PlayerCommand, RefusesInvalidNodes) {
   for (const std::string node :
        {"",          "/dev/",           "/dev",        "sdb",        "/dev/1",    "/dev/sd1b",
         "/dev/sdB",  "/dev/sd-b",       "/dev/../sdb", "/dev//sdb",  "/dev/sdb/", "/dev/sdb ",

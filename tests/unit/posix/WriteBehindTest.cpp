@@ -43,7 +43,7 @@ class WriteWindowTest : public testing::Test {
   WriteWindow window_{kRoot, calls_};
 };
 
-TEST_F(WriteWindowTest, StartsEachPieceAndWaitsForWhatLiesBehind) {
+TEST_F(WriteWindowTest, StartsEachPieceAndWaitsForEarlierOnes) {
   EXPECT_TRUE(write(kOneMiB));
   EXPECT_EQ(takeLog(), Log{"start 0 1048576"});
   EXPECT_TRUE(write(7 * kOneMiB));
@@ -74,7 +74,7 @@ TEST_F(WriteWindowTest, CountsAcrossFilesUpToTheLimit) {
   EXPECT_EQ(volumeSyncs(), 1U);
 }
 
-TEST_F(WriteWindowTest, ALargeFileLeavesWhatWasNotWaitedFor) {
+TEST_F(WriteWindowTest, ALargeFileLeavesItsLastPieces) {
   writeFile(64);
   writeFile(8);
   EXPECT_EQ(volumeSyncs(), 0U);
@@ -102,7 +102,7 @@ TEST_F(WriteWindowTest, AfterTheVolumeIsSyncedEverythingIsSettled) {
   EXPECT_EQ(takeLog(), Log{"wait 8388608 1"});
 }
 
-TEST_F(WriteWindowTest, EveryFailureIsTold) {
+TEST_F(WriteWindowTest, EveryFailureIsReported) {
   calls_.failing = "start";
   EXPECT_FALSE(write(kOneMiB));
   calls_.failing = "wait";

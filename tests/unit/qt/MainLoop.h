@@ -21,7 +21,7 @@ inline bool runLoopAMinute(const std::function<bool()>& condition) {
   return condition();
 }
 
-// Runs what the main loop has to do now, until it has nothing to do.
+// Runs the main loop's pending work until there is none.
 inline void runLoopDry() {
   while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
   }

@@ -37,7 +37,7 @@ class LoopTest : public testing::Test {
  protected:
   ~LoopTest() override { stop.request(); }
 
-  // Runs the body on a worker and the main loop meanwhile; returns when the body has returned.
+  // Runs the body on a worker, and the main loop meanwhile; returns when the body has returned.
   void onWorker(const std::function<void()>& body) {
     std::atomic<bool> returned{false};
     workers.spawn([&] {
@@ -133,7 +133,7 @@ TEST(MainLoopQueue, KeepsTheOrderOfEachThread) {
   EXPECT_EQ(digits, "01234567890123456789");
 }
 
-TEST(MainLoopQueue, DropsACallableBeforeTheNextBeginsAndNeverRunsWhatIsLeft) {
+TEST(MainLoopQueue, DestroysACallableBeforeTheNextBeginsAndNeverRunsTheRest) {
   auto queue = std::make_unique<MainLoopQueue>();
   auto held = std::make_shared<int>(1);
   const std::weak_ptr<int> watched = held;
@@ -204,7 +204,7 @@ TEST_F(MainThreadTest, OnTheMainThreadTheCallableSimplyRunsEvenAtTheEnd) {
   EXPECT_EQ(runs, 2);
 }
 
-TEST_F(MainThreadTest, WhatHasNotBegunAtTheEndNeverRuns) {
+TEST_F(MainThreadTest, AWaitingCallableNeverRunsAtTheEnd) {
   bool ran = false;
   std::atomic<bool> begun{false};
   std::atomic<bool> answered{false};
@@ -222,7 +222,7 @@ TEST_F(MainThreadTest, WhatHasNotBegunAtTheEndNeverRuns) {
   EXPECT_FALSE(ran);
 }
 
-TEST_F(MainThreadTest, WhatHasBegunAtTheEndIsWaitedFor) {
+TEST_F(MainThreadTest, ARunningCallableIsWaitedForAtTheEnd) {
   onWorker([&] {
     bool finished = false;
     EXPECT_TRUE(mainThread.runAndWait([&] {
@@ -283,7 +283,7 @@ TEST_F(ClockTest, TheEndEndsThePausesOfTheMainThreadNestedOnesIncluded) {
   EXPECT_FALSE(inner);
 }
 
-TEST_F(ClockTest, TheEndComesAfterPausesThatAreOver) {
+TEST_F(ClockTest, TheEndCutsAPauseAfterFinishedOnes) {
   EXPECT_TRUE(clock.sleep(milliseconds(1)));
   EXPECT_TRUE(clock.sleep(milliseconds(1)));
   workers.spawn([&] { mainThread.runAndWait([&] { stop.request(); }); });

@@ -19,7 +19,7 @@
 namespace fillstation {
 namespace {
 
-// Puts a stand-in for the desktop's helper first on PATH.
+// Puts a fake of the desktop's helper first on PATH.
 class QtWorkspaceTest : public testing::Test {
  protected:
   QtWorkspaceTest() : path_(std::getenv("PATH")) {
@@ -39,11 +39,11 @@ class QtWorkspaceTest : public testing::Test {
     EXPECT_EQ(errno, ECHILD);
   }
 
-  void standIn(const std::string& script) {
+  void fakeHelper(const std::string& script) {
     const std::string program = folder_.write("xdg-open", "#!/bin/sh\n" + script);
     ::chmod(program.c_str(), 0700);
   }
-  // What the stand-in wrote and then renamed into place.
+  // The fake's output, which it renames into place.
   std::string answer() const {
     while (!std::filesystem::exists(folder_.path("answer"))) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -61,14 +61,14 @@ class QtWorkspaceTest : public testing::Test {
 };
 
 TEST_F(QtWorkspaceTest, HandsTheAddressOverAsItIs) {
-  standIn("printf '%s|' \"$#\" \"$@\"" + giveAnswer());
+  fakeHelper("printf '%s|' \"$#\" \"$@\"" + giveAnswer());
   workspace_.openUrl("https://example.com/a b?c=$d&e;f'\"*");
   EXPECT_EQ(answer(), "1|https://example.com/a b?c=$d&e;f'\"*|");
 }
 
 TEST_F(QtWorkspaceTest, DoesNotWaitAndLeavesNoZombie) {
   ASSERT_EQ(::mkfifo(folder_.path("gate").c_str(), 0600), 0);
-  standIn("read -r word <'" + folder_.path("gate") + "'; echo \"$word\"" + giveAnswer());
+  fakeHelper("read -r word <'" + folder_.path("gate") + "'; echo \"$word\"" + giveAnswer());
   workspace_.openUrl("https://example.com/");
   EXPECT_FALSE(std::filesystem::exists(folder_.path("answer")));
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "still running";
@@ -78,7 +78,7 @@ TEST_F(QtWorkspaceTest, DoesNotWaitAndLeavesNoZombie) {
 }
 
 TEST_F(QtWorkspaceTest, TheHelperSaysNothingOnOurStreamsAndHasItsOwnSession) {
-  standIn(
+  fakeHelper(
       "(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2; read -r a b c d e s rest "
       "</proc/$$/stat; test $s = $$ && echo session)" +
       giveAnswer());
@@ -93,7 +93,7 @@ TEST_F(QtWorkspaceTest, WithoutAHelperNothingHappens) {
   EXPECT_EQ(errno, ECHILD);
 }
 
-// What others on the desktop's bus hear, as a monitor of the bus prints it.
+// The messages on the desktop's bus, as a monitor of the bus prints them.
 class DesktopTest : public testing::Test {
  protected:
   DesktopTest() {

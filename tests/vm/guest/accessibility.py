@@ -1,4 +1,4 @@
-"""What a program's windows show, as the accessibility bus tells it.
+"""The contents of a program's windows, from the accessibility bus.
 
 Emulation makes every answer slow, so that all questions about one level of the tree are asked at
 once, and only those that somebody needs.
@@ -85,14 +85,14 @@ def _answer(place, interface, method, kinds="", *values):
 
 
 def act(place, action):
-    """Has a thing do what it offers by that name; whether it offers that."""
+    """Calls an object's action of that name; returns whether it has one."""
     answer = _answer(place, ACTION, "GetActions")
     names = [name for name, *more in answer[0]] if answer else []
     return action in names and _answer(place, ACTION, "DoAction", "i", names.index(action)) == [True]
 
 
 def put_text(place, text):
-    """Puts a text into a field instead of what is there; whether the field takes it."""
+    """Replaces the text of a field; returns whether the field accepts it."""
     return _answer(place, EDITABLE, "SetTextContents", "s", text) == [True]
 
 

@@ -1,4 +1,4 @@
-"""What the two hands in the box have in common: one line of JSON asks, and one answers."""
+"""Shared by the two helpers in the box: one line of JSON asks, and one answers."""
 
 import contextlib
 import inspect
@@ -8,7 +8,7 @@ import traceback
 
 
 def run(argv, timeout=60, text=None):
-    """Runs a command as whoever this hand is."""
+    """Runs a command as this helper's user."""
     done = subprocess.run(
         argv, input=text, capture_output=True, text=True, errors="surrogateescape", timeout=timeout
     )
@@ -26,7 +26,7 @@ def answer_to(line, known):
         request = json.loads(line)
         operation = known[request["op"]]
         answer = {"result": operation(*request.get("args", ()), **request.get("named", {}))}
-    except Exception:  # whatever it is, the driver outside has to know it
+    except Exception:  # the driver outside gets every failure
         answer = {"error": traceback.format_exc()}
     return json.dumps(answer).encode() + b"\n"
 
@@ -34,5 +34,5 @@ def answer_to(line, known):
 def obey(server, known):
     """Answers one request to a socket that others connect to."""
     link, _ = server.accept()
-    with link, contextlib.suppress(OSError):  # whoever asked has ended, or given up
+    with link, contextlib.suppress(OSError):  # the caller has ended, or given up
         link.sendall(answer_to(link.makefile("rb").readline(), known))

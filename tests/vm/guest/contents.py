@@ -1,4 +1,4 @@
-"""What is on the media, and what is to be put on them."""
+"""The contents of media, now and in future."""
 
 import errno
 import hashlib
@@ -75,14 +75,14 @@ def digest(name):
 
 
 def _places(medium, size):
-    """Where the blocks of a medium are. What a file has never been given is zeros, and left out."""
+    """The places of a medium's blocks, without unwritten parts, which are zeros."""
     place, regular = 0, stat.S_ISREG(os.fstat(medium.fileno()).st_mode)
     while place < size:
         if regular:
             try:
                 place = os.lseek(medium.fileno(), place, os.SEEK_DATA) // BLOCK * BLOCK
             except OSError as failure:
-                if failure.errno != errno.ENXIO:  # which says that there is no more
+                if failure.errno != errno.ENXIO:  # no more data
                     raise
                 return
         yield place
@@ -96,7 +96,7 @@ def keep(name):
 
 
 def differing(name):
-    """How many bytes of a medium are others than those that were kept."""
+    """The number of bytes of a medium that differ from the stored ones."""
     with open(gadgets.BACKING / name, "rb") as medium, open(_kept(name), "rb") as kept:
         pairs = zip(iter(lambda: medium.read(4096), b""), iter(lambda: kept.read(4096), b""))
         return sum(sum(a != b for a, b in zip(*pair)) for pair in pairs if pair[0] != pair[1])

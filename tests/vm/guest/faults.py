@@ -23,13 +23,13 @@ begun = {}
 
 
 def meanwhile(name, operation):
-    """Runs an operation while others are asked for; joined() tells how it ended."""
+    """Runs an operation in the background; joined() returns its result."""
     result = {}
 
     def work():
         try:
             result["answer"] = operation()
-        except Exception as failure:  # told by joined()
+        except Exception as failure:  # returned by joined()
             result["failure"] = failure
 
     begun[name] = (threading.Thread(target=work), result)
@@ -37,7 +37,7 @@ def meanwhile(name, operation):
 
 
 def joined(name):
-    """Waits for what meanwhile() has begun; returns its answer."""
+    """Waits for the operation of meanwhile(); returns its answer."""
     thread, result = begun.pop(name)
     thread.join()
     if "failure" in result:
@@ -137,7 +137,7 @@ def await_writing(disk, timeout=300.0):
 
 
 def hold_until_mounted(name, disk, program):
-    """Once the player has been formatted the program is held, until somebody else has mounted it."""
+    """Holds the program after the format until another program has mounted the player."""
     gadgets.await_head(name, False, 300)
     held = processes.freeze(program)
     with contextlib.suppress(TimeoutError):

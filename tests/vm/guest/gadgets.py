@@ -62,14 +62,14 @@ def _free_controller():
 
 
 def plug(name, port=None):
-    """Plugs the device in, at a port of its own; returns the port's number."""
+    """Plugs the device into a free port; returns the port's number."""
     controller = f"dummy_udc.{port}" if port is not None else _free_controller()
     _write(GADGETS / name / "UDC", controller)
     return int(controller.rpartition(".")[2])
 
 
 def pull(name):
-    """Pulls the device out, in the middle of whatever it does; it keeps its port."""
+    """Pulls the device out at once, even during a transfer; it keeps its port."""
     _write(CONTROLLERS / _controller(name) / "soft_connect", "disconnect")
 
 
@@ -82,7 +82,7 @@ def insert(name, path):
 
 
 def protect(name):
-    """From now on the medium refuses what is written, as one does whose slider has been moved."""
+    """From now on the medium refuses writing, as with a write-protect switch."""
     unit = GADGETS / name / "functions/mass_storage.0/lun.0"
     path = (unit / "file").read_text(encoding="utf-8").strip()
     _write(unit / "forced_eject", 1)

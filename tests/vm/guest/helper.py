@@ -1,4 +1,4 @@
-"""The tests' hands as root in the box: one request a line comes in, one answer a line goes out."""
+"""The tests' helper as root in the box: reads one request per line, writes one answer per line."""
 
 import json
 import os

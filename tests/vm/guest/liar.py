@@ -1,4 +1,4 @@
-"""A medium that lies: it takes everything that is written, and answers something else.
+"""A medium that lies: it accepts all data, and returns something else.
 
 liar.py PLACE STORE LIE BEGIN_KB [END_KB] serves it as PLACE/medium, in the background, until PLACE
 is unmounted. The machine keeps nothing of it in memory: each read asks the medium. Lies:

@@ -104,7 +104,7 @@ def _holders(disk):
 
 
 def thaw(process):
-    with contextlib.suppress(ProcessLookupError):  # it has been ended meanwhile
+    with contextlib.suppress(ProcessLookupError):  # it has ended meanwhile
         os.kill(process, signal.SIGCONT)
 
 

@@ -36,7 +36,7 @@ def make(name, kind, size_mb=0, lie=()):
 
 
 def stall(name):
-    """From now on nothing that is written reaches the medium, and whoever writes waits."""
+    """From now on no data reaches the medium, and writers wait."""
     for limit in pathlib.Path("/sys/block").glob("sd*/device/timeout"):
         limit.write_text(PATIENCE, encoding="ascii")
     subprocess.run(["fsfreeze", "-f", PLACES / name], check=True)

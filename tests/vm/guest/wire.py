@@ -1,4 +1,4 @@
-"""A connection to a message bus that sends many questions at once, and keeps what it has encoded.
+"""A connection to a message bus that sends many questions at once, and caches encoded ones.
 
 GLib passes each message from thread to thread; emulated, that took most of the time of a scenario.
 """
@@ -163,7 +163,7 @@ class Bus:
             reader.align(8)
             code = reader.number("B", 1)
             fields[code] = reader.one("v")
-        keep = self._open.pop(fields[ANSWERED], None)  # of nobody who still waits
+        keep = self._open.pop(fields[ANSWERED], None)  # none if the caller has given up
         if keep:
             kinds = fields.get(SIGNATURE, "")
             keep(Reader(message, body).all(kinds) if message[1] == ANSWER else None)

@@ -20,7 +20,7 @@
 
 namespace fillstation::test {
 
-// What was called, and with which options.
+// The calls, with their options.
 struct UDisksCall {
   std::string path;
   std::string member;  // "Filesystem.Mount", without the common beginning of the interfaces
@@ -40,7 +40,7 @@ struct UDisksAnswer {
   static UDisksAnswer error(const std::string& name) { return {name, "So it is.", {}, false}; }
 };
 
-// A block object of the stand-in.
+// A block object of the fake.
 struct UDisksBlock {
   std::string name;   // "sdb"
   std::string drive;  // "D1"; empty for none
@@ -50,22 +50,21 @@ struct UDisksDrive {
   bool canPowerOff = false;
 };
 
-// Stands in for UDisks2 on a private bus. Every answer waits for its turn in the main loop. Main
-// thread.
-class StandInUDisks : public QDBusVirtualObject {
+// A fake UDisks2 on a private bus. Every answer waits for its turn in the main loop. Main thread.
+class FakeUDisks : public QDBusVirtualObject {
  public:
   using Handler = std::function<UDisksAnswer(const UDisksCall&)>;
 
-  explicit StandInUDisks(const QDBusConnection& connection) : connection_(connection) {
+  explicit FakeUDisks(const QDBusConnection& connection) : connection_(connection) {
     qDBusRegisterMetaType<Interfaces>();
     qDBusRegisterMetaType<Objects>();
     connection_->registerVirtualObject(kRoot, this, QDBusConnection::SubPath);
     connection_->registerService(kService);
   }
 
-  // What answers calls; success without a value by default.
+  // The answer to calls; by default success without a value.
   Handler handler;
-  // What GetManagedObjects lists.
+  // The list of GetManagedObjects.
   std::vector<UDisksBlock> blocks;
   std::map<std::string, UDisksDrive> drives;
   std::vector<UDisksCall> calls;
