@@ -2,7 +2,7 @@
 set(CMAKE_UNITY_BUILD ON CACHE BOOL "Compile several sources of a target at once")
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
 
-# What was compiled once is taken from ccache where that is installed, in any folder that holds a clone.
+# If ccache is installed, it reuses everything that any clone has compiled.
 find_program(CCACHE ccache)
 if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}"

@@ -13,7 +13,7 @@ from work import check_copy, make_set, run
 
 HERE = pathlib.Path(__file__).resolve().parent
 FOLDER = pathlib.Path("/tmp/perf")
-TWO_SECONDS = 2 * 10**9  # what FAT keeps of a time
+TWO_SECONDS = 2 * 10**9  # the resolution of FAT's times
 OPTIONS = "utf8=1,shortname=mixed,showexec"
 
 

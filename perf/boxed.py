@@ -23,7 +23,7 @@ from scenario import BOOK, make_book, operator  # noqa: E402
 from waiting import expect_equal  # noqa: E402
 
 PLAYERS = ("one", "two", "three", "four")
-# What a person would write: the same steps for every player at the same time.
+# A user's own script: the same steps for every player at the same time.
 SCRIPT = """
 fill() {
   udisksctl unmount -b /dev/$1 && dd if=/dev/zero of=/dev/$1 bs=4k count=10 &&

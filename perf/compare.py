@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs Fillstation and what a user would pick instead on the same work, and says who is faster."""
+"""Runs Fillstation and the usual alternatives on the same work, and compares their times."""
 
 import argparse
 import json
@@ -35,7 +35,7 @@ def arguments():
 
 
 def measure(name, row, setting):
-    """The row's outcome; what is missing and what is wrong are outcomes too."""
+    """The row's outcome; a missing requirement and a failure are outcomes too."""
     say(f"{name}: {row.work}")
     try:
         outcome = row.run(setting)
@@ -81,7 +81,7 @@ def main():
 
 
 def in_own_mounts():
-    """Starts again in mounts of its own: another program's copy of ours would keep devices in use."""
+    """Starts again in its own mount namespace: other programs' copies of our mounts keep devices in use."""
     if os.geteuid() == 0 and "FILLSTATION_PERF_MOUNTS" not in os.environ and may_mount():
         os.environ["FILLSTATION_PERF_MOUNTS"] = "own"
         os.execvp("unshare", ["unshare", "--mount", "--propagation", "private", sys.executable, "-B",

@@ -1,4 +1,4 @@
-"""What all rows have in common: their setting, their outcome, and a run of either side."""
+"""Shared by all rows: their setting, their outcome, and a run of either side."""
 
 import dataclasses
 import os
@@ -56,7 +56,7 @@ def environment():
 
 
 def last_line(command, log):
-    """The numbers in the last line of what a measuring program prints."""
+    """The numbers in the last line of a measuring program's output."""
     with open(log, "wb") as file:
         done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=file,
                               env=environment(), check=False)
@@ -66,7 +66,7 @@ def last_line(command, log):
 
 
 class Filled(NamedTuple):
-    """What perf_fill prints."""
+    """The output of perf_fill."""
     seconds: float  # until the volumes are filled durably
     failed: float
     read_back: float  # seconds, of the player that took longest

@@ -1,4 +1,4 @@
-"""The rows of the comparison: what is measured, against what, and the goal."""
+"""The rows of the comparison: the work, the alternative and the goal."""
 
 import dataclasses
 import os

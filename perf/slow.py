@@ -13,7 +13,7 @@ SLOW = 5_000_000
 
 @contextlib.contextmanager
 def slow_volumes(setting, folder, count, files, size):
-    """Volumes with room for so many files, on disks that can be written at slow_speed()."""
+    """Volumes with space for this number of files, on disks that are written at slow_speed()."""
     with slow_disks(setting.programs, folder / "disks", count, files * (size + 8192) + 32 * MIB,
                     slow_speed(setting)) as disks, \
             Volumes(folder, disks, direct=False,

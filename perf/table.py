@@ -13,7 +13,7 @@ def is_met(row, outcome):
         return False
     if row.limit is not None:
         return median_ratio(outcome) <= row.limit and outcome.also_met
-    # Not slower: what ours needs lies within what theirs needed in this very run.
+    # Not slower: our time is within the range of their times in the same run.
     return statistics.median(outcome.ours) <= max(outcome.theirs) + outcome.allowance
 
 

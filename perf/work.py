@@ -1,4 +1,4 @@
-"""What the rows work with: source sets, volumes on loop devices, and the comparison of results."""
+"""The tools of the rows: source sets, volumes on loop devices, and the comparison of results."""
 
 import concurrent.futures
 import contextlib
@@ -18,7 +18,7 @@ class Missing(Exception):
 
 
 class Wrong(Exception):
-    """A result is not what it has to be."""
+    """A wrong result."""
 
 
 def say(text):
@@ -56,7 +56,7 @@ def need_program(name):
 
 
 def make_set(folder, files, size, folders):
-    """A source set: files of equal size in folders, random bytes, each with a time of its own."""
+    """A source set: files of equal size in folders, random bytes, each with another time."""
     generator = random.Random(f"{files} {size}")
     folder.mkdir(parents=True)
     for number in range(files):
@@ -138,7 +138,7 @@ class Volumes:
         together([("umount", path) for path in self.paths if os.path.ismount(path)])
 
     def check(self, source, **how):
-        """Compares what is on the media, not what is still in memory."""
+        """Compares the contents of the media, not of the memory."""
         self.unmount()
         self.mount()
         with concurrent.futures.ThreadPoolExecutor(len(self.paths)) as pool:
@@ -191,7 +191,7 @@ def image_files(folder, count, size):
 
 @contextlib.contextmanager
 def slow_disks(programs, folder, count, size, bytes_per_second):
-    """Files that take what is written at this speed and are read at twice of it; their paths."""
+    """Files that are written at this speed and read at twice the speed; their paths."""
     need_root()
     if not os.path.exists("/dev/fuse"):
         raise Missing("this machine has no /dev/fuse for the slow disks")

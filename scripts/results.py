@@ -1,4 +1,4 @@
-"""What came of a run of ctest: results.py NAME FOLDER CTEST_XML RESULT_XML
+"""The results of a run of ctest: results.py NAME FOLDER CTEST_XML RESULT_XML
 
 Writes every case of the GoogleTest programs, whose own files are in FOLDER, and every other test of
 ctest's to one JUnit file. The status is 1 when a test was disabled or none was run, and where

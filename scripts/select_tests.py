@@ -1,4 +1,4 @@
-"""What a regular expression picks of the tests: select_tests.py BUILD REGEX
+"""Selects tests by a regular expression: select_tests.py BUILD REGEX
 
 Prints three lines: the targets to build, the regular expression of ctest's tests to run, and the
 filter for GoogleTest. A case is called PROGRAM.SUITE.CASE, without the instance it belongs to. The
@@ -43,7 +43,7 @@ def cases_of(sources):
 
 
 def targets_of(test, build):
-    """What has to be built for the test: the programs that its command names, or everything."""
+    """The targets to build for the test: the programs in its command, or everything."""
     if "command" not in test:
         return ["all"]  # the program has never been built
     found = []

@@ -1,5 +1,5 @@
 # Sourced by the scripts at the root, which have set -euo pipefail. Leaves the caller in the root of
-# the project; needs bash and what every Debian has, nothing more.
+# the project; needs only bash and the tools of every Debian.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 readonly PACKAGE_LIST=scripts/packages.txt
@@ -31,7 +31,7 @@ packages() {
   done <"$PACKAGE_LIST"
 }
 
-# missing NAME…: those that are not installed, one a line.
+# missing NAME…: the packages that are not installed, one per line.
 missing() {
   local installed name
   installed=" $(dpkg-query -W -f='${db:Status-Status}=${Package} ' "$@" 2>/dev/null || true)"

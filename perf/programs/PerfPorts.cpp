@@ -12,7 +12,7 @@
 
 namespace fillstation::perf {
 
-// A disk whose volume is mounted, whatever is asked of it.
+// A disk whose volume is always mounted.
 class PerfPorts::OneDisk : public Disk {
  public:
   explicit OneDisk(std::string mountPath) : mountPath_(std::move(mountPath)) {}

@@ -21,11 +21,10 @@
 
 namespace fillstation::perf {
 
-// The ports of a measurement: folders that are mounted already stand for formatted players, so that
-// what is left of a run is the copying itself. Player n is "/dev/vp<n>" with the n-th folder as its
-// volume; commands succeed at once, nothing pauses. Files, threads, main thread and log are the
-// program's own. What was copied is read back only where that is asked for. Made on the main thread
-// when the application object exists.
+// The ports of a measurement: mounted folders stand for formatted players, so that only the copying
+// remains of a run. Player n is "/dev/vp<n>" with the n-th folder as its volume; commands succeed
+// at once, and nothing pauses. Files, threads, main thread and log are the program's own. Copies
+// are read back only if asked for. Made on the main thread when the application object exists.
 class PerfPorts {
  public:
   using Seconds = std::chrono::duration<double>;

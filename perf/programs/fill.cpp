@@ -1,8 +1,8 @@
-// perf_fill [--read-back] TYPE SOURCE VOLUME…: chooses the folder SOURCE and copies it onto the
-// volumes, one player each, with the window shown, and reads it back if told so. The log goes to
-// standard error. The last line of standard output has four numbers: seconds from choosing to the
-// report of the result, failed players, seconds of the longest read back of a player, KiB of memory
-// at most.
+// perf_fill [--read-back] TYPE SOURCE VOLUME…: chooses the folder SOURCE and copies it to the
+// volumes, one player each, with the window shown; reads it back if asked to. The log goes to
+// standard error. The last line of standard output has four numbers: the seconds from choosing to
+// the report of the result, the failed players, the seconds of the longest read-back of a player,
+// and the highest memory in KiB.
 
 #include <QApplication>
 #include <chrono>
@@ -60,7 +60,7 @@ Outcome copy(WindowSet& windows, const std::shared_ptr<TRFileCopyTaskCollection>
   return outcome;
 }
 
-// KiB; what getrusage says begins with the memory of the program that started this one.
+// KiB; getrusage includes the memory of the program that started this one.
 long mostMemory() {
   std::ifstream status("/proc/self/status");
   long most = 0;

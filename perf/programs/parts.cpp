@@ -1,4 +1,5 @@
-// What one step of the large amounts of work costs: names, addresses, nodes, log lines, hand-overs.
+// The cost of single steps of large amounts of work: names, addresses, nodes, log lines,
+// hand-overs.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

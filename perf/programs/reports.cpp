@@ -57,7 +57,7 @@ class Lateness {
 
 constexpr std::chrono::milliseconds kPace(200);  // a MiB of a player of 5 MB/s
 
-// What the calling thread has had of a processor.
+// The processor time of the calling thread.
 double ownSeconds() {
   std::timespec spent{};
   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &spent);

@@ -1,8 +1,8 @@
 // perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ: mounts on FOLDER the files disk0, disk1 and
-// so on, each of which does one command after the other, as a USB disk does: WRITTEN bytes per
-// second, the commands included, or READ bytes per second and a millisecond for each command. Ends
-// when FOLDER is unmounted. The content stays in memory, equal pieces once: players that are filled
-// alike need no more than one.
+// so on. Each performs one command after another, as a USB disk does: it is written with WRITTEN
+// bytes per second, the commands included, and read with READ bytes per second and a millisecond
+// for each command. Ends when FOLDER is unmounted. The contents are in memory, equal pieces once,
+// so that players with equal contents need little memory.
 
 #define FUSE_USE_VERSION 35
 

@@ -8,8 +8,8 @@
 
 namespace fillstation {
 
-// Holds a list of objects that the window shows and tells the window when it changes. Made with the
-// window and as long-lived; held by std::shared_ptr. Main thread.
+// Holds a list of objects that the window shows, and tells the window about changes. Made with the
+// window, and lives as long; held by std::shared_ptr. Main thread.
 template <class T>
 class ArrayController {
  public:
@@ -21,8 +21,8 @@ class ArrayController {
   ArrayController(const ArrayController&) = delete;
   ArrayController& operator=(const ArrayController&) = delete;
 
-  // The list as it is now, null while there is none. It never changes: every change makes a new
-  // one, so a walk over it may add and remove.
+  // The list, null if there is none. It never changes: every change makes a new one, so a walk over
+  // it may add and remove.
   std::shared_ptr<const List> arrangedObjects() const { return arrangedObjects_; }
   void setArrangedObjects(List list) {
     arrangedObjects_ = std::make_shared<const List>(std::move(list));
@@ -32,7 +32,7 @@ class ArrayController {
   // A copy of the list, empty while there is none.
   List listed() const { return arrangedObjects_ ? *arrangedObjects_ : List(); }
 
-  // Appends, equal to a listed one or not; makes the list if there is none.
+  // Appends, even if an equal object is listed; makes the list if there is none.
   void addObject(std::shared_ptr<T> object) {
     List list = listed();
     list.push_back(std::move(object));

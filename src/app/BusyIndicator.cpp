@@ -13,7 +13,7 @@ constexpr int kDots = 8;
 constexpr int kMillisecondsPerStep = 120;
 constexpr int kSide = 24;
 
-// What assistive programs are told of an indicator.
+// How screen readers see an indicator.
 class Spoken : public QAccessibleWidget {
  public:
   explicit Spoken(BusyIndicator* indicator)

@@ -5,9 +5,9 @@
 
 namespace fillstation {
 
-// A ring of dots, one of them bright, that walks round while something is going on and it can be
-// seen: in a minimised window it stands still. Keeps its place in the layout while it is hidden.
-// Assistive programs are told whether it is busy. Main thread; belongs to its window.
+// A ring of dots with a bright dot that moves round while the program is busy. In a minimised
+// window it stands still. A hidden indicator keeps its place in the layout. Screen readers are told
+// whether it is busy. Main thread; belongs to its window.
 class BusyIndicator : public QWidget {
   Q_OBJECT
 

@@ -10,12 +10,12 @@
 
 namespace fillstation {
 
-// Texts of devices and file names on their way to the window, where they must stay plain text
-// whatever they hold, paths on their way back, and sizes: one KB is 1024 bytes, one MB 1024 x 1024.
-// Main thread.
+// Conversions for the window. Texts of devices and file names must be shown as plain text, whatever
+// they contain; paths are converted back. Sizes: one KB is 1024 bytes, one MB 1024 x 1024. Main
+// thread.
 
-// The bytes as a text of one line: what is not UTF-8, control characters, line separators and
-// everything that turns the direction of writing show as U+FFFD.
+// The bytes as a text of one line. U+FFFD replaces invalid UTF-8, control characters, line
+// separators and characters that change the direction of writing.
 QString displayText(std::string_view bytes);
 
 // The same; an absent text shows empty.
@@ -36,16 +36,16 @@ QString toolTipText(const QString& text);
 // "7580 MB" from one megabyte up, else "1023 KB"; both truncated.
 QString capacityText(std::int64_t bytes);
 
-// As capacityText(), of what the used bytes leave of a capacity, but kilobytes are unsigned too: a
-// negative space shows as a figure near 2^64, the only sign that the files don't fit. A difference
-// beyond 64 bits wraps around.
+// As capacityText(), of the space that the used bytes leave of a capacity, but kilobytes are
+// unsigned too: a negative space is shown as a number near 2^64, the only sign that the files don't
+// fit. A difference beyond 64 bits wraps around.
 QString spaceLeftText(std::int64_t capacity, std::int64_t used);
 
 // A file's size for a person: "812 bytes", "1023 KB", "4.2 MB", from ten megabytes up "7580 MB";
 // all truncated. The size is not negative.
 QString fileSizeText(std::int64_t bytes);
 
-// The address of what a person has chosen or dropped, by its path on this machine; a symbolic link
+// The address of a chosen or dropped file or folder, by its path on this computer; a symbolic link
 // to a folder is a folder.
 Url urlOfPath(const QString& path);
 

@@ -50,7 +50,7 @@ QVariant alignmentOf(int column) {
                                             Qt::AlignVCenter);
 }
 
-// Room at both sides of headers and cells, so that a right-aligned column does not touch the next.
+// Space at both sides of headers and cells, so that a right-aligned column does not touch the next.
 class RoomyStyle : public WindowStyle {
  public:
   explicit RoomyStyle(QObject* owner) { setParent(owner); }
@@ -64,7 +64,7 @@ class RoomyStyle : public WindowStyle {
 
 // Names of a tool tip.
 constexpr std::size_t kNamed = 5;
-// What a root brings, behind its name.
+// What a root contains, shown after its name.
 constexpr int kRemarkRole = Qt::UserRole;
 
 // Shows names and paths in a mirrored window as they are written, and the remark of a name dimmed
@@ -115,7 +115,7 @@ bool isOfThisMachine(const QUrl& url) {
   return url.isLocalFile() && (url.host().isEmpty() || url.host() == QLatin1String("localhost"));
 }
 
-// What of the dragged things lies on this machine, under a path of its own.
+// The dragged items that are files or folders on this computer.
 std::vector<Url> localUrls(const QMimeData& dragged) {
   std::vector<Url> urls;
   for (const QUrl& url : dragged.urls()) {
@@ -231,16 +231,7 @@ class FileRows : public QAbstractTableModel {
     const auto* text = std::get_if<std::string>(&value);
     return text != nullptr ? displayText(std::string_view(*text)) : QString();
   }
-  // In the font of the header. It would ask for that of bold type, which it doesn't show: a start
-  // doesn't wait for another font.
-  QSize titleSize(int section) const {
-    const auto* const header = static_cast<FileTable*>(QObject::parent())->horizontalHeader();
-    QStyleOptionHeader option;
-    option.initFrom(header);
-    option.text = headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
-    return header->style()->sizeFromContents(QStyle::CT_HeaderSection, &option, {}, header);
-  }
-  // It says of a file root that it can't be copied.
+  // A tool tip warns that a file root can't be copied.
   QString tip(const QModelIndex& index) const {
     const TRFile& root = *songs_->list()->at(static_cast<std::size_t>(index.row()));
     QString text = cellText(index);
@@ -271,7 +262,7 @@ class FileRows : public QAbstractTableModel {
     return refused.size() > kNamed ? text + QStringLiteral("\n…") : text;
   }
 
-  // Finds what the players' file system will refuse, beside the main thread.
+  // Finds the names that FAT will refuse, on a worker.
   void checkForFat() {
     *isOutdated_ = true;
     isOutdated_ = std::make_shared<std::atomic<bool>>(false);
@@ -281,7 +272,7 @@ class FileRows : public QAbstractTableModel {
     platform().workers->spawn([this, roots = *songs_->list(), outdated = isOutdated_] {
       const auto refused =
           refusedByFat(roots, [&] { return outdated->load() || platform().workers->stopping(); });
-      // Nobody waits for it, and the table may be gone by then.
+      // No code waits for the worker, and the table may have gone by then.
       platform().mainThread->post([=, this] {
         if (!*outdated) {
           showRefused(refused);
@@ -370,7 +361,7 @@ void FileTable::reloadData() {
 
 std::set<std::size_t> FileTable::selectedRowIndexes() const {
   std::set<std::size_t> rows;
-  // Not by selectedRows(), which leaves out those that the list, but not the table yet, has lost.
+  // Not selectedRows(): it leaves out rows that the list has lost and the table still shows.
   for (const QItemSelectionRange& range : selectionModel()->selection()) {
     for (int row = range.top(); row <= range.bottom(); ++row) {
       rows.insert(static_cast<std::size_t>(row));
@@ -418,7 +409,7 @@ void FileTable::dragMoveEvent(QDragMoveEvent* event) {
   event->setAccepted(isEnabled());
 }
 
-// A drag that has entered the table goes on there when the table is switched off.
+// A drag that has entered the table continues there after the table was disabled.
 void FileTable::dropEvent(QDropEvent* event) {
   setDraggedOver(false);
   event->setDropAction(Qt::CopyAction);

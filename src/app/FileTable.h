@@ -26,7 +26,7 @@ class FileTable : public QTableView, public TableView {
  public:
   explicit FileTable(QWidget* parent = nullptr);
 
-  // Shows this list from now on; asks for the file type of what is added. Once.
+  // Shows this list from now on, and asks the function for the file type of added items. Once.
   void showList(std::shared_ptr<TRSongsTVC> songs, std::function<QString()> fileType);
 
   // The menu of right clicks and of the keyboard's menu key.
@@ -35,8 +35,8 @@ class FileTable : public QTableView, public TableView {
   // Selection and current row stay with the roots that are still listed.
   void reloadData() override;
 
-  // The row under the pointer when the context menu was last asked for (with the keyboard: the
-  // current row), -1 for none and after a reload.
+  // The row under the pointer when the context menu was last opened (with the keyboard: the current
+  // row); -1 for none and after a reload.
   long clickedRow() const { return clickedRow_; }
   std::set<std::size_t> selectedRowIndexes() const;
 

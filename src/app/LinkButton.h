@@ -18,7 +18,7 @@ struct TRAttributedString {
   QString text;
   QTextCharFormat attributes;
 
-  // The text dressed as a link to the address: link target, blue, a single underline. An empty text
+  // The text formatted as a link to the address: link target, blue, single underline. An empty text
   // stays empty.
   static TRAttributedString hyperlinkFromString(const QString& text, const Url& address) {
     TRAttributedString link{text, {}};
@@ -31,9 +31,8 @@ struct TRAttributedString {
   bool operator==(const TRAttributedString&) const = default;
 };
 
-// A button without a frame that draws its title with the title's own colour and underline, a colour
-// that can't be read on the window's background in a lighter or darker shade. Main thread; belongs
-// to its window.
+// A flat button whose title has a colour and underline of its own. A colour that can't be read on
+// the window's background is drawn lighter or darker. Main thread; belongs to its window.
 class LinkButton : public QPushButton {
   Q_OBJECT
 

@@ -17,7 +17,8 @@
 namespace fillstation {
 namespace {
 
-// Milliseconds: within which a second close ends a run, and between two looks at what is ejected.
+// Milliseconds: the time for a second close during a run, and the interval of looking at ejected
+// players.
 constexpr int kSecondClose = 5000;
 constexpr int kEjectLook = 200;
 

@@ -14,9 +14,9 @@ class MainWindow;
 
 namespace fillstation {
 
-// The main window. Closing it ends the program, without a question; during a run by the second time
-// within five seconds. Beside its controls it shows a run by the desktop's means: in its title, in
-// the task bar, and by a notification when somebody is elsewhere. Main thread.
+// The main window. Closing it ends the program, without a question; during a run only the second
+// close within five seconds does. It also shows a run in its title, in the task bar, and by a
+// notification if the user works in another window. Main thread.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -26,18 +26,18 @@ class MainWindow : public QMainWindow {
 
   const Ui::MainWindow& ui() const { return *ui_; }
 
-  // Asks the desktop to show the window above the others, back from the task bar if it is there,
-  // and to give the keyboard to it, or to the dialog that it shows.
+  // Asks the desktop to show the window in front, even if it is minimised, and to give the keyboard
+  // to it or to its dialog.
   void comeToFront();
 
-  // A run of so many players has begun; it has ended, with this summary.
+  // A run with this number of players has begun; it has ended, with this summary.
   void beginRun(int players);
   void endRun(const QString& summary, bool isBad);
 
-  // Says below the list how far these players are with being ejected.
+  // Shows below the list how many of these players are ejected.
   void showEject(const std::vector<std::shared_ptr<TRPlayer>>& players);
 
-  // Says how many players are ticked.
+  // Shows how many players are ticked.
   void showCount(int ticked, int all);
 
  protected:

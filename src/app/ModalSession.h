@@ -9,8 +9,8 @@ class QScrollBar;
 
 namespace fillstation {
 
-// Makes USB events wait for as long as it lives, so that none of their pauses begins inside a
-// dialog's loop or the walk of a chosen folder. Main thread.
+// Delays USB events during its lifetime, so that none of their pauses begins inside a dialog's loop
+// or the walk of a chosen folder. Main thread.
 class UsbHold {
  public:
   UsbHold() { platform().usbBus->hold(); }
@@ -19,10 +19,10 @@ class UsbHold {
   UsbHold& operator=(const UsbHold&) = delete;
 };
 
-// Shows a dialog that the operator has to answer before anything else, and that still lets the main
-// window be closed (Qt refuses to close a window behind a modal one): the dialog itself is not
-// modal, but input to every other window is swallowed. USB events wait meanwhile. Returns when the
-// dialog has been hidden, by whatever: its answer is dialog.result(). Main thread.
+// Shows a dialog that the operator has to answer first, but lets the main window be closed. (Qt
+// refuses to close a window behind a modal one.) So the dialog is not modal; input to every other
+// window is swallowed. USB events wait meanwhile. Returns when the dialog has been hidden for any
+// reason; the answer is dialog.result(). Main thread.
 void runModalSession(QDialog& dialog);
 
 // A message with one button, "OK". A long message scrolls, also by Page Up and Page Down, so that
@@ -31,8 +31,7 @@ class Alert : public QMessageBox {
   Q_OBJECT
 
  public:
-  // The message is plain text; line feeds in it begin new lines. Without an icon of its own it has
-  // the program's.
+  // The message is plain text; line feeds begin new lines. Without an icon it gets the program's.
   Alert(QWidget* parent, const QString& message, Icon icon = NoIcon);
 
   // Shows the message and returns when it has been dismissed (or the program is ending).

@@ -63,7 +63,7 @@ QString startFolder() {
   return QFileInfo(music).isDir() ? music : QDir::homePath();
 }
 
-// Where audio is: at home, and on what is plugged in.
+// The usual places of audio: the home folder and everything that is plugged in.
 QList<QUrl> usualPlaces() {
   QList<QUrl> places;
   for (const auto place : {QStandardPaths::HomeLocation, QStandardPaths::MusicLocation,
@@ -182,7 +182,7 @@ void OpenPanel::accept() {
 
 void OpenPanel::showSelectedName() {
   if (nameEdit(*this)->hasFocus()) {
-    return;  // selected by Qt, after what is being typed
+    return;  // selected by Qt, after the typed part
   }
   const auto* list = findChild<QListView*>(QStringLiteral("listView"));
   for (const QModelIndex& index : list->selectionModel()->selectedRows()) {

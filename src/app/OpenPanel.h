@@ -11,15 +11,14 @@
 
 namespace fillstation {
 
-// What the operator chose: the addresses, or none when the choice was cancelled. The argument is
-// the file type that files are restricted to.
+// The operator's choice: the addresses, none if it was cancelled. The argument is the file type
+// that is offered.
 using OpenPanelFunction =
     std::function<std::optional<std::vector<Url>>(const std::string& fileType)>;
 
-// A dialog that chooses one file or one folder: the "Open" button takes a folder that is selected,
-// a double click enters it; then the button takes that one, whose path stands in the name field.
-// Files of another type than the given one are not offered. Reads and writes no settings. Main
-// thread.
+// A dialog that chooses one file or one folder. "Open" takes the selected folder. A double click
+// enters a folder; then "Open" takes that one, and the name field shows its path. Only files of the
+// given type are offered. Reads and writes no settings. Main thread.
 class OpenPanel : public QFileDialog {
   Q_OBJECT
 
@@ -29,12 +28,12 @@ class OpenPanel : public QFileDialog {
   // The choice, empty until the dialog was accepted.
   const QString& chosenPath() const { return chosenPath_; }
 
-  // A function that runs the dialog over the parent. It begins in the person's music folder and
-  // from then on where the last choice was made.
+  // A function that runs the dialog over the parent. It begins in the user's music folder, and
+  // later where the last choice was made.
   static OpenPanelFunction runner(QWidget* parent);
 
-  // Takes the dialogs' settings of Qt out of the person's home: the program leaves it as it found
-  // it. Before the first dialog is made.
+  // Keeps Qt from storing the dialogs' settings in the user's home. Call it before the first dialog
+  // is made.
   static void keepSettingsAway();
 
  protected:

@@ -14,7 +14,7 @@
 namespace fillstation {
 namespace {
 
-// A bar beside a text: no text of its own.
+// A bar next to a text has no text itself.
 constexpr int kBarWidth = 64;
 constexpr int kBarHeight = 6;
 constexpr int kGap = 6;
@@ -43,7 +43,7 @@ QString shownNameOf(const TRPlayer& player, const UsbPlace& place) {
                    (name.isEmpty() ? QString() : QString::fromUtf8(" · ") + name);
 }
 
-// By which a person finds the device; its node only where the name doesn't begin with it.
+// Facts that help to find the device; its node only if the name doesn't begin with it.
 QString factsOf(const TRPlayer& player, const UsbPlace& place) {
   QStringList facts;
   const QString node = displayText(player.diskName());

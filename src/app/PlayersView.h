@@ -19,8 +19,8 @@ class QVBoxLayout;
 
 namespace fillstation {
 
-// A label with one line of plain text that is cut in the middle when there is no room, with the
-// whole text in its tool tip. Main thread; belongs to its window.
+// A label with one line of plain text, which is cut in the middle if there is not enough space; the
+// tool tip has the whole text. Main thread; belongs to its window.
 class ElidedLabel : public QLabel {
   Q_OBJECT
 
@@ -66,9 +66,9 @@ class ElidedTick : public QCheckBox {
   QString wholeText_;
 };
 
-// One player in the player view: a tick box with its name, and a second line by which a person
-// finds the device (device node, USB port, size) and that says how far its task is, or what came of
-// it; a click on either ticks it. Main thread; belongs to the player view, holds its player.
+// One player in the player view: a tick box with its name, and a second line with the facts that
+// help to find the device (node, USB port, size) and with the progress or result of its task. A
+// click on either line ticks it. Main thread; belongs to the player view, holds its player.
 class PlayerItem : public QWidget {
   Q_OBJECT
 
@@ -81,16 +81,16 @@ class PlayerItem : public QWidget {
   // Shows the player's name, size and tick as they are now; the rest never changes.
   void refresh();
 
-  // Shows how far the task is, as long as it is followed; touches only what has changed.
+  // Shows the progress of the task while it is followed; updates only changed parts.
   void follow(std::shared_ptr<TRFileCopyTask> task);
   void showStep();
-  // Shows what came of the task, which is let go; does nothing without one.
+  // Shows the result of the task and releases it; does nothing without one.
   void showVerdict();
   void clearVerdict();
   bool hasFailed() const { return hasFailed_; }
 
  signals:
-  // The operator ticked or unticked the player, whose `selected` has followed.
+  // The operator ticked or unticked the player; its `selected` is already changed.
   void ticked();
 
  protected:
@@ -114,24 +114,24 @@ class PlayerItem : public QWidget {
   QLabel* state_;
 };
 
-// The player view: one item per listed player, in list order, or a line that says what to do while
-// there is none. Main thread; content of the scroll area in the main window.
+// The player view: one item per listed player, in list order, or a hint if there is none. Main
+// thread; content of the scroll area in the main window.
 class PlayersView : public QWidget {
   Q_OBJECT
 
  public:
   explicit PlayersView(QWidget* parent = nullptr);
 
-  // Shows the controller's list and follows its changes. startsEnabled is asked for each new item:
-  // one that is made while the controls are off starts off.
+  // Shows the controller's list and follows its changes. Each new item asks startsEnabled: an item
+  // that is made while the controls are disabled starts disabled.
   void follow(const std::shared_ptr<ArrayController<TRPlayer>>& players,
               std::function<bool()> startsEnabled);
 
   // In list order.
   const QList<PlayerItem*>& items() const { return items_; }
 
-  // The rows forget what came of earlier tasks and follow these, ten times a second, until they
-  // show what came of them.
+  // The rows forget the results of earlier tasks and follow these, ten times a second, until they
+  // show the results.
   void watch(const TRFileCopyTaskList& tasks);
   void showVerdicts();
 
@@ -139,7 +139,7 @@ class PlayersView : public QWidget {
   QAction* tickFailed() const { return tickFailed_; }
 
  signals:
-  // The operator ticked or unticked a player, or those that have failed.
+  // The operator ticked or unticked a player, or ticked the failed ones.
   void selectionChanged();
   // How many players are ticked, of how many.
   void counted(int ticked, int all);

@@ -32,7 +32,7 @@
 namespace fillstation {
 
 // The file table, set when the registration for USB events has returned; the row that was clicked
-// when its context menu was opened last, -1 for none. Main thread.
+// when its context menu was last opened, -1 for none. Main thread.
 extern std::shared_ptr<FileTable> fileView;
 extern long clickedRow;
 
@@ -70,8 +70,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   Q_OBJECT
 
  public:
-  // Styles a few controls and registers for USB events, which reports the players that are plugged
-  // in already. Once, from inside the main loop, when the window is shown.
+  // Styles a few controls and registers for USB events, which reports the plugged-in players.
+  // Called once, from the main loop, when the window is shown.
   void applicationDidFinishLaunching();
 
   // Adds or removes the player of the record, which is only read during the call.
@@ -95,7 +95,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void menuFileDeleteAll(QObject* sender);
   // Adds what was chosen, or dropped on the file table.
   void addRoots(const std::vector<Url>& urls);
-  // Removes the rows that are selected, as the keyboard asks.
+  // Removes the selected rows; for the keyboard.
   void removeSelectedRows();
 
   // Finds the capacity anew and writes both capacity labels.
@@ -116,8 +116,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   // Opens the home page in the default browser.
   void tirellLinkClicked(QObject* sender);
 
-  // A run begins, with these tasks; it has ended, and the summary is shown next; it, or the panel
-  // before it, is over.
+  // A run begins with these tasks; it has ended, and the summary is shown next; the run, or the
+  // panel before it, is over.
  signals:
   void runBegan(const fillstation::TRFileCopyTaskList& tasks);
   void runEnded(const QString& summary, bool isBad);
@@ -132,7 +132,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
 
   // Holds the player list.
   FILLSTATION_PROPERTY(std::weak_ptr<ArrayController<TRPlayer>>, playerController, PlayerController)
-  // Every root that was ever added; a path in it is refused when it is chosen again.
+  // Every root that was ever added; a path in it can't be chosen again.
   FILLSTATION_PROPERTY(std::weak_ptr<ArrayController<TRFile>>, filesController, FilesController)
   // Combined progress of a run.
   FILLSTATION_PROPERTY(QPointer<QProgressBar>, pbProgressBar, PbProgressBar)
@@ -181,7 +181,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   QPointer<QWidget> focusBefore_;  // where the keyboard was when Start was pressed
 };
 
-// Hands a device record to the receiver, a TRAppDelegate, and returns when it has been dealt with.
+// Passes a device record to the receiver, a TRAppDelegate; returns when it has been handled.
 void updateUsbInfoCallBack(void* receiver, UsbDeviceInfo* record);
 
 }  // namespace fillstation

@@ -59,8 +59,8 @@ CredentialsPanel::CredentialsPanel(QWidget* parent)
 
 CredentialsPanel::~CredentialsPanel() = default;
 
-// No toolkit tells whether Caps Lock is on: a letter does that is large without Shift, or small
-// with it, and the key itself turns what is known about.
+// No toolkit reports Caps Lock. It is on if a letter is large without Shift or small with it; the
+// key itself toggles the known state.
 void CredentialsPanel::noticeCapsLock(const QKeyEvent& key) {
   const QString text = key.text();
   if (key.key() == Qt::Key_CapsLock) {
@@ -182,7 +182,7 @@ void WindowSet::connectButtons() {
 void WindowSet::connectFiles() {
   const Ui::MainWindow& ui = window_->ui();
   TRAppDelegate* controller = delegate_.get();
-  ui.cmbFileType->setCompleter(nullptr);  // the typed text counts, not what it could become
+  ui.cmbFileType->setCompleter(nullptr);  // the typed text counts, without completion
   ui.lstFiles->showList(songs_, [box = ui.cmbFileType] { return box->currentText(); });
   ui.lstFiles->setContextMenu(menu_);
   // The table belongs to its window and outlives the list.

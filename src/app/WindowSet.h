@@ -13,11 +13,11 @@ class CredentialsPanel;
 
 namespace fillstation {
 
-// The window that asks for the administrator's name and password. Not modal, but while
-// it is up the keyboard comes back to it whenever the main window, its parent, is brought to the
-// front; clicks in that window work. It opens over the middle of the window, in the first field
-// that is to be filled in. Escape and its close button mean Cancel; it is hidden by whoever hears
-// cancelled(). Main thread; belongs to the main window.
+// The panel that asks for the administrator's name and password. Not modal: clicks in the main
+// window, its parent, work. But whenever the main window comes to the front, the panel gets the
+// keyboard focus. It opens centred over the window, with the focus in the first empty field. Escape
+// and its close button mean Cancel; the receiver of cancelled() hides it. Main thread; belongs to
+// the main window.
 class CredentialsPanel : public QDialog {
   Q_OBJECT
 
@@ -27,7 +27,7 @@ class CredentialsPanel : public QDialog {
 
   const Ui::CredentialsPanel& ui() const { return *ui_; }
 
-  // Says what OK will do.
+  // Shows what OK will do.
   void showTask(const QString& text);
 
   void reject() override { emit cancelled(); }
@@ -49,9 +49,9 @@ class CredentialsPanel : public QDialog {
 // The path of the handbook, which F1 opens; the build sets it.
 extern const char kHandbook[];
 
-// The main window, the credentials panel, the lists behind them and the controller, connected with
-// one another. Made when the platform is installed; nothing is shown yet. Main thread; one at a
-// time. Destroyed only when somebody ends the main loop, after the workers.
+// The main window, the credentials panel, the lists and the controller, connected with each other.
+// Made when the platform is installed; nothing is shown yet. Main thread; one at a time. Destroyed
+// only if the main loop ends, after the workers.
 class WindowSet {
  public:
   WindowSet();

@@ -10,16 +10,16 @@
 
 namespace fillstation {
 
-// How well colours can be told apart, by the formula of the web's accessibility guidelines (WCAG 2,
-// "contrast ratio"): 1 for equal colours to 21 for black and white. Any thread.
+// The contrast ratio of two colours, by the Web Content Accessibility Guidelines (WCAG 2): from 1
+// for equal colours to 21 for black and white. Any thread.
 double contrast(const QColor& one, const QColor& other);
 
 // The guidelines' least for texts, and for the outlines of controls.
 inline constexpr double kReadableText = 4.5;
 inline constexpr double kVisibleOutline = 3.0;
 
-// The colour itself when it stands out from the ground that much, else a lighter or darker shade of
-// it that does. Any thread.
+// The colour itself if it has this contrast with the background, otherwise a lighter or darker
+// shade of it. Any thread.
 QColor readable(const QColor& color, const QColor& ground, double least = kReadableText);
 
 // The program's icon: the one of the desktop's theme, or the pictures within the program where that

@@ -13,7 +13,7 @@ namespace {
 
 using namespace fillstation;
 
-// Real players, and the journal to tell of them.
+// The back end for real players, with the journal as its log.
 struct RealPlayers {
   RealPlayers(Platform& ports, StopSource& stop, QtMainThread& mainThread,
               const LinuxPlaces& places)
@@ -38,14 +38,15 @@ constexpr auto kHelp =
     "The handbook: F1 in the window, or man fillstation\n";
 constexpr int kBadUsage = 2;
 
-// What is answered without a window, and so without a display; null for nothing.
+// The answer to an option that needs no window, and so no display; null for other words.
 const char* answerTo(std::string_view word) {
   return word == "--version" || word == "-v" ? kVersion
          : word == "--help" || word == "-h"  ? kHelp
                                              : nullptr;
 }
 
-// Says on standard error which word is one too many, if there is one. Those for Qt have gone.
+// Reports the first unknown word on standard error, if there is one. Qt has removed its own
+// options.
 bool hasOneTooMany(const QStringList& words) {
   if (words.size() < 2) {
     return false;

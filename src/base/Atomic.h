@@ -7,19 +7,19 @@
 
 namespace fillstation {
 
-// The lock of an object: one of few that all objects share, so that it costs an object nothing. To
-// be held for a moment only, with nothing inside that takes another object's.
+// The lock of an object: one of a few that all objects share, so it needs no memory per object.
+// Hold it only for a moment, and take no other object's lock meanwhile.
 template <class T>
 std::mutex& sharedLockFor(const T* object) {
   static std::array<std::mutex, 64> locks;
   return locks[(reinterpret_cast<std::uintptr_t>(object) >> 4U) % locks.size()];
 }
 
-// One property that several threads get and set, each access indivisible. The locks are shared by
-// all properties of one type (a property costs no memory of its own); a lock is held only for the
-// copy in or out, and the replaced value is destroyed after the lock is free, so that a destructor
-// that touches other properties can't deadlock. std::atomic<std::shared_ptr> of g++ 12 is not used
-// because ThreadSanitizer can't follow it.
+// One property that several threads get and set atomically. All properties of one type share a few
+// locks, so a property needs no extra memory. A lock is held only while the value is copied. The
+// replaced value is destroyed after the lock is released, so a destructor that uses other
+// properties can't deadlock. std::atomic<std::shared_ptr> of g++ 12 is not used because
+// ThreadSanitizer can't follow it.
 template <class T>
 class Atomic {
  public:

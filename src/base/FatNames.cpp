@@ -23,7 +23,7 @@ constexpr std::u32string_view kCodePage =
     U"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄"
     U"▌▐▀"
     U"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
-// Those of them that have both cases.
+// Those of them that have an upper and a lower case.
 constexpr std::array<std::array<std::string_view, 2>, 10> kCases{{{"Ü", "ü"},
                                                                   {"É", "é"},
                                                                   {"Ä", "ä"},
@@ -67,7 +67,7 @@ bool isShortPart(std::u32string_view part, std::size_t longest) {
   return !part.empty() && part.size() <= longest && std::ranges::all_of(part, isOfShortNames);
 }
 
-// Whether its short name is the name itself, but for the case.
+// Whether the short name equals the name, ignoring case.
 bool isShort(std::u32string_view name) {
   const auto dot = std::min(name.rfind(U'.'), name.size());
   return isShortPart(name.substr(0, dot), kLongestBase) &&

@@ -6,24 +6,25 @@
 
 namespace fillstation {
 
-// What the kernel's FAT32 with long names makes of names, which are bytes. Any thread.
+// How the kernel's FAT32 with long names treats names, which are bytes. Any thread.
 
-// The most bytes of a file, and the most slots of a directory: of its 65,536 the kernel refuses the
-// last one. (With clusters of 512 bytes a directory may take a few more.)
+// The most bytes in a file, and the most slots in a directory: the kernel refuses the last of the
+// 65,536. (With clusters of 512 bytes a directory may take a few more.)
 inline constexpr std::int64_t kFatLargestFile = 0xFFFFFFFF;
 inline constexpr std::int64_t kFatMostSlots = 65535;
 
-// What it calls a name: without the dots at its end.
+// The name as FAT stores it: without dots at its end.
 std::string_view fatName(std::string_view name);
 
-// 0 for a name that it can hold, or the errno of its creation.
+// 0 if FAT can store the name, otherwise the errno of creating it.
 int fatNameError(std::string_view name);
 
-// Two names are one where these are equal: the case of ASCII letters doesn't count, and in a name
-// of at most 8 and 3 characters not that of other letters of code page 437 either.
+// The key by which names are compared: two names with the same key are the same file. The case of
+// ASCII letters is ignored; in a name of at most 8 and 3 characters also that of the other letters
+// of code page 437.
 std::string fatFolded(std::string_view name);
 
-// The slots that a name takes in its directory; it can be held.
+// The number of slots that a valid name takes in its directory.
 std::int64_t fatSlots(std::string_view name);
 
 }  // namespace fillstation

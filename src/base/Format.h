@@ -7,17 +7,15 @@
 
 namespace fillstation {
 
-// The text of a value as it stands in a formatted text. Absent texts and null C strings read
-// "(null)".
+// The text of a value in a formatted text. Absent texts and null C strings give "(null)".
 inline std::string textOf(const char* text) { return text != nullptr ? text : "(null)"; }
 inline std::string textOf(const std::string& text) { return text; }
 inline std::string textOf(const std::optional<std::string>& text) {
   return text ? *text : "(null)";
 }
 
-// The pattern with each "%@" and "%s" replaced, in order, by textOf() of the values. An inserted
-// text is never searched for placeholders. Values left over are ignored, placeholders left over
-// stay.
+// The pattern with each "%@" and "%s" replaced, in order, by textOf() of the values. Inserted texts
+// are not searched for placeholders. Extra values are ignored, extra placeholders remain.
 template <class... Values>
 std::string formatText(std::string_view pattern, const Values&... values) {
   std::string out;
@@ -34,7 +32,7 @@ std::string formatText(std::string_view pattern, const Values&... values) {
   return out.append(pattern);
 }
 
-// The text with `to` in place of each occurrence of `from`, which isn't empty.
+// The text with each occurrence of `from`, which isn't empty, replaced by `to`.
 inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
   for (std::size_t at = text.find(from); at != std::string::npos;
        at = text.find(from, at + to.size())) {
@@ -43,7 +41,7 @@ inline std::string replaced(std::string text, std::string_view from, std::string
   return text;
 }
 
-// Overwrites the text in memory in a way that no compiler leaves out, and empties it.
+// Overwrites the text in memory, in a way that the compiler can't optimise away, and empties it.
 inline void wipeText(std::string& text) {
   ::explicit_bzero(text.data(), text.size());
   text.clear();

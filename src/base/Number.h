@@ -8,8 +8,8 @@
 namespace fillstation {
 
 // A shared immutable signed 64-bit integer with an identity: copies of a Number are the same box,
-// two Numbers made apart are different boxes even when their values are equal. A default-made
-// Number is absent. Immutable, so any thread may read a copy that it owns.
+// two Numbers made separately are different boxes even if their values are equal. A default-made
+// Number is absent. Any thread may read a copy that it owns.
 class Number {
  public:
   Number() = default;
@@ -24,11 +24,11 @@ class Number {
   // The value read as a flag; an absent number is false.
   bool isTrue() const { return value() != 0; }
 
-  // True when both are the same box (or both absent); the values play no part.
+  // True when both are the same box (or both absent); the values are ignored.
   bool isSame(const Number& other) const { return box_ == other.box_; }
 
-  // True when this box's address, taken as unsigned, lies above the other's; the values play no
-  // part.
+  // True when this box's address, as an unsigned number, is higher than the other's; the values are
+  // ignored.
   bool ordersAbove(const Number& other) const {
     return std::less<const void*>{}(other.box_.get(), box_.get());
   }

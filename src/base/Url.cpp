@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 
-// By byte: whether it stays as it is. A table, since very many files may be chosen.
+// Whether a byte is left unescaped. A table, because a set can have very many files.
 constexpr auto kStaysPlain = [] {
   std::array<bool, 256> plain{};
   for (const char byte : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
@@ -26,7 +26,7 @@ Url Url::fromPath(std::string_view path, bool isDirectory) {
     path.remove_suffix(1);
   }
   std::string text(kScheme);
-  // With room for an escape of each byte.
+  // Leaves room for an escape of each byte.
   text.resize(kScheme.size() + 3 * path.size());
   char* end = text.data() + kScheme.size();
   for (const char character : path) {

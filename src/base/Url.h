@@ -8,10 +8,10 @@
 
 namespace fillstation {
 
-// An address kept as its text in percent-encoded form: a file's absolute one (file:///media/a%20b/)
-// or a relative reference (My%20Album/01.mp3). The text of a folder ends in "/", and is given that
-// ending only by whoever knows that it is a folder. Paths are bytes: a name that is not UTF-8 is
-// escaped and comes back unchanged. A plain value; any thread may read a copy that it owns.
+// An address, kept as percent-encoded text: the absolute one of a file (file:///media/a%20b/) or a
+// relative reference (My%20Album/01.mp3). A folder's text ends in "/", added by the code that knows
+// that it is a folder. Paths are bytes: a name that is not UTF-8 is escaped and comes back
+// unchanged. A plain value; any thread may read a copy that it owns.
 class Url {
  public:
   Url() = default;
@@ -38,8 +38,8 @@ class Url {
   std::string text_;
 };
 
-// The text with every escape (the mark, and behind it so many digits of the base) replaced by its
-// byte, once. One that is not complete stays as it is.
+// The text with every escape (the mark, followed by `digits` digits of the base) replaced by its
+// byte, once. An incomplete escape is left unchanged.
 std::string decodeEscapes(std::string_view text, std::string_view mark, std::size_t digits,
                           int base);
 
@@ -48,12 +48,12 @@ inline std::string removePercentEscapes(std::string_view text) {
   return decodeEscapes(text, "%", 2, 16);
 }
 
-// What follows the last "/" of a path that does not end in one: "01.mp3" of "/a/01.mp3". The whole
-// path when it has no "/", "/" for the root. A part of the path, and no longer there than it.
+// The last component of a path that does not end in "/": "01.mp3" of "/a/01.mp3". The whole path if
+// it has no "/", "/" for the root. A view of the path, valid as long as the path.
 std::string_view lastPathComponent(std::string_view path);
 
-// What follows the last dot of the last component, without the dot: "mp3" of "/a/b.c.mp3" and of
-// "/a/.mp3"; empty without a dot. A part of the path as well.
+// The text after the last dot of the last component: "mp3" of "/a/b.c.mp3" and of "/a/.mp3"; empty
+// without a dot. A view of the path as well.
 std::string_view pathExtension(std::string_view path);
 
 // The absolute text.

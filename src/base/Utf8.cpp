@@ -10,7 +10,7 @@
 namespace fillstation {
 namespace {
 
-// Bytes of the sequence that begins with this byte, 0 when none does.
+// The length in bytes of the sequence that begins with this byte, 0 if none does.
 std::size_t sequenceLength(unsigned char lead) {
   constexpr std::array<std::size_t, 9> kByLeadingOnes = {1, 0, 2, 3, 4};
   return kByLeadingOnes[static_cast<std::size_t>(std::countl_one(lead))];
@@ -22,7 +22,7 @@ bool isInRange(char32_t point, std::size_t length) {
   return point >= kSmallest[length] && point <= 0x10FFFF && !isSurrogate;
 }
 
-// The user's own locale may know no letters but ASCII's. C.UTF-8 is part of every Debian system.
+// The user's own locale may know only ASCII letters. C.UTF-8 is part of every Debian system.
 locale_t unicodeLocale() {
   static const locale_t kLocale = [] {
     const locale_t unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
@@ -95,7 +95,7 @@ std::string asciiLowerCase(std::string text) {
 char32_t lowerCase(char32_t point) { return ::towlower_l(point, unicodeLocale()); }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
-  // What file types almost always are, without a detour.
+  // A short cut: almost all file types are ASCII.
   if (isAscii(left) && isAscii(right)) {
     return std::ranges::equal(left, right, {}, lowerAscii, lowerAscii);
   }

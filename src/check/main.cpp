@@ -44,11 +44,11 @@ struct SetEntry {
 };
 using FileSet = std::vector<SetEntry>;
 
-// Told of the bytes that were read.
+// Called with the number of bytes that were read.
 using OnBytes = std::function<void(std::int64_t)>;
 
-// What a walk needs of the system: the real files, and a log that writes nothing. Remembers a
-// folder that the window would leave out.
+// The system for a walk: the real files, and a log that writes nothing. Remembers a folder that the
+// window would leave out.
 class Ports : public VolumeOwner, public SystemLog, public PosixFileManager {
  public:
   explicit Ports(const StopSource& stop) : PosixFileManager(*this, stop) {
@@ -82,7 +82,7 @@ TRFileList nodesBelow(const Url& folder, const std::string& fileType, const Port
   return *root->files();
 }
 
-// As reading past the page cache wants it.
+// Required for reading past the page cache.
 struct alignas(4096) Piece {
   std::array<char, 1 << 20> bytes;
 };
@@ -103,9 +103,10 @@ QByteArray contentHash(int file, std::int64_t size, const OnBytes& onBytes) {
   return hash.result();
 }
 
-// What the window puts onto a player from these folders, in its order. Throws std::runtime_error,
-// with a text for the user, when a folder can't be read, no file is of the type, or two folders
-// hold a file of the same name, which no player can then hold both. Main thread.
+// The files and folders that the window would copy from these folders, in its order. Throws
+// std::runtime_error, with a text for the user, when a folder can't be read, no file has the type,
+// or two folders contain a file with the same path, of which a player can have only one. Main
+// thread.
 FileSet fileSetOf(const std::vector<std::string>& folders, const std::string& fileType) {
   const StopSource stop;
   Ports ports(stop);
@@ -148,18 +149,19 @@ void hashSources(FileSet& set, const OnBytes& onBytes) {
   }
 }
 
-// Compares one volume with a set, to the last byte and from the medium. What else the volume holds
-// is no difference. Changes nothing. One thread.
+// Compares one volume with a set, to the last byte and read from the medium. Other files on the
+// volume are no difference. Changes nothing. One thread.
 class VolumeCheck {
  public:
-  // The directory open on the volume's root, and its path.
+  // The open root directory of the volume, and its path.
   VolumeCheck(FileHandle root, std::string path)
       : root_(std::move(root)),
         path_(std::move(path)),
         inOrder_(root_.get(), DirectoryOrder::keptOn(root_.get()), false),
         anywhere_(root_.get(), false) {}
 
-  // Called once. One line: whether the volume is equal, or what differs first and how many do.
+  // Called once. One line: the volume is equal, or the first difference and the number of
+  // differences.
   std::string compareWith(const FileSet& set, const OnBytes& onBytes) {
     std::string first;
     for (const auto& entry : set) {
@@ -177,7 +179,7 @@ class VolumeCheck {
   bool equal() const { return different_ == 0; }
 
  private:
-  // What is wrong with an entry, empty when nothing is.
+  // The difference of an entry, empty for none.
   std::string faultOf(const SetEntry& entry, const OnBytes& onBytes) {
     const auto path = componentsBelow("", '/' + entry.name).value_or(Components());
     const auto status = inOrder_.next(path, entry.isDirectory);
@@ -198,7 +200,7 @@ class VolumeCheck {
     const FileHandle file = openMediumFileBelow(root_.get(), path);
     QByteArray hash = contentHash(file.get(), entry.size, onBytes);
     if (hash != entry.hash) {
-      // A disturbance on the way is no fault of the medium: what differs is read once more.
+      // A disturbed transfer is no fault of the medium: a difference is read once more.
       hash = contentHash(file.get(), entry.size, [](std::int64_t) {});
     }
     if (hash == entry.hash) {
@@ -207,7 +209,7 @@ class VolumeCheck {
     return hash.isEmpty() ? "can't be read" : "has different content";
   }
 
-  // How many other entries the volume has, empty when none.
+  // The number of other entries on the volume, as a text; empty for none.
   std::string others() const {
     std::error_code error;
     std::size_t entries = 0;
@@ -241,9 +243,9 @@ byte. Prints one line for each player. Changes nothing.
 The exit status is 0 if all players are equal, 1 if any differs, 2 if they can't be compared.
 )";
 
-// What was asked for. A plain value.
+// The command line. A plain value.
 struct Arguments {
-  // False when the words are not as the usage says.
+  // False when the words don't match the usage.
   bool read(const std::vector<std::string>& words) {
     auto word = words.begin();
     for (; word != words.end() && *word != "--"; ++word) {
@@ -264,13 +266,13 @@ struct Arguments {
   std::vector<std::string> mountPoints;
 };
 
-// The line without characters that act on a terminal; the name of a file may hold any.
+// The line without characters that control a terminal: file names can contain any.
 std::string printable(const std::string& line) {
   static const QRegularExpression kActing(QStringLiteral("[\\p{Cc}\\p{Cf}\\p{Zl}\\p{Zp}]"));
   return QString::fromStdString(line).replace(kActing, QChar(0xFFFD)).toStdString() + '\n';
 }
 
-// Lines on standard output, and below them a progress bar where standard error is a terminal. Any
+// Lines on standard output, and below them a progress bar if standard error is a terminal. Any
 // thread.
 class Progress {
  public:

@@ -13,27 +13,26 @@
 
 namespace fillstation {
 
-// The way of reports to the main thread, which shows one after the other in the order in which they
-// came here. A hand-over wakes two threads one after the other, and with many players and small
-// files that is what a run would take its time for. So the thread whose report finds nobody before
-// it leads: its hand-over shows whatever comes while it lasts, and looks for a moment whether more
-// is coming. It ends soon all the same, since the window wants the main thread too and the leader
-// has its own work. Any thread.
+// Passes reports to the main thread, which shows them one by one in the order of arrival. A
+// hand-over switches threads twice; with many players and small files a run would spend most of its
+// time on that. So a thread that finds no hand-over in progress leads one: it shows all reports
+// that arrive meanwhile, and briefly waits for more. It ends soon, since the window needs the main
+// thread and the leader has its own work. Any thread.
 class ReportLine {
  public:
   using Report = std::function<void()>;
 
-  // How often a hand-over that has nothing to show looks for more before it ends, letting other
-  // threads run in between: some tens of microseconds.
+  // How often a hand-over without reports looks for more before it ends, letting other threads run
+  // in between: some tens of microseconds.
   static constexpr int kPatience = 100;
-  // How many reports a hand-over shows at most, or few more when they came together.
+  // The most reports in one hand-over; a few more if they arrived together.
   static constexpr int kMost = 256;
 
-  // The lock is held while reports are being shown, by the thread that leads; it outlives the line.
+  // The leading thread holds the lock while reports are being shown. The lock outlives the line.
   explicit ReportLine(std::mutex& shown, int patience = kPatience, int most = kMost)
       : shown_(shown), patience_(patience), most_(most) {}
 
-  // Runs the report on the main thread and returns when it has returned, or without it when the
+  // Runs the report on the main thread. Returns when it has returned, or without running it if the
   // program is ending.
   void pass(const Report& report) {
     const auto own = std::make_shared<Member>(report);
@@ -51,7 +50,7 @@ class ReportLine {
     }
   }
 
-  // How many wait for being shown.
+  // The number of waiting reports.
   std::size_t waiting() {
     const std::scoped_lock guard(lock_);
     return line_.size();
@@ -100,7 +99,7 @@ class ReportLine {
       }
     }
   }
-  // Takes all that wait, after some patience when nobody does.
+  // Takes all waiting reports; if there are none, waits a moment for some.
   Line awaitMore() {
     for (int looks = 0; isEmpty_ && looks < patience_; ++looks) {
       std::this_thread::yield();
@@ -118,8 +117,8 @@ class ReportLine {
   const int most_;
   std::mutex lock_;
   Line line_;
-  std::atomic<bool> isEmpty_ = true;  // what line_ is, for a look without the lock
-  bool busy_ = false;                 // somebody leads
+  std::atomic<bool> isEmpty_ = true;  // whether line_ is; read without the lock
+  bool busy_ = false;                 // a thread leads
 };
 
 }  // namespace fillstation

@@ -9,12 +9,12 @@
 namespace fillstation {
 namespace {
 
-// Holds a hundred times any size.
+// Large enough for a hundred times any size.
 __extension__ using Wide = __int128;
 
 constexpr int kWipeAttempts = 3;
 constexpr int kRefreshAttempts = 10;
-// What the script runner says of an authentication that the user cancelled.
+// The script runner's number for an authentication that the user cancelled.
 constexpr std::int32_t kUserCancelled = -128;
 
 std::atomic<FileManager*> sharedFileManager{nullptr};
@@ -26,16 +26,16 @@ Atomic<std::shared_ptr<std::mutex>>& lastLock() {
 
 bool ending() { return platform().workers->stopping(); }
 
-// Asks for the text of the address, scheme and escapes included, as if it were a path: kept so, and
-// therefore hardly ever true.
+// Checks the text of the address, with scheme and escapes, as if it were a path. So it is hardly
+// ever true, which is on purpose.
 bool existsAlready(const TRFile& node) {
   return TRFileCopyTask::filemgr()->fileExists(node.url().value_or(Url()).absoluteString());
 }
 
-// The path of its address, which a node holds decoded.
+// The decoded path of the node's address.
 std::string sourceOf(const TRFile& node) { return node.path().value_or(""); }
 
-// Where the node goes: the volume itself for what has no place below it.
+// The node's destination; the volume itself for a node without one.
 std::string pathOn(const std::string& mountPath, const TRFile& node) {
   const std::string below = node.destRelativeUrl().value_or(Url::withString("/")).path();
   return below == "/" ? mountPath : mountPath + '/' + below;
@@ -48,7 +48,7 @@ UsbPlace placeOf(const TRPlayer* player) {
              : UsbPlace();
 }
 
-// A second's pause; false once the program is ending.
+// Pauses for a second; false when the program is ending.
 bool pause() { return platform().clock->sleep(std::chrono::seconds(1)) && !ending(); }
 
 }  // namespace
@@ -162,7 +162,7 @@ bool TRFileCopyTask::wipe() {
 bool TRFileCopyTask::makeFileSystem() {
   begin(Step::kFormat);
   const bool done = runOnDisk("mkfs.fat", "-F32", "%@");
-  // No pause follows in which the end of the program would be noticed.
+  // No pause follows that would notice the end of the program.
   if (ending()) {
     return false;
   }
@@ -226,7 +226,7 @@ bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
   constexpr std::string_view kEnd = "\" with administrator privileges";
   std::string source =
       formatText("do shell script \"%@\" user name \"%@\" password \"", commandLine, userName);
-  // Before the password comes, so that it is in one place only, which is wiped.
+  // Before the password is inserted, so that only one copy of it has to be wiped.
   source.reserve(source.size() + userPass.size() + kEnd.size());
   source.append(userPass).append(kEnd);
   const auto target = player();
@@ -237,7 +237,7 @@ bool TRFileCopyTask::runProcessAsAdministrator(const std::string& userName,
     output = outcome.result;
     return true;
   }
-  // The number counts as the 32 bits that the runner's interface gives it.
+  // The number counts as 32 bits, the width that the runner's interface has.
   const bool cancelled =
       outcome.errorNumber && static_cast<std::int32_t>(*outcome.errorNumber) == kUserCancelled;
   errorDescription =
@@ -264,7 +264,7 @@ bool TRFileCopyTask::isOnTheMedium(const Destination& destination) {
     });
   };
   const bool flushed = destination.volume->flush();
-  // A player that has failed already needs no further proof.
+  // A player that has already failed is not checked.
   if (!flushed || error()) {
     return flushed;
   }

@@ -12,7 +12,7 @@
 namespace fillstation {
 namespace {
 
-// Whom the reports go to.
+// The targets of the reports.
 struct ReportTargets {
   std::shared_ptr<void> callbackObject;
   TRFileCopyTaskCollection::Report callbackFunc;
@@ -22,14 +22,14 @@ struct ReportTargets {
 
 [[maybe_unused]] const std::shared_ptr<void> theMainOp;
 
-// Never destroyed: they may hold objects of the window, which must not be reached at exit.
+// Never destroyed: they may hold objects of the window, which must not be used at exit.
 Atomic<std::shared_ptr<const ReportTargets>>& reportTargets() {
   static auto& targets = *new Atomic<std::shared_ptr<const ReportTargets>>;
   return targets;
 }
 
-// Runs one of the two reports, on the main thread. The targets are taken there and not before, so
-// that the last copy of a window's object is never let go on another thread.
+// Runs one of the two reports, on the main thread. Only there are the targets copied, so that no
+// other thread ever releases the last pointer to an object of the window.
 void report(TRFileCopyTaskCollection::Report ReportTargets::*which) {
   const auto targets = reportTargets().get();
   if (targets && (*targets).*which) {
@@ -75,7 +75,7 @@ void TRFileCopyTaskCollection::setTasks(const TRFileCopyTaskList& value) {
     if (group && group.get() != this) {
       owned.push_back(task);
     } else {
-      // The pointer may be one that was handed out here: the task itself is what is kept.
+      // The pointer may come from tasks(); the task itself is stored.
       owned.push_back(task->shared_from_this());
       task->becomeOwned();
     }
@@ -135,7 +135,7 @@ Number TRFileCopyTaskCollection::averageProgress() const {
   for (const auto& task : *all) {
     sum += static_cast<std::uint32_t>(task->currentProgress());
   }
-  // The sum is a signed 32-bit number, the division an unsigned one of the machine's full width.
+  // The sum is a signed 32-bit number, the division uses unsigned numbers of the machine's width.
   const auto average = static_cast<std::size_t>(static_cast<std::int32_t>(sum)) / all->size();
   return Number(static_cast<std::int32_t>(average));
 }

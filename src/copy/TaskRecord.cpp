@@ -10,7 +10,7 @@
 namespace fillstation {
 namespace {
 
-// By which fillstation-report knows them.
+// The names that fillstation-report uses.
 constexpr std::array<std::pair<Step, const char*>, 7> kSteps{{{Step::kUnmount, "unmount"},
                                                               {Step::kWipe, "wipe"},
                                                               {Step::kFormat, "format"},
@@ -21,7 +21,7 @@ constexpr std::array<std::pair<Step, const char*>, 7> kSteps{{{Step::kUnmount, "
 
 std::string textOfSeconds(double seconds) {
   std::array<char, 32> text{};
-  // Thousandths by whole numbers: a locale may write another decimal sign.
+  // Whole numbers of thousandths: a locale may have another decimal separator.
   const long long thousandths = std::llround(seconds * 1000);
   std::snprintf(text.data(), text.size(), "%lld.%03lld", thousandths / 1000, thousandths % 1000);
   return text.data();

@@ -12,20 +12,20 @@
 
 namespace fillstation {
 
-// Where a task is, in the order of a run.
+// The steps of a task, in the order of a run.
 enum class Step { kWaiting, kUnmount, kWipe, kFormat, kMount, kCopy, kFlush, kCheck, kDone };
 
-// How one task went: how long each step took, and what failed first. Written by the task's thread
-// alone, and made on the main thread; step() is for any thread. Belongs to its task.
+// The history of one task: how long each step took, and what failed first. Made on the main thread,
+// written by the task's thread; any thread may call step(). Belongs to its task.
 class TaskRecord {
  public:
-  // The player's place, as it is known before the run.
+  // The player's place, known before the run.
   explicit TaskRecord(UsbPlace place = {}) : place_(std::move(place)) {}
 
   Step step() const { return step_; }
-  // Ends the step before.
+  // Ends the previous step.
   void begin(Step step);
-  // Notes the present step as the one that failed, unless one has before; and the file.
+  // Records the current step, and the file, as the failure, unless there already is one.
   void fail(VolumeFailure failure = {});
 
   // The place, the seconds of each step, the result, and what failed.

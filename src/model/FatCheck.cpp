@@ -10,13 +10,13 @@
 namespace fillstation {
 namespace {
 
-// "." and ".." of every folder but the first.
+// The entries "." and "..", which every folder except the first has.
 constexpr std::int64_t kOwnSlots = 2;
 
 // The names that a player will have, by their folded path.
 class FatTree {
  public:
-  // Adds the node; or why that can't be.
+  // Adds the node, or returns the reason why it can't be added.
   std::optional<FatReason> add(const std::string& path, bool isDirectory, std::int64_t size) {
     const auto slash = path.rfind('/');
     const std::string parent = folded(path.substr(0, slash == std::string::npos ? 0 : slash));
@@ -59,7 +59,7 @@ class FatTree {
 
   struct Entry {
     bool isDirectory = false;
-    std::int64_t slots = 0;  // that a folder has used
+    std::int64_t slots = 0;  // used in a folder
   };
 
   static std::string folded(const std::string& path) {
@@ -73,7 +73,7 @@ class FatTree {
   }
 
   std::unordered_map<std::string, Entry> entries_{{"", {true, 0}}};
-  std::unordered_map<std::string, FatReason> refused_;  // folders that won't be there
+  std::unordered_map<std::string, FatReason> refused_;  // folders that can't be created
 };
 
 }  // namespace

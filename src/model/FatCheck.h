@@ -9,24 +9,24 @@
 
 namespace fillstation {
 
-// Why a player's file system will not take a node, or the folder that it is in.
+// Why FAT32 will refuse a node, or the folder that it is in.
 enum class FatReason {
-  kName,       // it can't hold the name
+  kName,       // the name is not allowed
   kTooLarge,   // 4 GiB or more
-  kSamePlace,  // something is there already, of this root or of an earlier one
-  kTooMany     // its folder has no slot left
+  kSamePlace,  // this root or an earlier one already has a node with this path
+  kTooMany     // its folder has no free slot
 };
 
 // A node that will fail.
 struct FatRefusal {
-  std::size_t root = 0;  // its number in the list
+  std::size_t root = 0;  // index in the list
   std::string path;      // on the player
   FatReason reason = FatReason::kName;
 };
 
-// What FAT32 will refuse of these roots, in their order. Whether all of it fits isn't looked at,
-// nor a single file as a root, which always fails. Ends early, with what it has, when `stopped`
-// says so. Any thread.
+// The nodes of these roots that FAT32 will refuse, in their order. Does not check whether
+// everything fits, nor single files as roots, which always fail. Ends early, with the result so
+// far, when `stopped` returns true. Any thread.
 std::vector<FatRefusal> refusedByFat(const TRFileList& roots, const std::function<bool()>& stopped);
 
 }  // namespace fillstation

@@ -86,7 +86,7 @@ std::shared_ptr<TRFile> TRFile::nodeOf(WalkEntry entry, const Url& folder,
     return nullptr;
   }
   std::string address = Url::fromPath(entry.path, *entry.isDirectory).absoluteString();
-  // What is left of the entry's address below the folder's, by length alone.
+  // The part of the entry's address below the folder's, found by length alone.
   const auto cut = std::min(folder.absoluteString().size(), address.size());
   log.add(std::move(address));
   if (!*entry.isDirectory && (!entry.size || !matchesFileType(entry.path, fileType))) {
@@ -146,7 +146,7 @@ bool matchesFileType(const std::string& path, const std::optional<std::string>& 
 }
 
 std::int64_t totalSize(const TRFileList& files) {
-  // Unsigned, so that sums beyond the range wrap.
+  // Unsigned, so that sums out of range wrap.
   std::uint64_t total = 0;
   for (const auto& file : files) {
     total += static_cast<std::uint64_t>(file->size().value());

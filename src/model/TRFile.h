@@ -18,7 +18,7 @@ namespace fillstation {
 class LogBatch;
 class TRFile;
 
-// An ordered list of nodes, shared by everybody who was handed it.
+// An ordered list of nodes, shared by all its holders.
 using TRFileList = std::vector<std::shared_ptr<TRFile>>;
 
 // One node of the source file set: a chosen file, a chosen folder with the flat list of everything
@@ -37,7 +37,7 @@ class TRFile {
   // name and path "Empty"; everything else absent, isDir false.
   TRFile();
 
-  // For the builders, which alone can name a place.
+  // Only the builders can make a place.
   TRFile(Place place, Number size);
 
   bool isEqual(const TRFile& other) const;
@@ -45,10 +45,10 @@ class TRFile {
   friend bool operator==(const TRFile& left, const TRFile& right) { return left.isEqual(right); }
 
   // The root for a chosen item: a folder with everything below it that matches the file type, or a
-  // file that matches; null for a file of another type or one whose size can't be read. fileType is
-  // a bare extension compared without regard to case; absent accepts every file, empty only files
-  // without an extension. Walks the whole folder before it returns; the window may be repainted and
-  // closed meanwhile. Main thread.
+  // matching file; null for a file of another type or one whose size can't be read. fileType is an
+  // extension without the dot, compared ignoring case; absent accepts every file, empty only files
+  // without an extension. Walks the whole folder before it returns; meanwhile the window may be
+  // repainted and closed. Main thread.
   static std::shared_ptr<TRFile> CreateTRFilesFromURL(const Url& url,
                                                       const std::optional<std::string>& fileType);
 
@@ -56,7 +56,7 @@ class TRFile {
   static std::shared_ptr<TRFile> CreateTRFile(const Url& url, const Url& relativeUrl,
                                               const std::optional<std::string>& fileType);
 
-  // True when there is a folder at the path, symbolic links followed; says so in the log then.
+  // True when there is a folder at the path, following symbolic links; then also logs it.
   static bool isDir(const std::string& path);
 
   // Everything below the folder that is a folder or matches the type, in the order of the walk.
@@ -82,11 +82,11 @@ class TRFile {
   // Bytes: a file's own, 0 for a folder below a root, the sum of `files` for a folder root.
   Number size() const { return size_.get(); }
   void setSize(Number value) { size_.set(std::move(value)); }
-  // Present on a folder root only: all descendants, each folder before what it holds.
+  // Set for a folder root only: all descendants, each folder before its contents.
   std::shared_ptr<TRFileList> files() const { return get(&Fields::files, &Place::files); }
   void setFiles(std::shared_ptr<TRFileList> value) { set(&Fields::files, std::move(value)); }
-  // Where the node goes on a player: "/" for a root, else the escaped path below the chosen folder,
-  // a folder's ending in "/".
+  // The destination on a player: "/" for a root, otherwise the escaped path below the chosen
+  // folder; a folder's ends in "/".
   std::optional<Url> destRelativeUrl() const {
     return get(&Fields::destRelativeUrl, &Place::addressBelow);
   }
@@ -98,7 +98,7 @@ class TRFile {
   Value valueForKey(const std::string& key) const;
 
  private:
-  // The fields of any node, but for its size.
+  // All fields of a node except its size.
   struct Fields {
     bool isDir = false;
     std::optional<std::string> name;
@@ -108,8 +108,8 @@ class TRFile {
     std::optional<Url> destRelativeUrl;
   };
 
-  // Where a node lies that a walk has found: the same fields follow from it, and a set holds very
-  // many such nodes. Becomes plain fields when one of them is set.
+  // The place of a node that a walk has found. The fields are derived from it, which saves memory:
+  // a set has very many such nodes. It becomes plain fields when one of them is set.
   struct Place {
     bool isDirectory() const { return directory; }
     std::optional<std::string> name() const { return std::string(lastPathComponent(path)); }
@@ -121,17 +121,17 @@ class TRFile {
     }
 
     std::string path;
-    std::uint32_t cut;  // characters of the address that are the chosen folder's
+    std::uint32_t cut;  // length of the chosen folder's part of the address
     bool directory;
   };
 
   static std::shared_ptr<TRFile> makeNode(const Url& url, const Url& relativeUrl, Number size,
                                           bool isDirectory);
-  // The walk's entry as a node; null when it isn't one of the set.
+  // The node of a walk's entry; null when the entry doesn't belong to the set.
   static std::shared_ptr<TRFile> nodeOf(WalkEntry entry, const Url& folder,
                                         const std::optional<std::string>& fileType, LogBatch& log);
 
-  // One lock for many nodes, as Atomic has it.
+  // One lock for many nodes, as in Atomic.
   std::mutex& lock() const { return sharedLockFor(this); }
 
   template <class T>
@@ -140,7 +140,7 @@ class TRFile {
     const auto* const place = std::get_if<Place>(&content_);
     return place != nullptr ? (place->*following)() : *std::get<OwnFields>(content_).*field;
   }
-  // The replaced value goes when the lock is free.
+  // The replaced value is destroyed after the lock is released.
   template <class T>
   void set(T Fields::*field, T value) {
     const std::scoped_lock guard(lock());
@@ -157,15 +157,14 @@ class TRFile {
 // The node's path, "(null)" without one.
 std::string textOf(const TRFile& file);
 
-// True when the builders take a file of this path: its extension equals the type without regard to
-// case (see equalIgnoringCase(); an extension that is not UTF-8 equals no type), or the type is
-// absent.
+// True when the builders take a file with this path: its extension equals the type, ignoring case
+// (see equalIgnoringCase(); an extension that is not UTF-8 equals no type), or the type is absent.
 bool matchesFileType(const std::string& path, const std::optional<std::string>& fileType);
 
-// The sum of the sizes in bytes, an absent one counting 0.
+// The sum of the sizes in bytes; absent sizes count as 0.
 std::int64_t totalSize(const TRFileList& files);
 
-// How many files a root brings: itself, or those of the folder.
+// The number of files in a root: 1 for a file, otherwise the files of the folder.
 std::size_t fileCount(const TRFile& root);
 
 }  // namespace fillstation

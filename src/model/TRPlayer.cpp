@@ -6,7 +6,7 @@
 namespace fillstation {
 namespace {
 
-// The disk is made anew for each request: the name may stand for another one by now.
+// A new disk object for each request: the name may belong to another disk by now.
 void request(TRPlayer& player, DiskRequest what, decltype(&mountCallback) callback) {
   const auto diskName = player.diskName();
   const auto disk = diskName ? session->diskFromName(*diskName) : nullptr;

@@ -27,20 +27,20 @@ class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
     return left.isEqual(right);
   }
 
-  // Reads the volume's name and mount location anew, waiting for them as
-  // getDiskVolumeFromDriveName() does, and stores both as they came back. True only if both were
-  // found. Any thread.
+  // Reads the volume's name and mount location again, waiting for them as
+  // getDiskVolumeFromDriveName() does, and stores both results. True only if both were found. Any
+  // thread.
   bool refresVolumeInfo();
 
-  // Asynchronous requests to the shared disk session, on any thread; the completions arrive on the
-  // main thread, call OnDeviceMounted() or OnDeviceUnMounted() whatever the outcome was, and say so
-  // in the log. eject() unmounts first and asks for the eject when that has completed.
+  // Asynchronous requests to the shared disk session, from any thread. The completions run on the
+  // main thread, call OnDeviceMounted() or OnDeviceUnMounted() whether or not the request
+  // succeeded, and log it. eject() first unmounts; when that has completed, it requests the eject.
   void mount();
   void unmount();
   void eject();
 
-  // Whether the device can be unplugged after an eject(): none before the request has completed,
-  // false when it was refused.
+  // Whether the device can be unplugged after an eject(): absent until the request has completed,
+  // false if it was refused.
   std::optional<bool> isReleased() const { return isReleased_.get(); }
   void setIsReleased(bool value) { isReleased_.set(value); }
 
@@ -66,14 +66,14 @@ class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
   // UsbDevice::handle() of the attach event.
   std::int32_t IONumber() const { return IONumber_.get(); }
   void setIONumber(std::int32_t value) { IONumber_.set(value); }
-  // The last request that completed was a mount (not: the volume is mounted).
+  // True when the last completed request was a mount (not: the volume is mounted).
   bool isMounted() const { return isMounted_.get(); }
   void setIsMounted(bool value) { isMounted_.set(value); }
-  // Kept state that nothing reads.
+  // State that nothing reads.
   bool isEjecting() const { return isEjecting_.get(); }
   void setIsEjecting(bool value) { isEjecting_.set(value); }
 
-  // The player as guarded requests name it; the node is empty without a diskName.
+  // The player's identity for guarded requests; the node is empty without a diskName.
   DiskIdentity identity() const;
 
  private:
@@ -88,7 +88,7 @@ class TRPlayer : public std::enable_shared_from_this<TRPlayer> {
   Atomic<std::optional<std::string>> diskName_;
 };
 
-// Completions of the requests above, on the main thread; none looks at the dissenter.
+// Completions of the requests above, on the main thread. They ignore the dissenter.
 void mountCallback(const std::shared_ptr<Disk>& disk, const Dissenter* dissenter,
                    const std::shared_ptr<TRPlayer>& context);
 void unmountCallback(const std::shared_ptr<Disk>& disk, const Dissenter* dissenter,

@@ -27,7 +27,7 @@ void TRSongsTVC::removeTRFiles(const std::set<std::size_t>& indexes) {
   if (!indexes.empty() && *indexes.rbegin() >= files->size()) {
     throw std::out_of_range("no root of the file list has this index");
   }
-  // From the end, so that the indexes in front stay what they are.
+  // From the end, so that the remaining indexes stay valid.
   for (auto index = indexes.rbegin(); index != indexes.rend(); ++index) {
     files->erase(files->begin() + static_cast<std::ptrdiff_t>(*index));
   }

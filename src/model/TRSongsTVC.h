@@ -16,14 +16,13 @@ class TableView {
  public:
   virtual ~TableView() = default;
 
-  // Asks the row count and every visible cell again.
+  // Reads the row count and every visible cell again.
   virtual void reloadData() = 0;
 };
 
 // The file list: the chosen roots in the order in which they were added, their total size, and the
-// data source of the file table (row i is the root at index i). Made with the window and as
-// long-lived. Main thread; a run reads the roots on its workers, and the list is not to be changed
-// meanwhile.
+// data source of the file table (row i is the root at index i). Made with the window, and lives as
+// long. Main thread. During a run the workers read the roots, and the list must not change.
 class TRSongsTVC {
  public:
   // An empty list with total 0 and no table.
@@ -36,25 +35,25 @@ class TRSongsTVC {
   // Throws std::out_of_range for a row or a field that doesn't exist.
   TRFile::Value tableView(const TableView* view, const std::string& column, long row) const;
 
-  // Appends a root, listed already or not.
+  // Appends a root, even if it is already listed.
   void addTRFile(std::shared_ptr<TRFile> file);
-  // Remove one root, several in one step, all; std::out_of_range for an index that doesn't exist,
-  // and then nothing is removed.
+  // Remove one root, several in one step, or all. For an index that doesn't exist they throw
+  // std::out_of_range and remove nothing.
   void removeTRFileAt(std::size_t index);
   void removeTRFiles(const std::set<std::size_t>& indexes);
   void removeAllTRFiles();
 
-  // Sums the roots' sizes (an absent one counts 0) and reloads the table. Every change above ends
-  // with it.
+  // Sums the roots' sizes (an absent one counts as 0) and reloads the table. Every change above
+  // ends with it.
   void refresh();
 
   // Bytes, as of the last refresh().
   Number totalFileSize() const { return totalFileSize_.get(); }
   void setTotalFileSize(Number value) { totalFileSize_.set(std::move(value)); }
-  // Connected by the window; absent before.
+  // Connected by the window; absent until then.
   std::shared_ptr<TableView> tblView() const { return tblView_.get(); }
   void setTblView(std::shared_ptr<TableView> value) { tblView_.set(std::move(value)); }
-  // The list object itself; a change made to it counts from the next refresh().
+  // The list object itself; changes made to it count from the next refresh().
   std::shared_ptr<TRFileList> list() const { return list_.get(); }
   void setList(std::shared_ptr<TRFileList> value) { list_.set(std::move(value)); }
 

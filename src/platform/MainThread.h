@@ -16,11 +16,11 @@ class MainThread {
   // ending and the callable was not run. Any thread.
   virtual bool runAndWait(const std::function<void()>& callable) = 0;
 
-  // Has the callable run from the main loop, never inside this call, in the order of the calls;
-  // dropped once the program is ending. Any thread.
+  // Runs the callable from the main loop, never inside this call, in the order of the calls; drops
+  // it when the program is ending. Any thread.
   virtual void post(std::function<void()> callable) = 0;
 
-  // One pass over the events that are pending now. Main thread.
+  // One pass over the pending events. Main thread.
   virtual void runPending() = 0;
 };
 
@@ -30,16 +30,16 @@ class Clock {
  public:
   virtual ~Clock() = default;
 
-  // Pauses for the duration; false when the program is ending, then at once.
+  // Pauses for the duration; returns false at once when the program is ending.
   virtual bool sleep(std::chrono::microseconds duration) = 0;
 
-  // A time that never goes back, for measuring how long something takes.
+  // A time that never goes back, for measuring durations.
   virtual std::chrono::steady_clock::time_point now() const {
     return std::chrono::steady_clock::now();
   }
 };
 
-// The program's background threads and the token that ends them. Any thread; lives as long as the
+// The program's background threads, and the token that ends them. Any thread; lives as long as the
 // program.
 class Workers {
  public:
@@ -48,7 +48,7 @@ class Workers {
   // Runs the body on a new thread and returns at once.
   virtual void spawn(std::function<void()> body) = 0;
 
-  // True once the program is ending: no new command, directory or file is begun then.
+  // True when the program is ending: then no new command, directory or file is begun.
   virtual bool stopping() const = 0;
 };
 

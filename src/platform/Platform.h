@@ -15,8 +15,8 @@
 
 namespace fillstation {
 
-// Every way out of the program into the system. Installed by main() before anything else runs and
-// not changed while another thread is alive; the ports outlive everything that uses them.
+// All access of the program to the system. main() installs it before anything else runs; it does
+// not change while another thread is running. The ports outlive everything that uses them.
 struct Platform {
   UsbBus* usbBus = nullptr;
   std::function<std::shared_ptr<DiskSession>()> createDiskSession;
@@ -27,13 +27,13 @@ struct Platform {
   Workers* workers = nullptr;
   SystemLog* systemLog = nullptr;
   Workspace* workspace = nullptr;
-  Wakefulness* wakefulness = nullptr;  // null where nothing would put the machine to sleep
-  // Ends the program: nothing new is begun, pauses and hand-overs return at once, and the process
-  // leaves without waiting for anything. Main thread; returns only in tests.
+  Wakefulness* wakefulness = nullptr;  // null if nothing would put the computer to sleep
+  // Ends the program: nothing new begins, pauses and hand-overs return at once, and the process
+  // ends without waiting. Main thread; returns only in tests.
   std::function<void()> endProgram;
 };
 
-// The installed platform, to be replaced as a whole.
+// The installed platform, which is replaced as a whole.
 inline Platform& platform() {
   static Platform installed;
   return installed;

@@ -10,10 +10,10 @@
 
 namespace fillstation {
 
-// Facts that a record holds beside its text: names of capital letters, and values of any bytes.
+// The fields of a record beside its text: names in capital letters, and values of any bytes.
 using LogFields = std::vector<std::pair<std::string, std::string>>;
 
-// The system log. Any thread; texts of one thread stay in order.
+// The system log. Any thread; keeps the order of each thread's texts.
 class SystemLog {
  public:
   virtual ~SystemLog() = default;
@@ -21,7 +21,7 @@ class SystemLog {
   // Records one text exactly as given, with its line feeds.
   virtual void write(std::string_view text) = 0;
 
-  // Records one text with fields beside it, where the log has such.
+  // Records one text with fields, if the log has fields.
   virtual void writeWith(std::string_view text, const LogFields& /*fields*/) { write(text); }
 
   // Records several texts in their order, each as write() does.
@@ -32,9 +32,9 @@ class SystemLog {
   }
 };
 
-// Texts for the system log that come in large numbers: they are recorded many at a time, in order,
-// the last ones when the batch goes or the process leaves. In one block of code of one thread; one
-// batch at a time.
+// Collects a large number of texts for the system log, and records many at a time, in order; the
+// last ones when the batch is destroyed or the process ends. Belongs to one block of code on one
+// thread; one batch at a time.
 class LogBatch {
  public:
   static constexpr std::size_t kMost = 256;
@@ -56,7 +56,7 @@ class LogBatch {
     }
   }
 
-  // Records the contents of the current batch, if any: the process is about to leave. Any thread.
+  // Records the contents of the current batch, if any, before the process ends. Any thread.
   static void recordCurrent() {
     const std::scoped_lock guard(lock_);
     if (current_ != nullptr) {

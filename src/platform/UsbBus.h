@@ -12,7 +12,7 @@
 
 namespace fillstation {
 
-// What a whole device says its class is.
+// The class name of a whole device.
 inline constexpr const char* kUsbDeviceClass = "IOUSBDevice";
 
 // One control request to a USB device, fields as in the USB standard's set-up packet.
@@ -57,11 +57,11 @@ class UsbDevice {
   // Bus number x 65536 + device number.
   virtual std::uint32_t handle() const = 0;
 
-  // The name of the whole disk below the device ("sdb"), found anew at each call; none while there
-  // is none. For a device that has left, the name that was found while it was there.
+  // The name of the whole disk below the device ("sdb"), looked up at each call; none if there is
+  // none. For a device that has left, the name that was found while it was present.
   virtual std::optional<std::string> searchDiskName() const = 0;
 
-  // Null when the device can't be asked.
+  // Null if the device doesn't answer.
   virtual std::shared_ptr<UsbDeviceInterface> openInterface() const = 0;
 };
 
@@ -70,15 +70,15 @@ class UsbDeviceIterator {
  public:
   virtual ~UsbDeviceIterator() = default;
 
-  // The next device, null when there is none (for now: later notifications fill the same iterator).
+  // The next device, null if there is none for now: later notifications fill the same iterator.
   virtual std::shared_ptr<UsbDevice> next() = 0;
 };
 
-// Where a device is plugged in. A plain value, all empty when no such device is present.
+// The place where a device is plugged in. A plain value, empty if the device is not present.
 struct UsbPlace {
-  std::string port;  // as the system names it ("1-2.4": bus 1, its port 2, port 4 of the hub there)
-  std::string slot;  // what the administrator calls it; empty when nobody has
-  std::string speed;  // of the link, in megabits a second, as the system writes it ("480", "1.5")
+  std::string port;   // the system's name ("1-2.4": bus 1, its port 2, port 4 of the hub there)
+  std::string slot;   // the administrator's name for it; empty for none
+  std::string speed;  // of the link, in Mbit/s, as the system writes it ("480", "1.5")
 };
 
 // The USB bus: whole devices that are present, arrive and leave, and the media of their disks.
@@ -89,31 +89,32 @@ class UsbBus {
 
   virtual ~UsbBus() = default;
 
-  // Begins to watch devices of a class; false when the system offers none or can't be reached.
+  // Begins to watch devices of a class; false if the system has none or can't be reached.
   virtual bool open(std::string_view className) = 0;
 
-  // Registers for devices that arrive or leave; null when that fails. The iterator returned by
-  // watchAttach() yields the devices already present, each once. A notification is delivered from
-  // the main loop, one device at a time and in order, only after the iterator has been walked to
-  // its end, never while another one is being handled (also not during a pause of its handler), and
-  // not while deliveries are held. A device that leaves after watchAttach() has yielded it is
-  // reported as leaving even if watchDetach() was called later.
+  // Registers for devices that arrive or leave; null if that fails. The iterator returned by
+  // watchAttach() yields the present devices, each once. Notifications are delivered from the main
+  // loop, one device at a time and in order: only after the iterator has been walked to its end,
+  // never while another one is being handled (not even in a pause of its handler), and not while
+  // deliveries are held. A device that leaves after watchAttach() has yielded it is reported as
+  // leaving, even if watchDetach() was called later.
   virtual std::shared_ptr<UsbDeviceIterator> watchAttach(Notification notification) = 0;
   virtual std::shared_ptr<UsbDeviceIterator> watchDetach(Notification notification) = 0;
 
-  // Registers for disks that may have got another medium, or one of another size; the notification
-  // is delivered like those of devices.
+  // Registers for disks whose medium, or its size, may have changed; the notification is delivered
+  // like those of devices.
   virtual void watchMedia(std::function<void()> notification) = 0;
 
-  // From now on the player's medium is the one that its disk has: the size in bytes. None when it
-  // has been before, or when the disk isn't that player's any more. No request for the player may
-  // be under way that was meant for the medium of before.
+  // Makes the disk's present medium the player's; returns its size in bytes. None if it already is,
+  // or if the disk is no longer that player's. Call it only when no request for the earlier medium
+  // is in progress.
   virtual std::optional<std::int64_t> takeMedium(const DiskIdentity& player) = 0;
 
   // The place of the device with this handle.
   virtual UsbPlace placeOf(std::uint32_t handle) const = 0;
 
-  // While held (calls nest), notifications wait; they are delivered afterwards, in order.
+  // While deliveries are held (calls nest), notifications wait; they are delivered afterwards, in
+  // order.
   virtual void hold() = 0;
   virtual void resume() = 0;
 };

@@ -29,7 +29,7 @@ constexpr std::uint16_t kHeaderSize = 2;
 constexpr std::uint16_t kUsEnglish = 1033;
 
 // A receiver may look at a record's descriptor strings at any time, so they are never freed. Equal
-// texts are kept once: players of one make don't add up.
+// texts are stored once, so that players of one make don't add up.
 const char* descriptor(UsbDeviceInterface& usbDevice, std::uint8_t index) {
   static std::set<std::string> texts;
   const std::unique_ptr<char, decltype(&std::free)> text(getUSBStringDescriptor(&usbDevice, index),
@@ -41,7 +41,7 @@ constexpr int kAttempts = 200;
 constexpr std::chrono::microseconds kPauseWithoutDescription(1'000'000);
 constexpr std::chrono::microseconds kPauseWithoutVolume(10'000);
 
-// True when there was something to be stored.
+// True when there was something to store.
 bool store(const char* found, std::optional<std::string>& output) {
   if (*found == '\0') {
     return false;
@@ -52,7 +52,7 @@ bool store(const char* found, std::optional<std::string>& output) {
 
 void readFacts(const DiskDescription& description, std::optional<std::string>& volumeName,
                std::optional<std::string>& volumePath) {
-  // As it stands in a description, which is what the conversion reads.
+  // The form in which a description has it, which the conversion reads.
   const std::string name = '"' + description.volumeName.value_or("") + '"';
   if (store(cfTypeToCString(&name), volumeName)) {
     std::fputs("\n got vol name", stdout);
@@ -80,7 +80,7 @@ const char* cfTypeToCString(const std::string* v) {
     return nullptr;
   }
   convert(*v, buffer);
-  // An older result may lie behind the terminator; strchr() stops in front of it.
+  // An older result may follow the terminator; strchr() stops before it.
   char* const open = std::strchr(buffer.data(), '"');
   char* const close = open != nullptr ? std::strchr(open + 1, '"') : nullptr;
   if (close == nullptr) {
@@ -111,7 +111,7 @@ void getUSBDeviceInfo(const UsbDevice& device, UsbDeviceInfo& record) {
 }
 
 char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) {
-  // In force in every build: nothing sensible can follow.
+  // Active in every build: nothing sensible can follow.
   if (usbDevice == nullptr) {
     std::fputs("UsbUtil:471: getUSBStringDescriptor: Assertion `usbDevice' failed.\n", stderr);
     std::abort();
@@ -126,7 +126,7 @@ char* getUSBStringDescriptor(UsbDeviceInterface* usbDevice, std::uint8_t index) 
   if (!transferred) {
     return nullptr;
   }
-  // Nothing transferred wraps to an enormous count, which the end of the buffer bounds.
+  // No transferred bytes wrap to a huge count, which the end of the buffer limits.
   const std::uint32_t count = (*transferred - 1) >> 1U;
   auto* const text = static_cast<char*>(std::calloc(kDescriptorSize, 1));
   std::size_t from = kHeaderSize;
@@ -219,7 +219,7 @@ bool mayBePlayer(const UsbDevice& device) {
   return deviceName == kPlayerName || deviceName == kUsbDeviceClass;
 }
 
-// As all below: false when the program is ending, and so the walk too.
+// Like all functions below: false when the program is ending, which ends the walk too.
 bool waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskName) {
   for (int attempt = 0; attempt < kDiskNameAttempts; ++attempt) {
     diskName = device.searchDiskName();
@@ -234,7 +234,7 @@ bool waitForDiskName(const UsbDevice& device, std::optional<std::string>& diskNa
   return true;
 }
 
-// Exact but for full-width forms, which some firmware writes.
+// Exact except for full-width forms, which some firmware writes.
 bool isPlayerVendor(const std::string& vendor) {
   constexpr char32_t kToFullWidth = U'\uFF21' - U'A';
   const auto points = decodeUtf8(vendor);

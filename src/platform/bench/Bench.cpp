@@ -111,7 +111,7 @@ void BenchUsbBus::fileChanged(const std::string& fileName, bool come) {
     return player.imagePath() == image && !player.hasLeft();
   });
   const bool isNews = !come || !known || !known->isPresent();
-  // What came may be gone by now: its going is told next.
+  // A file that came may have gone again: that is reported next.
   if (!isNews || (come && !std::filesystem::exists(image))) {
     return;
   }
@@ -137,7 +137,7 @@ void BenchUsbBus::arrive(const std::string& name) {
 void BenchUsbBus::leave(const std::shared_ptr<BenchPlayer>& player) {
   player->leave();
   disks_.left(player);
-  // A player whose leaving has been handled is remembered no longer.
+  // A player is forgotten when its leaving has been handled.
   handOutLeaving(std::make_shared<BenchUsbDevice>(player),
                  [&disks = disks_, player] { disks.forget(player); });
 }

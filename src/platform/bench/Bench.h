@@ -25,7 +25,7 @@ class BenchUsbBus : public QtUsbBus {
 
   // Once.
   bool open(std::string_view className) override;
-  // A player's image is its medium: another image is another player.
+  // A player's image is its medium: with another image it is another player.
   void watchMedia(std::function<void()> /*notification*/) override {}
   std::optional<std::int64_t> takeMedium(const DiskIdentity& /*player*/) override {
     return std::nullopt;
@@ -48,14 +48,14 @@ class BenchUsbBus : public QtUsbBus {
 };
 
 // The back end of one bench folder, which must exist. Made on the main thread; lives as long as the
-// program that uses it.
+// program.
 class Bench {
  public:
   // The folder's path is absolute, without a "/" at its end.
   Bench(const std::string& folder, BenchServices services);
 
   // Sets the ports of the bus, the disks, the scripts and the files, and those that the bench was
-  // made with; the others stay.
+  // made with; the other ports stay.
   void installInto(Platform& installed);
 
  private:

@@ -16,14 +16,14 @@ namespace fillstation {
 namespace {
 
 constexpr std::uint32_t kBus = 0x10000;  // bus number 1, in a handle
-// 1 is the bus itself; the numbers end at 127 and begin again.
+// 1 is the bus itself; after 127 the numbers begin again.
 constexpr std::uint32_t kFirstDeviceNumber = 2;
 constexpr std::uint32_t kLastDeviceNumber = 127;
 
 const Dissenter kGone{"The device has gone."};
 
-// One opening of a bench player's volume: the volume's rules, the player's speed and its faults.
-// The clock outlives it.
+// A bench player's volume that is open: the volume's rules, the player's speed and its faults. The
+// clock outlives it.
 class BenchMedium : public VolumeMedium {
  public:
   BenchMedium(std::shared_ptr<BenchPlayer> player, std::shared_ptr<BenchVolume> volume,
@@ -73,7 +73,7 @@ class BenchMedium : public VolumeMedium {
   }
 
  private:
-  // Why the medium takes nothing any more: 0 or an errno.
+  // Why the medium accepts no more data: 0 or an errno.
   int refusal() const {
     if (!player_->isPresent()) {
       return ENODEV;
@@ -258,7 +258,7 @@ BenchDisks::Refusal BenchDisks::unmountNow(BenchPlayer& player) {
   if (player.faults().refuseUnmount || volume->isOpen()) {
     return Dissenter{"The volume is in use."};
   }
-  // What a medium that has turned read-only lacks is lost.
+  // Data that never reached a medium that turned read-only is lost.
   if (!player.isReadOnly() && !volume->flush()) {
     return Dissenter{"What was copied can't be written."};
   }

@@ -22,8 +22,7 @@
 
 namespace fillstation {
 
-// What the bench is built on. All of it outlives the bench, and the workers have been joined when
-// the bench is destroyed.
+// The services of the bench. All of them outlive it; the workers are joined before it is destroyed.
 struct BenchServices {
   StopSource& stop;
   QtMainThread& mainThread;
@@ -32,29 +31,29 @@ struct BenchServices {
   SystemLog& log;
 };
 
-// The players of a bench, those that are plugged in and those whose leaving is still to be handled,
-// and what is done to their disks: the requests, each on a worker and one after the other for each
-// player; the two commands, by the system's real tools in a real shell, for the administrator
-// "bench" with the password "bench"; and whose volume a mounted folder is. Any thread; the services
-// outlive it.
+// The players of a bench: those that are plugged in, and those whose leaving is not handled yet.
+// Performs the requests to their disks, each on a worker and one after the other for each player.
+// Runs the two commands with the system's real tools in a real shell, for the administrator "bench"
+// with the password "bench". Knows which player's volume a mounted folder is. Any thread; the
+// services outlive it.
 class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
  public:
   BenchDisks(std::string benchFolder, BenchServices services);
 
-  // Takes in the player NAME: its image is opened, its identity read (a standard player's when
-  // there is none), and it gets the lowest free disk name and the next device number. The reason
-  // when that can't be.
+  // Adds the player NAME: opens its image, reads its identity (without one, a standard player's),
+  // and assigns the lowest free disk name and the next device number. Returns the reason if that
+  // fails.
   std::variant<std::shared_ptr<BenchPlayer>, std::string> attach(const std::string& name);
-  // Forgets a player; its disk name is free then.
+  // Forgets a player, which frees its disk name.
   void forget(const std::shared_ptr<BenchPlayer>& player);
-  // The first player that passes the test, the remembered ones included; null when none does.
+  // The first player that passes the test, including remembered ones; null for none.
   std::shared_ptr<BenchPlayer> first(const std::function<bool(const BenchPlayer&)>& test) const;
 
-  // Removes what an earlier bench on this folder has left mounted.
+  // Removes the mounts that an earlier bench has left in this folder.
   void clear();
 
-  // What happens by itself when a player arrives (it is mounted, as by a desktop) and when it has
-  // left (its volume goes).
+  // The automatic consequences: a player that arrives is mounted, as by a desktop; the volume of a
+  // player that has left is removed.
   void arrived(const std::shared_ptr<BenchPlayer>& player);
   void left(const std::shared_ptr<BenchPlayer>& player);
 
@@ -74,8 +73,8 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
   using Refusal = std::optional<Dissenter>;
   using Work = std::function<Refusal(BenchPlayer&)>;
 
-  // Does the work on a worker when what was asked of the player before is done; `told` is called on
-  // the main thread then.
+  // Does the work on a worker when the player's earlier requests are done, then calls `told` on the
+  // main thread.
   void add(const std::shared_ptr<BenchPlayer>& player, Work work,
            std::function<void(const Refusal&)> told = {});
 
@@ -83,10 +82,10 @@ class BenchDisks : public DiskSession, public ScriptRunner, public VolumeOwner {
   Refusal mountNow(BenchPlayer& player);
   Refusal unmountNow(BenchPlayer& player);
   Refusal ejectNow(BenchPlayer& player);
-  // Mounts the player when something else on the machine does so at this moment. Its access is
+  // Mounts the player if its fault says that another program does so at this moment. Its access is
   // held.
   void remountAt(BenchPlayer& player, RemountMoment moment);
-  // The player that is meant, null when it isn't there any more.
+  // The player with this identity, null if it is no longer there.
   std::shared_ptr<BenchPlayer> find(const DiskIdentity& expected) const;
   // The lock is held.
   BenchPlayer::Place freePlace(const BenchIdentity& identity);

@@ -41,7 +41,8 @@ ScriptOutcome runOn(int descriptor, const std::string& command, const std::strin
   return ScriptOutcome{result.out, std::nullopt, std::nullopt};
 }
 
-// Puts what a scratch file holds onto the medium's head, and pulls the player when half is there.
+// Writes the scratch file's bytes to the head of the medium; pulls the player after half of them if
+// asked to.
 bool putOnMedium(int scratch, const BenchPlayer& player) {
   std::vector<char> bytes(static_cast<std::size_t>(::lseek(scratch, 0, SEEK_END)));
   const std::size_t half = bytes.size() / 2;
@@ -55,8 +56,8 @@ bool putOnMedium(int scratch, const BenchPlayer& player) {
                                         static_cast<off_t>(half)) == static_cast<ssize_t>(rest);
 }
 
-// dd begins by cutting its target, which a file suffers and a medium doesn't: it writes into a
-// scratch file, and what it has written goes to the image's head.
+// dd truncates its target, which shortens a file but not a medium. So it writes to a scratch file,
+// and these bytes go to the head of the image.
 ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
   const FileHandle scratch(::memfd_create("wipe", MFD_CLOEXEC));
   ScriptOutcome outcome = runOn(scratch.get(), command, player.node());
@@ -67,7 +68,7 @@ ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
 }
 
 ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
-  // A medium without room is what the tool really refuses.
+  // The tool really refuses a medium without space.
   const FileHandle tooSmall(player.faults().refuseFormat ? ::memfd_create("format", MFD_CLOEXEC)
                                                          : -1);
   ScriptOutcome outcome = runOn(tooSmall ? tooSmall.get() : player.image(), command, player.node());
@@ -103,7 +104,7 @@ ScriptOutcome BenchDisks::run(std::string_view source, const DiskIdentity& targe
   }
   player->setKnown(false);
   if (player->isReadOnly()) {
-    // What every tool says of a medium that it can't open for writing.
+    // Every tool's message for a medium that it can't open for writing.
     return failure(1, "Read-only file system");
   }
   ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)

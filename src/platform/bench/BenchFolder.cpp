@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 
-// A sparse image with a fresh file system, unless the player is to be blank.
+// A sparse image with a new file system, unless the player is blank.
 std::optional<std::string> createImage(const std::string& path, const BenchPlayerPlan& plan) {
   const FileHandle image(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
   const std::int64_t size = plan.identity.disk ? plan.sizeMiB * kMiB : 0;

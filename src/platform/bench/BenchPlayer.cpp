@@ -27,7 +27,7 @@ bool writeBlock(int image, std::int64_t at, const Block& block) {
   return ::pwrite(image, block.data(), block.size(), at) == static_cast<ssize_t>(block.size());
 }
 
-// Two addresses of one block: what was written last, which is never the fresh one, is in both.
+// Two addresses of one block: both get the data that was written last, which is never empty.
 bool wrapBlock(int image, std::int64_t at, std::int64_t end, Block block) {
   const std::int64_t alias = at % end;
   return std::all_of(block.begin(), block.end(), [](char byte) { return byte == 0; })

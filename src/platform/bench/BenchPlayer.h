@@ -16,18 +16,17 @@ namespace fillstation {
 
 class BenchVolume;
 
-// One player from its plugging in to its leaving: its image, which is the disk, and everything that
-// is known of it. A player that comes back is another one. Any thread; always held by
-// std::shared_ptr.
+// One player from its arrival to its departure: its image, which is the disk, and all facts about
+// it. A player that returns is a new object. Any thread; always held by std::shared_ptr.
 class BenchPlayer : public Disk {
  public:
-  // What the bus assigns to an attach.
+  // The values that the bus assigns at an attach.
   struct Place {
     std::string diskName;      // "vp0", empty for a device without a disk
     std::uint32_t handle = 0;  // UsbDevice::handle()
   };
 
-  // The image's path and the descriptor that is open on it.
+  // The image's path, and the open descriptor of it.
   BenchPlayer(std::string imagePath, FileHandle image, BenchIdentity identity, Place place);
 
   const std::string& imagePath() const { return imagePath_; }
@@ -38,44 +37,45 @@ class BenchPlayer : public Disk {
   std::string node() const { return nodeOf(place_.diskName); }
   int image() const { return image_.get(); }
 
-  // Volume facts are read from the image: none while the file system that is there now has not been
-  // looked at, no path while nothing is mounted. An ejected player says nothing. The size is that
-  // of the medium when it was plugged in.
+  // The volume facts are read from the image: none while the present file system has not been
+  // looked at, no path while it is not mounted. An ejected player has no facts. The size is that of
+  // the medium when it was plugged in.
   std::optional<DiskDescription> copyDescription() override;
 
-  // True while the image lies where it was plugged in.
+  // True while the image is where it was plugged in.
   bool isPresent() const;
-  // True while it is present and the identity names it.
+  // True while it is present and has this identity.
   bool is(const DiskIdentity& expected) const;
 
-  // Ends the presence for good; whether that has happened.
+  // Ends the presence; whether it has ended.
   void leave() { gone_.store(true); }
   bool hasLeft() const { return gone_.load(); }
-  // Takes the image out of the bench folder, into the folder "pulled" in it.
+  // Moves the image from the bench folder to its folder "pulled".
   void pull() const;
   // Pulls when this is the moment for it.
   void pullAt(PullMoment moment) const;
 
-  // Searches for the disk: whether there is one. Once the player has left: whether it was found.
+  // Searches for the disk; returns whether there is one. After the player has left: whether it was
+  // found before.
   bool searchDisk();
 
-  // What keeps a request and a command apart.
+  // Keeps requests and commands apart.
   std::recursive_mutex& access() { return access_; }
 
   // The mounted volume, null for none.
   std::shared_ptr<BenchVolume> volume() const { return volume_.get(); }
   void setVolume(std::shared_ptr<BenchVolume> volume) { volume_.set(std::move(volume)); }
-  // Says whether the system has looked at the file system that the medium has now.
+  // Whether the system has looked at the medium's present file system.
   void setKnown(bool known) { known_.store(known); }
-  // Whether the player was ejected: it has no medium then until it is plugged in anew.
+  // Whether the player was ejected: then it has no medium until it is plugged in again.
   bool isEjected() const { return ejected_.load(); }
   void setEjected() { ejected_.store(true); }
 
-  // Counts bytes copied onto the player; how many there are now.
+  // Adds to the number of bytes copied to the player; returns the sum.
   std::int64_t addCopied(std::int64_t bytes) { return copied_ += bytes; }
-  // Whether the medium refuses every change by now.
+  // Whether the medium refuses every change now.
   bool isReadOnly() const;
-  // Makes the image what a medium that lies really holds of what was copied; false when the image
+  // Changes the image into what a lying medium really holds after the copy; false if the image
   // can't be changed.
   bool applyLie() const;
 

@@ -16,10 +16,10 @@ namespace fillstation {
 
 namespace {
 
-// As much as a player may lack of what was copied onto it.
+// The most data that a player may lack during a copy.
 constexpr std::int64_t kMostUnwritten = std::int64_t{16} << 20;
 
-// A new folder for a label, numbered when the name is taken; empty when none can be made.
+// A new folder for a label, with a number if the name is taken; empty if none can be made.
 std::string makeFolder(const std::string& volumes, std::string label) {
   std::error_code ignored;
   std::filesystem::create_directories(volumes, ignored);
@@ -40,16 +40,16 @@ std::string makeFolder(const std::string& volumes, std::string label) {
   }
 }
 
-// Brings what the image holds into a folder, and to the writer's knowledge.
+// Copies the contents of the image to a folder, and enters them into the writer.
 class Extraction {
  public:
   Extraction(const FatImage& image, std::string folder, FatWriter& writer)
       : image_(image), folder_(std::move(folder)), writer_(writer) {}
 
-  // False when the file system is damaged or the folder can't be written.
+  // False if the file system is damaged or the folder can't be written.
   bool extract(const std::string& path, std::uint32_t cluster) {
     const auto directory = image_.list(cluster);
-    // A directory that is met a second time runs in a circle.
+    // A directory that is found a second time is part of a loop.
     if (!directory || !seen_.insert(cluster).second) {
       return false;
     }

@@ -13,12 +13,12 @@
 
 namespace fillstation {
 
-// A mounted volume of the bench: a folder that shows what the image's FAT32 holds, and the writer
-// of what is created in it and not yet in the image. Any thread; lives as long as somebody uses it,
-// also when its folder has gone.
+// A mounted volume of the bench: a folder with the contents of the image's FAT32, and the writer of
+// new files that are not in the image yet. Any thread; lives as long as it is used, even if its
+// folder has gone.
 class BenchVolume {
  public:
-  // Extracts the image's content into a new folder below `volumes`, which is named after the label.
+  // Extracts the image's contents to a new folder below `volumes`, named after the label.
   static std::variant<std::shared_ptr<BenchVolume>, Dissenter> mount(int image,
                                                                      const std::string& volumes);
 
@@ -28,22 +28,23 @@ class BenchVolume {
   // Absolute, without a "/" at the end.
   const std::string& folder() const { return folder_; }
 
-  // Counts those that have it open.
+  // Counts its users.
   void opened() { ++openings_; }
   void released() { --openings_; }
   bool isOpen() const { return openings_.load() > 0; }
 
-  // What the file system says to a new entry of so many bytes, none for a directory: 0 or an errno.
+  // The file system's answer to a new entry with this number of bytes (none for a directory): 0 or
+  // an errno.
   int admit(const std::string& path, std::optional<std::int64_t> size);
 
-  // Enters what has been created. Writes to the image as soon as there is a lot to write.
+  // Enters a new entry. Writes to the image when much data is waiting.
   void created(const std::string& path);
 
-  // Writes everything that has been created into the image, or half of what waits when it is cut
-  // short; false when that fails.
+  // Writes all new entries to the image, or half of the waiting ones if it is cut short; false if
+  // that fails.
   bool flush(bool isCutShort = false);
 
-  // Removes the folder; nothing is admitted afterwards.
+  // Removes the folder; afterwards nothing is accepted.
   void close();
 
  private:

@@ -42,7 +42,8 @@ bool readAt(int descriptor, std::int64_t offset, std::uint8_t* into, std::size_t
   return ::pread(descriptor, into, count, offset) == static_cast<ssize_t>(count);
 }
 
-// The text of a padded field; what is not ASCII is replaced, for its code page is not known.
+// The text of a padded field. Bytes that are not ASCII are replaced, because their code page is not
+// known.
 std::string fieldText(const std::uint8_t* field, std::size_t length) {
   std::string text;
   for (std::size_t at = 0; at < length; ++at) {
@@ -177,7 +178,7 @@ std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) c
   std::vector<std::uint32_t> clusters;
   for (std::uint32_t cluster = first; cluster < kEndOfChain;) {
     std::array<std::uint8_t, 4> next{};
-    // A chain longer than the file system runs in a circle.
+    // A chain longer than the file system is a loop.
     if (cluster < 2 || cluster - 2 >= layout_.clusters || clusters.size() == layout_.clusters ||
         !readAt(descriptor_, layout_.tables + std::int64_t{cluster} * 4, next.data(),
                 next.size())) {

@@ -22,10 +22,10 @@ struct FatEntry {
   std::uint32_t size = 0;  // bytes, 0 for a directory
 };
 
-// One directory as it stands in the image. A plain value.
+// One directory of the image. A plain value.
 struct FatDirectory {
   std::vector<FatEntry> entries;        // in directory order, without "." and ".."
-  std::vector<std::uint32_t> clusters;  // in which it lies
+  std::vector<std::uint32_t> clusters;  // of the directory
   std::int64_t usedSlots = 0;           // up to where nothing has ever been written
   std::optional<std::string> label;     // the volume's label, in the root directory only
 };
@@ -47,9 +47,9 @@ struct FatLayout {
   }
 };
 
-// The FAT32 file system of an image file, which begins where the image does, read as it stands at
-// each call. Whatever the bytes are, reading is bounded and fails instead of running away. Any
-// thread; the descriptor stays the caller's and open.
+// The FAT32 file system of an image file, which begins at the image's first byte; read again at
+// each call. With any bytes, reading is bounded and fails in the worst case. Any thread; the
+// descriptor stays open and belongs to the caller.
 class FatImage {
  public:
   // None when there is no FAT32.

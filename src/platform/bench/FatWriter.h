@@ -13,31 +13,31 @@
 
 namespace fillstation {
 
-// Fills the FAT32 of an image. What is added has its clusters and its place in the directory at
-// once, so that nothing is admitted that the image can't hold; it is in the image once it has been
-// written, in the order in which it was added, which is the directories' order too. Relative paths
-// are below the root ("" is the root), without a "/" at either end. One thread at a time; the
-// image's descriptor stays the caller's.
+// Fills the FAT32 of an image. A new entry gets its clusters and its place in the directory at
+// once, so that more than the image can hold is refused. It reaches the image when it is written,
+// in the order of adding, which is also the order of the directories. Relative paths are below the
+// root ("" is the root), without a "/" at either end. One thread at a time; the image's descriptor
+// stays the caller's.
 class FatWriter {
  public:
   explicit FatWriter(const FatImage& image);
 
-  // Enters a directory that is on the volume already, with what it holds.
+  // Enters a directory that is already on the volume, with its contents.
   void haveDirectory(const std::string& path, const FatDirectory& directory);
 
-  // 0 when a new entry would fit, or the errno of its creation; bytes, none for a directory.
+  // 0 if a new entry would fit, otherwise the errno of creating it; bytes, none for a directory.
   int admit(const std::string& path, std::optional<std::int64_t> size) const;
 
-  // Adds what has been admitted: the directory or file at `source`, which is read when it is
-  // written. Its parent has been added before.
+  // Adds an entry that admit() accepted: the directory or file at `source`, which is read when
+  // it is written. Its parent was added before.
   void add(const std::string& path, const std::string& source);
 
-  // How many entries, and bytes of files, have been added and not yet written.
+  // The number of entries, and the bytes of files, that are added and not written yet.
   std::size_t waiting() const { return waiting_.size(); }
   std::int64_t waitingBytes() const { return waitingBytes_; }
 
-  // Writes so many of them. False at the first that fails: it waits still, and so do all behind it.
-  // Once it has returned true everything that was written is on the disk beneath.
+  // Writes this number of entries. False at the first failure: that entry and all after it keep
+  // waiting. If it returns true, all written entries are on the disk.
   bool write(std::size_t count);
 
  private:
@@ -46,7 +46,7 @@ class FatWriter {
     std::int64_t usedSlots = 0;
     std::set<std::string> names;  // folded
   };
-  // What is to be written of one entry: a file's content, and then bytes at places of the image.
+  // The data of one entry: a file's content, then bytes at places of the image.
   struct Entry {
     std::string source;
     std::int64_t size = 0;
@@ -57,7 +57,7 @@ class FatWriter {
   };
 
   std::int64_t clustersOf(std::int64_t bytes) const;
-  // Clusters by which a directory grows for a name.
+  // The clusters by which a directory grows for a name.
   std::int64_t growth(const Directory& directory, const std::string& name) const;
   void addSlots(Directory& directory, const std::string& bytes, Entry& entry);
   // Gives the directory an empty cluster more.

@@ -21,7 +21,7 @@ constexpr std::int64_t kSmallestMiB = 64;  // below it FAT32 has too few cluster
 constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
-// By the values of their enumerations; the first of each has no name.
+// In the order of their enumerations; the first value of each has no name.
 constexpr std::array<const char*, 10> kPullMoments{"",
                                                    "before-unmount",
                                                    "during-wipe",
@@ -35,12 +35,12 @@ constexpr std::array<const char*, 10> kPullMoments{"",
 constexpr std::array<const char*, 3> kRemountMoments{"", "after-unmount", "after-format"};
 constexpr std::array<const char*, 4> kLies{"", "drops", "wraps", "flips"};
 
-// One object of a JSON text, read key by key. A value of the wrong kind is a problem, and an absent
-// one leaves its target untouched. What the targets hold then is the content: so an object is
-// written by reading an empty one.
+// One object of a JSON text, read key by key. A value of the wrong kind is a problem; an absent one
+// leaves its target unchanged. An object is written by reading an empty one: the targets then hold
+// the content.
 class Keys {
  public:
-  // The first problem is kept; the text is empty while there is none, and outlives the keys.
+  // Keeps the first problem; the text is empty without one, and outlives the keys.
   Keys(const QJsonValue& value, std::string path, std::string& problem)
       : given_(value.toObject()), path_(std::move(path)), problem_(problem) {
     if (!value.isObject()) {
@@ -67,7 +67,7 @@ class Keys {
     content_.insert(key, target);
   }
 
-  // Whole numbers within both bounds only; a target below them is one that is not set.
+  // Whole numbers within both bounds; a target below them counts as not set.
   void read(const QString& key, std::int64_t lowest, std::int64_t highest, std::int64_t& target) {
     const QJsonValue value = given_.value(key);
     if (!value.isUndefined()) {
@@ -99,7 +99,7 @@ class Keys {
     report(key, "must be one of " + all);
   }
 
-  // Has the object of a key read, an empty one when there is none.
+  // Reads the object of a key, an empty one if it is absent.
   template <class Reader>
   void readObject(const QString& key, Reader reader) {
     const QJsonValue value = given_.value(key);
@@ -108,10 +108,10 @@ class Keys {
     content_.insert(key, keys.content());
   }
 
-  // Reports what is wrong with a key's value.
+  // Reports a problem with a key's value.
   void report(const QString& key, const std::string& what) { reportAt(pathOf(key), what); }
 
-  // The whole object; reports the first key that nobody asked for.
+  // The whole object; reports the first unknown key.
   const QJsonObject& content() {
     for (const QString& key : given_.keys()) {
       if (!content_.contains(key)) {

@@ -8,7 +8,7 @@
 
 namespace fillstation {
 
-// When a bench player is pulled out by itself.
+// When a bench player unplugs itself.
 enum class PullMoment {
   kNever,
   kBeforeUnmount,
@@ -22,20 +22,20 @@ enum class PullMoment {
   kDuringReadBack
 };
 
-// When something else on the machine mounts the player behind the program's back.
+// When another program mounts the player unexpectedly.
 enum class RemountMoment { kNever, kAfterUnmount, kAfterFormat };
 
-// What a medium does with what is written to a part of it, while it says that all is well: nothing,
-// so that it reads as zeros; put it so many bytes from the medium's beginning as it lies from the
-// part's; or change a bit in each 4096 bytes. It shows once the volume has been unmounted.
+// What a medium does with data written to a part of it, while it reports success: drop it, so that
+// zeros are read; write it at the beginning of the medium instead; or change a bit in each 4096
+// bytes. The effect appears when the volume has been unmounted.
 enum class Lie { kNone, kDrops, kWraps, kFlips };
 
-// What goes wrong with a bench player. A plain value.
+// The faults of a bench player. A plain value.
 struct BenchFaults {
   std::int64_t bytesPerSecond = 0;  // speed limit of the copy, 0 for none
   PullMoment pull = PullMoment::kNever;
-  std::int64_t pullAfterBytes = 0;   // bytes copied when PullMoment::kAfterBytes strikes
-  std::int64_t failAfterBytes = -1;  // bytes copied before every further one fails, -1: never
+  std::int64_t pullAfterBytes = 0;   // the number of copied bytes for PullMoment::kAfterBytes
+  std::int64_t failAfterBytes = -1;  // the number of copied bytes after which all fail, -1: never
   bool refuseMount = false;
   bool refuseUnmount = false;
   bool refuseFormat = false;  // the format command fails
@@ -49,7 +49,7 @@ struct BenchFaults {
   bool operator==(const BenchFaults&) const = default;
 };
 
-// What a bench player says of itself, and how it behaves. A plain value, kept beside the image.
+// A bench player's identity and behaviour. A plain value, stored beside the image.
 struct BenchIdentity {
   std::string product = "HS USB FlashDisk";  // empty: it has no name
   std::string manufacturer = "Fillstation Bench";
@@ -75,21 +75,21 @@ struct BenchPlayerPlan {
   bool operator==(const BenchPlayerPlan&) const = default;
 };
 
-// The players of a described bench in plugging order, or what is wrong with the text first: "FILE:
-// KEY: REASON", or "FILE:LINE: REASON" of a text that is no JSON. The file's name stands in the
-// error only. Nothing is thrown. Any thread.
+// The players of a described bench in plugging order, or the first problem of the text: "FILE: KEY:
+// REASON", or "FILE:LINE: REASON" if it is not JSON. The file's name is used only in the error.
+// Throws nothing. Any thread.
 using Scenario = std::vector<BenchPlayerPlan>;
 std::variant<Scenario, std::string> parseScenario(std::string_view content,
                                                   const std::string& file);
 std::variant<Scenario, std::string> readScenario(const std::string& file);
 
-// The same for the identity beside an image: one player's keys without those that make the image. A
-// file that isn't there is a standard player's.
+// The same for the identity beside an image: the keys of one player, without those that make the
+// image. Without the file it is a standard player.
 std::variant<BenchIdentity, std::string> parseIdentity(std::string_view content,
                                                        const std::string& file);
 std::variant<BenchIdentity, std::string> readIdentity(const std::string& file);
 
-// The text of an identity file that reads back as this identity.
+// The text of an identity file with this identity.
 std::string identityText(const BenchIdentity& identity);
 
 }  // namespace fillstation

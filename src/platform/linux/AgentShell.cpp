@@ -18,10 +18,10 @@ namespace fillstation {
 
 namespace {
 
-// How soon a waiting call notices that the program is ending, in milliseconds.
+// How soon a waiting call notices the end of the program, in milliseconds.
 constexpr int kStopInterval = 100;
 
-// Repeats a call that moves bytes from the one that it is told on, until all are moved.
+// Repeats a call that moves bytes until all are moved.
 template <class Move>
 bool moveAll(std::size_t size, const Move& move) {
   for (std::size_t done = 0; done < size;) {
@@ -57,7 +57,7 @@ AgentReply replyFrom(int socket) {
   return reply ? *std::move(reply) : unavailable("The agent program has gone", ECONNRESET);
 }
 
-// The agent with our end of the socket that is its standard input; waits for its end.
+// The agent, and our end of the socket that is its standard input; waits for its end.
 class Agent {
  public:
   ~Agent() {
@@ -155,7 +155,7 @@ AgentReply AgentShell::run(std::string_view userName, std::string_view password,
   if (const int error = agent.start(agentPath_); error != 0) {
     return unavailable("The agent program can't be started", error);
   }
-  // An agent that has gone shows when its reply is awaited.
+  // If the agent has gone, awaitReply() notices.
   sendText(agent.socket(), userName);
   sendText(agent.socket(), password);
   AgentReply reply = awaitReply(agent.socket());

@@ -11,9 +11,9 @@
 
 namespace fillstation {
 
-// What the agent program tells of its one call. The utility sends it the user name and the
-// password; the agent answers `verified` once the system has accepted them, gets the command, and
-// ends with any other kind.
+// The agent's replies in its one call. The utility sends it the user name and the password. The
+// agent answers `verified` when the system has accepted them, gets the command, and ends with one
+// of the other kinds.
 struct AgentReply {
   enum class Kind : std::uint8_t {
     verified,
@@ -23,47 +23,47 @@ struct AgentReply {
     unknownUser,
     notAdministrator,
     needsMore,    // the system asked for more than a password
-    notChecked,   // the system let us pass or refused without asking for the password
+    notChecked,   // the system accepted or refused without asking for the password
     unavailable,  // no bus, no polkit, no pkexec, or they failed
   };
 
-  // A reply of a call whose command didn't run, and why.
+  // The reply of a call whose command didn't run, with the reason.
   static AgentReply of(Kind kind, std::string why = {}) { return {kind, 0, {}, std::move(why)}; }
 
   Kind kind = Kind::unavailable;
-  int exitStatus = 0;  // 0 to 255; 128 and the signal's number when one ended the shell
+  int exitStatus = 0;  // 0 to 255; 128 plus the signal's number if a signal ended the shell
   std::string out;
-  std::string err;  // unless ended: why, as a text for people; may be empty
+  std::string err;  // except for `ended`: the reason, as a text for people; may be empty
 };
 
-// The most bytes that a text may have: far more than a tool says, and far less than memory holds.
+// The limit of a text in bytes: far more than a tool writes, far less than the memory.
 inline constexpr std::uint64_t kLongestText = std::uint64_t{16} << 20;
 
-// The texts and replies on the socket between the two, each with its length before it. Sending
-// gives false, and receiving none, when the other side has gone or says what is no text or reply.
-// Any thread, one per direction.
+// The texts and replies on the socket between the two, each preceded by its length. Sending returns
+// false, and receiving none, if the other side has gone or sends something else. Any thread, one
+// per direction.
 bool sendText(int socket, std::string_view text);
 std::optional<std::string> receiveText(int socket);
 bool sendReply(int socket, const AgentReply& reply);
 std::optional<AgentReply> receiveReply(int socket);
 
-// Where the agent program is for the program at that path: beside it, as in a build folder, or else
-// where it is installed. Any thread.
+// The agent program's path for the program at that path: beside it, as in a build folder, or else
+// its installed path. Any thread.
 std::string agentOf(const std::string& program);
 
 // The path of the running program.
 std::string thisProgram();
 
-// Runs shell commands as root, each in an agent program of its own that authenticates by a typed
-// user name and password. Nothing of them is on a command line or in an environment, and the
-// class keeps no copy. Any thread, several at once; outlives the calls.
+// Runs shell commands as root, each in its own agent process, which authenticates by the typed user
+// name and password. These are on no command line and in no environment, and the class keeps no
+// copy. Any thread, several at once; outlives the calls.
 class AgentShell {
  public:
-  // More would be taken for wrong passwords by the system that checks them.
+  // The system that checks passwords would answer more agents like wrong passwords.
   static constexpr int kMostAtOnce = 32;
 
-  // The path of the agent program. `stopping` tells, on any thread and at any time, whether the
-  // program is ending: no command begins then, and what has not begun is cancelled.
+  // The path of the agent program. `stopping` returns, on any thread and at any time, whether the
+  // program is ending: then no command begins, and waiting ones are cancelled.
   AgentShell(std::string agentPath, std::function<bool()> stopping);
 
   // Blocks, without a time-out, until the command has ended or can't begin. The command is a
@@ -72,7 +72,7 @@ class AgentShell {
                  std::string_view command) noexcept;
 
  private:
-  // As many locks as agents may authenticate at once.
+  // A lock for each agent that may authenticate at the same time.
   class Places {
    public:
     void lock() {
@@ -92,7 +92,7 @@ class AgentShell {
     int free_ = kMostAtOnce;
   };
 
-  // Waits for the first reply, and cancels when the program is ending.
+  // Waits for the first reply; cancels if the program is ending.
   AgentReply awaitReply(int socket) const;
 
   const std::string agentPath_;

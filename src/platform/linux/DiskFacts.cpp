@@ -12,9 +12,9 @@ namespace fillstation {
 
 namespace {
 
-// The unit of "size" in sysfs, whatever the medium's own sectors are.
+// The unit of "size" in sysfs, independent of the medium's own sectors.
 constexpr std::uint64_t kSector = 512;
-// What a SCSI unit says that it is: a disk, or a simple one. A CD-ROM drive is 5.
+// Device types of SCSI units that are disks: a disk, and a simplified one. A CD-ROM drive is 5.
 constexpr std::array<std::string_view, 2> kDirectAccess{"0", "14"};
 
 bool isWholeDisk(udev_device* device) { return udevProperty(device, "DEVTYPE") == "disk"; }
@@ -76,8 +76,8 @@ std::uint64_t numberOf(udev_device* unit) {
   return udevNumber(address.substr(address.rfind(':') + 1)).value_or(0);
 }
 
-// Whether a disk is to be expected there. The kernel makes none for a unit that says, in the upper
-// bits of its inquiry's first byte, that nothing is connected to it.
+// Whether a disk will appear there. The kernel makes none for a unit whose inquiry says, in the
+// upper bits of its first byte, that nothing is connected.
 bool isDirectAccess(udev_device* unit) {
   const auto type = udevAttribute(unit, "type");
   const std::string inquiry = udevAttribute(unit, "inquiry").value_or("");

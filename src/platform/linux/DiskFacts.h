@@ -10,10 +10,10 @@
 
 namespace fillstation {
 
-// What udev has found on a block device that can be mounted.
+// What udev knows about a mountable block device.
 struct FileSystemFacts {
   std::string type;
-  std::string identifier;            // what tells it from the one before; may be empty
+  std::string identifier;            // distinguishes it from an earlier one; may be empty
   std::optional<std::string> label;  // decoded; none when there is none
 };
 
@@ -24,11 +24,11 @@ struct BlockFacts {
   std::optional<FileSystemFacts> fileSystem;
 };
 
-// What the kernel and udev know of a whole disk at one moment. A plain value.
+// What the kernel and udev know about a whole disk at one moment. A plain value.
 struct DiskFacts {
   bool initialized = false;                // udev has looked at it
   std::vector<BlockFacts> blocks;          // the disk itself, then its partitions by number
-  std::optional<std::uint64_t> sequence;   // another one for every disk and medium of the name
+  std::optional<std::uint64_t> sequence;   // different for every disk and medium of the name
   std::optional<std::uint32_t> usbHandle;  // of the nearest USB device above; none without one
   std::string unit;                        // its address; empty for none
   std::optional<std::string> vendor;       // without padding
@@ -37,15 +37,15 @@ struct DiskFacts {
   const std::string& name() const { return blocks.front().name; }  // "sdb"
 };
 
-// Reads them; none when there is no whole disk of that name ("sdb"). Any thread.
+// Reads them; none if there is no whole disk of that name ("sdb"). Any thread.
 std::optional<DiskFacts> readDisk(std::string_view name);
 
-// The disk of the lowest direct-access unit below a USB device, given by its path in sysfs and
-// nearest above the unit; none while that unit has no disk yet, or udev has not looked at it. Any
-// thread.
+// The disk of the lowest direct-access unit below a USB device, which is given by its sysfs path
+// and is the nearest one above the unit; none if that unit has no disk yet, or udev has not looked
+// at it. Any thread.
 std::optional<std::string> findDiskBelow(const std::string& usbSysPath);
 
-// The USB device that a block device of any kind lies below, as above. Any thread.
+// The nearest USB device above a block device of any kind, as above. Any thread.
 std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName);
 
 }  // namespace fillstation

@@ -23,12 +23,12 @@
 
 namespace fillstation {
 
-// The system log as the journal, in its native protocol, which keeps every byte; and on a stream as
-// well, unless that leads to the journal already. Without a journal the stream gets everything. A
-// journal that is slow is waited for; one that takes nothing is given up after a moment and not
-// waited for again until it takes something: the stream then gets the text, unless it leads to that
-// journal and takes nothing either. The next record that the journal takes says how many it has
-// missed, in the field FILLSTATION_MISSED. Any thread; the stream outlives it.
+// The system log in the journal, by its native protocol, which keeps every byte; and also on a
+// stream, unless that leads to the journal already. Without a journal the stream gets everything. A
+// slow journal is waited for. A journal that accepts nothing is given up after a moment, and not
+// waited for again until it accepts something; meanwhile the stream gets the text, unless it leads
+// to that journal too. The next record in the journal has the number of missed ones in the field
+// FILLSTATION_MISSED. Any thread; the stream outlives it.
 class JournalLog : public SystemLog {
  public:
   explicit JournalLog(std::FILE* stream = stderr,
@@ -44,25 +44,25 @@ class JournalLog : public SystemLog {
   }
 
   void write(std::string_view text) override { writeWith(text, {}); }
-  // In the journal each field is called FILLSTATION_ and its name; the stream gets the text alone.
+  // In the journal each field's name begins with FILLSTATION_; the stream gets only the text.
   void writeWith(std::string_view text, const LogFields& fields) override {
     const std::size_t missed = missed_.exchange(0);
     const Sent sent = send(text, fields, missed);
     if (sent != Sent::taken) {
       missed_ += sent == Sent::full ? missed + 1 : missed;
     }
-    // A stream that leads to the same journal gets only what did not get there.
+    // A stream that leads to the same journal gets only records that did not get there.
     if (!streamIsJournal_ || sent == Sent::failed || (sent == Sent::full && takesMore(file_))) {
       stream_.write(text);
     }
   }
 
  private:
-  // What the entries of the journal are found by.
+  // The fields by which the entries of the journal are found.
   static constexpr std::string_view kIdentifier = "SYSLOG_IDENTIFIER=fillstation\n";
 
-  // A field that may hold line feeds: its name, its length in 64 bits, lowest byte first, its
-  // bytes.
+  // A field that may contain line feeds: its name, its length in 64 bits, lowest byte first, and
+  // its bytes.
   static void addField(std::string& entry, std::string_view name, std::string_view value) {
     entry.append(name) += '\n';
     for (std::uint64_t length = value.size(), byte = 0; byte < sizeof(length); ++byte) {
@@ -99,7 +99,7 @@ class JournalLog : public SystemLog {
 
   enum class Sent { taken, full, failed };
 
-  // `missed` is how many records before this one the journal did not take.
+  // `missed`: the number of earlier records that the journal did not accept.
   Sent send(std::string_view text, const LogFields& fields, std::size_t missed) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -115,7 +115,7 @@ class JournalLog : public SystemLog {
 
   std::FILE* const file_;
   StreamLog stream_;
-  // Connected to nobody, so that it outlives a journal that is started anew.
+  // Not connected, so that it survives a restart of the journal.
   const FileHandle socket_;
   const std::string socketPath_;
   const bool streamIsJournal_;

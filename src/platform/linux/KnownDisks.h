@@ -14,14 +14,13 @@
 
 namespace fillstation {
 
-// What is remembered of the disks that were found below USB devices, each from its first search
-// until the leaving of its device has been handled: nothing of a device can be looked up once it is
-// gone. The bus fills it; disks, requests and the script runner compare with it. Any thread; lives
-// as long as the program.
+// Remembers the disks below USB devices, each from the first search until the leaving of its device
+// has been handled: a device that has gone can't be looked up any more. The bus fills it; disks,
+// requests and the script runner compare with it. Any thread; lives as long as the program.
 class KnownDisks {
  public:
-  // This disk, which has a sequence number, is the one below the USB device of the attach event,
-  // which has a number of its own: handles are used again.
+  // Remembers that this disk, which has a sequence number, is below the USB device of the numbered
+  // attach event: handles are used again.
   void found(std::size_t attach, const DiskFacts& disk) {
     const std::scoped_lock guard(lock_);
     byAttach_[attach] = disk;
@@ -31,9 +30,9 @@ class KnownDisks {
     byAttach_.erase(attach);
   }
 
-  // The disk that was found at an attach event as it is now, when its medium is another one or has
-  // another size; none when it is as it was found, or no longer the same unit of the same device
-  // and vendor.
+  // The present facts of the disk that was found at an attach event, if its medium or the medium's
+  // size has changed; none if it is unchanged, or no longer the same unit of the same device and
+  // vendor.
   std::optional<DiskFacts> newMedium(std::size_t attach) const {
     const auto name = diskName(attach);
     auto now = name ? readDisk(*name) : std::nullopt;
@@ -50,7 +49,7 @@ class KnownDisks {
     return isSameUnit && isNew ? now : std::nullopt;
   }
 
-  // The disk that was found at an attach event; whether some disk is remembered by this name.
+  // The disk that was found at an attach event; whether a disk is remembered by this name.
   std::optional<std::string> diskName(std::size_t attach) const {
     const std::scoped_lock guard(lock_);
     const auto known = byAttach_.find(attach);
@@ -62,8 +61,8 @@ class KnownDisks {
                        [&diskName](const auto& known) { return known.second.name() == diskName; });
   }
 
-  // The kernel's sequence number of the very disk and medium that were found for this node and USB
-  // device; none when there were none.
+  // The kernel's sequence number of the disk and medium that were found for this node and USB
+  // device; none if there are none.
   std::optional<std::uint64_t> sequenceOf(const DiskIdentity& identity) const {
     const std::scoped_lock guard(lock_);
     // The latest attach counts: an earlier one of this handle is leaving.
@@ -75,8 +74,8 @@ class KnownDisks {
     return isKnown ? known->second.sequence : std::nullopt;
   }
 
-  // To be called right before a player is wiped: from now on the file systems that the system knows
-  // on it are the old ones, whoever still reports them. Its sequence number, as above.
+  // Call it right before a player is wiped: from now on its known file systems are old ones, even
+  // if the system still reports them. Returns the sequence number, as above.
   std::optional<std::uint64_t> willWipe(const DiskIdentity& identity) {
     const auto sequence = sequenceOf(identity);
     if (!sequence) {
@@ -95,7 +94,7 @@ class KnownDisks {
     return sequence;
   }
 
-  // The latest wipe that was announced for this player has not begun: what was on it still is.
+  // The latest announced wipe of this player has not begun: its file systems are not old.
   void spared(const DiskIdentity& identity) {
     if (const auto sequence = sequenceOf(identity)) {
       const std::scoped_lock guard(lock_);
@@ -104,8 +103,8 @@ class KnownDisks {
     }
   }
 
-  // Whether the file system was there before a wipe of this very disk, can't be told from one that
-  // was, or isn't what a format makes.
+  // Whether the file system is from before a wipe of this disk, can't be distinguished from such a
+  // one, or is not what a format makes.
   bool isWiped(std::uint64_t sequence, const FileSystemFacts& fileSystem) const {
     const std::scoped_lock guard(lock_);
     const auto wiped = wiped_.find(sequence);
@@ -117,7 +116,7 @@ class KnownDisks {
  private:
   mutable std::mutex lock_;
   std::map<std::size_t, DiskFacts> byAttach_;
-  // The identifiers of the file systems that are old ones; none before the first wipe.
+  // The identifiers of the old file systems; none before the first wipe.
   struct Wiped {
     std::optional<std::set<std::string>> now;
     std::optional<std::set<std::string>> before;  // the latest announcement

@@ -19,7 +19,7 @@ namespace fillstation {
 
 namespace {
 
-// What a FAT boot sector says in place of a label.
+// The label in a FAT boot sector without a label.
 constexpr const char* kNoLabel = "NO NAME";
 
 constexpr std::string_view kPlayerVendor = "ACTIONS";
@@ -29,14 +29,14 @@ constexpr unsigned char kStartStopUnit = 0x1B;
 constexpr unsigned char kEjectMedium = 0x02;
 constexpr unsigned int kTimeOut = 30'000;  // milliseconds
 
-// How often a wait for a request looks for the end of the program.
+// How often the wait for a request checks for the end of the program.
 constexpr std::chrono::milliseconds kLook{50};
 
 std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
   if (!fileSystem.label && fileSystem.type == "vfat") {
     return kNoLabel;
   }
-  // The bytes of another code page: a text that is not UTF-8 would be no name at all.
+  // Bytes of an unknown code page: a text that is not UTF-8 would count as no name.
   return fileSystem.label ? std::optional(withoutBadUtf8(*fileSystem.label)) : std::nullopt;
 }
 
@@ -44,8 +44,8 @@ std::optional<std::string> nameOf(const FileSystemFacts& fileSystem) {
 
 std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known) {
   auto blocks = disk.blocks;
-  // mkfs.fat gives a fixed disk a table of one partition that starts where the disk does: the file
-  // system is on both then, and UDisks2 mounts no disk that has partitions.
+  // mkfs.fat gives a fixed disk a table with one partition that starts at the disk's start. Then
+  // both contain the file system, and UDisks2 mounts no disk that has partitions.
   std::rotate(blocks.begin(), blocks.begin() + 1, blocks.end());
   const auto volume = std::find_if(blocks.begin(), blocks.end(), [&](const BlockFacts& block) {
     return block.fileSystem && !(disk.sequence && known.isWiped(*disk.sequence, *block.fileSystem));
@@ -143,7 +143,7 @@ std::optional<std::string> LinuxVolumeOwner::remount(const DiskIdentity& owner,
     }
     unmounted = carriedOut(DiskRequest::unmount, disk, owner);
   }
-  // Of several mounts one may have been busy, and this one not.
+  // One of several mounts may have been busy, and this one not.
   const auto points = placesOf(owner);
   if (!unmounted && std::ranges::count(points, PosixVolume::withoutEndingSlash(mountPath)) > 0) {
     return mountPath;

@@ -15,33 +15,33 @@
 
 namespace fillstation {
 
-// The block device that a disk's volume is on: its first partition, or else the disk itself, with a
-// file system that is not left over from before a wipe. None while there is none. Any thread.
+// The block device with a disk's volume: its first partition, or else the disk itself, with a file
+// system that is not from before a wipe. None if there is none. Any thread.
 std::optional<BlockFacts> volumeOn(const DiskFacts& disk, const KnownDisks& known);
 
-// A whole disk, described from sysfs, udev's database and the mount table, none of which waits for
-// anybody. Any thread; what it was made with outlives it.
+// A whole disk, described from sysfs, udev's database and the mount table, none of which blocks.
+// Any thread; its services outlive it.
 class LinuxDisk : public Disk {
  public:
-  // The disk of that name ("sdb") as it is now; gone already when it isn't there.
+  // The disk that has that name ("sdb") now; already gone if there is none.
   LinuxDisk(std::string name, const KnownDisks& known);
 
   std::optional<DiskDescription> copyDescription() override;
 
-  // Whether this disk is that player: what it is now, or why it is not (any more).
+  // Whether this disk is that player: the disk's facts, or the reason why it is not (any more).
   struct Check {
     std::optional<DiskFacts> disk;
     std::string objection;
   };
   Check checkFor(const DiskIdentity& player) const;
 
-  // Has the disk's unit eject its medium, past every drive object. False when another disk has
-  // taken the name, when the user may not open the node (as most may not) or when the unit refuses.
-  // May take seconds.
+  // Makes the disk's unit eject its medium, without a drive object. False if another disk has taken
+  // the name, if the user may not open the node (most may not), or if the unit refuses. May take
+  // seconds.
   bool stopUnit() const;
 
   const std::string& name() const { return name_; }
-  // The kernel's sequence number of the disk that this object stands for.
+  // The kernel's sequence number of this object's disk.
   std::optional<std::uint64_t> sequence() const { return sequence_; }
 
  private:
@@ -50,12 +50,12 @@ class LinuxDisk : public Disk {
   const KnownDisks& known_;
 };
 
-// Knows mounted volumes by the kernel's mount table, and has UDisks2 mount them again. Any thread;
-// what it was made with outlives it.
+// Finds mounted volumes in the kernel's mount table, and has UDisks2 mount them again. Any thread;
+// its services outlive it.
 class LinuxVolumeOwner : public VolumeOwner {
  public:
-  // How often and how long after each other a volume that is in use is asked for: a program that
-  // looks at what has come, an index or a preview, is done by then.
+  // How often, and with what pause, a busy volume is unmounted: a program that looks at new
+  // volumes, such as an index or a preview, is done by then.
   struct Patience {
     std::chrono::seconds pause{1};
     int attempts = 10;
@@ -73,7 +73,7 @@ class LinuxVolumeOwner : public VolumeOwner {
  private:
   // Where the disk's volume is mounted.
   std::vector<std::string> placesOf(const DiskIdentity& owner) const;
-  // Makes the request and waits for its end; false when it failed or the stop was requested.
+  // Makes the request and waits for its end; false if it failed or the stop was requested.
   bool carriedOut(DiskRequest what, const std::shared_ptr<Disk>& disk,
                   const DiskIdentity& owner) const;
 

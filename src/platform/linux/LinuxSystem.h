@@ -22,7 +22,7 @@
 
 namespace fillstation {
 
-// What the back end works with. All of it outlives it.
+// The services of the back end. All of them outlive it.
 struct LinuxServices {
   const StopSource& stop;
   QtMainThread& mainThread;
@@ -41,8 +41,8 @@ struct LinuxPlaces {
 };
 
 // The back end for real players: udev, UDisks2 and polkit. Made on the main thread; lives as long
-// as the program that uses it. A machine that lacks one of them gets a line in the log, and what
-// needs that one fails when it is asked for.
+// as the program. If the computer lacks one of them, the log gets a line, and everything that needs
+// it fails.
 class LinuxSystem {
  public:
   LinuxSystem(const LinuxServices& services, const LinuxPlaces& places)
@@ -54,8 +54,7 @@ class LinuxSystem {
         bus_(known_, services.stop),
         scriptRunner_(
             places.agent,
-            // From here on nothing that the system says of the old content may be taken for the
-            // new.
+            // From here on, the system's reports about the old content no longer count.
             [this](const DiskIdentity& player) { return known_.willWipe(player); },
             [this](const DiskIdentity& player) { known_.spared(player); }),
         owner_(known_, *session_, services.stop, {}),
@@ -64,7 +63,7 @@ class LinuxSystem {
         wakefulness_(systemBus_, services.log) {}
 
   // Sets the ports usbBus, createDiskSession, scriptRunner, fileManager, wakefulness and systemLog,
-  // and writes down what the machine lacks.
+  // and logs what the computer lacks.
   void installInto(Platform& installed) {
     installed.usbBus = &bus_;
     installed.createDiskSession = [session = session_] { return session; };
@@ -73,7 +72,7 @@ class LinuxSystem {
     installed.systemLog = &log_;
     installed.wakefulness = &wakefulness_;
     logWhatIsMissing();
-    // Before the first player comes; the client writes it down if that fails.
+    // Before the first player arrives; the client logs a failure.
     client_.wake();
   }
 

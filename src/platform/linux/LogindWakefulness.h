@@ -13,10 +13,10 @@
 
 namespace fillstation {
 
-// Wakefulness, with the lid closed too, by an inhibitor of systemd's login manager on the system
-// bus: a descriptor that the manager watches, so that it ends with the process in any case. A
-// machine without that manager, or one that refuses, gets a line in the log. Main thread; bus
-// and log outlive it, and it outlives its calls.
+// Keeps the computer awake, even with its lid closed, by an inhibitor of systemd's login manager on
+// the system bus. It is a descriptor, so it always ends with the process. If there is no login
+// manager, or it refuses, the log gets a line. Main thread; bus and log outlive it, and it outlives
+// its calls.
 class LogindWakefulness : public Wakefulness {
  public:
   LogindWakefulness(SystemBus& bus, SystemLog& log) : bus_(bus), log_(log) {}

@@ -10,10 +10,10 @@ namespace fillstation {
 
 namespace {
 
-// The name by which the tools know the disk that the guard holds open.
+// The tools' name of the disk that the guard holds open.
 constexpr std::string_view kHeldNode = "/dev/fd/9";
 
-// An agent that has gone may have taken the command with it.
+// If the agent has gone, the command may have begun.
 bool mayHaveBegun(const AgentReply& reply) {
   return reply.kind == AgentReply::Kind::unavailable ||
          (reply.kind == AgentReply::Kind::ended && reply.exitStatus != kGuardRefusal);
@@ -33,7 +33,7 @@ ScriptOutcome endedOutcome(AgentReply reply, const std::string& node) {
                  replaced(std::move(reply.err), kHeldNode, node));
 }
 
-// What a reply means for the caller of a script on the node.
+// The outcome of a script on the node, from the agent's reply.
 ScriptOutcome outcomeOf(AgentReply reply, const std::string& node) {
   switch (reply.kind) {
     case AgentReply::Kind::ended:

@@ -13,16 +13,16 @@
 namespace fillstation {
 
 // Runs the two commands that change a player as root, authenticated by polkit with the typed
-// credentials, and only on the disk that they are meant for. Any thread, several at once.
+// credentials, and only on the right disk. Any thread, several at once.
 class PolkitScriptRunner : public ScriptRunner {
  public:
-  // Announces that a command for the player is about to run, on the thread that runs the script.
-  // The kernel's sequence number of its disk; none when that is not there (any more).
+  // Announces a command for the player, on the thread that runs the script. Returns the kernel's
+  // sequence number of its disk; none if that is not there (any more).
   using Announce = std::function<std::optional<std::uint64_t>(const DiskIdentity&)>;
-  // Takes the latest announcement for the player back: its command did not begin.
+  // Withdraws the latest announcement for the player: its command did not begin.
   using Spare = std::function<void(const DiskIdentity&)>;
 
-  // The path of the agent program; what the two functions use outlives the runner.
+  // The path of the agent program; the services of the two functions outlive the runner.
   PolkitScriptRunner(std::string agentPath, Announce announce, Spare spare);
 
   ScriptOutcome run(std::string_view source, const DiskIdentity& target) noexcept override;
@@ -35,17 +35,17 @@ class PolkitScriptRunner : public ScriptRunner {
   AgentShell shell_;
 };
 
-// The exit status of a guard that has refused; its standard error says why. None of the two
-// commands ends with it.
+// The exit status of a guard that has refused; its standard error has the reason. Neither of the
+// two commands ends with it.
 inline constexpr int kGuardRefusal = 77;
 
-// The guard as a script for the system's shell (guard.sh), needing nothing but its commands and the
+// The guard as a script for the system's shell (guard.sh). It needs only its commands and the
 // variables that it names.
 std::string_view guardScript();
 
-// The script that checks that the player's disk is still the one of that sequence number, runs the
-// command on the very disk that it checked, and looks after it; its exit status is the command's
-// own or kGuardRefusal. Any thread.
+// The script that checks that the player's disk still has that sequence number, runs the command on
+// the disk that it checked, and cleans up after it. Its exit status is the command's or
+// kGuardRefusal. Any thread.
 std::string guardedCommand(PlayerCommand::Kind kind, const DiskIdentity& player,
                            std::uint64_t sequence, std::string_view script = guardScript());
 

@@ -14,16 +14,15 @@
 
 namespace fillstation {
 
-// The one window of a session: whoever starts the program a second time gets the first one's window
-// raised instead. Known to each other by a name on the session bus; without such a bus every start
-// is the first. Main thread.
+// The only window of a session: a second start of the program raises the first one's window
+// instead. The two find each other by a name on the session bus; without a bus every start is the
+// first. Main thread.
 class SessionInstance : public QDBusVirtualObject {
  public:
-  // The desktop's leave to come to the front, as it handed it to a program that it starts.
+  // The desktop's permission to come to the front, which a started program gets.
   static constexpr const char* kToken = "XDG_ACTIVATION_TOKEN";
 
-  // Connects to the session's bus, if the session has one: the connection by itself would start
-  // one.
+  // Connects to the session bus, if the session has one: Qt's own connection would start one.
   static QDBusConnection connect(const QString& name) {
     const bool hasBus =
         qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") ||
@@ -35,8 +34,8 @@ class SessionInstance : public QDBusVirtualObject {
   explicit SessionInstance(const BusConnector& connector)
       : bus_(connector(QStringLiteral("fillstation-session"))) {}
 
-  // Takes the name. False when another program has it and has been asked to come to the front; true
-  // too when that one doesn't answer within five seconds.
+  // Takes the name. False if another program has it and was asked to come to the front; but true if
+  // that one doesn't answer within five seconds.
   bool claim() {
     if (!bus_.isConnected()) {
       return true;
@@ -52,7 +51,7 @@ class SessionInstance : public QDBusVirtualObject {
     return bus_.call(message, QDBus::Block, kPatience).type() != QDBusMessage::ReplyMessage;
   }
 
-  // What a second start makes this one do.
+  // Called in the first instance by a second start.
   void onRaise(std::function<void()> raise) { raise_ = std::move(raise); }
 
   QString introspect(const QString& /*path*/) const override {
@@ -79,7 +78,7 @@ class SessionInstance : public QDBusVirtualObject {
   static constexpr const char* kPath = "/example/fillstation/fillstation";
   static constexpr const char* kInterface = "org.freedesktop.Application";
   static constexpr const char* kTokenKey = "activation-token";
-  // Milliseconds that somebody who wants a window waits for one that hangs.
+  // Milliseconds that a second start waits for a first one that hangs.
   static constexpr int kPatience = 5000;
 
   QDBusConnection bus_;

@@ -15,18 +15,18 @@
 
 namespace fillstation {
 
-// Opens a connection of that name to the system bus; one that isn't connected when there is no bus.
+// Opens a connection with that name to the system bus; without a bus, one that isn't connected.
 // Called on a worker.
 using BusConnector = std::function<QDBusConnection(const QString& name)>;
 
-// The system bus, asynchronously: a bus that never answers blocks whoever connects, so a worker
-// does it, at the first call and when the bus has gone. Main thread; what it was made with outlives
-// it. Answers that come after its end are dropped.
+// The system bus, asynchronous. A bus that never answers blocks the connecting thread, so a worker
+// connects, at the first call and when the bus has gone. Main thread; its services outlive it.
+// Answers after its end are dropped.
 class SystemBus {
  public:
   // A reply or an error.
   using Answered = std::function<void(const QDBusMessage& answer)>;
-  // What Qt takes for the bus's own limit, 25 seconds.
+  // The bus's own limit in Qt, 25 seconds.
   static constexpr int kUsualTimeOut = -1;
 
   SystemBus(BusConnector connect, QtMainThread& mainThread, Workers& workers)
@@ -35,7 +35,8 @@ class SystemBus {
   SystemBus(const SystemBus&) = delete;
   SystemBus& operator=(const SystemBus&) = delete;
 
-  // Calls a method and waits so many milliseconds for the answer. Never answered inside this call.
+  // Calls a method and waits this number of milliseconds for the answer, which never comes inside
+  // the call.
   void call(const QDBusMessage& message, int timeOut, Answered answered) {
     if (bus_ && bus_->isConnected()) {
       send(message, timeOut, std::move(answered));
@@ -84,7 +85,7 @@ class SystemBus {
       answered(watcher->reply());
     };
     if (watcher->isFinished()) {
-      // Without a bus nobody will ever tell.
+      // Without a bus there will never be an answer.
       QMetaObject::invokeMethod(watcher, finished, Qt::QueuedConnection);
     } else {
       QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, finished);

@@ -14,7 +14,7 @@ namespace fillstation {
 
 namespace {
 
-// What libdbus takes as "wait for ever"; Qt hands the number on. (-1 is its default of 25 seconds.)
+// libdbus's value for "no time-out"; Qt passes the number on. (-1 is its default of 25 seconds.)
 constexpr int kNoTimeOut = std::numeric_limits<int>::max();
 
 // UDisks2's own names.
@@ -23,7 +23,7 @@ constexpr const char* kUDisksRoot = "/org/freedesktop/UDisks2";
 constexpr const char* kBlockInterface = "org.freedesktop.UDisks2.Block";
 constexpr const char* kDriveInterface = "org.freedesktop.UDisks2.Drive";
 constexpr const char* kFilesystemInterface = "org.freedesktop.UDisks2.Filesystem";
-// An option of every method: refuse rather than ask the user for a password.
+// An option of every method: refuse instead of asking the user for a password.
 constexpr const char* kNoUserInteraction = "auth.no_user_interaction";
 
 using Interfaces = QMap<QString, QVariantMap>;
@@ -82,7 +82,7 @@ UDisksError udisksErrorOf(std::string_view name) {
       {"org.freedesktop.DBus.Error.NoReply", UDisksError::serviceGone},
       {"org.freedesktop.DBus.Error.Disconnected", UDisksError::serviceGone},
   };
-  // What starting the service on demand may fail with begins with this.
+  // The common prefix of the errors of starting a service on demand.
   if (name.starts_with("org.freedesktop.DBus.Error.Spawn.")) {
     return UDisksError::serviceGone;
   }

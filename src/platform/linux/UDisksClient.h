@@ -13,13 +13,13 @@
 
 namespace fillstation {
 
-// What an error reply of UDisks2, or of the bus in its place, means to us.
+// The meaning of an error reply from UDisks2, or from the bus in its place.
 enum class UDisksError {
   alreadyMounted,
   notMounted,
-  refused,      // busy, failed or not allowed: the message says it
+  refused,      // busy, failed or not allowed, as in the message
   notThere,     // the object has gone, or has no such interface (yet)
-  serviceGone,  // UDisks2 can't be reached, or died before it answered
+  serviceGone,  // UDisks2 can't be reached, or ended before it answered
   unknown,
 };
 
@@ -37,13 +37,13 @@ struct DriveFacts {
   std::string path;  // its object
   bool ejectable;
   bool canPowerOff;
-  std::vector<std::string> blockNames;  // of everything that has this drive: "sdb", "sdb1"
+  std::vector<std::string> blockNames;  // all block devices of this drive: "sdb", "sdb1"
 };
 
-// Calls to UDisks2: asynchronous, without a time-out, and refused rather than asking the user for
-// anything. UDisks2 is started by the bus. A service that can't be reached and errors that nobody
-// knows are logged here, raw. Main thread; bus and log outlive it, and it outlives its calls.
-// Callbacks never run inside the call.
+// Calls to UDisks2: asynchronous, without a time-out; a call that would ask the user for a password
+// is refused. The bus starts UDisks2. If it can't be reached, or returns an unknown error, the raw
+// text is logged here. Main thread; bus and log outlive it, and it outlives its calls. Callbacks
+// never run inside the call.
 class UDisksClient {
  public:
   // The failure is null on success.
@@ -56,7 +56,7 @@ class UDisksClient {
 
   // Has the bus start UDisks2.
   void wake();
-  // Mount, and take one mount away of, what is on a block device ("sdb1").
+  // Mount a block device ("sdb1"); remove one of its mounts.
   void mount(const std::string& blockName, Done done);
   void unmount(const std::string& blockName, Done done);
   // Looks for the drive of a block device; none when it has none.
@@ -68,7 +68,7 @@ class UDisksClient {
   using Answered = std::function<void(const UDisksFailure* failure, const QVariantList& values)>;
 
   void getObjects(Answered answered);
-  // Calls a method that takes nothing but options.
+  // Calls a method whose only argument is options.
   void call(const std::string& path, const char* interface, const char* method, Done done);
   void send(const std::string& path, const char* interface, const char* method,
             const QVariantList& arguments, Answered answered);

@@ -15,11 +15,10 @@
 
 namespace fillstation {
 
-// One request to a disk, from its turn to its end; held by the callbacks that it waits for. Main
-// thread.
+// One request to a disk, from its turn to its end; held by its pending callbacks. Main thread.
 class UDisksSession::Request : public std::enable_shared_from_this<Request> {
  public:
-  // None on success; called once, at the end, perhaps inside the call that begins the request.
+  // None on success. Called once, at the end, possibly inside the call that begins the request.
   using Done = std::function<void(const std::optional<Dissenter>&)>;
 
   Request(const DiskServices& services, std::shared_ptr<LinuxDisk> disk, DiskIdentity expected,
@@ -53,8 +52,8 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
   }
 
  private:
-  // What the disk is now; none when it is not the expected one any more, and then the request has
-  // ended. Asked before anything that changes the disk.
+  // The disk's present facts; none if it is no longer the expected disk, and then the request has
+  // ended. Checked before anything that changes the disk.
   std::optional<DiskFacts> expectedDisk() {
     auto check = disk_->checkFor(expected_);
     if (!check.disk) {
@@ -69,7 +68,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
 
   void mountAnswered(const UDisksFailure* failure) {
     if (failure != nullptr && failure->error == UDisksError::notThere) {
-      // UDisks2 knows a new file system a while after udev does.
+      // UDisks2 knows a new file system later than udev does.
       mountAgain(failure->text);
     } else if (failure != nullptr && failure->error == UDisksError::alreadyMounted) {
       end(nullptr);
@@ -77,7 +76,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
       end(failure);
     }
   }
-  // Looks again after a pause; ends for the reason when there have been enough.
+  // Looks again after a pause; after the last look, ends with the reason.
   void mountAgain(const std::string& reason) {
     if (pauses_ == services_.patience.pauses) {
       fail(reason);
@@ -87,7 +86,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
     QTimer::singleShot(services_.patience.pause, [self = shared_from_this()] { self->mount(); });
   }
 
-  // Each call takes one mount away, so there is another look after each.
+  // Each call removes one mount; then look again.
   void unmountAll(std::function<void()> next) {
     const auto facts = expectedDisk();
     if (!facts) {
@@ -108,7 +107,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
       mountsBefore_ = mounts;
       services_.client.unmount(
           mounted, [self = shared_from_this(), next = std::move(next)](const auto* failure) {
-            // Somebody else may have been faster.
+            // Another program may have been faster.
             if (failure != nullptr && failure->error != UDisksError::notMounted) {
               self->end(failure);
             } else {
@@ -137,7 +136,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
       ejectDrive(*drive);
     }
   }
-  // Everything that has this drive lies below the expected USB device.
+  // True if all block devices of this drive are below the expected USB device.
   bool isAlone(const DriveFacts& drive) const {
     return std::all_of(drive.blockNames.begin(), drive.blockNames.end(), [this](const auto& name) {
       return usbHandleAbove(name) == expected_.usbHandle;

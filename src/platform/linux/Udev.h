@@ -12,8 +12,8 @@
 
 namespace fillstation {
 
-// Owners of libudev's objects. A context and all that was made with it belong to one thread at a
-// time, so whoever may be asked on any thread makes a context per question.
+// Owners of libudev's objects. A context, and all objects made with it, belong to one thread at a
+// time. So functions for any thread make a context for each call.
 struct UdevRelease {
   void operator()(udev* context) const { ::udev_unref(context); }
   void operator()(udev_device* device) const { ::udev_device_unref(device); }
@@ -30,18 +30,18 @@ inline std::optional<std::string> udevText(const char* text) {
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
-// A file of the device's folder in sysfs without its trailing line feed; none when there is no such
-// file.
+// An attribute file of the device in sysfs, without its trailing line feed; none if it doesn't
+// exist.
 inline std::optional<std::string> udevAttribute(udev_device* device, const char* name) {
   return udevText(::udev_device_get_sysattr_value(device, name));
 }
 
-// What udev's rules have found out; none when they haven't.
+// A property that udev's rules have set; none if they haven't.
 inline std::optional<std::string> udevProperty(udev_device* device, const char* name) {
   return udevText(::udev_device_get_property_value(device, name));
 }
 
-// The device's path in sysfs, and the last part of it ("1-2.4", "sdb"); empty for a null device.
+// The device's path in sysfs, and its last part ("1-2.4", "sdb"); empty for a null device.
 inline std::string udevSysPath(udev_device* device) {
   return udevText(::udev_device_get_syspath(device)).value_or("");
 }
@@ -49,7 +49,7 @@ inline std::string udevSysName(udev_device* device) {
   return udevText(::udev_device_get_sysname(device)).value_or("");
 }
 
-// A property or attribute as a number; none when it is absent or isn't one.
+// A property or attribute as a number; none if it is absent or no number.
 inline std::optional<std::uint64_t> udevNumber(const std::optional<std::string>& text,
                                                int base = 10) {
   std::uint64_t number = 0;
@@ -61,8 +61,8 @@ inline std::optional<std::uint64_t> udevNumber(const std::optional<std::string>&
   return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
 }
 
-// What the enumeration yields, in the order of the paths in sysfs. Whatever goes meanwhile is left
-// out.
+// The results of the enumeration, in the order of their sysfs paths. Devices that leave meanwhile
+// are left out.
 inline std::vector<UdevDevice> udevDevices(udev* context, udev_enumerate* enumeration) {
   std::vector<UdevDevice> devices;
   ::udev_enumerate_scan_devices(enumeration);
@@ -76,13 +76,13 @@ inline std::vector<UdevDevice> udevDevices(udev* context, udev_enumerate* enumer
   return devices;
 }
 
-// Bus number x 65536 + device number of a whole USB device, also of one that has just gone; none
-// for anything else (a null device included).
+// Bus number x 65536 + device number of a whole USB device, even if it has just gone; none for
+// other devices and null.
 inline std::optional<std::uint32_t> usbHandleOf(udev_device* device) {
   if (device == nullptr) {
     return std::nullopt;
   }
-  // The properties are there for a device that has gone, too, the attributes aren't.
+  // A device that has gone still has its properties, but no attributes.
   const auto bus = udevNumber(udevProperty(device, "BUSNUM"));
   const auto number = udevNumber(udevProperty(device, "DEVNUM"));
   if (!bus || !number) {
@@ -91,7 +91,7 @@ inline std::optional<std::uint32_t> usbHandleOf(udev_device* device) {
   return static_cast<std::uint32_t>(*bus << 16U | *number);
 }
 
-// The nearest whole USB device above; null without one. Stays the device's.
+// The nearest whole USB device above; null for none. Belongs to the device.
 inline udev_device* usbDeviceAbove(udev_device* device) {
   return ::udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
 }

@@ -10,14 +10,14 @@ namespace fillstation {
 namespace {
 
 constexpr const char* kSubsystem = "usb";
-// Whole devices; their interfaces are of this subsystem too.
+// Whole devices; their interfaces have the same subsystem.
 constexpr const char* kDeviceType = "usb_device";
 constexpr const char* kBlockSubsystem = "block";
 constexpr const char* kDiskType = "disk";
-// What udev may send while the main loop is busy. Most users get less.
+// The size of udev's queue while the main loop is busy. Most users get less.
 constexpr int kReceiveBuffer = 16 * 1024 * 1024;
 
-// What a rule for udev may call the device's port.
+// The property with the name of the device's port, set by a rule for udev.
 constexpr const char* kSlot = "FILLSTATION_SLOT";
 constexpr const char* kHubClass = "IOUSBHubDevice";
 // The class field of a hub's device descriptor, in sysfs.
@@ -29,11 +29,11 @@ std::string stringOf(udev_device* device, const char* attribute) {
 
 }  // namespace
 
-// One attach of a whole USB device: what was read of it when it came, since nothing is left to read
-// when it has gone. Main thread; the disks outlive it.
+// One attach of a whole USB device. It holds everything that was read at the attach, since nothing
+// can be read when the device has gone. Main thread; the disks outlive it.
 class UdevUsbDevice : public UsbDevice {
  public:
-  // The number tells this attach from all others of the bus.
+  // The number distinguishes this attach from all others of the bus.
   UdevUsbDevice(std::size_t attach, std::uint32_t handle, udev_device* device, KnownDisks& disks)
       : attach_(attach),
         handle_(handle),
@@ -47,7 +47,7 @@ class UdevUsbDevice : public UsbDevice {
   bool conformsTo(std::string_view className) const override {
     return className == kUsbDeviceClass;
   }
-  // A hub owns no disk and would only be waited for in vain.
+  // A hub owns no disk: don't wait for one.
   std::string className() const override {
     return deviceClass_ == kUsbHub ? kHubClass : kUsbDeviceClass;
   }
@@ -84,9 +84,9 @@ class UdevUsbDevice : public UsbDevice {
         static_cast<std::uint16_t>(release));
   }
 
-  // False when the device had gone before it could be read: nothing is known of it then.
+  // False if the device had gone before it could be read: nothing is known about it.
   bool wasRead() const { return deviceClass_.has_value(); }
-  // The number of the attach, and where that was.
+  // The number and the place of the attach.
   std::size_t attach() const { return attach_; }
   const UsbPlace& place() const { return place_; }
   // From now on the search answers from memory.
@@ -98,7 +98,7 @@ class UdevUsbDevice : public UsbDevice {
   const std::string sysPath_;
   const UsbPlace place_;
   const std::string product_;
-  // Read last: what comes before it was there too.
+  // Read last: everything before it was there too.
   const std::optional<std::string> deviceClass_;
   KnownDisks& disks_;
   bool present_ = true;
@@ -110,7 +110,7 @@ bool UdevUsbBus::open(std::string_view className) {
   if (className != kUsbDeviceClass || !listen()) {
     return false;
   }
-  // After the monitor, so that nobody who comes meanwhile is missed.
+  // After the monitor, so that no device is missed in between.
   compareWithNow();
   return true;
 }
@@ -167,7 +167,7 @@ void UdevUsbBus::takeEvents() {
       take(device.get());
     }
   }
-  // After what had come before the loss.
+  // After everything that came before the loss.
   if (lost) {
     compareWithNow();
     notifyOfMedia();
@@ -189,7 +189,7 @@ void UdevUsbBus::take(udev_device* device) {
 
 void UdevUsbBus::change(udev_device* disk) {
   const auto device = present(usbHandleOf(usbDeviceAbove(disk)));
-  // Most changes are others: every command that has written to a disk makes one.
+  // Most changes are others: every command that has written to a disk causes one.
   if (device && disks_.newMedium(device->attach())) {
     notifyOfMedia();
   }
@@ -201,7 +201,7 @@ void UdevUsbBus::arrive(udev_device* device) {
     return;
   }
   auto arrived = std::make_shared<UdevUsbDevice>(++attaches_, *handle, device, disks_);
-  // Without its name it would be waited for in vain, and so would its leaving.
+  // Without its class the program would wait for it in vain, and for its departure too.
   if (!arrived->wasRead()) {
     return;
   }

@@ -19,9 +19,9 @@ namespace fillstation {
 
 class UdevUsbDevice;
 
-// The USB bus as udev shows it. Events are taken in when the monitor's descriptor wakes the main
-// loop and wait in the queue for their turn; when some were lost because too many came at once, who
-// has come and gone is found by looking. Main thread; disks and stop source outlive it.
+// The USB bus as udev shows it. The monitor's descriptor wakes the main loop, which queues the
+// events. If too many came at once and some were lost, arrivals and departures are found by
+// enumerating. Main thread; disks and stop source outlive it.
 class UdevUsbBus : public QtUsbBus {
  public:
   UdevUsbBus(KnownDisks& disks, const StopSource& stop);

@@ -58,7 +58,7 @@ FileHandle openMediumFileBelow(int root, const Components& path) {
     return FileHandle(
         ::openat(parent.get(), path.back().c_str(), flags | O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   };
-  // Looking at a player must not write the time of it onto the medium; only the owner may say so.
+  // Reading a player must not write access times to the medium. Only the owner may ask for that.
   FileHandle file = opened(O_DIRECT | O_NOATIME);
   if (!file && errno == EPERM) {
     file = opened(O_DIRECT);
@@ -98,8 +98,7 @@ bool DirectoryOrder::comesNext(DIR* directory, const std::string& name, ino_t in
       return true;
     }
   }
-  // A mount may spell names in its own way. The inode is the kernel's word, now that it was looked
-  // up.
+  // A mount may spell names differently. The inode is certain, once the name was looked up.
   ::seekdir(directory, before);
   while (const dirent* const entry = ::readdir(directory)) {
     if (entry->d_ino == inode) {

@@ -35,7 +35,7 @@ void ChildSetup::discard(int number) {
 }
 
 int ChildSetup::start(const std::vector<std::string>& words, pid_t& child) {
-  // First all out of the way, so that no number given out is still wanted as a source.
+  // First moves all descriptors away, so that no target number is still a source.
   int firstFree = 3;
   for (const auto& [descriptor, number] : handed_) {
     firstFree = std::max(firstFree, number + 1);
@@ -92,7 +92,7 @@ std::string contentOf(const FileHandle& file) {
 
 ShellResult runShell(const std::string& commandLine,
                      const std::vector<std::pair<int, int>>& handed) {
-  // In memory, where neither output fills up while the other is read.
+  // In memory, so that neither output blocks while the other is read.
   const FileHandle out(::memfd_create("out", MFD_CLOEXEC));
   const FileHandle err(::memfd_create("err", MFD_CLOEXEC));
   ChildSetup setup;
@@ -105,8 +105,8 @@ ShellResult runShell(const std::string& commandLine,
   if (const int error = setup.start({"/bin/sh", "-c", commandLine}, child); error != 0) {
     return {255, "", std::generic_category().message(error)};
   }
-  // What stays when the system doesn't tell, as it does when our parent had us ignore SIGCHLD: a
-  // command that nobody knows of has not succeeded.
+  // The result if the system doesn't report it, as when our parent made us ignore SIGCHLD: an
+  // unknown result is not a success.
   int status = W_EXITCODE(255, 0);
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }

@@ -14,8 +14,8 @@ namespace fillstation {
 
 namespace {
 
-// A small letter, and right behind it those that count as it, in the scripts that put accents on
-// letters. Blanks are between the families.
+// A lower-case letter, followed by the letters that count as it, in the scripts that use accents.
+// Blanks separate the groups.
 constexpr std::u32string_view kFamilies =
     U"aàáâãäåæāăąǎǟǡǣǻǽȁȃȧḁạảấầẩẫậắằẳẵặ bƀḃḅḇ cçćĉċčḉ dðďđḋḍḏḑḓ eèéêëēĕėęěȅȇȩḕḗḙḛḝẹẻẽếềểễệ fḟ"
     U" gĝğġģǥǧǵḡ hĥħȟḣḥḧḩḫẖ iìíîïĩīĭįıǐȉȋḭḯỉị jĵǰ kķǩḱḳḵ lĺļľłḷḹḻḽ mḿṁṃ nñńņňŋǹṅṇṉṋ"
@@ -23,7 +23,7 @@ constexpr std::u32string_view kFamilies =
     U" uùúûüũūŭůűųưǔǖǘǚǜȕȗṳṵṷṹṻụủứừửữự vṽṿ wŵẁẃẅẇẉẘ xẋẍ yýÿŷȳẏẙỳỵỷỹ zźżžƶẑẓẕ ʒǯ αά εέ ηή ιΐίϊ οό"
     U" σς υΰϋύϒϓϔ ωώ аӑӓ гѓ еѐёӗ жӂӝ зӟ ийѝӣӥ кќ оӧ уўӯӱӳ чӵ ыӹ эӭ ії ѵѷ әӛ өӫ";
 
-// By code point what a small letter counts as, 0 for itself.
+// By code point: the lower-case letter that it counts as, 0 for itself.
 constexpr auto kPlain = [] {
   std::array<char16_t, 0x1F00> plain{};
   char32_t first = U' ';
@@ -37,7 +37,7 @@ constexpr auto kPlain = [] {
   return plain;
 }();
 
-// Behind their letter, as some file systems write names.
+// They follow their letter, as some file systems write names.
 bool isCombiningAccent(char32_t point) { return point >= 0x300 && point <= 0x36F; }
 
 std::u32string pointsOf(std::string_view name) {
@@ -81,7 +81,7 @@ const Sign* appendNumber(const Sign* at, const Sign* end, std::string& keys) {
   return last;
 }
 
-// Anything else than a digit: one byte for ASCII, above them three for the rest.
+// Anything except a digit: one byte for ASCII, three higher ones for other code points.
 void appendSign(char32_t sign, std::string& keys) {
   if (sign < 0x80) {
     keys += lowerAscii(static_cast<char>(sign));
@@ -114,7 +114,7 @@ void appendSortKey(std::string_view name, std::string& keys) {
   } else {
     appendText(plainLetters(name), keys);
   }
-  // Below everything else that a key holds at the beginning of a sign.
+  // Sorts below every other first byte in a key.
   keys += '\0';
   keys += name;
 }
@@ -148,7 +148,8 @@ std::optional<WalkEntry> DeepWalk::next() {
 }
 
 bool DeepWalk::enter() {
-  // The chosen folder may be a link; one below it that has become a link meanwhile is left out.
+  // The chosen folder may be a link. A folder below it that has become a link meanwhile is left
+  // out.
   const int links = levels_.empty() ? 0 : O_NOFOLLOW;
   const FileHandle folder = openLongPath(path_, O_RDONLY | O_DIRECTORY | links);
   if (!folder) {

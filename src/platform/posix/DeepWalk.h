@@ -12,18 +12,17 @@
 
 namespace fillstation {
 
-// Appends the name's sort key: players are filled in the order of the keys' bytes. In it, case and
-// accents don't count, and a run of decimal digits counts by its value ("2" before "10"); names
-// that are alike so far are ordered by their bytes ("007" before "7"). So no two names have the
-// same key. Knows no locale; a name that is not UTF-8 is taken for Latin 1.
+// Appends the name's sort key: players are filled in the order of the keys' bytes. The key ignores
+// case and accents, and orders runs of decimal digits by value ("2" before "10"); names that are
+// then equal are ordered by their bytes ("007" before "7"). So no two names have the same key.
+// Independent of the locale; a name that is not UTF-8 is read as Latin 1.
 void appendSortKey(std::string_view name, std::string& keys);
 
-// A deep walk of a real folder. Each folder is read and sorted when the walk enters it, so that at
-// no time more than one descriptor is open, however deep the tree is; every entry is looked at
-// once. One thread.
+// A deep walk of a real folder. It reads and sorts each folder when it enters it, so that at most
+// one descriptor is open at any depth; it looks at every entry once. One thread.
 class DeepWalk : public DirectoryWalk {
  public:
-  // onStep, if there is one, is called for each entry when it is looked at and when it is yielded.
+  // onStep, if given, is called for each entry when it is looked at and when it is yielded.
   DeepWalk(std::string folder, FileManager::WalkErrorHandler onError,
            std::function<void()> onStep = {});
 
@@ -44,7 +43,7 @@ class DeepWalk : public DirectoryWalk {
   struct Level {
     std::size_t pathLength = 0;   // of path_ with the folder's name and a "/"
     std::string keys;             // of all children, one behind the other
-    std::vector<Child> children;  // what is still to come, the next one last
+    std::vector<Child> children;  // the remaining entries, the next one last
 
     std::string_view keyOf(const Child& child) const {
       return std::string_view(keys).substr(child.key, child.end - child.key);
@@ -54,12 +53,12 @@ class DeepWalk : public DirectoryWalk {
     }
   };
 
-  // Reads the folder at path_ and makes it the lowest level. False when the walk is to end.
+  // Reads the folder at path_ and makes it the lowest level. False if the walk must end.
   bool enter();
-  // Fills in what the folder holds; false when that can't be read to its end.
+  // Reads the entries of the folder; false if that fails.
   bool readFolder(const FileHandle& folder, Level& level);
-  // Appends the entry of that name (a null byte is behind it), unless it is a link to nothing or to
-  // a folder.
+  // Appends the entry of that name, which a null byte follows, unless it is a dangling link or a
+  // link to a folder.
   void lookAt(int folder, std::string_view name, Level& level);
 
   std::string path_;  // of the entry that was yielded last
@@ -68,7 +67,7 @@ class DeepWalk : public DirectoryWalk {
   std::vector<Level> levels_;
   std::vector<char> entries_ = std::vector<char>(kEntries);  // as the kernel gives them
   Level spare_;            // a level that is done with, for its memory
-  bool enterNext_ = true;  // what path_ names is a folder to be entered
+  bool enterNext_ = true;  // path_ is a folder that is walked next
 };
 
 }  // namespace fillstation

@@ -6,7 +6,7 @@
 namespace fillstation {
 
 FileHandle openLongPath(const std::string& path, int flags) {
-  // Below the kernel's 4096 with room for the "./" that keeps a remainder relative.
+  // Less than the kernel's 4096, to leave space for the "./" that keeps the rest relative.
   constexpr std::size_t kPiece = 4000;
   if (path.find('\0') != std::string::npos) {
     return {};

@@ -39,26 +39,26 @@ class FileHandle {
   int descriptor_ = -1;
 };
 
-// Opens an absolute or relative path of any length, piece by piece where the kernel's limit of a
-// path (4096 bytes) is exceeded. Flags as of open(2), close-on-exec is added; creates nothing. No
-// handle when it can't be opened.
+// Opens an absolute or relative path of any length, piece by piece if it exceeds the kernel's limit
+// of 4096 bytes. Flags as of open(2), plus close-on-exec; creates nothing. No handle if it can't be
+// opened.
 FileHandle openLongPath(const std::string& path, int flags);
 
-// The status of what is at a path of any length, symbolic links followed; none when it can't be
+// The status of the file at a path of any length, following symbolic links; none if it can't be
 // read.
 std::optional<struct stat> statLongPath(const std::string& path);
 
-// A regular file at a path of any length, with its status. It is looked at before it is opened, so
-// that nothing but a regular file ever is: opening a FIFO or a device can wait or act. No handle
-// for anything else.
+// A regular file at a path of any length, with its status. It is checked before it is opened, so
+// that only regular files are: opening a FIFO or a device can block or act. No handle for anything
+// else.
 FileHandle openRegularFile(const std::string& path, struct stat& status);
 
-// Writes the whole text, unless the descriptor fails: the rest is lost then.
+// Writes the whole text; if the descriptor fails, the rest is lost.
 void writeAll(int descriptor, std::string_view text);
 
-// Lets this process have as many files open as the system allows it: a run keeps some forty per
-// player open, and the usual limit is 1024. Without effect where the system refuses. To be called
-// once, before threads are started; children have the same limit.
+// Raises this process's limit of open files to the system's maximum: a run keeps some forty per
+// player open, and the usual limit is 1024. No effect if the system refuses. Call it once, before
+// threads are started; children have the same limit.
 void allowManyOpenFiles();
 
 }  // namespace fillstation

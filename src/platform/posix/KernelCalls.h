@@ -12,9 +12,8 @@
 
 namespace fillstation {
 
-// The system calls of a copy and its reading back whose failures and effects a test can't bring
-// about or see with real files. Each does what the call of its name does, errno included. Any
-// thread.
+// The system calls of a copy and its read-back whose failures and effects a test can't produce with
+// real files. Each one behaves like the call with its name, errno included. Any thread.
 class KernelCalls {
  public:
   virtual ~KernelCalls() = default;
@@ -25,7 +24,7 @@ class KernelCalls {
     return calls;
   }
 
-  // sendfile from where the source stands.
+  // sendfile from the source's current position.
   virtual ssize_t sendFile(int target, int source, std::size_t count) {
     return ::sendfile(target, source, nullptr, count);
   }

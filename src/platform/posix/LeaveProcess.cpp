@@ -16,8 +16,8 @@ namespace fillstation {
 
 namespace {
 
-// A thread of its own: a stream whose reader has stopped, or that another thread has locked, holds
-// this one and not the process.
+// A separate thread: a stream whose reader has stopped, or that another thread has locked, blocks
+// this thread and not the process.
 void* flushStreams(void* flushed) {
   LogBatch::recordCurrent();
   StreamLog::settleAll();
@@ -35,7 +35,7 @@ void leaveProcess(int status) {
   ::pthread_create(&thread, nullptr, flushStreams, &flushed);
   ::pthread_detach(thread);
   if (flushed.get_future().wait_for(std::chrono::milliseconds(300)) != std::future_status::ready) {
-    // Not _exit, which under a sanitizer flushes once more and would be stuck as well.
+    // Not _exit, which flushes again under a sanitizer and would get stuck too.
     ::syscall(SYS_exit_group, status);
   }
   ::_exit(status);
@@ -63,7 +63,7 @@ SignalQuit::SignalQuit(std::function<void()> callback) {
 
 SignalQuit::~SignalQuit() {
   thread_.request_stop();
-  ::pthread_kill(thread_.native_handle(), SIGHUP);  // one of those that it takes
+  ::pthread_kill(thread_.native_handle(), SIGHUP);  // one of the signals that it waits for
 }
 
 }  // namespace fillstation

@@ -17,12 +17,12 @@
 
 namespace fillstation {
 
-// The real file system, for both back ends; what they know of volumes comes through the owner. Any
-// thread; owner and stop source outlive it and the volumes that it opened.
+// The real file system, for both back ends; the owner provides what differs between them. Any
+// thread; owner and stop source outlive it and its open volumes.
 class PosixFileManager : public FileManager {
  public:
-  // A copy in progress fails when the stop is requested. A walk calls onStep, if there is one,
-  // again and again: it may take long.
+  // A copy in progress fails when the stop is requested. A walk calls onStep, if given, repeatedly,
+  // because it may take long.
   PosixFileManager(VolumeOwner& owner, const StopSource& stop, std::function<void()> onStep = {})
       : owner_(owner), stop_(stop), onStep_(std::move(onStep)) {}
 
@@ -41,7 +41,7 @@ class PosixFileManager : public FileManager {
                                       WalkErrorHandler onError) override {
     return std::make_unique<DeepWalk>(folder, std::move(onError), onStep_);
   }
-  // Null as well when the mount path is not a directory or its last component is a symbolic link.
+  // Null too if the mount path is not a directory or its last component is a symbolic link.
   std::shared_ptr<Volume> openVolume(const std::string& mountPath,
                                      const DiskIdentity& owner) override {
     OpenRoot opened = openRoot(mountPath, owner);

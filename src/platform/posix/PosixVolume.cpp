@@ -18,7 +18,7 @@ namespace fillstation {
 
 namespace {
 
-// Content is admitted and copied in pieces of this many bytes.
+// The size of the pieces in which content is accepted and copied, in bytes.
 constexpr std::int64_t kChunk = std::int64_t{1} << 20;
 
 std::string joined(const std::vector<std::string>& components) {
@@ -29,7 +29,7 @@ std::string joined(const std::vector<std::string>& components) {
   return path;
 }
 
-// What a medium says of something that is to be written.
+// The medium's answer to data that is to be written.
 bool isAdmitted(int error) {
   errno = error;
   return error == 0;
@@ -61,7 +61,7 @@ std::vector<std::string> mountPoints(dev_t device, const std::string& option,
     std::string root;
     std::string mountPoint;
     fields >> number >> number >> number >> root >> mountPoint;
-    // What the file system itself was mounted with stands last.
+    // The file system's own options are at the end.
     const std::string options = ',' + line.substr(line.rfind(' ') + 1) + ',';
     if (number == wanted && root == "/" &&
         (option.empty() || options.find(',' + option + ',') != std::string::npos)) {
@@ -230,13 +230,13 @@ bool PosixVolume::flush() {
 }
 
 bool PosixVolume::readBack(const CopiedItems& items) {
-  // What is open here would keep the volume from being unmounted.
+  // Open files would keep the volume from being unmounted.
   parent_ = {};
   root_ = {};
   medium_.reset();
   const OpenRoot again = remount_ ? remount_() : OpenRoot();
   if (!again.root) {
-    errno = 0;  // a stale number says nothing about the volume
+    errno = 0;  // errno of an earlier call has no meaning here
     return noted("", false);
   }
   ReadBack readBack(again.root.get(), mountPath_, opened_, stop_, calls_);
@@ -287,7 +287,7 @@ bool PosixVolume::fillFile(int source, const struct stat& status, FileHandle tar
   return calls_.close(target.release()) == 0;
 }
 
-// The file system says right away what it would refuse after all that fits: on FAT, 4 GiB.
+// The file system itself refuses too large files before anything is written: on FAT, 4 GiB.
 bool PosixVolume::canReach(int target, std::int64_t size) {
   return calls_.seek(target, size) == size && calls_.seek(target, 0) == 0;
 }
@@ -305,7 +305,7 @@ bool PosixVolume::copyContent(int source, int target, std::int64_t size) {
     }
     copied += count;
   }
-  // A file that has grown meanwhile is not what was admitted.
+  // The size was checked before; a file that has grown since is not copied.
   struct stat now {};
   return !stop_.requested() && ::fstat(source, &now) == 0 && now.st_size == size;
 }

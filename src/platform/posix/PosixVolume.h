@@ -21,17 +21,17 @@
 
 namespace fillstation {
 
-// The directory open on a volume's root, and what keeps it open for the back end.
+// The open directory of a volume's root, and the object that keeps it open for the back end.
 struct OpenRoot {
   FileHandle root;
   std::shared_ptr<VolumeMedium> medium;
 };
 
-// Keeps what is written to one volume close to its medium: content starts on its way as soon as it
-// is written (but for small files), and the writer waits for what it wrote 8 MiB before, so that at
-// no time more than 16 MiB of the volume's files are only in memory. A slow player then shows slow
-// progress instead of a long silence at the end, and many players together don't fill the machine's
-// memory. Directory data is not covered; that is for the flush at the end. One thread.
+// Limits the data of one volume that is only in memory to 16 MiB: the kernel is told to write new
+// content at once (except in small files), and the writer waits for the content that it wrote 8 MiB
+// before. So a slow player shows slow progress instead of a long silence at the end, and many
+// players together don't fill the memory. Directory data is written by the flush at the end. One
+// thread.
 class WriteWindow {
  public:
   static constexpr std::int64_t kBehind = std::int64_t{8} << 20;
@@ -42,15 +42,15 @@ class WriteWindow {
   // The descriptor of the volume's root and the calls outlive the window.
   WriteWindow(int rootDescriptor, KernelCalls& calls) : root_(rootDescriptor), calls_(calls) {}
 
-  // To be called before `count` more bytes are written to any file; false when what was written
-  // before can't be brought to the medium.
+  // Call it before `count` more bytes are written to any file; false if earlier data can't be
+  // written to the medium.
   bool makeRoom(std::int64_t count);
 
-  // To be called after `count` bytes were written to the present file, behind its earlier ones;
-  // false when they, or earlier ones, can't be brought to the medium.
+  // Call it after `count` bytes were appended to the present file; false if they, or earlier ones,
+  // can't be written to the medium.
   bool written(int descriptor, std::int64_t count);
 
-  // To be called when nothing more is written to the present file.
+  // Call it when the present file is complete.
   void fileEnds();
 
  private:
@@ -61,16 +61,16 @@ class WriteWindow {
   std::int64_t end_ = 0;           // bytes of the present file
 };
 
-// Closes finished files behind a copy's back: on a FAT volume mounted with the option `flush` the
-// kernel sleeps up to a tenth of a second in each close of a written file, and many such sleeps
-// pass at the same time as well as one. Each such close also starts writing the volume's tables, so
-// that several files are closed together, after which those are written once. For one thread;
-// closes everything when it goes. The calls outlive it.
+// Closes finished files in the background. On a FAT volume mounted with the option `flush` the
+// kernel sleeps up to a tenth of a second in each close of a written file; many such sleeps at the
+// same time take no longer than one. Each close also starts writing the volume's tables, so several
+// files are closed together, which writes the tables once. For one thread; its destructor closes
+// all files. The calls outlive it.
 class Closers {
  public:
-  // Files that are still open at most, and threads.
+  // The most files that are still open, and the most threads.
   static constexpr std::size_t kMost = 32;
-  // Files whose closes begin together.
+  // The number of files that are closed together.
   static constexpr std::size_t kTogether = 16;
 
   explicit Closers(KernelCalls& calls) : calls_(calls) {}
@@ -78,11 +78,11 @@ class Closers {
   Closers(const Closers&) = delete;
   Closers& operator=(const Closers&) = delete;
 
-  // Has the file closed soon, finish() at the latest; waits while kMost are still open. A system
-  // that can't start another thread ends the program.
+  // Closes the file soon, at the latest in finish(); waits while kMost are open. If the system
+  // can't start another thread, the program ends.
   void close(FileHandle file) noexcept;
 
-  // Waits until every file is closed; false when a close has ever failed.
+  // Waits until every file is closed; false if any close has failed.
   bool finish() noexcept;
 
  private:
@@ -97,16 +97,16 @@ class Closers {
   bool failed_ = false;
 };
 
-// A mounted volume as a directory that is kept open. Every destination is reached from there, one
-// directory at a time, following no symbolic link and entering no other file system. One thread at
-// a time; the stop source and the calls outlive it.
+// A mounted volume as an open directory. Every destination is reached from there, one directory at
+// a time, without following symbolic links or entering other file systems. One thread at a time;
+// the stop source and the calls outlive it.
 class PosixVolume : public Volume {
  public:
-  // Has the volume mounted again and opens it; no handle when it didn't come back.
+  // Mounts the volume again and opens it; no handle if it didn't come back.
   using Remount = std::function<OpenRoot()>;
 
-  // The directory open on the volume's root, the path it was opened by, and what the back end says
-  // of it. A requested stop makes a copy in progress fail.
+  // The open directory of the volume's root, its path, and the back end's part. A requested stop
+  // makes a copy in progress fail.
   PosixVolume(FileHandle root, const std::string& mountPath, std::shared_ptr<VolumeMedium> medium,
               const StopSource& stop, KernelCalls& calls = KernelCalls::real(),
               Remount remount = {});
@@ -121,12 +121,12 @@ class PosixVolume : public Volume {
   VolumeFailure failure() const override { return failure_; }
 
  private:
-  // Keeps what failed first, with the system's number as it is now; hands `done` on.
+  // Records the first failure, with the present errno; returns `done`.
   bool noted(const std::string& destination, bool done);
   bool makeFolders(const std::string& destination);
   bool copyFile(const std::string& source, const std::string& destination);
-  // Opens the directory that holds the last component, which must be there; it stays open for the
-  // files behind. Returns false when it can't be reached.
+  // Opens the directory of the last component, which must exist; it stays open for the next files.
+  // False if it can't be reached.
   bool enterParent(const Components& components);
   FileHandle createBelow(int parent, const std::string& name, const std::string& relativePath);
   bool fillFile(int source, const struct stat& status, FileHandle target);
@@ -134,8 +134,8 @@ class PosixVolume : public Volume {
   bool copyContent(int source, int target, std::int64_t size);
   // Copies the next bytes of the source, all of them.
   bool copyPiece(int source, int target, std::int64_t count);
-  // Does so within the kernel; false too when the kernel can't, with nothing done and inKernel_
-  // false from then on.
+  // Does so within the kernel; false too if the kernel can't: then nothing is copied, and inKernel_
+  // stays false.
   bool sendPiece(int source, int target, std::int64_t count);
   bool carryPiece(int source, int target, std::int64_t count);
 

@@ -19,7 +19,7 @@ bool isLater(const std::timespec& left, const std::timespec& right) {
   return std::pair(left.tv_sec, left.tv_nsec) > std::pair(right.tv_sec, right.tv_nsec);
 }
 
-// In order, those that touch made one.
+// In order; adjacent ones are merged.
 std::vector<SampleRange> merged(std::vector<SampleRange> ranges) {
   std::ranges::sort(ranges, {}, &SampleRange::begin);
   std::vector<SampleRange> apart;
@@ -73,7 +73,7 @@ ReadBack::ReadBack(int root, std::string mountPath, const std::timespec& since,
 
 bool ReadBack::holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder) {
   WrittenSizes sizes;
-  // A disturbance on the way is no fault of the medium: what differs is read once more.
+  // A disturbed transfer is no fault of the medium: a difference is read once more.
   return (namesHold(items, keepsOrder, sizes) || namesHold(items, keepsOrder, sizes)) &&
          samplesHold(items, sampleRanges(sizes, seed)) && !stop_.requested();
 }
@@ -101,13 +101,13 @@ bool ReadBack::sizeHolds(const CopiedItem& item, std::int64_t size) const {
   if (item.isDirectory || size == item.size) {
     return true;
   }
-  // The source was another when it was copied than when it was chosen, or is another now.
+  // The source has changed since it was chosen or copied.
   const auto source = statLongPath(item.source);
   return !source || source->st_size == size || hasChanged(*source);
 }
 
 bool ReadBack::hasChanged(const struct stat& source) const {
-  // A time to come is not that of a change: somebody has set it, or a clock is wrong.
+  // A time in the future is not that of a change: it was set, or a clock is wrong.
   std::timespec now{};
   ::clock_gettime(CLOCK_REALTIME, &now);
   const auto isSince = [&](const std::timespec& time) {
@@ -148,7 +148,7 @@ bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
   if (!source || hasChanged(status)) {
     source = {};
   } else {
-    // What is not in memory is read from the source's medium in these places alone.
+    // Only these places are read from the source's medium, if they are not in memory.
     calls_.advise(source.get(), POSIX_FADV_RANDOM);
   }
   const std::int64_t end = (range.end + kSampleBlock - 1) / kSampleBlock * kSampleBlock;
@@ -159,7 +159,7 @@ bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
     if (piece != Piece::kSame) {
       piece = compare(file.get(), source.get(), at, count);
     }
-    // A source that is being changed is no fault of the player's.
+    // A source that changes during the comparison is no fault of the player.
     const bool isSourcesFault =
         piece == Piece::kOther && (::fstat(source.get(), &status) != 0 || hasChanged(status));
     hold = (piece == Piece::kSame || isSourcesFault) && !stop_.requested();
@@ -177,7 +177,7 @@ ReadBack::Piece ReadBack::compare(int file, int source, std::int64_t begin, std:
     return Piece::kUnreadable;
   }
   const ssize_t wanted = source < 0 ? -1 : calls_.readAt(source, fromSource_.data(), count, begin);
-  // There is nothing to compare with, or that can't be read.
+  // There is no source to compare with, or it can't be read.
   if (wanted < 0) {
     return Piece::kSame;
   }

@@ -13,7 +13,7 @@
 
 namespace fillstation {
 
-// Bytes of everything that was written to a volume, one file behind the other: [begin, end).
+// A range of everything that was written to a volume, one file after another: [begin, end).
 struct SampleRange {
   std::int64_t begin = 0;
   std::int64_t end = 0;
@@ -21,42 +21,41 @@ struct SampleRange {
   bool operator==(const SampleRange&) const = default;
 };
 
-// What is written to a volume, as far as its samples depend on it. Bytes.
+// The sizes that determine the samples of a volume, in bytes.
 struct WrittenSizes {
   std::int64_t total = 0;
   std::int64_t first = 0;  // of the first file that isn't empty
   std::int64_t last = 0;   // of the last one
 };
 
-// The medium's unit of which samples are made, in bytes: no smaller piece goes bad alone.
+// The unit of the samples in bytes: no smaller part of a medium fails alone.
 constexpr std::int64_t kSampleBlock = 4096;
-// One sample lies at a random place in each of so many equal strata, so that two neighbours are
-// less than 2/128 of everything apart: a loss of 2 % in one piece always holds one.
+// The number of equal strata. Each has one sample at a random place, so that neighbouring samples
+// are less than 2/128 of the whole apart: a loss of 2 % in one piece always contains one.
 constexpr std::int64_t kStrata = 128;
-// The part of everything that samples cover at least: one in so many bytes.
+// The samples cover at least one of this number of bytes.
 constexpr std::int64_t kOneIn = 50;
 
-// The ranges to be read back, in order and apart from each other: one in each stratum, and the
-// first and the last block of the first and the last file. A single bad block is among them with a
-// probability of at least 1/kOneIn. All of a small total.
+// The ranges to be read back, in order and disjoint: one in each stratum, and the first and the
+// last block of the first and the last file. They contain a single bad block with a probability of
+// at least 1/kOneIn. All of a small total.
 std::vector<SampleRange> sampleRanges(const WrittenSizes& sizes, std::uint64_t seed);
 
-// Compares what a volume holds with what was copied onto it. A source that has changed since is
-// not compared; what was copied of it must still be there and be readable. Takes 256 KiB of memory
-// and 32 KiB for each level of folders, however many files there are. One thread; the descriptor of
-// the volume's root, which was mounted after the copy, the stop and the calls outlive it.
+// Compares a volume with the files that were copied to it. A source that has changed since is not
+// compared; its copy must still be there and readable. Takes 256 KiB of memory, and 32 KiB for each
+// level of folders, for any number of files. One thread. The stop, the calls and the descriptor of
+// the volume's root, which was mounted after the copy, outlive it.
 class ReadBack {
  public:
-  // What the destinations begin with, without a "/" at the end; when the copy began.
+  // The beginning of all destinations, without a "/" at its end; the time when the copy began.
   ReadBack(int root, std::string mountPath, const std::timespec& since, const StopSource& stop,
            KernelCalls& calls);
 
-  // True when all names are there, in their order where the file system keeps one, with the sizes
-  // of their sources, and the samples that the seed chooses have their content. False as well when
-  // the stop is requested.
+  // True if all names exist, in their order if the file system keeps one, with the sizes of their
+  // sources, and the seed's samples have the right content. False if the stop is requested.
   bool holds(const CopiedItems& items, std::uint64_t seed, bool keepsOrder);
 
-  // The destination that was looked at last: after a failure, the one that differs.
+  // The last destination that was checked: after a failure, the different one.
   const std::string& latest() const { return latest_; }
 
  private:
@@ -68,7 +67,7 @@ class ReadBack {
   bool hasChanged(const struct stat& source) const;
   // Whether these bytes of the file have the source's content.
   bool contentHolds(const CopiedItem& item, const SampleRange& range);
-  // The next bytes of a file beside those of its source, -1 for none.
+  // The next bytes of a file and of its source, -1 for none.
   Piece compare(int file, int source, std::int64_t begin, std::size_t count);
 
   const int root_;

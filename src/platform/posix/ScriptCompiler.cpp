@@ -12,7 +12,7 @@ bool takeWords(std::string_view& text, std::string_view words) {
   return isThere;
 }
 
-// Takes the words and what stands between them and the next double quote, and the quote.
+// Takes the words, the text up to the next double quote, and that quote.
 std::optional<std::string> takeString(std::string_view& text, std::string_view words) {
   if (!takeWords(text, words)) {
     return std::nullopt;

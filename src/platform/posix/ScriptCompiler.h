@@ -54,9 +54,9 @@ struct PlayerCommand {
   std::string node;
 };
 
-// Recognises exactly the two command lines above, where NODE is "/dev/", one or more of a to z and
-// then any number of decimal digits, at most 32 characters in all. None for anything else. Any
-// thread.
+// Recognises exactly the two command lines above, where NODE is "/dev/", one or more letters from a
+// to z and then any number of decimal digits, at most 32 characters in all. None for anything else.
+// Any thread.
 std::optional<PlayerCommand> parsePlayerCommand(std::string_view commandLine);
 
 }  // namespace fillstation

@@ -8,14 +8,13 @@
 
 namespace fillstation {
 
-// The token by which the whole program learns that it is ending: requested once, never taken back.
-// Made by main() before anything else and outlives everything that uses it. Any thread.
+// Tells the whole program that it is ending: requested once, never taken back. Made by main()
+// before everything else, and outlives all its users. Any thread.
 class StopSource {
  public:
-  // Made with token() and a function, which runs once when the stop is requested, on the requesting
-  // thread; at once, while this is made, when it was requested already. Its destructor waits for
-  // the return of a function that another thread runs, and must not hold a lock that this one
-  // takes.
+  // Made with token() and a function, which runs once on the requesting thread when the stop is
+  // requested; if it already was, the constructor runs it. The destructor waits for the function on
+  // another thread, so don't hold a lock that the function takes.
   using Callback = std::stop_callback<std::function<void()>>;
 
   // Ends every waitFor() and runs the callbacks, on the calling thread, before it returns; a second

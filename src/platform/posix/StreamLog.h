@@ -16,13 +16,13 @@
 namespace fillstation {
 
 // The system log on a standard stream: each text followed by one line feed. Every record reaches
-// the stream's descriptor in one piece, behind whatever the stream still held: at once, or, while
-// another thread is writing there, with what that one writes next. So no thread waits for another's
-// record, but for a stream that takes nothing while kMost bytes wait. A stream that fails loses the
+// the stream's descriptor in one piece, after the stream's earlier contents. If another thread is
+// writing, that thread writes the record next. So threads don't wait for each other's records,
+// unless the stream accepts nothing while kMost bytes are waiting. A stream that fails loses the
 // record. Any thread; the stream outlives it.
 class StreamLog : public SystemLog {
  public:
-  // Bytes that wait at most for another thread's writing.
+  // The most bytes that wait for another thread's writing.
   static constexpr std::size_t kMost = std::size_t{1} << 20;
 
   explicit StreamLog(std::FILE* stream) : stream_(stream) {
@@ -36,7 +36,7 @@ class StreamLog : public SystemLog {
   StreamLog(const StreamLog&) = delete;
   StreamLog& operator=(const StreamLog&) = delete;
 
-  // Returns when everything that any of these logs was given before is written.
+  // Returns when everything that was passed to these logs before is written.
   static void settleAll() {
     const std::scoped_lock guard(logs_.lock);
     for (auto* const log : logs_.all) {
@@ -71,7 +71,7 @@ class StreamLog : public SystemLog {
   }
 
  private:
-  // Those that there are, for whoever ends the process.
+  // All existing logs, for the end of the process.
   struct Logs {
     std::mutex lock;
     std::set<StreamLog*> all;

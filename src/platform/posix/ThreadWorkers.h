@@ -11,9 +11,9 @@
 
 namespace fillstation {
 
-// Background threads of the operating system, one per body and without a limit. A thread cleans up
-// after itself; joinAll() and the destructor wait for those that still run. Any thread; the stop
-// source outlives it.
+// Background threads of the operating system, one per body, without a limit. A thread cleans up
+// after itself; joinAll() and the destructor wait for running ones. Any thread; the stop source
+// outlives it.
 class ThreadWorkers : public Workers {
  public:
   explicit ThreadWorkers(const StopSource& stop) : stop_(stop) {}
@@ -21,8 +21,8 @@ class ThreadWorkers : public Workers {
   ThreadWorkers(const ThreadWorkers&) = delete;
   ThreadWorkers& operator=(const ThreadWorkers&) = delete;
 
-  // A system that can't start another thread ends the program: a run that lost a player without a
-  // word would be worse.
+  // If the system can't start another thread, the program ends: a run that lost a player without a
+  // message would be worse.
   void spawn(std::function<void()> body) noexcept override {
     ++*running_;
     std::thread([running = running_, body = std::move(body)]() mutable {
@@ -43,7 +43,7 @@ class ThreadWorkers : public Workers {
 
  private:
   const StopSource& stop_;
-  // Shared with the threads, which may still be on their way out when the object has gone.
+  // Shared with the threads, which may end later than the object.
   const std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
 };
 

@@ -11,8 +11,8 @@
 
 namespace fillstation {
 
-// The order of what is done to disks: strictly one after the other for each disk, disks among each
-// other at the same time. Main thread, which outlives it.
+// The order of all work on disks: strictly one after the other for each disk, in parallel for
+// different disks. Main thread, which outlives it.
 class DiskOrder {
  public:
   // Called when the work has ended, once.
@@ -23,7 +23,7 @@ class DiskOrder {
 
   explicit DiskOrder(QtMainThread& mainThread) : mainThread_(mainThread) {}
 
-  // Begins the work when what was added for this disk before has ended, never inside this call.
+  // Begins the work when the earlier work on this disk has ended, never inside this call.
   void add(const Sequence& disk, Work work) {
     auto& works = waiting_[disk];
     works.push_back(std::move(work));

@@ -19,14 +19,14 @@
 namespace fillstation {
 namespace {
 
-// Of a clock that is cheap to ask for each of a million files.
+// The clock is cheap enough to be read for each of a million files.
 std::chrono::nanoseconds coarseNow() {
   timespec now{};
   ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
   return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
-// Input on its way to a window, or what the system has already made of it.
+// Input on its way to a window, also if the system has already processed it.
 bool isInput(const QObject* receiver, const QEvent* event) {
   switch (event->type()) {
     case QEvent::Shortcut:
@@ -44,8 +44,8 @@ bool isDrag(QEvent::Type type) {
   return type == QEvent::DragEnter || type == QEvent::DragMove || type == QEvent::Drop;
 }
 
-// One callable on its way, shared by the thread that waits, the event that runs it and the stop.
-// Whoever claims it first decides whether it runs, and says how it ended.
+// One callable on its way, shared by the waiting thread, the event that runs it, and the stop. The
+// first one to claim it decides whether it runs, and reports the end.
 struct HandOver {
   bool claim() { return !isClaimed.exchange(true); }
 
@@ -75,7 +75,7 @@ void MainLoopQueue::runPresent() {
   {
     const std::scoped_lock guard(lock_);
     present = callables_.size();
-    calmIfEmpty();  // called late, for what has been run already
+    calmIfEmpty();  // a late call, for callables that have run already
   }
   for (; present > 0; --present) {
     if (const auto callable = takeFirst()) {
@@ -102,10 +102,10 @@ void MainLoopQueue::calmIfEmpty() {
   }
 }
 
-// Work that keeps the main thread from its loop, for as long as the loop is not back. Now and then
-// it lets the window be repainted, under a wait cursor, and be closed. Everything else waits:
-// the queue's callables, timers, and input, which the queue delivers afterwards in its order. What
-// is dragged here meanwhile is refused. Main thread; the queue outlives it.
+// Long work on the main thread, until the loop is reached again. From time to time it lets the
+// window be repainted, under a wait cursor, and be closed. Everything else waits: the queue's
+// callables, timers, and input, which the queue delivers afterwards in its order. Anything that is
+// dragged onto the window meanwhile is refused. Main thread; the queue outlives it.
 class QtMainThread::LongWork : public QObject {
  public:
   LongWork(MainLoopQueue& queue, std::chrono::milliseconds pace)
@@ -116,7 +116,7 @@ class QtMainThread::LongWork : public QObject {
     }
   }
 
-  // To be called again and again during the work; looks at the window once per pace.
+  // Call it repeatedly during the work; it looks at the window once per pace.
   void step() {
     if (isLooking_ || coarseNow() < nextLook_) {
       return;
@@ -156,7 +156,7 @@ class QtMainThread::LongWork : public QObject {
   const std::chrono::milliseconds pace_;
   std::chrono::nanoseconds nextLook_;
   bool cursorIsSet_ = false;
-  bool isLooking_ = false;  // what runs then may be long work too
+  bool isLooking_ = false;  // the events may start long work too
 };
 
 QtMainThread::QtMainThread(const StopSource& stop, std::chrono::milliseconds pace)
@@ -177,7 +177,7 @@ bool QtMainThread::runAndWait(const std::function<void()>& callable) {
       handOver->hasRun.set_value(false);
     }
   });
-  // The callable itself stays with the caller, who waits for as long as it runs.
+  // The callable stays with the caller, who waits until it has run.
   queue_.add([this, handOver, &callable] {
     if (!stop_.requested() && handOver->claim()) {
       callable();

@@ -17,10 +17,10 @@ class QEventLoop;
 
 namespace fillstation {
 
-// Callables for the main loop from any thread. They run in the order of the calls, in whatever loop
-// is running on the main thread, nested ones included, never inside add(). The other threads touch
-// no object of Qt: a callable waits here and only a wake-up crosses, through a descriptor that the
-// loop watches. Made and destroyed on the main thread; what is left then never runs.
+// Callables for the main loop from any thread. They run in the order of the calls, in the innermost
+// loop of the main thread, never inside add(). The other threads use no object of Qt: a callable
+// waits here, and only a wake-up crosses, through a descriptor that the loop watches. Made and
+// destroyed on the main thread; callables that are left then never run.
 class MainLoopQueue {
  public:
   MainLoopQueue();
@@ -34,7 +34,7 @@ class MainLoopQueue {
   void resume() { notifier_.setEnabled(true); }
 
  private:
-  // Runs what is in the queue now; a callable's nested loop may have run some of it already.
+  // Runs the callables in the queue; a callable's nested loop may have run some of them already.
   void runPresent();
   std::function<void()> takeFirst();
   // Ends the call to the loop when nothing waits any more; the lock is held.
@@ -46,9 +46,9 @@ class MainLoopQueue {
   QSocketNotifier notifier_;
 };
 
-// The main thread as Qt's event loop, and pauses in real time. Callables run in whatever loop is
-// running there, nested ones included; a pause there runs a nested loop, user input included. Made
-// on the main thread when the application object exists; the stop source outlives it.
+// The main thread as Qt's event loop, and pauses in real time. Callables run in the innermost loop
+// there; a pause there runs a nested loop, user input included. Made on the main thread when the
+// application object exists; the stop source outlives it.
 class QtMainThread : public MainThread, public Clock {
  public:
   // The pace of keepWindowAlive().
@@ -56,15 +56,15 @@ class QtMainThread : public MainThread, public Clock {
                         std::chrono::milliseconds pace = std::chrono::milliseconds(50));
   ~QtMainThread() override;
 
-  // A callable that has begun is waited for even when the stop is requested meanwhile (and the
-  // answer is true); one that has not begun by then never begins.
+  // Waits for a callable that has begun, even if the stop is requested meanwhile, and returns true;
+  // one that has not begun by then never begins.
   bool runAndWait(const std::function<void()>& callable) override;
   void post(std::function<void()> callable) override;
   void runPending() override;
 
-  // For work that keeps the main thread, to be called again and again: once per pace, and not
-  // before the work has lasted as long, the window is repainted and obeys closing. Everything else
-  // waits for the main loop. Does nothing on another thread.
+  // Call it repeatedly during work that blocks the main thread: once per pace, but not before the
+  // work has lasted that long, the window is repainted and can be closed. Everything else waits for
+  // the main loop. Does nothing on another thread.
   void keepWindowAlive();
 
   // A duration of zero or less is no pause.

@@ -51,7 +51,7 @@ struct QtUsbBus::Event {
   std::function<void()> handled;
 };
 
-// Arrivals or leavings: the iterator that yields the devices, and whom to notify.
+// Arrivals or departures: the iterator with the devices, and the function to notify.
 struct QtUsbBus::Side : UsbDeviceIterator {
   std::shared_ptr<UsbDevice> next() override {
     if (waiting.empty()) {
@@ -141,7 +141,7 @@ void QtUsbBus::resume() {
   schedule();
 }
 
-// A look at what waits whenever one more may go; a look that comes in vain is harmless.
+// Looks at the waiting events when another one may be delivered; a superfluous look is harmless.
 void QtUsbBus::schedule() {
   QMetaObject::invokeMethod(
       &context_, [this] { runNext(); }, Qt::QueuedConnection);

@@ -19,8 +19,8 @@ namespace fillstation {
 // A device's string descriptors, made of texts. Immutable; any thread.
 class StringDescriptors : public UsbDeviceInterface {
  public:
-  // UTF-8 texts, empty for none: manufacturer, product and serial number; and the release field as
-  // it is.
+  // UTF-8 texts, empty for none: manufacturer, product and serial number; and the release field
+  // unchanged.
   using Texts = std::array<std::string, 3>;
   StringDescriptors(Texts texts, std::uint16_t release)
       : texts_(std::move(texts)), release_(release) {}
@@ -42,11 +42,11 @@ class StringDescriptors : public UsbDeviceInterface {
   const std::uint16_t release_;
 };
 
-// What the buses of all back ends have in common: devices that arrive and leave are handed out one
-// at a time, first come first served, from the main loop. Nothing is handed out inside a call, nor
-// while a notification is being handled (also not when its handler pauses in a nested loop), nor
-// once the stop is requested. Main thread; the stop source outlives it. What has not been handed
-// out when it is destroyed never is.
+// The common part of all buses: devices that arrive and leave are handed out one at a time, in
+// their order, from the main loop. None is handed out inside a call, while a notification is being
+// handled (also not if its handler pauses in a nested loop), or when the stop was requested. Main
+// thread; the stop source outlives it. Devices that are left when it is destroyed are never handed
+// out.
 class QtUsbBus : public UsbBus {
  public:
   ~QtUsbBus() override;
@@ -61,12 +61,12 @@ class QtUsbBus : public UsbBus {
  protected:
   explicit QtUsbBus(const StopSource& stop);
 
-  // Hands a device out that has arrived, or left. `handled` is called when the walk that has
-  // yielded the device has ended.
+  // Hands out a device that has arrived or left. `handled` is called at the end of the walk that
+  // has yielded the device.
   void handOutArrival(std::shared_ptr<UsbDevice> device);
   void handOutLeaving(std::shared_ptr<UsbDevice> device, std::function<void()> handled);
 
-  // Has another event delivered in its turn.
+  // Delivers another event in its turn.
   void post(std::function<void()> event);
 
  private:

@@ -30,7 +30,7 @@ void QtWorkspace::openUrl(const std::string& address) {
 }
 
 void QtWorkspace::showProgress(std::optional<double> share) {
-  // Docks look for the interface, not for the path of the object.
+  // Docks look at the interface only, not at the object's path.
   auto message = QDBusMessage::createSignal(
       latin("/fillstation"), latin("com.canonical.Unity.LauncherEntry"), latin("Update"));
   message << latin("application://%1.desktop").arg(latin(kDesktopEntry))

@@ -10,8 +10,8 @@
 
 namespace fillstation {
 
-// The desktop by its own means: the helper program xdg-open, which may take as long as it likes,
-// and on the session's bus the service for notifications and what docks listen to. Main thread.
+// The desktop's services: the helper program xdg-open, which may take long, and on the session bus
+// the notifications and the progress for docks. Main thread.
 class QtWorkspace : public Workspace {
  public:
   // Connects to the bus when it is used first.

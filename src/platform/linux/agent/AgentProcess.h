@@ -19,13 +19,13 @@ namespace fillstation::agent {
 
 inline bool isLanguage(std::string_view variable) {
   const std::string_view value = variable.substr(variable.find('=') + 1);
-  // pkexec takes such values for an attempt to break out, and ends.
+  // pkexec ends if it finds such values, because they could be an attack.
   const bool isSafe = value.find_first_of("/%") == std::string_view::npos &&
                       value.find("..") == std::string_view::npos;
   return isSafe && (variable.starts_with("LANG=") || variable.starts_with("LC_"));
 }
 
-// Leaves the search path and the language alone in the environment.
+// Removes everything from the environment except the search path and the language.
 inline void cleanEnvironment() {
   std::vector<std::string> kept;
   for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -41,8 +41,8 @@ inline void cleanEnvironment() {
   }
 }
 
-// Keeps others out of this process's memory, and everything but the search path and the language
-// out of its environment and its children's. To be called before anything else.
+// Protects this process's memory from others. Removes everything except the search path and the
+// language from its environment, and so from its children's. Call it first.
 inline void harden() {
   ::prctl(PR_SET_DUMPABLE, 0);
   ::umask(022);
@@ -50,21 +50,21 @@ inline void harden() {
   cleanEnvironment();
 }
 
-// Leaves root's rights for those of nobody, for whom the system asks for a password like for
-// anybody, and stays closed to others; does nothing for other users. False when that fails.
+// Changes from root to nobody, so that the system asks for a password, and keeps the process closed
+// to others; does nothing for other users. False if that fails.
 inline bool leaveRoot() {
   if (::geteuid() != 0) {
     return true;
   }
   const passwd* nobody = ::getpwnam("nobody");
-  // A change of the user makes the process as dumpable as fs.suid_dumpable says.
+  // A change of the user resets the dumpable flag to the system's setting fs.suid_dumpable.
   return nobody != nullptr && ::setgroups(0, nullptr) == 0 &&
          ::setresgid(nobody->pw_gid, nobody->pw_gid, nobody->pw_gid) == 0 &&
          ::setresuid(nobody->pw_uid, nobody->pw_uid, nobody->pw_uid) == 0 &&
          ::prctl(PR_SET_DUMPABLE, 0) == 0;
 }
 
-// The user id of a user name, none when there is no such user. Before any thread is made.
+// The user id of a user name, none if there is no such user. Call it before any thread is made.
 inline std::optional<uid_t> findUser(const std::string& name) {
   // A null byte would cut the name short.
   const bool isName = name.find('\0') == std::string::npos;
@@ -72,7 +72,8 @@ inline std::optional<uid_t> findUser(const std::string& name) {
   return found != nullptr ? std::optional(found->pw_uid) : std::nullopt;
 }
 
-// False for what can't be handed on as one line, or is longer than the system's checker takes.
+// False for a password that doesn't fit into one line, or is longer than the system's checker
+// accepts.
 inline bool isUsablePassword(const std::string& password) {
   constexpr std::size_t kLongest = 510;
   return password.size() <= kLongest &&

@@ -15,24 +15,24 @@
 
 namespace fillstation::agent {
 
-// What the authority asks its agent for.
+// A request of the authority to its agent.
 struct AuthenticationRequest {
   std::string cookie;
-  pid_t caller = 0;          // the process that asked for the authorisation
-  pid_t subject = 0;         // the process that is to be authorised
+  pid_t caller = 0;          // the process that asks for the authorisation
+  pid_t subject = 0;         // the process to be authorised
   std::vector<uid_t> users;  // who may authenticate
 };
 
-// This process as polkit's authentication agent of itself: the authority looks for the agent of a
-// process before that of its session, so that no dialog of the desktop appears. On the system bus
-// over a connection of its own; the bus lets nobody but the authority call it. One thread, its main
-// loop; lives to the process's end.
+// This process as polkit's authentication agent for itself: the authority prefers the agent of a
+// process to that of its session, so that the desktop shows no dialog. It has its own connection to
+// the system bus; the bus lets only the authority call it. One thread, its main loop; lives until
+// the process ends.
 class AuthenticationBus {
  public:
   enum class Answer { accepted, failed, cancelled };
 
   struct Handlers {
-    // To be answered once by answer(), at any later time.
+    // Answer it once with answer(), at any later time.
     std::function<void(const AuthenticationRequest&)> begin;
     std::function<void()> cancel;
     // Registered, or the reason why not.
@@ -96,13 +96,13 @@ class AuthenticationBus {
     return users;
   }
 
-  // False with the reason told to the handler.
+  // Returns false after calling the handler with the reason.
   bool connect() {
     static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
     g_autoptr(GError) error = nullptr;
     g_autofree char* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (address != nullptr) {
-      // Not the shared one: the authority forgets one agent when a connection is lost.
+      // Not the shared connection: the authority forgets only one agent when a connection is lost.
       connection_ = g_dbus_connection_new_for_address_sync(
           address,
           static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

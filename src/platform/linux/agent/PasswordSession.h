@@ -11,14 +11,14 @@
 
 namespace fillstation::agent {
 
-// One check of a user's password by polkit's own helper: the first hidden question gets the
-// password, once. One thread, its main loop; lives to the process's end.
+// One check of a user's password by polkit's own helper, which gets the password once, as the
+// answer to its first hidden question. One thread, its main loop; lives until the process ends.
 class PasswordSession {
  public:
   enum class Result { verified, refused, needsMore, notChecked, cancelled };
   using Completion = std::function<void(Result)>;
 
-  // The completion runs once, from the main loop. The password stays the caller's and is there
+  // The completion runs once, from the main loop. The password stays the caller's and must exist
   // until then.
   PasswordSession(uid_t user, std::string cookie, const std::string& password,
                   Completion completion)
@@ -45,8 +45,7 @@ class PasswordSession {
   }
 
  private:
-  // Where newer systems serve the helper; with a limit of connections, beyond which they are
-  // closed.
+  // Newer systems serve the helper here, with a limit of connections; further ones are closed.
   static constexpr const char* kHelperSocket = "/run/polkit/agent-helper.socket";
 
   static void onQuestion(PolkitAgentSession* session, char* /*question*/, gboolean echo,
@@ -77,7 +76,7 @@ class PasswordSession {
     return gained ? Result::verified : Result::refused;
   }
 
-  // A helper that answered nothing at all had no room for one more.
+  // A helper that sent nothing at all had no free connection.
   bool wasTurnedAway() const {
     return !retried_ && questions_ == 0 && texts_ == 0 && ::access(kHelperSocket, F_OK) == 0;
   }
@@ -86,7 +85,7 @@ class PasswordSession {
     result_ = result;
     isEnding_ = true;
     g_signal_handlers_disconnect_by_data(session_, this);
-    // The session is let go from the main loop: it is in the middle of its own signal.
+    // Releases the session in the main loop: now it is inside its own signal.
     g_idle_add(finish, this);
   }
 

@@ -14,19 +14,19 @@
 
 namespace fillstation::agent {
 
-// A root shell begun by pkexec. It prints a mark as soon as it runs, takes a script from its
-// standard input and executes it only when it is complete, so that nothing of the script is on a
-// command line or in a log. One thread, its main loop; lives to the process's end.
+// A root shell started by pkexec. It prints a mark when it runs, reads a script from its standard
+// input, and executes it only when it is complete, so that the script is on no command line and in
+// no log. One thread, its main loop; lives until the process ends.
 class RootShell {
  public:
   struct Handlers {
-    std::function<void()> running;  // the mark has come
+    std::function<void()> running;  // the mark was received
     std::function<void()> ended;    // the shell, or pkexec, has ended and its output is complete
   };
 
   explicit RootShell(Handlers handlers) : handlers_(std::move(handlers)) {}
 
-  // 0 or an errno. From the thread that lives to the process's end: pkexec ends with it.
+  // 0 or an errno. Call it on the thread that lives until the process ends: pkexec ends with it.
   int start() {
     Pipe input;
     Pipe output;
@@ -55,14 +55,14 @@ class RootShell {
   }
   pid_t process() const { return child_; }
 
-  // Sends the script; the shell begins to execute it. A shell that has gone shows by its end. Once,
-  // or refuse() instead.
+  // Sends the script, which the shell then executes. If the shell has gone, its end is reported.
+  // Once, or refuse() instead.
   void send(std::string_view script) {
     writeAll(input_.get(), script);
     writeAll(input_.get(), kEndMark);
     input_ = FileHandle();
   }
-  // Has the shell end without executing anything.
+  // Makes the shell end without executing anything.
   void refuse() { input_ = FileHandle(); }
 
   // Once it has ended:
@@ -74,7 +74,7 @@ class RootShell {
  private:
   static constexpr std::string_view kMark = "fillstation: ready\n";
   static constexpr std::string_view kEndMark = "\n# fillstation: complete";
-  // A shell can't undo an ignored signal, and pkexec leaves SIGPIPE ignored.
+  // A shell can't stop ignoring a signal, and pkexec leaves SIGPIPE ignored.
   static constexpr const char* kOuterScript = "exec env --default-signal=PIPE /bin/sh -c \"$0\"";
   static constexpr const char* kInnerScript =
       "echo 'fillstation: ready'\n"

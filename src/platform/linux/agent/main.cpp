@@ -29,12 +29,12 @@ bool isOpen(int socket) {
 }
 
 // The one call of this process, from the credentials to the last reply: it registers as its own
-// authentication agent, has pkexec ask it, and hands the command to the root shell once that runs
-// and the password was verified by us. One thread, its main loop.
+// authentication agent, starts pkexec, and hands the command to the root shell when that runs and
+// our check has verified the password. One thread, its main loop.
 class AgentCall {
  public:
-  // The socket to the utility: the credentials were read from it, the command comes over it, and
-  // its end cancels what has not begun.
+  // The socket to the utility: the credentials were read from it, the command arrives there, and
+  // its end cancels everything that has not begun.
   AgentCall(int socket, std::string userName, std::string password)
       : socket_(socket),
         userName_(std::move(userName)),
@@ -122,7 +122,7 @@ class AgentCall {
     }
   }
 
-  // Keeps the first reason for which nothing runs, and tells the authority.
+  // Keeps the first reason for a refusal, and refuses the authority's request.
   void refuse(Kind kind) {
     refusal_ = refusal_.value_or(kind);
     shell_.refuse();
@@ -135,7 +135,7 @@ class AgentCall {
   }
 
   void takeCommand() {
-    // Before the password is verified the utility sends nothing: then this is its end.
+    // Before the password is verified the utility sends nothing: so this is its end.
     command_ = verified_ ? receiveText(socket_) : std::nullopt;
     if (command_) {
       sendCommand();
@@ -144,7 +144,7 @@ class AgentCall {
     }
   }
 
-  // Of a command that is running nothing is left to cancel, and its own end follows.
+  // A running command is not cancelled; it ends by itself.
   void cancel() {
     command_.reset();
     refusal_ = refusal_.value_or(Kind::cancelled);
@@ -163,7 +163,7 @@ class AgentCall {
     sendCommand();
   }
 
-  // Once the command and the shell are both there: hands it over if anybody still waits for it.
+  // Passes the command on when it and the shell are both there, if the caller is still waiting.
   void sendCommand() {
     if (!command_ || !shell_.wasRunning()) {
       return;
@@ -220,6 +220,6 @@ int main() {
   }
   agent::AgentCall call(STDIN_FILENO, *std::move(userName), *std::move(password));
   sendReply(STDIN_FILENO, call.run());
-  // Whatever is still under way in the libraries ends with the process.
+  // Anything still in progress in the libraries ends with the process.
   ::_exit(0);
 }
