@@ -91,6 +91,23 @@ TEST_F(ScriptProtocolTest, ATextOrReplyThatIsCutShortIsNone) {
   EXPECT_TRUE(receivedOf(30, sendOutAndErr, receiveReply));
 }
 
+// After an upgrade, a window of the earlier version that is still open uses the new agent.
+TEST_F(ScriptProtocolTest, TheBytesAreThoseOfEarlierVersions) {
+  using std::string_literals::operator""s;
+  EXPECT_TRUE(sendReply(line_.one.get(), {Kind::ended, 3, "ok", "e"}));
+  const std::string bytes = "\1\0\0\0\3\0\0\0\2\0\0\0\0\0\0\0ok\1\0\0\0\0\0\0\0e"s;
+  std::string sent(bytes.size(), '\0');
+  EXPECT_EQ(::recv(line_.other.get(), sent.data(), sent.size(), MSG_WAITALL),
+            static_cast<ssize_t>(bytes.size()));
+  EXPECT_EQ(sent, bytes);
+  const std::vector<Kind> kinds{Kind::verified,         Kind::ended,       Kind::cancelled,
+                                Kind::wrongCredentials, Kind::unknownUser, Kind::notAdministrator,
+                                Kind::needsMore,        Kind::notChecked,  Kind::unavailable};
+  for (std::size_t number = 0; number < kinds.size(); ++number) {
+    EXPECT_EQ(static_cast<std::size_t>(kinds[number]), number);
+  }
+}
+
 TEST_F(ScriptProtocolTest, ATextThatClaimsToBeEndlessIsNone) {
   const std::uint64_t claimed[] = {kLongestText + 1, ~std::uint64_t{0}};
   for (const std::uint64_t size : claimed) {
