@@ -11,8 +11,9 @@ import time
 from typing import Callable, Optional
 
 from outcome import Outcome, copy_plainly, environment, fill, last_line
-from slow import dirty_pages, players, read_back
-from work import MIB, Volumes, Wrong, image_files, make_set, need_program, need_root, say
+from slow import dirty_pages, players, read_back, slow_volumes
+from work import (MIB, Volumes, Wrong, busy_seconds, check_copy, image_files, make_set, need_program,
+                  need_root, say)
 
 
 @dataclasses.dataclass
@@ -25,18 +26,20 @@ class Row:
     is_quick: Callable = lambda: True
 
 
-def against_cp(setting, source, volumes, **check):
-    """Both sides in alternation; the first pair warms up and does not count."""
+def against_cp(setting, source, volumes, cost=None):
+    """Both sides in alternation: seconds, or by how much the cost grows; the first pair warms up."""
     outcome = Outcome()
     for turn in range(setting.repeat + (0 if setting.quick else 1)):
         for side in ("ours", "theirs") if turn % 2 else ("theirs", "ours"):
             paths = volumes.fresh()
             os.sync()
+            before = cost() if cost else 0
             seconds = (fill(setting, source, paths).seconds if side == "ours"
                        else copy_plainly(source, paths))
-            say(f"  {side} {seconds:.3f} s")
-            volumes.check(source, **{**check, "in_order": side == "ours"})
-            getattr(outcome, side).append(seconds)
+            spent = cost() - before if cost else seconds
+            say(f"  {side} {seconds:.3f} s" + (f", {spent:.2f} s of processors" if cost else ""))
+            volumes.check(source, in_order=side == "ours")
+            getattr(outcome, side).append(spent)
     if not setting.quick:
         del outcome.ours[0], outcome.theirs[0]
     return outcome
@@ -58,6 +61,19 @@ def large_files(setting):
 
 def small_files(setting):
     return many_volumes(setting, setting.pick(200, 5000), 16384, setting.pick(10, 100))
+
+
+def processor_time(setting):
+    folder = setting.folder("processor")
+    count, files = setting.pick((2, 4), (64, 40))
+    source = make_set(folder / "source", files, 5_000_000, 4)
+    with slow_volumes(setting, folder, count, files, 5_000_000) as volumes:
+        outcome = against_cp(dataclasses.replace(setting, repeat=min(setting.repeat, 2)), source,
+                             volumes, busy_seconds)
+    size = count * files * 5_000_000 / 1024 / MIB
+    for side in outcome.ours, outcome.theirs:
+        side[:] = [seconds / size for seconds in side]
+    return outcome
 
 
 def source_reads(setting):
@@ -157,6 +173,32 @@ def node_memory(setting):
     return Outcome(ours=[size], theirs=[400])
 
 
+def player_memory(setting):
+    """MiB that a further player adds to the most that a run needs, onto folders in memory."""
+    count = setting.pick(2, 16)
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="fillstation-perf-", dir="/dev/shm"))
+    outcome = Outcome()
+    try:
+        make_names(folder / "source", setting.pick(1000, 100_000), setting.pick(10, 1000))
+
+        def most(players):
+            paths = [folder / f"player{number}" for number in range(players)]
+            for path in paths:
+                path.mkdir()
+            memory = fill(setting, folder / "source", paths).memory / 1024
+            for path in paths:
+                check_copy(folder / "source", path, in_order=False)
+                shutil.rmtree(path)
+            return memory
+
+        for _ in range(min(setting.repeat, 3)):
+            outcome.ours.append((most(count) - most(1)) / (count - 1))
+            outcome.theirs.append(0.2)
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+    return outcome
+
+
 def reports(setting):
     tasks, each = setting.pick((4, 50), (64, 5000))
     outcome = Outcome()
@@ -213,12 +255,12 @@ def first_window(setting):
     folder = setting.folder("bench")
     program = setting.program("perf_window")
     outcome = Outcome()
-    text = []
+    empty = []
     for _ in range(setting.pick(1, 4 * setting.repeat + 1)):
         outcome.ours.append(painted(program, ["ours", folder]))
-        outcome.theirs.append(painted(program, ["bare"]))
-        text.append(painted(program, ["text"]))
-    outcome.note = f"a bare window with one line of text takes {statistics.median(text):.1f} ms"
+        outcome.theirs.append(painted(program, ["text"]))
+        empty.append(painted(program, ["bare"]))
+    outcome.note = f"an empty window takes {statistics.median(empty):.1f} ms"
     return outcome
 
 
@@ -226,10 +268,12 @@ ROWS = {
     "large": Row("8 volumes × 1 GiB in 200 files, until durable",
                  "`cp -r --preserve=timestamps` to each in parallel, `sync -f` of each", None, "s",
                  large_files),
-    "small": Row("8 volumes × 5,000 files of 16 KiB, until durable", "the same", None, "s",
+    "small": Row("8 volumes × 5,000 files of 16 KiB, until durable", "the same", 1.1, "s",
                  small_files),
     "players": Row("1, 4, 16, 64 players of 5 MB/s, 200 MB each", "bytes ÷ 5 MB/s", 1.03, "s",
                    players),
+    "processor": Row("processor seconds per GiB put on 64 players of 5 MB/s, 200 MB each",
+                     "`cp` and `sync -f` as above", 1.1, "s", processor_time),
     "reads": Row("bytes read from the source's medium, 16 players, cold cache",
                  "the set's bytes", 1.1, "MiB", source_reads),
     "flush": Row("300 files of 16 KiB onto FAT mounted with `flush`", "`cp -r`, `sync -f`", 0.1,
@@ -240,15 +284,17 @@ ROWS = {
                     "MiB and 5,000 of 16 KiB, read back", "1.05 × the same not read back + 3 s", 1,
                     "s", read_back),
     "choose": Row("choosing a folder of 100,000 files, log to a file",
-                  "`find -printf '%p\\t%s\\n'` to a file", 1.2, "s", choosing),
+                  "`find -printf '%p\\t%s\\n'` to a file", 1.1, "s", choosing),
     "memory": Row("memory per file node, a million files chosen", "400 bytes", 1, "bytes",
                   node_memory),
+    "growth": Row("memory per further player, 100,000 files", "0.2 MiB", 1, "MiB", player_memory),
     "window": Row("the main thread during a run of 64 players, off screen", "a whole processor",
                   0.02, "", window),
     "reports": Row("64 tasks × 5,000 reports, per report",
-                   "as many blocking `invokeMethod` calls by as many threads, one at a time", 1.3, "µs", reports),
+                   "as many blocking `invokeMethod` calls by as many threads, one at a time", 1.3, "µs",
+                   reports),
     "dirty": Row("most dirty memory of a player, 16 slow players", "16 MiB", 1, "MiB",
                  dirty_pages),
-    "start": Row("start to first painted window, offscreen", "a bare Qt Widgets window", 1.5,
-                  "ms", first_window),
+    "start": Row("start to first painted window, off screen", "a Qt window with a line of text", 1.3,
+                 "ms", first_window),
 }
