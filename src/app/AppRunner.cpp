@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "FileHandle.h"
+#include "Languages.h"
 #include "LeaveProcess.h"
 #include "OpenPanel.h"
 #include "QtMainThread.h"
@@ -63,6 +64,7 @@ int runApplication(int& argc, char** argv, const BackEnd& backEnd) {
   OpenPanel::keepSettingsAway();
   const QApplication application(argc, argv);
   dressApplication();
+  speak(desktopLanguages());
   if (!backEnd.claim()) {
     return 0;
   }

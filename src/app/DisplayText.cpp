@@ -1,5 +1,6 @@
 #include "DisplayText.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -90,13 +91,16 @@ QString spaceLeftText(std::int64_t capacity, std::int64_t used) {
 
 QString fileSizeText(std::int64_t bytes) {
   if (bytes < kKilobyte) {
-    return QStringLiteral("%1 bytes").arg(bytes);
+    const int count = static_cast<int>(bytes);
+    return QCoreApplication::translate("fillstation::FileTable", "%n bytes", nullptr, count);
   }
   if (bytes < kMegabyte || bytes >= 10 * kMegabyte) {
     return capacityText(bytes);
   }
   const std::int64_t tenths = bytes % kMegabyte * 10 / kMegabyte;
-  return QStringLiteral("%1.%2 MB").arg(bytes / kMegabyte).arg(tenths);
+  return QCoreApplication::translate("fillstation::FileTable", "%1.%2 MB")
+      .arg(bytes / kMegabyte)
+      .arg(tenths);
 }
 
 Url urlOfPath(const QString& path) {

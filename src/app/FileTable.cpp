@@ -150,7 +150,7 @@ QString remarkOn(const TRFile& root, const QString& fileType) {
   if (count == 0) {
     return FileTable::tr("no %1 files").arg(displayText(std::string_view(fileType.toStdString())));
   }
-  return count == 1 ? FileTable::tr("1 file") : FileTable::tr("%1 files").arg(count);
+  return FileTable::tr("%n files", nullptr, static_cast<int>(count));
 }
 
 }  // namespace
@@ -252,8 +252,9 @@ class FileRows : public QAbstractTableModel {
       return {};
     }
     const auto& refused = found->second;
-    QString text = QLatin1Char('\n') +
-                   FileTable::tr("The players can't store %1 of these:").arg(refused.size());
+    QString text =
+        QLatin1Char('\n') + FileTable::tr("The players can't store %n of these:", nullptr,
+                                          static_cast<int>(refused.size()));
     for (std::size_t at = 0; at < std::min(refused.size(), kNamed); ++at) {
       text +=
           QStringLiteral("\n%1: %2")
@@ -332,7 +333,7 @@ void FileTable::showList(std::shared_ptr<TRSongsTVC> songs, std::function<QStrin
   setModel(rows_);
   horizontalHeader()->setSectionResizeMode(kPath, QHeaderView::Stretch);
   horizontalHeader()->setSectionResizeMode(kName, QHeaderView::Stretch);
-  setColumnWidth(kSize, kSizeWidth);
+  setColumnWidth(kSize, std::max(kSizeWidth, horizontalHeader()->sectionSizeHint(kSize)));
 }
 
 void FileTable::reloadData() {

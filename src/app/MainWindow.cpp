@@ -22,6 +22,8 @@ namespace {
 constexpr int kSecondClose = 5000;
 constexpr int kEjectLook = 200;
 
+constexpr int kLeastWidth = 696;  // of what is within the margins
+
 constexpr int kRingWidth = 2;  // as much as the frame reaches beyond the control
 
 // The line around the control that has the focus, in whichever window: styles don't show it
@@ -48,6 +50,8 @@ class FocusRing : public QFocusFrame {
 MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
   ui_->setupUi(this);
   usualTitle_ = windowTitle();
+  // At least; in some languages its texts need more.
+  ui_->mainLayout->addStrut(kLeastWidth);
   connect(qApp, &QApplication::focusChanged, this,
           [ring = QPointer<FocusRing>()](QWidget* /*old*/, QWidget* now) mutable {
             delete ring;
@@ -69,6 +73,7 @@ MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
   });
   ui_->btnBrowse->setFocus();
   ui_->ejectLabel->hide();
+  ui_->pbProgressBar->setLocale(QLocale::c());  // digits as everywhere else in the window
   connect(ui_->pbProgressBar, &QProgressBar::valueChanged, this, &MainWindow::showProgress);
   secondClose_.setSingleShot(true);
   connect(&secondClose_, &QTimer::timeout, this,
@@ -119,9 +124,8 @@ void MainWindow::showProgress() {
   QString text = tr("%1 %").arg(percent);
   if (percent > 0 && percent < 100) {
     const auto spent = platform().clock->now() - begun_;
-    const auto minutes =
-        std::chrono::ceil<std::chrono::minutes>(spent * (100 - percent) / percent).count();
-    text += tr(", about %1 min left").arg(minutes);
+    const auto left = std::chrono::ceil<std::chrono::minutes>(spent * (100 - percent) / percent);
+    text = tr("%1 %, about %n min left", nullptr, static_cast<int>(left.count())).arg(percent);
   }
   setWindowTitle(QString::fromUtf8("%1 – %2").arg(text, usualTitle_));
   platform().workspace->showProgress(percent / 100.0);
@@ -140,20 +144,19 @@ void MainWindow::showEject(const std::vector<std::shared_ptr<TRPlayer>>& players
 
 void MainWindow::showEjected() {
   const auto count = [this](bool released) {
-    return std::count_if(ejected_.begin(), ejected_.end(), [released](const auto& player) {
-      return player->isReleased() == released;
-    });
+    return static_cast<int>(
+        std::count_if(ejected_.begin(), ejected_.end(),
+                      [released](const auto& player) { return player->isReleased() == released; }));
   };
-  const auto all = static_cast<std::ptrdiff_t>(ejected_.size());
-  const auto released = count(true);
+  const int all = static_cast<int>(ejected_.size());
+  const int released = count(true);
   QString text;
   if (released + count(false) < all) {
-    text = all == 1 ? tr("Ejecting 1 player…") : tr("Ejecting %1 players…").arg(all);
+    text = tr("Ejecting %n players…", nullptr, all);
   } else {
     ejectLook_.stop();
-    text = released < all ? tr("%1 of %2 players can be unplugged.").arg(released).arg(all)
-           : all == 1     ? tr("1 player can be unplugged.")
-                          : tr("%1 players can be unplugged.").arg(all);
+    text = released < all ? tr("%1 of %n players can be unplugged.", nullptr, all).arg(released)
+                          : tr("%n players can be unplugged.", nullptr, all);
   }
   ui_->ejectLabel->setText(text);
   ui_->ejectLabel->show();
@@ -168,8 +171,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (running_ >= 0 && !secondClose_.isActive()) {
     event->ignore();
     ui_->pbProgressBar->setFormat(
-        running_ == 1 ? tr("Filling 1 player. Close again to stop.")
-                      : tr("Filling %1 players. Close again to stop.").arg(running_));
+        tr("Filling %n players. Close again to stop.", nullptr, running_));
     secondClose_.start(kSecondClose);
     return;
   }

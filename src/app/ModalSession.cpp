@@ -1,5 +1,6 @@
 #include "ModalSession.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
 #include <QKeyEvent>
@@ -109,6 +110,7 @@ Alert::Alert(QWidget* parent, const QString& message, Icon icon) : QMessageBox(p
   setTextInteractionFlags(Qt::TextSelectableByMouse);
   setText(message);
   setStandardButtons(Ok);
+  button(Ok)->setText(QStringLiteral("OK"));  // in every language, as the message
   if (message.count(QLatin1Char('\n')) >= kLinesWithoutScrolling) {
     makeScroll();
   }

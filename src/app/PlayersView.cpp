@@ -74,6 +74,14 @@ QString wordFor(Step step, int percent) {
   }
 }
 
+int widestWord(const QFontMetrics& metrics) {
+  int width = 0;
+  for (const auto step : {Step::kWaiting, Step::kFormat, Step::kCopy, Step::kCheck, Step::kDone}) {
+    width = std::max(width, metrics.size(Qt::TextSingleLine, wordFor(step, 100)).width());
+  }
+  return width;
+}
+
 }  // namespace
 
 ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
@@ -185,8 +193,7 @@ void PlayerItem::follow(std::shared_ptr<TRFileCopyTask> task) {
   bar_->show();
   // The bars of all rows begin at one place, and a new text moves nothing: ten times a second, that
   // would lay out the whole list again.
-  state_->setFixedSize(fontMetrics().horizontalAdvance(wordFor(Step::kFormat, 0)),
-                       fontMetrics().height());
+  state_->setFixedSize(widestWord(fontMetrics()), fontMetrics().height());
   state_->show();
   showStep();
   colourState();

@@ -195,8 +195,8 @@ void WindowSet::connectFiles() {
   const auto* open = new QShortcut(QKeySequence::Open, window_.get());
   QObject::connect(open, &QShortcut::activated, ui.btnBrowse, &QPushButton::click);
   QObject::connect(menu_, &QMenu::aboutToShow, controller, [=, this, table = ui.lstFiles] {
-    delegate_->fileMenuDeleteSelected()->setText(
-        TRAppDelegate::tr("Remove %1 &Selected").arg(table->selectedRowIndexes().size()));
+    delegate_->fileMenuDeleteSelected()->setText(TRAppDelegate::tr(
+        "Remove %n &Selected", nullptr, static_cast<int>(table->selectedRowIndexes().size())));
     controller->menuNeedsUpdate(menu_);
   });
   const auto on = [controller](QAction* action, void (TRAppDelegate::*command)(QObject*)) {
@@ -230,25 +230,27 @@ void WindowSet::connectRun() {
 }
 
 QString WindowSet::taskText() const {
-  const auto tr = [](const char* text) { return CredentialsPanel::tr(text); };
   const auto players = players_->listed();
-  const auto ticked = std::count_if(players.begin(), players.end(),
-                                    [](const auto& player) { return player->selected().isTrue(); });
+  const int ticked =
+      static_cast<int>(std::count_if(players.begin(), players.end(), [](const auto& player) {
+        return player->selected().isTrue();
+      }));
   if (ticked == 0) {
-    return tr("No player is ticked.");
+    return CredentialsPanel::tr("No player is ticked.");
   }
-  const QString who = ticked == 1 ? tr("1 player") : tr("%1 players").arg(ticked);
   const auto roots = songs_->list();
   if (!roots || roots->empty()) {
-    return tr("The file list is empty: %1 will be erased and left empty.").arg(who);
+    return CredentialsPanel::tr("The file list is empty: %n players will be erased and left empty.",
+                                nullptr, ticked);
   }
   std::size_t files = 0;
   for (const auto& root : *roots) {
     files += fileCount(*root);
   }
-  return tr("%1 will be erased and filled from %2 (%3, %4).")
-      .arg(who, roots->size() == 1 ? tr("1 folder") : tr("%1 folders").arg(roots->size()),
-           files == 1 ? tr("1 file") : tr("%1 files").arg(files),
+  return CredentialsPanel::tr("%n players will be erased and filled from %1 (%2, %3).", nullptr,
+                              ticked)
+      .arg(CredentialsPanel::tr("%n folders", "filled from", static_cast<int>(roots->size())),
+           CredentialsPanel::tr("%n files", nullptr, static_cast<int>(files)),
            fileSizeText(songs_->totalFileSize().value()));
 }
 

@@ -1,4 +1,3 @@
-#include <QAbstractScrollArea>
 #include <QDir>
 #include <QStyle>
 #include <algorithm>
@@ -6,6 +5,8 @@
 #include <ostream>
 
 #include "DarkColours.h"
+#include "Room.h"
+#include "Spoken.h"
 #include "TRFileCopyTask.h"
 #include "WindowTest.h"
 
@@ -20,6 +21,7 @@ struct Look {
   QSize size;  // of the window, before the desktop's scaling
   int players;
   bool longNames;
+  const char* language = "";
 };
 
 constexpr QSize kUsual(1000, 620);
@@ -70,63 +72,13 @@ std::vector<Look> looks() {
       {"Sixty", light, Qt::LeftToRight, kUsual, 60, false},
       {"SixtyLong", light, Qt::LeftToRight, kSmallest, 60, true},
       {"SixtyLongLarge", light, Qt::LeftToRight, kLarge, 60, true},
+      {"Longer", light, Qt::LeftToRight, kUsual, 12, false, "longer"},
+      {"LongerSmallest", light, Qt::LeftToRight, kSmallest, 4, false, "longer"},
+      {"LongerEmpty", light, Qt::LeftToRight, kSmallest, 0, false, "longer"},
+      {"German", light, Qt::LeftToRight, kUsual, 12, false, "de"},
+      {"Japanese", light, Qt::LeftToRight, kUsual, 12, false, "ja"},
+      {"Arabic", light, Qt::RightToLeft, kUsual, 12, false, "ar"},
   };
-}
-
-template <class... Kinds>
-bool isOneOf(const QWidget* widget) {
-  return ((qobject_cast<const Kinds*>(widget) != nullptr) || ...);
-}
-
-bool isControl(const QWidget* widget) {
-  return isOneOf<QAbstractScrollArea, QComboBox, QLabel, QLineEdit, QProgressBar, QPushButton,
-                 BusyIndicator>(widget);
-}
-
-bool isInsideControl(const QWidget* widget, const QWidget* window) {
-  for (const QWidget* at = widget->parentWidget(); at != window; at = at->parentWidget()) {
-    if (isControl(at)) {
-      return true;
-    }
-  }
-  return false;
-}
-
-std::string nameOf(const QWidget* widget) {
-  return (widget->objectName() + QLatin1Char(' ') + widget->metaObject()->className())
-      .toStdString();
-}
-
-// The controls of a window that can be seen, but for those inside a list, a table or a box.
-QList<QWidget*> controlsOf(const QWidget& window) {
-  QList<QWidget*> controls;
-  for (auto* widget : window.findChildren<QWidget*>()) {
-    if (widget->window() == &window && widget->isVisible() && isControl(widget) &&
-        !isInsideControl(widget, &window)) {
-      controls.append(widget);
-    }
-  }
-  return controls;
-}
-
-// Where a control is in its window.
-QRect placeOf(const QWidget& control) {
-  return {control.mapTo(control.window(), QPoint()), control.size()};
-}
-
-// Every control lies within its window, has room for its text, and covers no other one.
-void expectRoomForEverything(const QWidget& window) {
-  const auto controls = controlsOf(window);
-  EXPECT_GE(controls.size(), 2);
-  for (const QWidget* one : controls) {
-    EXPECT_TRUE(window.rect().contains(placeOf(*one))) << nameOf(one);
-    EXPECT_GE(one->width(), one->minimumSizeHint().width()) << nameOf(one);
-    EXPECT_GE(one->height(), one->minimumSizeHint().height()) << nameOf(one);
-    for (const QWidget* other : controls) {
-      EXPECT_TRUE(one == other || !placeOf(*one).intersects(placeOf(*other)))
-          << nameOf(one) << " and " << nameOf(other);
-    }
-  }
 }
 
 constexpr int kLongest = 200;
@@ -155,9 +107,9 @@ QImage inFewColours(const QImage& picture) {
 
 // The window in each of its states, as each desktop wants it. With FILLSTATION_PICTURES set to a
 // folder it is also drawn there.
-class LooksTest : public WindowTest, public ::testing::WithParamInterface<Look> {
+class LooksTest : public ::testing::WithParamInterface<Look>, private Spoken, public WindowTest {
  protected:
-  LooksTest() {
+  LooksTest() : Spoken(QString::fromLatin1(GetParam().language)) {
     useColours(GetParam().colours);
     QGuiApplication::setLayoutDirection(GetParam().direction);
     launch();
@@ -261,6 +213,7 @@ TEST_P(LooksTest, APlayerIsAsWideAsItsListAndItsTextsFitIn) {
     EXPECT_TRUE(item->rect().contains(facts->geometry()));
     const QFontMetrics metrics = facts->fontMetrics();
     EXPECT_LE(metrics.horizontalAdvance(facts->shownText()), facts->textRect().width());
+    EXPECT_TRUE(GetParam().longNames || facts->shownText() == facts->text());
     EXPECT_LE(metrics.horizontalAdvance(item->tick()->shownText()),
               item->tick()->width() - item->tick()->textIndent());
   }
@@ -306,6 +259,8 @@ TEST_P(LooksTest, Running) {
   ui().pbProgressBar->setValue(42);
   settle();
   look(windows->window(), "running");
+  windows->window().close();
+  look(windows->window(), "closing");
 }
 
 TEST_P(LooksTest, AfterARun) {
@@ -321,6 +276,11 @@ TEST_P(LooksTest, AfterARun) {
   controller().onCopyResult(run);
   settle();
   look(windows->window(), "afterARun");
+  ui().ejectLabel->setText(
+      MainWindow::tr("%1 of %n players can be unplugged.", nullptr, 12).arg(11));
+  ui().ejectLabel->show();
+  settle();
+  look(windows->window(), "ejected");
 }
 
 TEST_P(LooksTest, Summary) {

@@ -4,6 +4,7 @@
 #include <QFont>
 #include <cstdlib>
 
+#include "Languages.h"
 #include "OpenPanel.h"
 #include "TempFolder.h"
 #include "WindowStyle.h"
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
   QFont font = QApplication::font();
   font.setFamilies({QStringLiteral("DejaVu Sans")});
   QApplication::setFont(font);
+  fillstation::speak({});
   QApplication::setStyle(new fillstation::WindowStyle);
   QApplication::setQuitOnLastWindowClosed(false);
   ::testing::InitGoogleTest(&argc, argv);
