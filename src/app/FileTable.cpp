@@ -1,7 +1,5 @@
 #include "FileTable.h"
 
-#include <QAbstractTableModel>
-#include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QDropEvent>
@@ -14,15 +12,10 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <functional>
-#include <map>
 #include <utility>
 
 #include "DisplayText.h"
-#include "FatCheck.h"
-#include "Platform.h"
+#include "FileRows.h"
 #include "WindowStyle.h"
 
 namespace fillstation {
@@ -31,24 +24,6 @@ namespace {
 constexpr int kRowSpacing = 8;
 constexpr int kSizeWidth = 92;
 constexpr int kCellPadding = 4;
-
-enum Column { kName, kSize, kPath };
-
-struct ColumnText {
-  const char* identifier;
-  const char* title;
-};
-
-constexpr std::array kColumns{
-    ColumnText{"name", QT_TRANSLATE_NOOP("fillstation::FileTable", "Name")},
-    ColumnText{"size", QT_TRANSLATE_NOOP("fillstation::FileTable", "Size")},
-    ColumnText{"path", QT_TRANSLATE_NOOP("fillstation::FileTable", "Path")},
-};
-
-QVariant alignmentOf(int column) {
-  return QVariant::fromValue<Qt::Alignment>((column == kSize ? Qt::AlignRight : Qt::AlignLeft) |
-                                            Qt::AlignVCenter);
-}
 
 // Space at both sides of headers and cells, so that a right-aligned column does not touch the next.
 class RoomyStyle : public WindowStyle {
@@ -62,11 +37,6 @@ class RoomyStyle : public WindowStyle {
   }
 };
 
-// Names of a tool tip.
-constexpr std::size_t kNamed = 5;
-// What a root contains, shown after its name.
-constexpr int kRemarkRole = Qt::UserRole;
-
 // Shows names and paths in a mirrored window as they are written, and the remark of a name dimmed
 // at the other end of its cell.
 class Cells : public QStyledItemDelegate {
@@ -77,7 +47,7 @@ class Cells : public QStyledItemDelegate {
   }
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
              const QModelIndex& index) const override {
-    const QString remark = index.data(kRemarkRole).toString();
+    const QString remark = index.data(FileRows::kRemarkRole).toString();
     if (remark.isEmpty()) {
       QStyledItemDelegate::paint(painter, option, index);
       return;
@@ -128,174 +98,7 @@ std::vector<Url> localUrls(const QMimeData& dragged) {
   return urls;
 }
 
-QString wordFor(FatReason reason) {
-  switch (reason) {
-    case FatReason::kName:
-      return FileTable::tr("the name");
-    case FatReason::kTooLarge:
-      return FileTable::tr("4 GiB or more");
-    case FatReason::kSamePlace:
-      return FileTable::tr("the name exists already");
-    default:
-      return FileTable::tr("its folder is full");
-  }
-}
-
-// How many files a folder brings.
-QString remarkOn(const TRFile& root, const QString& fileType) {
-  if (!root.isDir()) {
-    return {};
-  }
-  const std::size_t count = fileCount(root);
-  if (count == 0) {
-    return FileTable::tr("no %1 files").arg(displayText(std::string_view(fileType.toStdString())));
-  }
-  return FileTable::tr("%n files", nullptr, static_cast<int>(count));
-}
-
 }  // namespace
-
-// The file list as rows and columns: name, size, path. Texts are plain and of one line.
-class FileRows : public QAbstractTableModel {
- public:
-  FileRows(std::shared_ptr<TRSongsTVC> songs, std::function<QString()> fileType, QObject* parent)
-      : QAbstractTableModel(parent), songs_(std::move(songs)), fileType_(std::move(fileType)) {}
-  ~FileRows() override { *isOutdated_ = true; }
-
-  int rowCount(const QModelIndex& parent = QModelIndex()) const override {
-    return parent.isValid() ? 0 : static_cast<int>(songs_->numberOfRowsInTableView(nullptr));
-  }
-  int columnCount(const QModelIndex& parent) const override {
-    return parent.isValid() ? 0 : static_cast<int>(kColumns.size());
-  }
-  QVariant data(const QModelIndex& index, int role) const override {
-    if (index.row() >= rowCount()) {
-      return {};  // the list was changed behind the table's back and not reloaded yet
-    }
-    switch (role) {
-      case Qt::DisplayRole:
-        return cellText(index);
-      case Qt::ToolTipRole:
-        return toolTipText(tip(index));
-      case Qt::TextAlignmentRole:
-        return alignmentOf(index.column());
-      case kRemarkRole:
-        return remark(index);
-      case Qt::AccessibleDescriptionRole:
-        return index.column() == kName ? remark(index) + warning(index.row()) : QString();
-      case Qt::DecorationRole:
-        return index.column() == kName && refused_.contains(static_cast<std::size_t>(index.row()))
-                   ? QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning)
-                   : QVariant();
-      default:
-        return {};
-    }
-  }
-  QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
-    if (orientation != Qt::Horizontal) {
-      return {};
-    }
-    switch (role) {
-      case Qt::DisplayRole:
-        return FileTable::tr(kColumns.at(static_cast<std::size_t>(section)).title);
-      case Qt::TextAlignmentRole:
-        return alignmentOf(section);
-      case Qt::SizeHintRole:
-        return titleSize(section);
-      default:
-        return {};
-    }
-  }
-
-  // To be called when the list has changed.
-  void reload() {
-    beginResetModel();
-    std::map<std::shared_ptr<TRFile>, QString> remarks;
-    for (const auto& root : *songs_->list()) {
-      const auto known = remarks_.find(root);
-      remarks[root] = known != remarks_.end() ? known->second : remarkOn(*root, fileType_());
-    }
-    remarks_ = std::move(remarks);
-    refused_.clear();
-    endResetModel();
-    checkForFat();
-  }
-
- private:
-  QString cellText(const QModelIndex& index) const {
-    const char* identifier = kColumns.at(static_cast<std::size_t>(index.column())).identifier;
-    const TRFile::Value value = songs_->tableView(nullptr, identifier, index.row());
-    if (const auto* number = std::get_if<Number>(&value)) {
-      return fileSizeText(number->value());
-    }
-    const auto* text = std::get_if<std::string>(&value);
-    return text != nullptr ? displayText(std::string_view(*text)) : QString();
-  }
-  // A tool tip warns that a file root can't be copied.
-  QString tip(const QModelIndex& index) const {
-    const TRFile& root = *songs_->list()->at(static_cast<std::size_t>(index.row()));
-    QString text = cellText(index);
-    if (!root.isDir()) {
-      text += QLatin1Char('\n') +
-              FileTable::tr("A single file always fails to copy: add its folder instead.");
-    }
-    return text + warning(index.row());
-  }
-  QString remark(const QModelIndex& index) const {
-    const auto found = remarks_.find(songs_->list()->at(static_cast<std::size_t>(index.row())));
-    return index.column() == kName && found != remarks_.end() ? found->second : QString();
-  }
-  // The first names that the players can't store, on lines of their own; empty for none.
-  QString warning(int row) const {
-    const auto found = refused_.find(static_cast<std::size_t>(row));
-    if (found == refused_.end()) {
-      return {};
-    }
-    const auto& refused = found->second;
-    QString text =
-        QLatin1Char('\n') + FileTable::tr("The players can't store %n of these:", nullptr,
-                                          static_cast<int>(refused.size()));
-    for (std::size_t at = 0; at < std::min(refused.size(), kNamed); ++at) {
-      text +=
-          QStringLiteral("\n%1: %2")
-              .arg(displayText(std::string_view(refused[at].path)), wordFor(refused[at].reason));
-    }
-    return refused.size() > kNamed ? text + QStringLiteral("\n…") : text;
-  }
-
-  // Finds the names that FAT will refuse, on a worker.
-  void checkForFat() {
-    *isOutdated_ = true;
-    isOutdated_ = std::make_shared<std::atomic<bool>>(false);
-    if (rowCount() == 0) {
-      return;
-    }
-    platform().workers->spawn([this, roots = *songs_->list(), outdated = isOutdated_] {
-      const auto refused =
-          refusedByFat(roots, [&] { return outdated->load() || platform().workers->stopping(); });
-      // No code waits for the worker, and the table may have gone by then.
-      platform().mainThread->post([=, this] {
-        if (!*outdated) {
-          showRefused(refused);
-        }
-      });
-    });
-  }
-  void showRefused(const std::vector<FatRefusal>& refused) {
-    refused_.clear();
-    for (const auto& each : refused) {
-      refused_[each.root].push_back(each);
-    }
-    emit dataChanged(index(0, kName), index(rowCount() - 1, kName));
-  }
-
-  std::shared_ptr<TRSongsTVC> songs_;
-  std::function<QString()> fileType_;
-  // Made when a root is added: its files are counted once.
-  std::map<std::shared_ptr<TRFile>, QString> remarks_;
-  std::map<std::size_t, std::vector<FatRefusal>> refused_;  // by row
-  std::shared_ptr<std::atomic<bool>> isOutdated_ = std::make_shared<std::atomic<bool>>(false);
-};
 
 FileTable::FileTable(QWidget* parent)
     : QTableView(parent),
@@ -331,9 +134,10 @@ void FileTable::showList(std::shared_ptr<TRSongsTVC> songs, std::function<QStrin
   songs_ = std::move(songs);
   rows_ = new FileRows(songs_, std::move(fileType), this);
   setModel(rows_);
-  horizontalHeader()->setSectionResizeMode(kPath, QHeaderView::Stretch);
-  horizontalHeader()->setSectionResizeMode(kName, QHeaderView::Stretch);
-  setColumnWidth(kSize, std::max(kSizeWidth, horizontalHeader()->sectionSizeHint(kSize)));
+  horizontalHeader()->setSectionResizeMode(FileRows::kPath, QHeaderView::Stretch);
+  horizontalHeader()->setSectionResizeMode(FileRows::kName, QHeaderView::Stretch);
+  setColumnWidth(FileRows::kSize,
+                 std::max(kSizeWidth, horizontalHeader()->sectionSizeHint(FileRows::kSize)));
 }
 
 void FileTable::reloadData() {
