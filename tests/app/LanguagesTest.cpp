@@ -56,7 +56,7 @@ class EveryLanguageTest : public ::testing::WithParamInterface<std::string>,
   EveryLanguageTest() : Spoken(QString::fromStdString(GetParam())) {}
 
   // What Alt presses or reaches in a window.
-  static void expectEachMnemonicOnce(const QWidget& window) {
+  static QStringList textsWithMnemonics(const QWidget& window) {
     QStringList texts;
     for (const auto* button : window.findChildren<QPushButton*>()) {
       texts << button->text();
@@ -64,19 +64,39 @@ class EveryLanguageTest : public ::testing::WithParamInterface<std::string>,
     for (const auto* label : window.findChildren<QLabel*>()) {
       texts << (label->buddy() != nullptr ? label->text() : QString());
     }
+    return texts;
+  }
+
+  static void expectEachMnemonicOnce(const QWidget& window) {
     std::set<QString> letters;
-    for (const QString& text : texts) {
+    for (const QString& text : textsWithMnemonics(window)) {
       const auto mark = text.indexOf(QLatin1Char('&'));
       EXPECT_TRUE(mark < 0 || letters.insert(text.mid(mark + 1, 1).toUpper()).second)
           << text.toStdString();
     }
     EXPECT_GE(letters.size(), 4U);
   }
+
+  static bool areJoined(const QString& text, qsizetype first, qsizetype second) {
+    const auto kind = [&text](qsizetype at) { return text.at(at).joiningType(); };
+    return first >= 0 && second < text.size() && kind(first) == QChar::Joining_Dual &&
+           (kind(second) == QChar::Joining_Dual || kind(second) == QChar::Joining_Right);
+  }
+
+  // Qt draws the letter with the line apart from the others, and measures them as one.
+  static void expectNoWordTornApart(const QWidget& window) {
+    for (const QString& text : textsWithMnemonics(window)) {
+      const auto mark = text.indexOf(QLatin1Char('&'));
+      EXPECT_FALSE(mark >= 0 &&
+                   (areJoined(text, mark - 1, mark + 1) || areJoined(text, mark + 1, mark + 2)))
+          << text.toStdString();
+    }
+  }
 };
 
 TEST_P(EveryLanguageTest, TheAlertsAndFiguresAreTheSame) {
   launch();
-  const auto player = addPlayer("/dev/sdb", 7948206080, true);
+  const auto player = addPlayer("sdb", 7948206080, true);
   controller().updateFilesSize();
   EXPECT_EQ(ui().lblMaxCapSize->text(), QStringLiteral("7580 MB"));
   EXPECT_EQ(ui().lblFreeDiskSpaceLeft->text(), QStringLiteral("7580 MB"));
@@ -101,7 +121,7 @@ TEST_P(EveryLanguageTest, NothingIsCutInTheSmallestWindow) {
   launch();
   windows->window().resize(windows->window().minimumSize());
   expectRoomForEverything(windows->window());
-  addPlayer("/dev/sdb", 7948206080, true);
+  addPlayer("sdb", 7948206080, true);
   addRoot("/m/Book", std::int64_t{9} << 30, true, 24);
   controller().updateFilesSize();
   EXPECT_EQ(ui().lblFreeDiskSpaceLeft->text().size(), 20 + 3);
@@ -122,6 +142,11 @@ TEST_P(EveryLanguageTest, NothingIsCutInTheSmallestWindow) {
 TEST_P(EveryLanguageTest, NoTwoControlsOfAWindowHaveTheSameMnemonic) {
   expectEachMnemonicOnce(*ui().centralWidget);
   expectEachMnemonicOnce(windows->panel());
+}
+
+TEST_P(EveryLanguageTest, NoMnemonicTearsAWordApart) {
+  expectNoWordTornApart(*ui().centralWidget);
+  expectNoWordTornApart(windows->panel());
 }
 
 TEST_P(EveryLanguageTest, OnlyArabicIsMirrored) {

@@ -13,11 +13,11 @@
     </message>
     <message>
         <source>&amp;User name:</source>
-        <translation>ا&amp;سم المستخدم:</translation>
+        <translation>اسم المستخد&amp;م:</translation>
     </message>
     <message>
         <source>&amp;Password:</source>
-        <translation>&amp;كلمة المرور:</translation>
+        <translation>كلمة المرو&amp;ر:</translation>
     </message>
     <message>
         <source>Caps Lock is on.</source>
@@ -25,11 +25,11 @@
     </message>
     <message>
         <source>&amp;OK</source>
-        <translation>&amp;موافق</translation>
+        <translation>مو&amp;افق</translation>
     </message>
     <message>
         <source>&amp;Cancel</source>
-        <translation>إ&amp;لغاء</translation>
+        <translation>إلغا&amp;ء</translation>
     </message>
 </context>
 <context>
@@ -44,7 +44,7 @@
     </message>
     <message>
         <source>&amp;All</source>
-        <translation>ال&amp;كل</translation>
+        <translation>&amp;الكل</translation>
     </message>
     <message>
         <source>Untick all players</source>
@@ -52,7 +52,7 @@
     </message>
     <message>
         <source>&amp;None</source>
-        <translation>&amp;لا شيء</translation>
+        <translation>لا شي&amp;ء</translation>
     </message>
     <message>
         <source>Eject the ticked players</source>
@@ -60,7 +60,7 @@
     </message>
     <message>
         <source>&amp;Eject</source>
-        <translation>إ&amp;خراج</translation>
+        <translation>إخرا&amp;ج</translation>
     </message>
     <message>
         <source>Files</source>
@@ -68,7 +68,7 @@
     </message>
     <message>
         <source>File &amp;type:</source>
-        <translation>&amp;نوع الملف:</translation>
+        <translation>نو&amp;ع الملف:</translation>
     </message>
     <message>
         <source>The extension of the files to add, without the dot</source>
@@ -80,7 +80,7 @@
     </message>
     <message>
         <source>&amp;Browse…</source>
-        <translation>ا&amp;ستعراض…</translation>
+        <translation>استعرا&amp;ض…</translation>
     </message>
     <message>
         <source>Capacity:</source>
@@ -120,7 +120,7 @@
     </message>
     <message>
         <source>&amp;Start</source>
-        <translation>ا&amp;بدأ</translation>
+        <translation>ابد&amp;أ</translation>
     </message>
 </context>
 <context>
@@ -285,7 +285,7 @@ or choose Browse</source>
     </message>
     <message>
         <source>Last run: %p %</source>
-        <translation>التشغيل الأخير: %p%</translation>
+        <translation>التشغيل الأخير: ‎%p%</translation>
     </message>
     <message>
         <source>%1 %</source>
@@ -414,7 +414,7 @@ or choose Browse</source>
     </message>
     <message>
         <source>Tick the &amp;Failed</source>
-        <translation>تحديد ال&amp;فاشلة</translation>
+        <translation>تحديد المشغّلا&amp;ت الفاشلة</translation>
     </message>
     <message>
         <source>Plug in a player</source>
@@ -437,21 +437,21 @@ or choose Browse</source>
     </message>
     <message>
         <source>Remove &amp;Selected</source>
-        <translation>إزالة الم&amp;حدّد</translation>
+        <translation>&amp;إزالة المحدّد</translation>
     </message>
     <message>
         <source>Remove &amp;All</source>
-        <translation>إزالة ال&amp;كل</translation>
+        <translation>إزالة &amp;الكل</translation>
     </message>
     <message numerus="yes">
         <source>Remove %n &amp;Selected</source>
         <translation>
-            <numerusform>إزالة %n من الصفوف الم&amp;حدّدة</numerusform>
-            <numerusform>إزالة الصف الم&amp;حدّد</numerusform>
-            <numerusform>إزالة الصفين الم&amp;حدّدين</numerusform>
-            <numerusform>إزالة %n صفوف م&amp;حدّدة</numerusform>
-            <numerusform>إزالة %n صفًا م&amp;حدّدًا</numerusform>
-            <numerusform>إزالة %n من الصفوف الم&amp;حدّدة</numerusform>
+            <numerusform>&amp;إزالة %n من الصفوف المحدّدة</numerusform>
+            <numerusform>&amp;إزالة الصف المحدّد</numerusform>
+            <numerusform>&amp;إزالة الصفين المحدّدين</numerusform>
+            <numerusform>&amp;إزالة %n صفوف محدّدة</numerusform>
+            <numerusform>&amp;إزالة %n صفًا محدّدًا</numerusform>
+            <numerusform>&amp;إزالة %n من الصفوف المحدّدة</numerusform>
         </translation>
     </message>
 </context>
