@@ -30,6 +30,7 @@ std::shared_ptr<TRPlayer> playerOf(const UsbDeviceInfo& record) {
 
 std::shared_ptr<FileTable> fileView;
 long clickedRow = -1;
+const char kHomePage[] = FILLSTATION_HOME_PAGE;
 
 void updateUsbInfoCallBack(void* receiver, UsbDeviceInfo* record) {
   static_cast<TRAppDelegate*>(receiver)->updateUsbInfo(record);
@@ -66,7 +67,7 @@ void TRAppDelegate::updateUsbInfo(UsbDeviceInfo* record) {
 }
 
 void TRAppDelegate::takeMedia() {
-  // From Start to the summary the players are those that were ticked then, media included.
+  // From Start to the summary the players keep the media that they had at Start.
   const QWidget* const start = btnStart();
   if (start == nullptr || !start->isEnabled()) {
     return;
@@ -123,8 +124,8 @@ void TRAppDelegate::updateFilesSize() {
     if (!player->selected().isTrue()) {
       continue;
     }
-    // The boxes are ordered by identity, on purpose: which of several players is kept has never
-    // meant the smallest one.
+    // The boxes are ordered by identity, on purpose: the result is one of several players, not the
+    // smallest one.
     if (minPlayerSize().ordersAbove(size) || minPlayerSize().value() == -1) {
       setMinPlayerSize(size);
     }
@@ -218,7 +219,7 @@ void TRAppDelegate::tirellLinkClicked(QObject* /*sender*/) {
 void TRAppDelegate::btnStartClick(QObject* /*sender*/) {
   focusBefore_ = window()->focusWidget();
   enableView(false);
-  // A control that goes off hands its focus on, at last to the link: no key may open it by chance.
+  // A disabled control passes its focus on, in the end to the link: no key may open it by accident.
   pbProgressBar()->setFocusPolicy(Qt::TabFocus);
   pbProgressBar()->setFocus();
   wndPasswordDialog()->show();

@@ -36,10 +36,10 @@ namespace fillstation {
 extern std::shared_ptr<FileTable> fileView;
 extern long clickedRow;
 
-// The project's home page, which the link button opens.
-inline constexpr char kHomePage[] = "https://fillstation.example/";
+// The web address that the link button opens; the build sets it.
+extern const char kHomePage[];
 
-// What a property of the controller holds: null when it was held weakly and has gone.
+// The value of a controller's property: null if it was held weakly and no longer exists.
 template <class Value>
 std::shared_ptr<Value> heldBy(const std::weak_ptr<Value>& stored) {
   return stored.lock();
@@ -63,9 +63,9 @@ Value heldBy(const Value& stored) {
   Atomic<Stored> name##_;
 
 // The controller of the main window: turns device records into players, carries out the operator's
-// commands, keeps the capacity labels and drives a run. Main thread, but every property may be read
-// and set on any thread. Always held by std::shared_ptr (a run in progress holds it); owns none of
-// the window's objects, which live at least as long as the operator can click on them.
+// commands, keeps the capacity labels up to date and drives a run. Main thread, but any thread may
+// read and set the properties. Always held by std::shared_ptr (a run in progress holds it). Owns
+// none of the window's objects, which live as long as the operator can click on them.
 class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppDelegate> {
   Q_OBJECT
 
@@ -77,8 +77,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   // Adds or removes the player of the record, which is only read during the call.
   void updateUsbInfo(UsbDeviceInfo* record);
 
-  // Gives every listed player whose medium has changed the new one's size. Does nothing from Start
-  // until the controls are back, and is called again then.
+  // Gives each listed player whose medium has changed the size of the new medium. Does nothing
+  // between Start and the summary, after which it is called again.
   void takeMedia();
 
   // Commands on the player list. The sender is ignored, here and below.
@@ -93,12 +93,12 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   void menuFileDeleteCurrent(QObject* sender);
   void menuFileDeleteSelection(QObject* sender);
   void menuFileDeleteAll(QObject* sender);
-  // Adds what was chosen, or dropped on the file table.
+  // Adds chosen or dropped files and folders.
   void addRoots(const std::vector<Url>& urls);
   // Removes the selected rows; for the keyboard.
   void removeSelectedRows();
 
-  // Finds the capacity anew and writes both capacity labels.
+  // Computes the capacity and writes both capacity labels.
   void updateFilesSize();
 
   // The run: Start asks for credentials, OK starts, the collection reports.
@@ -110,7 +110,8 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
 
   // Switches the working controls; everything else stays usable during a run.
   void enableView(bool enabled);
-  // Switches what lies inside the view, children before their parent, not the view itself.
+  // Enables or disables all controls inside the view, children before their parents, but not the
+  // view itself.
   void drillSubViews(QWidget* view, bool enabled);
 
   // Opens the home page in the default browser.
@@ -121,9 +122,9 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
  signals:
   void runBegan(const fillstation::TRFileCopyTaskList& tasks);
   void runEnded(const QString& summary, bool isBad);
-  // The players were asked to be ejected.
+  // The players are being ejected.
   void ejected(const std::vector<std::shared_ptr<fillstation::TRPlayer>>& players);
-  // What is ticked and what is listed may have changed.
+  // The list or its ticks may have changed.
   void setChanged();
 
  public:
@@ -144,7 +145,7 @@ class TRAppDelegate : public QObject, public std::enable_shared_from_this<TRAppD
   FILLSTATION_PROPERTY(QMainWindow*, window, Window)
   // Its text is the file type, a bare extension.
   FILLSTATION_PROPERTY(QPointer<QComboBox>, cmbFileType, CmbFileType)
-  // The size of the ticked player that updateFilesSize() kept, the very box; -1 without a
+  // The size of the ticked player that updateFilesSize() found, as the same box; -1 without a
   // ticked player, 0 without any.
   FILLSTATION_PROPERTY(Number, minPlayerSize, MinPlayerSize)
   FILLSTATION_PROPERTY(QPointer<QLabel>, lblFreeDiskSpaceLeft, LblFreeDiskSpaceLeft)

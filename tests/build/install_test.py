@@ -1,5 +1,5 @@
-"""What is installed, that the links of its pages lead somewhere, and that the program finds its agent
-there: install_test.py BUILD"""
+"""The right files are installed, the links of their pages work, and the program finds its agent:
+install_test.py BUILD"""
 
 import os
 import re
@@ -40,6 +40,9 @@ with tempfile.TemporaryDirectory() as scratch:
                    stdout=subprocess.DEVNULL)
     files = {str(file.relative_to(prefix)) for file in prefix.rglob("*") if file.is_file()}
     assert files == EXPECTED, files
+    version = re.search(r"CMAKE_PROJECT_VERSION:STATIC=(.+)", Path(sys.argv[1], "CMakeCache.txt").read_text())
+    for page in (prefix / "share/man/man1").iterdir():
+        assert f'"Fillstation {version[1]}"' in page.read_text(), page
     for page in (prefix / "share/doc/fillstation").glob("*.html"):
         for path, anchor in re.findall(r'(?:href|src)="([^"#]*)#?([^"]*)"', page.read_text()):
             linked = page.parent / path if path else page

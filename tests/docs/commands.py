@@ -1,4 +1,4 @@
-"""The commands that the documents tell people to type, and how each of them is tried."""
+"""The commands in the documents, and the test of each."""
 
 import collections
 import re
@@ -10,12 +10,12 @@ DOCUMENTS = ("README.md", "docs/handbook.md", "docs/troubleshooting.md", "data/f
 
 # In .ci/run, by this command, which has to be one of its steps.
 InCI = collections.namedtuple("InCI", "step")
-# Here, with pictures drawn off screen: started, ended when it says this, with the exit status 0.
+# Here, drawn off screen: started, and ended when it has printed this, with the exit status 0.
 Started = collections.namedtuple("Started", "says")
-# In the box, where the package is installed and a run has failed: it has to write this. A command
-# that only ends when it is told to is ended.
+# In the box, where the package is installed and a run has failed: it must print this. A command that
+# doesn't end by itself is ended.
 InBox = collections.namedtuple("InBox", "says ends", defaults=(True,))
-# A step of the scenario "the_package" in the box, which has to hold the command itself.
+# A step of the scenario "the_package" in the box, which must contain the command itself.
 InScenario = collections.namedtuple("InScenario", "")
 
 HOW = {
@@ -23,6 +23,7 @@ HOW = {
     "./demo --window": Started("Act 1"),
     "./demo --window --by-hand": Started("The window is yours."),
     "./package": InCI("./package --check"),
+    "./package --source": InCI("./package --source"),
     "./run": Started("end event"),
     "./test": InCI("./test --werror"),
     "tests/vm/run": InCI("tests/vm/run --short"),
@@ -39,7 +40,7 @@ HOW = {
     "journalctl -b -t fillstation": InBox("dd operation failed."),
     'journalctl -b -t fillstation -o cat -g "failed|missing|can\'t be reached|isn\'t running"':
         InBox("dd operation failed."),
-    "journalctl -f -t fillstation": InBox("fillstation[", ends=False),  # whatever came last
+    "journalctl -f -t fillstation": InBox("fillstation[", ends=False),  # the last message
     "sudo journalctl -b -t fillstation": InBox("dd operation failed."),
     "journalctl -F FILLSTATION_MISSED": InBox(""),
     "journalctl -b -t pkexec -t polkitd -t polkit-agent-helper-1": InBox("authentication failure"),
@@ -54,7 +55,7 @@ HOW = {
     "df -h /media/*/*": InBox("/media/player/"),
 }
 
-# The first words by which a command is known where it stands within a sentence.
+# The first words that identify a command inside a sentence.
 PROGRAMS = {command.split()[0] for command in HOW if command.split()[1:]} | {
     "apt", "apt-get", "dpkg", "umount", "mount", "dmesg", "udisksctl", "udevadm", "lsusb"}
 
@@ -75,7 +76,7 @@ def _in_manual(text):
 
 
 def commands_in(name, text):
-    """The commands of one document, without the remarks behind them."""
+    """The commands of one document, without trailing comments."""
     found = _in_markdown(text) if name.endswith(".md") else _in_manual(text)
     plain = (re.sub(r"\s+#\s.*", "", line).strip() for line in found)
     return [command for command in plain if command]
@@ -87,5 +88,5 @@ def all_commands():
 
 
 def commands_for_the_box():
-    """Each command that is tried in the box, with how."""
+    """The commands that are tested in the box, with their tests."""
     return [(command, how) for command, how in HOW.items() if isinstance(how, InBox)]
