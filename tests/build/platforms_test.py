@@ -19,11 +19,11 @@ class Sources(Script):
         here = platform.freedesktop_os_release()["VERSION_CODENAME"]
         self.source = self.scratch / "own.sources"
         self.source.write_text(f"URIs: http://mirror\nSuites: {here} {here}-updates\n")
-        self.stand_in("apt-get", f"""
+        self.fake("apt-get", f"""
             echo "Debian|{here}|{here}|{self.source}:1"
             echo "Debian|{here}-updates|{here}-updates|{self.source}:1"
             echo "|{here}|{here}|/other.list:1" """)
-        self.stand_in("apt-config", """
+        self.fake("apt-config", """
             echo 'Acquire::http::Proxy "http://proxy";'
             echo 'Acquire::https "";'
             echo 'APT::Colour "red";' """)
@@ -48,7 +48,7 @@ class Sources(Script):
                          "URIs: http://mirror\nSuites: other other-updates\n")
 
     def test_without_a_source_there_is_no_release(self):
-        self.stand_in("apt-get", "true")
+        self.fake("apt-get", "true")
         self.assertEqual(self.arguments("other"), (1, []))
 
 
@@ -62,7 +62,7 @@ class Platforms(Script):
         for script in ("scripts/setup.sh", "tests/platforms"):
             shutil.copy(PROJECT / script, self.root / script)
         (self.root / "scripts/packages.txt").write_text("")
-        self.stand_in("id", "echo 0")
+        self.fake("id", "echo 0")
         (self.root / "scripts/roots.sh").write_text("""
             ROOT_USER=newcomer
             make_root() { [[ "$1" != gone ]]; }
