@@ -80,7 +80,7 @@
     </message>
     <message>
         <source>&amp;Browse…</source>
-        <translation>&amp;Durchsuchen…</translation>
+        <translation>&amp;Durchsuchen&#xa0;…</translation>
     </message>
     <message>
         <source>Capacity:</source>
@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>Die Größe eines der ausgewählten Player</translation>
+        <translation>Die Kapazität eines der ausgewählten Player</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -217,7 +217,7 @@
     </message>
     <message>
         <source>A single file always fails to copy: add its folder instead.</source>
-        <translation>Eine einzelne Datei lässt sich nie kopieren: Fügen Sie stattdessen ihren Ordner hinzu.</translation>
+        <translation>Das Kopieren einer einzelnen Datei schlägt immer fehl: Fügen Sie stattdessen ihren Ordner hinzu.</translation>
     </message>
     <message numerus="yes">
         <source>The players can&apos;t store %n of these:</source>
@@ -253,28 +253,28 @@ oder wählen Sie „Durchsuchen“</translation>
     </message>
     <message>
         <source>%p%</source>
-        <translation>%p %</translation>
+        <translation>%p&#xa0;%</translation>
     </message>
     <message>
         <source>Last run: %p %</source>
-        <translation>Letzter Durchlauf: %p %</translation>
+        <translation>Letzter Durchlauf: %p&#xa0;%</translation>
     </message>
     <message>
         <source>%1 %</source>
-        <translation>%1 %</translation>
+        <translation>%1&#xa0;%</translation>
     </message>
     <message numerus="yes">
         <source>%1 %, about %n min left</source>
         <translation>
-            <numerusform>%1 %, noch etwa %n min</numerusform>
-            <numerusform>%1 %, noch etwa %n min</numerusform>
+            <numerusform>%1&#xa0;%, noch etwa %n&#xa0;min</numerusform>
+            <numerusform>%1&#xa0;%, noch etwa %n&#xa0;min</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>Ejecting %n players…</source>
         <translation>
-            <numerusform>%n Player wird ausgeworfen…</numerusform>
-            <numerusform>%n Player werden ausgeworfen…</numerusform>
+            <numerusform>%n Player wird ausgeworfen&#xa0;…</numerusform>
+            <numerusform>%n Player werden ausgeworfen&#xa0;…</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -326,7 +326,7 @@ oder wählen Sie „Durchsuchen“</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(leer)</translation>
+        <translation>(unformatiert)</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -342,7 +342,7 @@ oder wählen Sie „Durchsuchen“</translation>
     </message>
     <message>
         <source>%1 %</source>
-        <translation>%1 %</translation>
+        <translation>%1&#xa0;%</translation>
     </message>
     <message>
         <source>checking</source>
@@ -398,8 +398,8 @@ oder wählen Sie „Durchsuchen“</translation>
     <message numerus="yes">
         <source>Remove %n &amp;Selected</source>
         <translation>
-            <numerusform>%n a&amp;usgewählte entfernen</numerusform>
-            <numerusform>%n a&amp;usgewählte entfernen</numerusform>
+            <numerusform>%n a&amp;usgewählte Zeile entfernen</numerusform>
+            <numerusform>%n a&amp;usgewählte Zeilen entfernen</numerusform>
         </translation>
     </message>
 </context>
