@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>La taille d’un des lecteurs cochés</translation>
+        <translation>La capacité d’un des lecteurs cochés</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -297,7 +297,7 @@ ou choisissez «&#xa0;Parcourir&#xa0;»</translation>
     </message>
     <message>
         <source>Players (%1 of %2 ticked)</source>
-        <translation>Lecteurs (%1 sur %2 cochés)</translation>
+        <translation>Lecteurs (cochés&#xa0;: %1 sur %2)</translation>
     </message>
     <message numerus="yes">
         <source>Filling %n players. Close again to stop.</source>
@@ -326,7 +326,7 @@ ou choisissez «&#xa0;Parcourir&#xa0;»</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(vierge)</translation>
+        <translation>(non formaté)</translation>
     </message>
     <message>
         <source>Slot %1</source>
