@@ -72,7 +72,7 @@
     </message>
     <message>
         <source>The extension of the files to add, without the dot</source>
-        <translation>La extensión de los archivos que se añaden, sin el punto</translation>
+        <translation>La extensión de los archivos que se van a añadir, sin el punto</translation>
     </message>
     <message>
         <source>Add a folder or a file of this type</source>
@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>El tamaño de uno de los reproductores marcados</translation>
+        <translation>La capacidad de uno de los reproductores marcados</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -143,8 +143,8 @@
     <message numerus="yes">
         <source>%n players will be erased and filled from %1 (%2, %3).</source>
         <translation>
-            <numerusform>Se borrará %n reproductor y se llenará con %1 (%2, %3).</numerusform>
-            <numerusform>Se borrarán %n reproductores y se llenarán con %1 (%2, %3).</numerusform>
+            <numerusform>Se borrará %n reproductor y se llenará con el contenido de %1 (%2, %3).</numerusform>
+            <numerusform>Se borrarán %n reproductores y se llenarán con el contenido de %1 (%2, %3).</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -217,7 +217,7 @@
     </message>
     <message>
         <source>A single file always fails to copy: add its folder instead.</source>
-        <translation>La copia de un archivo suelto siempre falla: añada su carpeta en su lugar.</translation>
+        <translation>La copia de un archivo suelto siempre falla: añada en su lugar la carpeta que lo contiene.</translation>
     </message>
     <message numerus="yes">
         <source>The players can&apos;t store %n of these:</source>
@@ -266,8 +266,8 @@ o elija «Examinar»</translation>
     <message numerus="yes">
         <source>%1 %, about %n min left</source>
         <translation>
-            <numerusform>%1&#xa0;%, queda %n min aproximadamente</numerusform>
-            <numerusform>%1&#xa0;%, quedan unos %n min</numerusform>
+            <numerusform>%1&#xa0;%, queda %n&#xa0;min aproximadamente</numerusform>
+            <numerusform>%1&#xa0;%, quedan unos %n&#xa0;min</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -297,13 +297,13 @@ o elija «Examinar»</translation>
     </message>
     <message>
         <source>Players (%1 of %2 ticked)</source>
-        <translation>Reproductores (%1 de %2 marcados)</translation>
+        <translation>Reproductores (marcados: %1 de %2)</translation>
     </message>
     <message numerus="yes">
         <source>Filling %n players. Close again to stop.</source>
         <translation>
-            <numerusform>Llenando %n reproductor. Cierre otra vez para detenerlo.</numerusform>
-            <numerusform>Llenando %n reproductores. Cierre otra vez para detenerlo.</numerusform>
+            <numerusform>Llenando %n reproductor. Cierre otra vez para detener el proceso.</numerusform>
+            <numerusform>Llenando %n reproductores. Cierre otra vez para detener el proceso.</numerusform>
         </translation>
     </message>
 </context>
@@ -326,7 +326,7 @@ o elija «Examinar»</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(en blanco)</translation>
+        <translation>(sin formato)</translation>
     </message>
     <message>
         <source>Slot %1</source>
