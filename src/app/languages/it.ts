@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>La dimensione di uno dei lettori selezionati</translation>
+        <translation>La capacità di uno dei lettori selezionati</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -143,8 +143,8 @@
     <message numerus="yes">
         <source>%n players will be erased and filled from %1 (%2, %3).</source>
         <translation>
-            <numerusform>%n lettore verrà cancellato e riempito da %1 (%2, %3).</numerusform>
-            <numerusform>%n lettori verranno cancellati e riempiti da %1 (%2, %3).</numerusform>
+            <numerusform>%n lettore verrà cancellato e riempito con il contenuto di %1 (%2, %3).</numerusform>
+            <numerusform>%n lettori verranno cancellati e riempiti con il contenuto di %1 (%2, %3).</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -229,7 +229,7 @@
     <message>
         <source>Drop folders of audio here,
 or choose Browse</source>
-        <translation>Trascina qui cartelle di audio
+        <translation>Trascina qui cartelle di file audio
 o scegli «Sfoglia»</translation>
     </message>
     <message>
@@ -238,7 +238,7 @@ o scegli «Sfoglia»</translation>
     </message>
     <message>
         <source>The folders to copy, in this order. Delete removes the selected rows.</source>
-        <translation>Le cartelle da copiare, in quest’ordine. Canc rimuove le righe selezionate.</translation>
+        <translation>Le cartelle da copiare, in quest’ordine. Il tasto Canc rimuove le righe selezionate.</translation>
     </message>
 </context>
 <context>
@@ -280,8 +280,8 @@ o scegli «Sfoglia»</translation>
     <message numerus="yes">
         <source>%1 of %n players can be unplugged.</source>
         <translation>
-            <numerusform>Puoi scollegare %1 di %n lettore.</numerusform>
-            <numerusform>Puoi scollegare %1 di %n lettori.</numerusform>
+            <numerusform>Puoi scollegare %1 lettori su %n.</numerusform>
+            <numerusform>Puoi scollegare %1 dei %n lettori.</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -297,7 +297,7 @@ o scegli «Sfoglia»</translation>
     </message>
     <message>
         <source>Players (%1 of %2 ticked)</source>
-        <translation>Lettori (%1 di %2 selezionati)</translation>
+        <translation>Lettori (selezionati: %1 su %2)</translation>
     </message>
     <message numerus="yes">
         <source>Filling %n players. Close again to stop.</source>
@@ -326,7 +326,7 @@ o scegli «Sfoglia»</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(vuoto)</translation>
+        <translation>(non formattato)</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -358,7 +358,7 @@ o scegli «Sfoglia»</translation>
     </message>
     <message>
         <source>✗ Failed</source>
-        <translation>✗ Non riuscito</translation>
+        <translation>✗ Errore</translation>
     </message>
     <message>
         <source>✓ Filled</source>
@@ -366,7 +366,7 @@ o scegli «Sfoglia»</translation>
     </message>
     <message>
         <source>Tick the &amp;Failed</source>
-        <translation>Seleziona i non &amp;riusciti</translation>
+        <translation>Seleziona quelli in e&amp;rrore</translation>
     </message>
     <message>
         <source>Plug in a player</source>
@@ -374,7 +374,7 @@ o scegli «Sfoglia»</translation>
     </message>
     <message>
         <source>Tick only the failed players</source>
-        <translation>Seleziona solo i lettori non riusciti</translation>
+        <translation>Seleziona solo i lettori in errore</translation>
     </message>
 </context>
 <context>
