@@ -21,7 +21,7 @@
     </message>
     <message>
         <source>Caps Lock is on.</source>
-        <translation>Caps Lock está ativado.</translation>
+        <translation>O Caps Lock está ativado.</translation>
     </message>
     <message>
         <source>&amp;OK</source>
@@ -36,11 +36,11 @@
     <name>MainWindow</name>
     <message>
         <source>Players</source>
-        <translation>Players</translation>
+        <translation>Reprodutores</translation>
     </message>
     <message>
         <source>Tick all players</source>
-        <translation>Marcar todos os players</translation>
+        <translation>Marcar todos os reprodutores</translation>
     </message>
     <message>
         <source>&amp;All</source>
@@ -48,7 +48,7 @@
     </message>
     <message>
         <source>Untick all players</source>
-        <translation>Desmarcar todos os players</translation>
+        <translation>Desmarcar todos os reprodutores</translation>
     </message>
     <message>
         <source>&amp;None</source>
@@ -56,7 +56,7 @@
     </message>
     <message>
         <source>Eject the ticked players</source>
-        <translation>Ejetar os players marcados</translation>
+        <translation>Ejetar os reprodutores marcados</translation>
     </message>
     <message>
         <source>&amp;Eject</source>
@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>O tamanho de um dos players marcados</translation>
+        <translation>A capacidade de um dos reprodutores marcados</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -108,15 +108,15 @@
     </message>
     <message>
         <source>Progress of all players</source>
-        <translation>Progresso de todos os players</translation>
+        <translation>Progresso de todos os reprodutores</translation>
     </message>
     <message>
         <source>Players are being filled</source>
-        <translation>Os players estão sendo preenchidos</translation>
+        <translation>Os reprodutores estão sendo preenchidos</translation>
     </message>
     <message>
         <source>Format the ticked players and copy the files to them</source>
-        <translation>Formatar os players marcados e copiar os arquivos para eles</translation>
+        <translation>Formatar os reprodutores marcados e copiar os arquivos para eles</translation>
     </message>
     <message>
         <source>&amp;Start</source>
@@ -131,20 +131,20 @@
     </message>
     <message>
         <source>No player is ticked.</source>
-        <translation>Nenhum player está marcado.</translation>
+        <translation>Nenhum reprodutor está marcado.</translation>
     </message>
     <message numerus="yes">
         <source>The file list is empty: %n players will be erased and left empty.</source>
         <translation>
-            <numerusform>A lista de arquivos está vazia: %n player será apagado e ficará vazio.</numerusform>
-            <numerusform>A lista de arquivos está vazia: %n players serão apagados e ficarão vazios.</numerusform>
+            <numerusform>A lista de arquivos está vazia: %n reprodutor será apagado e ficará vazio.</numerusform>
+            <numerusform>A lista de arquivos está vazia: %n reprodutores serão apagados e ficarão vazios.</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%n players will be erased and filled from %1 (%2, %3).</source>
         <translation>
-            <numerusform>%n player será apagado e preenchido a partir de %1 (%2, %3).</numerusform>
-            <numerusform>%n players serão apagados e preenchidos a partir de %1 (%2, %3).</numerusform>
+            <numerusform>%n reprodutor será apagado e preenchido com o conteúdo de %1 (%2, %3).</numerusform>
+            <numerusform>%n reprodutores serão apagados e preenchidos com o conteúdo de %1 (%2, %3).</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -217,13 +217,13 @@
     </message>
     <message>
         <source>A single file always fails to copy: add its folder instead.</source>
-        <translation>A cópia de um arquivo avulso sempre falha: adicione a pasta dele.</translation>
+        <translation>A cópia de um arquivo avulso sempre falha: em vez disso, adicione a pasta que o contém.</translation>
     </message>
     <message numerus="yes">
         <source>The players can&apos;t store %n of these:</source>
         <translation>
-            <numerusform>Os players não conseguem armazenar %n destes itens:</numerusform>
-            <numerusform>Os players não conseguem armazenar %n destes itens:</numerusform>
+            <numerusform>Os reprodutores não conseguem armazenar %n destes itens:</numerusform>
+            <numerusform>Os reprodutores não conseguem armazenar %n destes itens:</numerusform>
         </translation>
     </message>
     <message>
@@ -273,37 +273,37 @@ ou escolha “Procurar”</translation>
     <message numerus="yes">
         <source>Ejecting %n players…</source>
         <translation>
-            <numerusform>Ejetando %n player…</numerusform>
-            <numerusform>Ejetando %n players…</numerusform>
+            <numerusform>Ejetando %n reprodutor…</numerusform>
+            <numerusform>Ejetando %n reprodutores…</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%1 of %n players can be unplugged.</source>
         <translation>
-            <numerusform>Você pode desconectar %1 de %n player.</numerusform>
-            <numerusform>Você pode desconectar %1 de %n players.</numerusform>
+            <numerusform>Você pode desconectar %1 de %n reprodutor.</numerusform>
+            <numerusform>Você pode desconectar %1 de %n reprodutores.</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%n players can be unplugged.</source>
         <translation>
-            <numerusform>Você pode desconectar %n player.</numerusform>
-            <numerusform>Você pode desconectar %n players.</numerusform>
+            <numerusform>Você pode desconectar %n reprodutor.</numerusform>
+            <numerusform>Você pode desconectar %n reprodutores.</numerusform>
         </translation>
     </message>
     <message>
         <source>Players</source>
-        <translation>Players</translation>
+        <translation>Reprodutores</translation>
     </message>
     <message>
         <source>Players (%1 of %2 ticked)</source>
-        <translation>Players (%1 de %2 marcados)</translation>
+        <translation>Reprodutores (marcados: %1 de %2)</translation>
     </message>
     <message numerus="yes">
         <source>Filling %n players. Close again to stop.</source>
         <translation>
-            <numerusform>Preenchendo %n player. Feche de novo para interromper.</numerusform>
-            <numerusform>Preenchendo %n players. Feche de novo para interromper.</numerusform>
+            <numerusform>Preenchendo %n reprodutor. Feche de novo para interromper.</numerusform>
+            <numerusform>Preenchendo %n reprodutores. Feche de novo para interromper.</numerusform>
         </translation>
     </message>
 </context>
@@ -326,7 +326,7 @@ ou escolha “Procurar”</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(em branco)</translation>
+        <translation>(não formatado)</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -370,18 +370,18 @@ ou escolha “Procurar”</translation>
     </message>
     <message>
         <source>Plug in a player</source>
-        <translation>Conecte um player</translation>
+        <translation>Conecte um reprodutor</translation>
     </message>
     <message>
         <source>Tick only the failed players</source>
-        <translation>Marcar somente os players que falharam</translation>
+        <translation>Marcar somente os reprodutores que falharam</translation>
     </message>
 </context>
 <context>
     <name>fillstation::TRAppDelegate</name>
     <message>
         <source>Players are being filled</source>
-        <translation>Os players estão sendo preenchidos</translation>
+        <translation>Os reprodutores estão sendo preenchidos</translation>
     </message>
     <message>
         <source>&amp;Remove This Row</source>
