@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>Rozmiar jednego z zaznaczonych odtwarzaczy</translation>
+        <translation>Pojemność jednego z zaznaczonych odtwarzaczy</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -144,9 +144,9 @@
     <message numerus="yes">
         <source>%n players will be erased and filled from %1 (%2, %3).</source>
         <translation>
-            <numerusform>%n odtwarzacz zostanie wyczyszczony i napełniony z %1 (%2, %3).</numerusform>
-            <numerusform>%n odtwarzacze zostaną wyczyszczone i napełnione z %1 (%2, %3).</numerusform>
-            <numerusform>%n odtwarzaczy zostanie wyczyszczonych i napełnionych z %1 (%2, %3).</numerusform>
+            <numerusform>%n odtwarzacz zostanie wyczyszczony i napełniony plikami z %1 (%2, %3).</numerusform>
+            <numerusform>%n odtwarzacze zostaną wyczyszczone i napełnione plikami z %1 (%2, %3).</numerusform>
+            <numerusform>%n odtwarzaczy zostanie wyczyszczonych i napełnionych plikami z %1 (%2, %3).</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -223,7 +223,7 @@
     </message>
     <message>
         <source>A single file always fails to copy: add its folder instead.</source>
-        <translation>Pojedynczego pliku nigdy nie uda się skopiować: zamiast niego dodaj jego folder.</translation>
+        <translation>Pojedynczego pliku nigdy nie uda się skopiować: zamiast tego dodaj jego folder.</translation>
     </message>
     <message numerus="yes">
         <source>The players can&apos;t store %n of these:</source>
@@ -273,9 +273,9 @@ lub wybierz „Przeglądaj”</translation>
     <message numerus="yes">
         <source>%1 %, about %n min left</source>
         <translation>
-            <numerusform>%1%, pozostała około %n min</numerusform>
-            <numerusform>%1%, pozostały około %n min</numerusform>
-            <numerusform>%1%, pozostało około %n min</numerusform>
+            <numerusform>%1%, pozostało około %n&#xa0;min</numerusform>
+            <numerusform>%1%, pozostało około %n&#xa0;min</numerusform>
+            <numerusform>%1%, pozostało około %n&#xa0;min</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -338,7 +338,7 @@ lub wybierz „Przeglądaj”</translation>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(pusty)</translation>
+        <translation>(niesformatowany)</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -370,7 +370,7 @@ lub wybierz „Przeglądaj”</translation>
     </message>
     <message>
         <source>✗ Failed</source>
-        <translation>✗ Nieudany</translation>
+        <translation>✗ Błąd</translation>
     </message>
     <message>
         <source>✓ Filled</source>
@@ -378,7 +378,7 @@ lub wybierz „Przeglądaj”</translation>
     </message>
     <message>
         <source>Tick the &amp;Failed</source>
-        <translation>Zaznacz &amp;nieudane</translation>
+        <translation>Zaznacz te z &amp;błędem</translation>
     </message>
     <message>
         <source>Plug in a player</source>
@@ -386,7 +386,7 @@ lub wybierz „Przeglądaj”</translation>
     </message>
     <message>
         <source>Tick only the failed players</source>
-        <translation>Zaznacz tylko nieudane odtwarzacze</translation>
+        <translation>Zaznacz tylko odtwarzacze z błędem</translation>
     </message>
 </context>
 <context>
@@ -410,9 +410,9 @@ lub wybierz „Przeglądaj”</translation>
     <message numerus="yes">
         <source>Remove %n &amp;Selected</source>
         <translation>
-            <numerusform>Usuń %n &amp;zaznaczony</numerusform>
-            <numerusform>Usuń %n &amp;zaznaczone</numerusform>
-            <numerusform>Usuń %n &amp;zaznaczonych</numerusform>
+            <numerusform>Usuń %n &amp;zaznaczony wiersz</numerusform>
+            <numerusform>Usuń %n &amp;zaznaczone wiersze</numerusform>
+            <numerusform>Usuń %n &amp;zaznaczonych wierszy</numerusform>
         </translation>
     </message>
 </context>
