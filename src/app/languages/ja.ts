@@ -9,7 +9,7 @@
     </message>
     <message>
         <source>Formatting them needs an administrator&apos;s name and password.</source>
-        <translation>フォーマットには管理者の名前とパスワードが必要です。</translation>
+        <translation>フォーマットには管理者のユーザー名とパスワードが必要です。</translation>
     </message>
     <message>
         <source>&amp;User name:</source>
@@ -44,7 +44,7 @@
     </message>
     <message>
         <source>&amp;All</source>
-        <translation>すべて(&amp;A)</translation>
+        <translation>すべて選択(&amp;A)</translation>
     </message>
     <message>
         <source>Untick all players</source>
@@ -52,7 +52,7 @@
     </message>
     <message>
         <source>&amp;None</source>
-        <translation>なし(&amp;N)</translation>
+        <translation>選択解除(&amp;N)</translation>
     </message>
     <message>
         <source>Eject the ticked players</source>
@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>選択したプレーヤー 1 台のサイズ</translation>
+        <translation>選択したプレーヤー 1 台の容量</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -136,7 +136,7 @@
     <message numerus="yes">
         <source>The file list is empty: %n players will be erased and left empty.</source>
         <translation>
-            <numerusform>ファイルの一覧が空です: %n 台のプレーヤーが消去され、空のままになります。</numerusform>
+            <numerusform>ファイルの一覧が空です。%n 台のプレーヤーが消去され、空のままになります。</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -307,14 +307,14 @@ or choose Browse</source>
     </message>
     <message>
         <source>Parent folders</source>
-        <translation>上位のフォルダー</translation>
+        <translation>親フォルダー</translation>
     </message>
 </context>
 <context>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(空)</translation>
+        <translation>(未フォーマット)</translation>
     </message>
     <message>
         <source>Slot %1</source>
