@@ -112,7 +112,7 @@
     </message>
     <message>
         <source>Players are being filled</source>
-        <translation>正在填充播放器</translation>
+        <translation>正在向播放器写入文件</translation>
     </message>
     <message>
         <source>Format the ticked players and copy the files to them</source>
@@ -142,7 +142,7 @@
     <message numerus="yes">
         <source>%n players will be erased and filled from %1 (%2, %3).</source>
         <translation>
-            <numerusform>%n 台播放器将被擦除，并用 %1中的文件填充（%2，%3）。</numerusform>
+            <numerusform>%n 台播放器将被擦除，并写入 %1中的文件（%2，%3）。</numerusform>
         </translation>
     </message>
     <message numerus="yes">
@@ -291,7 +291,7 @@ or choose Browse</source>
     <message numerus="yes">
         <source>Filling %n players. Close again to stop.</source>
         <translation>
-            <numerusform>正在填充 %n 台播放器。再次关闭即可停止。</numerusform>
+            <numerusform>正在向 %n 台播放器写入文件。再次关闭窗口即可停止。</numerusform>
         </translation>
     </message>
 </context>
@@ -314,7 +314,7 @@ or choose Browse</source>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>（空白）</translation>
+        <translation>（未格式化）</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -350,7 +350,7 @@ or choose Browse</source>
     </message>
     <message>
         <source>✓ Filled</source>
-        <translation>✓ 已填充</translation>
+        <translation>✓ 已写入</translation>
     </message>
     <message>
         <source>Tick the &amp;Failed</source>
@@ -369,7 +369,7 @@ or choose Browse</source>
     <name>fillstation::TRAppDelegate</name>
     <message>
         <source>Players are being filled</source>
-        <translation>正在填充播放器</translation>
+        <translation>正在向播放器写入文件</translation>
     </message>
     <message>
         <source>&amp;Remove This Row</source>
