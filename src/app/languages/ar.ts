@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>The size of one ticked player</source>
-        <translation>حجم أحد المشغّلات المحدّدة</translation>
+        <translation>سعة أحد المشغّلات المحدّدة</translation>
     </message>
     <message>
         <source>Space left:</source>
@@ -285,7 +285,7 @@ or choose Browse</source>
     </message>
     <message>
         <source>Last run: %p %</source>
-        <translation>التشغيل الأخير: ‎%p%</translation>
+        <translation>آخر عملية: ‎%p%</translation>
     </message>
     <message>
         <source>%1 %</source>
@@ -374,7 +374,7 @@ or choose Browse</source>
     <name>fillstation::PlayersView</name>
     <message>
         <source>(blank)</source>
-        <translation>(فارغ)</translation>
+        <translation>(غير مهيّأ)</translation>
     </message>
     <message>
         <source>Slot %1</source>
@@ -446,12 +446,12 @@ or choose Browse</source>
     <message numerus="yes">
         <source>Remove %n &amp;Selected</source>
         <translation>
-            <numerusform>&amp;إزالة %n من الصفوف المحدّدة</numerusform>
+            <numerusform>&amp;إزالة %n صف محدّد</numerusform>
             <numerusform>&amp;إزالة الصف المحدّد</numerusform>
             <numerusform>&amp;إزالة الصفين المحدّدين</numerusform>
             <numerusform>&amp;إزالة %n صفوف محدّدة</numerusform>
             <numerusform>&amp;إزالة %n صفًا محدّدًا</numerusform>
-            <numerusform>&amp;إزالة %n من الصفوف المحدّدة</numerusform>
+            <numerusform>&amp;إزالة %n صف محدّد</numerusform>
         </translation>
     </message>
 </context>
