@@ -18,9 +18,10 @@ def pages():
 
 
 def anchors(text):
-    """The anchors of a page, as repository browsers make them from the headings."""
-    return {re.sub(r"[^\w\- ]", "", heading.replace("`", "")).strip().lower().replace(" ", "-")
-            for heading in HEADING.findall(text)}
+    """The anchors of a page, as repository browsers make them from the headings. In our HTML, headings
+    with backquotes have other ones, so they are left out."""
+    return {re.sub(r"[^\w\- ]", "", heading).strip().lower().replace(" ", "-")
+            for heading in HEADING.findall(text) if "`" not in heading}
 
 
 def links(name, text):
