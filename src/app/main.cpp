@@ -35,7 +35,7 @@ constexpr auto kHelp =
     "  --version  print the version\n"
     "  --help     print this text\n"
     "\n"
-    "The handbook: F1 in the window, or man fillstation\n";
+    "F1 in the window opens the handbook. See also: man fillstation\n";
 constexpr int kBadUsage = 2;
 
 // The answer to an option that needs no window, and so no display; null for other words.
