@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
+#include <span>
 #include <system_error>
 
 #include "ChildProcess.h"
@@ -21,13 +22,13 @@ namespace {
 // How soon a waiting call notices the end of the program, in milliseconds.
 constexpr int kStopInterval = 100;
 
-// Repeats a call that moves bytes until all are moved.
-template <class Move>
-bool moveAll(std::size_t size, const Move& move) {
-  for (std::size_t done = 0; done < size;) {
-    const ssize_t count = move(done);
+// Repeats a call that moves the first of the bytes that are left, until all are moved.
+template <class Bytes, class Move>
+bool moveAll(Bytes left, const Move& move) {
+  while (!left.empty()) {
+    const ssize_t count = move(left);
     if (count > 0) {
-      done += static_cast<std::size_t>(count);
+      left = left.subspan(static_cast<std::size_t>(count));
     } else if (count == 0 || errno != EINTR) {
       return false;
     }
@@ -35,15 +36,15 @@ bool moveAll(std::size_t size, const Move& move) {
   return true;
 }
 
-bool sendAll(int socket, const void* data, std::size_t size) {
-  return moveAll(size, [=](std::size_t done) {
-    return ::send(socket, static_cast<const char*>(data) + done, size - done, MSG_NOSIGNAL);
+bool sendAll(int socket, std::span<const std::byte> data) {
+  return moveAll(data, [socket](std::span<const std::byte> left) {
+    return ::send(socket, left.data(), left.size(), MSG_NOSIGNAL);
   });
 }
 
-bool receiveAll(int socket, void* data, std::size_t size) {
-  return moveAll(size, [=](std::size_t done) {
-    return ::recv(socket, static_cast<char*>(data) + done, size - done, 0);
+bool receiveAll(int socket, std::span<std::byte> data) {
+  return moveAll(data, [socket](std::span<std::byte> left) {
+    return ::recv(socket, left.data(), left.size(), 0);
   });
 }
 
@@ -98,27 +99,30 @@ class Agent {
 
 bool sendText(int socket, std::string_view text) {
   const std::uint64_t size = text.size();
-  return sendAll(socket, &size, sizeof size) && sendAll(socket, text.data(), text.size());
+  return sendAll(socket, std::as_bytes(std::span(&size, 1))) &&
+         sendAll(socket, std::as_bytes(std::span(text)));
 }
 
 std::optional<std::string> receiveText(int socket) {
   std::uint64_t size = 0;
-  if (!receiveAll(socket, &size, sizeof size) || size > kLongestText) {
+  if (!receiveAll(socket, std::as_writable_bytes(std::span(&size, 1))) || size > kLongestText) {
     return std::nullopt;
   }
   std::string text(size, '\0');
-  return receiveAll(socket, text.data(), size) ? std::optional(std::move(text)) : std::nullopt;
+  return receiveAll(socket, std::as_writable_bytes(std::span(text)))
+             ? std::optional(std::move(text))
+             : std::nullopt;
 }
 
 bool sendReply(int socket, const AgentReply& reply) {
   const std::int32_t head[] = {static_cast<std::int32_t>(reply.kind), reply.exitStatus};
-  return sendAll(socket, head, sizeof head) && sendText(socket, reply.out) &&
+  return sendAll(socket, std::as_bytes(std::span(head))) && sendText(socket, reply.out) &&
          sendText(socket, reply.err);
 }
 
 std::optional<AgentReply> receiveReply(int socket) {
   std::int32_t head[2];
-  if (!receiveAll(socket, head, sizeof head)) {
+  if (!receiveAll(socket, std::as_writable_bytes(std::span(head)))) {
     return std::nullopt;
   }
   auto out = receiveText(socket);

@@ -1,7 +1,6 @@
 #include "DiskFacts.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <utility>
 
@@ -14,8 +13,6 @@ namespace {
 
 // The unit of "size" in sysfs, independent of the medium's own sectors.
 constexpr std::uint64_t kSector = 512;
-// Device types of SCSI units that are disks: a disk, and a simplified one. A CD-ROM drive is 5.
-constexpr std::array<std::string_view, 2> kDirectAccess{"0", "14"};
 
 bool isWholeDisk(udev_device* device) { return udevProperty(device, "DEVTYPE") == "disk"; }
 
@@ -71,9 +68,9 @@ std::vector<BlockFacts> blocksOf(udev* context, udev_device* disk) {
 }
 
 // The last number of the unit's address "host:channel:target:unit".
-std::uint64_t numberOf(udev_device* unit) {
+std::optional<std::uint64_t> numberOf(udev_device* unit) {
   const std::string address = udevSysName(unit);
-  return udevNumber(address.substr(address.rfind(':') + 1)).value_or(0);
+  return udevNumber(address.substr(address.rfind(':') + 1));
 }
 
 // Whether a disk will appear there. The kernel makes none for a unit whose inquiry says, in the
@@ -81,9 +78,9 @@ std::uint64_t numberOf(udev_device* unit) {
 bool isDirectAccess(udev_device* unit) {
   const auto type = udevAttribute(unit, "type");
   const std::string inquiry = udevAttribute(unit, "inquiry").value_or("");
-  const bool isConnected = inquiry.empty() || static_cast<unsigned char>(inquiry[0]) >> 5U == 0;
-  return type && isConnected &&
-         std::find(kDirectAccess.begin(), kDirectAccess.end(), *type) != kDirectAccess.end();
+  const bool isConnected = static_cast<unsigned char>(inquiry[0]) >> 5U == 0;
+  // A disk, or a simple one. A CD-ROM drive is 5.
+  return isConnected && (type == "0" || type == "14");
 }
 
 // The direct-access unit of the USB device with the lowest number; null while there is none.
@@ -137,7 +134,7 @@ std::optional<std::string> findDiskBelow(const std::string& usbSysPath) {
 std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName) {
   const UdevContext context(::udev_new());
   const UdevDevice block = blockDevice(context.get(), blockName);
-  return block ? usbHandleOf(usbDeviceAbove(block.get())) : std::nullopt;
+  return usbHandleOf(usbDeviceAbove(block.get()));
 }
 
 }  // namespace fillstation

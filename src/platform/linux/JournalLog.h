@@ -39,7 +39,8 @@ class JournalLog : public SystemLog {
         socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
         socketPath_(std::move(socketPath)),
         streamIsJournal_(isJournal(stream)) {
-    const timeval limit{patience.count() / 1000, patience.count() % 1000 * 1000};
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(patience);
+    const timeval limit{seconds.count(), std::chrono::microseconds(patience - seconds).count()};
     ::setsockopt(socket_.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   }
 
@@ -94,7 +95,7 @@ class JournalLog : public SystemLog {
   // Whether a text can be written there at once.
   static bool takesMore(std::FILE* stream) {
     pollfd waiting{::fileno(stream), POLLOUT, 0};
-    return ::poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT) != 0;
+    return ::poll(&waiting, 1, 0) == 1;
   }
 
   enum class Sent { taken, full, failed };

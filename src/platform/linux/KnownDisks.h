@@ -34,26 +34,22 @@ class KnownDisks {
   // size has changed; none if it is unchanged, or no longer the same unit of the same device and
   // vendor.
   std::optional<DiskFacts> newMedium(std::size_t attach) const {
-    const auto name = diskName(attach);
-    auto now = name ? readDisk(*name) : std::nullopt;
-    const std::scoped_lock guard(lock_);
-    const auto known = byAttach_.find(attach);
-    if (!now || known == byAttach_.end()) {
+    const auto before = disk(attach);
+    auto now = before ? readDisk(before->name()) : std::nullopt;
+    if (!now) {
       return std::nullopt;
     }
-    const DiskFacts& before = known->second;
     const bool isSameUnit = now->initialized && now->sequence &&
-                            now->usbHandle == before.usbHandle && now->unit == before.unit &&
-                            now->vendor == before.vendor;
-    const bool isNew = now->sequence != before.sequence || now->size != before.size;
+                            now->usbHandle == before->usbHandle && now->unit == before->unit &&
+                            now->vendor == before->vendor;
+    const bool isNew = now->sequence != before->sequence || now->size != before->size;
     return isSameUnit && isNew ? now : std::nullopt;
   }
 
   // The disk that was found at an attach event; whether a disk is remembered by this name.
   std::optional<std::string> diskName(std::size_t attach) const {
-    const std::scoped_lock guard(lock_);
-    const auto known = byAttach_.find(attach);
-    return known != byAttach_.end() ? std::optional(known->second.name()) : std::nullopt;
+    const auto known = disk(attach);
+    return known ? std::optional(known->name()) : std::nullopt;
   }
   bool remembers(const std::string& diskName) const {
     const std::scoped_lock guard(lock_);
@@ -114,6 +110,12 @@ class KnownDisks {
   }
 
  private:
+  std::optional<DiskFacts> disk(std::size_t attach) const {
+    const std::scoped_lock guard(lock_);
+    const auto known = byAttach_.find(attach);
+    return known != byAttach_.end() ? std::optional(known->second) : std::nullopt;
+  }
+
   mutable std::mutex lock_;
   std::map<std::size_t, DiskFacts> byAttach_;
   // The identifiers of the old file systems; none before the first wipe.

@@ -70,6 +70,7 @@ class SystemBus {
         });
   }
 
+  // Not while a worker makes the connection: Qt would delete what the worker still holds.
   void disconnect() {
     if (bus_) {
       bus_.reset();

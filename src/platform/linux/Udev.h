@@ -79,9 +79,6 @@ inline std::vector<UdevDevice> udevDevices(udev* context, udev_enumerate* enumer
 // Bus number x 65536 + device number of a whole USB device, even if it has just gone; none for
 // other devices and null.
 inline std::optional<std::uint32_t> usbHandleOf(udev_device* device) {
-  if (device == nullptr) {
-    return std::nullopt;
-  }
   // A device that has gone still has its properties, but no attributes.
   const auto bus = udevNumber(udevProperty(device, "BUSNUM"));
   const auto number = udevNumber(udevProperty(device, "DEVNUM"));
