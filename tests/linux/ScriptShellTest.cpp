@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "AgentProcess.h"
 #include "AgentShell.h"
 #include "FakeAgentTest.h"
 #include "FileHandle.h"
@@ -68,6 +69,7 @@ auto receivedOf(std::size_t bytes, const Send& send, const Receive& receive) {
   Line cut;
   EXPECT_EQ(::send(cut.one.get(), sent.data(), bytes, 0), static_cast<ssize_t>(bytes));
   cut.one = FileHandle();
+  errno = EINTR;  // an earlier call's
   return receive(cut.other.get());
 }
 
@@ -109,7 +111,7 @@ TEST_F(ScriptProtocolTest, TheBytesAreThoseOfEarlierVersions) {
 }
 
 TEST_F(ScriptProtocolTest, ATextThatClaimsToBeEndlessIsNone) {
-  const std::uint64_t claimed[] = {kLongestText + 1, ~std::uint64_t{0}};
+  const std::uint64_t claimed[] = {(16U << 20U) + 1, ~std::uint64_t{0}};
   for (const std::uint64_t size : claimed) {
     EXPECT_EQ(::send(line_.one.get(), &size, sizeof size, 0), 8);
     EXPECT_EQ(receiveText(line_.other.get()), std::nullopt);
@@ -123,7 +125,7 @@ TEST_F(ScriptProtocolTest, SendingWithoutAReceiverFailsWithoutASignal) {
 }
 
 TEST_F(ScriptProtocolTest, TheLongestTextArrivesAndASignalDoesNotInterruptIt) {
-  const std::string text(kLongestText, 'x');
+  const std::string text(16U << 20U, 'x');
   std::optional<std::string> received;
   std::atomic<bool> isReading = false;
   std::thread reader([&] {
@@ -137,6 +139,21 @@ TEST_F(ScriptProtocolTest, TheLongestTextArrivesAndASignalDoesNotInterruptIt) {
   EXPECT_TRUE(sendText(line_.one.get(), text));
   reader.join();
   EXPECT_TRUE(received == text);
+}
+
+TEST(ScriptAgentTest, OnlyALanguageThatPkexecTakesIsKeptOfAnEnvironment) {
+  for (const char* kept : {"LANG=de_DE.UTF-8", "LANG=", "LC_ALL=x", "LC_TIME=en_GB@euro"}) {
+    EXPECT_TRUE(agent::isLanguage(kept)) << kept;
+  }
+  for (const char* left : {"LANG=/tmp", "LANG=%s", "LANG=..", "LC_ALL=a/b", "LC_ALL=a%b",
+                           "LC_ALL=a..b", "LANGUAGE=de", "ALANG=C", "PATH=C", "LC", ""}) {
+    EXPECT_FALSE(agent::isLanguage(left)) << left;
+  }
+}
+
+TEST(ScriptAgentTest, APasswordOfMoreThan510BytesIsNotUsable) {
+  EXPECT_TRUE(agent::isUsablePassword(std::string(510, 'x')));
+  EXPECT_FALSE(agent::isUsablePassword(std::string(511, 'x')));
 }
 
 TEST_F(ScriptProtocolTest, AWipedTextIsGoneFromMemory) {
@@ -192,10 +209,15 @@ TEST_F(ScriptShellTest, WhenTheProgramEndsAfterTheAuthenticationTheCommandIsNotS
 }
 
 TEST_F(ScriptShellTest, AnAgentThatCantBeStartedIsAnError) {
+  const pid_t other = ::fork();
+  if (other == 0) {
+    ::_exit(0);
+  }
   AgentShell none("/nothing/there", stopping_);
   const auto reply = none.run("boss", "0", "the command");
   EXPECT_EQ(reply.kind, Kind::unavailable);
   EXPECT_EQ(reply.err, "The agent program can't be started: No such file or directory");
+  EXPECT_EQ(::waitpid(other, nullptr, 0), other) << "only its caller may wait for it";
 }
 
 TEST_F(ScriptShellTest, WithoutFilesLeftToOpenNoAgentIsStarted) {

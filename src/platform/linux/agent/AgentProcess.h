@@ -18,10 +18,9 @@
 namespace fillstation::agent {
 
 inline bool isLanguage(std::string_view variable) {
-  const std::string_view value = variable.substr(variable.find('=') + 1);
   // pkexec ends if it finds such values, because they could be an attack.
-  const bool isSafe = value.find_first_of("/%") == std::string_view::npos &&
-                      value.find("..") == std::string_view::npos;
+  const bool isSafe = variable.find_first_of("/%") == std::string_view::npos &&
+                      variable.find("..") == std::string_view::npos;
   return isSafe && (variable.starts_with("LANG=") || variable.starts_with("LC_"));
 }
 
