@@ -45,6 +45,16 @@ TEST_F(DiskFactsTest, AnInternalDiskHasNoUsbDevice) {
   EXPECT_EQ(facts->size, 4096);
 }
 
+TEST_F(DiskFactsTest, BelowADeviceThatHasGoneThereIsNoDisk) {
+  const auto usb = machine.addUsb("1-2", 1, 2);
+  machine.addDisk(machine.addUnit("", 25, 0), "sdz", 400);
+  machine.setUdevDatabase("b8:400");
+  EXPECT_EQ(findDiskBelow(usb), std::nullopt);
+  machine.remove(usb);
+  EXPECT_EQ(findDiskBelow(usb), std::nullopt);
+  EXPECT_EQ(usbHandleAbove("sdb"), std::nullopt);
+}
+
 TEST_F(DiskFactsTest, TheFileSystemComesFromUdev) {
   auto& player = machine.plug("a");
   machine.setFileSystem(player, MockFileSystem{"ext4", "ID-1", "A\\x20B\\x5c\\xc3\\xa4\\x7e"});
@@ -78,6 +88,7 @@ TEST_F(DiskFactsTest, ADeviceThatLeavesDuringTheSearchIsLeftOut) {
 TEST_F(DiskFactsTest, ANodeHasANameAndANumberIsWhollyOne) {
   EXPECT_EQ(udevSysPath(nullptr), "");
   EXPECT_EQ(udevSysName(nullptr), "");
+  EXPECT_EQ(usbHandleOf(nullptr), std::nullopt);
   EXPECT_EQ(nodeOf("sdb"), "/dev/sdb");
   EXPECT_EQ(diskNameOf("/dev/sdb"), "sdb");
   EXPECT_EQ(diskNameOf("sdb"), "sdb");

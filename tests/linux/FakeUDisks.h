@@ -23,7 +23,7 @@ namespace fillstation::test {
 // The calls, with their options.
 struct UDisksCall {
   std::string path;
-  std::string member;  // "Filesystem.Mount", without the common beginning of the interfaces
+  std::string member;  // "Filesystem.Mount", without UDisks2's or the bus's prefix
   QVariantMap options;
   std::string object() const { return path.substr(path.rfind('/') + 1); }  // "sdb", "D1"
   bool operator==(const UDisksCall&) const = default;
@@ -92,7 +92,10 @@ class FakeUDisks : public QDBusVirtualObject {
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
     UDisksCall call;
     call.path = message.path().toStdString();
-    call.member = (message.interface().section('.', -1) + "." + message.member()).toStdString();
+    call.member = QString(message.interface() + "." + message.member())
+                      .remove(QStringLiteral("org.freedesktop.UDisks2."))
+                      .remove(QStringLiteral("org.freedesktop.DBus."))
+                      .toStdString();
     call.options = qdbus_cast<QVariantMap>(message.arguments().value(0));
     calls.push_back(call);
     QTimer::singleShot(0, this, [this, call, message, connection] {

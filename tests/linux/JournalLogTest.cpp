@@ -187,7 +187,8 @@ TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverythingUntilThereIsOne) {
   EXPECT_EQ(streamed(), "one\ntwo\n");
   listen();
   connected.write("three");
-  EXPECT_TRUE(entry().ends_with("three\n"));
+  // It has missed nothing: it wasn't there.
+  EXPECT_TRUE(entry().starts_with("SYSLOG_IDENTIFIER=fillstation\nMESSAGE\n\x05"));
   EXPECT_EQ(entry(), "");
   EXPECT_EQ(streamed(), "one\ntwo\n");
 }
@@ -206,6 +207,11 @@ TEST_F(JournalLogTest, AJournalThatDoesNotReadBlocksNothingAndGetsTheNumberOfMis
   log.write("three");
   EXPECT_TRUE(entry().starts_with("SYSLOG_IDENTIFIER=fillstation\nMESSAGE\n\x05"));
   EXPECT_EQ(entry(), "");
+  fill();
+  log.write("four");
+  entries();
+  log.write("five");
+  EXPECT_NE(entry().find("\nFILLSTATION_MISSED=1\n"), std::string::npos);
 }
 
 TEST_F(JournalLogTest, AStreamThatLeadsToTheJournalThatDoesNotReadIsNotWaitedForEither) {

@@ -269,8 +269,22 @@ TEST_F(LinuxVolumeOwnerTest, RemountAsksAgainForAVolumeThatIsInUse) {
   EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "unmount", "unmount", "mount"}));
 }
 
+TEST_F(LinuxVolumeOwnerTest, RemountAsksTenTimesAndWaitsASecondBetweenTwoOfThem) {
+  EXPECT_EQ(LinuxVolumeOwner::Patience().attempts, 10);
+  EXPECT_EQ(LinuxVolumeOwner::Patience().pause, std::chrono::seconds(1));
+  // From now on every wait fails.
+  stop.request();
+  EXPECT_EQ(owner_.remount(identity, path), path);
+  refuse("unmount");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+  EXPECT_EQ(asked(), (std::vector<std::string>{"unmount", "mount", "unmount"}));
+}
+
 TEST_F(LinuxVolumeOwnerTest, RemountFailsWhenTheVolumeDoesNotComeBack) {
   refuse("mount");
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
+  refuse("nothing");
+  machine.unmount(16);
   EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
 }
 
@@ -278,6 +292,16 @@ TEST_F(LinuxVolumeOwnerTest, RemountOfADiskThatHasGoneAsksForNothing) {
   machine.pull("a");
   EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
   EXPECT_EQ(asked(), std::vector<std::string>());
+}
+
+TEST_F(LinuxVolumeOwnerTest, RemountOfADiskThatGoesMeanwhileFails) {
+  ports.disks.complete = [this](const auto& /*request*/, const auto& answer) {
+    if (asked().size() == 1) {
+      machine.pull("a");
+    }
+    answer();
+  };
+  EXPECT_EQ(owner_.remount(identity, path), std::nullopt);
 }
 
 TEST_F(LinuxVolumeOwnerTest, RemountEndsWithTheProgram) {

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <filesystem>
 #include <future>
 
 #include "PrivateBus.h"
@@ -38,7 +39,7 @@ TEST_F(SessionInstanceTest, TheFirstContinuesAndTheSecondRaisesItWithTheDesktops
   std::vector<QByteArray> tokens;
   first->onRaise([&tokens] { tokens.push_back(qgetenv(SessionInstance::kToken)); });
   EXPECT_FALSE(claims(*program("second")));
-  qputenv(SessionInstance::kToken, "leave-17");
+  qputenv("XDG_ACTIVATION_TOKEN", "leave-17");
   EXPECT_FALSE(claims(*program("third")));
   EXPECT_EQ(tokens, (std::vector<QByteArray>{"", "leave-17"}));
   qunsetenv(SessionInstance::kToken);
@@ -68,6 +69,25 @@ TEST_F(SessionInstanceTest, OtherCallsAreNotKnown) {
   EXPECT_EQ(raised, 0);
 }
 
+TEST_F(SessionInstanceTest, TheDesktopRaisesItAsItRaisesEveryApplication) {
+  const auto first = program("first");
+  QByteArray token;
+  first->onRaise([&token] { token = qgetenv("XDG_ACTIVATION_TOKEN"); });
+  EXPECT_TRUE(claims(*first));
+  auto message = QDBusMessage::createMethodCall("example.fillstation.fillstation",
+                                                "/example/fillstation/fillstation",
+                                                "org.freedesktop.Application", "Activate");
+  message << QVariantMap{{"activation-token", "leave-18"}};
+  auto desktop = bus.connect("desktop");
+  auto call = desktop.asyncCall(message);
+  while (!call.isFinished()) {
+    QCoreApplication::processEvents();
+  }
+  EXPECT_FALSE(call.isError());
+  EXPECT_EQ(token, "leave-18");
+  qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
 TEST_F(SessionInstanceTest, WithoutASessionBusEveryStartIsTheFirst) {
   SessionInstance first([](const QString& name) { return QDBusConnection(name); });
   EXPECT_TRUE(first.claim());
@@ -80,6 +100,15 @@ TEST_F(SessionInstanceTest, NoBusIsStartedWhereThereIsNone) {
   qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address().toUtf8());
   EXPECT_TRUE(SessionInstance::connect("by-address").isConnected());
   QDBusConnection::disconnectFromBus("by-address");
+  // Where the system's user manager puts it.
+  qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+  const std::string socket = bus.address().section('=', 1).section(',', 0, 0).toStdString();
+  const auto folder = std::filesystem::path(socket).parent_path();
+  std::filesystem::create_hard_link(socket, folder / "bus");
+  qputenv("XDG_RUNTIME_DIR", folder.c_str());
+  EXPECT_TRUE(SessionInstance::connect("by-folder").isConnected());
+  QDBusConnection::disconnectFromBus("by-folder");
+  qunsetenv("XDG_RUNTIME_DIR");
 }
 
 }  // namespace fillstation::test

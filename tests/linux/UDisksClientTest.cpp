@@ -147,6 +147,26 @@ TEST_F(UDisksClientTest, ABusThatNeverAnswersBlocksNothing) {
   runLoopUntil([&] { return answers == 1; });
 }
 
+TEST_F(UDisksClientTest, WhatWasAskedOfABusThatIsNoLongerWantedIsDropped) {
+  std::promise<void> silence;
+  std::optional<SystemBus> silent(
+      std::in_place,
+      [until = silence.get_future().share(), this](const QString& name) {
+        until.wait();
+        return dbus.connect(name);
+      },
+      mainThread, workers);
+  int answers = 0;
+  UDisksClient caller(*silent, log);
+  caller.findDrive("sdb", [&](const auto*, const auto&) { ++answers; });
+  silent.reset();
+  silence.set_value();
+  workers.joinAll();
+  runLoopDry();
+  EXPECT_EQ(answers, 0);
+  EXPECT_EQ(udisks.calls, std::vector<UDisksCall>());
+}
+
 TEST_F(UDisksClientTest, OnlyAnUnknownErrorIsLoggedAsItCame) {
   const auto identity = plugIn("a");
   answer({error(kBusy)});

@@ -135,7 +135,8 @@ TEST_F(UdevUsbBusTest, ADeviceArrivesAndLeavesOnceForAnyNumberOfEvents) {
 }
 
 TEST_F(UdevUsbBusTest, ADeviceWithoutNumbersOrThatHasGoneBeforeItWasReadIsNone) {
-  const auto path = machine.add("usb", "1-7", "", {}, {{"DEVTYPE", "usb_device"}});
+  const auto path = machine.add("usb", "1-7", "", {{"bDeviceClass", "00\n"}},
+                                {{"DEVTYPE", "usb_device"}, {"BUSNUM", "001"}});
   EXPECT_TRUE(watch().empty());
   machine.tell(path, "add");
   machine.plug("a");
@@ -151,6 +152,8 @@ TEST_F(UdevUsbBusTest, NameAndClassAreKnownWhenTheDeviceHasGoneAndItsPortIsNot) 
   EXPECT_EQ(bus.placeOf(0x10002).port, "1-2");
   EXPECT_EQ(bus.placeOf(0x3007F).port, "3-2.5");
   EXPECT_EQ(bus.placeOf(0x1007F).port, "");
+  EXPECT_EQ(bus.placeOf(0x10002).slot, "");
+  EXPECT_EQ(bus.placeOf(0x10002).speed, "");
   machine.pull("a");
   runLoopDry();
   ASSERT_EQ(left.size(), 1U);
@@ -221,8 +224,9 @@ TEST_F(UdevUsbBusTest, TheLowestUnitIsThePlayerAndWaitedForWhileOthersHaveTheirD
 TEST_F(UdevUsbBusTest, AUnitThatIsNoDiskOrNotConnectedIsNotThePlayer) {
   const auto usb = comes(2);
   addDisk(machine.addUnit(usb, 5, 0, "5"), "sr0", 16);
-  machine.addUnit(usb, 5, 1, "0", " not connected");
-  addDisk(machine.addUnit(usb, 5, 2, "14"), "sdb", 32);
+  machine.addUnit(usb, 5, 1, "0", " ");
+  machine.add("net", "eth0", usb, {{"type", "0\n"}}, {});
+  addDisk(machine.addUnit(usb, 5, 2, "14", "\x0E its name"), "sdb", 32);
   EXPECT_EQ(onlyDevice()->searchDiskName(), "sdb");
 }
 
@@ -261,7 +265,8 @@ TEST_F(UdevUsbBusTest, AnIteratorMayBeWalkedWhenTheBusHasGone) {
 TEST_F(UdevUsbBusTest, ArrivalsAndDeparturesAmongLostEventsAreFound) {
   const auto first = comes(2);
   const auto second = comes(3);
-  EXPECT_EQ(handlesOf(watch()), Handles({0x10002, 0x10003}));
+  comes(5);
+  EXPECT_EQ(handlesOf(watch()), Handles({0x10002, 0x10003, 0x10005}));
   goes(first);
   goes(second);
   comes(4);
@@ -275,10 +280,11 @@ TEST_F(UdevUsbBusTest, ArrivalsAndDeparturesAmongLostEventsAreFound) {
 TEST_F(UdevUsbBusTest, WaitingEventsAreReadBeforeALossIsRepaired) {
   const auto first = comes(2);
   watch();
+  machine.tell(first, "change");
   goes(first);
   // Another device gets the number, and its arrival is among the lost events.
   comes(2);
-  look({{ENOBUFS, false}, {0, false}, kLoss});
+  look({{ENOBUFS, false}, {0, false}, {0, false}, {EAGAIN, true}});
   EXPECT_EQ(handlesOf(left), Handles({0x10002}));
   EXPECT_EQ(handlesOf(arrived), Handles({0x10002}));
 }
