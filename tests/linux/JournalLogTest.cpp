@@ -196,7 +196,7 @@ TEST_F(JournalLogTest, WithoutAJournalTheStreamGetsEverythingUntilThereIsOne) {
 TEST_F(JournalLogTest, AJournalThatDoesNotReadBlocksNothingAndGetsTheNumberOfMissedRecords) {
   constexpr int kTexts = 2000;
   listen();
-  JournalLog log(stream, socketPath, std::chrono::milliseconds(1));
+  JournalLog log(stream, socketPath, std::chrono::milliseconds(20));
   EXPECT_TRUE(writesAtOnce(log, kTexts, "one"));
   EXPECT_EQ(streamed().size(), kTexts * 4U);
   const std::size_t taken = entries().size();

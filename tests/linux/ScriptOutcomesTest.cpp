@@ -35,6 +35,7 @@ class ScriptOutcomesTest : public ScriptBoxTest {
     EXPECT_EQ(reply.kind, Kind::unavailable);
     EXPECT_TRUE(reply.err.starts_with(why)) << reply.err;
     EXPECT_NE(reply.err, "polkit can't be reached: ");
+    EXPECT_EQ(reply.err.find("GDBus.Error"), std::string::npos) << reply.err;
     expectNothingRan();
   }
 };

@@ -171,6 +171,12 @@ TEST_F(ScriptSecretsTest, NothingShowsAPasswordDuringARun) {
   await([] { return read(kSystemsLog).find("pkexec") != std::string::npos; }, "the log");
 }
 
+TEST_F(ScriptSecretsTest, TheSystemsLogCallsAnAuthenticationThatEndsWithTheWindowDismissed) {
+  openChecking()->leave({"Closed", 0});
+  await([] { return read(kSystemsLog).find("pkexec") != std::string::npos; }, "the log");
+  EXPECT_NE(read(kSystemsLog).find("Request dismissed"), std::string::npos) << read(kSystemsLog);
+}
+
 // How often the text is in the memory that a process can write to, as root sees it.
 int timesInMemory(pid_t process, const std::string& text) {
   constexpr std::uint64_t kLargest = std::uint64_t{1} << 28;  // a sanitizer's own are larger

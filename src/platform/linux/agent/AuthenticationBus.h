@@ -69,11 +69,9 @@ class AuthenticationBus {
   static constexpr const char* kPath = "/org/freedesktop/PolicyKit1/AuthenticationAgent";
   static constexpr const char* kInterface =
       "<node><interface name='org.freedesktop.PolicyKit1.AuthenticationAgent'>"
-      "<method name='BeginAuthentication'>"
-      "<arg type='s' direction='in'/><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-      "<arg type='a{ss}' direction='in'/><arg type='s' direction='in'/>"
-      "<arg type='a(sa{sv})' direction='in'/></method>"
-      "<method name='CancelAuthentication'><arg type='s' direction='in'/></method>"
+      "<method name='BeginAuthentication'><arg type='s'/><arg type='s'/><arg type='s'/>"
+      "<arg type='a{ss}'/><arg type='s'/><arg type='a(sa{sv})'/></method>"
+      "<method name='CancelAuthentication'><arg type='s'/></method>"
       "</interface></node>";
 
   static pid_t processOf(GVariant* details, const char* key) {

@@ -60,7 +60,7 @@ class PasswordSession {
   }
 
   static void onText(PolkitAgentSession* /*session*/, char* /*text*/, void* self) {
-    ++static_cast<PasswordSession*>(self)->texts_;
+    static_cast<PasswordSession*>(self)->hasSpoken_ = true;
   }
 
   static void onCompleted(PolkitAgentSession* /*session*/, gboolean gained, void* self) {
@@ -78,7 +78,7 @@ class PasswordSession {
 
   // A helper that sent nothing at all had no free connection.
   bool wasTurnedAway() const {
-    return !retried_ && questions_ == 0 && texts_ == 0 && ::access(kHelperSocket, F_OK) == 0;
+    return !retried_ && questions_ == 0 && !hasSpoken_ && ::access(kHelperSocket, F_OK) == 0;
   }
 
   void end(Result result) {
@@ -109,7 +109,7 @@ class PasswordSession {
   const Completion completion_;
   PolkitAgentSession* session_ = nullptr;
   int questions_ = 0;
-  int texts_ = 0;
+  bool hasSpoken_ = false;
   bool retried_ = false;
   bool again_ = false;
   bool isEnding_ = false;
