@@ -65,7 +65,6 @@ MainWindow::MainWindow() : ui_(std::make_unique<Ui::MainWindow>()) {
   QAction* const failed = ui_->viewPlayers->tickFailed();
   ui_->btnFailed->setText(failed->text());
   ui_->btnFailed->setToolTip(failed->toolTip());
-  ui_->btnFailed->hide();
   connect(ui_->btnFailed, &QPushButton::clicked, failed, &QAction::trigger);
   connect(failed, &QAction::changed, ui_->btnFailed, [=, button = ui_->btnFailed] {
     button->setVisible(failed->isVisible());

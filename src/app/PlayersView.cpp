@@ -163,7 +163,6 @@ PlayerItem::PlayerItem(std::shared_ptr<TRPlayer> player, QWidget* parent)
   facts_->setIndent(tick_->textIndent());
   bar_->setFixedSize(kBarWidth, kBarHeight);
   bar_->setTextVisible(false);
-  bar_->setRange(0, 100);
   bar_->hide();
   state_->setTextFormat(Qt::PlainText);
   state_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -280,7 +279,6 @@ PlayersView::PlayersView(QWidget* parent)
       tickFailed_(new QAction(tr("Tick the &Failed"), this)),
       rows_(new QVBoxLayout),
       hint_(new QLabel(tr("Plug in a player"), this)) {
-  tickFailed_->setVisible(false);
   tickFailed_->setToolTip(tr("Tick only the failed players"));
   connect(tickFailed_, &QAction::triggered, this, &PlayersView::onTickFailed);
   addAction(tickFailed_);

@@ -1,3 +1,4 @@
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QLineEdit>
 
@@ -92,6 +93,8 @@ TEST_F(AccessibilityTest, TheFileTypeAndTheFiguresAreLabelled) {
   EXPECT_EQ(name(ui().cmbFileType), "mp3");
   // The label, and the box around them.
   EXPECT_EQ(labels(of(ui().cmbFileType)), (Texts{"File type:", "Files"}));
+  EXPECT_EQ(name(ui().cmbFileType->lineEdit()), "File type");
+  EXPECT_EQ(name(ui().cmbFileType->view()), "File types");
   EXPECT_EQ(labels(of(ui().lblMaxCapSize)), (Texts{"Capacity:", "Files"}));
   EXPECT_EQ(labels(of(ui().lblFreeDiskSpaceLeft)), (Texts{"Space left:", "Files"}));
 }

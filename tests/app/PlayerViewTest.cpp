@@ -17,6 +17,11 @@ class PlayerViewTest : public WindowTest {
 TEST_F(PlayerViewTest, AnEmptyListShowsAHint) {
   EXPECT_TRUE(hint()->isVisible());
   EXPECT_EQ(hint()->text(), QStringLiteral("Plug in a player"));
+  EXPECT_EQ(hint()->alignment(), Qt::AlignCenter);
+  EXPECT_EQ(hint()->foregroundRole(), QPalette::PlaceholderText);
+  settle();
+  EXPECT_NEAR(hint()->geometry().center().y(), ui().viewPlayers->rect().center().y(), 1);
+  EXPECT_EQ(ui().viewPlayers->backgroundRole(), QPalette::Base);
   const auto player = addPlayer("sdb");
   EXPECT_FALSE(hint()->isVisible());
   windows->players()->removeObject(*player);
@@ -44,6 +49,20 @@ TEST_F(PlayerViewTest, ThereIsOneItemPerPlayerInListOrder) {
   EXPECT_EQ(ui().viewPlayers->findChildren<PlayerItem*>().size(), 3);
 }
 
+TEST_F(PlayerViewTest, ThePlayersFillTheListFromItsTopWithoutGaps) {
+  addPlayer("sdb");
+  addPlayer("sdc");
+  settle();
+  const QWidget& first = *items().at(0);
+  EXPECT_EQ(first.geometry(), QRect(QPoint(), QSize(ui().viewPlayers->width(), first.height())));
+  EXPECT_EQ(items().at(1)->pos(), QPoint(0, first.height()));
+  // Each is as high as its two lines and a little room.
+  EXPECT_EQ(first.height(), tick(0)->height() + facts(0)->height() + 2 * 4);
+  EXPECT_EQ(tick(0)->geometry().left(), 6);
+  EXPECT_EQ(tick(0)->geometry().right(), first.rect().right() - 6);
+  EXPECT_EQ(facts(0)->geometry().right(), tick(0)->geometry().right());
+}
+
 TEST_F(PlayerViewTest, TheSecondLineShowsNodePortAndSize) {
   bus.places = {{0x10002, {"1-2.4", "", "480"}}, {0xFFFF007FU, {"<b>\n", "", "480"}}};
   addPlayer("sdb");
@@ -65,6 +84,9 @@ TEST_F(PlayerViewTest, ANodeThatTheNameDoesNotSayASlotAndASlowLinkAreSaid) {
   windows->players()->objectsChanged();
   EXPECT_EQ(tick(0)->wholeText(), QString::fromUtf8("Slot 7 · NO NAME"));
   EXPECT_TRUE(facts(0)->text().startsWith(QString::fromUtf8("/dev/sdb · USB")));
+  player->setName(std::nullopt);
+  windows->players()->objectsChanged();
+  EXPECT_EQ(tick(0)->wholeText(), QStringLiteral("Slot 7"));
 }
 
 TEST_F(PlayerViewTest, AVolumeWithoutANameIsBlank) {
@@ -173,6 +195,23 @@ TEST_F(PlayerViewTest, AMirroredPlayersTextsKeepTheirDirection) {
       EXPECT_TRUE(writingIn(shown, far).isNull()) << line->metaObject()->className();
     }
   }
+}
+
+TEST_F(PlayerViewTest, TheSecondLineIsDimmedAndTheFirstIsNot) {
+  addPlayer("sdb");
+  settle();
+  const auto darkest = [](QWidget& line) {
+    const QImage image = line.grab().toImage();
+    int lightness = 255;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        lightness = std::min(lightness, image.pixelColor(x, y).lightness());
+      }
+    }
+    return lightness;
+  };
+  EXPECT_LT(darkest(*tick(0)), 30);
+  EXPECT_GT(darkest(*facts(0)), 90);
 }
 
 class EnableViewTest : public WindowTest {

@@ -1,6 +1,7 @@
 #include <QProgressBar>
 
 #include "TRFileCopyTask.h"
+#include "WindowStyle.h"
 #include "WindowTest.h"
 
 namespace fillstation::test {
@@ -30,14 +31,20 @@ class RunDisplayTest : public WindowTest {
     controller().onCopyResult(run);
   }
   PlayerItem* item(int row) const { return ui().viewPlayers->items().at(row); }
-  // The text at the end of the second line; empty for none.
-  std::string stateOf(int row) const {
-    for (const auto* label : item(row)->findChildren<QLabel*>()) {
-      if (qobject_cast<const ElidedLabel*>(label) == nullptr && !label->isHidden()) {
-        return label->text().toStdString();
+  QLabel* stateLabel(int row) const {
+    for (auto* label : item(row)->findChildren<QLabel*>()) {
+      if (qobject_cast<const ElidedLabel*>(label) == nullptr) {
+        return label;
       }
     }
-    return {};
+    return nullptr;
+  }
+  QColor stateColour(int row) const {
+    return stateLabel(row)->palette().color(QPalette::WindowText);
+  }
+  // The text at the end of the second line; empty for none.
+  std::string stateOf(int row) const {
+    return stateLabel(row)->isHidden() ? std::string() : stateLabel(row)->text().toStdString();
   }
   QProgressBar* barOf(int row) const { return item(row)->findChild<QProgressBar*>(); }
   std::string title() const { return windows->window().windowTitle().toStdString(); }
@@ -46,6 +53,7 @@ class RunDisplayTest : public WindowTest {
 };
 
 TEST_F(RunDisplayTest, ARowFollowsItsTask) {
+  EXPECT_TRUE(barOf(1)->isHidden());
   const auto run = begin();
   EXPECT_EQ(stateOf(1), "waiting");
   EXPECT_FALSE(barOf(1)->isHidden());
@@ -66,11 +74,52 @@ TEST_F(RunDisplayTest, ARowFollowsItsTask) {
   }
 }
 
+TEST_F(RunDisplayTest, TheBarsOfAllRowsBeginAtOnePlace) {
+  const auto run = begin();
+  run->tasks().at(0)->begin(Step::kFormat);
+  runUntil([this] { return stateOf(0) == "formatting"; });
+  settle();
+  EXPECT_EQ(barOf(0)->geometry(), barOf(1)->geometry());
+  EXPECT_EQ(barOf(0)->size(), QSize(64, 6));
+  EXPECT_FALSE(barOf(0)->isTextVisible());
+  EXPECT_EQ(stateLabel(1)->geometry().right(), tick(1)->geometry().right());
+  EXPECT_TRUE(stateLabel(1)->alignment().testFlag(Qt::AlignRight));
+}
+
+TEST_F(RunDisplayTest, AVerdictHasRoomAndAColourThatCanBeRead) {
+  const auto run = begin();
+  const QColor text = item(0)->palette().color(QPalette::Text);
+  EXPECT_EQ(stateColour(1), text);
+  run->tasks().at(1)->setError(true);
+  end(run);
+  settle();
+  EXPECT_GT(stateColour(1).red(), 2 * stateColour(1).green());
+  EXPECT_GT(stateColour(0).green(), 2 * stateColour(0).red());
+  EXPECT_FALSE(stateLabel(0)->font().bold());
+  EXPECT_TRUE(stateLabel(1)->font().bold());
+  for (const int row : {0, 1}) {
+    const QLabel& label = *stateLabel(row);
+    EXPECT_EQ(label.palette().color(QPalette::Text), stateColour(row));
+    EXPECT_GE(label.width(), label.fontMetrics().horizontalAdvance(label.text()));
+    EXPECT_LT(label.width(), 2 * label.fontMetrics().horizontalAdvance(label.text()));
+  }
+  QPalette dark = item(1)->palette();
+  dark.setColor(QPalette::Base, Qt::black);
+  item(1)->setPalette(dark);
+  EXPECT_GE(contrast(stateColour(1), Qt::black), kReadableText);
+  item(1)->setPalette(QPalette());
+  emit controller().runBegan(run->tasks());
+  EXPECT_EQ(stateColour(1), text);
+  EXPECT_FALSE(stateLabel(1)->font().bold());
+}
+
 TEST_F(RunDisplayTest, AFormatsNewNameIsShownByTheRow) {
   begin();
   windows->players()->listed().at(0)->setName("PLAYER");
   runUntil([this] { return tick(0)->wholeText() == QStringLiteral("PLAYER"); });
   EXPECT_TRUE(item(0)->findChild<ElidedLabel*>()->text().startsWith(QStringLiteral("/dev/sdb")));
+  EXPECT_EQ(barOf(0)->accessibleName(), QStringLiteral("PLAYER"));
+  EXPECT_FALSE(tick(0)->accessibleDescription().contains(QStringLiteral("waiting")));
 }
 
 TEST_F(RunDisplayTest, TheSummarysVerdictStaysUntilTheNextRun) {
@@ -117,7 +166,12 @@ TEST_F(RunDisplayTest, TheFailedAreTickedByOneClickAndNoOthers) {
   EXPECT_EQ(std::count_if(texts.begin(), texts.end(),
                           [](const auto& text) { return text.starts_with("\nLog xxxP"); }),
             1);
+  EXPECT_EQ(windows->players()->listed().at(0)->selected().value(), 0);
+  EXPECT_EQ(windows->players()->listed().at(1)->selected().value(), 1);
+  EXPECT_EQ(ui().btnFailed->text(), QStringLiteral("Tick the &Failed"));
+  EXPECT_EQ(ui().btnFailed->toolTip(), QStringLiteral("Tick only the failed players"));
   EXPECT_TRUE(ui().viewPlayers->actions().contains(ui().viewPlayers->tickFailed()));
+  EXPECT_EQ(ui().viewPlayers->contextMenuPolicy(), Qt::ActionsContextMenu);
   click(ui().btnStart);
   EXPECT_FALSE(ui().btnFailed->isEnabled());
   windows->players()->removeObject(*windows->players()->listed().at(1));
@@ -142,10 +196,20 @@ TEST_F(RunDisplayTest, TitleAndTaskBarFollowTheBar) {
   ui().pbProgressBar->setValue(40);
   EXPECT_EQ(title(), "40 %, about 12 min left – Fillstation");
   EXPECT_EQ(ports.workspace.shares.back(), 0.4);
+  ui().pbProgressBar->setValue(99);
+  EXPECT_EQ(title(), "99 %, about 1 min left – Fillstation");
+  ui().pbProgressBar->setValue(100);
+  EXPECT_EQ(title(), "100 % – Fillstation");
+  ui().pbProgressBar->setValue(40);
   end(run);
   EXPECT_EQ(title(), "Fillstation");
   EXPECT_EQ(ports.workspace.shares.back(), std::nullopt);
   EXPECT_EQ(barText(), "Last run: 40 %");
+  ui().pbProgressBar->setValue(0);
+  EXPECT_EQ(title(), "Fillstation");
+  emit controller().runBegan({});
+  EXPECT_EQ(title(), "0 % – Fillstation");
+  EXPECT_EQ(barText(), "0%");
 }
 
 TEST_F(RunDisplayTest, AUserOfAnotherWindowIsNotified) {
@@ -167,6 +231,24 @@ TEST_F(RunDisplayTest, TheFirstCloseOfARunSaysHowToStopIt) {
   windows->window().close();
   EXPECT_EQ(endings, 0);
   EXPECT_EQ(barText(), "Filling 3 players. Close again to stop.");
+  EXPECT_TRUE(windows->window().isVisible());
+  windows->window().close();
+  EXPECT_EQ(endings, 1);
+}
+
+TEST_F(RunDisplayTest, EveryRunHasAFirstCloseOfItsOwnAndNoRunHasNone) {
+  const auto run = begin();
+  windows->window().close();
+  end(run);
+  emit controller().runBegan({run->tasks().at(1)});
+  windows->window().close();
+  EXPECT_EQ(endings, 0);
+  EXPECT_EQ(barText(), "Filling 1 player. Close again to stop.");
+  end(run);
+  emit controller().runBegan({});
+  windows->window().close();
+  EXPECT_EQ(endings, 0);
+  end(run);
   windows->window().close();
   EXPECT_EQ(endings, 1);
 }
@@ -195,6 +277,28 @@ TEST_F(RunDisplayTest, TheLineBelowTheListFollowsAnEject) {
       [this] { return ui().ejectLabel->text() == QStringLiteral("2 players can be unplugged."); });
 }
 
+TEST_F(RunDisplayTest, PlayersAreCountedUntilAllHaveBeenEjected) {
+  const auto said = [this] { return ui().ejectLabel->text().toStdString(); };
+  const auto players = windows->players()->listed();
+  EXPECT_TRUE(ui().ejectLabel->isHidden());
+  emit controller().ejected({});
+  EXPECT_TRUE(ui().ejectLabel->isHidden());
+  emit controller().ejected({players.at(0)});
+  EXPECT_EQ(said(), "Ejecting 1 player…");
+  EXPECT_FALSE(ui().ejectLabel->isHidden());
+  players.at(0)->setIsReleased(true);
+  emit controller().ejected({players.at(1)});
+  EXPECT_EQ(said(), "Ejecting 2 players…");
+  players.at(1)->setIsReleased(false);
+  runUntil([&] { return said() == "1 of 2 players can be unplugged."; });
+  emit controller().ejected({players.at(2)});
+  EXPECT_EQ(said(), "Ejecting 1 player…");
+  players.at(2)->setIsReleased(true);
+  runUntil([&] { return said() == "1 player can be unplugged."; });
+  begin();
+  EXPECT_TRUE(ui().ejectLabel->isHidden());
+}
+
 TEST_F(RunDisplayTest, ThePanelShowsWhatOkWillDo) {
   const auto said = [this] { return panelUi().taskLabel->text().toStdString(); };
   EXPECT_EQ(said(), "The file list is empty: 3 players will be erased and left empty.");
@@ -207,6 +311,10 @@ TEST_F(RunDisplayTest, ThePanelShowsWhatOkWillDo) {
   addRoot("/music/Song.mp3", 1024, false);
   controller().updateFilesSize();
   EXPECT_EQ(said(), "2 players will be erased and filled from 2 folders (3 files, 551 KB).");
+  windows->songs()->removeAllTRFiles();
+  addRoot("/music/Short", 1024, true, 1);
+  click(tick(0));
+  EXPECT_EQ(said(), "1 player will be erased and filled from 1 folder (1 file, 1 KB).");
   click(ui().btnNone);
   EXPECT_EQ(said(), "No player is ticked.");
 }
@@ -215,10 +323,22 @@ TEST_F(RunDisplayTest, ThePasswordCanBeShownAndCapsLockIsReported) {
   click(ui().btnStart);
   waitForActive(windows->panel());
   panelUi().passwordField->setFocus();
+  EXPECT_TRUE(panelUi().capsLabel->isHidden());
   QTest::keyClick(panelUi().passwordField, Qt::Key_A, Qt::NoModifier);
   EXPECT_TRUE(panelUi().capsLabel->isHidden());
   QTest::sendKeyEvent(QTest::Click, panelUi().passwordField, Qt::Key_A, QStringLiteral("A"),
                       Qt::NoModifier);
+  EXPECT_FALSE(panelUi().capsLabel->isHidden());
+  // These say nothing about it.
+  for (const char* text : {"1", "a1", "\u3042", ""}) {
+    QTest::sendKeyEvent(QTest::Click, panelUi().passwordField, Qt::Key_unknown,
+                        QString::fromUtf8(text), Qt::NoModifier);
+    EXPECT_FALSE(panelUi().capsLabel->isHidden()) << text;
+  }
+  QTest::keyClick(panelUi().passwordField, Qt::Key_CapsLock);
+  EXPECT_TRUE(panelUi().capsLabel->isHidden());
+  QTest::sendKeyEvent(QTest::Click, panelUi().passwordField, Qt::Key_A, QStringLiteral("a"),
+                      Qt::ShiftModifier);
   EXPECT_FALSE(panelUi().capsLabel->isHidden());
   QTest::sendKeyEvent(QTest::Click, panelUi().passwordField, Qt::Key_A, QStringLiteral("A"),
                       Qt::ShiftModifier);
@@ -228,6 +348,12 @@ TEST_F(RunDisplayTest, ThePasswordCanBeShownAndCapsLockIsReported) {
   look->trigger();
   EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Normal);
   look->trigger();
+  EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Password);
+  EXPECT_EQ(look->toolTip(), QStringLiteral("Show the password"));
+  // It is hidden again the next time.
+  look->trigger();
+  click(panelUi().btnPassCancel);
+  click(ui().btnStart);
   EXPECT_EQ(panelUi().passwordField->echoMode(), QLineEdit::Password);
 }
 
