@@ -1,4 +1,6 @@
 #include <QImage>
+#include <cmath>
+#include <numbers>
 #include <tuple>
 
 #include "TempFolder.h"
@@ -15,16 +17,20 @@ TRAttributedString blueTitle(const QString& text) {
   return title;
 }
 
-bool holds(const QImage& image, const QColor& color) {
+// Around all points of that colour.
+QRect spreadOf(const QImage& image, const QColor& color) {
+  QRect spread;
   for (int y = 0; y < image.height(); ++y) {
     for (int x = 0; x < image.width(); ++x) {
       if (image.pixelColor(x, y) == color) {
-        return true;
+        spread |= QRect(x, y, 1, 1);
       }
     }
   }
-  return false;
+  return spread;
 }
+
+bool holds(const QImage& image, const QColor& color) { return !spreadOf(image, color).isEmpty(); }
 
 QPalette paletteOn(const QColor& window) {
   QPalette palette = QApplication::palette();
@@ -62,6 +68,32 @@ TEST(LinkButtonTest, IsPaintedInTheColoursOfItsTitle) {
   EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
   button.resize(button.sizeHint());
   EXPECT_TRUE(holds(button.grab().toImage(), Qt::blue));
+}
+
+TEST(LinkButtonTest, PaintsItsWholeTitleInTheMiddle) {
+  LinkButton button;
+  QPalette colours = paletteOn(Qt::white);
+  colours.setColor(QPalette::ButtonText, Qt::red);
+  button.setPalette(colours);
+  TRAttributedString title = blueTitle(QString(3, QChar(0x2588)));
+  title.attributes.setFontUnderline(false);
+  button.setAttributedTitle(title);
+  button.resize(button.sizeHint().width(), 60);
+  const QImage image = button.grab().toImage();
+  EXPECT_FALSE(holds(image, Qt::red));
+  EXPECT_NEAR(spreadOf(image, Qt::blue).center().y(), 30, 3);
+  EXPECT_NEAR(spreadOf(image, Qt::blue).center().x(), button.width() / 2, 2);
+}
+
+TEST(LinkButtonTest, IsPaintedAgainInTheColourOfANewTitle) {
+  LinkButton button;
+  button.setAttributedTitle(blueTitle(QStringLiteral("Home")));
+  button.show();
+  PaintCount count(&button);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return count.paints > 0; }));
+  count.paints = 0;
+  button.setAttributedTitle({QStringLiteral("Home"), {}});
+  EXPECT_TRUE(QTest::qWaitFor([&] { return count.paints > 0; }));
 }
 
 TEST(LinkButtonTest, CanBeReadOnEveryGroundAlsoOnOneThatChanges) {
@@ -133,6 +165,61 @@ TEST(BusyIndicatorTest, TheBrightDotWalksRound) {
   EXPECT_EQ(pictures.size(), 8U);
 }
 
+// How dark each dot is at its middle, clockwise from the top, in percent.
+std::vector<int> shadesOf(BusyIndicator& indicator) {
+  const QImage image = indicator.grab().toImage();
+  const double radius = 0.38 * image.width();
+  const auto lightness = [&](double x, double y) {
+    return image.pixelColor(qRound(x), qRound(y)).lightness();
+  };
+  std::vector<int> shades;
+  for (int dot = 0; dot < 8; ++dot) {
+    const double angle = 2 * std::numbers::pi * dot / 8;
+    const double x = image.width() / 2.0 + radius * std::sin(angle);
+    const double y = image.height() / 2.0 - radius * std::cos(angle);
+    const int inside = lightness(x, y);
+    shades.push_back(qRound((255 - inside) / 2.55));
+    for (const auto& [right, down] : {std::pair(1, 0), {-1, 0}, {0, 1}, {0, -1}}) {
+      const double near = 0.9 * radius / 4.2;
+      const double far = 1.1 * radius / 4.2;
+      EXPECT_EQ(lightness(x + near * right, y + near * down), inside) << dot;
+      EXPECT_EQ(lightness(x + far * right, y + far * down), 255) << dot;
+    }
+  }
+  return shades;
+}
+
+TEST(BusyIndicatorTest, DrawsEightRoundDotsThatFadeBehindTheBrightOne) {
+  BusyIndicator indicator;
+  QPalette colours = paletteOn(Qt::white);
+  colours.setColor(QPalette::WindowText, Qt::black);
+  indicator.setPalette(colours);
+  indicator.resize(240, 240);
+  EXPECT_EQ(shadesOf(indicator), std::vector<int>(8, 20));
+  std::set<int> shades;
+  const QImage resting = indicator.grab().toImage();
+  for (int x = 0; x < resting.width(); ++x) {
+    shades.insert(resting.pixelColor(x, resting.height() / 4).lightness());
+  }
+  EXPECT_EQ(*shades.begin(), 204) << "the dots have no outline";
+  EXPECT_GT(shades.size(), 2U) << "their edges are smooth";
+  indicator.startAnimation();
+  EXPECT_EQ(shadesOf(indicator), (std::vector<int>{90, 20, 20, 20, 20, 30, 50, 70}));
+}
+
+TEST(BusyIndicatorTest, TurnsAtASpeedThatTheEyeCanFollow) {
+  BusyIndicator indicator;
+  indicator.startAnimation();
+  int steps = 0;
+  constexpr int kLooks = 20;
+  for (int look = 0; look < kLooks; ++look) {
+    const int before = indicator.step();
+    QCoreApplication::processEvents();
+    steps += indicator.step() != before ? 1 : 0;
+  }
+  EXPECT_LT(steps, kLooks);
+}
+
 // Once another one has turned by a quarter, one that turned too would have moved.
 TEST(BusyIndicatorTest, StandsStillInAMinimisedWindow) {
   QWidget window;
@@ -151,6 +238,9 @@ TEST(BusyIndicatorTest, StandsStillInAMinimisedWindow) {
   EXPECT_FALSE(turns());
   window.show();
   EXPECT_TRUE(turns());
+  const PaintCount seen(&indicator);
+  EXPECT_TRUE(turns());
+  EXPECT_GT(seen.paints, 0);
   window.showMinimized();
   indicator.startAnimation();
   EXPECT_FALSE(turns());
@@ -209,6 +299,34 @@ TEST_F(ProgramIconTest, WithoutAThemeThePicturesWithinTheProgramAreTaken) {
     expectDrawing(picture(size), size);
   }
   EXPECT_EQ(programIcon().availableSizes(), sizes);
+}
+
+TEST_F(ProgramIconTest, AnEyeIsDrawnForThePasswordWithoutATheme) {
+  QWidget parent;
+  CredentialsPanel panel(&parent);
+  panel.show();
+  const QIcon eye = panel.ui().passwordField->actions().constFirst()->icon();
+  ASSERT_EQ(eye.availableSizes(), QList<QSize>{QSize(32, 32)});
+  const QImage image = eye.pixmap(32).toImage();
+  const auto alpha = [&](int x, int y) { return image.pixelColor(x, y).alpha(); };
+  std::set<int> alphas;
+  for (int y = 0; y < 32; ++y) {
+    for (int x = 0; x < 32; ++x) {
+      alphas.insert(alpha(x, y));
+      EXPECT_NEAR(alpha(x, y), alpha(31 - x, y), 30) << x << ' ' << y;
+      EXPECT_NEAR(alpha(x, y), alpha(x, 31 - y), 30) << x << ' ' << y;
+      const bool isPupil = QRect(11, 11, 10, 10).contains(x, y);
+      EXPECT_TRUE(!isPupil || std::abs(alpha(x, y) - alpha(y, x)) < 30) << x << ' ' << y;
+    }
+  }
+  EXPECT_GT(alphas.size(), 2U) << "its edges are smooth";
+  EXPECT_EQ(alpha(0, 0), 0);
+  EXPECT_EQ(alpha(15, 15), 255);
+  EXPECT_EQ(image.pixelColor(15, 15), panel.palette().color(QPalette::Text));
+  // The lids are two points wide.
+  EXPECT_LT(alpha(15, 7), 60);
+  EXPECT_GT(alpha(15, 8), 200);
+  EXPECT_GT(alpha(15, 9), 200);
 }
 
 TEST_F(ProgramIconTest, APictureHasThePixelsOfItsScreen) {

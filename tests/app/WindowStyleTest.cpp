@@ -19,7 +19,7 @@ TEST(ContrastTest, IsThatOfTheWebsGuidelines) {
   EXPECT_NEAR(contrast(Qt::blue, Qt::white), 8.59, 0.005);
   EXPECT_NEAR(contrast(Qt::red, Qt::white), 4.0, 0.005);
   EXPECT_NEAR(contrast(Qt::green, Qt::black), 15.3, 0.005);
-  EXPECT_NEAR(contrast(QColor(10, 10, 10), Qt::black), 1.06, 0.005);
+  EXPECT_NEAR(contrast(QColor(10, 10, 10), Qt::black), 1.0607, 0.001);
 }
 
 TEST(ContrastTest, AColourIsMixedUntilItCanBeRead) {
@@ -28,6 +28,16 @@ TEST(ContrastTest, AColourIsMixedUntilItCanBeRead) {
   EXPECT_EQ(readable(Qt::blue, Qt::black).name(), QStringLiteral("#6666ff"));
   EXPECT_EQ(readable(Qt::yellow, Qt::white).name(), QStringLiteral("#737300"));
   EXPECT_EQ(readable(Qt::black, Qt::black).name(), QStringLiteral("#808080"));
+  EXPECT_EQ(readable(Qt::black, Qt::black, kVisibleOutline).name(), QStringLiteral("#666666"));
+  // One that needs no mixing keeps its transparency; white is the end of it.
+  EXPECT_EQ(readable(QColor(0, 0, 255, 9), Qt::white), QColor(0, 0, 255, 9));
+  EXPECT_EQ(readable(Qt::gray, QColor(99, 99, 99), 21), QColor(Qt::white));
+}
+
+TEST(ContrastTest, ATextThatMattersLessIsThreeFifthsOfItselfIfThatCanBeRead) {
+  EXPECT_EQ(dimmed(Qt::black, Qt::white).name(), QStringLiteral("#666666"));
+  EXPECT_EQ(dimmed(Qt::white, Qt::black).name(), QStringLiteral("#999999"));
+  EXPECT_GE(contrast(dimmed(Qt::gray, Qt::white), Qt::white), kReadableText);
 }
 
 TEST(ContrastTest, AsMuchAsIsAskedForAndLittleMore) {
@@ -197,6 +207,9 @@ TEST(WindowStyleTest, EqualPalettesAreDrawnWithOneAndTheSame) {
   };
   drawOthers(15);
   EXPECT_EQ(style.outlined(one).cacheKey(), key);
+  QPalette off = same;
+  off.setCurrentColorGroup(QPalette::Disabled);
+  EXPECT_EQ(style.outlined(off).currentColorGroup(), QPalette::Disabled);
   drawOthers(16);
   EXPECT_NE(style.outlined(one).cacheKey(), key);
 }
@@ -211,8 +224,9 @@ TEST(WindowStyleTest, OutlinesStandOutFromEveryGreyInEachGroupOfColours) {
       const QPalette outlined = style.outlined(palette);
       for (const auto other : groups) {
         const QColor outline = outlined.color(other, QPalette::Window).darker(140);
-        EXPECT_GE(contrast(outline, palette.color(other, QPalette::Window)), kVisibleOutline)
-            << shade;
+        const double reached = contrast(outline, palette.color(other, QPalette::Window));
+        EXPECT_GE(reached, kVisibleOutline) << shade;
+        EXPECT_LT(reached, 2 * kVisibleOutline) << shade;
       }
     }
   }
