@@ -136,6 +136,7 @@ class DropTest : public WindowTest {
     QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction | Qt::MoveAction, &things, Qt::LeftButton,
                           Qt::NoModifier);
     QCoreApplication::sendEvent(ui().lstFiles->viewport(), &enter);
+    EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
     return enter.isAccepted();
   }
   bool letGo() {
@@ -182,6 +183,40 @@ TEST_F(DropTest, AddressesOfOtherMachinesAreRefused) {
   EXPECT_TRUE(listedPaths().empty());
   EXPECT_TRUE(drop({QUrl(QStringLiteral("file://localhost") + path)}));
   EXPECT_EQ(listedPaths(), Texts{temp.path("album")});
+}
+
+TEST_F(DropTest, TheTableHasAFrameForAsLongAsItWouldTakeTheThings) {
+  const QList<QUrl> album = local({temp.makeFolder("album")});
+  QWidget& cells = *ui().lstFiles->viewport();
+  const auto isFramed = [&] {
+    const QImage image = cells.grab().toImage();
+    const QColor frame = ui().lstFiles->palette().color(QPalette::Highlight);
+    const int right = image.width() - 1;
+    const int bottom = image.height() - 1;
+    EXPECT_NE(image.pixelColor(2, bottom / 2), frame) << "the frame is two points wide";
+    int edges = 0;
+    for (const QPoint& at : {QPoint(1, bottom / 2), QPoint(right - 1, bottom / 2),
+                             QPoint(right / 2, 1), QPoint(right / 2, bottom - 1)}) {
+      edges += image.pixelColor(at) == frame ? 1 : 0;
+    }
+    EXPECT_TRUE(edges == 0 || edges == 4) << edges;
+    return edges == 4;
+  };
+  EXPECT_FALSE(isFramed());
+  EXPECT_FALSE(dragOver({QUrl(QStringLiteral("https://fillstation.example/a.mp3"))}));
+  EXPECT_FALSE(isFramed());
+  PaintCount count(&cells);
+  EXPECT_TRUE(dragOver(album));
+  runUntil([&] { return count.paints > 0; });
+  EXPECT_TRUE(isFramed());
+  QDragLeaveEvent leave;
+  QCoreApplication::sendEvent(&cells, &leave);
+  EXPECT_FALSE(isFramed());
+  EXPECT_TRUE(drop(album));
+  EXPECT_FALSE(isFramed());
+  controller().enableView(false);
+  dragOver(album);
+  EXPECT_FALSE(isFramed());
 }
 
 TEST_F(DropTest, NothingIsTakenOnceTheControlsAreOff) {
