@@ -37,10 +37,7 @@ QAccessibleInterface* spokenOf(const QString& /*className*/, QObject* object) {
 }  // namespace
 
 BusyIndicator::BusyIndicator(QWidget* parent) : QWidget(parent) {
-  [[maybe_unused]] static const bool installed = [] {
-    QAccessible::installFactory(spokenOf);
-    return true;
-  }();
+  QAccessible::installFactory(spokenOf);  // once, however often it is asked to
   QSizePolicy policy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   policy.setRetainSizeWhenHidden(true);
   setSizePolicy(policy);

@@ -108,12 +108,10 @@ FileTable::FileTable(QWidget* parent)
   horizontalHeader()->setStyle(roomy);
   setItemDelegate(new Cells(this));
   setSelectionBehavior(SelectRows);
-  setSelectionMode(ExtendedSelection);
   setEditTriggers(NoEditTriggers);
   setTabKeyNavigation(false);
   setAlternatingRowColors(true);
   setShowGrid(false);
-  setAcceptDrops(true);
   setDragDropMode(DropOnly);
   setAccessibleName(tr("Files"));
   setAccessibleDescription(

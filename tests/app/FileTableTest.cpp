@@ -123,6 +123,9 @@ TEST_F(FileTableTest, AnEmptyListShowsAHint) {
   EXPECT_TRUE(hint()->isVisible());
   EXPECT_EQ(hint()->text(), QStringLiteral("Drop folders of audio here,\nor choose Browse"));
   EXPECT_EQ(hint()->alignment(), Qt::AlignCenter);
+  EXPECT_EQ(hint()->foregroundRole(), QPalette::PlaceholderText);
+  settle();
+  EXPECT_EQ(hint()->geometry().center(), table().viewport()->rect().center());
   EXPECT_TRUE(hint()->testAttribute(Qt::WA_TransparentForMouseEvents));
   addRoot("/a", 1);
   EXPECT_FALSE(hint()->isVisible());

@@ -35,8 +35,11 @@ TEST_F(ModalSessionTest, AnAlertHasItsTextAndOneButton) {
   duringAlert([](const QMessageBox& box) {
     EXPECT_EQ(box.text(), QStringLiteral("Text"));
     EXPECT_EQ(box.textFormat(), Qt::PlainText);
+    EXPECT_EQ(box.textInteractionFlags(), Qt::TextSelectableByMouse);
+    EXPECT_EQ(box.windowTitle(), QApplication::applicationDisplayName());
     ASSERT_EQ(box.buttons().size(), 1);
     EXPECT_EQ(box.buttons().at(0)->text().remove(QLatin1Char('&')), QStringLiteral("OK"));
+    EXPECT_TRUE(box.buttons().at(0)->icon().isNull());
     const int side = box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
     EXPECT_EQ(box.iconPixmap().toImage(), programPicture(side, 1).toImage());
   });
@@ -75,6 +78,32 @@ TEST_F(ModalSessionTest, ALongAlertScrollsByKeysTooSoThatItsButtonStaysOnTheScre
         EXPECT_EQ(bar->value(), 0);
       },
       text);
+}
+
+TEST_F(ModalSessionTest, AnAlertThatTheDesktopHidesGoesOn) {
+  bool hasLooked = false;
+  bool isStillUp = false;
+  whenever([&] {
+    QMessageBox* const box = alert();
+    if (box == nullptr) {
+      return false;
+    }
+    QHideEvent hidden;
+    QSpontaneKeyEvent::setSpontaneous(&hidden);
+    qApp->notify(box, &hidden);
+    whenever([&] {
+      hasLooked = true;
+      isStillUp = alert() != nullptr;
+      if (isStillUp) {
+        alert()->close();
+      }
+      return true;
+    });
+    return true;
+  });
+  Alert::run(&windows->window(), "Text");
+  runUntil([&] { return hasLooked; });
+  EXPECT_TRUE(isStillUp);
 }
 
 TEST_F(ModalSessionTest, ReturnAndEscapeDismissAnAlert) {

@@ -1,5 +1,6 @@
 #include "OpenPanel.h"
 
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileSystemModel>
 #include <QHeaderView>
@@ -7,6 +8,7 @@
 #include <QPushButton>
 #include <QTreeView>
 #include <filesystem>
+#include <fstream>
 
 #include "TempFolder.h"
 #include "WindowTest.h"
@@ -160,6 +162,9 @@ TEST_F(OpenPanelTest, HasATitleShowsNamesFirstAndChangesNothingOnTheDisk) {
   open();
   EXPECT_TRUE(panel->testOption(QFileDialog::ReadOnly));
   EXPECT_TRUE(panel->testOption(QFileDialog::DontUseNativeDialog));
+  EXPECT_EQ(panel->labelText(QFileDialog::FileName), QStringLiteral("Folder or file:"));
+  const auto* parents = panel->findChild<QComboBox*>(QStringLiteral("lookInCombo"));
+  EXPECT_EQ(parents->view()->accessibleName(), QStringLiteral("Parent folders"));
   for (const char* name : {"fileTypeLabel", "fileTypeCombo"}) {
     EXPECT_FALSE(panel->findChild<QWidget*>(QLatin1String(name))->isVisible()) << name;
   }
@@ -170,6 +175,29 @@ TEST_F(OpenPanelTest, HasATitleShowsNamesFirstAndChangesNothingOnTheDisk) {
   const QModelIndex two = row(QStringLiteral("two.mp3"));
   EXPECT_EQ(two.data(QFileSystemModel::FileNameRole), QStringLiteral("two.mp3"));
   EXPECT_FALSE(two.data(Qt::DecorationRole).value<QIcon>().isNull());
+}
+
+TEST_F(OpenPanelTest, OffersTheFoldersAtHomeThatExistEachOnce) {
+  const QDir home = QDir::home();
+  const auto offered = [this, &home] {
+    const OpenPanel dialog(&windows->window(), "mp3", folder());
+    Texts names;
+    for (const QUrl& place : dialog.sidebarUrls()) {
+      names.push_back(home.relativeFilePath(place.toLocalFile()).toStdString());
+    }
+    return names;
+  };
+  EXPECT_EQ(offered(), Texts{"."});
+  for (const char* name : {"Music", "Desktop", ".config"}) {
+    home.mkdir(QLatin1String(name));
+  }
+  EXPECT_EQ(offered(), (Texts{".", "Music", "Desktop"}));
+  const std::string config = home.filePath(QStringLiteral(".config")).toStdString();
+  std::ofstream(config + "/user-dirs.dirs") << "XDG_MUSIC_DIR=\"$HOME/Desktop\"\n";
+  EXPECT_EQ(offered(), (Texts{".", "Desktop"}));
+  for (const char* name : {"Music", "Desktop", ".config"}) {
+    QDir(home.filePath(QLatin1String(name))).removeRecursively();
+  }
 }
 
 // The function that the window uses.

@@ -16,7 +16,8 @@ class RunFlowTest : public WindowTest {
 
   // Closes the alert with a click, and records the window under it.
   void answerAlertAndLook() {
-    answerAlert([this](QMessageBox&) {
+    answerAlert([this](const QMessageBox& box) {
+      iconOfAlert = box.icon();
       enabledUnderAlert = ui().btnStart->isEnabled();
       panelUnderAlert = windows->panel().isVisible();
       animatingUnderAlert = ui().pbCircle->isAnimating();
@@ -57,6 +58,7 @@ class RunFlowTest : public WindowTest {
     EXPECT_TRUE(ui().viewPlayers->isEnabled());
   }
 
+  QMessageBox::Icon iconOfAlert = QMessageBox::Question;
   bool enabledUnderAlert = true;
   bool panelUnderAlert = true;
   bool animatingUnderAlert = true;
@@ -132,7 +134,9 @@ TEST_F(RunFlowTest, TheSummaryNamesTheFailedPlayersInTaskOrder) {
   EXPECT_EQ(summaryOf({"/dev/sdd", "/dev/sdb", "/dev/sdc"}, {"/dev/sdc", "/dev/sdd"}),
             "Process Completed.\nPlayer /dev/sdd Failed in process\n"
             "Player /dev/sdc Failed in process");
+  EXPECT_EQ(iconOfAlert, QMessageBox::Warning);
   EXPECT_EQ(summaryOf({"/dev/sdb", "/dev/sdc"}, {}), "Process Completed.");
+  EXPECT_EQ(iconOfAlert, QMessageBox::NoIcon);
 }
 
 TEST_F(RunFlowTest, TheResultStopsTheIndicatorAndEnablesTheControlsAfterTheSummary) {
