@@ -84,9 +84,10 @@ void BenchUsbBus::readEvents() {
     inotify_event event{};
     std::memcpy(&event, &buffer[static_cast<std::size_t>(at)], sizeof(event));
     at += static_cast<ssize_t>(sizeof(event));
-    const std::string name(event.len > 0 ? &buffer[static_cast<std::size_t>(at)] : "");
+    const std::string_view padded(buffer.data() + at, event.len);
     at += event.len;
-    fileChanged(name, (event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0);
+    fileChanged(std::string(padded.substr(0, padded.find('\0'))),
+                (event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0);
   }
 }
 

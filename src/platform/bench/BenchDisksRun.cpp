@@ -69,8 +69,10 @@ ScriptOutcome wipe(const BenchPlayer& player, const std::string& command) {
 
 ScriptOutcome format(const BenchPlayer& player, const std::string& command) {
   // The tool really refuses a medium without space.
-  const FileHandle tooSmall(player.faults().refuseFormat ? ::memfd_create("format", MFD_CLOEXEC)
-                                                         : -1);
+  FileHandle tooSmall;
+  if (player.faults().refuseFormat) {
+    tooSmall = FileHandle(::memfd_create("format", MFD_CLOEXEC));
+  }
   ScriptOutcome outcome = runOn(tooSmall ? tooSmall.get() : player.image(), command, player.node());
   player.pullAt(PullMoment::kDuringFormat);
   return outcome;
@@ -96,7 +98,8 @@ ScriptOutcome BenchDisks::run(std::string_view source, const DiskIdentity& targe
     return gone();
   }
   const std::scoped_lock guard(player->access());
-  if (command->kind == PlayerCommand::format) {
+  const bool formats = command->kind == PlayerCommand::format;
+  if (formats) {
     player->pullAt(PullMoment::kBeforeFormat);
   }
   if (const auto refused = refusal(*player, target)) {
@@ -107,9 +110,8 @@ ScriptOutcome BenchDisks::run(std::string_view source, const DiskIdentity& targe
     // Every tool's message for a medium that it can't open for writing.
     return failure(1, "Read-only file system");
   }
-  ScriptOutcome outcome = command->kind == PlayerCommand::wipe ? wipe(*player, script.command)
-                                                               : format(*player, script.command);
-  if (command->kind == PlayerCommand::format && outcome.result) {
+  ScriptOutcome outcome = formats ? format(*player, script.command) : wipe(*player, script.command);
+  if (formats && outcome.result) {
     remountAt(*player, RemountMoment::kAfterFormat);
   }
   return player->isPresent() ? outcome : gone();

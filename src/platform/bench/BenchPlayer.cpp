@@ -118,8 +118,8 @@ bool BenchPlayer::applyLie() const {
     return true;
   }
   const std::int64_t size = sizeOf(image_.get());
-  const bool toTheEnd = lie.lieBytes == 0 || lie.lieBytes > size - lie.lieFrom;
-  const std::int64_t end = toTheEnd ? size : lie.lieFrom + lie.lieBytes;
+  const std::int64_t most = size - lie.lieFrom;
+  const std::int64_t end = lie.lieFrom + (lie.lieBytes == 0 ? most : std::min(lie.lieBytes, most));
   constexpr auto kBlock = static_cast<std::int64_t>(sizeof(Block));
   bool done = true;
   for (std::int64_t at = lie.lieFrom; at <= end - kBlock && done; at += kBlock) {

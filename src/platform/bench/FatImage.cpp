@@ -178,8 +178,8 @@ std::optional<std::vector<std::uint32_t>> FatImage::chain(std::uint32_t first) c
   std::vector<std::uint32_t> clusters;
   for (std::uint32_t cluster = first; cluster < kEndOfChain;) {
     std::array<std::uint8_t, 4> next{};
-    // A chain longer than the file system is a loop.
-    if (cluster < 2 || cluster - 2 >= layout_.clusters || clusters.size() == layout_.clusters ||
+    // Clusters 0 and 1 wrap around. A chain longer than the file system is a loop.
+    if (cluster - 2 >= layout_.clusters || clusters.size() == layout_.clusters ||
         !readAt(descriptor_, layout_.tables + std::int64_t{cluster} * 4, next.data(),
                 next.size())) {
       return std::nullopt;

@@ -33,14 +33,14 @@ struct FatDirectory {
 // Where the parts of a FAT32 file system are: bytes from the image's beginning, and sizes in bytes.
 // A plain value.
 struct FatLayout {
-  std::int64_t tables = 0;  // one behind the other
-  std::int64_t tableBytes = 0;
-  int tableCount = 0;
-  std::int64_t info = 0;  // the sector with the number of free clusters
-  std::int64_t data = 0;  // the first cluster, which has the number 2
-  std::int64_t clusterBytes = 0;
-  std::uint32_t clusters = 0;
-  std::uint32_t rootCluster = 0;
+  std::int64_t tables;  // one behind the other
+  std::int64_t tableBytes;
+  int tableCount;
+  std::int64_t info;  // the sector with the number of free clusters
+  std::int64_t data;  // the first cluster, which has the number 2
+  std::int64_t clusterBytes;
+  std::uint32_t clusters;
+  std::uint32_t rootCluster;
 
   std::int64_t offsetOf(std::uint32_t cluster) const {
     return data + (static_cast<std::int64_t>(cluster) - 2) * clusterBytes;
@@ -72,7 +72,7 @@ class FatImage {
   std::optional<std::vector<std::uint32_t>> chain(std::uint32_t first) const;
 
   int descriptor_;
-  FatLayout layout_;
+  FatLayout layout_{};
   std::string bootLabel_;
 };
 

@@ -59,9 +59,7 @@ std::string longSlots(std::string_view name, const std::string& shortName) {
   }
   std::u16string units = utf16Of(fatName(name)).value_or(u"");
   const std::size_t count = (units.size() + kUnitsPerSlot - 1) / kUnitsPerSlot;
-  if (units.size() < count * kUnitsPerSlot) {
-    units += u'\0';
-  }
+  units += u'\0';
   units.resize(count * kUnitsPerSlot, u'\xFFFF');
   std::string bytes;
   for (std::size_t part = count; part > 0; --part) {
@@ -132,7 +130,7 @@ int FatWriter::admit(const std::string& path, std::optional<std::int64_t> size) 
   if (directory.names.contains(fatFolded(name))) {
     return EEXIST;
   }
-  if (size.value_or(0) > kFatLargestFile) {
+  if (size > kFatLargestFile) {
     return EFBIG;
   }
   if (directory.usedSlots + slotsOf(name) > kFatMostSlots ||

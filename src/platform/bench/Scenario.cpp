@@ -22,18 +22,18 @@ constexpr std::int64_t kLargestMiB = 8192;
 constexpr std::size_t kLongestLabel = 11;  // FAT's
 
 // In the order of their enumerations; the first value of each has no name.
-constexpr std::array<const char*, 10> kPullMoments{"",
-                                                   "before-unmount",
-                                                   "during-wipe",
-                                                   "before-format",
-                                                   "during-format",
-                                                   "before-mount",
-                                                   "during-mount",
-                                                   "after-bytes",
-                                                   "during-flush",
-                                                   "during-read-back"};
-constexpr std::array<const char*, 3> kRemountMoments{"", "after-unmount", "after-format"};
-constexpr std::array<const char*, 4> kLies{"", "drops", "wraps", "flips"};
+constexpr std::array kPullMoments{"",
+                                  "before-unmount",
+                                  "during-wipe",
+                                  "before-format",
+                                  "during-format",
+                                  "before-mount",
+                                  "during-mount",
+                                  "after-bytes",
+                                  "during-flush",
+                                  "during-read-back"};
+constexpr std::array kRemountMoments{"", "after-unmount", "after-format"};
+constexpr std::array kLies{"", "drops", "wraps", "flips"};
 
 // One object of a JSON text, read key by key. A value of the wrong kind is a problem; an absent one
 // leaves its target unchanged. An object is written by reading an empty one: the targets then hold
