@@ -65,6 +65,12 @@ TEST_F(BenchFolderUnitTest, AFailedCreationHasAReason) {
   EXPECT_EQ(createPlayer(blocked, plan), blocked + "/pulled/a.img can't be written");
   folder.makeFolder("a.json");
   EXPECT_EQ(createPlayer(folder.path(), plan), folder.path("a.json") + " can't be written");
+  std::filesystem::remove(folder.path("a.json"));
+  std::filesystem::create_symlink("/dev/full", folder.path("a.json"));
+  EXPECT_EQ(createPlayer(folder.path(), plan), folder.path("a.json") + " can't be written");
+  plan.sizeMiB = -1;
+  EXPECT_EQ(createPlayer(folder.path(), plan), folder.path("pulled/a.img") + " can't be written");
+  plan.sizeMiB = 64;
   plan.label = "A.B";
   EXPECT_TRUE(createPlayer(folder.path(), plan)->starts_with("mkfs.fat: "));
 }

@@ -2,9 +2,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 #include "FileHandle.h"
@@ -47,6 +50,30 @@ class FatWriterTest : public ::testing::Test {
   }
   void addFolder(const std::string& path) { writer->add(path, folder_.path()); }
 
+  // Adds a file of five bytes that was changed in that year, on 3 February, 04:05:07.
+  void addFileOf(int year, const std::string& path) {
+    const std::string source = folder_.write("dated", "12345");
+    std::tm changed{};
+    changed.tm_year = year - 1900;
+    changed.tm_mon = 1;
+    changed.tm_mday = 3;
+    changed.tm_hour = 4;
+    changed.tm_min = 5;
+    changed.tm_sec = 7;
+    changed.tm_isdst = -1;
+    const timespec when{std::mktime(&changed), 0};
+    const timespec times[2]{when, when};
+    ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+    writer->add(path, source);
+  }
+
+  FatLayout layout() const { return FatImage::open(file_.get())->layout(); }
+  std::string bytesAt(std::int64_t offset, std::size_t count) const {
+    std::string bytes(count, '?');
+    EXPECT_EQ(::pread(file_.get(), bytes.data(), count, offset), static_cast<ssize_t>(count));
+    return bytes;
+  }
+
   test::TempFolder folder_;
   FileHandle file_;
   std::optional<FatWriter> writer;
@@ -87,6 +114,58 @@ TEST_F(FatWriterTest, GrowthIsTakenFromTheRoom) {
   addFile("a", kCluster);
   EXPECT_EQ(writer->admit("b", kCluster), 0);
   EXPECT_EQ(writer->admit("b", kCluster + 1), ENOSPC);
+}
+
+TEST_F(FatWriterTest, AClusterThatADirectoryHasToSpareIsNoRoom) {
+  leave(1);
+  FatDirectory directory = directoryWith(1);
+  directory.clusters = {2, 3};
+  writer->haveDirectory("", directory);
+  EXPECT_EQ(writer->admit("b", kCluster), 0);
+  EXPECT_EQ(writer->admit("b", kCluster + 1), ENOSPC);
+}
+
+TEST_F(FatWriterTest, EveryByteOfAnEntryIsInItsPlace) {
+  addFileOf(2001, "a.mp3");
+  addFileOf(1975, "b.mp3");
+  ASSERT_TRUE(writer->write(2));
+  const std::int64_t root = layout().offsetOf(2);
+  EXPECT_EQ(bytesAt(root + 32, 64), std::string("\x41"
+                                                "a\0.\0m\0p\0"
+                                                "3\0\x0F\0\x38\0\0",
+                                                16) +
+                                        std::string(10, '\xFF') + std::string(2, '\0') +
+                                        std::string(4, '\xFF') + "00000001   " + '\x20' +
+                                        std::string(10, '\0') +
+                                        std::string("\xA3\x20\x43\x2A\3\0\5\0\0\0", 10));
+  // There is no earlier year than 1980.
+  EXPECT_EQ(bytesAt(root + 150, 4), std::string("\xA3\x20\x43\0", 4));
+  EXPECT_EQ(bytesAt(layout().tables + 12, 4), "\xFF\xFF\xFF\x0F");
+}
+
+TEST_F(FatWriterTest, AFoldersClusterIsEmptiedFirst) {
+  const std::string old(kCluster, 'x');
+  ASSERT_EQ(::pwrite(file_.get(), old.data(), old.size(), layout().offsetOf(3)), kCluster);
+  addFolder("d");
+  ASSERT_TRUE(writer->write(1));
+  EXPECT_EQ(FatImage::open(file_.get())->list(3)->usedSlots, 2);
+}
+
+TEST_F(FatWriterTest, AFileThatHasBecomeShorterWaitsUntilItCanBeWritten) {
+  writer->add("a", folder_.write("changing", "12345"));
+  folder_.write("changing", "123");
+  EXPECT_FALSE(writer->write(1));
+  EXPECT_EQ(writer->waiting(), 1U);
+  EXPECT_EQ(writer->waitingBytes(), 5);
+  folder_.write("changing", "12345");
+  EXPECT_TRUE(writer->write(1));
+  EXPECT_EQ(writer->waiting(), 0U);
+  EXPECT_EQ(writer->waitingBytes(), 0);
+}
+
+TEST_F(FatWriterTest, AFileWithoutRoomForItsLastByteIsNotWritten) {
+  addFile("a", kFreeClusters * kCluster + 1);
+  EXPECT_FALSE(writer->write(1));
 }
 
 TEST_F(FatWriterTest, ADirectoryHasAtMost65535Slots) {

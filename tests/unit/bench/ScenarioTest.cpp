@@ -34,7 +34,7 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   const Scenario scenario = good(R"([
       {"name": "first-1_A", "sizeMiB": 8192, "label": "ELEVENCHARS", "blank": true,
        "product": "", "manufacturer": "M", "serial": "S", "release": 4660, "vendor": "V",
-       "disk": true,
+       "disk": true, "slot": "left", "speed": "12",
        "faults": {"bytesPerSecond": 1, "pull": "after-bytes", "pullAfterBytes": 2,
                   "failAfterBytes": 0, "refuseMount": true, "refuseUnmount": true,
                   "refuseFormat": true, "remount": "after-format", "readOnlyAfterBytes": 0, "lie": "wraps", "lieFrom": 3, "lieBytes": 4}},
@@ -45,13 +45,29 @@ TEST(ScenarioTest, EveryKeyIsRead) {
   first.sizeMiB = 8192;
   first.label = "ELEVENCHARS";
   first.blank = true;
-  first.identity = {"", "M", "S", 0x1234, "V", true, {}, "", "480"};
+  first.identity = {"", "M", "S", 0x1234, "V", true, {}, "left", "12"};
   first.identity.faults = {1,    PullMoment::kAfterBytes,     2, 0,           true, true,
                            true, RemountMoment::kAfterFormat, 0, Lie::kWraps, 3,    4};
   BenchPlayerPlan second;
   second.name = "second";
   second.identity.product = "P";
   EXPECT_EQ(scenario, Scenario({first, second}));
+}
+
+TEST(ScenarioTest, EveryKeyThatIsAbsentHasItsDefault) {
+  const BenchPlayerPlan plan = goodPlayer("");
+  EXPECT_EQ(plan.sizeMiB, 64);
+  EXPECT_FALSE(plan.blank);
+  const BenchIdentity& identity = plan.identity;
+  EXPECT_EQ(identity.product, "HS USB FlashDisk");
+  EXPECT_EQ(identity.manufacturer, "Fillstation Bench");
+  EXPECT_EQ(identity.serial, "0001");
+  EXPECT_EQ(identity.release, 256);
+  EXPECT_EQ(identity.vendor, "ACTIONS");
+  EXPECT_EQ(identity.speed, "480");
+  EXPECT_TRUE(identity.disk);
+  EXPECT_EQ(identity.faults, (BenchFaults{0, PullMoment::kNever, 0, -1, false, false, false,
+                                          RemountMoment::kNever, -1, Lie::kNone, 4096, 0}));
 }
 
 TEST(ScenarioTest, NumbersMayLieAtTheirBounds) {
@@ -92,6 +108,7 @@ TEST(ScenarioTest, AMistakeHasItsKeyAndReason) {
       {R"("sizeMiB": 18446744073709551615)", size},
       {R"("label": "TWELVECHARS!")", ".label: must have up to 11 characters"},
       {R"("label": 1)", ".label" + text},
+      {R"("disk": false, "sizeMiB": -1)", ".sizeMiB: must be a whole number from 0 to 8192"},
       {R"("product": 1)", ".product" + text},
       {R"("name": "")", name},
       {R"("name": "a/b")", name},
@@ -113,6 +130,16 @@ TEST(ScenarioTest, AMistakeHasItsKeyAndReason) {
        ".faults.bytesPerSecond: must be a whole number from 1 to " + huge},
       {R"("faults": {"failAfterBytes": -1})",
        ".faults.failAfterBytes: must be a whole number from 0 to " + huge},
+      {R"("faults": {"pullAfterBytes": 0})",
+       ".faults.pullAfterBytes: must be a whole number from 1 to " + huge},
+      {R"("faults": {"readOnlyAfterBytes": -1})",
+       ".faults.readOnlyAfterBytes: must be a whole number from 0 to " + huge},
+      {R"("faults": {"lieFrom": 0})", ".faults.lieFrom: must be a whole number from 1 to " + huge},
+      {R"("faults": {"lieBytes": 0})",
+       ".faults.lieBytes: must be a whole number from 1 to " + huge},
+      {R"("faults": {"pull": "never"})",
+       ".faults.pull: must be one of before-unmount, during-wipe, before-format, during-format, "
+       "before-mount, during-mount, after-bytes, during-flush, during-read-back"},
       {R"("faults": {"remount": "later"})",
        ".faults.remount: must be one of after-unmount, after-format"},
       {R"("faults": {"lie": "white"})", ".faults.lie: must be one of drops, wraps, flips"}};
@@ -155,7 +182,7 @@ TEST(ScenarioTest, AnIdentityHasNoKeysOfTheImage) {
 
 TEST(ScenarioTest, AnIdentityReadsBackAsItself) {
   BenchIdentity plain;
-  BenchIdentity odd{"", "M\"ä", "", 0x9876, "V", false, {}, "", "480"};
+  BenchIdentity odd{"", "M\"ä", "", 0x9876, "V", false, {}, "left", "12"};
   odd.faults = {5,    PullMoment::kAfterBytes,     6, 7,           true, true,
                 true, RemountMoment::kAfterFormat, 9, Lie::kFlips, 1,    2};
   BenchIdentity pulled;
