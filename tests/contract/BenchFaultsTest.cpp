@@ -18,7 +18,26 @@ class BenchFaultsTest : public BenchTest {
   // Whether the volume, which is no longer open, can be unmounted.
   bool unmounts() {
     volume.reset();
-    return succeeds(DiskRequest::unmount, identity);
+    const bool done = succeeds(DiskRequest::unmount, identity);
+    EXPECT_NE(std::filesystem::exists(root), done);
+    return done;
+  }
+
+  // Why a request is refused; empty when it isn't.
+  std::string refusal(DiskRequest request, const std::shared_ptr<Disk>& disk,
+                      const DiskIdentity& expected) {
+    Outcome outcome;
+    session->request(request, disk, expected, noting(outcome));
+    EXPECT_TRUE(backEnd->await([&] { return outcome.completed; }));
+    return outcome.refused.value_or("");
+  }
+  std::string refusal(DiskRequest request) { return refusal(request, diskOf(identity), identity); }
+
+  // Why a command isn't run: the number and the text.
+  std::pair<std::int64_t, std::string> failureOf(const std::string& command) {
+    const ScriptOutcome outcome = runAsAdministrator(command, identity);
+    EXPECT_FALSE(outcome.result);
+    return {outcome.errorNumber.value_or(0), outcome.errorMessage.value_or("")};
   }
 };
 INSTANTIATE_TEST_SUITE_P(Bench, BenchFaultsTest, ::testing::Values(kBench), nameOfKind);
@@ -52,17 +71,79 @@ TEST_P(BenchFaultsTest, PulledDuringTheWipeWhenHalfIsThere) {
 
 TEST_P(BenchFaultsTest, ARefusalSaysWhy) {
   plugPlanMounted();
-  const auto refusal = [&](const std::shared_ptr<Disk>& disk, const DiskIdentity& expected) {
-    std::optional<std::string> reason;
-    session->request(DiskRequest::unmount, disk, expected,
-                     [&reason](const auto& /*asked*/, const Dissenter* dissenter) {
-                       reason = dissenter != nullptr ? dissenter->reason : "";
-                     });
-    EXPECT_TRUE(backEnd->await([&] { return reason.has_value(); }));
-    return reason.value_or("");
-  };
-  EXPECT_EQ(refusal(nullptr, identity), "There is no such disk.");
-  EXPECT_EQ(refusal(diskOf(identity), {identity.node, 0}), "The disk is not the expected one.");
+  EXPECT_EQ(refusal(DiskRequest::unmount, nullptr, identity), "There is no such disk.");
+  EXPECT_EQ(refusal(DiskRequest::unmount, diskOf(identity), {identity.node, 0}),
+            "The disk is not the expected one.");
+  EXPECT_EQ(refusal(DiskRequest::unmount), "The volume is in use.");
+  EXPECT_EQ(failureOf(wipeCommand(identity.node)),
+            std::pair(ScriptError::kNotThePlayer, std::string("The disk is mounted.")));
+  volume.reset();
+  EXPECT_EQ(refusal(DiskRequest::eject), "");
+  EXPECT_EQ(refusal(DiskRequest::mount), "There is no medium.");
+}
+
+TEST_P(BenchFaultsTest, AMountThatIsRefusedSaysWhy) {
+  plan.identity.faults.refuseMount = true;
+  plugPlan();
+  EXPECT_EQ(refusal(DiskRequest::mount), "The volume refuses to be mounted.");
+}
+
+TEST_P(BenchFaultsTest, ADiskThatIsNotAPlayersIsRefusedWithItsReason) {
+  plan.identity.vendor = "OTHER";
+  plan.blank = true;
+  plugPlan();
+  EXPECT_EQ(failureOf(wipeCommand(identity.node)),
+            std::pair(ScriptError::kNotThePlayer, std::string("The disk is not a player.")));
+}
+
+TEST_P(BenchFaultsTest, AMediumThatIsReadOnlyFromTheBeginningRefusesTheCommandsLikeATool) {
+  plan.identity.faults.readOnlyAfterBytes = 0;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_EQ(failureOf(wipeCommand(identity.node)),
+            std::pair(std::int64_t{1}, std::string("Read-only file system")));
+}
+
+TEST_P(BenchFaultsTest, PulledBeforeTheUnmountItHasGone) {
+  plan.identity.faults.pull = PullMoment::kBeforeUnmount;
+  plugPlanMounted();
+  volume.reset();
+  EXPECT_EQ(refusal(DiskRequest::unmount), "The device has gone.");
+}
+
+TEST_P(BenchFaultsTest, PulledBeforeTheMountItIsNotMounted) {
+  plan.identity.faults.pull = PullMoment::kBeforeMount;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_EQ(refusal(DiskRequest::mount), "The device has gone.");
+  EXPECT_TRUE(std::filesystem::is_empty(bench->folder.path("volumes")));
+}
+
+TEST_P(BenchFaultsTest, PulledDuringTheMountItHasGone) {
+  plan.identity.faults.pull = PullMoment::kDuringMount;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_EQ(refusal(DiskRequest::mount), "The device has gone.");
+  EXPECT_TRUE(isPulled());
+}
+
+TEST_P(BenchFaultsTest, AnotherProgramMountsItAfterTheFormat) {
+  plan.identity.faults.remount = RemountMoment::kAfterFormat;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_TRUE(runAsAdministrator(wipeCommand(identity.node), identity).result);
+  EXPECT_FALSE(mountPath(identity));
+  EXPECT_TRUE(runAsAdministrator(formatCommand(identity.node), identity).result);
+  EXPECT_TRUE(mountPath(identity));
+}
+
+TEST_P(BenchFaultsTest, AnotherProgramDoesNotMountItAfterAFormatThatFailed) {
+  plan.identity.faults.remount = RemountMoment::kAfterFormat;
+  plan.identity.faults.refuseFormat = true;
+  plugPlanMounted();
+  EXPECT_TRUE(unmounts());
+  EXPECT_FALSE(runAsAdministrator(formatCommand(identity.node), identity).result);
+  EXPECT_FALSE(mountPath(identity));
 }
 
 TEST_P(BenchFaultsTest, PulledDuringTheFormatItHasGone) {
@@ -105,10 +186,10 @@ class BenchMediumTest : public BenchFaultsTest {
  protected:
   std::shared_ptr<VolumeMedium> medium() {
     bench->make(plan);
-    bench->plug("a");
+    bench->plug(plan.name);
     disks.emplace(bench->folder.path(),
                   BenchServices{bench->stop, bench->mainThread, clock, bench->workers, bench->log});
-    const auto attached = disks->attach("a");
+    const auto attached = disks->attach(plan.name);
     const auto& player = std::get<std::shared_ptr<BenchPlayer>>(attached);
     identity = {player->node(), player->place().handle};
     root = disks->remount(identity, "").value();
@@ -128,6 +209,40 @@ TEST_P(BenchMediumTest, TheSpeedLimitIsAPauseOfTheClock) {
   EXPECT_EQ(limited->admitBytes(1'000'000), 0);
   EXPECT_EQ(limited->admitBytes(1), 0);
   EXPECT_EQ(clock.sleeps(), std::vector<std::int64_t>({500'000, 0}));
+}
+
+TEST_P(BenchMediumTest, TheSlowestPlayerTakesOneByteASecond) {
+  plan.identity.faults.bytesPerSecond = 1;
+  EXPECT_EQ(medium()->admitBytes(3), 0);
+  EXPECT_EQ(clock.sleeps(), std::vector<std::int64_t>({3'000'000}));
+}
+
+TEST_P(BenchMediumTest, AFaultAfterSomeBytesIsAtTheNextByte) {
+  plan.identity.faults.failAfterBytes = 10;
+  const auto failing = medium();
+  EXPECT_EQ(failing->admitBytes(10), 0);
+  EXPECT_EQ(failing->admitBytes(1), EIO);
+  plan.name = "b";
+  plan.identity.faults = {};
+  plan.identity.faults.pull = PullMoment::kAfterBytes;
+  plan.identity.faults.pullAfterBytes = 10;
+  const auto pulled = medium();
+  EXPECT_EQ(pulled->admitBytes(10), 0);
+  EXPECT_EQ(pulled->admitBytes(1), ENODEV);
+  plan.name = "c";
+  plan.identity.faults = {};
+  plan.identity.faults.failAfterBytes = 0;
+  EXPECT_EQ(medium()->admitBytes(1), EIO);
+}
+
+TEST_P(BenchMediumTest, OnlyTheVolumeThatCanBeMountedAgainIsMountedAgain) {
+  plan.identity.faults.lie = Lie::kDrops;
+  auto lying = medium();
+  EXPECT_EQ(disks->remount(identity, "/as/it/was"), "/as/it/was");  // it is open
+  EXPECT_EQ(disks->remount({identity.node, 0}, root), std::nullopt);
+  EXPECT_EQ(lying->admitBytes(1), 0);
+  lying.reset();
+  EXPECT_EQ(disks->remount(identity, root), std::nullopt);
 }
 
 TEST_P(BenchMediumTest, NothingCreatedOnAPlayerThatHasGoneReachesItsImage) {
@@ -163,7 +278,8 @@ TEST_P(BenchFaultsTest, DataThatCannotBeWrittenIsNotFlushed) {
   std::filesystem::remove(root + "/x.mp3");
   EXPECT_FALSE(volume->flush());
   EXPECT_FALSE(volume->flush());
-  EXPECT_FALSE(unmounts());
+  volume.reset();
+  EXPECT_EQ(refusal(DiskRequest::unmount), "What was copied can't be written.");
   EXPECT_EQ(mountPath(identity), root);
 }
 

@@ -74,6 +74,13 @@ TEST_P(BenchFolderTest, AnImageThatIsCopiedInAppearsWhenItIsComplete) {
   EXPECT_TRUE(bench->await([&] { return mountPath(identity).has_value(); }));
 }
 
+TEST_P(BenchFolderTest, AnImageThatIsWrittenToWhileItIsPluggedInIsTheSamePlayer) {
+  plugPlan();
+  bench->writeHead("a", "x");
+  bench->settle();
+  EXPECT_EQ(told.size(), 1U);
+}
+
 TEST_P(BenchFolderTest, AnImageThatIsDeletedIsPulledOut) {
   plugPlanMounted();
   std::filesystem::remove(at("a.img"));
@@ -151,6 +158,19 @@ TEST_P(BenchFolderTest, MountsOfAnEarlierBenchAreRemovedAndEqualLabelsAreNumbere
   EXPECT_EQ(mountPath(plugInMounted("c")), at("volumes/BOOKS2"));
 }
 
+TEST_P(BenchFolderTest, AsSoonAsMoreThan16MiBAreWaitingTheyAreWritten) {
+  plugPlanMounted();
+  const std::string source = sources.write("source", "");
+  std::filesystem::resize_file(source, 16 << 20);
+  for (const std::size_t before : {0U, 2U}) {
+    const std::string number = std::to_string(before);
+    EXPECT_TRUE(volume->copyItem(source, root + "/large" + number));
+    EXPECT_EQ(bench->content("a").size(), before);
+    EXPECT_TRUE(copy("x", "small" + number));
+    EXPECT_EQ(bench->content("a").size(), before + 2);
+  }
+}
+
 TEST_P(BenchFolderTest, ModificationTimesReachTheImage) {
   plugPlanMounted();
   const std::string source = sources.write("source", "x");
@@ -185,17 +205,22 @@ TEST_P(BenchFolderTest, APlayerHasAPort) {
   EXPECT_EQ(bench->usbBus().placeOf(other.usbHandle + 1).port, "");
 }
 
-TEST_P(BenchFolderTest, ARefusalHasItsErrorNumber) {
+TEST_P(BenchFolderTest, ARefusalHasItsErrorNumberAndText) {
   const DiskIdentity nobody{"/dev/vp0", 0x10002};
-  const auto run = [&](const std::string& command, const std::string& user,
-                       const std::string& password) {
-    return bench->scriptRunner().run(scriptFor(command, user, password), nobody).errorNumber;
+  const auto refused = [&](const std::string& command, const std::string& user,
+                           const std::string& password) {
+    const auto outcome = bench->scriptRunner().run(scriptFor(command, user, password), nobody);
+    return std::pair(outcome.errorNumber.value_or(0), outcome.errorMessage.value_or(""));
   };
   const std::string wipe = wipeCommand("/dev/vp0");
-  EXPECT_EQ(run(wipe, "anna", "bench"), ScriptError::kWrongCredentials);
-  EXPECT_EQ(run(wipe, "bench", "secret"), ScriptError::kWrongCredentials);
-  EXPECT_EQ(run(wipe, "bench", "bench"), ScriptError::kNotThePlayer);
-  EXPECT_EQ(run("true", "bench", "bench"), ScriptError::kNotAPlayerCommand);
+  const std::pair wrong(ScriptError::kWrongCredentials,
+                        std::string("The user name or the password is wrong."));
+  EXPECT_EQ(refused(wipe, "anna", "bench"), wrong);
+  EXPECT_EQ(refused(wipe, "bench", "secret"), wrong);
+  EXPECT_EQ(refused(wipe, "bench", "bench").first, ScriptError::kNotThePlayer);
+  EXPECT_EQ(refused("true", "bench", "bench"),
+            std::pair(ScriptError::kNotAPlayerCommand,
+                      std::string("The command is not one for this player.")));
 }
 
 }  // namespace
