@@ -27,11 +27,9 @@ std::optional<std::string> createImage(const std::string& path, const BenchPlaye
   if (plan.blank || !plan.identity.disk) {
     return std::nullopt;
   }
-  std::string command = "LC_ALL=C.UTF-8 mkfs.fat -F32 ";
-  if (!plan.label.empty()) {
-    command += "-n '" + replaced(plan.label, "'", "'\\''") + "' ";
-  }
-  const ShellResult made = runOnImage(command + kHandedImage, image.get());
+  const std::string label = "'" + replaced(plan.label, "'", "'\\''") + "' ";
+  const ShellResult made =
+      runOnImage("LC_ALL=C.UTF-8 mkfs.fat -F32 -n " + label + kHandedImage, image.get());
   return made.exitStatus == 0 ? std::nullopt : std::optional(made.err);
 }
 

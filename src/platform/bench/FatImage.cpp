@@ -215,13 +215,10 @@ std::optional<FatDirectory> FatImage::list(std::uint32_t firstCluster) const {
 
 bool FatImage::copyContent(const FatEntry& entry, int target) const {
   std::size_t left = entry.size;
-  // An empty file has no cluster.
-  const auto clusters = left == 0 ? std::vector<std::uint32_t>() : chain(entry.firstCluster);
-  if (!clusters) {
-    return false;
-  }
+  // An empty file has none.
+  const auto clusters = chain(entry.firstCluster).value_or(std::vector<std::uint32_t>());
   Bytes bytes(static_cast<std::size_t>(layout_.clusterBytes));
-  for (const std::uint32_t cluster : *clusters) {
+  for (const std::uint32_t cluster : clusters) {
     const std::size_t count = std::min(left, bytes.size());
     if (!readAt(descriptor_, layout_.offsetOf(cluster), bytes.data(), count) ||
         ::write(target, bytes.data(), count) != static_cast<ssize_t>(count)) {

@@ -39,6 +39,8 @@ TEST_F(BenchFolderUnitTest, APlayerIsMadeBesideTheBench) {
 }
 
 TEST_F(BenchFolderUnitTest, ALabelReachesTheToolUnchanged) {
+  EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
+  EXPECT_EQ(label(), "NO NAME");
   plan.label = "$HOME'`A`";
   EXPECT_EQ(createPlayer(folder.path(), plan), std::nullopt);
   EXPECT_EQ(label(), "$HOME'`A`");

@@ -45,7 +45,7 @@ class BenchPlayerTest : public ::testing::Test {
   }
 
   test::TempFolder folder;
-  const std::string content = blocks("abc0e") + "piece";
+  std::string content = blocks("abc0e") + "piece";
 };
 
 TEST_F(BenchPlayerTest, AMediumThatDropsHasZerosInEachBlockOfThePart) {
@@ -59,6 +59,7 @@ TEST_F(BenchPlayerTest, AMediumThatDropsHasZerosInEachBlockOfThePart) {
 }
 
 TEST_F(BenchPlayerTest, AMediumThatFlipsChangesOneBitInEachBlockOfThePart) {
+  content[4097] = 'x';
   std::string flipped = content;
   flipped[4096] = 'b' ^ 1;
   flipped[8192] = 'c' ^ 1;
