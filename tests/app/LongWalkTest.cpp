@@ -79,6 +79,8 @@ TEST_F(LongWalkTest, ClicksKeysAndShortcutsWait) {
     QTest::keyClick(screenWindow(), Qt::Key_X);
     QTest::mouseClick(screenWindow(), Qt::LeftButton, {}, centerOf(ui().btnAll));
     QTest::keyClick(screenWindow(), Qt::Key_O, Qt::ControlModifier);
+    QWindow closed;
+    QTest::keyClick(&closed, Qt::Key_X);
   });
   EXPECT_FALSE(tick(0)->isChecked());
   EXPECT_EQ(ui().cmbFileType->currentText(), type);
@@ -91,14 +93,26 @@ TEST_F(LongWalkTest, ClicksKeysAndShortcutsWait) {
 TEST_F(LongWalkTest, ADragOntoTheWindowIsRefused) {
   QMimeData things;
   things.setUrls({QUrl::fromLocalFile(QStringLiteral("/tmp"))});
+  const QPoint place = centerOf(ui().lstFiles);
   const auto isTaken = [&] {
-    QDragEnterEvent enter(centerOf(ui().lstFiles), Qt::CopyAction, &things, Qt::LeftButton,
-                          Qt::NoModifier);
+    QDragEnterEvent enter(place, Qt::CopyAction, &things, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(screenWindow(), &enter);
     return enter.isAccepted();
   };
+  // What has been taken so far.
+  const auto goesOn = [&](QDropEvent&& event) {
+    event.accept();
+    QCoreApplication::sendEvent(screenWindow(), &event);
+    return event.isAccepted();
+  };
   EXPECT_TRUE(isTaken());
-  choose([&] { EXPECT_FALSE(isTaken()); });
+  choose([&] {
+    EXPECT_FALSE(
+        goesOn(QDragMoveEvent(place, Qt::CopyAction, &things, Qt::LeftButton, Qt::NoModifier)));
+    EXPECT_FALSE(
+        goesOn(QDropEvent(place, Qt::CopyAction, &things, Qt::LeftButton, Qt::NoModifier)));
+    EXPECT_FALSE(isTaken());
+  });
   settle();
   EXPECT_TRUE(isTaken());
 }

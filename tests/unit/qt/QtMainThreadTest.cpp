@@ -234,6 +234,19 @@ TEST_F(MainThreadTest, ARunningCallableIsWaitedForAtTheEnd) {
   });
 }
 
+TEST_F(MainThreadTest, LongWorkLetsTheWindowActAgainAndAgain) {
+  QtMainThread hurried(stop, milliseconds(1));
+  QObject window;
+  for (int look = 0; look < 2; ++look) {
+    bool acted = false;
+    QMetaObject::invokeMethod(
+        &window, [&] { acted = true; }, Qt::QueuedConnection);
+    while (!acted) {
+      hurried.keepWindowAlive();
+    }
+  }
+}
+
 TEST_F(ClockTest, EveryThreadWaitsForTheWholeDuration) {
   const auto wait = [&] {
     const auto begin = std::chrono::steady_clock::now();

@@ -145,14 +145,16 @@ TEST_F(DesktopTest, ASummaryIsAPlainTextWithASound) {
 TEST_F(DesktopTest, AShareIsShownAtTheIconUntilThereIsNone) {
   workspace_.showProgress(0.25);
   const std::string all = heard("boolean true");
-  EXPECT_NE(all.find("interface=com.canonical.Unity.LauncherEntry; member=Update "
-                     "string \"application://fillstation.desktop\" array [ "
-                     "dict entry( string \"progress\" variant double 0.25 ) "
-                     "dict entry( string \"progress-visible\" variant boolean true"),
-            std::string::npos)
+  EXPECT_NE(
+      all.find("path=/fillstation; interface=com.canonical.Unity.LauncherEntry; member=Update "
+               "string \"application://fillstation.desktop\" array [ "
+               "dict entry( string \"progress\" variant double 0.25 ) "
+               "dict entry( string \"progress-visible\" variant boolean true"),
+      std::string::npos)
       << all;
   workspace_.showProgress({});
-  heard("boolean false");
+  EXPECT_NE(heard("boolean false").find("string \"progress\" variant double 0 )"),
+            std::string::npos);
 }
 
 TEST(Desktop, WithoutABusNothingHappens) {
