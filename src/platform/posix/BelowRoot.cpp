@@ -65,8 +65,9 @@ FileHandle openMediumFileBelow(int root, const Components& path) {
   }
   if (!file && errno == EINVAL) {
     file = opened(0);
-    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
-    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
+    for (const int advice : {POSIX_FADV_DONTNEED, POSIX_FADV_RANDOM}) {
+      ::posix_fadvise(file.get(), 0, 0, advice);
+    }
   }
   return file;
 }

@@ -66,17 +66,14 @@ std::u32string plainLetters(std::string_view name) {
 
 bool isDigit(char32_t sign) { return sign >= '0' && sign <= '9'; }
 
-// A run of digits as the sign for a number, the number of digits, and the digits. Returns its end.
+// A run of digits as the sign for a number, the number of digits, and the digits. A name has at
+// most 255 bytes. Returns its end.
 template <class Sign>
 const Sign* appendNumber(const Sign* at, const Sign* end, std::string& keys) {
   const Sign* const last = std::find_if_not(at, end, isDigit);
   at = std::find_if(at, last, [](Sign digit) { return digit != '0'; });
-  auto count = static_cast<std::size_t>(last - at);
   keys += '0';
-  for (; count >= 0xFF; count -= 0xFF) {
-    keys += '\xFF';
-  }
-  keys += static_cast<char>(count);
+  keys += static_cast<char>(last - at);
   keys.append(at, last);
   return last;
 }

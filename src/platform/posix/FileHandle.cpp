@@ -23,7 +23,7 @@ FileHandle openLongPath(const std::string& path, int flags) {
     if (!base) {
       return {};
     }
-    rest.replace(0, cut + 1, "./");
+    rest.replace(0, cut, ".");
   }
   return FileHandle(::openat(base.get(), rest.c_str(), flags | O_CLOEXEC));
 }
@@ -31,7 +31,7 @@ FileHandle openLongPath(const std::string& path, int flags) {
 std::optional<struct stat> statLongPath(const std::string& path) {
   const FileHandle handle = openLongPath(path, O_PATH);
   struct stat status {};
-  if (!handle || ::fstat(handle.get(), &status) != 0) {
+  if (::fstat(handle.get(), &status) != 0) {
     return std::nullopt;
   }
   return status;

@@ -46,7 +46,7 @@ class KernelCalls {
   }
   // futimens with the modification time alone.
   virtual int setModificationTime(int descriptor, const std::timespec& time) {
-    const std::array<std::timespec, 2> times{std::timespec{0, UTIME_OMIT}, time};
+    const std::array times{std::timespec{0, UTIME_OMIT}, time};
     return ::futimens(descriptor, times.data());
   }
   // posix_fadvise over the whole file.

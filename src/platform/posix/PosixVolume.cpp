@@ -162,15 +162,15 @@ std::string PosixVolume::withoutEndingSlash(std::string path) {
 
 bool PosixVolume::createDirectory(const std::string& destination) {
   errno = 0;
-  return noted(destination, makeFolders(destination));
+  return noted(makeFolders(destination), destination);
 }
 
 bool PosixVolume::copyItem(const std::string& source, const std::string& destination) {
   errno = 0;
-  return noted(destination, copyFile(source, destination));
+  return noted(copyFile(source, destination), destination);
 }
 
-bool PosixVolume::noted(const std::string& destination, bool done) {
+bool PosixVolume::noted(bool done, const std::string& destination) {
   if (!done && !hasFailed_) {
     hasFailed_ = true;
     failure_.error = errno;
@@ -226,7 +226,7 @@ bool PosixVolume::copyFile(const std::string& source, const std::string& destina
 bool PosixVolume::flush() {
   errno = 0;
   const bool closed = closers_.finish();
-  return noted("", medium_->flush(root_.get()) && closed);
+  return noted(medium_->flush(root_.get()) && closed);
 }
 
 bool PosixVolume::readBack(const CopiedItems& items) {
@@ -234,16 +234,16 @@ bool PosixVolume::readBack(const CopiedItems& items) {
   parent_ = {};
   root_ = {};
   medium_.reset();
-  const OpenRoot again = remount_ ? remount_() : OpenRoot();
+  const OpenRoot again = remount_();
   if (!again.root) {
     errno = 0;  // errno of an earlier call has no meaning here
-    return noted("", false);
+    return noted(false);
   }
   ReadBack readBack(again.root.get(), mountPath_, opened_, stop_, calls_);
   errno = 0;
   const bool holds =
       readBack.holds(items, std::random_device{}(), DirectoryOrder::keptOn(again.root.get()));
-  return noted(readBack.latest(), holds);
+  return noted(holds, readBack.latest());
 }
 
 bool PosixVolume::enterParent(const Components& components) {
@@ -319,7 +319,7 @@ bool PosixVolume::sendPiece(int source, int target, std::int64_t count) {
   for (std::int64_t done = 0; done < count;) {
     const ssize_t sent = calls_.sendFile(target, source, static_cast<std::size_t>(count - done));
     if (sent <= 0) {
-      inKernel_ = done > 0 || sent == 0 || (errno != EINVAL && errno != ENOSYS);
+      inKernel_ = done > 0 || (errno != EINVAL && errno != ENOSYS);
       return false;
     }
     done += sent;

@@ -109,7 +109,7 @@ class PosixVolume : public Volume {
   // makes a copy in progress fail.
   PosixVolume(FileHandle root, const std::string& mountPath, std::shared_ptr<VolumeMedium> medium,
               const StopSource& stop, KernelCalls& calls = KernelCalls::real(),
-              Remount remount = {});
+              Remount remount = {});  // none for a volume that is not read back
 
   // The path as volumes are known by; empty for "/", where no player is ever mounted.
   static std::string withoutEndingSlash(std::string path);
@@ -121,8 +121,9 @@ class PosixVolume : public Volume {
   VolumeFailure failure() const override { return failure_; }
 
  private:
-  // Records the first failure, with the present errno; returns `done`.
-  bool noted(const std::string& destination, bool done);
+  // Records the first failure, of the volume itself unless a destination is given, with the present
+  // errno; returns `done`.
+  bool noted(bool done, const std::string& destination = {});
   bool makeFolders(const std::string& destination);
   bool copyFile(const std::string& source, const std::string& destination);
   // Opens the directory of the last component, which must exist; it stays open for the next files.

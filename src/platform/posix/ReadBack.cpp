@@ -83,8 +83,7 @@ bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes
   sizes = {};
   bool hold = !stop_.requested();
   items([&](const CopiedItem& item) {
-    const auto path = componentsBelow(mountPath_, item.destination);
-    const auto status = path ? order.next(*path, item.isDirectory) : std::nullopt;
+    const auto status = order.next(pathOf(item), item.isDirectory);
     latest_ = item.destination;
     hold = status && sizeHolds(item, status->st_size) && !stop_.requested();
     if (!item.isDirectory && item.size > 0) {
@@ -95,6 +94,10 @@ bool ReadBack::namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes
     return hold;
   });
   return hold;
+}
+
+Components ReadBack::pathOf(const CopiedItem& item) const {
+  return componentsBelow(mountPath_, item.destination).value_or(Components());
 }
 
 bool ReadBack::sizeHolds(const CopiedItem& item, std::int64_t size) const {
@@ -138,8 +141,7 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
 
 bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
   latest_ = item.destination;
-  const auto path = componentsBelow(mountPath_, item.destination);
-  const FileHandle file = path ? openMediumFileBelow(root_, *path) : FileHandle();
+  const FileHandle file = openMediumFileBelow(root_, pathOf(item));
   struct stat status {};
   FileHandle source = openRegularFile(item.source, status);
   if (!file) {
@@ -176,7 +178,7 @@ ReadBack::Piece ReadBack::compare(int file, int source, std::int64_t begin, std:
   if (got < 0) {
     return Piece::kUnreadable;
   }
-  const ssize_t wanted = source < 0 ? -1 : calls_.readAt(source, fromSource_.data(), count, begin);
+  const ssize_t wanted = calls_.readAt(source, fromSource_.data(), count, begin);
   // There is no source to compare with, or it can't be read.
   if (wanted < 0) {
     return Piece::kSame;

@@ -63,6 +63,8 @@ class ReadBack {
 
   bool namesHold(const CopiedItems& items, bool keepsOrder, WrittenSizes& sizes);
   bool samplesHold(const CopiedItems& items, const std::vector<SampleRange>& ranges);
+  // On the volume; empty for what isn't below it.
+  Components pathOf(const CopiedItem& item) const;
   bool sizeHolds(const CopiedItem& item, std::int64_t size) const;
   bool hasChanged(const struct stat& source) const;
   // Whether these bytes of the file have the source's content.

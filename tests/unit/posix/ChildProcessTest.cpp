@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -21,6 +23,20 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
+// The process reads this file meanwhile.
+class StandardInput {
+ public:
+  explicit StandardInput(const std::string& path) : before_(::dup(0)) {
+    ::dup2(FileHandle(::open(path.c_str(), O_RDONLY | O_CLOEXEC)).get(), 0);
+  }
+  ~StandardInput() { ::dup2(before_.get(), 0); }
+  StandardInput(const StandardInput&) = delete;
+  StandardInput& operator=(const StandardInput&) = delete;
+
+ private:
+  const FileHandle before_;
+};
+
 TEST(RunShell, GivesBothOutputsAndHowItEnded) {
   struct Case {
     std::string line;
@@ -33,6 +49,8 @@ TEST(RunShell, GivesBothOutputsAndHowItEnded) {
       {"exit 255", {255, "", ""}},
       {"echo before; kill -KILL $$", {137, "before\n", ""}},
       {"cat; readlink /proc/$$/fd/0", {0, "/dev/null\n", ""}}};
+  const test::TempFolder folder;
+  const StandardInput ours(folder.write("ours", "not the child's"));
   ::setenv("FILLSTATION_TEST", "a b", 1);
   for (const auto& [line, expected] : cases) {
     const ShellResult result = runShell(line);
@@ -99,6 +117,7 @@ TEST(RunShell, HandsOverNoDescriptorThatIsNotOpenAndLeavesNoneAndNoChildBehind) 
   const auto before = openDescriptors();
   EXPECT_EQ(runShell("true", {{-1, 5}}).err, "Bad file descriptor");
   EXPECT_EQ(runShell("true", {{-1, 5}}).exitStatus, 255);
+  EXPECT_EQ(runShell("true", {{-1, 5}}).out, "");
   runShell("echo a; exit 3");
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
@@ -123,6 +142,29 @@ TEST(RunShell, AnEndThatTheSystemDoesNotTellIsNoSuccess) {
   std::signal(SIGCHLD, SIG_DFL);
   EXPECT_EQ(result.out, "a\n");
   EXPECT_EQ(result.exitStatus, 255);
+}
+
+TEST(Pipe, IsReadToItsEndAndNotOpenedWithoutDescriptors) {
+  Pipe pipe;
+  ASSERT_TRUE(pipe.open());
+  std::string text;
+  for (const std::string piece : {"a", "bc"}) {
+    writeAll(pipe.writing.get(), piece);
+    EXPECT_TRUE(readSome(pipe.reading.get(), text));
+  }
+  pipe.writing = {};
+  EXPECT_FALSE(readSome(pipe.reading.get(), text));
+  EXPECT_FALSE(readSome(-1, text));
+  EXPECT_EQ(text, "abc");
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{0, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &none);
+  const bool isOpened = Pipe().open();
+  const int error = errno;
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_FALSE(isOpened);
+  EXPECT_EQ(error, EMFILE);
 }
 
 // Runs the setup's child to its end.

@@ -41,6 +41,7 @@ class FakeCalls : public KernelCalls {
     if (onReadAt) {
       onReadAt();
     }
+    bytesAsked += descriptor < 0 ? 0 : count;
     const ssize_t got = KernelCalls::readAt(descriptor, buffer, count, offset);
     if (got > 0 && disturbed > 0) {
       --disturbed;
@@ -89,7 +90,8 @@ class FakeCalls : public KernelCalls {
   int callsUntilFailure = 0;
   std::size_t longest = SIZE_MAX;  // bytes that one call moves at most
   std::function<void()> onReadAt;
-  int disturbed = 0;  // the number of reads with a wrong first byte
+  std::size_t bytesAsked = 0;  // by all positioned reads
+  int disturbed = 0;           // the number of reads with a wrong first byte
   std::int64_t furthest = INT64_MAX;
   std::vector<std::string> log;
   unsigned int flagsSeen = 0;

@@ -8,33 +8,13 @@
 
 #include "PosixFileManager.h"
 #include "TempFolder.h"
+#include "Unprivileged.h"
 
 namespace fillstation::test {
 
 using Names = std::vector<std::string>;
 
 namespace {
-
-// Gives up root's rights for its lifetime, so that permissions have an effect for every user.
-class Unprivileged {
- public:
-  Unprivileged() : before_(::geteuid()) {
-    if (before_ == 0 && ::seteuid(kNobody) != 0) {
-      ::_exit(97);
-    }
-  }
-  ~Unprivileged() {
-    if (before_ == 0 && ::seteuid(0) != 0) {
-      ::_exit(97);
-    }
-  }
-  Unprivileged(const Unprivileged&) = delete;
-  Unprivileged& operator=(const Unprivileged&) = delete;
-
- private:
-  static constexpr uid_t kNobody = 65534;
-  uid_t before_;
-};
 
 rlim_t highestDescriptor() {
   rlim_t highest = 0;
@@ -248,14 +228,31 @@ TEST_F(FileManagerWalkTest, AnEntryThatCannotBeLookedAtHasNoValues) {
   EXPECT_EQ(errors_, Names{});
 }
 
+TEST_F(FileManagerWalkTest, TakesAStepForEachLookAtAnEntryAndForEachEntryAsked) {
+  folder_.write("a/in", "x");
+  folder_.write("b", "x");
+  int steps = 0;
+  PosixFileManager files(nobody_, stop_, [&] { ++steps; });
+  const auto walk = files.walk(folder_.path(), [](const std::string&) { return true; });
+  std::vector<int> after;
+  for (bool goesOn = true; goesOn;) {
+    goesOn = walk->next().has_value();
+    after.push_back(steps);
+  }
+  EXPECT_EQ(after, (std::vector{3, 5, 6, 7}));
+}
+
 TEST_F(FileManagerWalkTest, NothingButAFolderHasEntries) {
+  const std::string fifo = folder_.path("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   for (const bool goOn : {true, false}) {
     goOn_ = goOn;
     errors_.clear();
     const std::string file = folder_.write("file", "x");
     EXPECT_EQ(walked(file), Names{});
     EXPECT_EQ(walked(folder_.path("none")), Names{});
-    EXPECT_EQ(errors_, (Names{file, folder_.path("none")}));
+    EXPECT_EQ(walked(fifo), Names{}) << "and is not waited for";
+    EXPECT_EQ(errors_, (Names{file, folder_.path("none"), fifo}));
   }
 }
 

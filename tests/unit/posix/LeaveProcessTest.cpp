@@ -184,6 +184,11 @@ TEST(ThreadWorkers, JoinAllWaitsUntilEveryBodyIsDestroyed) {
   }
   workers.joinAll();
   EXPECT_EQ(gone, 3);
+  {
+    ThreadWorkers others(stop);
+    others.spawn([held = std::make_shared<SlowToGo>(gone, 10)] {});
+  }
+  EXPECT_EQ(gone, 4) << "and so does the end";
 }
 
 // Everything that comes until the other end is closed.
@@ -204,12 +209,23 @@ TEST(StreamLog, WritesAtOnceAfterTheStreamsEarlierContents) {
     std::fputs("earlier ", stream);
     log.write("text");
     log.writeEach(std::vector<std::string>{"one", "", "two\n"});
+    log.writeWith("three", {{"FIELD", "is for other logs"}});
     std::array<char, 100> buffer{};
     ::pread(::fileno(stream), buffer.data(), buffer.size() - 1, 0);
-    EXPECT_STREQ(buffer.data(), "earlier text\none\n\ntwo\n\n");
+    EXPECT_STREQ(buffer.data(), "earlier text\none\n\ntwo\n\nthree\n");
   }
   std::fclose(stream);
   StreamLog::settleAll();
+}
+
+TEST(StreamLog, LosesWhatAStreamRefuses) {
+  std::FILE* const full = std::fopen("/dev/full", "w");
+  {
+    StreamLog log(full);
+    log.write("lost");
+    log.write("lost too");
+  }
+  std::fclose(full);
 }
 
 TEST(StreamLog, WritesTheRestOfARecordThatASignalCutShort) {

@@ -32,6 +32,7 @@ TEST(NameOrder, NumbersCountByValueAndLeadingZerosDecideATie) {
   expectOrder({"a1b", "a2a", "a2b", "a10a", "b1"});
   expectOrder({"1.2.10", "1.10.2", "1.10.3"});
   expectOrder({"99999999999999999999998", "99999999999999999999999", "100000000000000000000000"});
+  expectOrder({std::string(254, '9'), std::string(255, '1')});
   expectOrder({"0", "00", "007", "07", "7", "008", "8", "010", "10"});
   expectOrder({"01 a", "1 a", "01 b", "1 b", "02 a"});
   // After other scripts, and each at the place of its digits.
@@ -57,7 +58,7 @@ TEST(NameOrder, CaseAndAccentsCountOnlyBetweenNamesThatAreAlikeOtherwise) {
 }
 
 TEST(NameOrder, OtherScriptsFollowAsciiAndInvalidUtf8CountsAsLatin1) {
-  expectOrder({"~", "א", "あ", "ア", "音", "\U0001F3B5"});
+  expectOrder({"~", "\u0080", "\u0081", "ө", "ա", "א", "あ", "ア", "音", "\uFFFD", "\U0001F3B5"});
   expectOrder({"Ubar", "Über", "\xDC\x62\x65r", "Uhr", "\x80"});
   expectOrder({"\xf0\x9f\x8e", "\xff\xfe", "Z"});
 }

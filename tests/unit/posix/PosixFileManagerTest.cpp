@@ -6,7 +6,9 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -26,11 +28,14 @@ class TestOwner : public VolumeOwner {
     asked.push_back(owner.node + " " + std::to_string(owner.usbHandle) + " " + mountPath);
     ::fstat(rootDescriptor, &root);
     closesOnExec = ::fcntl(rootDescriptor, F_GETFD) == FD_CLOEXEC;
-    return accepts ? std::make_shared<VolumeMedium>() : nullptr;
+    const auto given = accepts ? std::make_shared<VolumeMedium>() : nullptr;
+    medium = given;
+    return given;
   }
   std::optional<std::string> remount(const DiskIdentity& owner,
                                      const std::string& mountPath) override {
     remounted = owner.node + " " + mountPath;
+    isOpen = isOpen || !medium.expired();
     for (const auto& open : std::filesystem::directory_iterator("/proc/self/fd")) {
       std::error_code gone;
       isOpen = isOpen || std::filesystem::read_symlink(open, gone).string().starts_with(mountPath);
@@ -42,10 +47,15 @@ class TestOwner : public VolumeOwner {
   std::vector<std::string> asked;
   struct stat root {};
   bool closesOnExec = false;
+  std::weak_ptr<VolumeMedium> medium;
   std::string remounted;
   bool isOpen = false;
   std::optional<std::string> comesBackAt;
 };
+
+std::string textOf(const VolumeFailure& failure) {
+  return failure.path + ": " + std::to_string(failure.error);
+}
 
 class PosixFileManagerTest : public testing::Test {
  protected:
@@ -121,6 +131,9 @@ TEST(MountPoints, AreThoseOfTheRootOfADeviceInTheirOrder) {
   }
   EXPECT_EQ(pointsIn("21\n\n"), Paths());
   EXPECT_EQ(mountPoints(::makedev(8, 17), "", folder.path("none")), Paths());
+  struct stat proc {};
+  ASSERT_EQ(::stat("/proc", &proc), 0);
+  EXPECT_EQ(mountPoints(proc.st_dev), Paths({"/proc"})) << "in the kernel's table";
 }
 
 TEST(MountPoints, AnOptionIsTheFileSystemsOwnAndWhole) {
@@ -150,6 +163,7 @@ TEST_F(PosixFileManagerTest, AVolumeIsClosedAndReadBackWhereItHasComeBack) {
   EXPECT_TRUE(volume->copyItem(items[0].source, items[0].destination));
   EXPECT_TRUE(volume->flush());
   EXPECT_FALSE(volume->readBack(test::itemsOf(items))) << "it doesn't come back";
+  EXPECT_EQ(textOf(volume->failure()), ": 0");
   again.write("Part/a.mp3", "audio");
   owner_.comesBackAt = again.path();
   owner_.asked.clear();
@@ -162,6 +176,33 @@ TEST_F(PosixFileManagerTest, AVolumeIsClosedAndReadBackWhereItHasComeBack) {
   again.write("Part/a.mp3", "audio");
   owner_.accepts = false;
   EXPECT_FALSE(volume->readBack(test::itemsOf(items))) << "another disk is there";
+}
+
+TEST_F(PosixFileManagerTest, AVolumeTellsWhatFailedFirstAndTheSystemsNumber) {
+  const std::string source = folder_.write("source", "abc");
+  const std::string folder = folder_.makeFolder("folder");
+  const auto failureOf = [this](const std::function<bool(Volume&)>& act) {
+    const auto volume = open(folder_.path());
+    EXPECT_EQ(textOf(volume->failure()), ": 0");
+    EXPECT_FALSE(act(*volume));
+    return textOf(volume->failure());
+  };
+  const auto copy = [&](const std::string& from, const std::string& to) {
+    return failureOf([&](Volume& volume) { return volume.copyItem(from, folder_.path(to)); });
+  };
+  EXPECT_EQ(failureOf([](Volume& volume) { return volume.createDirectory("/no"); }), ": 0");
+  EXPECT_EQ(failureOf([&](Volume& volume) { return volume.createDirectory(source + "/A"); }),
+            "source/A: " + std::to_string(EEXIST));
+  EXPECT_EQ(copy(folder_.path("none"), "a"), "a: " + std::to_string(ENOENT));
+  EXPECT_EQ(copy(folder, "a"), "a: 0") << "no file, and nothing failed";
+  EXPECT_EQ(copy(source, "none/a"), "none/a: " + std::to_string(ENOENT));
+  EXPECT_EQ(copy(source, "source"), "source: " + std::to_string(EEXIST));
+  EXPECT_EQ(test::contentOf(source), "abc") << "what exists stays";
+  EXPECT_EQ(failureOf([&](Volume& volume) {
+              return volume.copyItem(source, folder_.path("none/a")) ||
+                     volume.copyItem(source, source);
+            }),
+            "none/a: " + std::to_string(ENOENT));
 }
 
 bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) >= 0; }
@@ -195,6 +236,7 @@ TEST(FileHandle, ReleasesAndMoves) {
   EXPECT_EQ(second.get(), descriptor);
   EXPECT_EQ(second.release(), descriptor);
   EXPECT_FALSE(second);
+  EXPECT_EQ(second.get(), -1);
   EXPECT_TRUE(isOpen(descriptor));
   FileHandle third(descriptor);
   third = FileHandle();
@@ -243,6 +285,8 @@ TEST(LongPath, ImpossibleNamesAreNotFound) {
     EXPECT_FALSE(statLongPath(path)) << path;
   }
   EXPECT_TRUE(statLongPath("/tmp"));
+  EXPECT_FALSE(openLongPath(nowhere, O_PATH));
+  EXPECT_EQ(errno, ENOENT);
 }
 
 }  // namespace

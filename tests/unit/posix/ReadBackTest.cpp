@@ -125,6 +125,45 @@ TEST_F(ReadBackTest, LostPieceOfTwoPercentIsFoundEverywhere) {
   EXPECT_TRUE(holds());
 }
 
+// Their last bytes have a block of their own; what is empty lies before and behind.
+TEST_F(ReadBackTest, BothEndsOfTheFirstAndTheLastFileAreComparedAndLittleElse) {
+  addFolder("Book");
+  items_.back().size = 5000;  // of a folder, which counts for nothing
+  add("Book/0.mp3", "");
+  add("Book/1.mp3", noise(409'601));
+  add("Book/2.mp3", noise(400'000));
+  add("last.mp3", noise(409'601));
+  add("none.mp3", "");
+  const std::int64_t all = 409'601 + 400'000 + 409'601;
+  for (std::uint64_t seed = 0; seed < 10; ++seed) {
+    for (const std::int64_t at : {std::int64_t{0}, std::int64_t{409'600}, all - 409'601, all - 1}) {
+      damage(at, at + 1);
+      EXPECT_FALSE(holds(seed)) << seed << " at " << at;
+      damage(at, at + 1);
+    }
+  }
+  calls_.bytesAsked = 0;
+  EXPECT_TRUE(holds());
+  EXPECT_LE(calls_.bytesAsked, std::size_t{2} * (kStrata + 4) * 2 * kSampleBlock);
+}
+
+TEST_F(ReadBackTest, NamesThatDifferAreReadOnceMoreAndNothingIsNoDifference) {
+  EXPECT_TRUE(holds());
+  add("a.mp3", "x");
+  damage(0, 1);
+  EXPECT_FALSE(holds()) << "of the smallest file too";
+  damage(0, 1);
+  const FileHandle root(::open(volume_.path().c_str(), O_RDONLY | O_DIRECTORY));
+  ReadBack readBack(root.get(), "/media/then", since_, stop_, calls_);
+  int passes = 0;
+  const CopiedItems items = [&](const auto& visitor) {
+    volume_.write("a.mp3", ++passes == 1 ? "" : "x");
+    test::itemsOf(items_)(visitor);
+  };
+  EXPECT_TRUE(readBack.holds(items, 1, false));
+  EXPECT_EQ(passes, 3);
+}
+
 TEST_F(ReadBackTest, MissingNamesOtherKindsAndSizesAreFound) {
   fill();
   using Change = std::function<void(const std::string&)>;
@@ -206,8 +245,14 @@ TEST_F(ReadBackTest, SourceThatHasChangedSinceIsNotCompared) {
   fill();
   source_.write("Book/1.mp3", noise(700'000));
   EXPECT_FALSE(holds());
+  source_.write("Book/1.mp3", "");
+  EXPECT_FALSE(holds()) << "nothing is left of it";
   since_ = {};
   EXPECT_TRUE(holds());
+  since_ = {1, 0};
+  const timespec longAgo[2]{};
+  ASSERT_EQ(::utimensat(AT_FDCWD, source_.path("Book/1.mp3").c_str(), longAgo, 0), 0);
+  EXPECT_TRUE(holds()) << "whatever its time was set to";
   source_.write("Book/1.mp3", "another size");
   EXPECT_TRUE(holds());
   std::filesystem::remove(source_.path("Book/1.mp3"));
@@ -258,6 +303,12 @@ TEST_F(ReadBackTest, SourceThatChangedBetweenChoosingAndCopyingIsCompared) {
   EXPECT_TRUE(holds());
   volume_.write("Book/1.mp3", longer.substr(0, 790'000));
   EXPECT_FALSE(holds());
+  source_.write("Book/1.mp3", longer.substr(0, 600'000));
+  volume_.write("Book/1.mp3", longer.substr(0, 600'000));
+  EXPECT_TRUE(holds());
+  std::filesystem::remove(source_.path("Book/Empty"));
+  source_.write("Book/Empty", "a file");
+  EXPECT_TRUE(holds()) << "a folder has no size";
 }
 
 TEST_F(ReadBackTest, ReadErrorIsAFailureWithItsSourceOrWithout) {
@@ -284,74 +335,6 @@ TEST_F(ReadBackTest, StopEndsIt) {
   fill();
   stop_.request();
   EXPECT_FALSE(holds());
-}
-
-using Ranges = std::vector<SampleRange>;
-
-std::int64_t bytesIn(const Ranges& ranges) {
-  std::int64_t bytes = 0;
-  for (const auto& range : ranges) {
-    bytes += range.end - range.begin;
-  }
-  return bytes;
-}
-
-bool touches(const Ranges& ranges, std::int64_t begin, std::int64_t end) {
-  return std::any_of(ranges.begin(), ranges.end(),
-                     [&](const auto& range) { return range.begin < end && begin < range.end; });
-}
-
-TEST(SamplesTest, AnyPieceOfTwoPercentHoldsOneAtEverySeed) {
-  for (const std::int64_t total : {1'000'000L, 200L << 20U, 1'000'003L * 16384}) {
-    const std::int64_t piece = total / 50;
-    for (std::uint64_t seed = 0; seed < 60; ++seed) {
-      const Ranges ranges = sampleRanges({total, total / 3, total / 7}, seed);
-      for (std::int64_t begin = 0; begin + piece <= total; begin += piece / 13) {
-        ASSERT_TRUE(touches(ranges, begin, begin + piece)) << total << " " << seed << " " << begin;
-      }
-    }
-  }
-}
-
-TEST(SamplesTest, LieInOrderApartAndInside) {
-  for (const std::int64_t total : {0L, 1L, 4096L, 600'000L, 1L << 40U}) {
-    std::int64_t end = -1;
-    for (const auto& range : sampleRanges({total, total, total}, 7)) {
-      EXPECT_GT(range.begin, end);
-      EXPECT_LT(range.begin, range.end);
-      end = range.end;
-    }
-    EXPECT_LE(end, total);
-  }
-}
-
-TEST(SamplesTest, HoldTheEndsOfTheFirstAndTheLastFile) {
-  const std::int64_t total = 1L << 34U;
-  const std::int64_t first = 3L << 30U;
-  const std::int64_t last = 5L << 30U;
-  for (std::uint64_t seed = 0; seed < 20; ++seed) {
-    const Ranges ranges = sampleRanges({total, first, last}, seed);
-    for (const std::int64_t begin :
-         {std::int64_t{0}, first - 4096, total - last, total - std::int64_t{4096}}) {
-      for (const std::int64_t at : {begin, begin + 4095}) {
-        EXPECT_TRUE(touches(ranges, at, at + 1)) << seed << " " << at;
-      }
-    }
-  }
-}
-
-TEST(SamplesTest, CoverAllOfALittleAndAFiftiethOfALot) {
-  EXPECT_EQ(sampleRanges({512 << 10, 9, 9}, 1), (Ranges{{0, 512 << 10}}));
-  const std::int64_t total = 1L << 36U;
-  const std::int64_t bytes = bytesIn(sampleRanges({total, 1 << 20, 1 << 20}, 1));
-  EXPECT_GE(bytes, total / 50);
-  EXPECT_LE(bytes, total / 50 + (1 << 20));
-}
-
-TEST(SamplesTest, DifferFromSeedToSeedAndBearTheLargestTotal) {
-  EXPECT_NE(sampleRanges({1L << 30U, 1, 1}, 1), sampleRanges({1L << 30U, 1, 1}, 2));
-  const std::int64_t most = std::numeric_limits<std::int64_t>::max();
-  EXPECT_EQ(sampleRanges({most, most, most}, 3).back().end, most);
 }
 
 }  // namespace

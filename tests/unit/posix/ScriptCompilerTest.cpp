@@ -40,6 +40,13 @@ TEST(ScriptCompiler, StringsMayBeEmptyOrHoldAnyOtherBytes) {
       "do shell script \"a\nb; 'c' $d\" user name \"J\xc3\xb6rg \xff\" password \" user name \" "
       "with administrator privileges",
       "a\nb; 'c' $d", "J\xc3\xb6rg \xff", " user name ");
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) {
+    bytes += byte == '"' || byte == '\\' ? ' ' : static_cast<char>(byte);
+  }
+  expectCompiled("do shell script \"" + bytes + "\" user name \"" + bytes + "\" password \"" +
+                     bytes + "\" with administrator privileges",
+                 bytes, bytes, bytes);
 }
 
 TEST(ScriptCompiler, RefusesEveryTextThatIsCutOff) {

@@ -100,6 +100,8 @@ TEST_F(WriteWindowTest, AfterTheVolumeIsSyncedEverythingIsSettled) {
   EXPECT_EQ(takeLog(), Log{"start 8388608 8388608"});
   EXPECT_TRUE(write(1));
   EXPECT_EQ(takeLog(), Log{"wait 8388608 1"});
+  EXPECT_TRUE(window_.makeRoom(8 * kOneMiB + 1));
+  EXPECT_EQ(volumeSyncs(), 1U);
 }
 
 TEST_F(WriteWindowTest, EveryFailureIsReported) {
@@ -173,6 +175,7 @@ TEST_F(ClosersTest, GoWhenEverythingIsClosed) {
   closers.reset();
   later.join();
   EXPECT_FALSE(isOpen(descriptor));
+  EXPECT_EQ(calls.most(), 1) << "closed as the others are";
 }
 
 }  // namespace

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <unistd.h>
+
+namespace fillstation::test {
+
+// Gives up root's rights for its lifetime, so that permissions mean something to a test whoever
+// runs it.
+class Unprivileged {
+ public:
+  Unprivileged() : before_(::geteuid()) {
+    if (before_ == 0 && ::seteuid(kNobody) != 0) {
+      ::_exit(97);
+    }
+  }
+  ~Unprivileged() {
+    if (before_ == 0 && ::seteuid(0) != 0) {
+      ::_exit(97);
+    }
+  }
+  Unprivileged(const Unprivileged&) = delete;
+  Unprivileged& operator=(const Unprivileged&) = delete;
+
+ private:
+  static constexpr uid_t kNobody = 65534;
+  uid_t before_;
+};
+
+}  // namespace fillstation::test
