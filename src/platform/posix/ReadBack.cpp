@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -153,6 +154,7 @@ bool ReadBack::contentHolds(const CopiedItem& item, const SampleRange& range) {
     // Only these places are read from the source's medium, if they are not in memory.
     calls_.advise(source.get(), POSIX_FADV_RANDOM);
   }
+  errno = 0;  // that of an attempt before says nothing about the player
   const std::int64_t end = (range.end + kSampleBlock - 1) / kSampleBlock * kSampleBlock;
   bool hold = true;
   for (std::int64_t at = range.begin / kSampleBlock * kSampleBlock; at < end && hold;) {

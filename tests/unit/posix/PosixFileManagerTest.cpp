@@ -205,6 +205,19 @@ TEST_F(PosixFileManagerTest, AVolumeTellsWhatFailedFirstAndTheSystemsNumber) {
             "none/a: " + std::to_string(ENOENT));
 }
 
+TEST_F(PosixFileManagerTest, WhatDiffersOnAVolumeIsToldWithoutAnEarlierNumber) {
+  const test::TempFolder sources;
+  const std::vector<CopiedItem> items{
+      {false, 5, sources.path("gone.mp3"), folder_.path("gone.mp3")},
+      {false, 5, sources.write("b.mp3", "audio"), folder_.path("b.mp3")}};
+  folder_.write("gone.mp3", "audio");
+  folder_.write("b.mp3", "other");
+  const auto volume = open(folder_.path());
+  owner_.comesBackAt = folder_.path();
+  EXPECT_FALSE(volume->readBack(test::itemsOf(items)));
+  EXPECT_EQ(textOf(volume->failure()), "b.mp3: 0");
+}
+
 bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) >= 0; }
 int newDescriptor() { return ::open("/dev/null", O_RDONLY | O_CLOEXEC); }
 
