@@ -11,7 +11,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
-from points import Finder  # noqa: E402
+from points import Finder, equivalents  # noqa: E402
 from workshop import marked, run  # noqa: E402
 
 
@@ -78,6 +78,15 @@ class Points(unittest.TestCase):
         self.assertEqual(found("int mode = 0644;"), set())
 
 
+class Equivalents(unittest.TestCase):
+    def test_each_is_a_point_of_the_sources(self):
+        root = HERE.parents[1]
+        for path, change, text in equivalents(root):
+            with self.subTest(path=path, change=change, text=text):
+                points = Finder(path, (root / path).read_text()).points()
+                self.assertIn((change, text), [(point.change(), point.text) for point in points])
+
+
 class Processes(unittest.TestCase):
     def test_a_hanging_program_and_what_it_started_are_ended(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -108,6 +117,11 @@ class Fixture(unittest.TestCase):
         self.assertEqual(one, self.mutate("--list", "--count=8", "--seed=1", "src"))
         self.assertEqual(len(one.splitlines()), 8)
         self.assertNotEqual(one, other)
+
+    def test_an_equivalent_is_not_drawn(self):
+        drawn = self.mutate("--list", "--count=999", "src")
+        self.assertNotIn("constant: 7 -> 8", drawn)
+        self.assertIn("constant: 7 -> 6", drawn)
 
     def test_one_mutation_is_killed_and_one_survives(self):
         before = (HERE / "fixture/src/Price.cpp").read_bytes()

@@ -100,10 +100,26 @@ class Point:
     kind: str
     line: int
     before: str
+    text: str  # of the line that it begins in
+
+    def change(self):
+        before, after = (" ".join(text.split()) for text in (self.before, self.after))
+        return f"{self.kind}: {before} -> {after or '(nothing)'}"
 
     def describe(self):
-        before, after = (" ".join(text.split()) for text in (self.before, self.after))
-        return f"{self.path}:{self.line}: {self.kind}: {before} -> {after or '(nothing)'}"
+        return f"{self.path}:{self.line}: {self.change()}"
+
+
+def equivalents(root):
+    """The points that root's list names, as path, change and text of the line. A reason begins with
+    "# " and holds for the lines below it; a line may have several constants: "1 -> 0 or 2"."""
+    points = set()
+    for line in (root / "tests/mutate/equivalents.txt").read_text().splitlines():
+        if not line.startswith("# "):
+            path, change, text = line.split("\t")
+            before, _, after = change.rpartition(" -> ")
+            points |= {(path, f"{before} -> {one}", text) for one in after.split(" or ")}
+    return points
 
 
 class Finder:
@@ -134,7 +150,8 @@ class Finder:
         start, end = self.tokens[first].start, self.tokens[last].end
         line = self.source.count("\n", 0, start) + 1
         before = self.source[start:end]
-        self.found.add(Point(self.path, start, end, after, kind, line, before))
+        text = self.source.splitlines()[line - 1].strip()
+        self.found.add(Point(self.path, start, end, after, kind, line, before, text))
 
     def _is_binary(self, index):
         token = self.tokens[index]
