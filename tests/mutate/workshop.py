@@ -17,6 +17,7 @@ CONFIGURE = ["cmake", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-
 NO_CACHE = {"CCACHE_DISABLE": "1"}  # no mutant is compiled twice
 WHOLE = ["--gtest_fail_fast", "--gtest_brief=1"]
 SLOWEST = 5  # times the time of a program without a mutation, and some seconds more
+BUILD_SECONDS = 600  # a linker may hang
 MARK = "FILLSTATION_MUTANT"
 LIMITS = ["prlimit", f"--as={16 << 30}", f"--fsize={16 << 30}", "--core=0"]
 KEPT_OUTPUT = 1 << 24  # more than the list of all tests takes
@@ -216,7 +217,8 @@ class Workshop:
         """The order of the programs: first those that caught a mutation of this file before, then quick ones."""
         for program in sorted(self.programs, key=lambda each: (
                 -self.kills[each.path, point.path], self.seconds[each.path])):
-            status, _ = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark)
+            status, _ = run(["ninja", "-j2", program.path], self.build, NO_CACHE, self.mark,
+                            BUILD_SECONDS)
             if status != 0:
                 return "unbuildable", ""
             if not self._is_changed(program):
