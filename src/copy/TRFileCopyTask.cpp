@@ -85,7 +85,7 @@ void TRFileCopyTask::setTaskGroup(const std::shared_ptr<TRFileCopyTaskCollection
 void TRFileCopyTask::copyTask() {
   logText("Beginning format operation.\n");
   if (!format()) {
-    fail();
+    fail({});
     begin(Step::kDone);
     updateProgressWith(totalSize());
     return;
@@ -93,22 +93,21 @@ void TRFileCopyTask::copyTask() {
   begin(Step::kCopy);
   logText("Beginning copyTask operation.\n");
   const Destination destination = openDestination();
-  volume_ = destination.volume;
   forEachNode([&](const TRFile& node, bool isRoot) { return copyNode(node, isRoot, destination); });
   if (ending()) {
-    fail();
+    fail(destination);
     return;
   }
   if (destination.volume && !isOnTheMedium(destination)) {
-    fail();
+    fail(destination);
   }
   begin(Step::kDone);
   logText("copy Done!!!\n");
 }
 
-void TRFileCopyTask::fail() {
+void TRFileCopyTask::fail(const Destination& destination) {
   setError(true);
-  record_.fail(volume_ ? volume_->failure() : VolumeFailure());
+  record_.fail(destination.volume ? destination.volume->failure() : VolumeFailure());
 }
 
 LogFields TRFileCopyTask::record() const {
@@ -301,7 +300,7 @@ bool TRFileCopyTask::copyNode(const TRFile& node, bool isRoot, const Destination
       copyFile(node, destination);
     } else if (!destination.volume ||
                !destination.volume->createDirectory(pathOn(destination.mountPath, node))) {
-      fail();
+      fail(destination);
     }
   }
   updateProgressWith(node.size().value());
@@ -313,7 +312,7 @@ void TRFileCopyTask::copyFile(const TRFile& file, const Destination& destination
       destination.volume->copyItem(sourceOf(file), pathOn(destination.mountPath, file))) {
     logText("Copy successful");
   } else {
-    fail();
+    fail(destination);
     logText("Copy failed");
   }
 }

@@ -118,7 +118,7 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   void becomeOwned() { taskGroup_.set({taskGroup_.get().seen, nullptr}); }
 
   // Marks the current step as failed.
-  void fail();
+  void fail(const Destination& destination);
 
   bool takeOffline();
   bool wipe();
@@ -146,7 +146,6 @@ class TRFileCopyTask : public std::enable_shared_from_this<TRFileCopyTask> {
   Atomic<std::shared_ptr<void>> authRef_;
   Atomic<Group> taskGroup_;
   TaskRecord record_;
-  std::shared_ptr<Volume> volume_;  // the one that is, or was, being filled
 };
 
 }  // namespace fillstation

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cerrno>
 #include <deque>
 #include <functional>
@@ -110,11 +111,13 @@ class TestFileManager : public FileManager {
   // The requests to a volume that fail, and the receiver of the read-back.
   std::set<std::string> failing;
   std::function<void(const CopiedItems&)> onReadBack;
+  std::atomic<int> openVolumes{0};
 
  private:
   class TestVolume : public Volume {
    public:
-    explicit TestVolume(TestFileManager& files) : files_(files) {}
+    explicit TestVolume(TestFileManager& files) : files_(files) { ++files_.openVolumes; }
+    ~TestVolume() override { --files_.openVolumes; }
 
     bool createDirectory(const std::string& destination) override {
       return answer("mkdir " + destination);

@@ -156,6 +156,8 @@ TEST_F(TRFileCopyTaskWalkTest, FlushThatFailsSetsTheErrorAndIsNotLogged) {
   files.failing = {"flush"};
   EXPECT_EQ(copied(roots()), Lines{kOpen} + kFailedEnd);
   EXPECT_TRUE(task->error());
+  // An open volume would keep its device, and the device's name, until the end of the run.
+  EXPECT_EQ(files.openVolumes, 0);
 }
 
 TEST_F(TRFileCopyTaskWalkTest, CopiedFilesAreReadBackInTheirOrder) {

@@ -228,7 +228,9 @@ def _arrives(box, person, run):
 def _comes_back(box, person, run):
     """The pulled player is plugged in again and gets its old name; it is not written to any more."""
     disk = run.disk("back")
-    until(lambda: disk not in box.disks() and "copy Done!!!\n" in person.journal(), 120, "it has gone")
+    # Its name is free when its task, which keeps the volume open, has ended.
+    until(lambda: disk not in box.disks() and
+          box.root(f"journalctl -q -o cat FILLSTATION_PLAYER=/dev/{disk} || true"), 120, "it has gone")
     box.call("remove", "back", keep=True)
     box.call("add", "back", **SLOW)
     box.call("plug", "back")
