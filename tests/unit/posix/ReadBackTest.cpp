@@ -252,7 +252,7 @@ TEST_F(ReadBackTest, SourceThatHasChangedSinceIsNotCompared) {
   since_ = {1, 0};
   const timespec longAgo[2]{};
   ASSERT_EQ(::utimensat(AT_FDCWD, source_.path("Book/1.mp3").c_str(), longAgo, 0), 0);
-  EXPECT_TRUE(holds()) << "whatever its time was set to";
+  EXPECT_TRUE(holds()) << "with any time";
   source_.write("Book/1.mp3", "another size");
   EXPECT_TRUE(holds());
   std::filesystem::remove(source_.path("Book/1.mp3"));

@@ -4,8 +4,7 @@
 
 namespace fillstation::test {
 
-// Gives up root's rights for its lifetime, so that permissions mean something to a test whoever
-// runs it.
+// Gives up root's rights for its lifetime, so that permissions have an effect for every user.
 class Unprivileged {
  public:
   Unprivileged() : before_(::geteuid()) {
