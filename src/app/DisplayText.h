@@ -10,9 +10,8 @@
 
 namespace fillstation {
 
-// Conversions for the window. Texts of devices and file names must be shown as plain text, whatever
-// they contain; paths are converted back. Sizes: one KB is 1024 bytes, one MB 1024 x 1024. Main
-// thread.
+// Conversions for the window. It always shows texts of devices and file names as plain text; paths
+// are converted back. Sizes: one KB is 1024 bytes, one MB 1024 x 1024. Main thread.
 
 // The bytes as a text of one line. U+FFFD replaces invalid UTF-8, control characters, line
 // separators and characters that change the direction of writing.
