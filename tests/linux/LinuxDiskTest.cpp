@@ -5,6 +5,8 @@
 #include <scsi/sg.h>
 #include <sys/sysmacros.h>
 
+#include <filesystem>
+
 #include "DiskCases.h"
 #include "FileHandle.h"
 #include "MockMachine.h"
@@ -117,8 +119,8 @@ TEST_F(LinuxDiskTest, OnlyTheVeryPlayerPassesTheCheck) {
     const auto sequence = static_cast<int>(player.sequence().value());
     machine.setAttribute(path, "diskseq",
                          found.sequence ? std::to_string(sequence + *found.sequence) + "\n" : "");
-    machine.setAttribute(path.substr(0, path.rfind('/')), "vendor",
-                         std::string(found.vendor) + "\n");
+    const std::filesystem::path unit = std::filesystem::path(path).parent_path().parent_path();
+    machine.setAttribute(unit, "vendor", std::string(found.vendor) + "\n");
     const auto check = player.checkFor(expected);
     EXPECT_EQ(check.disk.has_value(), found.isPlayer());
     EXPECT_EQ(check.objection, objectionTo(found));

@@ -203,7 +203,7 @@ std::string MockMachine::addUsb(const std::string& portName, std::uint32_t bus,
                                 const std::string& parent) {
   setUdevDatabase(usbDatabaseId(bus, number));
   Properties all = attributes;
-  all.insert({"bDeviceClass", "00\n"});
+  all.insert({{"bDeviceClass", "00\n"}, {"busnum", std::to_string(bus) + "\n"}});
   return add("usb", portName, parent, all,
              {{"DEVTYPE", "usb_device"},
               {"MAJOR", "189"},
@@ -222,7 +222,9 @@ std::string MockMachine::addUnit(const std::string& usbPath, int host, int unit,
 
 std::string MockMachine::addDisk(const std::string& unitPath, const std::string& name, int minor,
                                  std::int64_t sizeMiB) {
-  return add("block", name, unitPath,
+  const std::string parent = unitPath + "/block";
+  std::filesystem::create_directories(root_ + parent);
+  return add("block", name, parent,
              {{"size", std::to_string(sizeMiB * 2048) + "\n"},
               {"diskseq", std::to_string(++lastSequence_) + "\n"},
               {"dev", "8:" + std::to_string(minor)}},

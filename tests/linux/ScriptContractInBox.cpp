@@ -56,12 +56,11 @@ class BoxBackEnd : public test::LinuxRig, public ScriptRunner {
     LinuxRig::plug(name);
     const test::MockPlayer& player = machine.player(name);
     const LoopDisk& disk = disks_[name];
-    machine.setAttribute(player.usbPath, "busnum", "1\n");
     machine.setAttribute(player.usbPath, "devnum", std::to_string(player.number) + "\n");
     machine.setAttribute(player.diskPath, "removable", "1\n");
     const std::string folder = sysPath(player.diskPath.substr(std::string("/sys").size()));
     std::filesystem::create_directory(folder + "/holders");
-    std::filesystem::create_directory_symlink("..", folder + "/device");
+    std::filesystem::create_directory_symlink("../..", folder + "/device");
     std::filesystem::create_directories(sysPath("/dev/block"));
     std::filesystem::create_directory_symlink("../../" + player.diskPath.substr(5),
                                               sysPath("/dev/block/" + disk.loop.deviceNumber()));

@@ -1,7 +1,10 @@
 #include "DiskFacts.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <iterator>
 #include <map>
+#include <system_error>
 #include <utility>
 
 #include "Udev.h"
@@ -46,16 +49,46 @@ std::optional<std::string> vendorOf(udev_device* unit) {
   return vendor;
 }
 
-std::vector<UdevDevice> devicesBelow(udev* context, udev_device* above, const char* subsystem) {
-  const UdevEnumeration enumeration(::udev_enumerate_new(context));
-  ::udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
-  ::udev_enumerate_add_match_parent(enumeration.get(), above);
-  return udevDevices(context, enumeration.get());
+// What libudev looks for below or above a device is looked for by its folders here: libudev opens
+// each device on the way, part by part of its path, while the window waits.
+
+// The folders in a folder of sysfs.
+std::vector<std::filesystem::path> foldersIn(const std::filesystem::path& path) {
+  std::vector<std::filesystem::path> folders;
+  std::error_code gone;
+  const std::filesystem::directory_iterator end;
+  for (std::filesystem::directory_iterator entry(path, gone); !gone && entry != end;
+       entry.increment(gone)) {
+    std::error_code unknown;
+    if (!entry->is_symlink(unknown) && entry->is_directory(unknown)) {
+      folders.push_back(entry->path());
+    }
+  }
+  return folders;
+}
+
+// The device of that folder; null for none.
+UdevDevice deviceAt(udev* context, const std::filesystem::path& path) {
+  return UdevDevice(::udev_device_new_from_syspath(context, path.c_str()));
+}
+
+// The nearest whole USB device above a folder of sysfs, by its path; "/" for none.
+std::filesystem::path usbPathAbove(std::filesystem::path path) {
+  std::error_code gone;
+  do {
+    path = path.parent_path();
+  } while (path.has_relative_path() && !std::filesystem::exists(path / "busnum", gone));
+  return path;
+}
+
+std::optional<std::uint32_t> handleAbove(udev* context, udev_device* device) {
+  return usbHandleOf(deviceAt(context, usbPathAbove(udevSysPath(device))).get());
 }
 
 std::vector<BlockFacts> blocksOf(udev* context, udev_device* disk) {
   std::map<std::uint64_t, BlockFacts> byNumber{{0, blockFacts(disk)}};
-  for (const auto& device : devicesBelow(context, disk, "block")) {
+  for (const auto& folder : foldersIn(udevSysPath(disk))) {
+    const auto device = deviceAt(context, folder);
     if (const auto number = udevNumber(udevAttribute(device.get(), "partition"))) {
       byNumber[*number] = blockFacts(device.get());
     }
@@ -83,12 +116,25 @@ bool isDirectAccess(udev_device* unit) {
   return isConnected && (type == "0" || type == "14");
 }
 
+// The folders of all units, which have their addresses as names.
+std::vector<std::filesystem::path> unitsBelow(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> units;
+  for (const auto& below : foldersIn(folder)) {
+    if (std::ranges::count(below.filename().native(), ':') == 3) {
+      units.push_back(below);
+    } else {
+      std::ranges::copy(unitsBelow(below), std::back_inserter(units));
+    }
+  }
+  return units;
+}
+
 // The direct-access unit of the USB device with the lowest number; null while there is none.
-UdevDevice lowestUnit(udev* context, udev_device* usb) {
+UdevDevice lowestUnit(udev* context, const std::string& usbSysPath) {
   UdevDevice lowest;
-  for (auto& unit : devicesBelow(context, usb, "scsi")) {
-    if (isDirectAccess(unit.get()) && udevSysPath(usbDeviceAbove(unit.get())) == udevSysPath(usb) &&
-        (!lowest || numberOf(unit.get()) < numberOf(lowest.get()))) {
+  for (const auto& folder : unitsBelow(usbSysPath)) {
+    auto unit = usbPathAbove(folder) == usbSysPath ? deviceAt(context, folder) : nullptr;
+    if (isDirectAccess(unit.get()) && (!lowest || numberOf(unit.get()) < numberOf(lowest.get()))) {
       lowest = std::move(unit);
     }
   }
@@ -107,7 +153,7 @@ std::optional<DiskFacts> readDisk(std::string_view name) {
   facts.initialized = ::udev_device_get_is_initialized(disk.get()) != 0;
   facts.blocks = blocksOf(context.get(), disk.get());
   facts.sequence = udevNumber(udevAttribute(disk.get(), "diskseq"));
-  facts.usbHandle = usbHandleOf(usbDeviceAbove(disk.get()));
+  facts.usbHandle = handleAbove(context.get(), disk.get());
   // The disk's parent is its unit.
   udev_device* const unit = ::udev_device_get_parent(disk.get());
   facts.unit = udevSysName(unit);
@@ -119,22 +165,23 @@ std::optional<DiskFacts> readDisk(std::string_view name) {
 
 std::optional<std::string> findDiskBelow(const std::string& usbSysPath) {
   const UdevContext context(::udev_new());
-  const UdevDevice usb(::udev_device_new_from_syspath(context.get(), usbSysPath.c_str()));
-  const UdevDevice unit = usb ? lowestUnit(context.get(), usb.get()) : nullptr;
+  const UdevDevice unit = lowestUnit(context.get(), usbSysPath);
   if (!unit) {
     return std::nullopt;
   }
-  const auto blocks = devicesBelow(context.get(), unit.get(), "block");
-  const auto disk = std::find_if(blocks.begin(), blocks.end(), [](const UdevDevice& block) {
-    return isWholeDisk(block.get()) && ::udev_device_get_is_initialized(block.get()) != 0;
-  });
-  return disk != blocks.end() ? std::optional(udevSysName(disk->get())) : std::nullopt;
+  for (const auto& folder : foldersIn(udevSysPath(unit.get()) + "/block")) {
+    const auto block = deviceAt(context.get(), folder);
+    if (isWholeDisk(block.get()) && ::udev_device_get_is_initialized(block.get()) != 0) {
+      return udevSysName(block.get());
+    }
+  }
+  return std::nullopt;
 }
 
 std::optional<std::uint32_t> usbHandleAbove(const std::string& blockName) {
   const UdevContext context(::udev_new());
   const UdevDevice block = blockDevice(context.get(), blockName);
-  return usbHandleOf(usbDeviceAbove(block.get()));
+  return handleAbove(context.get(), block.get());
 }
 
 }  // namespace fillstation

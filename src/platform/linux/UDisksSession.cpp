@@ -177,7 +177,7 @@ class UDisksSession::Request : public std::enable_shared_from_this<Request> {
 
 std::shared_ptr<Disk> UDisksSession::diskFromName(std::string_view name) {
   const std::string diskName = diskNameOf(name);
-  if (!readDisk(diskName) && !services_.known.remembers(diskName)) {
+  if (!services_.known.remembers(diskName) && !readDisk(diskName)) {
     return nullptr;
   }
   return std::make_shared<LinuxDisk>(diskName, services_.known);
