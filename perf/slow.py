@@ -6,7 +6,8 @@ import statistics
 import threading
 
 from outcome import Outcome, copy_plainly, fill
-from work import MIB, Missing, Volumes, image_files, make_set, need_root, say, slow_disks
+from work import (MIB, Missing, Volumes, Wrong, image_files, make_set, need_root, run, say,
+                  slow_disks)
 
 SLOW = 5_000_000
 
@@ -77,7 +78,10 @@ def players(setting):
 def dirty_pages(setting):
     need_root()
     if not os.path.isdir("/sys/kernel/debug/bdi"):
-        raise Missing("debugfs is not mounted (mount -t debugfs none /sys/kernel/debug)")
+        try:
+            run("mount", "-t", "debugfs", "none", "/sys/kernel/debug")  # among our own mounts only
+        except Wrong as error:
+            raise Missing(f"debugfs can't be mounted: {error}") from None
     outcome = Outcome()
     for _ in range(setting.pick(1, 2)):
         peaks = slow_players(setting, setting.pick(2, 16), watch=True)[2]
