@@ -85,10 +85,10 @@ std::shared_ptr<TRFile> TRFile::nodeOf(WalkEntry entry, const Url& folder,
   if (!entry.isDirectory) {
     return nullptr;
   }
-  std::string address = Url::fromPath(entry.path, *entry.isDirectory).absoluteString();
+  const std::string address = Url::fromPath(entry.path, *entry.isDirectory).absoluteString();
   // The part of the entry's address below the folder's, found by length alone.
   const auto cut = std::min(folder.absoluteString().size(), address.size());
-  log.add(std::move(address));
+  log.add(address);
   if (!*entry.isDirectory && (!entry.size || !matchesFileType(entry.path, fileType))) {
     return nullptr;
   }

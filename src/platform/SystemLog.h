@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <mutex>
 #include <span>
@@ -48,10 +49,10 @@ class LogBatch {
   LogBatch(const LogBatch&) = delete;
   LogBatch& operator=(const LogBatch&) = delete;
 
-  void add(std::string text) {
+  void add(std::string_view text) {
     const std::scoped_lock guard(lock_);
-    texts_.push_back(std::move(text));
-    if (texts_.size() == kMost) {
+    texts_[count_++] = text;
+    if (count_ == kMost) {
       record();
     }
   }
@@ -70,15 +71,16 @@ class LogBatch {
     current_ = batch;
   }
   void record() {
-    log_.writeEach(texts_);
-    texts_.clear();
+    const auto texts = std::span(texts_).first(std::exchange(count_, 0));
+    log_.writeEach(texts);
   }
 
   static inline std::mutex lock_;
   static inline LogBatch* current_ = nullptr;
 
   SystemLog& log_;
-  std::vector<std::string> texts_;
+  std::array<std::string, kMost> texts_;  // whose memory the next ones use again
+  std::size_t count_ = 0;
 };
 
 }  // namespace fillstation

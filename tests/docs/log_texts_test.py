@@ -16,9 +16,9 @@ LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 # Calls without a literal text: the file and the first argument, and the texts.
 INDIRECT = {
     ("Platform.h", "formatText(pattern, values...)"): (),  # is logText()
-    ("SystemLog.h", "texts_"): (),  # texts that were added
+    ("SystemLog.h", "texts"): (),  # texts that were added
     ("main.cpp", "answer"): (),  # the answer to an option
-    ("TRFile.cpp", "std::move(address)"): ("file:///…",),
+    ("TRFile.cpp", "address"): ("file:///…",),
     ("UsbUtil.cpp", "textOf(record.mountPath).c_str()"): ("/media/…",),
 }
 
