@@ -54,11 +54,7 @@ class SessionInstance : public QDBusVirtualObject {
   // Called in the first instance by a second start.
   void onRaise(std::function<void()> raise) { raise_ = std::move(raise); }
 
-  QString introspect(const QString& /*path*/) const override {
-    return QStringLiteral(
-        "<interface name='org.freedesktop.Application'><method name='Activate'>"
-        "<arg type='a{sv}' direction='in'/></method></interface>");
-  }
+  QString introspect(const QString& /*path*/) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
     if (message.interface() != QLatin1String(kInterface) ||
         message.member() != QLatin1String("Activate")) {

@@ -125,7 +125,10 @@ bool ReadBack::samplesHold(const CopiedItems& items, const std::vector<SampleRan
   std::int64_t begin = 0;  // of the present file
   bool hold = true;
   items([&](const CopiedItem& item) {
-    const std::int64_t end = begin + (item.isDirectory ? 0 : item.size);
+    if (item.isDirectory) {
+      return true;
+    }
+    const std::int64_t end = begin + item.size;
     while (hold && range != ranges.end() && range->begin < end) {
       hold = contentHolds(
           item, {std::max(range->begin, begin) - begin, std::min(range->end, end) - begin});
