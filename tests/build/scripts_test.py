@@ -234,7 +234,8 @@ class PackageScript(Script):
             self.assertEqual(self.package(BYTES=bytes_of).returncode, 0)
 
     def test_a_package_with_faults_is_not_handed_out(self):
-        for tool, body in (("lintian", "exit 2"), ("desktop-file-validate", "exit 1"),
+        for tool, body in (("lintian", "exit 2"), ("lintian", "echo 'I: a: fault [b]'"),
+                           ("desktop-file-validate", "exit 1"),
                            ("appstreamcli", "exit 3"), ("man", '[[ "$*" != *-check.1.gz* ]] || echo warning >&2'),
                            ("dpkg-buildpackage", "exit 1")):
             with self.subTest(tool=tool):
@@ -243,6 +244,11 @@ class PackageScript(Script):
                 self.assertEqual(self.package().returncode, 1)
                 self.assertEqual(list(self.root.glob("*.deb")), [])
                 (self.bin / tool).write_text(whole)
+
+    def test_what_the_package_cannot_help_is_no_fault(self):
+        self.fake("lintian", "echo 'I: a: hardening-no-fortify-functions [b]'")
+        self.fake("appstreamcli", '[[ "$*" != *--override* ]]')
+        self.assertEqual(self.package().returncode, 0)
 
     def test_an_unknown_option_is_refused(self):
         self.assertEqual(self.package("--chekc").returncode, 1)
