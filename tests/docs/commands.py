@@ -43,7 +43,8 @@ HOW = {
     "journalctl -f -t fillstation": InBox("fillstation[", ends=False),  # the last message
     "sudo journalctl -b -t fillstation": InBox("dd operation failed."),
     "journalctl -F FILLSTATION_MISSED": InBox(""),
-    "journalctl -b -t pkexec -t polkitd -t polkit-agent-helper-1": InBox("authentication failure"),
+    "sudo journalctl -b -t pkexec -t polkitd -t polkit-agent-helper-1":
+        InBox("authentication failure"),
     "journalctl -b -k": InBox("Product: HS USB FlashDisk"),
     "journalctl -b -u udisks2": InBox("udisks"),
     "systemctl status systemd-udevd": InBox("active (running)"),
