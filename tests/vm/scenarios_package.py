@@ -20,7 +20,8 @@ AGENT = "/usr/libexec/fillstation/fillstation-agent"
 FOLDER = "/root/download"
 # The places where Debian's own tools store their state.
 OF_OTHERS = ("/dev", "/proc", "/run", "/sys", "/tmp", "/box", "/var/log", "/var/cache/apt",
-             "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd", "/var/lib/udisks2", "/media")
+             "/var/cache/debconf", "/var/lib/apt", "/var/lib/dpkg", "/var/lib/systemd",
+             "/var/lib/udisks2", "/media")
 # An automounter that obeys UDisks2's hints, as those of the large desktops do.
 AUTOMOUNTER = """{"device_config": [{"should_automount": false, "automount": false}]}"""
 STRANGERS = {
