@@ -76,7 +76,9 @@ void drawGroupFrame(const QStyleOption& option, int titleHeight, QPainter& paint
     const auto part = [=](int own) { return (own * (255 - opacity) + shade * opacity) / 255; };
     return QColor(part(ground.red()), part(ground.green()), part(ground.blue()));
   };
-  const QRect frame = option.rect.adjusted(1, titleHeight + kGroupMargin + 1, 0, 0);
+  // In Qt 6.8 the title is no part of the place of the frame.
+  const int top = option.rect.top() > 0 ? 0 : titleHeight + kGroupMargin;
+  const QRect frame = option.rect.adjusted(1, top + 1, 0, 0);
   painter.fillRect(frame, mixed(117, 50));
   painter.fillRect(frame.adjusted(1, 1, -1, -1), mixed(0, 3));
 }
