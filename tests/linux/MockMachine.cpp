@@ -29,7 +29,7 @@ std::vector<char*> listOf(MockMachine::Properties& values) {
 
 std::string taken(gchar* text) {
   std::string copy(text);
-  ::g_free(text);
+  g_free(text);
   return copy;
 }
 
