@@ -85,7 +85,8 @@ constexpr int kLongest = 200;
 // The same for all, so that the pictures show the same at each run: which of several sizes counts
 // depends on where they lie in memory.
 constexpr std::int64_t kSize = 7948206080;
-const std::vector<std::string> kLabels = {"KITCHEN", "GARAGE", "NO NAME", "ATTIC"};
+constexpr const char* kFormatted = "NO NAME";
+const std::vector<std::string> kLabels = {"KITCHEN", "GARAGE", kFormatted, "ATTIC"};
 
 // With its 256 most frequent colours: hardly visible, and a third of the bytes.
 QImage inFewColours(const QImage& picture) {
@@ -180,7 +181,11 @@ class LooksTest : public ::testing::WithParamInterface<Look>, private Spoken, pu
       run->addPlayer(player);
       const auto task = run->tasks().back();
       const auto steps = {Step::kCopy, Step::kCopy, Step::kWaiting, Step::kFormat, Step::kCheck};
-      task->begin(*(steps.begin() + number % 5));
+      const Step step = *(steps.begin() + number % 5);
+      task->begin(step);
+      if (step > Step::kFormat) {
+        player->setName(kFormatted);
+      }
       task->setCurrentProgress(number % 5 == 4 ? 100 : number % 5 < 2 ? 17 + 29 * number % 80 : 0);
       ++number;
     }
@@ -268,6 +273,9 @@ TEST_P(LooksTest, AfterARun) {
   const auto run = aRun();
   for (std::size_t number = 1; number < run->tasks().size(); number += 6) {
     run->tasks()[number]->setError(true);
+  }
+  for (const auto& player : windows->players()->listed()) {
+    player->setName(kFormatted);
   }
   emit controller().runBegan(run->tasks());
   ui().pbProgressBar->setRange(0, 100);
