@@ -51,6 +51,7 @@ HOW = {
     "systemctl status udisks2": InBox("active (running)"),
     "systemctl status systemd-logind": InBox("active (running)"),
     "sudo systemctl restart udisks2": InBox(""),
+    "lsblk -o NAME,MOUNTPOINT": InBox("/media/player/"),
     "lsblk -S -o NAME,TRAN,VENDOR,MODEL": InBox("ACTIONS"),
     "sudo fuser -vm /dev/sdX": InBox("mount /media/player/"),
     "df -h /media/*/*": InBox("/media/player/"),
