@@ -11,7 +11,7 @@ import time
 from typing import Callable, Optional
 
 from outcome import Outcome, copy_plainly, environment, fill, last_line
-from slow import dirty_pages, players, read_back, slow_volumes
+from slow import dirty_pages, players, read_back, slow_speed, slow_volumes
 from work import (MIB, Volumes, Wrong, busy_seconds, check_copy, image_files, make_set, need_program,
                   need_root, say)
 
@@ -76,6 +76,31 @@ def processor_time(setting):
     return outcome
 
 
+def shared_buses(setting):
+    """Slow players that each have their speed, and as many that share two buses."""
+    two = (2, 35_000_000)
+    outcome = Outcome()
+    notes = []
+    for count, files, buses in setting.pick(((2, 4, ()), (4, 4, two)),
+                                            ((64, 40, ()), (64, 16, two), (128, 8, two))):
+        folder = setting.folder("buses")
+        source = make_set(folder / "source", files, 5_000_000, 4)
+        with slow_volumes(setting, folder, count, files, 5_000_000, buses) as volumes:
+            pairs = against_cp(dataclasses.replace(setting, repeat=min(setting.repeat, 2)), source,
+                               volumes)
+        speed = slow_speed(setting)
+        if buses:
+            speed = min(speed, buses[0] * buses[1] / count)
+        for side in "ours", "theirs":
+            getattr(outcome, side).append(statistics.median(getattr(pairs, side)))
+        notes.append(f"{count} players at {speed / 1e6:.2f} MB/s each: "
+                     + " and ".join(f"{side[-1] * speed / files / 5_000_000:.3f}"
+                                    for side in (outcome.ours, outcome.theirs)))
+    outcome.note = "ours and `cp`, each ÷ (bytes ÷ speed): " + "; ".join(notes)
+    outcome.also_met = max(outcome.ratios) <= 1
+    return outcome
+
+
 def source_reads(setting):
     need_root()
     folder = setting.folder("reads")
@@ -112,6 +137,22 @@ def flush_mount(setting):
     figures = in_the_box(setting, "flush")
     floor = figures.pop("floor")
     return Outcome(**figures, note=f"without `flush`, `cp -r` and `sync -f` take {floor:.1f} s")
+
+
+def fat_players(setting):
+    return Outcome(**in_the_box(setting, "fat"))
+
+
+def arrivals(setting):
+    figures = in_the_box(setting, "arrivals")
+    known = figures.pop("known")
+    return Outcome(**figures, note=f"udev knew the last disk after {known:.1f} s")
+
+
+def commands(setting):
+    figures = in_the_box(setting, "commands")
+    bare = figures.pop("bare")
+    return Outcome(**figures, note=f"with nothing to run, ours take {bare:.1f} s")
 
 
 def whole_run(setting):
@@ -274,10 +315,18 @@ ROWS = {
                    players),
     "processor": Row("processor seconds per GiB put on 64 players of 5 MB/s, 200 MB each",
                      "`cp` and `sync -f` as above", 1.1, "s", processor_time),
+    "buses": Row("64 players of 5 MB/s, and 64 and 128 that share two buses of 35 MB/s",
+                 "`cp` and `sync -f` as above", 1, "s", shared_buses),
     "reads": Row("bytes read from the source's medium, 16 players, cold cache",
                  "the set's bytes", 1.1, "MiB", source_reads),
     "flush": Row("300 files of 16 KiB onto FAT mounted with `flush`", "`cp -r`, `sync -f`", 0.1,
                  "s", flush_mount, lambda: False),
+    "fat": Row("1,000 files of 16 KiB onto each of 4 FAT players, without `flush`",
+               "`cp -r` and `sync -f` to each in parallel", 1, "s", fat_players, lambda: False),
+    "arrivals": Row("31 players plugged in at once, from the kernel's last disk to the last row",
+                    "the described pauses", 1.2, "s", arrivals, lambda: False),
+    "commands": Row("the 62 commands of 31 players", "62 times `pkexec true`, with pkexec's own agent",
+                    1.8, "s", commands, lambda: False),
     "whole": Row("4 real FAT players, Start to summary", "a shell script of the same steps", None,
                  "s", whole_run, lambda: False),
     "readback": Row("1, 16, 64 players of 5 MB/s (10 MB/s and 1 ms a command read), 200 files of 5 "

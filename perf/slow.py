@@ -13,10 +13,10 @@ SLOW = 5_000_000
 
 
 @contextlib.contextmanager
-def slow_volumes(setting, folder, count, files, size):
+def slow_volumes(setting, folder, count, files, size, buses=()):
     """Volumes with space for this number of files, on disks that are written at slow_speed()."""
     with slow_disks(setting.programs, folder / "disks", count, files * (size + 8192) + 32 * MIB,
-                    slow_speed(setting)) as disks, \
+                    slow_speed(setting), buses) as disks, \
             Volumes(folder, disks, direct=False,
                     make=("mkfs.ext4", "-q", "-F", "-m", "0", "-N", str(files + 1000), "-E",
                           "lazy_itable_init=0,nodiscard", "-O", "^has_journal,^dir_index")) as own:

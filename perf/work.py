@@ -203,8 +203,10 @@ def image_files(folder, count, size):
 
 
 @contextlib.contextmanager
-def slow_disks(programs, folder, count, size, bytes_per_second):
-    """Files that are written at this speed and read at twice the speed; their paths."""
+def slow_disks(programs, folder, count, size, bytes_per_second, buses=()):
+    """Files that are written at this speed and read at twice the speed; their paths.
+
+    buses: how many share the files, and the bytes per second of each; none is as fast as needed."""
     need_root()
     if not os.path.exists("/dev/fuse"):
         raise Missing("this machine has no /dev/fuse for the slow disks")
@@ -212,7 +214,7 @@ def slow_disks(programs, folder, count, size, bytes_per_second):
     # Real disks don't wait for a processor.
     server = subprocess.Popen(["nice", "--adjustment=-20", programs / "perf_slowdisks", folder,
                                str(count), str(size >> 20), str(bytes_per_second),
-                               str(2 * bytes_per_second)])
+                               str(2 * bytes_per_second), *map(str, buses)])
     try:
         for _ in range(100):
             if os.path.ismount(folder):

@@ -1,8 +1,9 @@
-// perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ: mounts on FOLDER the files disk0, disk1 and
-// so on. Each performs one command after another, as a USB disk does: it is written with WRITTEN
-// bytes per second, the commands included, and read with READ bytes per second and a millisecond
-// for each command. Ends when FOLDER is unmounted. The contents are in memory, equal pieces once,
-// so that players with equal contents need little memory.
+// perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ [BUSES SHARED]: mounts on FOLDER the files
+// disk0, disk1 and so on. Each performs one command after another, as a USB disk does: it is
+// written with WRITTEN bytes per second, the commands included, and read with READ bytes per second
+// and a millisecond for each command. The disks are spread over that many buses, each of which
+// carries SHARED bytes per second for all its disks. Ends when FOLDER is unmounted. The contents
+// are in memory, equal pieces once, so that players with equal contents need little memory.
 
 #define FUSE_USE_VERSION 35
 
@@ -15,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -64,11 +66,30 @@ class Pieces {
   std::unordered_multimap<std::size_t, std::uint32_t> byHash_;
 };
 
+// What carries the bytes of several disks, in the order in which they ask. Any thread.
+class SlowBus {
+ public:
+  explicit SlowBus(double speed) : speed_(speed) {}
+
+  // When it will have carried these too.
+  Clock::time_point carry(std::size_t bytes) {
+    const std::scoped_lock guard(lock_);
+    const Seconds time(static_cast<double>(bytes) / speed_);
+    free_ = std::max(free_, Clock::now()) + std::chrono::duration_cast<Clock::duration>(time);
+    return free_;
+  }
+
+ private:
+  std::mutex lock_;
+  const double speed_;  // bytes per second
+  Clock::time_point free_;
+};
+
 // One disk. Any thread.
 class SlowDisk {
  public:
-  SlowDisk(Pieces& pieces, std::size_t bytes, double written, double read)
-      : pieces_(pieces), written_(written), read_(read), numbers_(bytes / kPiece) {}
+  SlowDisk(Pieces& pieces, SlowBus& bus, std::size_t bytes, double written, double read)
+      : pieces_(pieces), bus_(bus), written_(written), read_(read), numbers_(bytes / kPiece) {}
 
   std::size_t size() const { return numbers_.size() * kPiece; }
 
@@ -83,7 +104,7 @@ class SlowDisk {
       std::memcpy(buffer + done, piece.data() + within, part);
       done += part;
     }
-    last(guard, kReadCommand + Seconds(static_cast<double>(done) / read_));
+    last(guard, done, kReadCommand + Seconds(static_cast<double>(done) / read_));
     return done;
   }
 
@@ -102,14 +123,15 @@ class SlowDisk {
       number = pieces_.numberOf(piece);
       done += part;
     }
-    last(guard, Seconds(static_cast<double>(done) / written_));
+    last(guard, done, Seconds(static_cast<double>(done) / written_));
     return done;
   }
 
  private:
-  // Waits for the commands before and for as long as this one takes.
-  void last(std::unique_lock<std::mutex>& guard, Seconds time) {
+  // Waits for the commands before and for as long as this one takes here and on the bus.
+  void last(std::unique_lock<std::mutex>& guard, std::size_t bytes, Seconds time) {
     free_ = std::max(free_, Clock::now()) + std::chrono::duration_cast<Clock::duration>(time);
+    free_ = std::max(free_, bus_.carry(bytes));
     const auto until = free_;
     guard.unlock();
     std::this_thread::sleep_until(until);
@@ -117,6 +139,7 @@ class SlowDisk {
 
   std::mutex lock_;
   Pieces& pieces_;
+  SlowBus& bus_;
   const double written_;  // bytes per second
   const double read_;
   std::vector<std::uint32_t> numbers_;
@@ -179,14 +202,21 @@ void* begin(fuse_conn_info* connection, fuse_config* /*config*/) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 6) {
-    std::fputs("perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ\n", stderr);
+  if (argc != 6 && argc != 8) {
+    std::fputs("perf_slowdisks FOLDER COUNT MEBIBYTES WRITTEN READ [BUSES SHARED]\n", stderr);
     return 2;
   }
   Pieces pieces;
+  std::deque<SlowBus> buses;
+  const bool isShared = argc == 8;
+  for (long bus = isShared ? std::strtol(argv[6], nullptr, 10) : 1; bus > 0; --bus) {
+    buses.emplace_back(isShared ? std::strtod(argv[7], nullptr)
+                                : std::numeric_limits<double>::infinity());
+  }
   const std::size_t bytes = std::strtoull(argv[3], nullptr, 10) << 20U;
   for (long disk = std::strtol(argv[2], nullptr, 10); disk > 0; --disk) {
-    disks().push_back(std::make_unique<SlowDisk>(pieces, bytes, std::strtod(argv[4], nullptr),
+    SlowBus& bus = buses[disks().size() % buses.size()];
+    disks().push_back(std::make_unique<SlowDisk>(pieces, bus, bytes, std::strtod(argv[4], nullptr),
                                                  std::strtod(argv[5], nullptr)));
   }
   fuse_operations operations{};
