@@ -211,10 +211,17 @@ class LongDay {
     await([&] { return rig_.listed().size() == static_cast<std::size_t>(count); });
   }
 
+  // Says so at once: the destructors wait for workers, and a stuck one would keep the message.
+  [[noreturn]] void fail(const std::string& what) const {
+    std::fprintf(out_, "%s, with %ld threads of %ld\n", what.c_str(), threadsNow(), idleThreads_);
+    std::fflush(out_);
+    throw std::runtime_error(what);
+  }
+
   // Waits until the predicate is true and no worker is left; then clears log and notifications.
   void await(const std::function<bool()>& condition) {
     if (!rig_.await([&] { return condition() && threadsNow() <= idleThreads_; })) {
-      throw std::runtime_error("waited in vain");
+      fail("waited in vain");
     }
     rig_.log.clear();
     rig_.workspace = {};
@@ -227,7 +234,7 @@ class LongDay {
     rig_.confirm();
     const std::string summary = rig_.readSummary();
     if (summary != "Process Completed.") {
-      throw std::runtime_error("the summary: " + summary);
+      fail("the summary: " + summary);
     }
     await([] { return true; });
   }
