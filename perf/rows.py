@@ -326,7 +326,8 @@ ROWS = {
     "arrivals": Row("31 players plugged in at once, from the kernel's last disk to the last row",
                     "the described pauses", 1.2, "s", arrivals, lambda: False),
     "commands": Row("the 62 commands of 31 players",
-                    "62 times `pkexec true`, with polkit's agent for terminals", 1.8, "s", commands, lambda: False),
+                    "62 times `pkexec true`, with polkit's agent for terminals", 1.8, "s", commands,
+                    lambda: False),
     "whole": Row("4 real FAT players, Start to summary", "a shell script of the same steps", None,
                  "s", whole_run, lambda: False),
     "readback": Row("1, 16, 64 players of 5 MB/s (10 MB/s and 1 ms a command read), 200 files of 5 "
