@@ -16,14 +16,14 @@ namespace fillstation {
 // Passes reports to the main thread, which shows them one by one in the order of arrival. A
 // hand-over switches threads twice; with many players and small files a run would spend most of its
 // time on that. So a thread that finds no hand-over in progress leads one: it shows all reports
-// that arrive meanwhile, and briefly waits for more. It ends soon, since the window needs the main
-// thread and the leader has its own work. Any thread.
+// that arrive meanwhile and, where they come close together, briefly waits for more. It ends soon,
+// since the window needs the main thread and the leader has its own work. Any thread.
 class ReportLine {
  public:
   using Report = std::function<void()>;
 
   // How often a hand-over without reports looks for more before it ends, letting other threads run
-  // in between: some tens of microseconds.
+  // in between: some tens of microseconds. It doesn't if the last one came alone.
   static constexpr int kPatience = 100;
   // The most reports in one hand-over; a few more if they arrived together.
   static constexpr int kMost = 256;
@@ -87,24 +87,25 @@ class ReportLine {
   }
   // The body of a hand-over.
   void show() {
-    for (int shown = 0; shown < most_;) {
-      const Line members = awaitMore();
-      if (members.empty()) {
-        return;
-      }
+    Line members = takeAll();
+    crowded_ = crowded_ || members.size() > 1;
+    for (int shown = 0; !members.empty();) {
       for (const auto& member : members) {
         member->report();
         member->give(Turn::ended);
         ++shown;
       }
+      members = shown < most_ ? awaitMore() : Line();
     }
   }
-  // Takes all waiting reports; if there are none, waits a moment for some.
+  // Takes all waiting reports; if there are none, waits a moment for some where that pays.
   Line awaitMore() {
-    for (int looks = 0; isEmpty_ && looks < patience_; ++looks) {
+    for (int looks = 0; crowded_ && isEmpty_ && looks < patience_; ++looks) {
       std::this_thread::yield();
     }
-    return takeAll();
+    Line more = takeAll();
+    crowded_ = !more.empty();
+    return more;
   }
   Line takeAll() {
     const std::scoped_lock guard(lock_);
@@ -119,6 +120,7 @@ class ReportLine {
   Line line_;
   std::atomic<bool> isEmpty_ = true;  // whether line_ is; read without the lock
   bool busy_ = false;                 // a thread leads
+  bool crowded_ = false;              // reports came close together; for show() alone
 };
 
 }  // namespace fillstation

@@ -94,17 +94,29 @@ TEST_F(ReportLineTest, HandOverEndsAfterSomeReportsThoughMoreAreWaiting) {
   EXPECT_EQ(shownInAll(), "abc");
 }
 
-TEST_F(ReportLineTest, HandOverAwaitsTheNextReportWithPatience) {
-  ReportLine patient(lock, std::numeric_limits<int>::max(), 2);
+TEST_F(ReportLineTest, HandOverOfSeveralReportsAwaitsTheNextOne) {
+  ReportLine patient(lock, std::numeric_limits<int>::max(), 3);
   const auto passPatiently = [&](const ReportLine::Report& report) {
     workers.push_back(std::async(std::launch::async, [&patient, report] { patient.pass(report); }));
   };
+  passPatiently([this] { shown += 'a'; });
+  ports.mainThread.awaitQueued();
   passPatiently([&] {
-    shown += 'a';
-    passPatiently([this] { shown += 'b'; });
+    shown += 'b';
+    passPatiently([this] { shown += 'c'; });
   });
+  while (patient.waiting() != 2) {
+    std::this_thread::yield();
+  }
   handOver();
-  EXPECT_EQ(shownInAll(), "ab");
+  EXPECT_EQ(shownInAll(), "abc");
+}
+
+TEST_F(ReportLineTest, HandOverOfOneReportEndsWithIt) {
+  // This much patience would outlast the test.
+  ReportLine patient(lock, std::numeric_limits<int>::max());
+  patient.pass([this] { shown += 'a'; });
+  EXPECT_EQ(shownInAll(), "a");
 }
 
 TEST_F(ReportLineTest, EachReturnsWhenItsOwnReportHasReturned) {
